@@ -1,0 +1,62 @@
+// The driver table: all that the engine knows of its sources and sinks of MIDI.
+#pragma once
+
+#include "engine/zormidi.h"
+#include "platform/platform.h"
+
+#include <atomic>
+#include <cstdint>
+
+constexpr std::uint16_t DriverSuccess = 0xFFFF;
+
+// One driver. The slots never throw and are called outside QueueLock, on the host's thread but for
+// Xmit, which also comes from the timer's and the MIDI input's.
+struct MIDIDriverEntry {
+    std::atomic<std::uint8_t> Inited; // Init gave success at the last MIDISysInit
+    std::atomic<std::uint8_t> Opened; // Open succeeded and Close has not been called since
+    std::uint16_t (*Init)();          // DriverSuccess, or a failure code
+    std::uint8_t (*Term)();
+    std::uint8_t (*Open)(); // false: the user has seen the driver's own message
+    std::uint8_t (*Close)();
+    std::uint8_t (*Xmit)(const MIDIEvent* event); // false: a device refused it
+    void (*Sync)(std::int16_t mode);
+    void (*Config)(HWND parent); // returns when the dialog has ended
+    std::uint8_t (*Silence)();   // releases what the driver still holds sounding
+    std::uint8_t (*Ready)();     // may it be opened now
+    std::atomic<std::uint16_t> Error; // 1 after a failed Open or Xmit, until ZorErrorMIDI
+    std::uint8_t TakesSync;           // 0: Sync is always told mode 0
+};
+
+constexpr int DriverRows = 2;
+constexpr int MMERow = 0;
+constexpr int PRecRow = 1;
+extern MIDIDriverEntry MIDIDrivers[DriverRows];
+
+// Slots of row 0, in mme/.
+std::uint16_t MMEInit();
+std::uint8_t MMETerm();
+std::uint8_t MMEOpen();
+std::uint8_t MMEClose();
+std::uint8_t MMEXmit(const MIDIEvent* event);
+void MMESync(std::int16_t mode);
+void MMEConfig(HWND parent);
+std::uint8_t MMESilence();
+std::uint8_t MMEReady();
+
+// Slots of row 1, in pitchrec/driver/.
+std::uint16_t PRecInit();
+std::uint8_t PRecTerm();
+std::uint8_t PRecOpen();
+std::uint8_t PRecClose();
+std::uint8_t PRecXmit(const MIDIEvent* event);
+void PRecSync(std::int16_t mode);
+void PRecConfig(HWND parent);
+std::uint8_t PRecSilence();
+std::uint8_t PRecReady();
+
+// Fetches the recogniser's notes and hands them to RcvEvent; runs at every timer expiry.
+// Thread: timer. Real time: yes. In pitchrec/driver/.
+void PollPitchRec();
+
+// The setting behind PRecReady, forced on while ZorConfigMIDIDriver opens the row for its dialog.
+extern std::atomic<std::uint8_t> EnablePitchRec;

@@ -1,0 +1,10 @@
+// What every subsystem needs of the library's own module.
+#pragma once
+
+#include "platform/platform.h"
+
+// The library's module handle, kept from the load notification: source of its strings and dialogs.
+extern HINSTANCE ModuleInstance;
+
+// Full path of the ini file, beside the library. The bare name before the first MIDISysInit.
+extern char IniPath[260];

@@ -1,0 +1,12 @@
+// The entry for everything received.
+#pragma once
+
+#include "engine/zormidi.h"
+
+#include <cstdint>
+
+// Feeds the external clock, stamps the record with the time base, files it in queue 0 unless it is
+// filtered out, and echoes it. event is changed. aged 0: Time comes in as a timeGetTime value;
+// aged 1: as an age in milliseconds, counted back from now.
+// Thread: MIDI input, timer. Real time: yes, as the devices allow while echo is on.
+void RcvEvent(MIDIEvent* event, std::uint8_t aged);

@@ -1,0 +1,20 @@
+// Steering the machine that libzorplatform plays: for hosts and tests, never for the library.
+//
+// The machine is virtual: its devices live in memory and in files, its clock is real or stepped by
+// hand, and any call can be made to fail. Each kind of device has a header of its own:
+#pragma once
+
+#include "platform/virtual/boxes.h"
+#include "platform/virtual/clock.h"
+#include "platform/virtual/faults.h"
+#include "platform/virtual/midi.h"
+#include "platform/virtual/modules.h"
+
+namespace machine {
+
+// Puts the machine back to its state at load: real clock, no devices, no faults, no boxes, module
+// paths as the system has them. Every open handle and pending timer is dropped. The library must be
+// closed. Thread: the one that steers.
+void PowerOn();
+
+} // namespace machine

@@ -1,0 +1,91 @@
+// DirectSound capture. Nothing here is linked: a caller loads "DSOUND.DLL" and looks up the two
+// entry points by name, and whether it is there is a setting of the machine.
+#pragma once
+
+#include "platform/system/types.h"
+#include "platform/system/wave.h"
+
+struct GUID {
+    std::uint32_t Data1;
+    std::uint16_t Data2;
+    std::uint16_t Data3;
+    std::uint8_t Data4[8];
+    friend bool operator==(const GUID&, const GUID&) = default;
+};
+static_assert(sizeof(GUID) == 16);
+using REFIID = const GUID&;
+using LPGUID = GUID*;
+using LPCGUID = const GUID*;
+
+struct IUnknown {
+    virtual HRESULT QueryInterface(REFIID id, void** object) = 0;
+    virtual DWORD AddRef() = 0;
+    virtual DWORD Release() = 0;
+
+protected:
+    ~IUnknown() = default;
+};
+using LPUNKNOWN = IUnknown*;
+
+constexpr HRESULT DS_OK = 0;
+constexpr HRESULT DSERR_ALLOCATED = static_cast<HRESULT>(0x8878000Au);
+constexpr HRESULT DSERR_NODRIVER = static_cast<HRESULT>(0x88780078u);
+constexpr HRESULT DSERR_INVALIDPARAM = static_cast<HRESULT>(0x80070057u);
+constexpr HRESULT DSERR_GENERIC = static_cast<HRESULT>(0x80004005u);
+constexpr HRESULT E_NOINTERFACE = static_cast<HRESULT>(0x80004002u);
+constexpr bool SUCCEEDED(HRESULT result) { return result >= 0; }
+constexpr bool FAILED(HRESULT result) { return result < 0; }
+
+constexpr DWORD DSCBSTART_LOOPING = 1;
+constexpr GUID IID_IDirectSoundNotify = {
+    0xb0210783, 0x89cd, 0x11d0, {0xaf, 0x08, 0x00, 0xa0, 0xc9, 0x25, 0xcd, 0x16}};
+
+// The system's record has grown since; a caller that wants the first form sets dwSize to 20 (with
+// 32-bit pointers) or DSCBUFFERDESC1's size.
+struct DSCBUFFERDESC {
+    DWORD dwSize;
+    DWORD dwFlags;
+    DWORD dwBufferBytes;
+    DWORD dwReserved;
+    WAVEFORMATEX* lpwfxFormat;
+    DWORD dwFXCount;
+    void* lpDSCFXDesc;
+};
+struct DSCBUFFERDESC1 {
+    DWORD dwSize;
+    DWORD dwFlags;
+    DWORD dwBufferBytes;
+    DWORD dwReserved;
+    WAVEFORMATEX* lpwfxFormat;
+};
+struct DSBPOSITIONNOTIFY {
+    DWORD dwOffset;
+    HANDLE hEventNotify;
+};
+struct DSCCAPS;
+struct DSCBCAPS;
+
+struct IDirectSoundCaptureBuffer : IUnknown {
+    virtual HRESULT GetCaps(DSCBCAPS* caps) = 0;
+    virtual HRESULT GetCurrentPosition(DWORD* captured, DWORD* readable) = 0;
+    virtual HRESULT GetFormat(WAVEFORMATEX* format, DWORD size, DWORD* written) = 0;
+    virtual HRESULT GetStatus(DWORD* status) = 0;
+    virtual HRESULT Initialize(struct IDirectSoundCapture* owner, const DSCBUFFERDESC* desc) = 0;
+    virtual HRESULT Lock(DWORD offset, DWORD bytes, void** first, DWORD* firstBytes, void** second,
+                         DWORD* secondBytes, DWORD flags) = 0;
+    virtual HRESULT Start(DWORD flags) = 0;
+    virtual HRESULT Stop() = 0;
+    virtual HRESULT Unlock(void* first, DWORD firstBytes, void* second, DWORD secondBytes) = 0;
+};
+struct IDirectSoundCapture : IUnknown {
+    virtual HRESULT CreateCaptureBuffer(const DSCBUFFERDESC* desc,
+                                        IDirectSoundCaptureBuffer** buffer, IUnknown* outer) = 0;
+    virtual HRESULT GetCaps(DSCCAPS* caps) = 0;
+    virtual HRESULT Initialize(const GUID* device) = 0;
+};
+struct IDirectSoundNotify : IUnknown {
+    virtual HRESULT SetNotificationPositions(DWORD count, const DSBPOSITIONNOTIFY* positions) = 0;
+};
+
+using LPDSENUMCALLBACKA = BOOL(CALLBACK*)(LPGUID guid, LPCSTR description, LPCSTR module,
+                                          LPVOID context);

@@ -1,0 +1,72 @@
+// Kernel services: critical sections, global memory, modules, private-profile files, events,
+// waits and threads.
+#pragma once
+
+#include "platform/system/types.h"
+
+#include <atomic>
+
+// A lock that its owner may enter again. Entering an unowned one is one atomic exchange.
+struct CRITICAL_SECTION {
+    std::atomic<DWORD> Owner{0};  // thread id of the owner, 0 for none
+    std::atomic<int> State{0};    // 0 free, 1 held, 2 held with threads waiting
+    int Depth = 0;                // entries of the owner, touched by the owner only
+};
+PLATFORM_API void InitializeCriticalSection(CRITICAL_SECTION* section);
+PLATFORM_API void DeleteCriticalSection(CRITICAL_SECTION* section);
+PLATFORM_API void EnterCriticalSection(CRITICAL_SECTION* section);
+PLATFORM_API BOOL TryEnterCriticalSection(CRITICAL_SECTION* section);
+PLATFORM_API void LeaveCriticalSection(CRITICAL_SECTION* section);
+
+// Never 0, and the same for the life of the thread.
+PLATFORM_API DWORD GetCurrentThreadId();
+
+constexpr UINT GMEM_MOVEABLE = 0x0002;
+constexpr UINT GMEM_ZEROINIT = 0x0040;
+constexpr UINT GMEM_SHARE = 0x2000;
+constexpr UINT GPTR = 0x0040;
+PLATFORM_API HGLOBAL GlobalAlloc(UINT flags, SIZE_T bytes);
+PLATFORM_API LPVOID GlobalLock(HGLOBAL memory);
+PLATFORM_API BOOL GlobalUnlock(HGLOBAL memory);
+PLATFORM_API HGLOBAL GlobalHandle(const void* address);
+PLATFORM_API HGLOBAL GlobalFree(HGLOBAL memory);
+
+using FARPROC = INT_PTR(WINAPI*)();
+PLATFORM_API DWORD GetModuleFileNameA(HMODULE module, LPSTR path, DWORD size);
+PLATFORM_API HMODULE LoadLibraryA(LPCSTR name);
+PLATFORM_API FARPROC GetProcAddress(HMODULE module, LPCSTR name);
+PLATFORM_API BOOL FreeLibrary(HMODULE module);
+PLATFORM_API int LoadStringA(HINSTANCE module, UINT id, LPSTR buffer, int size);
+// drive may come back empty; directory ends in its separator.
+PLATFORM_API void _splitpath(const char* path, char* drive, char* directory, char* name,
+                             char* extension);
+constexpr int _MAX_PATH = 260;
+constexpr int _MAX_DRIVE = 3;
+constexpr int _MAX_DIR = 256;
+constexpr DWORD DLL_PROCESS_ATTACH = 1;
+
+PLATFORM_API DWORD GetPrivateProfileStringA(LPCSTR section, LPCSTR key, LPCSTR fallback,
+                                            LPSTR buffer, DWORD size, LPCSTR file);
+PLATFORM_API UINT GetPrivateProfileIntA(LPCSTR section, LPCSTR key, int fallback, LPCSTR file);
+PLATFORM_API BOOL WritePrivateProfileStringA(LPCSTR section, LPCSTR key, LPCSTR value, LPCSTR file);
+
+constexpr DWORD WAIT_OBJECT_0 = 0;
+constexpr DWORD WAIT_TIMEOUT = 0x102;
+constexpr DWORD WAIT_FAILED = 0xFFFFFFFF;
+constexpr DWORD MAXIMUM_WAIT_OBJECTS = 64;
+PLATFORM_API HANDLE CreateEventA(void* security, BOOL manualReset, BOOL signalled, LPCSTR name);
+PLATFORM_API BOOL SetEvent(HANDLE event);
+PLATFORM_API BOOL ResetEvent(HANDLE event);
+PLATFORM_API DWORD WaitForSingleObject(HANDLE object, DWORD milliseconds);
+PLATFORM_API DWORD WaitForMultipleObjects(DWORD count, const HANDLE* objects, BOOL all,
+                                          DWORD milliseconds);
+PLATFORM_API BOOL CloseHandle(HANDLE handle);
+// A thread started this way closes its own handle when it ends.
+PLATFORM_API std::uintptr_t _beginthread(void (*start)(void*), unsigned stackSize, void* argument);
+// Gives a handle that stays until CloseHandle; the start function ends the thread by returning.
+PLATFORM_API std::uintptr_t _beginthreadex(void* security, unsigned stackSize,
+                                           unsigned(WINAPI* start)(void*), void* argument,
+                                           unsigned flags, unsigned* id);
+PLATFORM_API void _endthread();
+PLATFORM_API void Sleep(DWORD milliseconds);
+PLATFORM_API DWORD GetTickCount();

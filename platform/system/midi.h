@@ -1,0 +1,63 @@
+// MIDI devices.
+#pragma once
+
+#include "platform/system/types.h"
+
+PLATFORM_HANDLE(HMIDIIN);
+PLATFORM_HANDLE(HMIDIOUT);
+
+struct MIDIINCAPSA {
+    WORD wMid;
+    WORD wPid;
+    UINT vDriverVersion;
+    char szPname[MAXPNAMELEN];
+    DWORD dwSupport;
+};
+struct MIDIOUTCAPSA {
+    WORD wMid;
+    WORD wPid;
+    UINT vDriverVersion;
+    char szPname[MAXPNAMELEN];
+    WORD wTechnology;
+    WORD wVoices;
+    WORD wNotes;
+    WORD wChannelMask;
+    DWORD dwSupport;
+};
+
+constexpr UINT MIDI_MAPPER = 0xFFFFFFFF;
+constexpr DWORD MIDI_IO_STATUS = 0x20;
+constexpr DWORD MIDICAPS_CACHE = 0x0004;
+constexpr UINT MIDI_CACHE_BESTFIT = 2;
+constexpr UINT MIDI_CACHE_QUERY = 3;
+constexpr int MIDIPATCHSIZE = 128;
+constexpr UINT MIM_OPEN = 961;
+constexpr UINT MIM_CLOSE = 962;
+constexpr UINT MIM_DATA = 963;
+constexpr UINT MIM_LONGDATA = 964;
+constexpr UINT MIM_ERROR = 965;
+constexpr UINT MIM_LONGERROR = 966;
+constexpr UINT MIM_MOREDATA = 972;
+constexpr MMRESULT MIDIERR_STILLPLAYING = 65;
+constexpr MMRESULT MIDIERR_NOTREADY = 67;
+constexpr MMRESULT MIDIERR_NODEVICE = 68;
+
+PLATFORM_API UINT midiInGetNumDevs();
+PLATFORM_API MMRESULT midiInGetDevCapsA(UINT_PTR device, MIDIINCAPSA* caps, UINT size);
+PLATFORM_API MMRESULT midiInOpen(HMIDIIN* handle, UINT device, DWORD_PTR callback,
+                                 DWORD_PTR instance, DWORD flags);
+PLATFORM_API MMRESULT midiInStart(HMIDIIN handle);
+PLATFORM_API MMRESULT midiInStop(HMIDIIN handle);
+PLATFORM_API MMRESULT midiInReset(HMIDIIN handle);
+PLATFORM_API MMRESULT midiInClose(HMIDIIN handle);
+PLATFORM_API MMRESULT midiInGetErrorTextA(MMRESULT code, LPSTR text, UINT size);
+
+PLATFORM_API UINT midiOutGetNumDevs();
+PLATFORM_API MMRESULT midiOutGetDevCapsA(UINT_PTR device, MIDIOUTCAPSA* caps, UINT size);
+PLATFORM_API MMRESULT midiOutOpen(HMIDIOUT* handle, UINT device, DWORD_PTR callback,
+                                  DWORD_PTR instance, DWORD flags);
+PLATFORM_API MMRESULT midiOutReset(HMIDIOUT handle);
+PLATFORM_API MMRESULT midiOutClose(HMIDIOUT handle);
+PLATFORM_API MMRESULT midiOutShortMsg(HMIDIOUT handle, DWORD message);
+PLATFORM_API MMRESULT midiOutCachePatches(HMIDIOUT handle, UINT bank, WORD* patches, UINT flag);
+PLATFORM_API MMRESULT midiOutGetErrorTextA(MMRESULT code, LPSTR text, UINT size);

@@ -1,0 +1,115 @@
+// Audio mixer lines and controls.
+#pragma once
+
+#include "platform/system/types.h"
+
+PLATFORM_HANDLE(HMIXER);
+PLATFORM_HANDLE(HMIXEROBJ);
+
+constexpr int MIXER_SHORT_NAME_CHARS = 16;
+constexpr int MIXER_LONG_NAME_CHARS = 64;
+
+struct MIXERCAPSA {
+    WORD wMid;
+    WORD wPid;
+    UINT vDriverVersion;
+    char szPname[MAXPNAMELEN];
+    DWORD fdwSupport;
+    DWORD cDestinations;
+};
+struct MIXERLINEA {
+    DWORD cbStruct;
+    DWORD dwDestination;
+    DWORD dwSource;
+    DWORD dwLineID;
+    DWORD fdwLine;
+    DWORD_PTR dwUser;
+    DWORD dwComponentType;
+    DWORD cChannels;
+    DWORD cConnections;
+    DWORD cControls;
+    char szShortName[MIXER_SHORT_NAME_CHARS];
+    char szName[MIXER_LONG_NAME_CHARS];
+    struct {
+        DWORD dwType;
+        DWORD dwDeviceID;
+        WORD wMid;
+        WORD wPid;
+        UINT vDriverVersion;
+        char szPname[MAXPNAMELEN];
+    } Target;
+};
+struct MIXERCONTROLA {
+    DWORD cbStruct;
+    DWORD dwControlID;
+    DWORD dwControlType;
+    DWORD fdwControl;
+    DWORD cMultipleItems;
+    char szShortName[MIXER_SHORT_NAME_CHARS];
+    char szName[MIXER_LONG_NAME_CHARS];
+    union {
+        struct {
+            LONG lMinimum, lMaximum;
+        };
+        struct {
+            DWORD dwMinimum, dwMaximum;
+        };
+        DWORD dwReserved[6];
+    } Bounds;
+    union {
+        DWORD cSteps;
+        DWORD cbCustomData;
+        DWORD dwReserved[6];
+    } Metrics;
+};
+static_assert(sizeof(MIXERCONTROLA) == 148);
+struct MIXERLINECONTROLSA {
+    DWORD cbStruct;
+    DWORD dwLineID;
+    union {
+        DWORD dwControlID;
+        DWORD dwControlType;
+    };
+    DWORD cControls;
+    DWORD cbmxctrl;
+    MIXERCONTROLA* pamxctrl;
+};
+struct MIXERCONTROLDETAILS {
+    DWORD cbStruct;
+    DWORD dwControlID;
+    DWORD cChannels;
+    union {
+        HWND hwndOwner;
+        DWORD cMultipleItems;
+    };
+    DWORD cbDetails;
+    LPVOID paDetails;
+};
+
+constexpr DWORD MIXERLINE_COMPONENTTYPE_DST_SPEAKERS = 4;
+constexpr DWORD MIXERLINE_COMPONENTTYPE_DST_WAVEIN = 7;
+constexpr DWORD MIXERLINE_COMPONENTTYPE_SRC_LINE = 0x1002;
+constexpr DWORD MIXERLINE_COMPONENTTYPE_SRC_MICROPHONE = 0x1003;
+constexpr DWORD MIXERCONTROL_CONTROLTYPE_VOLUME = 0x50030001;
+constexpr DWORD MIXERCONTROL_CONTROLTYPE_MUTE = 0x20010002;
+constexpr DWORD MIXERCONTROL_CONTROLF_UNIFORM = 1;
+constexpr DWORD MIXER_GETLINEINFOF_DESTINATION = 0;
+constexpr DWORD MIXER_GETLINEINFOF_SOURCE = 1;
+constexpr DWORD MIXER_GETLINEINFOF_COMPONENTTYPE = 3;
+constexpr DWORD MIXER_GETLINECONTROLSF_ONEBYTYPE = 2;
+constexpr DWORD MIXER_OBJECTF_WAVEIN = 0x20000000;
+constexpr MMRESULT MIXERR_INVALLINE = 1024;
+constexpr MMRESULT MIXERR_INVALCONTROL = 1025;
+
+PLATFORM_API UINT mixerGetNumDevs();
+PLATFORM_API MMRESULT mixerGetDevCapsA(UINT_PTR mixer, MIXERCAPSA* caps, UINT size);
+PLATFORM_API MMRESULT mixerOpen(HMIXER* handle, UINT mixer, DWORD_PTR callback, DWORD_PTR instance,
+                                DWORD flags);
+PLATFORM_API MMRESULT mixerClose(HMIXER handle);
+PLATFORM_API MMRESULT mixerGetLineInfoA(HMIXEROBJ mixer, MIXERLINEA* line, DWORD flags);
+PLATFORM_API MMRESULT mixerGetLineControlsA(HMIXEROBJ mixer, MIXERLINECONTROLSA* controls,
+                                            DWORD flags);
+PLATFORM_API MMRESULT mixerGetControlDetailsA(HMIXEROBJ mixer, MIXERCONTROLDETAILS* details,
+                                              DWORD flags);
+PLATFORM_API MMRESULT mixerSetControlDetails(HMIXEROBJ mixer, MIXERCONTROLDETAILS* details,
+                                             DWORD flags);

@@ -1,0 +1,54 @@
+// The machine's MIDI devices: named ports in memory, and cables between them.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace machine {
+
+// Adds a device and gives its device number. Names are cut to 31 characters, as the system does.
+// A device refuses a second open with MMSYSERR_ALLOCATED. support is dwSupport of its capabilities.
+int AddMidiInput(const std::string& name);
+int AddMidiOutput(const std::string& name, std::uint32_t support = 0);
+
+// Whatever is sent to the output device arrives at the input device, latency milliseconds later.
+// An output that MIDI_MAPPER opens is device 0's.
+void Connect(int output, int input, std::uint32_t latencyMilliseconds = 0);
+
+// Removes all MIDI devices and cables. All handles must be closed.
+void RemoveMidiDevices();
+
+// A device that has been unplugged is no longer listed; calls on an open handle fail with
+// MMSYSERR_NODRIVER, but for close, which succeeds. Device numbers behind it move down.
+void UnplugMidiInput(const std::string& name);
+void UnplugMidiOutput(const std::string& name);
+
+// A message arriving at an input from outside, now. Lost unless the device is open and started, as
+// on a real one. packed is status, data 1, data 2 from the low byte up. The callback runs on the
+// machine's callback thread, or with the stepped clock inside the next Advance.
+void ReceiveMidi(int input, std::uint32_t packed);
+
+// As the device layer would call back by itself: runs the callback that midiInOpen was given, on
+// the calling thread, with any message code. False if the device is not open.
+bool CallBackMidi(int input, unsigned message, std::uintptr_t first, std::uintptr_t second);
+
+// What an output device was sent, in order, while recording is on (on at load; the record then
+// grows). With recording off a send allocates nothing.
+struct SentMidi {
+    std::uint64_t Microseconds; // on the machine's clock
+    int Device;
+    std::uint32_t Message; // packed, top byte 0
+    bool Reset;            // midiOutReset, Message 0
+};
+void RecordSentMidi(bool on);
+std::vector<SentMidi> TakeSentMidi();
+
+// Handles open now.
+int OpenMidiInputs();
+int OpenMidiOutputs();
+
+// Patches that a device with MIDICAPS_CACHE has cached: for each patch a mask of channels.
+std::vector<std::uint16_t> CachedPatches(int output);
+
+} // namespace machine
