@@ -1,0 +1,29 @@
+# The product: one shared library from all subsystems, exporting the 29 functions and nothing else.
+set(ZOR_SUBSYSTEMS support engine mme soundin pitchrec setup resources)
+list(TRANSFORM ZOR_SUBSYSTEMS REPLACE "(.+)" "$<TARGET_OBJECTS:zor_\\1>" OUTPUT_VARIABLE zor_objects)
+
+add_library(zormidi SHARED ${zor_objects})
+add_library(zormidi::zormidi ALIAS zormidi)
+target_include_directories(zormidi INTERFACE
+  $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/engine> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+target_link_libraries(zormidi PRIVATE zor_options)
+
+if(WIN32)
+  target_sources(zormidi PRIVATE engine/zormidi.def)
+  set_target_properties(zormidi PROPERTIES PREFIX "" OUTPUT_NAME "ZORMIDI" SUFFIX ".DLL")
+  target_link_options(zormidi PRIVATE -static -Wl,--kill-at -Wl,--enable-stdcall-fixup)
+  target_link_libraries(zormidi PRIVATE winmm user32 gdi32 comctl32 shell32)
+else()
+  # Loading on this system: hands the module its handle and its resources, as the loader of the
+  # other one does.
+  target_sources(zormidi PRIVATE platform/attach.cpp)
+  target_link_libraries(zormidi PRIVATE zorplatform)
+  set_target_properties(zormidi PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
+    LINK_DEPENDS ${PROJECT_SOURCE_DIR}/engine/zormidi.map)
+  target_link_options(zormidi PRIVATE
+    -Wl,--version-script=${PROJECT_SOURCE_DIR}/engine/zormidi.map -Wl,--no-undefined)
+
+  # The same objects for tests and benches that look inside.
+  add_library(zor_inside STATIC ${zor_objects} platform/attach.cpp)
+  target_link_libraries(zor_inside PUBLIC zor_options zorplatform)
+endif()

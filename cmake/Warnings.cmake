@@ -1,0 +1,25 @@
+# zor_options: what every target of ours is compiled with.
+add_library(zor_options INTERFACE)
+target_include_directories(zor_options INTERFACE ${PROJECT_SOURCE_DIR})
+target_compile_options(zor_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wold-style-cast -Wcast-align -Wundef
+  -Wimplicit-fallthrough -Wextra-semi -Wnull-dereference)
+if(ZOR_WERROR)
+  target_compile_options(zor_options INTERFACE -Werror)
+endif()
+if(WIN32)
+  # The system's own headers meet none of these, and its callbacks are cast to their documented type.
+  target_compile_options(zor_options INTERFACE -Wno-pedantic -Wno-old-style-cast -Wno-cast-function-type
+    -Wno-undef -Wno-attributes)
+endif()
+if(ZOR_SANITIZE)
+  target_compile_options(zor_options INTERFACE -fsanitize=${ZOR_SANITIZE} -fno-omit-frame-pointer -g)
+  target_link_options(zor_options INTERFACE -fsanitize=${ZOR_SANITIZE})
+endif()
+
+# zor_subsystem(name sources...): an object library of the product. Only zor_options is linked, so
+# that nothing but the platform seam can be included across.
+function(zor_subsystem name)
+  add_library(zor_${name} OBJECT ${ARGN})
+  target_link_libraries(zor_${name} PUBLIC zor_options)
+endfunction()
