@@ -1,0 +1,23 @@
+# What `cmake --install` gives: the header, the library and the system's stand-in, zorhost, a CMake
+# package and a pkg-config file.
+include(CMakePackageConfigHelpers)
+
+set_target_properties(zormidi zorplatform PROPERTIES INSTALL_RPATH "$ORIGIN")
+install(TARGETS zormidi zorplatform EXPORT zormidiTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(FILES engine/zormidi.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(EXPORT zormidiTargets NAMESPACE zormidi:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zormidi)
+
+configure_package_config_file(cmake/zormidiConfig.cmake.in zormidiConfig.cmake
+  INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zormidi)
+write_basic_package_version_file(zormidiConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zormidiConfig.cmake
+              ${CMAKE_CURRENT_BINARY_DIR}/zormidiConfigVersion.cmake
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zormidi)
+
+configure_file(cmake/zormidi.pc.in zormidi.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zormidi.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+if(TARGET zorhost)
+  set_target_properties(zorhost PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+  install(TARGETS zorhost RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+endif()
