@@ -5,9 +5,11 @@
 #pragma once
 
 #include "platform/virtual/boxes.h"
+#include "platform/virtual/capture.h"
 #include "platform/virtual/clock.h"
 #include "platform/virtual/faults.h"
 #include "platform/virtual/midi.h"
+#include "platform/virtual/mixer.h"
 #include "platform/virtual/modules.h"
 
 namespace machine {

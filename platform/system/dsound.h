@@ -29,14 +29,25 @@ using LPUNKNOWN = IUnknown*;
 
 constexpr HRESULT DS_OK = 0;
 constexpr HRESULT DSERR_ALLOCATED = static_cast<HRESULT>(0x8878000Au);
+constexpr HRESULT DSERR_INVALIDCALL = static_cast<HRESULT>(0x88780032u);
+constexpr HRESULT DSERR_BADFORMAT = static_cast<HRESULT>(0x88780064u);
 constexpr HRESULT DSERR_NODRIVER = static_cast<HRESULT>(0x88780078u);
 constexpr HRESULT DSERR_INVALIDPARAM = static_cast<HRESULT>(0x80070057u);
 constexpr HRESULT DSERR_GENERIC = static_cast<HRESULT>(0x80004005u);
+constexpr HRESULT DSERR_OUTOFMEMORY = static_cast<HRESULT>(0x8007000Eu);
+constexpr HRESULT DSERR_NOAGGREGATION = static_cast<HRESULT>(0x80040110u);
+constexpr HRESULT DSERR_ALREADYINITIALIZED = static_cast<HRESULT>(0x88780082u);
+constexpr HRESULT DSERR_UNSUPPORTED = static_cast<HRESULT>(0x80004001u);
 constexpr HRESULT E_NOINTERFACE = static_cast<HRESULT>(0x80004002u);
 constexpr bool SUCCEEDED(HRESULT result) { return result >= 0; }
 constexpr bool FAILED(HRESULT result) { return result < 0; }
 
 constexpr DWORD DSCBSTART_LOOPING = 1;
+constexpr DWORD DSCBLOCK_ENTIREBUFFER = 1;
+constexpr DWORD DSCBSTATUS_CAPTURING = 1;
+constexpr DWORD DSCBSTATUS_LOOPING = 2;
+// An offset for the event that tells the stop.
+constexpr DWORD DSBPN_OFFSETSTOP = 0xFFFFFFFF;
 constexpr GUID IID_IDirectSoundNotify = {
     0xb0210783, 0x89cd, 0x11d0, {0xaf, 0x08, 0x00, 0xa0, 0xc9, 0x25, 0xcd, 0x16}};
 

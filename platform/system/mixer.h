@@ -39,6 +39,9 @@ struct MIXERLINEA {
         char szPname[MAXPNAMELEN];
     } Target;
 };
+// The bounds are told by nameless records in a union, as the system declares them.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wpedantic"
 struct MIXERCONTROLA {
     DWORD cbStruct;
     DWORD dwControlID;
@@ -62,6 +65,7 @@ struct MIXERCONTROLA {
         DWORD dwReserved[6];
     } Metrics;
 };
+#pragma GCC diagnostic pop
 static_assert(sizeof(MIXERCONTROLA) == 148);
 struct MIXERLINECONTROLSA {
     DWORD cbStruct;
@@ -95,7 +99,10 @@ constexpr DWORD MIXERCONTROL_CONTROLTYPE_MUTE = 0x20010002;
 constexpr DWORD MIXERCONTROL_CONTROLF_UNIFORM = 1;
 constexpr DWORD MIXER_GETLINEINFOF_DESTINATION = 0;
 constexpr DWORD MIXER_GETLINEINFOF_SOURCE = 1;
+constexpr DWORD MIXER_GETLINEINFOF_LINEID = 2;
 constexpr DWORD MIXER_GETLINEINFOF_COMPONENTTYPE = 3;
+constexpr DWORD MIXER_GETLINECONTROLSF_ALL = 0;
+constexpr DWORD MIXER_GETLINECONTROLSF_ONEBYID = 1;
 constexpr DWORD MIXER_GETLINECONTROLSF_ONEBYTYPE = 2;
 constexpr DWORD MIXER_OBJECTF_WAVEIN = 0x20000000;
 constexpr MMRESULT MIXERR_INVALLINE = 1024;
