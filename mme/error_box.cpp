@@ -1,0 +1,15 @@
+#include "engine/module.h"
+#include "mme/ports.h"
+
+void ReportMMEError(MMRESULT code, bool output) {
+    if (code == MMSYSERR_NOERROR) return;
+    char text[256];
+    text[0] = '\0';
+    if (output)
+        midiOutGetErrorTextA(code, text, sizeof text);
+    else
+        midiInGetErrorTextA(code, text, sizeof text);
+    char caption[30] = "";
+    LoadStringA(ModuleInstance, MapperName, caption, sizeof caption);
+    MessageBoxA(GetFocus(), text, caption, MB_OK | MB_ICONEXCLAMATION | MB_TASKMODAL);
+}

@@ -1,0 +1,47 @@
+// Opening, starting and closing the input ports.
+#include "mme/ports.h"
+
+namespace {
+
+MMRESULT OpenPort(MMEInPort& port) {
+    HMIDIIN handle = nullptr;
+    const MMRESULT code = midiInOpen(&handle, static_cast<UINT>(port.DeviceID),
+                                     reinterpret_cast<DWORD_PTR>(&MmeMidiInCallBack), 0,
+                                     CALLBACK_FUNCTION | MIDI_IO_STATUS);
+    if (code != MMSYSERR_NOERROR) return code;
+    if (!handle) return MMSYSERR_NOERROR;
+    port.Handle = handle;
+    return midiInReset(handle);
+}
+
+} // namespace
+
+MMRESULT OpenInPorts() {
+    for (MMEInPort& port : InPorts) {
+        if (port.DeviceID == NoDevice) continue;
+        if (const MMRESULT code = OpenPort(port)) return code;
+    }
+    return MMSYSERR_NOERROR;
+}
+
+MMRESULT StartInPorts() {
+    for (MMEInPort& port : InPorts) {
+        const HMIDIIN handle = port.Handle;
+        if (!handle) continue;
+        port.StartTime = timeGetTime(); // for a message that comes before midiInStart returns
+        if (const MMRESULT code = midiInStart(handle)) return code;
+        port.StartTime = timeGetTime();
+    }
+    return MMSYSERR_NOERROR;
+}
+
+MMRESULT CloseInPorts() {
+    for (MMEInPort& port : InPorts) {
+        const HMIDIIN handle = port.Handle;
+        if (!handle) continue;
+        if (const MMRESULT code = midiInReset(handle)) return code;
+        if (const MMRESULT code = midiInClose(handle)) return code;
+        port.Handle = nullptr;
+    }
+    return MMSYSERR_NOERROR;
+}

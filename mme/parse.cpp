@@ -1,0 +1,62 @@
+// From what an input device delivers to a record for the engine.
+#include "engine/receive.h"
+#include "mme/ports.h"
+
+#include <array>
+
+namespace {
+
+enum class Treatment : std::uint8_t {
+    Dropped,
+    Passes, // from every port
+    Gated,  // in external sync from the sync master only
+};
+struct StatusRule {
+    Treatment Rule;
+    std::uint8_t Length; // data bytes
+};
+
+constexpr std::array<StatusRule, 256> MakeStatusRules() {
+    std::array<StatusRule, 256> rules{}; // all dropped
+    for (int status = 0x80; status < 0xF0; ++status) rules[status] = {Treatment::Passes, 2};
+    for (int status = 0xC0; status < 0xE0; ++status) rules[status] = {Treatment::Passes, 1};
+    rules[0xF2] = {Treatment::Gated, 2};  // Song Position
+    rules[0xF3] = {Treatment::Gated, 1};  // Song Select
+    rules[0xF6] = {Treatment::Passes, 0}; // Tune Request
+    rules[0xF8] = {Treatment::Gated, 0};  // Timing Clock
+    rules[0xFA] = {Treatment::Gated, 0};  // Start
+    rules[0xFB] = {Treatment::Gated, 0};  // Continue
+    rules[0xFC] = {Treatment::Gated, 0};  // Stop
+    return rules;
+}
+constexpr std::array<StatusRule, 256> StatusRules = MakeStatusRules();
+
+int RowOf(HMIDIIN handle) {
+    if (!handle) return -1;
+    for (int row = 0; row < PortRows; ++row)
+        if (InPorts[row].Handle == handle) return row;
+    return -1;
+}
+
+} // namespace
+
+void ParseMidiIn(HMIDIIN handle, std::uint32_t packed, std::uint32_t stamp) {
+    const std::uint8_t status = packed & 0xFF;
+    const StatusRule rule = StatusRules[status];
+    if (rule.Rule == Treatment::Dropped) return;
+    const int row = RowOf(handle);
+    if (row < 0) return;
+    if (rule.Rule == Treatment::Gated && SyncEnabled && row != SyncMaster) return;
+
+    const MMEInPort& port = InPorts[row];
+    const bool channelMessage = status < 0xF0;
+    MIDIEvent event = {};
+    event.Time = static_cast<std::int32_t>(port.StartTime + stamp); // a timeGetTime value
+    event.Length = rule.Length;
+    event.Channel =
+        static_cast<std::int16_t>(port.BaseChannel + (channelMessage ? status & 0x0F : 0));
+    event.Status = channelMessage ? status & 0xF0 : status;
+    event.Data1 = packed >> 8 & 0xFF;
+    event.Data2 = packed >> 16 & 0xFF;
+    RcvEvent(&event, 0);
+}

@@ -1,0 +1,90 @@
+// The driver's 8 + 8 ports: which device each row stands for, and where that device's 16 MIDI
+// channels lie in the library's channel space.
+#pragma once
+
+#include "engine/zormidi.h"
+#include "platform/platform.h"
+
+#include <atomic>
+#include <cstdint>
+
+constexpr int PortRows = 8;
+constexpr int PortChannels = 16;
+constexpr int NameSize = 32; // of a device name, terminator included
+
+// A row without a device; it is skipped when the ports open.
+constexpr std::int32_t NoDevice = -32768;
+// MIDI_MAPPER as DeviceID holds it: the system's default output device. Output rows only.
+constexpr std::int32_t MapperDevice = -1;
+
+// Strings of the module that this driver uses.
+enum : UINT {
+    DeviceTwiceText = 513,
+    NoDeviceName = 514,
+    MapperName = 515, // also the caption of the driver's message boxes
+    ShowAdvancedText = 517,
+    HideAdvancedText = 518,
+    MidiInName = 521,   // what the automatic input choice looks for first,
+    Mpu401InName = 522, // and second
+};
+
+// One row of InPorts. Handle, BaseChannel and StartTime are read by the device's threads; all is
+// written by the host's thread, and all but Handle and StartTime only while the port is closed.
+struct MMEInPort {
+    std::atomic<HMIDIIN> Handle;           // null while closed
+    std::atomic<std::int16_t> BaseChannel; // the Channel of the port's MIDI channel 0
+    char Name[NameSize];                   // as stored and shown; the device may be gone
+    std::int32_t DeviceID;                 // device number or NoDevice
+    std::atomic<std::uint32_t> StartTime;  // timeGetTime when delivery began
+
+    void Clear(); // everything to 0. The port must be closed
+};
+
+// One row of OutPorts. LastStatus and NoteCounts belong to whoever holds the transmit lock; all
+// else is written by the host's thread, and all but Handle only while the port is closed.
+struct MMEOutPort {
+    std::atomic<HMIDIOUT> Handle; // null while closed
+    std::atomic<std::int16_t> BaseChannel;
+    std::uint8_t LastStatus; // the last channel status that the port moved to, 0 after opening
+    char Name[NameSize];
+    std::int32_t DeviceID;    // device number, MapperDevice or NoDevice
+    DWORD Support;            // dwSupport of the device
+    std::uint8_t OutMatch;    // 1: each Note Off of a sounding note goes out; 0: only the last
+    std::uint8_t* NoteCounts; // Note Ons without a Note Off by channel * 128 + note, while open
+
+    void Clear(); // everything to 0, OutMatch too. The port must be closed
+};
+
+extern MMEInPort InPorts[PortRows];
+extern MMEOutPort OutPorts[PortRows];
+
+extern std::uint8_t MidiOutReset;             // output devices are reset before they close
+extern std::atomic<std::int16_t> SyncMaster;  // the row of InPorts that sync messages come from
+extern std::atomic<std::uint8_t> SyncEnabled; // 1: only SyncMaster's sync messages pass
+
+// Fills both tables and the two values above from the ini file and the devices present. Cannot
+// fail: what is missing gets its default. Does nothing while a port is open.
+// Thread: host. Real time: no.
+void LoadMMEConfig();
+
+// Opens or closes all ports of one side that have a device. Give the system's error code, 0 for
+// success, and stop at the first error with the ports as they are then. Thread: host.
+MMRESULT OpenOutPorts();
+MMRESULT CloseOutPorts();
+MMRESULT OpenInPorts(); // opened, not started
+MMRESULT StartInPorts();
+MMRESULT CloseInPorts();
+
+// Sends one record on one open port; a negative Channel goes to all 16 channels of it. False if the
+// port is closed or the device refused, of which the user has then seen a box, or if the record
+// holds a note or program above 127. Thread: any. Real time: as the device allows.
+std::uint8_t XmitToPort(MMEOutPort& port, const MIDIEvent& event);
+
+// Turns one message of an input device into a record for RcvEvent, unless it is one that does not
+// pass. packed: status, data 1, data 2 from the low byte up; stamp: milliseconds since the port was
+// started. Thread: the device's. Real time: yes.
+void ParseMidiIn(HMIDIIN handle, std::uint32_t packed, std::uint32_t stamp);
+
+// Shows the system's text for an error code in a message box, and returns when the user has closed
+// it. 0 shows nothing. Thread: any that holds no lock.
+void ReportMMEError(MMRESULT code, bool output);

@@ -1,0 +1,4 @@
+// The MIDI Setup dialog.
+#include "engine/driver.h"
+
+void MMEConfig(HWND) {}
