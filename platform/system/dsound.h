@@ -87,15 +87,24 @@ struct IDirectSoundCaptureBuffer : IUnknown {
     virtual HRESULT Start(DWORD flags) = 0;
     virtual HRESULT Stop() = 0;
     virtual HRESULT Unlock(void* first, DWORD firstBytes, void* second, DWORD secondBytes) = 0;
+
+protected:
+    ~IDirectSoundCaptureBuffer() = default;
 };
 struct IDirectSoundCapture : IUnknown {
     virtual HRESULT CreateCaptureBuffer(const DSCBUFFERDESC* desc,
                                         IDirectSoundCaptureBuffer** buffer, IUnknown* outer) = 0;
     virtual HRESULT GetCaps(DSCCAPS* caps) = 0;
     virtual HRESULT Initialize(const GUID* device) = 0;
+
+protected:
+    ~IDirectSoundCapture() = default;
 };
 struct IDirectSoundNotify : IUnknown {
     virtual HRESULT SetNotificationPositions(DWORD count, const DSBPOSITIONNOTIFY* positions) = 0;
+
+protected:
+    ~IDirectSoundNotify() = default;
 };
 
 using LPDSENUMCALLBACKA = BOOL(CALLBACK*)(LPGUID guid, LPCSTR description, LPCSTR module,
