@@ -1,0 +1,8 @@
+// The library's resources as the stand-in keeps them, made from the files in resources/.
+#pragma once
+
+#include "platform/virtual/modules.h"
+
+#include <span>
+
+extern const std::span<const machine::StringResource> ModuleStrings;
