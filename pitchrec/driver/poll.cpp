@@ -1,0 +1,39 @@
+// From the recogniser's ring to the receive path, at every expiry of the timer.
+#include "engine/driver.h"
+#include "engine/receive.h"
+#include "pitchrec/driver/prec_driver.h"
+#include "pitchrec/driver/recogniser_guard.h"
+
+namespace {
+
+struct Note {
+    std::int32_t Time;
+    std::int32_t Status;
+    std::int32_t Data1;
+    std::int32_t Data2;
+};
+
+// One waiting note. Without one it refreshes the meter's level instead.
+bool TakeNote(Note& note) {
+    const RecogniserGuard guard;
+    if (!guard || !Recogniser || !Recogniser->IsRunning()) return false;
+    if (Recogniser->GetNote(&note.Time, &note.Status, &note.Data1, &note.Data2)) return true;
+    PRecLevel.store(Recogniser->GetSignalLevel(), std::memory_order_relaxed);
+    return false;
+}
+
+} // namespace
+
+void PollPitchRec() {
+    for (Note note; TakeNote(note);) {
+        MIDIEvent event{};
+        // The age of the note: the receive path counts it back from its own now.
+        event.Time = static_cast<std::int32_t>(timeGetTime() - static_cast<DWORD>(note.Time));
+        event.Channel = static_cast<std::int16_t>(PRecChannel.load(std::memory_order_relaxed));
+        event.Length = 2;
+        event.Status = static_cast<std::uint8_t>(note.Status);
+        event.Data1 = static_cast<std::uint8_t>(note.Data1);
+        event.Data2 = static_cast<std::uint8_t>(note.Data2);
+        RcvEvent(&event, 1);
+    }
+}

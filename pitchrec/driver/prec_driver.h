@@ -1,0 +1,20 @@
+// Row 1 of the driver table: the microphone as a MIDI input. The slots themselves and
+// EnablePitchRec are declared in engine/driver.h.
+#pragma once
+
+#include "pitchrec/pitch_rec.h"
+
+#include <atomic>
+#include <cstdint>
+
+// The one recogniser; null while the row is closed. Written on the host's thread, where the setup
+// dialog may read it freely; the poll reads it under a guard that Close waits for.
+extern Sonorel::PitchRec* Recogniser;
+
+// The settings of section PRECDRVR, as the dialog shows and stores them. Relaxed: single values.
+extern std::atomic<std::uint16_t> PRecChannel;  // zero-based Channel of every recognised note
+extern std::atomic<std::uint16_t> NoteRangeMin; // shown in the dialog; filters nothing
+extern std::atomic<std::uint16_t> NoteRangeMax;
+
+// The input level that the last poll fetched, in sample units, for the meter.
+extern std::atomic<std::int32_t> PRecLevel;

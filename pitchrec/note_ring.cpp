@@ -1,0 +1,33 @@
+#include "pitchrec/note_ring.h"
+
+namespace Sonorel {
+
+void NoteRing::PushNote(std::int32_t time, PackedMessage message) {
+    const std::uint32_t written = Written.load(std::memory_order_relaxed);
+    const std::uint32_t held = written - Read.load(std::memory_order_acquire);
+    if (Capacity - held < WordsPerEntry) return;
+    Words[written % Capacity] = static_cast<std::uint32_t>(time);
+    Words[(written + 1) % Capacity] = message;
+    Written.store(written + WordsPerEntry, std::memory_order_release);
+}
+
+bool NoteRing::TakeNote(std::int32_t& time, PackedMessage& message) {
+    if (Taking.exchange(true, std::memory_order_acquire)) return false;
+    const std::uint32_t read = Read.load(std::memory_order_relaxed);
+    const bool any = Written.load(std::memory_order_acquire) - read >= WordsPerEntry;
+    if (any) {
+        time = static_cast<std::int32_t>(Words[read % Capacity]);
+        message = Words[(read + 1) % Capacity];
+        Read.store(read + WordsPerEntry, std::memory_order_release);
+    }
+    Taking.store(false, std::memory_order_release);
+    return any;
+}
+
+std::uint32_t NoteRing::Count() const {
+    // Read first: it never passes Written, so the difference cannot come out negative.
+    const std::uint32_t read = Read.load(std::memory_order_acquire);
+    return Written.load(std::memory_order_acquire) - read;
+}
+
+} // namespace Sonorel
