@@ -20,9 +20,9 @@ struct MIDIDriverEntry {
     std::uint8_t (*Close)();
     std::uint8_t (*Xmit)(const MIDIEvent* event); // false: a device refused it
     void (*Sync)(std::int16_t mode);
-    void (*Config)(HWND parent); // returns when the dialog has ended
-    std::uint8_t (*Silence)();   // releases what the driver still holds sounding
-    std::uint8_t (*Ready)();     // may it be opened now
+    void (*Config)(HWND parent);      // returns when the dialog has ended
+    std::uint8_t (*Silence)();        // releases what the driver still holds sounding
+    std::uint8_t (*Ready)();          // may it be opened now
     std::atomic<std::uint16_t> Error; // 1 after a failed Open or Xmit, until ZorErrorMIDI
     std::uint8_t TakesSync;           // 0: Sync is always told mode 0
 };

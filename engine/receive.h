@@ -10,3 +10,6 @@
 // aged 1: as an age in milliseconds, counted back from now.
 // Thread: MIDI input, timer. Real time: yes, as the devices allow while echo is on.
 void RcvEvent(MIDIEvent* event, std::uint8_t aged);
+
+// Whether what comes in goes out again. Thread: any. Real time: yes.
+bool EchoIsOn();

@@ -1,0 +1,149 @@
+#include "engine/queues.h"
+
+#include "engine/drivers.h"
+#include "engine/lifecycle.h"
+#include "engine/sections.h"
+
+namespace {
+
+constexpr auto relaxed = std::memory_order_relaxed;
+
+MIDIQueue* Find(int index) {
+    return index >= 0 && index < QueueCount ? &MIDIQueues[index] : nullptr;
+}
+
+void Release(HGLOBAL memory) {
+    if (!memory) return;
+    GlobalUnlock(memory);
+    GlobalFree(memory);
+}
+
+// Memory is taken and given back outside the sections: no real-time thread waits for the heap.
+void FreeQueue(MIDIQueue& queue) {
+    HGLOBAL old;
+    {
+        CountedSection section;
+        old = queue.Replace(nullptr, nullptr, 0);
+    }
+    Release(old);
+}
+
+} // namespace
+
+MIDIQueue MIDIQueues[QueueCount];
+Lock QueueLock;
+std::uint16_t LockDepth = 0;
+std::atomic<DWORD> LockHolder{0};
+
+MIDIEvent* MIDIQueue::After(MIDIEvent* slot) const {
+    return slot + 1 == End ? Start.load(relaxed) : slot + 1;
+}
+
+void MIDIQueue::Empty() {
+    Head = Tail = Start.load(relaxed);
+    Count.store(0, relaxed);
+    ++Resets;
+}
+
+void MIDIQueue::Drop() {
+    Head = After(Head);
+    Count.store(static_cast<std::uint16_t>(Count.load(relaxed) - 1), relaxed);
+}
+
+HGLOBAL MIDIQueue::Replace(HGLOBAL memory, MIDIEvent* address, std::uint16_t slots) {
+    HGLOBAL old = Memory;
+    Memory = memory;
+    Start.store(address, relaxed);
+    End = address + slots;
+    Size.store(slots, relaxed);
+    Etime.store(0, relaxed);
+    Marker.store(0, relaxed);
+    Empty();
+    return old;
+}
+
+bool PushMQ(const MIDIEvent& event, MIDIQueue& queue, bool overwrite) {
+    if (!queue.HasBlock()) return false;
+    CountedSection section;
+    if (!queue.HasBlock()) return false; // freed while this thread waited
+    MIDIEvent* next = queue.After(queue.Tail);
+    const bool full = next == queue.Head;
+    if (full && !overwrite) return false;
+    if (full) {
+        queue.Head = queue.After(queue.Head);
+    } else {
+        queue.Count.store(static_cast<std::uint16_t>(queue.Count.load(relaxed) + 1), relaxed);
+    }
+    *queue.Tail = event;
+    queue.Tail = next;
+    return true;
+}
+
+void EmptyQueue(MIDIQueue& queue) {
+    PlainSection section;
+    queue.Empty();
+}
+
+void EmptyAllQueues() {
+    for (MIDIQueue& queue : MIDIQueues) EmptyQueue(queue);
+}
+
+void FreeAllQueues() {
+    for (MIDIQueue& queue : MIDIQueues) FreeQueue(queue);
+}
+
+ZorBool ZORCALL ZorAllocMIDI(int16_t queue, int16_t slots) ZORNOEXCEPT {
+    MIDIQueue* ring = Find(queue);
+    if (!ring) return 0;
+    FreeQueue(*ring);
+    if (slots == 0) return 1;
+    if (slots < 0 || !LibraryIsUp()) return 0;
+    HGLOBAL memory = GlobalAlloc(GPTR, static_cast<SIZE_T>(slots) * sizeof(MIDIEvent));
+    auto* address = memory ? static_cast<MIDIEvent*>(GlobalLock(memory)) : nullptr;
+    if (!address) {
+        if (memory) GlobalFree(memory);
+        return 0;
+    }
+    {
+        CountedSection section;
+        memory = ring->Replace(memory, address, static_cast<std::uint16_t>(slots));
+    }
+    Release(memory);
+    return 1;
+}
+
+ZorBool ZORCALL ZorFreeMIDI(int16_t queue) ZORNOEXCEPT {
+    MIDIQueue* ring = Find(queue);
+    if (!ring) return 0;
+    FreeQueue(*ring);
+    return 1;
+}
+
+void ZORCALL ZorZeroQueue(int16_t queue) ZORNOEXCEPT {
+    if (MIDIQueue* ring = Find(queue)) EmptyQueue(*ring);
+}
+
+ZorBool ZORCALL ZorReportMQ(int16_t queue, uint16_t* size, uint16_t* count) ZORNOEXCEPT {
+    const MIDIQueue* ring = Find(queue);
+    const bool found = ring && size && count && ring->HasBlock();
+    if (size) *size = found ? ring->Size.load(relaxed) : std::uint16_t{0};
+    if (count) *count = found ? ring->Count.load(relaxed) : std::uint16_t{0};
+    return found;
+}
+
+ZorBool ZORCALL ZorRcv(MIDIEvent* event, ZorBool peek) ZORNOEXCEPT {
+    MIDIQueue& queue = MIDIQueues[InputQueue];
+    if (!event || !queue.Holds()) return 0;
+    CountedSection section;
+    if (!queue.Holds()) return 0; // emptied while this thread waited
+    *event = *queue.Head;
+    if (!peek) queue.Drop();
+    return 1;
+}
+
+ZorBool ZORCALL ZorXmit(uint16_t queue, const MIDIEvent* event) ZORNOEXCEPT {
+    if (!event) return 0;
+    if (queue == ZOR_IMMEDIATE) return XmitToDrivers(*event);
+    MIDIQueue* ring = Find(static_cast<std::int16_t>(queue));
+    return ring && PushMQ(*event, *ring, false);
+}

@@ -1,0 +1,85 @@
+#include "engine/receive.h"
+
+#include "engine/drivers.h"
+#include "engine/queues.h"
+#include "engine/time_base.h"
+
+#include <array>
+#include <atomic>
+
+namespace {
+
+constexpr auto relaxed = std::memory_order_relaxed;
+constexpr int MapEntries = 64;
+constexpr std::uint8_t ActiveSensing = 0xFE;
+constexpr int SystemClass = 7;
+constexpr int NoStatusClass = 15;
+
+// Added to the time that a record's age alone gives, in milliseconds.
+constexpr std::int32_t AgeOffset = -30;
+
+// Relaxed, all of these: a record on its way sees the old or the new value of each.
+std::atomic<std::uint16_t> FilterMask{0};
+std::atomic<std::uint16_t> SysFilterMask{0};
+std::array<std::atomic<std::uint8_t>, MapEntries> EchoMap;
+// Release and acquire: who sees the echo on sees its map.
+std::atomic<std::uint8_t> EchoOn{0};
+
+bool Bit(unsigned mask, unsigned bit) { return (mask >> bit & 1u) != 0; }
+
+bool Passes(std::uint8_t status) {
+    const unsigned kind = status >= 0x80 ? (status >> 4) - 8u : NoStatusClass;
+    if (!Bit(FilterMask.load(relaxed), kind)) return true;
+    return kind == SystemClass && !Bit(SysFilterMask.load(relaxed), status & 15u);
+}
+
+// Times wrap with the millisecond clock, so they are reckoned without sign.
+std::int32_t Stamp(std::int32_t time, bool aged) {
+    const auto given = static_cast<std::uint32_t>(time);
+    if (aged) {
+        const auto now = static_cast<std::uint32_t>(CurrentMIDITime());
+        return static_cast<std::int32_t>(static_cast<std::uint32_t>(AgeOffset) - given + now);
+    }
+    if (ExternalSync()) return CurrentMIDITime();
+    return static_cast<std::int32_t>(given - ReadTimeBase().TimeOrigin);
+}
+
+void Echo(MIDIEvent copy) {
+    const bool mapped = copy.Status < 0xF0 && copy.Channel >= 0 && copy.Channel < MapEntries;
+    if (mapped) copy.Channel = EchoMap[static_cast<std::size_t>(copy.Channel)].load(relaxed);
+    XmitToDrivers(copy);
+}
+
+void SetEchoMap(const std::uint8_t* map) {
+    for (std::size_t channel = 0; channel < MapEntries; ++channel) {
+        EchoMap[channel].store(map ? map[channel] : static_cast<std::uint8_t>(channel), relaxed);
+    }
+}
+
+} // namespace
+
+bool EchoIsOn() { return EchoOn.load(std::memory_order_acquire) != 0; }
+
+void RcvEvent(MIDIEvent* event, std::uint8_t aged) {
+    if (event->Status == ActiveSensing) return;
+    FeedClock(*event);
+    event->Time = Stamp(event->Time, aged != 0);
+    if (Transmitting()) return; // lost, so that an echo never meets a transmission
+    if (Passes(event->Status)) PushMQ(*event, MIDIQueues[InputQueue], true);
+    if (EchoIsOn()) Echo(*event);
+}
+
+void ZORCALL ZorFilterMIDI(uint16_t mask, uint16_t sysMask) ZORNOEXCEPT {
+    FilterMask.store(mask, relaxed);
+    SysFilterMask.store(sysMask, relaxed);
+}
+
+void ZORCALL ZorEchoMIDI(ZorBool on, const uint8_t* map) ZORNOEXCEPT {
+    if (on) SetEchoMap(map);
+    EchoOn.store(on, std::memory_order_release);
+    if (on) {
+        OpenMIDIDrivers();
+    } else {
+        CloseMIDIDrivers();
+    }
+}
