@@ -84,6 +84,21 @@ bool PlayPass() {
     return awaitingClock;
 }
 
+// Plays a pass and programs the expiry for what comes next. False if a record came due while the
+// pass ran: it is to be played at once.
+bool PlayAndProgram(TimerTicket& ticket) {
+    const bool awaitingClock = PlayPass();
+    CancelTimer(ticket);
+    const NextDelay next = DelayToNextEvent();
+    if (!next.Due) {
+        ArmTimer(next.Delay, ticket);
+        return true;
+    }
+    // A record that is due but waits for the clock ends the chain, unless the clock has started
+    // since the pass looked.
+    return awaitingClock && ExternalClockStands();
+}
+
 } // namespace
 
 void PlayQueues(TimerTicket ticket) {
@@ -92,17 +107,7 @@ void PlayQueues(TimerTicket ticket) {
         DeferTimer(ticket);
         return;
     }
-    for (;;) {
-        const bool awaitingClock = PlayPass();
-        CancelTimer(ticket);
-        const NextDelay next = DelayToNextEvent();
-        if (!next.Due) {
-            ArmTimer(next.Delay, ticket);
-            break;
-        }
-        // A record that came due during the pass is played at once. One that waits for the clock
-        // ends the chain, unless the clock has started in the meantime.
-        if (awaitingClock && ExternalClockStands()) break;
+    while (!PlayAndProgram(ticket)) {
     }
     PlayBusy.store(false, std::memory_order_release);
 }
