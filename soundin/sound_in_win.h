@@ -1,0 +1,56 @@
+// Capture through the waveIn functions.
+#pragma once
+
+#include "platform/platform.h"
+#include "soundin/sound_in_system.h"
+
+#include <array>
+#include <cstdint>
+
+namespace Sonorel {
+
+// Steps rate, channels and bits to what the device offers, so GetSampleRate, Channels and
+// BitsPerSample tell the truth after Open. Blocks are delivered in place, on the system's thread.
+// Where Open gives false the user has seen a box, and nothing stays open.
+class SoundInWin : public SoundInSystem {
+public:
+    SoundInWin();
+    ~SoundInWin() override;
+
+    bool Open(std::uint32_t rate) override;
+    bool Close() override;
+    bool Start() override;
+    // On return no callback is running or will run, except that it may be called from within one.
+    bool Stop() override;
+    std::int32_t GetDeviceNames(TextStringArray& names, std::int32_t count) override;
+
+    HWAVEIN WaveIn = nullptr; // from Open to Close
+    std::array<WAVEHDR*, BlockCount> Headers{};
+    std::uint32_t FramesDelivered = 0; // since Start, without the block being delivered
+    MMRESULT LastResult = 0;           // of the last waveIn call of note
+
+protected:
+    bool IsOpen() const override { return WaveIn != nullptr; }
+    void ForgetDevice() override;
+
+private:
+    bool ReportWaveInError(MMRESULT code);
+    bool ChooseFormat(const WAVEINCAPSA& caps, std::uint32_t& rate);
+    bool AllocateBuffers();
+    void FreeBuffers();
+    void OpenMixerOfDevice();
+    void Queue(WAVEHDR* header);
+    void TakeBackBuffers();
+    void AwaitDelivery();
+
+    static void CALLBACK WaveInReady(HWAVEIN handle, UINT message, DWORD_PTR instance,
+                                     DWORD_PTR parameter, DWORD_PTR);
+    void Deliver(WAVEHDR* header);
+    std::uint32_t TimeOfLastFrame(std::uint32_t now, std::uint32_t frames) const;
+
+    // Held while a buffer that came back is dealt with. Only Stop ever makes that wait, once
+    // delivery is off.
+    CRITICAL_SECTION Delivery;
+};
+
+} // namespace Sonorel

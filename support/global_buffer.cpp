@@ -1,0 +1,23 @@
+#include "support/global_buffer.h"
+
+namespace Sonorel {
+
+GlobalBuffer::GlobalBuffer(std::uint32_t size, std::int32_t kind, bool owned)
+    : Kind(kind), Size(size), Owned(owned) {
+    if (TakesBlock() && size > 0)
+        Handle = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT | GMEM_SHARE, size);
+}
+
+GlobalBuffer::~GlobalBuffer() {
+    if (!Owned || !Handle) return;
+    for (; LockCount > 0; --LockCount) GlobalUnlock(Handle);
+    if (TakesBlock()) GlobalFree(Handle);
+}
+
+void* GlobalBuffer::Lock() {
+    if (!Handle) return nullptr;
+    ++LockCount;
+    return GlobalLock(Handle);
+}
+
+} // namespace Sonorel
