@@ -24,11 +24,14 @@
 
 #else
 
+#include "platform/system/controls.h"
 #include "platform/system/dsound.h"
+#include "platform/system/gdi.h"
 #include "platform/system/kernel.h"
 #include "platform/system/midi.h"
 #include "platform/system/mixer.h"
 #include "platform/system/mmtime.h"
+#include "platform/system/shell.h"
 #include "platform/system/types.h"
 #include "platform/system/user.h"
 #include "platform/system/wave.h"

@@ -1,4 +1,4 @@
-// Message boxes, and what dialogs need.
+// Windows, messages, dialogs and message boxes.
 #pragma once
 
 #include "platform/system/types.h"
@@ -14,3 +14,88 @@ constexpr int IDCANCEL = 2;
 
 PLATFORM_API int MessageBoxA(HWND owner, LPCSTR text, LPCSTR caption, UINT flags);
 PLATFORM_API HWND GetFocus();
+
+struct RECT {
+    LONG left, top, right, bottom; // right and bottom lie outside
+};
+
+constexpr WORD LOWORD(DWORD_PTR value) { return static_cast<WORD>(value); }
+constexpr WORD HIWORD(DWORD_PTR value) { return static_cast<WORD>(value >> 16); }
+constexpr WPARAM MAKEWPARAM(WORD low, WORD high) { return low | static_cast<WPARAM>(high) << 16; }
+// A resource's number where its name is asked for.
+inline LPSTR MAKEINTRESOURCEA(WORD id) { return reinterpret_cast<LPSTR>(std::uintptr_t{id}); }
+
+constexpr UINT WM_CLOSE = 0x0010;
+constexpr UINT WM_INITDIALOG = 0x0110;
+constexpr UINT WM_COMMAND = 0x0111;
+constexpr UINT WM_TIMER = 0x0113;
+constexpr UINT WM_VSCROLL = 0x0115;
+constexpr UINT WM_USER = 0x0400;
+
+constexpr DWORD WS_POPUP = 0x80000000;
+constexpr DWORD WS_CHILD = 0x40000000;
+constexpr DWORD WS_VISIBLE = 0x10000000;
+constexpr DWORD WS_CAPTION = 0x00C00000;
+constexpr DWORD WS_BORDER = 0x00800000;
+constexpr DWORD WS_VSCROLL = 0x00200000;
+constexpr DWORD WS_SYSMENU = 0x00080000;
+constexpr DWORD WS_GROUP = 0x00020000;
+constexpr DWORD WS_TABSTOP = 0x00010000;
+constexpr DWORD DS_SETFONT = 0x40;
+constexpr DWORD DS_MODALFRAME = 0x80;
+
+using DLGPROC = INT_PTR(CALLBACK*)(HWND, UINT, WPARAM, LPARAM);
+using TIMERPROC = void(CALLBACK*)(HWND, UINT, UINT_PTR, DWORD);
+
+// Runs a modal dialog of the module's resources to its end and gives what EndDialog was given; -1
+// if there is no such resource or no screen to show it on. Thread: the host's, which this occupies.
+PLATFORM_API INT_PTR DialogBoxParamA(HINSTANCE module, LPCSTR resource, HWND parent,
+                                     DLGPROC procedure, LPARAM init);
+PLATFORM_API BOOL EndDialog(HWND dialog, INT_PTR result);
+
+// Only PostMessageA may be called on other threads than the dialog's.
+PLATFORM_API LRESULT SendMessageA(HWND window, UINT message, WPARAM first, LPARAM second);
+PLATFORM_API LRESULT SendDlgItemMessageA(HWND dialog, int id, UINT message, WPARAM first,
+                                         LPARAM second);
+PLATFORM_API BOOL PostMessageA(HWND window, UINT message, WPARAM first, LPARAM second);
+
+PLATFORM_API HWND GetDlgItem(HWND dialog, int id);
+PLATFORM_API int GetDlgCtrlID(HWND control);
+PLATFORM_API HWND GetParent(HWND window);
+constexpr UINT GW_HWNDNEXT = 2;
+constexpr UINT GW_CHILD = 5;
+PLATFORM_API HWND GetWindow(HWND window, UINT relation);
+
+PLATFORM_API BOOL SetDlgItemTextA(HWND dialog, int id, LPCSTR text);
+PLATFORM_API UINT GetDlgItemTextA(HWND dialog, int id, LPSTR buffer, int size);
+PLATFORM_API BOOL SetDlgItemInt(HWND dialog, int id, UINT value, BOOL isSigned);
+// Reads the number that the text begins with, after blanks; 0 with translated FALSE if there is
+// none or it is out of range.
+PLATFORM_API UINT GetDlgItemInt(HWND dialog, int id, BOOL* translated, BOOL isSigned);
+PLATFORM_API BOOL CheckDlgButton(HWND dialog, int id, UINT check);
+PLATFORM_API UINT IsDlgButtonChecked(HWND dialog, int id);
+
+// In pixels of the screen; of the window itself with its top left corner at 0, 0.
+PLATFORM_API BOOL GetWindowRect(HWND window, RECT* place);
+PLATFORM_API BOOL GetClientRect(HWND window, RECT* area);
+PLATFORM_API BOOL MoveWindow(HWND window, int x, int y, int width, int height, BOOL repaint);
+// Whether it and its dialog are both shown.
+PLATFORM_API BOOL IsWindowVisible(HWND window);
+constexpr int SW_HIDE = 0;
+constexpr int SW_SHOWNORMAL = 1;
+constexpr int SW_SHOW = 5;
+// Gives whether it was shown before.
+PLATFORM_API BOOL ShowWindow(HWND window, int command);
+// Gives whether it was disabled before.
+PLATFORM_API BOOL EnableWindow(HWND window, BOOL enable);
+PLATFORM_API BOOL IsWindowEnabled(HWND window);
+
+// The dialog's user word.
+constexpr int DWLP_USER = 2 * static_cast<int>(sizeof(LONG_PTR));
+PLATFORM_API LONG_PTR SetWindowLongPtrA(HWND window, int index, LONG_PTR value);
+PLATFORM_API LONG_PTR GetWindowLongPtrA(HWND window, int index);
+
+// Sends WM_TIMER to a dialog every so many milliseconds until KillTimer or its end. procedure must
+// be null.
+PLATFORM_API UINT_PTR SetTimer(HWND window, UINT_PTR id, UINT milliseconds, TIMERPROC procedure);
+PLATFORM_API BOOL KillTimer(HWND window, UINT_PTR id);

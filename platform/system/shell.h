@@ -1,0 +1,9 @@
+// Starting programs.
+#pragma once
+
+#include "platform/system/types.h"
+
+// Above 32 for success. The only programs known are the two uses of "sndvol32.exe", which open this
+// system's own volume program.
+PLATFORM_API HINSTANCE ShellExecuteA(HWND owner, LPCSTR verb, LPCSTR file, LPCSTR parameters,
+                                     LPCSTR folder, int show);
