@@ -1,0 +1,248 @@
+// A winmm.dll for tests: loopback MIDI cables and a stepped clock, no audio devices. It has only
+// the calls that the library makes.
+#define _WINMM_ // so that the system's header does not import what is defined here
+#include <windows.h>
+
+#include <mmsystem.h>
+
+#include <cstdio>
+
+namespace {
+
+constexpr int Cables = 2;
+constexpr DWORD StartOfTime = 1000;
+
+struct Cable {
+    bool OutputOpen = false;
+    bool InputOpen = false;
+    bool Started = false;
+    DWORD StartTime = 0;
+    DWORD_PTR CallBack = 0;
+};
+Cable cables[Cables];
+
+struct Message {
+    int Device;
+    DWORD Packed;
+};
+constexpr int MostMessages = 4096;
+Message sent[MostMessages];
+int sentCount = 0;
+int delivered = 0; // of sent, at the inputs
+
+struct Timer {
+    bool Pending = false;
+    DWORD Due = 0;
+    LPTIMECALLBACK CallBack = nullptr;
+    DWORD_PTR User = 0;
+};
+constexpr UINT MostTimers = 16;
+Timer timers[MostTimers];
+UINT lastDelay = 0;
+int openPeriods = 0;
+volatile DWORD now = StartOfTime;
+
+// Handles are the cable's number from 1 up; outputs and inputs have handle types of their own.
+template <class Handle>
+Handle HandleOf(int cable) {
+    return reinterpret_cast<Handle>(static_cast<ULONG_PTR>(cable + 1));
+}
+template <class Handle>
+Cable* CableOf(Handle handle) {
+    const auto number = reinterpret_cast<ULONG_PTR>(handle);
+    return number >= 1 && number <= Cables ? &cables[number - 1] : nullptr;
+}
+
+void CallInput(int cable, UINT message, DWORD packed, DWORD stamp) {
+    using CallBackFn = void(CALLBACK*)(HMIDIIN, UINT, DWORD_PTR, DWORD_PTR, DWORD_PTR);
+    reinterpret_cast<CallBackFn>(cables[cable].CallBack)(HandleOf<HMIDIIN>(cable), message, 0,
+                                                         packed, stamp);
+}
+
+void Deliver() {
+    while (delivered < sentCount) {
+        const Message message = sent[delivered++];
+        const Cable& cable = cables[message.Device];
+        if (cable.Started)
+            CallInput(message.Device, MIM_DATA, message.Packed, now - cable.StartTime);
+    }
+}
+
+void RunTimers() {
+    for (UINT id = 0; id < MostTimers; ++id) {
+        Timer& timer = timers[id];
+        if (!timer.Pending || timer.Due != now) continue;
+        timer.Pending = false;
+        timer.CallBack(id + 1, 0, timer.User, 0, 0);
+    }
+}
+
+MMRESULT ErrorText(MMRESULT code, char* text, UINT size) {
+    std::snprintf(text, size, "Error %u", code);
+    return MMSYSERR_NOERROR;
+}
+
+} // namespace
+
+extern "C" {
+
+void WINAPI StandInAdvance(DWORD milliseconds) {
+    Deliver();
+    for (; milliseconds > 0; --milliseconds) {
+        now = now + 1;
+        RunTimers();
+        Deliver();
+    }
+}
+DWORD WINAPI StandInSent(int index) {
+    if (index < 0 || index >= sentCount) return 0;
+    return static_cast<DWORD>(sent[index].Device) << 24 | sent[index].Packed;
+}
+UINT WINAPI StandInLastDelay() { return lastDelay; }
+int WINAPI StandInOpen() {
+    int open = openPeriods;
+    for (const Cable& cable : cables) open += cable.OutputOpen + cable.InputOpen;
+    return open;
+}
+
+// Clock and timers.
+DWORD WINAPI timeGetTime() { return now; }
+MMRESULT WINAPI timeGetDevCaps(LPTIMECAPS caps, UINT) {
+    caps->wPeriodMin = 1;
+    caps->wPeriodMax = 65535;
+    return TIMERR_NOERROR;
+}
+MMRESULT WINAPI timeBeginPeriod(UINT) {
+    ++openPeriods;
+    return TIMERR_NOERROR;
+}
+MMRESULT WINAPI timeEndPeriod(UINT) {
+    --openPeriods;
+    return TIMERR_NOERROR;
+}
+MMRESULT WINAPI timeSetEvent(UINT delay, UINT, LPTIMECALLBACK callBack, DWORD_PTR user, UINT) {
+    for (UINT id = 0; id < MostTimers; ++id) {
+        if (timers[id].Pending) continue;
+        timers[id] = {true, now + (delay ? delay : 1), callBack, user};
+        lastDelay = delay;
+        return id + 1;
+    }
+    return 0;
+}
+MMRESULT WINAPI timeKillEvent(UINT id) {
+    if (id == 0 || id > MostTimers || !timers[id - 1].Pending) return MMSYSERR_INVALPARAM;
+    timers[id - 1].Pending = false;
+    return TIMERR_NOERROR;
+}
+
+// MIDI outputs.
+UINT WINAPI midiOutGetNumDevs() { return Cables; }
+MMRESULT WINAPI midiOutGetDevCapsA(UINT_PTR device, LPMIDIOUTCAPSA caps, UINT) {
+    if (device >= Cables) return MMSYSERR_BADDEVICEID;
+    *caps = {};
+    std::snprintf(caps->szPname, sizeof caps->szPname, "Cable %u", static_cast<UINT>(device) + 1);
+    return MMSYSERR_NOERROR;
+}
+MMRESULT WINAPI midiOutOpen(LPHMIDIOUT handle, UINT device, DWORD_PTR, DWORD_PTR, DWORD) {
+    if (device == MIDI_MAPPER) device = 0;
+    if (device >= Cables) return MMSYSERR_BADDEVICEID;
+    if (cables[device].OutputOpen) return MMSYSERR_ALLOCATED;
+    cables[device].OutputOpen = true;
+    *handle = HandleOf<HMIDIOUT>(static_cast<int>(device));
+    return MMSYSERR_NOERROR;
+}
+MMRESULT WINAPI midiOutReset(HMIDIOUT handle) {
+    return CableOf(handle) ? MMSYSERR_NOERROR : MMSYSERR_INVALHANDLE;
+}
+MMRESULT WINAPI midiOutClose(HMIDIOUT handle) {
+    Cable* const cable = CableOf(handle);
+    if (!cable || !cable->OutputOpen) return MMSYSERR_INVALHANDLE;
+    cable->OutputOpen = false;
+    return MMSYSERR_NOERROR;
+}
+MMRESULT WINAPI midiOutShortMsg(HMIDIOUT handle, DWORD packed) {
+    Cable* const cable = CableOf(handle);
+    if (!cable || !cable->OutputOpen) return MMSYSERR_INVALHANDLE;
+    if (sentCount == MostMessages) return MMSYSERR_NOMEM;
+    sent[sentCount++] = {static_cast<int>(cable - cables), packed};
+    return MMSYSERR_NOERROR;
+}
+MMRESULT WINAPI midiOutCachePatches(HMIDIOUT, UINT, LPWORD, UINT) { return MMSYSERR_NOTSUPPORTED; }
+MMRESULT WINAPI midiOutGetErrorTextA(MMRESULT code, LPSTR text, UINT size) {
+    return ErrorText(code, text, size);
+}
+
+// MIDI inputs.
+UINT WINAPI midiInGetNumDevs() { return Cables; }
+MMRESULT WINAPI midiInGetDevCapsA(UINT_PTR device, LPMIDIINCAPSA caps, UINT) {
+    if (device >= Cables) return MMSYSERR_BADDEVICEID;
+    *caps = {};
+    std::snprintf(caps->szPname, sizeof caps->szPname, "Cable %u", static_cast<UINT>(device) + 1);
+    return MMSYSERR_NOERROR;
+}
+MMRESULT WINAPI midiInOpen(LPHMIDIIN handle, UINT device, DWORD_PTR callBack, DWORD_PTR, DWORD) {
+    if (device >= Cables) return MMSYSERR_BADDEVICEID;
+    if (cables[device].InputOpen) return MMSYSERR_ALLOCATED;
+    cables[device].InputOpen = true;
+    cables[device].CallBack = callBack;
+    *handle = HandleOf<HMIDIIN>(static_cast<int>(device));
+    CallInput(static_cast<int>(device), MIM_OPEN, 0, 0);
+    return MMSYSERR_NOERROR;
+}
+MMRESULT WINAPI midiInStart(HMIDIIN handle) {
+    Cable* const cable = CableOf(handle);
+    if (!cable || !cable->InputOpen) return MMSYSERR_INVALHANDLE;
+    cable->Started = true;
+    cable->StartTime = now;
+    return MMSYSERR_NOERROR;
+}
+MMRESULT WINAPI midiInStop(HMIDIIN handle) {
+    Cable* const cable = CableOf(handle);
+    if (!cable || !cable->InputOpen) return MMSYSERR_INVALHANDLE;
+    cable->Started = false;
+    return MMSYSERR_NOERROR;
+}
+MMRESULT WINAPI midiInReset(HMIDIIN handle) { return midiInStop(handle); }
+MMRESULT WINAPI midiInClose(HMIDIIN handle) {
+    Cable* const cable = CableOf(handle);
+    if (!cable || !cable->InputOpen) return MMSYSERR_INVALHANDLE;
+    CallInput(static_cast<int>(cable - cables), MIM_CLOSE, 0, 0);
+    cable->InputOpen = false;
+    return MMSYSERR_NOERROR;
+}
+MMRESULT WINAPI midiInGetErrorTextA(MMRESULT code, LPSTR text, UINT size) {
+    return ErrorText(code, text, size);
+}
+
+// No capture devices and no mixer.
+UINT WINAPI waveInGetNumDevs() { return 0; }
+MMRESULT WINAPI waveInGetDevCapsA(UINT_PTR, LPWAVEINCAPSA, UINT) { return MMSYSERR_BADDEVICEID; }
+MMRESULT WINAPI waveInOpen(LPHWAVEIN, UINT, LPCWAVEFORMATEX, DWORD_PTR, DWORD_PTR, DWORD) {
+    return MMSYSERR_BADDEVICEID;
+}
+MMRESULT WINAPI waveInClose(HWAVEIN) { return MMSYSERR_INVALHANDLE; }
+MMRESULT WINAPI waveInPrepareHeader(HWAVEIN, LPWAVEHDR, UINT) { return MMSYSERR_INVALHANDLE; }
+MMRESULT WINAPI waveInUnprepareHeader(HWAVEIN, LPWAVEHDR, UINT) { return MMSYSERR_INVALHANDLE; }
+MMRESULT WINAPI waveInAddBuffer(HWAVEIN, LPWAVEHDR, UINT) { return MMSYSERR_INVALHANDLE; }
+MMRESULT WINAPI waveInStart(HWAVEIN) { return MMSYSERR_INVALHANDLE; }
+MMRESULT WINAPI waveInStop(HWAVEIN) { return MMSYSERR_INVALHANDLE; }
+MMRESULT WINAPI waveInReset(HWAVEIN) { return MMSYSERR_INVALHANDLE; }
+MMRESULT WINAPI waveInGetPosition(HWAVEIN, LPMMTIME, UINT) { return MMSYSERR_INVALHANDLE; }
+UINT WINAPI mixerGetNumDevs() { return 0; }
+MMRESULT WINAPI mixerGetDevCapsA(UINT_PTR, LPMIXERCAPSA, UINT) { return MMSYSERR_BADDEVICEID; }
+MMRESULT WINAPI mixerOpen(LPHMIXER, UINT, DWORD_PTR, DWORD_PTR, DWORD) {
+    return MMSYSERR_BADDEVICEID;
+}
+MMRESULT WINAPI mixerClose(HMIXER) { return MMSYSERR_INVALHANDLE; }
+MMRESULT WINAPI mixerGetLineInfoA(HMIXEROBJ, LPMIXERLINEA, DWORD) { return MMSYSERR_BADDEVICEID; }
+MMRESULT WINAPI mixerGetLineControlsA(HMIXEROBJ, LPMIXERLINECONTROLSA, DWORD) {
+    return MMSYSERR_BADDEVICEID;
+}
+MMRESULT WINAPI mixerGetControlDetailsA(HMIXEROBJ, LPMIXERCONTROLDETAILS, DWORD) {
+    return MMSYSERR_BADDEVICEID;
+}
+MMRESULT WINAPI mixerSetControlDetails(HMIXEROBJ, LPMIXERCONTROLDETAILS, DWORD) {
+    return MMSYSERR_BADDEVICEID;
+}
+
+} // extern "C"

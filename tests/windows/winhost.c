@@ -1,0 +1,234 @@
+/* A host on Windows: loads ZORMIDI.DLL by the path that it is given and runs a session on it.
+ *
+ *   winhost standin DLL   on the stand-in winmm.dll: MIDI over a cable, the clock stepped by hand
+ *   winhost system DLL    on the system's own timer, without MIDI devices
+ *
+ * Prints a line for each check; the exit code is the number of those that failed, 0 for none. */
+#include "engine/zormidi.h"
+#include "standin_winmm.h"
+
+#include <stdio.h>
+#include <string.h>
+
+static int failed = 0;
+
+static int check(int good, const char* what) {
+    printf("%s  %s\n", good ? "pass" : "FAIL", what);
+    fflush(stdout);
+    failed += !good;
+    return good;
+}
+
+/* ---- the 29 functions, by name ---- */
+
+typedef struct {
+    const char* name;
+    int bytes; /* of arguments */
+    FARPROC function;
+} Export;
+
+static Export exports[] = {
+#define EXPORT(name, bytes) {#name, bytes, NULL},
+#include "exports.inc"
+#undef EXPORT
+};
+enum {
+#define EXPORT(name, bytes) At_##name,
+#include "exports.inc"
+#undef EXPORT
+    ExportCount
+};
+
+/* By the type that the header gives it. */
+#define ZOR(name) ((__typeof__(&name))(void (*)(void))exports[At_##name].function)
+
+static int loadLibrary(const char* path) {
+    HMODULE library = LoadLibraryA(path);
+    int found = 0;
+    if (!check(library != NULL, "the library loads")) return 0;
+    for (int i = 0; i < ExportCount; ++i) {
+        exports[i].function = GetProcAddress(library, exports[i].name);
+        found += exports[i].function != NULL;
+    }
+    return check(found == ExportCount && ExportCount == 29, "all 29 functions are found by name");
+}
+
+static MIDIEvent record(int32_t time, int16_t channel, uint8_t status, uint8_t data1,
+                        uint8_t data2) {
+    MIDIEvent event = {0};
+    event.Time = time;
+    event.Etime = 2 * time;
+    event.Channel = channel;
+    event.Length = 2;
+    event.Status = status;
+    event.Data1 = data1;
+    event.Data2 = data2;
+    return event;
+}
+
+/* ---- 32 bits: who cleans the stack, and how it may be aligned ---- */
+
+#ifdef __i386__
+
+/* Calls function with so many bytes of arguments, the stack offset bytes off a multiple of 16
+ * before they are pushed, and stores how many bytes the callee took off it. */
+unsigned callFromOddStack(FARPROC function, const void* arguments, int bytes, int offset,
+                          int* popped);
+__asm__(".globl _callFromOddStack\n"
+        "_callFromOddStack:\n"
+        "  pushl %ebp\n"
+        "  movl %esp, %ebp\n"
+        "  pushl %ebx\n"
+        "  pushl %esi\n"
+        "  pushl %edi\n"
+        "  andl $-16, %esp\n"
+        "  subl 20(%ebp), %esp\n"
+        "  movl 16(%ebp), %ecx\n"
+        "  subl %ecx, %esp\n"
+        "  movl 12(%ebp), %esi\n"
+        "  movl %esp, %edi\n"
+        "  cld\n"
+        "  rep movsb\n"
+        "  movl %esp, %ebx\n"
+        "  call *8(%ebp)\n"
+        "  movl 24(%ebp), %ecx\n"
+        "  movl %esp, %edx\n"
+        "  subl %ebx, %edx\n"
+        "  movl %edx, (%ecx)\n"
+        "  leal -12(%ebp), %esp\n"
+        "  popl %edi\n"
+        "  popl %esi\n"
+        "  popl %ebx\n"
+        "  popl %ebp\n"
+        "  ret\n");
+
+/* The library is down: every call is harmless, with null pointers and queue 0 too. */
+static void checkCallingConvention(void) {
+    for (int i = 0; i < ExportCount; ++i) {
+        DWORD arguments[5] = {0};
+        int popped = -1, good = 1;
+        if (i == At_ZorConfigMIDIDriver) arguments[1] = 5; /* no such driver, no dialog */
+        for (int offset = 0; offset < 16; offset += 4) {
+            callFromOddStack(exports[i].function, arguments, exports[i].bytes, offset, &popped);
+            good = good && popped == exports[i].bytes;
+        }
+        if (!good) printf("      %s took %d bytes off\n", exports[i].name, popped);
+        check(good, exports[i].name);
+    }
+}
+
+/* The system promises its callbacks no more than 4 bytes of alignment. With echo on, a message goes
+ * the whole way from the callback to an output. */
+static void checkCallbacksFromOddStack(StandInSentFn sent, int already) {
+    /* Cable 2's input, MIM_DATA, a program change: the longest way, over the patch cache. */
+    DWORD input[5] = {2, 963, 0, 0x05C1, 0};
+    DWORD timer[5] = {1, 0, 0, 0, 0};
+    int popped = 0, came = already;
+    for (int offset = 0; offset < 16; offset += 4) {
+        MIDIEvent due = record(0, 16, 0x90, (uint8_t)(70 + offset), 1);
+        callFromOddStack(exports[At_MmeMidiInCallBack].function, input, 20, offset, &popped);
+        came += sent(came) != 0;
+        ZOR(ZorXmit)(1, &due);
+        callFromOddStack(exports[At_MMETimerCallBack].function, timer, 20, offset, &popped);
+        came += sent(came) != 0;
+    }
+    check(came == already + 8, "callbacks work at every alignment of the stack");
+}
+
+#else
+static void checkCallingConvention(void) {}
+static void checkCallbacksFromOddStack(StandInSentFn sent, int already) {
+    (void)sent;
+    (void)already;
+}
+#endif
+
+/* ---- sessions ---- */
+
+/* Beside the library lies an ini file with MMESpeed=7 and port 1 of both sides on "Cable 2", output
+ * base 17 and input base 33; elsewhere lie others that say otherwise. */
+static void sessionOnStandIn(void) {
+    HMODULE winmm = GetModuleHandleA("winmm.dll");
+    StandInAdvanceFn advance =
+        (StandInAdvanceFn)(void (*)(void))GetProcAddress(winmm, "StandInAdvance");
+    StandInSentFn sent = (StandInSentFn)(void (*)(void))GetProcAddress(winmm, "StandInSent");
+    StandInLastDelayFn lastDelay =
+        (StandInLastDelayFn)(void (*)(void))GetProcAddress(winmm, "StandInLastDelay");
+    StandInOpenFn open = (StandInOpenFn)(void (*)(void))GetProcAddress(winmm, "StandInOpen");
+    MIDIEvent note = record(100, 19, 0x90, 60, 100), came = {0};
+    uint8_t map[64], driversOpen = 0, timerRunning = 0;
+    uint16_t size = 0, count = 0;
+    char text[30] = "";
+    if (!check(advance && sent && lastDelay && open, "the stand-in is in place")) return;
+
+    check(ZOR(MIDISysInit)(0) == -1, "MIDISysInit");
+    check(ZOR(MIDISysInit)(0) == ZOR_ALREADY_INITIALISED, "a second MIDISysInit says so");
+    check(ZOR(ZorMIDIDriverVersion)(text) == 0x04030401 && text[0], "the version has a text");
+    check(ZOR(ZorAllocMIDI)(0, 64) && ZOR(ZorAllocMIDI)(1, 64), "queues");
+    check(ZOR(ZorStartMIDI)(1) != 0, "ZorStartMIDI");
+    ZOR(ZorMIDIStatus)(&driversOpen, &timerRunning);
+    check(driversOpen && timerRunning, "drivers open and timer running");
+    check(lastDelay() == 7, "MMESpeed is read from the ini file beside the library");
+
+    check(ZOR(ZorXmit)(1, &note) != 0, "a record is queued");
+    check(ZOR(ZorReportMQ)(1, &size, &count) && size == 64 && count == 1, "and counted");
+    advance(99);
+    check(sent(0) == 0, "a record is not played early");
+    advance(1);
+    check(sent(0) == 0x01643C93, "it is played at its time, on the port that the ini file names");
+    check(ZOR(ZorRcv)(&came, 0) && came.Time == 100 && came.Channel == 35 && came.Status == 0x90 &&
+              came.Data1 == 60 && came.Data2 == 100 && came.Length == 2,
+          "and comes back through the cable with the time that it has");
+    check(ZOR(ZorTimeMIDI)(0) == 100 && ZOR(ZorEtimeMIDI)(1, NULL) == 200, "time and position");
+
+    ZOR(ZorKillMIDI)();
+    check(sent(1) == 0x01003C93 && sent(2) == 0, "ZorKillMIDI ends the note that sounds");
+    note.Channel = -1;
+    note.Status = 0xC0;
+    check(ZOR(ZorXmit)(ZOR_IMMEDIATE, &note) && sent(17) == 0x01643CCF && sent(18) == 0,
+          "an immediate record for all channels goes to all 16");
+    advance(1);
+
+    for (int i = 0; i < 64; ++i) map[i] = (uint8_t)(i / 2);
+    ZOR(ZorEchoMIDI)(1, map);
+    checkCallbacksFromOddStack(sent, 18);
+    ZOR(ZorEchoMIDI)(0, NULL);
+
+    check(ZOR(ZorStopMIDI)() && open() == 0, "everything is closed and given back");
+    check(ZOR(ZorErrorMIDI)(NULL) == -1, "no driver has an error");
+    check(ZOR(MIDISysTerm)() != 0, "MIDISysTerm");
+}
+
+static void sessionOnSystem(void) {
+    int good = 1;
+    uint8_t timerRunning = 0;
+    check(ZOR(MIDISysInit)(0) == -1, "MIDISysInit");
+    check(ZOR(ZorAllocMIDI)(1, 64) != 0, "a queue");
+    check(ZOR(ZorStartTimer)() != 0, "the system's timer starts");
+    for (int i = 0; i < 40; ++i) {
+        MIDIEvent event = record(i * 5, 0, 0x90, 60, 100);
+        good = good && ZOR(ZorXmit)(1, &event);
+    }
+    check(good, "records are queued");
+    check(ZOR(ZorXmitEmpty)(1) != 0, "the timer plays the queue to its end");
+    check(ZOR(ZorTimeMIDI)(0) >= 195 && ZOR(ZorEtimeMIDI)(1, NULL) == 390,
+          "no record left before its time");
+    check(ZOR(ZorStopMIDI)() != 0, "ZorStopMIDI");
+    ZOR(ZorMIDIStatus)(NULL, &timerRunning);
+    check(!timerRunning && ZOR(ZorTimeMIDI)(0) == 0, "the timer is stopped");
+    check(ZOR(MIDISysTerm)() != 0, "MIDISysTerm");
+}
+
+int main(int count, char** arguments) {
+    if (count != 3) {
+        fprintf(stderr, "usage: winhost standin|system DLL\n");
+        return 2;
+    }
+    if (!loadLibrary(arguments[2])) return 1;
+    if (strcmp(arguments[1], "standin") == 0)
+        sessionOnStandIn();
+    else
+        sessionOnSystem();
+    checkCallingConvention();
+    return failed;
+}
