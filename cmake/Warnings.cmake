@@ -2,14 +2,15 @@
 add_library(zor_options INTERFACE)
 target_include_directories(zor_options INTERFACE ${PROJECT_SOURCE_DIR})
 target_compile_options(zor_options INTERFACE
-  -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wold-style-cast -Wcast-align -Wundef
-  -Wimplicit-fallthrough -Wextra-semi -Wnull-dereference)
+  -Wall -Wextra -Wpedantic -Wshadow -Wcast-align -Wundef -Wimplicit-fallthrough -Wnull-dereference
+  $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor> $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast>
+  $<$<COMPILE_LANGUAGE:CXX>:-Wextra-semi>)
 if(ZOR_WERROR)
   target_compile_options(zor_options INTERFACE -Werror)
 endif()
 if(WIN32)
   # The system's own headers meet none of these, and its callbacks are cast to their documented type.
-  target_compile_options(zor_options INTERFACE -Wno-pedantic -Wno-old-style-cast -Wno-cast-function-type
+  target_compile_options(zor_options INTERFACE -Wno-pedantic $<$<COMPILE_LANGUAGE:CXX>:-Wno-old-style-cast> -Wno-cast-function-type
     -Wno-undef -Wno-attributes)
 endif()
 if(ZOR_SANITIZE)
