@@ -1,4 +1,163 @@
-// The MIDI Setup dialog.
-#include "engine/driver.h"
+#include "mme/setup_dialog.h"
 
-void MMEConfig(HWND) {}
+#include "engine/driver.h"
+#include "engine/module.h"
+#include "mme/ports.h"
+
+using namespace midisetup;
+
+namespace {
+
+// Which layout the dialog has; lives on from one opening to the next.
+std::uint8_t AdvancedShown = 0;
+
+// Lists of devices: each entry carries its device number in its low 16 bits.
+class DeviceList {
+public:
+    DeviceList(HWND dialog, int id) : List(GetDlgItem(dialog, id)) {}
+
+    // The list sorts itself, and names may be equal or begin alike: only the index that comes back
+    // tells which entry is the new one.
+    void Add(const char* name, std::int32_t device) const {
+        const LRESULT index = SendMessageA(List, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(name));
+        if (index < 0) return;
+        SendMessageA(List, CB_SETITEMDATA, static_cast<WPARAM>(index), device);
+    }
+    void AddString(UINT id, std::int32_t device) const {
+        char text[NameSize] = "";
+        LoadStringA(ModuleInstance, id, text, sizeof text);
+        Add(text, device);
+    }
+    void Select(const char* name) const {
+        LRESULT index = name[0] ? Find(name) : CB_ERR;
+        if (index < 0) {
+            char none[NameSize] = "";
+            LoadStringA(ModuleInstance, NoDeviceName, none, sizeof none);
+            index = Find(none);
+        }
+        SendMessageA(List, CB_SETCURSEL, static_cast<WPARAM>(index), 0);
+    }
+
+private:
+    LRESULT Find(const char* name) const {
+        return SendMessageA(List, CB_FINDSTRING, static_cast<WPARAM>(-1),
+                            reinterpret_cast<LPARAM>(name));
+    }
+    HWND List;
+};
+
+void ShowInput(HWND dialog, int row) {
+    const DeviceList list(dialog, InDevice + row);
+    const UINT devices = midiInGetNumDevs();
+    for (UINT device = 0; device < devices; ++device) {
+        MIDIINCAPSA caps = {};
+        if (midiInGetDevCapsA(device, &caps, sizeof caps) == MMSYSERR_NOERROR)
+            list.Add(caps.szPname, static_cast<std::int32_t>(device));
+    }
+    list.AddString(NoDeviceName, NoDevice);
+    list.Select(InPorts[row].Name);
+    SetDlgItemInt(dialog, InBase + row, static_cast<UINT>(InPorts[row].BaseChannel + 1), TRUE);
+}
+
+void ShowOutput(HWND dialog, int row) {
+    const DeviceList list(dialog, OutDevice + row);
+    const UINT devices = midiOutGetNumDevs();
+    for (UINT device = 0; device < devices; ++device) {
+        MIDIOUTCAPSA caps = {};
+        if (midiOutGetDevCapsA(device, &caps, sizeof caps) == MMSYSERR_NOERROR)
+            list.Add(caps.szPname, static_cast<std::int32_t>(device));
+    }
+    list.AddString(MapperName, MapperDevice);
+    list.AddString(NoDeviceName, NoDevice);
+    list.Select(OutPorts[row].Name);
+    SetDlgItemInt(dialog, OutBase + row, static_cast<UINT>(OutPorts[row].BaseChannel + 1), TRUE);
+}
+
+void ShowAdvancedButton(HWND dialog, UINT id) {
+    char text[30] = "";
+    LoadStringA(ModuleInstance, id, text, sizeof text);
+    SetDlgItemTextA(dialog, Advanced, text);
+}
+
+void OpenDialog(HWND dialog) {
+    LoadMMEConfig();
+    for (int row = 0; row < PortRows; ++row) ShowInput(dialog, row);
+    for (int row = 0; row < PortRows; ++row) ShowOutput(dialog, row);
+    CheckDlgButton(dialog, SyncChoice + SyncMaster, BST_CHECKED);
+    CheckDlgButton(dialog, ResetOutputs, MidiOutReset ? BST_CHECKED : BST_UNCHECKED);
+    SetWindowLongPtrA(dialog, DWLP_USER, Resource);
+    char version[VersionTextSize];
+    VersionText(ZorMIDIDriverVersion(nullptr), version);
+    SetDlgItemTextA(dialog, Version, version);
+    AdvancedShown = SizeMIDISetup(dialog, AdvancedShown);
+    if (AdvancedShown) ShowAdvancedButton(dialog, HideAdvancedText);
+}
+
+void SwitchLayout(HWND dialog) {
+    AdvancedShown = SizeMIDISetup(dialog, !AdvancedShown);
+    ShowAdvancedButton(dialog, AdvancedShown ? HideAdvancedText : ShowAdvancedText);
+}
+
+// The whole parameter is looked at: a notification code beside the id is no click.
+INT_PTR Command(HWND dialog, WPARAM command) {
+    switch (command) {
+    case IDOK:
+        if (SaveMIDISetup(dialog)) EndDialog(dialog, 1);
+        return 1;
+    case IDCANCEL:
+        EndDialog(dialog, 0);
+        return 1;
+    case Advanced:
+        SwitchLayout(dialog);
+        return 0;
+    case Help:
+        PostMessageA(GetParent(dialog), HelpMessage, 0, reinterpret_cast<LPARAM>(dialog));
+        return 1;
+    default:
+        return 0;
+    }
+}
+
+} // namespace
+
+INT_PTR CALLBACK MIDISetupProc(HWND dialog, UINT message, WPARAM first, LPARAM) {
+    switch (message) {
+    case WM_INITDIALOG:
+        OpenDialog(dialog);
+        return 1;
+    case WM_COMMAND:
+        return Command(dialog, first);
+    default:
+        return 0;
+    }
+}
+
+std::uint8_t SizeMIDISetup(HWND dialog, std::uint8_t large) {
+    const HWND corner = GetDlgItem(dialog, large ? LargeCorner : SmallCorner);
+    if (!corner) return large;
+    RECT place = {}, end = {};
+    GetWindowRect(dialog, &place);
+    GetWindowRect(corner, &end);
+    const LONG width = end.left - place.left, height = end.top - place.top;
+    MoveWindow(dialog, static_cast<int>(place.left), static_cast<int>(place.top),
+               static_cast<int>(width), static_cast<int>(height), TRUE);
+
+    // What lies outside must not be reached by the Tab key either.
+    for (HWND child = GetWindow(dialog, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT)) {
+        RECT at = {};
+        GetWindowRect(child, &at);
+        const bool inside = at.left - place.left < width && at.top - place.top < height;
+        if (!inside)
+            EnableWindow(child, FALSE);
+        else if (IsWindowVisible(child))
+            EnableWindow(child, TRUE);
+    }
+
+    for (const int id : {InBaseLabel, SyncLabel, OutBaseLabel, InBase, SyncChoice, OutBase})
+        ShowWindow(GetDlgItem(dialog, id), large ? SW_SHOW : SW_HIDE);
+    return large;
+}
+
+void MMEConfig(HWND parent) {
+    DialogBoxParamA(ModuleInstance, MAKEINTRESOURCEA(Resource), parent, MIDISetupProc, 0);
+}

@@ -1,7 +1,13 @@
-// The microphone's setup dialog.
 #include "engine/driver.h"
+#include "engine/module.h"
+#include "setup/tonequill.h"
 
 void PRecConfig(HWND parent) {
-    MessageBoxA(parent, "Could not create dialog box.", "PRecDevConfig",
-                MB_ICONEXCLAMATION | MB_OK);
+    // Brings in the slider, without which the dialog could not be made.
+    InitCommonControls();
+    const INT_PTR result = DialogBoxParamA(ModuleInstance, MAKEINTRESOURCEA(tonequill::Resource),
+                                           parent, PRecSetupProc, 0);
+    if (result == -1)
+        MessageBoxA(parent, "Could not create dialog box.", "PRecDevConfig",
+                    MB_ICONEXCLAMATION | MB_OK);
 }

@@ -4,6 +4,7 @@
 #include "engine/driver.h"
 #include "engine/module.h"
 #include "pitchrec/driver/capture_choice.h"
+#include "pitchrec/driver/device_choice.h"
 #include "pitchrec/driver/recogniser_guard.h"
 #include "soundin/sound_in.h"
 
@@ -19,7 +20,6 @@ std::atomic<std::int32_t> PRecLevel{0};
 
 namespace {
 
-constexpr std::int32_t CaptureRate = 22050;
 constexpr const char* IniSection = "PRECDRVR";
 
 bool PRecInited = false;
@@ -34,7 +34,7 @@ std::unique_ptr<Sonorel::PitchRec> OpenRecogniser() {
     if (!input) return nullptr;
     std::unique_ptr<Sonorel::PitchRec> made(new (std::nothrow) Sonorel::PitchRecWaveIn(input));
     if (!made) delete input;
-    if (made && !made->Open(CaptureRate)) made.reset();
+    if (made && !OpenOnChosenDevice(*made)) made.reset();
     return made;
 }
 

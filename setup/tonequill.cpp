@@ -1,0 +1,218 @@
+#include "setup/tonequill.h"
+
+#include "engine/driver.h"
+#include "engine/module.h"
+#include "mme/profile.h"
+#include "pitchrec/driver/device_choice.h"
+#include "pitchrec/driver/prec_driver.h"
+#include "support/text_string_array.h"
+
+#include <cstdlib>
+
+using namespace tonequill;
+
+namespace {
+
+constexpr char Section[] = "PRECDRVR";
+
+// The slider's top is position 0, so its position is 100 less the percentage. 100 percent is a
+// recogniser's level of 255.
+constexpr int FullScale = 100, FullLevel = 255;
+
+int LevelPercent() {
+    const int level = Recogniser ? Recogniser->GetMicLevel() : 0;
+    return (FullScale * level + 127) / FullLevel;
+}
+
+LRESULT Slider(HWND dialog, UINT message, WPARAM first, LPARAM second) {
+    return SendDlgItemMessageA(dialog, LevelSlider, message, first, second);
+}
+int SliderPercent(HWND dialog) {
+    return FullScale - static_cast<int>(Slider(dialog, TBM_GETPOS, 0, 0));
+}
+
+UINT ReadSetting(const char* key, int fallback) {
+    return GetPrivateProfileIntA(Section, key, fallback, IniPath);
+}
+
+void ReadSettings() {
+    EnablePitchRec = ReadSetting("EnablePitchRec", 0) != 0;
+    PRecChannel = static_cast<std::uint16_t>(ReadSetting("Channel", 0));
+    NoteRangeMin = static_cast<std::uint16_t>(ReadSetting("NoteRangeMin", 0));
+    NoteRangeMax = static_cast<std::uint16_t>(ReadSetting("NoteRangeMax", 127));
+}
+
+// Stored as people read a 16-bit value: with its sign.
+void WriteSetting(const char* key, std::uint16_t value) {
+    WriteProfileInt(Section, key, static_cast<std::int16_t>(value), IniPath);
+}
+
+void WriteSettings() {
+    WriteSetting("EnablePitchRec", EnablePitchRec);
+    WriteSetting("Channel", PRecChannel);
+    WriteSetting("NoteRangeMin", NoteRangeMin);
+    WriteSetting("NoteRangeMax", NoteRangeMax);
+}
+
+void ShowDevices(HWND dialog) {
+    const HWND list = GetDlgItem(dialog, DeviceList);
+    SendMessageA(list, CB_RESETCONTENT, 0, 0);
+    Sonorel::TextStringArray names;
+    if (Recogniser) Recogniser->GetDeviceNames(names);
+    for (std::int32_t index = 0; index < names.Count; ++index)
+        SendMessageA(list, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(names.At(index)->Text()));
+    const std::int32_t device = Recogniser ? Recogniser->GetDevice() : 0;
+    if (device >= 0) SendMessageA(list, CB_SETCURSEL, static_cast<WPARAM>(device), 0);
+}
+
+void ShowLevel(HWND dialog) {
+    Slider(dialog, TBM_SETPAGESIZE, 0, 0);
+    Slider(dialog, TBM_SETTICFREQ, 10, 0);
+    Slider(dialog, TBM_SETRANGEMIN, FALSE, 0);
+    Slider(dialog, TBM_SETRANGEMAX, FALSE, FullScale);
+    Slider(dialog, TBM_SETPOS, TRUE, FullScale - LevelPercent());
+}
+
+void ShowMicThru(HWND dialog) {
+    const bool through = Recogniser && Recogniser->GetMicThru() != 0;
+    CheckDlgButton(dialog, MicThru, through ? BST_CHECKED : BST_UNCHECKED);
+}
+
+void OpenDialog(HWND dialog) {
+    ReadSettings();
+    // Zero-based in memory: a typed 0 is kept as -1, and shows as 0 again.
+    const int channel = static_cast<std::int16_t>(PRecChannel.load()) + 1;
+    SetDlgItemInt(dialog, ChannelField, static_cast<UINT>(channel), FALSE);
+    ShowDevices(dialog);
+    ShowLevel(dialog);
+    ShowMicThru(dialog);
+    CheckDlgButton(dialog, EnableBox, EnablePitchRec ? BST_CHECKED : BST_UNCHECKED);
+    SetDlgItemInt(dialog, RangeMinField, NoteRangeMin & 0xFFu, FALSE);
+    SetDlgItemInt(dialog, RangeMaxField, NoteRangeMax & 0xFFu, FALSE);
+    SetTimer(dialog, TickTimer, TickMilliseconds, nullptr);
+    SetWindowLongPtrA(dialog, DWLP_USER, Resource);
+}
+
+void CloseDialog(HWND dialog, INT_PTR result) {
+    KillTimer(dialog, TickTimer);
+    EndDialog(dialog, result);
+}
+
+// Notes sung into the dialog are nobody's.
+void DropNotes() {
+    std::int32_t time, status, data1, data2;
+    while (Recogniser->GetNote(&time, &status, &data1, &data2)) {
+    }
+}
+
+// A mixer that another program moves, or that does not obey, takes the slider along. A difference
+// of 1 comes from rounding.
+void FollowMixer(HWND dialog) {
+    const int percent = LevelPercent();
+    if (std::abs(percent - SliderPercent(dialog)) > 1)
+        Slider(dialog, TBM_SETPOS, TRUE, FullScale - percent);
+}
+
+void Tick(HWND dialog) {
+    if (Recogniser && Recogniser->IsRunning()) {
+        DropNotes();
+        PRecLevel = Recogniser->GetSignalLevel();
+    }
+    PaintMeter(GetDlgItem(dialog, Meter), PRecLevel);
+    FollowMixer(dialog);
+}
+
+void SliderMoved(HWND dialog) {
+    if (Recogniser) Recogniser->SetMicLevel(SliderPercent(dialog) * FullLevel / FullScale);
+}
+
+// Level and mic-through belong to the device's own mixer, so both may have changed with it. The
+// slider follows by itself.
+void DeviceChosen(HWND dialog) {
+    const LRESULT index = SendMessageA(GetDlgItem(dialog, DeviceList), CB_GETCURSEL, 0, 0);
+    if (!Recogniser || index < 0) return;
+    if (!ChoosePRecDevice(static_cast<std::int32_t>(index))) ShowDevices(dialog);
+    ShowMicThru(dialog);
+}
+
+// Numbers that are none count as 0.
+UINT ReadNumber(HWND dialog, int id) { return GetDlgItemInt(dialog, id, nullptr, FALSE); }
+
+void FieldLeft(HWND dialog, int id) {
+    const UINT number = ReadNumber(dialog, id);
+    switch (id) {
+    case ChannelField:
+        PRecChannel = static_cast<std::uint16_t>(number - 1);
+        break;
+    case RangeMinField:
+        NoteRangeMin = static_cast<std::uint16_t>(number & 0xFF);
+        break;
+    case RangeMaxField:
+        NoteRangeMax = static_cast<std::uint16_t>(number & 0xFF);
+        break;
+    }
+}
+
+void OpenVolumeProgram(HWND dialog, const char* parameters) {
+    ShellExecuteA(dialog, nullptr, "sndvol32.exe", parameters, nullptr, SW_SHOWNORMAL);
+}
+
+INT_PTR Command(HWND dialog, int id, WORD code) {
+    switch (id) {
+    case IDOK:
+        WriteSettings();
+        CloseDialog(dialog, 1);
+        return 1;
+    case IDCANCEL:
+        CloseDialog(dialog, 0);
+        return 1;
+    case ChannelField:
+    case RangeMinField:
+    case RangeMaxField:
+        if (code != EN_KILLFOCUS) return 0;
+        FieldLeft(dialog, id);
+        return 1;
+    case MicThru:
+        if (Recogniser) Recogniser->SetMicThru(IsDlgButtonChecked(dialog, MicThru) ? 1 : 0);
+        return 1;
+    case EnableBox:
+        EnablePitchRec = !EnablePitchRec;
+        return 1;
+    case DeviceList:
+        if (code != CBN_SELCHANGE) return 0;
+        DeviceChosen(dialog);
+        return 1;
+    case OutputVolume:
+        OpenVolumeProgram(dialog, nullptr);
+        return 1;
+    case InputVolume:
+        OpenVolumeProgram(dialog, " /r");
+        return 1;
+    case Help:
+        PostMessageA(GetParent(dialog), HelpMessage, 0, reinterpret_cast<LPARAM>(dialog));
+        return 1;
+    default:
+        return 0;
+    }
+}
+
+} // namespace
+
+INT_PTR CALLBACK PRecSetupProc(HWND dialog, UINT message, WPARAM first, LPARAM second) {
+    switch (message) {
+    case WM_INITDIALOG:
+        OpenDialog(dialog);
+        return 1;
+    case WM_COMMAND:
+        return Command(dialog, LOWORD(first), HIWORD(first));
+    case WM_TIMER:
+        Tick(dialog);
+        return 1;
+    case WM_VSCROLL:
+        if (GetDlgCtrlID(reinterpret_cast<HWND>(second)) != LevelSlider) return 0;
+        SliderMoved(dialog);
+        return 1;
+    default:
+        return 0;
+    }
+}
