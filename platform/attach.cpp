@@ -1,1 +1,36 @@
-// Nothing here yet.
+// What a module is given as it is loaded: its handle, and its strings as resources under it.
+#include "engine/module.h"
+#include "platform/virtual/modules.h"
+
+#include <array>
+
+// Named by whoever links the library's parts into a program of its own, so that the linker keeps
+// this file; its address is the module's handle.
+extern "C" __attribute__((visibility("hidden"))) const char ZorModule = 0;
+
+namespace {
+
+constexpr auto Strings = std::to_array<machine::StringResource>({
+#define STRING(id, text) {id, text},
+#include "resources/strings.inc"
+#undef STRING
+});
+
+class Attachment {
+public:
+    Attachment() {
+        machine::RegisterStrings(Module(), Strings);
+        ModuleInstance = Module();
+    }
+    Attachment(const Attachment&) = delete;
+    Attachment& operator=(const Attachment&) = delete;
+    ~Attachment() { machine::RegisterStrings(Module(), {}); }
+
+private:
+    static HINSTANCE Module() {
+        return reinterpret_cast<HINSTANCE>(reinterpret_cast<std::uintptr_t>(&ZorModule));
+    }
+};
+const Attachment attachment;
+
+} // namespace

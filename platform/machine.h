@@ -8,6 +8,7 @@
 #include "platform/virtual/capture.h"
 #include "platform/virtual/clock.h"
 #include "platform/virtual/faults.h"
+#include "platform/virtual/kernel.h"
 #include "platform/virtual/midi.h"
 #include "platform/virtual/mixer.h"
 #include "platform/virtual/modules.h"

@@ -43,6 +43,8 @@ PLATFORM_API void _splitpath(const char* path, char* drive, char* directory, cha
 constexpr int _MAX_PATH = 260;
 constexpr int _MAX_DRIVE = 3;
 constexpr int _MAX_DIR = 256;
+constexpr int _MAX_FNAME = 256;
+constexpr int _MAX_EXT = 256;
 constexpr DWORD DLL_PROCESS_ATTACH = 1;
 
 PLATFORM_API DWORD GetPrivateProfileStringA(LPCSTR section, LPCSTR key, LPCSTR fallback,

@@ -28,8 +28,12 @@ struct MIDIOUTCAPSA {
 constexpr UINT MIDI_MAPPER = 0xFFFFFFFF;
 constexpr DWORD MIDI_IO_STATUS = 0x20;
 constexpr DWORD MIDICAPS_CACHE = 0x0004;
+constexpr UINT MIDI_CACHE_ALL = 1;
 constexpr UINT MIDI_CACHE_BESTFIT = 2;
 constexpr UINT MIDI_CACHE_QUERY = 3;
+constexpr UINT MIDI_UNCACHE = 4;
+constexpr WORD MOD_MIDIPORT = 1;
+constexpr WORD MOD_MAPPER = 5;
 constexpr int MIDIPATCHSIZE = 128;
 constexpr UINT MIM_OPEN = 961;
 constexpr UINT MIM_CLOSE = 962;

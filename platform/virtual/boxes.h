@@ -22,4 +22,7 @@ void PrintBoxes(bool on);
 // Runs while a box is up, on the thread that shows it, before MessageBoxA returns. Null for none.
 void WhileBoxIsUp(std::function<void(const Box&)> action);
 
+// The window that GetFocus answers: a window handle, or null as at load.
+void SetFocusWindow(void* window);
+
 } // namespace machine

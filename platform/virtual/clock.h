@@ -7,10 +7,14 @@
 namespace machine {
 
 // The real clock: timeGetTime runs, and one thread calls back timers and MIDI input in order.
+// Changing the clock drops everything that is still to come on the old one.
 void UseRealClock();
 
 // The stepped clock, starting at the given millisecond (choose one shortly before 2^32 to meet the
-// wrap). Time stands still but for Advance; callbacks run on the thread that calls Advance.
+// wrap). Time stands still but for Advance; callbacks run on the thread that calls Advance. The
+// thread that calls this function or Advance steers: where it waits for an object or sleeps, time
+// moves on by itself from one thing due to the next until the wait is over. Every other thread
+// really waits.
 void UseSteppedClock(std::uint32_t startMilliseconds = 1000);
 bool ClockIsStepped();
 

@@ -1,5 +1,6 @@
 // The one queue of things to come that all virtual devices share: timers, messages on their way
-// through a cable, sound blocks that fill. For the stand-in's own code; hosts and tests use clock.h.
+// through a cable, sound blocks that fill. For the stand-in's own code; hosts and tests use
+// clock.h.
 #pragma once
 
 #include <cstdint>
@@ -14,6 +15,10 @@ enum class Lane { Timers, Audio };
 using Action = void (*)(void* context, std::uintptr_t argument);
 using Token = std::uint64_t; // never 0, never used again
 
+// Starts the lane's thread, if the clock is real and it is not there yet. Schedule does so by
+// itself; a caller that prepares a real-time path does it first, since a thread's start allocates.
+void StartLane(Lane lane);
+
 // Runs action once at the given time on the machine's clock (Microseconds()). Allocates nothing;
 // gives 0 when the queue, thousands of entries long, is full. Thread: any, inside actions too.
 Token Schedule(Lane lane, std::uint64_t dueMicroseconds, Action action, void* context,
@@ -21,6 +26,10 @@ Token Schedule(Lane lane, std::uint64_t dueMicroseconds, Action action, void* co
 
 // Forgets an action that has not begun. False if it has begun or ended. Does not wait.
 bool Unschedule(Token token);
+
+// The time that the action now running on this thread was scheduled for; the present time outside
+// actions. With the real clock an action always begins a little later than that.
+std::uint64_t ActionDue();
 
 // Forgets every action of this context, and waits for one under way unless called from within it.
 void UnscheduleAll(void* context);
