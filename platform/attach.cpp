@@ -1,8 +1,7 @@
 // What a module is given as it is loaded: its handle, and its strings as resources under it.
 #include "engine/module.h"
+#include "platform/resource_tables.h"
 #include "platform/virtual/modules.h"
-
-#include <array>
 
 // Named by whoever links the library's parts into a program of its own, so that the linker keeps
 // this file; its address is the module's handle.
@@ -10,16 +9,10 @@ extern "C" __attribute__((visibility("hidden"))) const char ZorModule = 0;
 
 namespace {
 
-constexpr auto Strings = std::to_array<machine::StringResource>({
-#define STRING(id, text) {id, text},
-#include "resources/strings.inc"
-#undef STRING
-});
-
 class Attachment {
 public:
     Attachment() {
-        machine::RegisterStrings(Module(), Strings);
+        machine::RegisterStrings(Module(), ModuleStrings);
         ModuleInstance = Module();
     }
     Attachment(const Attachment&) = delete;
