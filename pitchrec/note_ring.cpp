@@ -2,7 +2,12 @@
 
 namespace Sonorel {
 
+NoteRing::NoteRing()
+    : Block(Capacity * sizeof(std::uint32_t), 1, true),
+      Words(static_cast<std::uint32_t*>(Block.Lock())) {}
+
 void NoteRing::PushNote(std::int32_t time, PackedMessage message) {
+    if (!Words) return;
     const std::uint32_t written = Written.load(std::memory_order_relaxed);
     const std::uint32_t held = written - Read.load(std::memory_order_acquire);
     if (Capacity - held < WordsPerEntry) return;

@@ -1,9 +1,10 @@
 // The ring of note messages between the analysis and whoever fetches them.
 #pragma once
 
+#include "support/global_buffer.h"
+
 #include <atomic>
 #include <cstdint>
-#include <span>
 
 namespace Sonorel {
 
@@ -22,7 +23,7 @@ public:
     static constexpr std::uint32_t Capacity = 256; // words; a power of two
     static constexpr std::uint32_t WordsPerEntry = 2;
 
-    NoteRing() = default;
+    NoteRing();
     NoteRing(const NoteRing&) = delete;
     NoteRing& operator=(const NoteRing&) = delete;
 
@@ -35,7 +36,7 @@ public:
     bool TakeNote(std::int32_t& time, PackedMessage& message);
 
     // False: memory was short, and the ring holds nothing.
-    bool IsUsable() const { return true; }
+    bool IsUsable() const { return Words != nullptr; }
 
     // Words held. Exact on the producer's or the one consumer's thread, else of the moment.
     std::uint32_t Count() const;
@@ -47,7 +48,8 @@ private:
     std::atomic<std::uint32_t> Written{0};
     std::atomic<std::uint32_t> Read{0};
     std::atomic<bool> Taking{false}; // a consumer is inside
-    std::uint32_t Words[Capacity] = {};
+    GlobalBuffer Block;              // locked for the life of the ring
+    std::uint32_t* Words;            // what the lock gave
 };
 
 } // namespace Sonorel

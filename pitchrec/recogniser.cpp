@@ -104,7 +104,7 @@ std::int32_t PitchRecWaveIn::GetDevice() { return Input ? Input->GetDevice() : 0
 bool PitchRecWaveIn::SetDevice(std::int32_t device) { return Input && Input->SetDevice(device); }
 
 std::int32_t PitchRecWaveIn::GetDeviceNames(TextStringArray& names) {
-    return Input ? Input->GetDeviceNames(names, 0) : 0;
+    return Input ? Input->GetDeviceNames(names) : 0;
 }
 
 void PitchRecWaveIn::ClearHistories() {

@@ -57,6 +57,6 @@ bool SoundIn::SetDevice(std::int32_t device) {
     return true;
 }
 
-std::int32_t SoundIn::GetDeviceNames(TextStringArray&, std::int32_t) { return 0; }
+std::int32_t SoundIn::GetDeviceNames(TextStringArray&) { return 0; }
 
 } // namespace Sonorel

@@ -45,8 +45,8 @@ public:
     // Index of the capture device. Reopens, and goes on capturing, when it changes while open.
     virtual std::int32_t GetDevice();
     virtual bool SetDevice(std::int32_t device);
-    // Empties the list and fills it with the devices' names; gives their number. count is unused.
-    virtual std::int32_t GetDeviceNames(TextStringArray& names, std::int32_t count);
+    // Empties the list and fills it with the devices' names; gives their number.
+    virtual std::int32_t GetDeviceNames(TextStringArray& names);
 
     std::atomic<std::uint8_t> Running{0}; // delivery is on
     double Level = 1.0;                   // what Open applies

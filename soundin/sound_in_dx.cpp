@@ -199,7 +199,7 @@ bool SoundInDx::Stop() {
     return true;
 }
 
-std::int32_t SoundInDx::GetDeviceNames(TextStringArray& names, std::int32_t) {
+std::int32_t SoundInDx::GetDeviceNames(TextStringArray& names) {
     names.Clear();
     for (std::int32_t index = 0; index < CaptureDevices.Count; ++index)
         names.AppendText(CaptureDevices.Items[index]->Description.Text());

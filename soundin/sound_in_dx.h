@@ -34,7 +34,7 @@ public:
     bool Start() override;
     // On return no callback is running or will run. Not from within the callback.
     bool Stop() override;
-    std::int32_t GetDeviceNames(TextStringArray& names, std::int32_t count) override;
+    std::int32_t GetDeviceNames(TextStringArray& names) override;
 
     PointerArray<CaptureDeviceRecord> CaptureDevices; // in the system's order; Device indexes it
     HMODULE DSoundModule = nullptr;

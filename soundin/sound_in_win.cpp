@@ -167,7 +167,7 @@ bool SoundInWin::Stop() {
 // Waits for a callback under way; from within one there is nothing to wait for.
 void SoundInWin::AwaitDelivery() { const Section section(Delivery); }
 
-std::int32_t SoundInWin::GetDeviceNames(TextStringArray& names, std::int32_t) {
+std::int32_t SoundInWin::GetDeviceNames(TextStringArray& names) {
     names.Clear();
     const UINT devices = waveInGetNumDevs();
     for (UINT id = 0; id < devices; ++id) {

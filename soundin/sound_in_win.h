@@ -22,7 +22,7 @@ public:
     bool Start() override;
     // On return no callback is running or will run, except that it may be called from within one.
     bool Stop() override;
-    std::int32_t GetDeviceNames(TextStringArray& names, std::int32_t count) override;
+    std::int32_t GetDeviceNames(TextStringArray& names) override;
 
     HWAVEIN WaveIn = nullptr; // from Open to Close
     std::array<WAVEHDR*, BlockCount> Headers{};

@@ -1,0 +1,36 @@
+// A capture object whose blocks are handed in, and that keeps what it was asked for.
+#pragma once
+
+#include "soundin/sound_in.h"
+
+#include <cstdint>
+#include <vector>
+
+class FedSound : public Sonorel::SoundIn {
+public:
+    FedSound(std::int32_t rate, std::int32_t channels, std::int32_t bits) : RealRate(rate) {
+        Channels = channels;
+        BitsPerSample = bits;
+        BytesPerFrame = channels * bits / 8;
+        FramesPerBlock = static_cast<std::int32_t>(std::int64_t{rate} * 512 / 22050);
+        BytesPerBlock = FramesPerBlock * BytesPerFrame;
+    }
+
+    bool Open(std::uint32_t rate) override {
+        AskedRate = rate;
+        return !FailOpen && SoundIn::Open(static_cast<std::uint32_t>(RealRate));
+    }
+
+    void Feed(std::uint32_t time, const std::uint8_t* data, std::int32_t byteCount) {
+        Callback(time, data, byteCount, CallbackContext);
+    }
+    void Feed(std::uint32_t time, const std::vector<std::uint8_t>& data) {
+        Feed(time, data.data(), static_cast<std::int32_t>(data.size()));
+    }
+
+    std::uint32_t AskedRate = 0;
+    bool FailOpen = false;
+
+private:
+    std::int32_t RealRate;
+};
