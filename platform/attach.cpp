@@ -1,6 +1,7 @@
-// What a module is given as it is loaded: its handle, and its strings as resources under it.
+// What a module is given as it is loaded: its handle, and its resources under it.
 #include "engine/module.h"
 #include "platform/resource_tables.h"
+#include "platform/virtual/dialogs.h"
 #include "platform/virtual/modules.h"
 
 // Named by whoever links the library's parts into a program of its own, so that the linker keeps
@@ -13,11 +14,15 @@ class Attachment {
 public:
     Attachment() {
         machine::RegisterStrings(Module(), ModuleStrings);
+        machine::RegisterDialogs(Module(), ModuleDialogs);
         ModuleInstance = Module();
     }
     Attachment(const Attachment&) = delete;
     Attachment& operator=(const Attachment&) = delete;
-    ~Attachment() { machine::RegisterStrings(Module(), {}); }
+    ~Attachment() {
+        machine::RegisterDialogs(Module(), {});
+        machine::RegisterStrings(Module(), {});
+    }
 
 private:
     static HINSTANCE Module() {

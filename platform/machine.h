@@ -7,6 +7,7 @@
 #include "platform/virtual/boxes.h"
 #include "platform/virtual/capture.h"
 #include "platform/virtual/clock.h"
+#include "platform/virtual/dialogs.h"
 #include "platform/virtual/faults.h"
 #include "platform/virtual/kernel.h"
 #include "platform/virtual/midi.h"

@@ -1,6 +1,7 @@
 #include "platform/virtual/boxes.h"
 
 #include "platform/system/user.h"
+#include "platform/ui/screen.h"
 #include "platform/virtual/power.h"
 
 #include <atomic>
@@ -51,14 +52,17 @@ int MessageBoxA(HWND owner, LPCSTR text, LPCSTR caption, UINT flags) {
     using namespace machine;
     // A box without a caption is an error box.
     const Box box{owner, text ? text : "", caption ? caption : "Error", flags};
+    ui::Screen* screen = ui::ScreenForBoxes();
     std::function<void(const Box&)> action;
     {
         std::lock_guard lock(boxesLock);
         boxes.push_back(box);
         action = whileUp;
-        if (print) std::fprintf(stderr, "%s: %s\n", box.Caption.c_str(), box.Text.c_str());
+        if (print && !screen)
+            std::fprintf(stderr, "%s: %s\n", box.Caption.c_str(), box.Text.c_str());
     }
     if (action) action(box);
+    if (screen) return screen->ShowBox(owner, box.Text.c_str(), box.Caption.c_str(), flags);
     return IDOK;
 }
 

@@ -1,4 +1,5 @@
-// Message boxes: nobody is there to press OK, so they are kept, and printed on request.
+// Message boxes: kept, and printed on request. Nobody is there to press OK, unless a
+// dialog is on the screen: then they are shown too, on the thread that shows it.
 #pragma once
 
 #include <functional>
