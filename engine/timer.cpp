@@ -1,5 +1,6 @@
 #include "engine/timer.h"
 
+#include "engine/lifecycle.h"
 #include "engine/queues.h"
 #include "engine/sections.h"
 #include "engine/time_base.h"
@@ -126,6 +127,7 @@ NextDelay DelayToNextEvent() {
 }
 
 ZorBool ZORCALL ZorStartTimer(void) ZORNOEXCEPT {
+    if (!LibraryIsUp()) return 0;
     const TimerTicket ticket = TakeTimerTicket();
     bool started = false;
     if (!Begin(started)) return 0;

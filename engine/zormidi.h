@@ -159,7 +159,7 @@ ZOREXPORT ZorBool ZORCALL ZorXmit(uint16_t queue, const MIDIEvent* event) ZORNOE
 /* ---- Time -------------------------------------------------------------------------------- */
 
 /* Starts the timer that plays the queues, and sets the time base to 0. True also if it runs
- * already, which changes nothing; false if the system gives no timer.
+ * already, which changes nothing; false if the system gives no timer or the library is not up.
  * Thread: host. Real time: no. */
 ZOREXPORT ZorBool ZORCALL ZorStartTimer(void) ZORNOEXCEPT;
 

@@ -1,0 +1,194 @@
+// The real drivers on virtual devices in real time, used from every side at once. Run under the
+// thread sanitizer this finds races; everywhere it finds torn records and threads that hang.
+#include "engine/zormidi.h"
+#include "platform/machine.h"
+
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <thread>
+#include <vector>
+
+namespace {
+
+constexpr int Ports = 2;
+constexpr int Rounds = 300;
+
+// Data 2 follows from data 1 and channel, so that a record made of two others shows.
+std::uint8_t Check(int data1, int channel) {
+    return static_cast<std::uint8_t>((data1 * 5 + channel * 11) & 0x7F);
+}
+
+class Hammer : public testing::Test {
+protected:
+    Hammer() {
+        namespace fs = std::filesystem;
+        machine::PowerOn();
+        machine::RecordSentMidi(false);
+        const fs::path folder = fs::absolute("hammer");
+        fs::create_directories(folder);
+        std::ofstream ini(folder / "ZORMIDI.INI");
+        ini << "[ZORMIDI]\nMMESpeed=1\n[MMEDRVR]\n";
+        for (int port = 0; port < Ports; ++port) {
+            const std::string name = "Cable " + std::to_string(port);
+            const int output = machine::AddMidiOutput(name);
+            machine::Connect(output, machine::AddMidiInput(name));
+            ini << "OutName" << port + 1 << "=" << name << "\nOutBase" << port + 1 << "=" << port * 16 + 1 << "\n"
+                << "InName" << port + 1 << "=" << name << "\nInBase" << port + 1 << "=" << port * 16 + 1 << "\n";
+        }
+        ini.close();
+        machine::SetModulePath((folder / "library.so").string());
+        EXPECT_EQ(MIDISysInit(0), -1);
+        for (std::int16_t queue = 0; queue < 3; ++queue) EXPECT_TRUE(ZorAllocMIDI(queue, 64));
+    }
+    ~Hammer() override {
+        ZorEchoMIDI(0, nullptr);
+        ZorStopMIDI();
+        MIDISysTerm();
+        machine::SetModulePath("");
+    }
+
+    // Runs the action over and over on a thread of its own, as long as the host is at work.
+    void Beside(std::function<void(int)> action) {
+        threads.emplace_back([this, action] {
+            for (int i = 0; !done; ++i) {
+                action(i);
+                std::this_thread::yield();
+            }
+        });
+    }
+    void Join() {
+        done = true;
+        for (std::thread& thread : threads) thread.join();
+        threads.clear();
+        done = false;
+    }
+    static void Play(int i, std::uint16_t queue) {
+        const std::int16_t channel = static_cast<std::int16_t>(i % (16 * Ports));
+        const std::uint8_t key = static_cast<std::uint8_t>(i & 127);
+        const MIDIEvent event = {ZorTimeMIDI(0) + i % 3, i, channel, 2, 0xB0, key, Check(key, channel & 15)};
+        ZorXmit(queue, &event);
+    }
+    // Counts what came in whole, and fails on what did not.
+    void TakeAll() {
+        MIDIEvent event;
+        while (ZorRcv(&event, 0)) {
+            if (event.Status != 0xB0) continue; // the kill's own messages and the clock
+            if (event.Data1 == 64 || event.Data1 == 123) continue;
+            ASSERT_EQ(event.Data2, Check(event.Data1, event.Channel & 15));
+            ASSERT_LT(event.Channel, 16 * Ports);
+            ++received;
+        }
+    }
+
+    std::atomic<bool> done{false};
+    std::vector<std::thread> threads;
+    int received = 0;
+};
+
+// Players, receivers, a device with a clock, a host's own timer, and the host starting, stopping,
+// killing, filtering and emptying, all at once; half of the rounds with echo.
+TEST_F(Hammer, EverythingAtOnce) {
+    EXPECT_TRUE(ZorStartMIDI(1));
+    Beside([](int i) { Play(i, 1); });
+    Beside([](int i) { Play(i, 2); });
+    Beside([](int i) {
+        const int key = i & 127;
+        machine::ReceiveMidi(i % Ports, static_cast<std::uint32_t>(0xB0 | key << 8 | Check(key, 0) << 16));
+        machine::ReceiveMidi(0, i % 50 == 0 ? 0xFA : 0xF8);
+        std::this_thread::sleep_for(std::chrono::microseconds(200));
+    });
+    Beside([](int) {
+        MMETimerCallBack(0, 0, 0, 0, 0);
+        ZorMIDIPlay();
+        ZorTimeMIDI(0);
+        ZorEtimeMIDI(1, nullptr);
+        ZorErrorMIDI(nullptr);
+        std::this_thread::sleep_for(std::chrono::microseconds(300));
+    });
+    std::uint8_t map[64];
+    for (int i = 0; i < 64; ++i) map[i] = static_cast<std::uint8_t>(i % (16 * Ports));
+    for (int round = 0; round < Rounds; ++round) {
+        TakeAll();
+        if (HasFatalFailure()) break;
+        switch (round % 8) {
+        case 0: ZorEchoMIDI(1, map); break;
+        case 1: ZorKillMIDI(), ZorMIDIPlay(); break;
+        case 2: ZorFilterMIDI(0x80, 0xFFFF); break;
+        case 3: ZorSyncMIDI(static_cast<std::int16_t>(round % 16 == 3 ? 2 : 0)), ZorTimeMIDI(1); break;
+        case 4: ZorZeroQueue(static_cast<std::int16_t>(round % 3)), ZorFilterMIDI(0, 0); break;
+        case 5: ZorEchoMIDI(0, nullptr), ZorStartMIDI(1); break;
+        case 6: ZorStopMIDI(), ZorStartMIDI(1); break;
+        default: ZorAllocMIDI(static_cast<std::int16_t>(round % 3), 64), ZorSetMIDITimer(round); break;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    Join();
+    EXPECT_GT(received, 0);
+    // Afterwards the library works as if nothing had been.
+    ZorEchoMIDI(0, nullptr);
+    ZorStopMIDI();
+    ZorSyncMIDI(0);
+    ZorFilterMIDI(0, 0);
+    ASSERT_TRUE(ZorStartMIDI(1));
+    for (int i = 0; i < 20; ++i) Play(i, 1);
+    EXPECT_TRUE(ZorXmitEmpty(1));
+    received = 0;
+    for (int wait = 0; wait < 5000 && received < 20; ++wait) {
+        TakeAll();
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    EXPECT_GT(received, 0); // a record that meets a transmission is lost, so not always all
+    EXPECT_TRUE(machine::TakeBoxes().empty());
+}
+
+// A clock that runs steadily and a host that reads: its time never goes back, since a reader sees
+// the count, the gap and the last clock of one moment.
+TEST_F(Hammer, TimeNeverGoesBackUnderASteadyClock) {
+    machine::UseSteppedClock(5000);
+    ZorSyncMIDI(ZOR_SYNC_EXTERNAL);
+    EXPECT_TRUE(ZorStartMIDI(1));
+    machine::ReceiveMidi(0, 0xFA);
+    for (int i = 0; i < 3; ++i) {
+        machine::ReceiveMidi(0, 0xF8);
+        machine::Advance(10);
+    }
+    std::atomic<int> steps{0};
+    Beside([&](int) {
+        static thread_local std::int32_t last = 0;
+        const std::int32_t now = ZorTimeMIDI(0);
+        EXPECT_GE(now, last);
+        last = now;
+        ++steps;
+    });
+    const std::int32_t before = ZorTimeMIDI(0);
+    for (int i = 0; i < 2000 || steps < 2000; ++i) {
+        machine::ReceiveMidi(0, 0xF8);
+        machine::Advance(10); // the clock comes at the very moment that the time has reached it
+    }
+    Join();
+    EXPECT_GT(ZorTimeMIDI(0), before + 2000 * 42);
+    ZorSyncMIDI(0);
+}
+
+// Taking the library down and up while devices and timers call in: late callbacks are harmless.
+TEST_F(Hammer, DownAndUpAmongLateCallbacks) {
+    Beside([](int i) { machine::ReceiveMidi(i % Ports, 0x403CB0); });
+    Beside([](int) { MMETimerCallBack(0, 0, 0, 0, 0); });
+    Beside([](int i) { Play(i, 1); });
+    for (int round = 0; round < 100; ++round) {
+        EXPECT_EQ(MIDISysInit(1), -1);
+        for (std::int16_t queue = 0; queue < 3; ++queue) ZorAllocMIDI(queue, 16);
+        EXPECT_TRUE(ZorStartMIDI(1));
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        ZorStopMIDI();
+        MIDISysTerm();
+    }
+    Join();
+    EXPECT_EQ(machine::OpenMidiInputs() + machine::OpenMidiOutputs(), 0);
+    EXPECT_TRUE(machine::OpenTimerPeriods().empty());
+    EXPECT_EQ(MIDISysInit(0), -1);
+}
+
+} // namespace

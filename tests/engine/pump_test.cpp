@@ -1,0 +1,233 @@
+#include "tests/engine/rig.h"
+
+#include "engine/queues.h"
+
+namespace {
+
+class Pump : public EngineTest {
+protected:
+    explicit Pump(std::uint32_t clock = 1000) : EngineTest(clock) {
+        ZorStartMIDI(1);
+        machine::ResetCallCounts();
+    }
+    static void Put(std::uint16_t queue, const MIDIEvent& event) {
+        EXPECT_TRUE(ZorXmit(queue, &event));
+    }
+    std::string PlayedBy(std::uint32_t time) {
+        machine::Advance(time);
+        return Played(drivers.TakeSent());
+    }
+    // Milliseconds to the one expiry that is pending, -1 for none.
+    static std::int64_t PendingDelay() {
+        const auto pending = machine::PendingTimers();
+        EXPECT_LE(pending.size(), 1u);
+        return pending.empty() ? -1 : std::int64_t{pending[0] - timeGetTime()};
+    }
+};
+
+// What is queued at time 0, and when each record goes: at its own time, or at the first expiry if
+// that is later. The queues are not merged.
+TEST_F(Pump, PlaysEachRecordAtItsTime) {
+    struct Case {
+        const char* name;
+        std::vector<std::int32_t> first, second;
+        const char* played;
+    };
+    const Case cases[] = {
+        {"at once and later", {0, 0, 500}, {}, "0@4 1@4 2@500"},
+        {"equal times keep their order", {9, 9, 9}, {9, 9}, "0@9 1@9 2@9 64@9 65@9"},
+        {"long past", {-5, INT32_MIN, 0}, {-9}, "0@4 1@4 2@4 64@4"},
+        {"the head holds back what is behind it", {80, 10, 90}, {}, "0@80 1@80 2@90"},
+        {"two queues", {10, 30}, {20, 30}, "0@10 64@20 1@30 65@30"},
+        {"closer than the period", {10, 11, 12, 13, 14, 15}, {}, "0@10 1@14 2@14 3@14 4@14 5@18"},
+        {"far away beside near", {1000}, {9}, "64@9 0@1000"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        ZorStopMIDI();
+        ZorStartMIDI(1);
+        std::uint8_t number = 0;
+        for (const std::int32_t time : c.first) Put(1, Note(time, number++));
+        number = 64;
+        for (const std::int32_t time : c.second) Put(2, Note(time, number++));
+        EXPECT_EQ(PlayedBy(2000), c.played);
+        EXPECT_TRUE(ZorXmitEmpty(0));
+    }
+}
+
+TEST_F(Pump, WakesOnlyWhenThereIsSomethingToDo) {
+    machine::Advance(400);
+    EXPECT_EQ(machine::CallCount(machine::Call::timeSetEvent), 100u); // idle: once a period
+    Put(1, Note(900, 1));
+    machine::Advance(4);
+    EXPECT_EQ(PendingDelay(), 496);
+    machine::ResetCallCounts();
+    Put(1, Note(950, 2));
+    machine::Advance(495);
+    EXPECT_EQ(machine::CallCount(machine::Call::timeSetEvent), 0u);
+    EXPECT_EQ(PlayedBy(1), "1@900");
+    EXPECT_EQ(PendingDelay(), 50);
+    // A record that comes before the pending expiry waits for it, unless the host plays.
+    Put(2, Note(910, 3));
+    EXPECT_EQ(PlayedBy(20), "");
+    ZorMIDIPlay();
+    EXPECT_EQ(PlayedBy(0), "3@920");
+    EXPECT_EQ(PlayedBy(100), "2@950");
+}
+
+// The delay that is programmed, for every distance between two 32-bit times.
+TEST_F(Pump, LimitsDelaysToWhatATimeCanHold) {
+    constexpr std::int32_t high = INT32_MAX, low = INT32_MIN;
+    machine::SetTimerCaps(1, UINT32_MAX);
+    struct Case {
+        std::int32_t now, time;
+        std::int64_t delay;
+    };
+    for (const Case& c :
+         {Case{0, 100, 100}, Case{0, 5, 5}, Case{0, 2, 4}, Case{0, high, 4}, Case{0, high - 1, high - 1},
+          Case{5, high - 1, high - 6}, Case{-1, high - 1, 4}, Case{-1, high - 2, high - 1},
+          Case{-1000, high - 1, 4}, Case{low, high - 1, 4}, Case{low, -1, 4}, Case{low, 0, 4},
+          Case{low, -2, high - 1}, Case{high - 9, high - 1, 8}, Case{high, high - 1, 4}}) {
+        SCOPED_TRACE(std::to_string(c.now) + " to " + std::to_string(c.time));
+        ZorZeroQueue(1);
+        ZorSetMIDITimer(c.now);
+        Put(1, Note(c.time, 1));
+        ZorMIDIPlay();
+        EXPECT_EQ(PendingDelay(), c.delay);
+        EXPECT_EQ(CountOf(1), c.now < c.time ? 1 : 0);
+    }
+}
+
+TEST_F(Pump, MovesPositionAndMarker) {
+    struct Case {
+        const char* name;
+        std::uint8_t length, status, data1;
+        bool sent;
+        std::int32_t etime;
+        std::uint16_t marker;
+    };
+    const Case cases[] = {
+        {"note", 2, 0x90, 60, true, 0x12345, 7},
+        {"marker", 0, 0x00, 1, false, 5, 0x2345},
+        {"status 0 with data", 1, 0x00, 1, true, 0x12345, 7},
+        {"position", 0, 0xF8, 1, false, 0x12345, 7},
+        {"clock", 0, 0xF8, 0, true, 0x12345, 7},
+        {"start", 0, 0xFA, 1, true, 0x12345, 7},
+    };
+    for (const Case& c : cases) {
+        for (const std::int16_t queue : {1, 2}) {
+            SCOPED_TRACE(c.name);
+            ZorTimeMIDI(1);
+            MIDIQueues[queue].Etime = 5;
+            MIDIQueues[queue].Marker = 7;
+            Put(static_cast<std::uint16_t>(queue), {100, 0x12345, 3, c.length, c.status, c.data1, 9});
+            machine::Advance(99);
+            std::uint16_t marker = 0;
+            EXPECT_EQ(ZorEtimeMIDI(queue, &marker), 5);
+            EXPECT_EQ(marker, 7);
+            machine::Advance(1);
+            EXPECT_EQ(ZorEtimeMIDI(queue, &marker), c.etime);
+            EXPECT_EQ(marker, c.marker);
+            EXPECT_EQ(drivers.TakeSent().size(), c.sent ? 1u : 0u);
+            ZorZeroQueue(queue); // empties the ring, and no more
+            EXPECT_EQ(ZorEtimeMIDI(queue, nullptr), c.etime);
+            ZorAllocMIDI(queue, 16);
+            EXPECT_EQ(ZorEtimeMIDI(queue, &marker), 0);
+            EXPECT_EQ(marker, 0);
+            EXPECT_EQ(ZorEtimeMIDI(3 - queue, nullptr), 0);
+        }
+    }
+}
+
+TEST_F(Pump, PlaysWhatIsDueAtZeroWhileTheTimerIsStopped) {
+    ZorStopMIDI();
+    ZorStartMIDI(0);
+    Put(1, Note(-3, 1));
+    Put(1, Note(0, 2));
+    Put(1, Note(1, 3));
+    ZorMIDIPlay();
+    EXPECT_EQ(Played(drivers.TakeSent()), "1@0 2@0");
+    EXPECT_EQ(PendingDelay(), -1);
+}
+
+TEST_F(Pump, SendsToNobodyWithNoDriverOpen) {
+    ZorRestoreMIDI();
+    Put(1, Note(0, 1, 77));
+    EXPECT_EQ(PlayedBy(4), "");
+    EXPECT_TRUE(ZorXmitEmpty(0));
+    EXPECT_EQ(ZorEtimeMIDI(1, nullptr), 77);
+}
+
+// In external sync nothing goes before the clock, and a due record that waits ends the chain.
+TEST_F(Pump, WaitsForTheExternalClock) {
+    ZorSyncMIDI(ZOR_SYNC_EXTERNAL);
+    ZorTimeMIDI(1);
+    Put(1, Note(300, 1));
+    machine::Advance(4);
+    EXPECT_EQ(PendingDelay(), 300); // units taken for milliseconds
+    Put(2, Note(0, 2));
+    ZorMIDIPlay();
+    EXPECT_EQ(PendingDelay(), -1);
+    EXPECT_EQ(PlayedBy(1000), "");
+    Receive(0xFA);
+    ZorMIDIPlay();
+    EXPECT_EQ(PendingDelay(), -1); // armed is not counting
+    Receive(0xF8);
+    ZorMIDIPlay();
+    EXPECT_EQ(PlayedBy(0), "2@42");
+    EXPECT_EQ(PendingDelay(), 258);
+    for (int clock = 1; clock < 8; ++clock) {
+        machine::Advance(20);
+        Receive(0xF8);
+    }
+    EXPECT_EQ(PlayedBy(1000), "1@384"); // past the ninth clock, where time stands
+    Receive(0xFC);
+    Put(1, Note(0, 3));
+    machine::Advance(4);
+    EXPECT_EQ(PendingDelay(), -1);
+    ZorSyncMIDI(ZOR_SYNC_INTERNAL);
+    ZorMIDIPlay();
+    EXPECT_EQ(drivers.TakeSent().size(), 1u);
+}
+
+TEST_F(Pump, GoesOnWhenTheTimeJumps) {
+    Put(1, Note(500, 1));
+    Put(1, Note(900, 2));
+    drivers.Rows[0].OnXmit = [&](const MIDIEvent& event) {
+        if (event.Data1 == 1) ZorSetMIDITimer(900); // the next one comes due during this pass
+    };
+    EXPECT_EQ(PlayedBy(500), "1@500 2@900");
+    drivers.Rows[0].OnXmit = nullptr;
+    Put(1, Note(1000, 3));
+    machine::Advance(4);
+    ZorSetMIDITimer(0); // the pending expiry stays, finds nothing due, and the chain goes on
+    EXPECT_EQ(PlayedBy(1100), "3@1000");
+}
+
+class WrappingPump : public Pump {
+protected:
+    WrappingPump() : Pump(0xFFFFFC00u) {}
+};
+
+// A piece that is played while the millisecond clock passes 2^32: every record on its millisecond.
+TEST_F(WrappingPump, CrossesTheEndOfTheMillisecondClock) {
+    std::int32_t queued = 0;
+    std::vector<FakeDrivers::Sent> sent;
+    const auto feed = [&] {
+        for (; queued < 200 && CountOf(1) < 15; ++queued)
+            Put(1, Note(8 + queued * 11, static_cast<std::uint8_t>(queued & 127), queued));
+    };
+    while (sent.size() < 200 && timeGetTime() - 0xFFFFFC00u < 5000) {
+        feed();
+        machine::Advance(50);
+        for (const auto& record : drivers.TakeSent()) sent.push_back(record);
+    }
+    ASSERT_EQ(sent.size(), 200u);
+    for (std::int32_t i = 0; i < 200; ++i) {
+        EXPECT_EQ(sent[static_cast<std::size_t>(i)].Event.Etime, i);
+        EXPECT_EQ(sent[static_cast<std::size_t>(i)].At, 8 + i * 11);
+    }
+    EXPECT_LT(timeGetTime(), 0x1000u);
+}
+
+} // namespace

@@ -1,0 +1,113 @@
+// Nothing on a real-time path allocates: this program replaces malloc by one that counts.
+#include "engine/queues.h"
+#include "engine/receive.h"
+#include "engine/zormidi.h"
+#include "platform/machine.h"
+
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+
+extern "C" {
+void* __libc_malloc(std::size_t bytes);
+void* __libc_calloc(std::size_t count, std::size_t bytes);
+void* __libc_realloc(void* old, std::size_t bytes);
+void* __libc_memalign(std::size_t alignment, std::size_t bytes);
+}
+
+namespace {
+
+std::atomic<bool> watching{false};
+std::atomic<int> allocations{0};
+
+void Note() {
+    if (watching.load(std::memory_order_relaxed)) ++allocations;
+}
+
+} // namespace
+
+// Whatever the library, the stand-in and the C++ library ask for comes through these.
+extern "C" {
+void* malloc(std::size_t bytes) noexcept { return Note(), __libc_malloc(bytes); }
+void* calloc(std::size_t count, std::size_t bytes) noexcept { return Note(), __libc_calloc(count, bytes); }
+void* realloc(void* old, std::size_t bytes) noexcept { return Note(), __libc_realloc(old, bytes); }
+void* memalign(std::size_t alignment, std::size_t bytes) noexcept { return Note(), __libc_memalign(alignment, bytes); }
+void* aligned_alloc(std::size_t alignment, std::size_t bytes) noexcept { return Note(), __libc_memalign(alignment, bytes); }
+}
+
+namespace {
+
+class RealTime : public testing::Test {
+protected:
+    RealTime() {
+        namespace fs = std::filesystem;
+        machine::PowerOn();
+        machine::UseSteppedClock();
+        machine::RecordSentMidi(false);
+        const fs::path folder = fs::absolute("realtime");
+        fs::create_directories(folder);
+        std::ofstream(folder / "ZORMIDI.INI") << "[MMEDRVR]\nOutName1=Cable\nInName1=Cable\n";
+        machine::SetModulePath((folder / "library.so").string());
+        machine::Connect(machine::AddMidiOutput("Cable"), machine::AddMidiInput("Cable"), 3);
+        EXPECT_EQ(MIDISysInit(0), -1);
+        for (std::int16_t queue = 0; queue < 3; ++queue) EXPECT_TRUE(ZorAllocMIDI(queue, 64));
+        EXPECT_TRUE(ZorStartMIDI(1));
+        EXPECT_EQ(machine::OpenMidiOutputs(), 1);
+        EXPECT_EQ(machine::OpenMidiInputs(), 1);
+    }
+    ~RealTime() override {
+        ZorEchoMIDI(0, nullptr);
+        ZorStopMIDI();
+        MIDISysTerm();
+    }
+};
+
+// A counter that counts nothing would pass every test.
+TEST(CountingMalloc, Counts) {
+    allocations = 0;
+    watching = true;
+    const HGLOBAL memory = GlobalAlloc(GPTR, 100);
+    auto* object = new std::string(100, 'x');
+    watching = false;
+    GlobalFree(memory);
+    delete object;
+    EXPECT_GE(allocations, 3);
+}
+
+TEST_F(RealTime, NothingAllocates) {
+    ZorEchoMIDI(1, nullptr);
+    ZorSyncMIDI(ZOR_SYNC_INTERNAL);
+    int received = 0;
+    allocations = 0;
+    watching = true;
+    for (int i = 0; i < 400; ++i) {
+        const auto key = static_cast<std::uint8_t>(i & 127);
+        const MIDIEvent events[] = {{ZorTimeMIDI(0) + 5, i, 0, 2, 0x90, key, 64},
+                                    {ZorTimeMIDI(0) + 7, i, -1, 1, 0xC0, key, 0},
+                                    {ZorTimeMIDI(0) + 7, i, 0, 0, 0, 0, 0}};
+        ZorXmit(1, &events[0]);
+        ZorXmit(2, &events[1]);
+        ZorXmit(2, &events[2]);
+        ZorXmit(ZOR_IMMEDIATE, &events[0]);
+        machine::ReceiveMidi(0, 0x403C90);
+        machine::ReceiveMidi(0, 0xF8);
+        machine::Advance(10); // the timer's and the input's callbacks
+        ZorMIDIPlay();
+        MIDIEvent event;
+        for (; ZorRcv(&event, 0); ++received) {
+        }
+        std::uint16_t size, count;
+        ZorReportMQ(1, &size, &count);
+        ZorEtimeMIDI(1, &size);
+        ZorXmitEmpty(0);
+        ZorErrorMIDI(nullptr);
+        ZorFilterMIDI(0, 0);
+        ZorZeroQueue(0);
+        ZorSetMIDITimer(i);
+    }
+    watching = false;
+    EXPECT_EQ(allocations, 0);
+    EXPECT_GT(received, 400);
+}
+
+} // namespace
