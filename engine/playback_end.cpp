@@ -44,11 +44,11 @@ ZorBool ZORCALL ZorXmitEmpty(ZorBool wait) ZORNOEXCEPT {
 }
 
 void ZORCALL ZorKillMIDI(void) ZORNOEXCEPT {
-    KillTimer();
+    EndTimerChain();
     EmptyQueue(MIDIQueues[ZOR_QUEUE_OUTPUT]);
     EmptyQueue(MIDIQueues[ZOR_QUEUE_OUTPUT2]);
     for (const MIDIEvent& ending : Endings) XmitToDrivers(ending);
     SilenceDrivers();
     // A pump that came in meanwhile found the drivers busy and put itself off: its expiry goes too.
-    KillTimer();
+    EndTimerChain();
 }

@@ -102,7 +102,7 @@ void DeferTimer(const TimerTicket& ticket) {
     Program(0);
 }
 
-void KillTimer() {
+void EndTimerChain() {
     LockScope scope(TimerLock);
     ++kills;
     CancelPending();

@@ -34,7 +34,7 @@ void ArmTimer(std::uint32_t delay, const TimerTicket& ticket);
 void DeferTimer(const TimerTicket& ticket);
 
 // Cancels the pending expiry, and no pump under way now programs another. TimerRunning stays.
-void KillTimer();
+void EndTimerChain();
 std::uint32_t TimerKills();
 
 // Does nothing if the timer is stopped.

@@ -34,8 +34,10 @@ protected:
             const std::string name = "Cable " + std::to_string(port);
             const int output = machine::AddMidiOutput(name);
             machine::Connect(output, machine::AddMidiInput(name));
-            ini << "OutName" << port + 1 << "=" << name << "\nOutBase" << port + 1 << "=" << port * 16 + 1 << "\n"
-                << "InName" << port + 1 << "=" << name << "\nInBase" << port + 1 << "=" << port * 16 + 1 << "\n";
+            ini << "OutName" << port + 1 << "=" << name << "\nOutBase" << port + 1 << "="
+                << port * 16 + 1 << "\n"
+                << "InName" << port + 1 << "=" << name << "\nInBase" << port + 1 << "="
+                << port * 16 + 1 << "\n";
         }
         ini.close();
         machine::SetModulePath((folder / "library.so").string());
@@ -67,7 +69,8 @@ protected:
     static void Play(int i, std::uint16_t queue) {
         const std::int16_t channel = static_cast<std::int16_t>(i % (16 * Ports));
         const std::uint8_t key = static_cast<std::uint8_t>(i & 127);
-        const MIDIEvent event = {ZorTimeMIDI(0) + i % 3, i, channel, 2, 0xB0, key, Check(key, channel & 15)};
+        const MIDIEvent event = {ZorTimeMIDI(0) + i % 3,  i, channel, 2, 0xB0, key,
+                                 Check(key, channel & 15)};
         ZorXmit(queue, &event);
     }
     // Counts what came in whole, and fails on what did not.
@@ -95,7 +98,8 @@ TEST_F(Hammer, EverythingAtOnce) {
     Beside([](int i) { Play(i, 2); });
     Beside([](int i) {
         const int key = i & 127;
-        machine::ReceiveMidi(i % Ports, static_cast<std::uint32_t>(0xB0 | key << 8 | Check(key, 0) << 16));
+        machine::ReceiveMidi(i % Ports,
+                             static_cast<std::uint32_t>(0xB0 | key << 8 | Check(key, 0) << 16));
         machine::ReceiveMidi(0, i % 50 == 0 ? 0xFA : 0xF8);
         std::this_thread::sleep_for(std::chrono::microseconds(200));
     });
@@ -113,14 +117,30 @@ TEST_F(Hammer, EverythingAtOnce) {
         TakeAll();
         if (HasFatalFailure()) break;
         switch (round % 8) {
-        case 0: ZorEchoMIDI(1, map); break;
-        case 1: ZorKillMIDI(), ZorMIDIPlay(); break;
-        case 2: ZorFilterMIDI(0x80, 0xFFFF); break;
-        case 3: ZorSyncMIDI(static_cast<std::int16_t>(round % 16 == 3 ? 2 : 0)), ZorTimeMIDI(1); break;
-        case 4: ZorZeroQueue(static_cast<std::int16_t>(round % 3)), ZorFilterMIDI(0, 0); break;
-        case 5: ZorEchoMIDI(0, nullptr), ZorStartMIDI(1); break;
-        case 6: ZorStopMIDI(), ZorStartMIDI(1); break;
-        default: ZorAllocMIDI(static_cast<std::int16_t>(round % 3), 64), ZorSetMIDITimer(round); break;
+        case 0:
+            ZorEchoMIDI(1, map);
+            break;
+        case 1:
+            ZorKillMIDI(), ZorMIDIPlay();
+            break;
+        case 2:
+            ZorFilterMIDI(0x80, 0xFFFF);
+            break;
+        case 3:
+            ZorSyncMIDI(static_cast<std::int16_t>(round % 16 == 3 ? 2 : 0)), ZorTimeMIDI(1);
+            break;
+        case 4:
+            ZorZeroQueue(static_cast<std::int16_t>(round % 3)), ZorFilterMIDI(0, 0);
+            break;
+        case 5:
+            ZorEchoMIDI(0, nullptr), ZorStartMIDI(1);
+            break;
+        case 6:
+            ZorStopMIDI(), ZorStartMIDI(1);
+            break;
+        default:
+            ZorAllocMIDI(static_cast<std::int16_t>(round % 3), 64), ZorSetMIDITimer(round);
+            break;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }

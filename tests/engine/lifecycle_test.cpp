@@ -232,9 +232,8 @@ TEST_F(Life, ChoosesTheTimerPeriod) {
         unsigned least, most, period;
     };
     const Case cases[] = {
-        {nullptr, 1, 1000, 4}, {"4", 10, 1000, 10},     {"2000", 1, 1000, 1000},
-        {"0", 1, 1000, 1},     {"-3", 1, 1000, 1},
-        {"7", 1, 1000, 7},     {"99999", 1, 1000000, 65535},
+        {nullptr, 1, 1000, 4}, {"4", 10, 1000, 10}, {"2000", 1, 1000, 1000},      {"0", 1, 1000, 1},
+        {"-3", 1, 1000, 1},    {"7", 1, 1000, 7},   {"99999", 1, 1000000, 65535},
     };
     for (const Case& c : cases) {
         const fs::path ini = folder / "ZORMIDI.INI";
@@ -252,7 +251,8 @@ TEST_F(Life, ChoosesTheTimerPeriod) {
 }
 
 TEST_F(Life, TimerThatTheSystemRefuses) {
-    for (const machine::Call call : {machine::Call::timeGetDevCaps, machine::Call::timeBeginPeriod}) {
+    for (const machine::Call call :
+         {machine::Call::timeGetDevCaps, machine::Call::timeBeginPeriod}) {
         machine::FailCall(call, 1, TIMERR_NOCANDO);
         EXPECT_FALSE(ZorStartTimer());
         EXPECT_FALSE(Timed());

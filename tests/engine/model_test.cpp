@@ -32,7 +32,8 @@ public:
         if (!running) return 0;
         if (!external) return Wrapped(std::int64_t{now} - origin);
         if (!counting) return Units(0);
-        return Units(std::max<std::int64_t>(0, std::min<std::int64_t>(Wrapped(std::int64_t{now} - lastClock), gap)));
+        return Units(std::max<std::int64_t>(
+            0, std::min<std::int64_t>(Wrapped(std::int64_t{now} - lastClock), gap)));
     }
     bool Push(int index, const MIDIEvent& event, bool overwrite) {
         Queue& queue = Queues[index];
@@ -57,7 +58,8 @@ public:
             std::optional<std::int32_t> next;
             for (int index : {1, 2}) {
                 const auto& records = Queues[index].Records;
-                if (!records.empty() && records[0].Time < next.value_or(INT32_MAX)) next = records[0].Time;
+                if (!records.empty() && records[0].Time < next.value_or(INT32_MAX))
+                    next = records[0].Time;
             }
             const std::int64_t delay = next ? std::int64_t{*next} - Time() : INT32_MAX;
             if (delay > 0) return Arm(delay >= INT32_MAX ? 0 : delay);
@@ -68,8 +70,9 @@ public:
         Expiry.reset();
         Empty(1);
         Empty(2);
-        for (const MIDIEvent& event : {MIDIEvent{0, 0, 0, 2, 0xB0, 64, 0}, MIDIEvent{0, 0, 0, 2, 0xB0, 123, 0},
-                                       MIDIEvent{0, 0, 0, 2, 0xE0, 0, 64}})
+        for (const MIDIEvent& event :
+             {MIDIEvent{0, 0, 0, 2, 0xB0, 64, 0}, MIDIEvent{0, 0, 0, 2, 0xB0, 123, 0},
+              MIDIEvent{0, 0, 0, 2, 0xE0, 0, 64}})
             Send(event);
     }
     void Advance(std::uint32_t milliseconds) {
@@ -142,8 +145,10 @@ private:
             if (external && !counting) return true;
             if (event.Time > time) return false;
             const bool marker = event.Status == 0 && event.Length == 0;
-            if (marker) queue.Marker = static_cast<std::uint16_t>(event.Etime);
-            else queue.Etime = event.Etime;
+            if (marker)
+                queue.Marker = static_cast<std::uint16_t>(event.Etime);
+            else
+                queue.Etime = event.Etime;
             if (!marker && (event.Status != 0xF8 || event.Data1 != 1)) Send(event);
             queue.Records.pop_front();
         }
@@ -156,10 +161,19 @@ private:
     }
     void Feed(const MIDIEvent& event) {
         switch (event.Status) {
-        case 0xF2: Locate(6 * (event.Data2 * 128 + event.Data1)); break;
-        case 0xFA: armed = true; Locate(0); break;
-        case 0xFB: armed = true; break;
-        case 0xFC: armed = counting = false; break;
+        case 0xF2:
+            Locate(6 * (event.Data2 * 128 + event.Data1));
+            break;
+        case 0xFA:
+            armed = true;
+            Locate(0);
+            break;
+        case 0xFB:
+            armed = true;
+            break;
+        case 0xFC:
+            armed = counting = false;
+            break;
         case 0xF8:
             if (!armed && !counting) break;
             armed = false;
@@ -168,7 +182,8 @@ private:
             gap = Wrapped(now) < Wrapped(lastClock) ? 0 : Wrapped(now - lastClock);
             lastClock = now;
             break;
-        default: break;
+        default:
+            break;
         }
     }
 
@@ -192,15 +207,26 @@ protected:
     int Pick(int low, int high) { return std::uniform_int_distribution<int>(low, high)(random); }
 
     MIDIEvent RandomRecord() {
-        static constexpr std::uint8_t statuses[] = {0x90, 0x80, 0xB0, 0xE3, 0, 0, 0xF8, 0xF8, 0xC0, 0xFA};
-        return {model.Time() + Pick(-15, 60), Pick(-100000, 100000), static_cast<std::int16_t>(Pick(-1, 20)),
-                static_cast<std::uint8_t>(Pick(0, 2)), statuses[Pick(0, 9)],
-                static_cast<std::uint8_t>(Pick(0, 2)), static_cast<std::uint8_t>(Pick(0, 127))};
+        static constexpr std::uint8_t statuses[] = {0x90, 0x80, 0xB0, 0xE3, 0,
+                                                    0,    0xF8, 0xF8, 0xC0, 0xFA};
+        return {model.Time() + Pick(-15, 60),
+                Pick(-100000, 100000),
+                static_cast<std::int16_t>(Pick(-1, 20)),
+                static_cast<std::uint8_t>(Pick(0, 2)),
+                statuses[Pick(0, 9)],
+                static_cast<std::uint8_t>(Pick(0, 2)),
+                static_cast<std::uint8_t>(Pick(0, 127))};
     }
     void ReceiveSomething() {
-        static constexpr std::uint8_t statuses[] = {0xF8, 0xF8, 0xF8, 0xF8, 0xFA, 0xFB, 0xFC, 0xF2, 0x90, 0xF6};
-        MIDIEvent event = {static_cast<std::int32_t>(timeGetTime()), 0, static_cast<std::int16_t>(Pick(0, 40)), 0,
-                           statuses[Pick(0, 9)], static_cast<std::uint8_t>(Pick(0, 40)), 0};
+        static constexpr std::uint8_t statuses[] = {0xF8, 0xF8, 0xF8, 0xF8, 0xFA,
+                                                    0xFB, 0xFC, 0xF2, 0x90, 0xF6};
+        MIDIEvent event = {static_cast<std::int32_t>(timeGetTime()),
+                           0,
+                           static_cast<std::int16_t>(Pick(0, 40)),
+                           0,
+                           statuses[Pick(0, 9)],
+                           static_cast<std::uint8_t>(Pick(0, 40)),
+                           0};
         model.Receive(event);
         RcvEvent(&event, 0);
     }
@@ -215,13 +241,19 @@ protected:
     }
     void Transport() {
         switch (Pick(0, 7)) {
-        case 0: ZorKillMIDI(); model.Kill(); break;
+        case 0:
+            ZorKillMIDI();
+            model.Kill();
+            break;
         case 1:
             ZorStopMIDI();
             if (!model.Echo) ZorStartMIDI(0);
             model.StopTimer();
             break;
-        case 2: ZorTimeMIDI(1); if (model.Running()) model.ResetTime(); break;
+        case 2:
+            ZorTimeMIDI(1);
+            if (model.Running()) model.ResetTime();
+            break;
         case 3: {
             const int time = Pick(-50, 3000);
             ZorSetMIDITimer(time);
@@ -257,7 +289,8 @@ protected:
         if (choice < 45) {
             const int queue = Pick(1, 2);
             const MIDIEvent event = RandomRecord();
-            ASSERT_EQ(ZorXmit(static_cast<std::uint16_t>(queue), &event) != 0, model.Push(queue, event, false));
+            ASSERT_EQ(ZorXmit(static_cast<std::uint16_t>(queue), &event) != 0,
+                      model.Push(queue, event, false));
         } else if (choice < 65) {
             const auto milliseconds = static_cast<std::uint32_t>(Pick(0, 30));
             machine::Advance(milliseconds);

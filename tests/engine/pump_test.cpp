@@ -84,10 +84,11 @@ TEST_F(Pump, LimitsDelaysToWhatATimeCanHold) {
         std::int64_t delay;
     };
     for (const Case& c :
-         {Case{0, 100, 100}, Case{0, 5, 5}, Case{0, 2, 4}, Case{0, high, 4}, Case{0, high - 1, high - 1},
-          Case{5, high - 1, high - 6}, Case{-1, high - 1, 4}, Case{-1, high - 2, high - 1},
-          Case{-1000, high - 1, 4}, Case{low, high - 1, 4}, Case{low, -1, 4}, Case{low, 0, 4},
-          Case{low, -2, high - 1}, Case{high - 9, high - 1, 8}, Case{high, high - 1, 4}}) {
+         {Case{0, 100, 100}, Case{0, 5, 5}, Case{0, 2, 4}, Case{0, high, 4},
+          Case{0, high - 1, high - 1}, Case{5, high - 1, high - 6}, Case{-1, high - 1, 4},
+          Case{-1, high - 2, high - 1}, Case{-1000, high - 1, 4}, Case{low, high - 1, 4},
+          Case{low, -1, 4}, Case{low, 0, 4}, Case{low, -2, high - 1}, Case{high - 9, high - 1, 8},
+          Case{high, high - 1, 4}}) {
         SCOPED_TRACE(std::to_string(c.now) + " to " + std::to_string(c.time));
         ZorZeroQueue(1);
         ZorSetMIDITimer(c.now);
@@ -120,7 +121,8 @@ TEST_F(Pump, MovesPositionAndMarker) {
             ZorTimeMIDI(1);
             MIDIQueues[queue].Etime = 5;
             MIDIQueues[queue].Marker = 7;
-            Put(static_cast<std::uint16_t>(queue), {100, 0x12345, 3, c.length, c.status, c.data1, 9});
+            Put(static_cast<std::uint16_t>(queue),
+                {100, 0x12345, 3, c.length, c.status, c.data1, 9});
             machine::Advance(99);
             std::uint16_t marker = 0;
             EXPECT_EQ(ZorEtimeMIDI(queue, &marker), 5);

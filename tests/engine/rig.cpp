@@ -15,7 +15,8 @@ void Trace(const std::string& word) {
     FakeDrivers::trace += word;
 }
 
-template <int row> struct Slots {
+template <int row>
+struct Slots {
     static constexpr char digit = '0' + row;
     static FakeRow& Me() { return FakeDrivers::Rows[row]; }
     static void Say(const char* slot) { Trace(std::string(slot) + digit); }
@@ -32,7 +33,9 @@ template <int row> struct Slots {
         if (const auto action = Me().OnXmit) action(*event);
         return Me().Sends;
     }
-    static void Sync(std::int16_t mode) { Trace("Sync" + std::string(1, digit) + ":" + std::to_string(mode)); }
+    static void Sync(std::int16_t mode) {
+        Trace("Sync" + std::string(1, digit) + ":" + std::to_string(mode));
+    }
     static void Config(HWND) {
         Say("Config");
         if (Me().OnConfig) Me().OnConfig();
@@ -111,7 +114,8 @@ MIDIEvent Note(std::int32_t time, std::uint8_t note, std::int32_t etime) {
 }
 
 void Receive(std::uint8_t status, std::uint8_t data1, std::uint8_t data2, std::int16_t channel) {
-    MIDIEvent event = {static_cast<std::int32_t>(timeGetTime()), 0, channel, 2, status, data1, data2};
+    MIDIEvent event = {
+        static_cast<std::int32_t>(timeGetTime()), 0, channel, 2, status, data1, data2};
     RcvEvent(&event, 0);
 }
 

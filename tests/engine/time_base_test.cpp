@@ -28,27 +28,30 @@ protected:
 // The plain quotient, in arithmetic that nothing can exceed.
 std::int32_t PlainClocksToTime(std::int32_t clocks, std::int32_t gap, std::int32_t elapsed) {
     __extension__ using Wide = __int128;
-    const Wide value = gap == 0 ? Wide{clocks} * 128 / 3
-                                : (Wide{clocks} * gap + elapsed) * 128 / (Wide{gap} * 3);
+    const Wide value =
+        gap == 0 ? Wide{clocks} * 128 / 3 : (Wide{clocks} * gap + elapsed) * 128 / (Wide{gap} * 3);
     return static_cast<std::int32_t>(value);
 }
 
 TEST(ClockArithmetic, IsThePlainQuotientInEveryCorner) {
     constexpr std::int32_t low = INT32_MIN, high = INT32_MAX;
     std::mt19937 random(5);
-    std::vector<std::int32_t> corners = {low, low + 1, -1024, -25, -24, -3, -1, 0, 1, 2, 3, 20, 24, high - 1, high};
-    for (int i = 0; i < 40; ++i) corners.push_back(static_cast<std::int32_t>(random()) >> random() % 31);
+    std::vector<std::int32_t> corners = {low, low + 1, -1024, -25, -24, -3,       -1,  0,
+                                         1,   2,       3,     20,  24,  high - 1, high};
+    for (int i = 0; i < 40; ++i)
+        corners.push_back(static_cast<std::int32_t>(random()) >> random() % 31);
     for (const std::int32_t clocks : corners)
         for (const std::int32_t gap : corners)
             for (const std::int32_t elapsed : corners)
-                ASSERT_EQ(ClocksToTime(clocks, gap, elapsed), PlainClocksToTime(clocks, gap, elapsed))
+                ASSERT_EQ(ClocksToTime(clocks, gap, elapsed),
+                          PlainClocksToTime(clocks, gap, elapsed))
                     << clocks << ' ' << gap << ' ' << elapsed;
     EXPECT_EQ(ClocksToTime(24, 20, 10), 1045);
     EXPECT_EQ(ClocksToTime(24, 20, 20), ClocksToTime(25, 0, 0));
 }
 
 TEST_F(Time, CountsMillisecondsFromWhereItWasSet) {
-    EXPECT_EQ(Now(), 0); // stands while the timer is stopped
+    EXPECT_EQ(Now(), 0);  // stands while the timer is stopped
     ZorSetMIDITimer(700); // and the start sets it to 0
     machine::Advance(10);
     EXPECT_EQ(Now(), 0);
@@ -185,8 +188,9 @@ TEST_F(Time, StartsFromThePositionThatWasSet) {
     struct Case {
         std::int32_t time, clocks;
     };
-    for (const Case& c : {Case{1024, 24}, Case{1023, 23}, Case{-1, 0}, Case{-1024, -24}, Case{43, 1},
-                          Case{42, 0}, Case{INT32_MAX, 50331647}, Case{INT32_MIN, -50331648}}) {
+    for (const Case& c :
+         {Case{1024, 24}, Case{1023, 23}, Case{-1, 0}, Case{-1024, -24}, Case{43, 1}, Case{42, 0},
+          Case{INT32_MAX, 50331647}, Case{INT32_MIN, -50331648}}) {
         ZorSetMIDITimer(c.time);
         EXPECT_EQ(ReadTimeBase().ClockCount, c.clocks);
         Receive(Start);
