@@ -9,7 +9,6 @@
 #include "engine/timer.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 
 namespace {
@@ -20,6 +19,12 @@ constexpr int NameBytes = 30;
 
 std::atomic<std::uint8_t> SysInited{0};
 
+// Appends what fits of the text to IniPath.
+void Append(const char* text) {
+    const std::size_t used = std::strlen(IniPath);
+    std::strncat(IniPath, text, sizeof IniPath - used - 1);
+}
+
 void BuildIniPath() {
     char module[MAX_PATH] = "";
     char drive[_MAX_DRIVE] = "";
@@ -27,7 +32,10 @@ void BuildIniPath() {
     GetModuleFileNameA(ModuleInstance, module, MAX_PATH);
     module[MAX_PATH - 1] = 0; // a path that did not fit may come without its end
     _splitpath(module, drive, directory, nullptr, nullptr);
-    std::snprintf(IniPath, sizeof IniPath, "%s%sZORMIDI.INI", drive, directory);
+    IniPath[0] = 0;
+    Append(drive);
+    Append(directory);
+    Append("ZORMIDI.INI");
 }
 
 // The last code of a row that did not come up; DriverSuccess if all did.
