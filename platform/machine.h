@@ -5,6 +5,7 @@
 #pragma once
 
 #include "platform/virtual/boxes.h"
+#include "platform/virtual/bridge.h"
 #include "platform/virtual/capture.h"
 #include "platform/virtual/clock.h"
 #include "platform/virtual/dialogs.h"

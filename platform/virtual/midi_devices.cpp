@@ -38,8 +38,10 @@ Device* Unplug(MidiDevices<Device>& devices, const std::string& name) {
     return devices.Unplugged.back().get();
 }
 
-// Forgets what is still on its way to the devices; waits for a message that is just arriving.
+// Cuts the devices off and forgets what is still on its way to them; waits for a message that is
+// just arriving.
 void StopTraffic(const std::vector<std::unique_ptr<MidiInputDevice>>& devices) {
+    for (const auto& device : devices) device->Source.reset();
     for (const auto& device : devices) UnscheduleAll(device.get());
 }
 

@@ -26,6 +26,15 @@ public:
     virtual void Send(std::uint32_t packed) = 0;
 };
 
+// Where an input gets messages from beyond the machine, for as long as it exists.
+class MidiSource {
+public:
+    MidiSource() = default;
+    MidiSource(const MidiSource&) = delete;
+    MidiSource& operator=(const MidiSource&) = delete;
+    virtual ~MidiSource() = default;
+};
+
 using MidiInCallback = void(CALLBACK*)(HMIDIIN, UINT, DWORD_PTR, DWORD_PTR, DWORD_PTR);
 
 struct MidiInputDevice {
@@ -37,6 +46,7 @@ struct MidiInputDevice {
     bool Started = false;
     DWORD StartTime = 0; // timeGetTime when it was started
     int CallbacksUnderWay = 0;
+    std::unique_ptr<MidiSource> Source;
 };
 
 struct MidiCable {
