@@ -1,0 +1,204 @@
+#include "tests/platform/machine_test.h"
+
+#include <array>
+#include <atomic>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+HANDLE Event(bool manual = false, bool signalled = false) {
+    return CreateEventA(nullptr, manual, signalled, nullptr);
+}
+
+// A thread of the library's that runs a lambda.
+template <typename Body>
+HANDLE Start(Body& body) {
+    return reinterpret_cast<HANDLE>(_beginthreadex(
+        nullptr, 0,
+        [](void* argument) -> unsigned {
+            (*static_cast<Body*>(argument))();
+            return 0;
+        },
+        &body, 0, nullptr));
+}
+
+using Waits = SteppedTest;
+
+TEST_F(Waits, EventsOfBothKinds) {
+    const HANDLE automatic = Event(), manual = Event(true, true);
+    EXPECT_EQ(WaitForSingleObject(automatic, 0), WAIT_TIMEOUT);
+    EXPECT_TRUE(SetEvent(automatic));
+    EXPECT_TRUE(SetEvent(automatic)); // twice signalled is signalled
+    EXPECT_EQ(WaitForSingleObject(automatic, 0), WAIT_OBJECT_0);
+    EXPECT_EQ(WaitForSingleObject(automatic, 0), WAIT_TIMEOUT);
+    EXPECT_EQ(WaitForSingleObject(manual, 0), WAIT_OBJECT_0);
+    EXPECT_EQ(WaitForSingleObject(manual, 0), WAIT_OBJECT_0);
+    EXPECT_TRUE(ResetEvent(manual));
+    EXPECT_EQ(WaitForSingleObject(manual, 0), WAIT_TIMEOUT);
+    EXPECT_TRUE(CloseHandle(automatic));
+    EXPECT_FALSE(CloseHandle(automatic));
+    EXPECT_FALSE(SetEvent(automatic));
+    EXPECT_EQ(WaitForSingleObject(automatic, 0), WAIT_FAILED);
+    EXPECT_EQ(machine::OpenHandles(), 1);
+}
+
+TEST_F(Waits, OfSeveralObjectsTheFirstSignalledCountsAndIsConsumed) {
+    std::array<HANDLE, 3> events{Event(), Event(), Event()};
+    SetEvent(events[1]);
+    SetEvent(events[2]);
+    EXPECT_EQ(WaitForMultipleObjects(3, events.data(), FALSE, INFINITE), WAIT_OBJECT_0 + 1);
+    EXPECT_EQ(WaitForMultipleObjects(3, events.data(), FALSE, INFINITE), WAIT_OBJECT_0 + 2);
+    // All or nothing: a wait for all that fails takes no signal away.
+    SetEvent(events[0]);
+    EXPECT_EQ(WaitForMultipleObjects(3, events.data(), TRUE, 0), WAIT_TIMEOUT);
+    SetEvent(events[1]);
+    SetEvent(events[2]);
+    EXPECT_EQ(WaitForMultipleObjects(3, events.data(), TRUE, 0), WAIT_OBJECT_0);
+    EXPECT_EQ(WaitForMultipleObjects(3, events.data(), FALSE, 0), WAIT_TIMEOUT);
+    EXPECT_EQ(WaitForMultipleObjects(0, events.data(), FALSE, 0), WAIT_FAILED);
+    const std::vector<HANDLE> many(MAXIMUM_WAIT_OBJECTS + 1, events[0]);
+    EXPECT_EQ(WaitForMultipleObjects(MAXIMUM_WAIT_OBJECTS + 1, many.data(), FALSE, 0), WAIT_FAILED);
+}
+
+TEST_F(Waits, TimeOutsOfOtherThreadsRunOnSteppedTime) {
+    std::vector<std::string> story;
+    const HANDLE never = Event();
+    const auto tell = [&](const char* who) {
+        story.push_back(who + std::to_string(timeGetTime()));
+    };
+    auto impatient = [&] {
+        EXPECT_EQ(WaitForSingleObject(never, 10000), WAIT_TIMEOUT);
+        tell("impatient ");
+    };
+    auto sleeper = [&] {
+        for (int i = 0; i < 3; ++i) {
+            Sleep(4000);
+            tell("sleeper ");
+        }
+    };
+    const HANDLE first = Start(impatient), second = Start(sleeper);
+    machine::Advance(9999);
+    EXPECT_EQ(story, (std::vector<std::string>{"sleeper 5000", "sleeper 9000"}));
+    machine::Advance(10000);
+    EXPECT_EQ(story, (std::vector<std::string>{"sleeper 5000", "sleeper 9000", "impatient 11000",
+                                               "sleeper 13000"}));
+    EXPECT_EQ(WaitForSingleObject(first, 0), WAIT_OBJECT_0);
+    EXPECT_EQ(WaitForSingleObject(second, 0), WAIT_OBJECT_0);
+    EXPECT_EQ(machine::LibraryThreads(), 0);
+}
+
+TEST_F(Waits, AWaitOfTheSteeringThreadLetsTimePass) {
+    // As a host that stops a capture does: the thread looks at its stop signal once a second only.
+    const HANDLE stop = Event();
+    auto worker = [&] {
+        while (WaitForSingleObject(stop, 0) != WAIT_OBJECT_0) Sleep(1000);
+    };
+    const HANDLE thread = Start(worker);
+    machine::Advance(500);
+    SetEvent(stop);
+    EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
+    EXPECT_EQ(timeGetTime(), 2000u);
+    EXPECT_EQ(WaitForSingleObject(stop, 70), WAIT_TIMEOUT);
+    EXPECT_EQ(timeGetTime(), 2070u);
+    Sleep(30);
+    EXPECT_EQ(timeGetTime(), 2100u);
+}
+
+TEST_F(Waits, TimeStandsStillUntilEveryThreadWaitsAgain) {
+    // Each signal sets off a chain of work through two threads; every moment must see it done.
+    const HANDLE tick = Event(), tock = Event(), stop = Event(true);
+    std::vector<DWORD> worked;
+    auto first = [&] {
+        const std::array<HANDLE, 2> objects{tick, stop};
+        while (WaitForMultipleObjects(2, objects.data(), FALSE, INFINITE) == WAIT_OBJECT_0) {
+            std::this_thread::yield();
+            SetEvent(tock);
+        }
+    };
+    auto second = [&] {
+        const std::array<HANDLE, 2> objects{tock, stop};
+        while (WaitForMultipleObjects(2, objects.data(), FALSE, INFINITE) == WAIT_OBJECT_0) {
+            for (int i = 0; i < 20; ++i) std::this_thread::yield();
+            worked.push_back(timeGetTime());
+        }
+    };
+    const HANDLE threads[] = {Start(first), Start(second)};
+    static HANDLE signalled;
+    signalled = tick;
+    std::vector<DWORD> expected;
+    for (UINT ms = 1; ms <= 200; ++ms) {
+        timeSetEvent(
+            ms, 1, [](UINT, UINT, DWORD_PTR, DWORD_PTR, DWORD_PTR) { SetEvent(signalled); }, 0,
+            TIME_ONESHOT);
+        expected.push_back(1000 + ms);
+    }
+    machine::Advance(300);
+    EXPECT_EQ(worked, expected);
+    SetEvent(stop);
+    EXPECT_EQ(WaitForMultipleObjects(2, threads, TRUE, INFINITE), WAIT_OBJECT_0);
+}
+
+TEST_F(MachineTest, ThreadsEndByReturningAndByEnding) {
+    for (const bool early : {false, true}) {
+        static bool endsEarly;
+        static std::atomic<bool> unwound;
+        endsEarly = early;
+        unwound = false;
+        const std::uintptr_t handle = _beginthread(
+            [](void*) {
+                struct Guard {
+                    ~Guard() { unwound = true; }
+                } guard;
+                if (endsEarly) _endthread();
+            },
+            4096, nullptr);
+        ASSERT_NE(handle, static_cast<std::uintptr_t>(-1));
+        // Its handle closes by itself, so the wait may find it gone; it has ended either way.
+        const DWORD waited = WaitForSingleObject(reinterpret_cast<HANDLE>(handle), INFINITE);
+        EXPECT_TRUE(waited == WAIT_OBJECT_0 || waited == WAIT_FAILED);
+        EXPECT_TRUE(unwound);
+        EXPECT_EQ(machine::LibraryThreads(), 0);
+        EXPECT_EQ(machine::OpenHandles(), 0);
+    }
+}
+
+TEST_F(MachineTest, AnExtendedThreadKeepsItsHandleAndTellsItsIdentifier) {
+    static std::atomic<DWORD> own;
+    unsigned id = 0;
+    const auto handle = reinterpret_cast<HANDLE>(_beginthreadex(
+        nullptr, 0,
+        [](void*) -> unsigned {
+            own = GetCurrentThreadId();
+            return 7;
+        },
+        nullptr, 0, &id));
+    EXPECT_EQ(WaitForSingleObject(handle, INFINITE), WAIT_OBJECT_0);
+    EXPECT_EQ(WaitForSingleObject(handle, INFINITE), WAIT_OBJECT_0);
+    EXPECT_EQ(own, id);
+    EXPECT_TRUE(CloseHandle(handle));
+}
+
+TEST_F(MachineTest, SignalsBetweenThreadsOnTheRealClock) {
+    const HANDLE there = Event(), back = Event();
+    int ball = 0; // handed over by the events alone
+    auto other = [&] {
+        for (int i = 0; i < 1000; ++i) {
+            WaitForSingleObject(there, INFINITE);
+            ++ball;
+            SetEvent(back);
+        }
+    };
+    const HANDLE thread = Start(other);
+    for (int i = 0; i < 1000; ++i) {
+        ++ball;
+        SetEvent(there);
+        ASSERT_EQ(WaitForSingleObject(back, INFINITE), WAIT_OBJECT_0);
+    }
+    EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
+    EXPECT_EQ(ball, 2000);
+    EXPECT_EQ(WaitForSingleObject(back, 1), WAIT_TIMEOUT);
+}
+
+} // namespace
