@@ -7,8 +7,8 @@
 namespace Sonorel {
 
 struct Cycle {
-    std::int32_t PeakIndex = 0; // window index of the dominant peak
-    std::int32_t Length = 0;    // samples to the peak of the next later cycle; 0 in the newest
+    std::int32_t PeakIndex; // window index of the dominant peak
+    std::int32_t Length;    // samples to the peak of the next later cycle; 0 in the newest
 };
 
 // Newest cycle first.
@@ -16,7 +16,7 @@ struct CycleTable {
     static constexpr std::int32_t Size = 20;
     static constexpr std::int32_t Enough = 10; // once all new samples are scanned
 
-    std::array<Cycle, Size> Entries;
+    std::array<Cycle, Size> Entries; // the first Count of them
     std::int32_t Count = 0;
 
     void Add(std::int32_t peakIndex) {

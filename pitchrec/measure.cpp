@@ -2,6 +2,7 @@
 #include "pitchrec/frame.h"
 #include "pitchrec/pitch_rec.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace Sonorel {
@@ -24,21 +25,29 @@ void PitchRecWaveIn::ProcessFrame(const Frame& frame) {
 }
 
 void PitchRecWaveIn::MeasureFrame(const Frame& frame) {
-    std::int32_t loud = 0; // index 0 itself is not told from "none yet"
+    // Both at once in the samples' own width, so that the compiler takes eight a step.
+    std::int16_t most = 0;
+    std::int16_t least = 0;
     for (std::int32_t i = frame.FirstNew(); i < frame.Count; ++i) {
-        const std::int32_t sample = frame.Window[i];
-        if (sample > Now.MaxSample)
-            Now.MaxSample = sample;
-        else if (sample < Now.MinSample)
-            Now.MinSample = sample;
-        if (loud == 0 && std::abs(sample) >= NoteOnThreshold) loud = i;
+        most = std::max(most, frame.Window[i]);
+        least = std::min(least, frame.Window[i]);
     }
+    Now.MaxSample = most;
+    Now.MinSample = least;
     Now.Extreme = Now.MaxSample > -Now.MinSample ? Now.MaxSample : Now.MinSample;
     Now.Amplitude = std::abs(Now.Extreme);
-    // Without a loud sample this is the time of the window's oldest one.
-    Now.OnsetTime = frame.TimeOf(loud, SampleRate);
+    Now.OnsetTime = frame.TimeOf(FirstLoud(frame), SampleRate);
     const std::int32_t level = SignalLevel.load(std::memory_order_relaxed);
     SignalLevel.store((level + Now.Amplitude) / 2, std::memory_order_relaxed);
+}
+
+// Window index of the first loud new sample, but never 0, which stands for "none": a frame without
+// a loud sample is stamped with the window's oldest one, and so is one whose only one that is.
+std::int32_t PitchRecWaveIn::FirstLoud(const Frame& frame) const {
+    if (Now.Amplitude < NoteOnThreshold) return 0;
+    for (std::int32_t i = std::max(frame.FirstNew(), 1); i < frame.Count; ++i)
+        if (std::abs(std::int32_t{frame.Window[i]}) >= NoteOnThreshold) return i;
+    return 0;
 }
 
 } // namespace Sonorel

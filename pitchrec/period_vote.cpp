@@ -36,6 +36,7 @@ public:
     // Most votes wins; between clusters close in votes the shorter period, which keeps two or three
     // times the period from winning.
     PeriodCluster Best() const {
+        if (Count == 0) return {};
         PeriodCluster best = Entries[0];
         for (std::int32_t c = 1; c < Count; ++c) {
             const PeriodCluster& cluster = Entries[static_cast<std::size_t>(c)];

@@ -12,9 +12,9 @@ namespace Sonorel {
 constexpr std::int32_t SegDiffLengthThreshold = 5;
 
 struct PeriodCluster {
-    std::int32_t Votes = 0;
-    std::int32_t Mean = 0;  // follows the last value by halves, in samples
-    std::int32_t Total = 0; // sum of all values that voted
+    std::int32_t Votes;
+    std::int32_t Mean;  // follows the last value by halves, in samples
+    std::int32_t Total; // sum of all values that voted
 };
 
 // Lets every distance between neighbouring peaks, and every sum of two or three of them, vote.

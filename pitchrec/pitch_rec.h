@@ -146,6 +146,7 @@ private:
     void ProcessFrame(const Frame& frame);
     void DetectAttacks(const Frame& frame, std::int32_t threshold);
     void MeasureFrame(const Frame& frame);
+    std::int32_t FirstLoud(const Frame& frame) const;
     void FindPeriod(const Frame& frame);
     void DecideNote();
     void DecideSteady();

@@ -21,7 +21,7 @@ inline __m128i Load(const std::int16_t* at) {
 
 // Sign bits of 16 bytes.
 inline std::uint64_t Signs(__m128i bytes) {
-    return static_cast<std::uint16_t>(_mm_movemask_epi8(bytes));
+    return static_cast<unsigned>(_mm_movemask_epi8(bytes));
 }
 
 } // namespace lanes
