@@ -109,8 +109,8 @@ TEST(Messages, BendsFollowTheirNoteAndOnlyChanges) {
     // 3 cents since the first frame, so that the second, which starts the note, brings no change.
     EXPECT_EQ(player.TakeMessages(), (Messages{0x904564}));
     player.Play(Sine(22050.0 / 51, 100), 3); // 432 Hz, 31 cents below
-    EXPECT_EQ(player.Now().CentsOffset, -30);
-    EXPECT_EQ(player.TakeMessages().back(), 0xE0623Fu); // 8,162
+    EXPECT_EQ(player.Now().CentsOffset, -31);
+    EXPECT_EQ(player.TakeMessages().back(), 0xE0613Fu); // 8,161
     player.Play(Sine(22050.0 / 51, 100), 1);
     EXPECT_TRUE(player.TakeMessages().empty());
     player.Play(Silence());

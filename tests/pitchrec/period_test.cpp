@@ -146,7 +146,7 @@ TEST(Period, HearsEverySemitone) {
                 if (frame.ActiveNote == NoNote) continue;
                 ++held;
                 EXPECT_EQ(frame.ActiveNote, note);
-                EXPECT_NEAR(frame.CentsOffset, 0, 20);
+                EXPECT_NEAR(frame.CentsOffset, 0, 25);
             }
             EXPECT_GE(held, steady ? 20 : 12);
         }
