@@ -16,6 +16,7 @@ constexpr UINT BST_CHECKED = 1;
 constexpr DWORD SS_LEFT = 0;
 constexpr DWORD SS_CENTER = 1;
 constexpr DWORD SS_RIGHT = 2;
+constexpr DWORD SS_ICON = 3;
 constexpr DWORD SS_BLACKFRAME = 7;
 constexpr DWORD SS_TYPEMASK = 0x1F;
 

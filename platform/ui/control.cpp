@@ -125,11 +125,19 @@ Kind KindOf(const ControlTemplate& control) {
     if (strcasecmp(control.Class, "EDIT") == 0) return Kind::Edit;
     if (strcasecmp(control.Class, "COMBOBOX") == 0) return Kind::List;
     if (strcasecmp(control.Class, "msctls_trackbar32") == 0) return Kind::Slider;
-    return (control.Style & SS_TYPEMASK) == SS_BLACKFRAME ? Kind::Frame : Kind::Label;
+    switch (control.Style & SS_TYPEMASK) {
+    case SS_BLACKFRAME:
+        return Kind::Frame;
+    case SS_ICON:
+        return Kind::Icon;
+    default:
+        return Kind::Label;
+    }
 }
 
 bool Control::TakesFocus() const {
-    return What != Kind::GroupBox && What != Kind::Label && What != Kind::Frame;
+    return What != Kind::GroupBox && What != Kind::Label && What != Kind::Frame &&
+           What != Kind::Icon;
 }
 
 bool Control::TabStop() const {

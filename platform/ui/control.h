@@ -21,6 +21,7 @@ enum class Kind {
     GroupBox,
     Label,
     Frame,
+    Icon,
     Edit,
     List, // closed, and dropping down to choose from
     Slider,
