@@ -73,8 +73,18 @@ struct DSBPOSITIONNOTIFY {
     DWORD dwOffset;
     HANDLE hEventNotify;
 };
-struct DSCCAPS;
-struct DSCBCAPS;
+struct DSCCAPS {
+    DWORD dwSize;
+    DWORD dwFlags;
+    DWORD dwFormats;
+    DWORD dwChannels;
+};
+struct DSCBCAPS {
+    DWORD dwSize;
+    DWORD dwFlags;
+    DWORD dwBufferBytes;
+    DWORD dwReserved;
+};
 
 struct IDirectSoundCaptureBuffer : IUnknown {
     virtual HRESULT GetCaps(DSCBCAPS* caps) = 0;

@@ -1,0 +1,134 @@
+// DirectSound capture: the two entry points, and the object that makes buffers.
+#include "platform/audio/direct_sound.h"
+
+#include "platform/audio/capture_devices.h"
+#include "platform/audio/direct_sound_buffer.h"
+#include "platform/virtual/fault_point.h"
+
+#include <atomic>
+#include <cstring>
+
+namespace machine {
+namespace {
+
+// Flags without order: each is looked at by itself.
+std::atomic<DirectSound> state{DirectSound::Present};
+std::atomic<int> objects{0};
+
+class CaptureObject final : public IDirectSoundCapture {
+public:
+    explicit CaptureObject(std::shared_ptr<DeviceClaim> claim) : claim_(std::move(claim)) {}
+
+    // Its other interfaces are not used by anybody.
+    HRESULT QueryInterface(REFIID, void** object) override {
+        if (object == nullptr) return DSERR_INVALIDPARAM;
+        *object = nullptr;
+        return E_NOINTERFACE;
+    }
+    DWORD AddRef() override { return references_.fetch_add(1, std::memory_order_relaxed) + 1; }
+    DWORD Release() override {
+        const DWORD left = references_.fetch_sub(1, std::memory_order_acq_rel) - 1;
+        if (left == 0) delete this;
+        return left;
+    }
+    HRESULT GetCaps(DSCCAPS* caps) override {
+        if (caps == nullptr || caps->dwSize < sizeof(DSCCAPS)) return DSERR_INVALIDPARAM;
+        caps->dwFlags = 0;
+        caps->dwFormats = claim_->Device().Formats();
+        caps->dwChannels = claim_->Device().Channels();
+        return DS_OK;
+    }
+    HRESULT Initialize(const GUID*) override { return DSERR_ALREADYINITIALIZED; }
+    HRESULT CreateCaptureBuffer(const DSCBUFFERDESC* desc, IDirectSoundCaptureBuffer** buffer,
+                                IUnknown* outer) override;
+
+private:
+    ~CaptureObject() = default;
+
+    const CountedObject counted_;
+    std::atomic<DWORD> references_{1};
+    const std::shared_ptr<DeviceClaim> claim_;
+};
+
+// The size that the first form of the record had where pointers are of 32 bits.
+constexpr DWORD FirstDescSize = 20;
+
+bool IsSound(const DSCBUFFERDESC& desc) {
+    const bool knownSize = desc.dwSize == FirstDescSize || desc.dwSize == sizeof(DSCBUFFERDESC1) ||
+                           desc.dwSize == sizeof(DSCBUFFERDESC);
+    return knownSize && desc.dwReserved == 0 && desc.lpwfxFormat != nullptr &&
+           desc.dwBufferBytes > 0;
+}
+
+HRESULT CaptureObject::CreateCaptureBuffer(const DSCBUFFERDESC* desc,
+                                           IDirectSoundCaptureBuffer** buffer, IUnknown* outer) {
+    if (const auto failure = OrderedFailure(Call::CreateCaptureBuffer))
+        return static_cast<HRESULT>(*failure);
+    if (outer != nullptr) return DSERR_NOAGGREGATION;
+    if (buffer == nullptr || desc == nullptr || !IsSound(*desc)) return DSERR_INVALIDPARAM;
+    *buffer = nullptr;
+    const WAVEFORMATEX& wave = *desc->lpwfxFormat;
+    const auto format = PcmFormatOf(wave);
+    if (!format || !claim_->Device().Supports(*format)) return DSERR_BADFORMAT;
+    if (desc->dwBufferBytes % wave.nBlockAlign != 0) return DSERR_INVALIDPARAM;
+    if (claim_->Device().Gone()) return DSERR_NODRIVER;
+    *buffer = new CaptureBuffer(claim_, wave, desc->dwBufferBytes, desc->dwFlags);
+    return DS_OK;
+}
+
+HRESULT Enumerate(LPDSENUMCALLBACKA callback, LPVOID context) {
+    if (const auto failure = OrderedFailure(Call::DirectSoundCaptureEnumerateA))
+        return static_cast<HRESULT>(*failure);
+    if (callback == nullptr) return DSERR_INVALIDPARAM;
+    const auto devices = PresentCaptureDevices();
+    if (devices.empty()) return DS_OK;
+    if (callback(nullptr, "Primary Sound Capture Driver", "", context) == FALSE) return DS_OK;
+    for (const auto& device : devices) {
+        const int id = IdOfCaptureDevice(*device);
+        GUID guid = GuidOfCaptureDevice(id);
+        const std::string module = "mic" + std::to_string(id) + ".drv";
+        if (callback(&guid, device->Name().c_str(), module.c_str(), context) == FALSE) break;
+    }
+    return DS_OK;
+}
+
+HRESULT Create(LPCGUID guid, IDirectSoundCapture** capture, IUnknown* outer) {
+    if (const auto failure = OrderedFailure(Call::DirectSoundCaptureCreate))
+        return static_cast<HRESULT>(*failure);
+    if (outer != nullptr) return DSERR_NOAGGREGATION;
+    if (capture == nullptr) return DSERR_INVALIDPARAM;
+    *capture = nullptr;
+    const auto device = CaptureDeviceByGuid(guid);
+    if (!device) return DSERR_NODRIVER;
+    auto claim = std::make_shared<DeviceClaim>(device);
+    if (!*claim) return DSERR_ALLOCATED;
+    *capture = new CaptureObject(std::move(claim));
+    return DS_OK;
+}
+
+// By way of a type that the compiler takes for any function.
+template <class Function>
+FARPROC AsEntry(Function* entry) {
+    return reinterpret_cast<FARPROC>(reinterpret_cast<void (*)()>(entry));
+}
+
+} // namespace
+
+CountedObject::CountedObject() { objects.fetch_add(1, std::memory_order_relaxed); }
+CountedObject::~CountedObject() { objects.fetch_sub(1, std::memory_order_relaxed); }
+int CaptureObjects() { return objects.load(std::memory_order_relaxed); }
+
+void SetDirectSoundState(DirectSound to) { state.store(to, std::memory_order_relaxed); }
+
+bool DirectSoundLoads() { return state.load(std::memory_order_relaxed) != DirectSound::Absent; }
+
+FARPROC DirectSoundEntry(const char* name) {
+    if (state.load(std::memory_order_relaxed) != DirectSound::Present) return nullptr;
+    if (std::strcmp(name, "DirectSoundCaptureEnumerateA") == 0)
+        return AsEntry(&Enumerate);
+    if (std::strcmp(name, "DirectSoundCaptureCreate") == 0)
+        return AsEntry(&Create);
+    return nullptr;
+}
+
+} // namespace machine

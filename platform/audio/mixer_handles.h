@@ -1,0 +1,9 @@
+// Mixer handles that exist now.
+#pragma once
+
+namespace machine {
+
+int OpenMixerHandles();
+void DropMixerHandles();
+
+} // namespace machine

@@ -1,0 +1,26 @@
+// What becomes of sound when the machine is switched off and on.
+#include "platform/virtual/power.h"
+
+#include "platform/audio/capture_devices.h"
+#include "platform/audio/direct_sound.h"
+#include "platform/audio/microphone.h"
+#include "platform/audio/mixer_handles.h"
+#include "platform/audio/mixer_model.h"
+#include "platform/audio/wave_in.h"
+
+namespace machine {
+namespace {
+
+// Objects that somebody still holds find their device gone.
+const AtPowerOn resetSound([] {
+    DropWaveIns();
+    for (const auto& device : PresentCaptureDevices())
+        if (auto* microphone = dynamic_cast<VirtualMicrophone*>(device.get())) microphone->Unplug();
+    ForgetCaptureDevices();
+    DropMixerHandles();
+    ForgetMixers();
+    SetDirectSoundState(DirectSound::Present);
+});
+
+} // namespace
+} // namespace machine
