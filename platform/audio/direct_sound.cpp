@@ -4,16 +4,15 @@
 #include "platform/audio/capture_devices.h"
 #include "platform/audio/direct_sound_buffer.h"
 #include "platform/virtual/fault_point.h"
+#include "platform/virtual/modules.h"
 
+#include <array>
 #include <atomic>
-#include <cstring>
 
 namespace machine {
 namespace {
 
-// Flags without order: each is looked at by itself.
-std::atomic<DirectSound> state{DirectSound::Present};
-std::atomic<int> objects{0};
+std::atomic<int> objects{0}; // a count, ordered by nothing
 
 class CaptureObject final : public IDirectSoundCapture {
 public:
@@ -118,17 +117,22 @@ CountedObject::CountedObject() { objects.fetch_add(1, std::memory_order_relaxed)
 CountedObject::~CountedObject() { objects.fetch_sub(1, std::memory_order_relaxed); }
 int CaptureObjects() { return objects.load(std::memory_order_relaxed); }
 
-void SetDirectSoundState(DirectSound to) { state.store(to, std::memory_order_relaxed); }
-
-bool DirectSoundLoads() { return state.load(std::memory_order_relaxed) != DirectSound::Absent; }
-
-FARPROC DirectSoundEntry(const char* name) {
-    if (state.load(std::memory_order_relaxed) != DirectSound::Present) return nullptr;
-    if (std::strcmp(name, "DirectSoundCaptureEnumerateA") == 0)
-        return AsEntry(&Enumerate);
-    if (std::strcmp(name, "DirectSoundCaptureCreate") == 0)
-        return AsEntry(&Create);
-    return nullptr;
+void OfferDirectSound(DirectSound state) {
+    static const std::array<ModuleExport, 2> entries = {
+        {{"DirectSoundCaptureEnumerateA", AsEntry(&Enumerate)},
+         {"DirectSoundCaptureCreate", AsEntry(&Create)}}};
+    constexpr const char* Name = "DSOUND.DLL";
+    switch (state) {
+    case DirectSound::Absent:
+        WithdrawModule(Name);
+        break;
+    case DirectSound::WithoutCapture:
+        OfferModule(Name, {});
+        break;
+    case DirectSound::Present:
+        OfferModule(Name, entries);
+        break;
+    }
 }
 
 } // namespace machine

@@ -1,22 +1,15 @@
-// DirectSound capture as a library that may be there: what LoadLibraryA and GetProcAddress need.
+// DirectSound capture as a library that may be there.
 #pragma once
 
 #include "platform/audio/capture_device.h"
 #include "platform/system/dsound.h"
-#include "platform/system/kernel.h"
 
 #include <memory>
 
 namespace machine {
 
-constexpr const char* DirectSoundModuleName = "DSOUND.DLL";
-
-// Whether the library loads now.
-bool DirectSoundLoads();
-// An entry point of it, null if it has none of this name.
-FARPROC DirectSoundEntry(const char* name);
-
-void SetDirectSoundState(DirectSound state);
+// Offers the library "DSOUND.DLL" to LoadLibraryA as told, or withdraws it.
+void OfferDirectSound(DirectSound state);
 
 int CaptureObjects(); // that exist
 

@@ -52,6 +52,7 @@ void VirtualMicrophone::Release() {
 
 std::unique_ptr<CaptureStream> VirtualMicrophone::NewStream(const PcmFormat& format,
                                                             CaptureOwner& owner) {
+    StartLane(Lane::Audio); // now, rather than at Start
     return std::make_unique<MicrophoneStream>(shared_from_this(), format, owner);
 }
 

@@ -12,15 +12,19 @@ namespace machine {
 namespace {
 
 // Objects that somebody still holds find their device gone.
-const AtPowerOn resetSound([] {
+void Reset() {
     DropWaveIns();
     for (const auto& device : PresentCaptureDevices())
         if (auto* microphone = dynamic_cast<VirtualMicrophone*>(device.get())) microphone->Unplug();
     ForgetCaptureDevices();
     DropMixerHandles();
     ForgetMixers();
-    SetDirectSoundState(DirectSound::Present);
-});
+    OfferDirectSound(DirectSound::Present);
+}
+const AtPowerOn atPowerOn(Reset);
+
+// As the machine stands at load.
+[[maybe_unused]] const bool offered = (OfferDirectSound(DirectSound::Present), true);
 
 } // namespace
 } // namespace machine

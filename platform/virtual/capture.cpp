@@ -70,7 +70,7 @@ void FallBehind(Microphone microphone, unsigned notifications) {
     if (const auto late = Find(microphone)) late->FallBehind(notifications);
 }
 
-void SetDirectSound(DirectSound state) { SetDirectSoundState(state); }
+void SetDirectSound(DirectSound state) { OfferDirectSound(state); }
 
 CaptureStats StatsOf(Microphone microphone) {
     const auto asked = Find(microphone);
