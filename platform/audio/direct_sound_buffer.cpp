@@ -1,5 +1,6 @@
 #include "platform/audio/direct_sound_buffer.h"
 
+#include "platform/system/kernel.h"
 #include "platform/virtual/fault_point.h"
 
 #include <algorithm>

@@ -29,7 +29,7 @@ struct MicrophoneModel {
     std::uint32_t Formats = 0xFFF;
     unsigned Channels = 2; // wChannels of its capabilities; more than this are refused
     // Formats beyond those that dwFormats can tell.
-    std::vector<PcmFormat> MoreFormats;
+    std::vector<PcmFormat> MoreFormats = {};
     // Refuses a second open with MMSYSERR_ALLOCATED or DSERR_ALLOCATED. Otherwise all who have it
     // open hear the same.
     bool Exclusive = false;
