@@ -1,0 +1,113 @@
+// zorhost clock
+#include "host/commands.h"
+#include "host/interrupt.h"
+#include "host/library.h"
+#include "host/progress.h"
+#include "host/settings.h"
+#include "host/virtual_machine.h"
+
+#include <cmath>
+#include <cstdio>
+#include <limits>
+#include <memory>
+
+namespace zorhost {
+
+namespace {
+
+constexpr int ClocksPerBeat = 24;
+constexpr double Lead = 100;   // milliseconds from the start of the timer to the Start message
+constexpr double Settle = 10;  // from the Start message to the first clock
+constexpr int Ahead = 1000;    // milliseconds of clocks that wait in the queue
+
+struct ClockOptions {
+    double BeatsPerMinute = 120;
+    double Seconds = 0; // 0: until Ctrl-C
+    std::vector<std::string> To;
+};
+
+MIDIEvent SystemRecord(double time, std::uint8_t status) {
+    return {static_cast<std::int32_t>(std::lround(time)), 0, -1, 0, status, 0, 0};
+}
+
+// Queues Start, the clocks, and Stop after the last one.
+class ClockTrain {
+public:
+    explicit ClockTrain(const ClockOptions& options)
+        : Interval(60000 / options.BeatsPerMinute / ClocksPerBeat),
+          Clocks(options.Seconds > 0
+                     ? static_cast<std::int64_t>(std::ceil(options.Seconds * 1000 / Interval))
+                     : std::numeric_limits<std::int64_t>::max()) {}
+
+    // Up to that time. Each clock's time is counted from the start, so that none drifts.
+    void Feed(double until) {
+        while (!Done()) {
+            const MIDIEvent event = Record();
+            if (event.Time > until || !ZorXmit(ZOR_QUEUE_OUTPUT, &event)) return;
+            ++Next;
+        }
+    }
+    bool Done() const { return Next > Clocks; }
+    std::int64_t BeatAt(double time) const {
+        return time < Lead + Settle
+                   ? 0
+                   : static_cast<std::int64_t>((time - Lead - Settle) / Interval) / ClocksPerBeat + 1;
+    }
+
+private:
+    MIDIEvent Record() const {
+        if (Next < 0) return SystemRecord(Lead, 0xFA);
+        const double time = Lead + Settle + static_cast<double>(Next) * Interval;
+        return SystemRecord(time, Next < Clocks ? 0xF8 : 0xFC);
+    }
+
+    double Interval; // milliseconds
+    std::int64_t Clocks;
+    std::int64_t Next = -1; // -1 is Start
+};
+
+void Run(const GlobalOptions& global, const ClockOptions& options) {
+    const VirtualMachine machine(global);
+    RunChanges changes;
+    changes.Outputs = options.To;
+    const RunSettings settings(SettingsFolder(global.IniFolder), changes);
+    ClockTrain train(options);
+    Progress progress;
+    Library library;
+    library.Start({});
+    while (!Interrupted() && !(train.Done() && ZorXmitEmpty(0))) {
+        const std::int32_t now = ZorTimeMIDI(0);
+        train.Feed(now + Ahead);
+        if (progress.Due()) {
+            char line[64];
+            std::snprintf(line, sizeof line, "clock at %g, beat %lld", options.BeatsPerMinute,
+                          static_cast<long long>(train.BeatAt(now)));
+            progress.Show(line);
+        }
+        Nap(10);
+    }
+    if (Interrupted()) {
+        ZorZeroQueue(ZOR_QUEUE_OUTPUT);
+        const MIDIEvent stop = SystemRecord(0, 0xFC);
+        ZorXmit(ZOR_IMMEDIATE, &stop);
+    }
+}
+
+} // namespace
+
+void AddClock(CLI::App& app, const GlobalOptions& global) {
+    CLI::App* command = app.add_subcommand(
+        "clock", "Send Start and MIDI clock, 24 a quarter note, and Stop at the end");
+    const auto options = std::make_shared<ClockOptions>();
+    command->add_option("BPM", options->BeatsPerMinute, "Quarter notes a minute")
+        ->required()
+        ->check(CLI::Range(10.0, 500.0));
+    command->add_option("--to", options->To, "Output device to send to; give it again for several")
+        ->type_name("NAME");
+    command->add_option("--seconds", options->Seconds, "Stop after so many seconds")
+        ->check(CLI::Range(0.001, 2000000.0))
+        ->type_name("N");
+    command->callback([&global, options] { Run(global, *options); });
+}
+
+} // namespace zorhost

@@ -1,0 +1,22 @@
+// The commands of zorhost. Each adds itself to the command line and does its work when it is chosen.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include <string>
+
+namespace zorhost {
+
+struct GlobalOptions {
+    std::string IniFolder;   // --ini, empty for the user's own
+    std::string CableFolder; // --cables, empty for the user's own
+};
+
+void AddDevices(CLI::App& app, const GlobalOptions& global);
+void AddPlay(CLI::App& app, const GlobalOptions& global);
+void AddRecord(CLI::App& app, const GlobalOptions& global);
+void AddMonitor(CLI::App& app, const GlobalOptions& global);
+void AddFollow(CLI::App& app, const GlobalOptions& global);
+void AddClock(CLI::App& app, const GlobalOptions& global);
+
+} // namespace zorhost

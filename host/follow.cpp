@@ -1,0 +1,151 @@
+// zorhost follow
+#include "host/commands.h"
+#include "host/interrupt.h"
+#include "host/library.h"
+#include "host/midi_file.h"
+#include "host/player.h"
+#include "host/port_map.h"
+#include "host/progress.h"
+#include "host/settings.h"
+#include "host/virtual_machine.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+
+namespace zorhost {
+
+namespace {
+
+constexpr int UnitsPerQuarter = 1024; // of the library's time in external sync
+
+struct FollowOptions {
+    std::string File;
+    std::vector<std::string> To;
+    std::vector<std::string> In;
+};
+
+// Plays the piece at the places where the clock's sender is.
+class Follower {
+public:
+    explicit Follower(MidiFile file) : File(std::move(file)), Play({}) { GoTo(0); }
+
+    void Run();
+    bool Complete() const { return Play.AllFed() && !Interrupted(); }
+
+private:
+    std::int64_t UnitsAt(std::int64_t tick) const {
+        return tick * UnitsPerQuarter / File.Map.TicksPerQuarter();
+    }
+    std::int64_t TickAtUnits(std::int64_t units) const {
+        return units * File.Map.TicksPerQuarter() / UnitsPerQuarter;
+    }
+    void GoTo(std::int64_t tick);
+    void Hear(const MIDIEvent& record);
+    void ShowProgress(Progress& progress) const;
+
+    const MidiFile File;
+    Player Play;
+    bool Running = false;
+};
+
+// Replaces what is queued by the piece from that tick on.
+void Follower::GoTo(std::int64_t tick) {
+    std::vector<MIDIEvent> records = EventsFrom(File, tick);
+    for (MIDIEvent& record : records) {
+        record.Time = static_cast<std::int32_t>(UnitsAt(record.Etime));
+    }
+    Play = Player(std::move(records));
+}
+
+void Follower::Hear(const MIDIEvent& record) {
+    switch (record.Status) {
+    case 0xF2: // Song Position, in sixteenth notes
+        Library::Silence(Play.All());
+        GoTo(std::int64_t{record.Data2 << 7 | record.Data1} * File.Map.TicksPerQuarter() / 4);
+        break;
+    case 0xFA:
+        if (Running) Library::Silence(Play.All());
+        ZorZeroQueue(ZOR_QUEUE_OUTPUT);
+        GoTo(0);
+        Running = true;
+        break;
+    case 0xFB: Running = true; break;
+    case 0xFC: // what is at this place has been played
+        Library::Silence(Play.All());
+        GoTo(TickAtUnits(std::max(0, ZorTimeMIDI(0))) + 1);
+        Running = false;
+        break;
+    default: break;
+    }
+}
+
+void Follower::ShowProgress(Progress& progress) const {
+    const std::int64_t tick = TickAtUnits(std::max(0, ZorTimeMIDI(0)));
+    const BarBeat place = File.Map.BarBeatAt(std::min(tick, File.EndTick));
+    const QueueFill fill = OutputFill();
+    char line[128];
+    std::snprintf(line, sizeof line, "%s  bar %4lld beat %2d  queue %4d/%d  %s",
+                  Running ? "following" : "waiting  ", static_cast<long long>(place.Bar), place.Beat,
+                  fill.Count, fill.Room, Bar(tick, File.EndTick, 20).c_str());
+    progress.Show(line);
+}
+
+void Follower::Run() {
+    // The first clock after Start stands at the beginning, not one clock behind it: the count
+    // begins at -1, which -43 units give.
+    ZorSetMIDITimer(-43);
+    Progress progress;
+    std::vector<MIDIEvent> records;
+    do {
+        records.clear();
+        Library::TakeReceived(records);
+        for (const MIDIEvent& record : records) Hear(record);
+        Play.Feed();
+        // The timer counts milliseconds, the piece goes by the clock: look again more often.
+        ZorMIDIPlay();
+        if (progress.Due()) ShowProgress(progress);
+        Nap(2);
+    } while (!Interrupted() && !(Play.AllFed() && ZorXmitEmpty(0)));
+    progress.End();
+    if (Interrupted() || LeavesSounding(Play.All())) Library::Silence(Play.All());
+}
+
+void Run(const GlobalOptions& global, const FollowOptions& options) {
+    Follower follower(ReadMidiFile(options.File));
+    const VirtualMachine machine(global);
+    RunChanges changes;
+    changes.Inputs = options.In;
+    changes.Outputs = options.To;
+    const RunSettings settings(SettingsFolder(global.IniFolder), changes);
+    const PortMap map = ReadPortMap(settings.IniPath());
+    for (const Port& port : map.Inputs) {
+        if (port.Row == map.SyncInput) {
+            std::fprintf(stderr, "Waiting for Start and clock on \"%s\"\n", port.Device.c_str());
+        }
+    }
+    StartOptions start;
+    start.Sync = ZOR_SYNC_EXTERNAL;
+    start.Keep.Classes = 0x80FF;  // only what steers the piece comes in
+    start.Keep.System = 0xFFFF & ~(1 << 2 | 1 << 10 | 1 << 11 | 1 << 12);
+    Library library;
+    library.Start(start);
+    follower.Run();
+    std::printf("%s\n", follower.Complete() ? "Played to the end" : "Stopped");
+}
+
+} // namespace
+
+void AddFollow(CLI::App& app, const GlobalOptions& global) {
+    CLI::App* command = app.add_subcommand(
+        "follow", "Play a MIDI file in time with the MIDI clock that comes in");
+    const auto options = std::make_shared<FollowOptions>();
+    command->add_option("FILE", options->File, "The piece, a .mid file")->required();
+    command->add_option("--to", options->To, "Output device to play on; give it again for several")
+        ->type_name("NAME");
+    command->add_option("--in", options->In, "Input device that the clock comes from")
+        ->type_name("NAME");
+    command->callback([&global, options] { Run(global, *options); });
+}
+
+} // namespace zorhost

@@ -1,0 +1,64 @@
+#include "host/input.h"
+
+#include "host/host_error.h"
+#include "host/interrupt.h"
+
+#include <algorithm>
+
+namespace zorhost {
+
+void InputOptions::AddTo(CLI::App& command) {
+    command.add_option("--in", In,
+                       "Input device to listen to; give it again for several. Without it: the "
+                       "inputs of the settings")
+        ->type_name("NAME");
+    command.add_option("--filter", Filter, "Keep messages out: " + FilterWords())
+        ->type_name("KIND,...")
+        ->delimiter(',');
+    command.add_option("--thru", Thru,
+                       "Output device that plays at once what comes in, filtered or not; give it "
+                       "again for several")
+        ->type_name("NAME");
+    command.add_option("--map", Map, "With --thru: channels to play on, 1:10 for in 1, out 10")
+        ->type_name("IN:OUT,...")
+        ->delimiter(',')
+        ->needs("--thru");
+    command.add_option("--seconds", Seconds, "Stop after so many seconds, not only at Ctrl-C")
+        ->check(CLI::Range(0.001, 2000000.0))
+        ->type_name("N");
+}
+
+RunChanges InputOptions::Changes() const {
+    RunChanges changes;
+    changes.Inputs = In;
+    changes.Outputs = Thru;
+    return changes;
+}
+
+StartOptions InputOptions::Start() const {
+    StartOptions start;
+    start.Keep = ParseFilter(Filter);
+    start.Thru = !Thru.empty();
+    start.ThruMap = ParseChannelMap(Map);
+    return start;
+}
+
+void RunInput(const InputOptions& options,
+              const std::function<void(const std::vector<MIDIEvent>&)>& take) {
+    const StartOptions start = options.Start();
+    const double milliseconds = options.Seconds * 1000;
+    Library library;
+    library.Start(start);
+    std::vector<MIDIEvent> records;
+    bool last = false;
+    while (!last) {
+        Nap(4);
+        last = Interrupted() || (milliseconds > 0 && ZorTimeMIDI(0) >= milliseconds);
+        records.clear();
+        Library::TakeReceived(records);
+        take(records);
+    }
+    if (start.Thru) Library::Silence({});
+}
+
+} // namespace zorhost

@@ -1,0 +1,213 @@
+// zorhost play
+#include "host/commands.h"
+#include "host/host_error.h"
+#include "host/interrupt.h"
+#include "host/library.h"
+#include "host/midi_file.h"
+#include "host/player.h"
+#include "host/port_map.h"
+#include "host/progress.h"
+#include "host/recording.h"
+#include "host/report.h"
+#include "host/settings.h"
+#include "host/virtual_machine.h"
+
+#include <cstdio>
+#include <limits>
+#include <memory>
+#include <optional>
+
+namespace zorhost {
+
+namespace {
+
+constexpr std::int64_t Lead = 100; // milliseconds from the start of the timer to the first record
+
+struct PlayOptions {
+    std::string File;
+    std::vector<std::string> To;
+    std::string Record;
+    int TempoPercent = 100;
+    int FromBar = 1;
+    bool Report = false;
+};
+
+class Performance {
+public:
+    Performance(const PlayOptions& options, MidiFile file)
+        : Options(options), File(std::move(file)), StartTick(File.Map.TickOfBar(options.FromBar)),
+          Play(Schedule()) {}
+
+    void Run();
+    bool Complete() const { return Play.AllFed() && !Interrupted(); }
+    const std::vector<MIDIEvent>& Sent() const { return Play.All(); }
+    // As they came in, with times from the start of the music.
+    std::vector<MIDIEvent> Received() const;
+    RecordingPlan Recording() const;
+    std::int64_t Milliseconds() const { return TimeOf(File.EndTick); }
+
+private:
+    std::vector<MIDIEvent> Schedule() const;
+    std::int64_t TimeOf(std::int64_t tick) const;
+    void ShowProgress(Progress& progress) const;
+    void AwaitRest();
+
+    const PlayOptions& Options;
+    const MidiFile File;
+    const std::int64_t StartTick;
+    Player Play;
+    std::vector<MIDIEvent> Incoming;
+};
+
+// Milliseconds from the start of the music, at the tempo asked for.
+std::int64_t Performance::TimeOf(std::int64_t tick) const {
+    const std::int64_t piece = File.Map.MicrosecondsAt(tick) - File.Map.MicrosecondsAt(StartTick);
+    return (piece * 100 / Options.TempoPercent + 500) / 1000;
+}
+
+std::vector<MIDIEvent> Performance::Schedule() const {
+    if (StartTick > File.EndTick) {
+        throw HostError("--from: the piece ends in bar " +
+                            std::to_string(File.Map.BarBeatAt(File.EndTick).Bar),
+                        ExitWrongUse);
+    }
+    if (TimeOf(File.EndTick) + Lead > std::numeric_limits<std::int32_t>::max()) {
+        throw HostError("\"" + Options.File + "\" would play for more than 24 days");
+    }
+    std::vector<MIDIEvent> records = EventsFrom(File, StartTick);
+    for (MIDIEvent& record : records) {
+        record.Time = static_cast<std::int32_t>(Lead + TimeOf(record.Etime));
+    }
+    return records;
+}
+
+void Performance::ShowProgress(Progress& progress) const {
+    const std::int64_t now = ZorTimeMIDI(0) - Lead;
+    const std::int64_t piece = std::max<std::int64_t>(0, now) * 10 * Options.TempoPercent;
+    const std::int64_t tick = File.Map.TickAt(File.Map.MicrosecondsAt(StartTick) + piece);
+    const BarBeat place = File.Map.BarBeatAt(std::min(tick, File.EndTick));
+    const QueueFill fill = OutputFill();
+    char line[128];
+    std::snprintf(line, sizeof line, "bar %4lld beat %2d  %s of %s  queue %4d/%d  %s",
+                  static_cast<long long>(place.Bar), place.Beat, ClockText(now).c_str(),
+                  ClockText(Milliseconds()).c_str(), fill.Count, fill.Room,
+                  Bar(now, Milliseconds(), 20).c_str());
+    progress.Show(line);
+}
+
+// What was sent last is still on its way back when the queue has run empty.
+void Performance::AwaitRest() {
+    for (int quiet = 0; quiet < 10 && !Interrupted(); ++quiet) {
+        const std::size_t before = Incoming.size();
+        Nap(20);
+        Library::TakeReceived(Incoming);
+        if (Incoming.size() != before) quiet = 0;
+        if (Incoming.size() >= 2 * Sent().size()) break; // someone else plays on
+    }
+}
+
+void Performance::Run() {
+    Progress progress;
+    do {
+        Play.Feed();
+        Library::TakeReceived(Incoming);
+        if (progress.Due()) ShowProgress(progress);
+        Nap(4);
+    } while (!Interrupted() && !(Play.AllFed() && ZorXmitEmpty(0)));
+    ShowProgress(progress);
+    progress.End();
+    if (Interrupted()) {
+        Library::Silence(Play.All());
+        Nap(50);
+        Library::TakeReceived(Incoming);
+    } else {
+        if (!Options.Record.empty() || Options.Report) AwaitRest();
+        if (LeavesSounding(Play.All())) Library::Silence(Play.All());
+    }
+}
+
+std::vector<MIDIEvent> Performance::Received() const {
+    std::vector<MIDIEvent> records;
+    for (MIDIEvent record : Incoming) {
+        if (record.Status >= 0xF0) continue;
+        record.Time -= static_cast<std::int32_t>(Lead);
+        records.push_back(record);
+    }
+    return records;
+}
+
+RecordingPlan Performance::Recording() const {
+    return {File.Map, Options.TempoPercent, File.Map.MicrosecondsAt(StartTick)};
+}
+
+void TellAboutFile(const MidiFile& file) {
+    if (file.SystemExclusive > 0) {
+        std::fprintf(stderr, "%d system exclusive messages of the file are left out: the library "
+                             "carries none.\n",
+                     file.SystemExclusive);
+    }
+}
+
+void WriteReceived(const Performance& performance, OutputFile& file) {
+    const std::vector<MIDIEvent> received = performance.Received();
+    if (received.empty()) {
+        throw HostError("nothing came back through the inputs, so nothing is recorded; an output "
+                        "must lead to an input in use");
+    }
+    WriteRecording(received, performance.Recording(), file);
+    std::printf("Recorded %zu messages in %s\n", received.size(), file.Path().c_str());
+}
+
+void PrintReport(const Performance& performance) {
+    std::vector<MIDIEvent> sent = performance.Sent();
+    for (MIDIEvent& record : sent) record.Time -= static_cast<std::int32_t>(Lead);
+    const RoundTrip result = Compare(sent, performance.Received());
+    std::printf("Round trip, every message sent against what came back\n%s", result.Text().c_str());
+    if (!result.Clean()) throw HostError("not everything came back as it was sent");
+}
+
+void Run(const GlobalOptions& global, const PlayOptions& options) {
+    Performance performance(options, ReadMidiFile(options.File));
+    std::unique_ptr<OutputFile> record;
+    if (!options.Record.empty()) record = std::make_unique<OutputFile>(options.Record);
+    const VirtualMachine machine(global);
+    RunChanges changes;
+    changes.Outputs = options.To;
+    const RunSettings settings(SettingsFolder(global.IniFolder), changes);
+    {
+        Library library;
+        library.Start({});
+        performance.Run();
+    }
+    std::printf("%s %zu messages, %s\n", performance.Complete() ? "Played" : "Stopped: queued",
+                performance.Sent().size(), ClockText(performance.Milliseconds()).c_str());
+    if (record) WriteReceived(performance, *record);
+    if (options.Report && performance.Complete()) PrintReport(performance);
+}
+
+} // namespace
+
+void AddPlay(CLI::App& app, const GlobalOptions& global) {
+    CLI::App* command = app.add_subcommand("play", "Play a MIDI file (types 0 and 1)");
+    const auto options = std::make_shared<PlayOptions>();
+    command->add_option("FILE", options->File, "The piece, a .mid file")->required();
+    command->add_option("--to", options->To,
+                        "Output device to play on; give it again to play on several at once. "
+                        "Without it: the outputs of the settings");
+    command->add_option("--record", options->Record,
+                        "Write what comes back through the inputs meanwhile to this MIDI file");
+    command->add_option("--tempo", options->TempoPercent, "Tempo in percent of the written one")
+        ->check(CLI::Range(5, 5000))
+        ->type_name("PERCENT")
+        ->capture_default_str();
+    command->add_option("--from", options->FromBar,
+                        "Bar to begin at, with the sounds and pedals that hold by then")
+        ->check(CLI::Range(1, 1000000))
+        ->type_name("BAR")
+        ->capture_default_str();
+    command->add_flag("--report", options->Report,
+                      "Compare every message sent with what came back, and say how late it was");
+    command->callback([&global, options] { Run(global, *options); });
+}
+
+} // namespace zorhost

@@ -1,0 +1,45 @@
+#include "host/progress.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <unistd.h>
+
+namespace zorhost {
+
+Progress::Progress() : Terminal(isatty(STDERR_FILENO) != 0) {}
+
+void Progress::Show(const std::string& line) {
+    using namespace std::chrono_literals;
+    if (Terminal) {
+        std::fprintf(stderr, "\r%-*s", static_cast<int>(Width), line.c_str());
+        Width = line.size();
+        Open = true;
+    } else {
+        std::fprintf(stderr, "%s\n", line.c_str());
+    }
+    std::fflush(stderr);
+    Next = std::chrono::steady_clock::now() + (Terminal ? 100ms : 2000ms);
+}
+
+void Progress::End() {
+    if (Open) std::fputc('\n', stderr);
+    Open = false;
+    Width = 0;
+}
+
+std::string ClockText(std::int64_t milliseconds) {
+    const std::int64_t tenths = std::max<std::int64_t>(0, milliseconds) / 100;
+    char text[32];
+    std::snprintf(text, sizeof text, "%lld:%02d.%d", static_cast<long long>(tenths / 600),
+                  static_cast<int>(tenths / 10 % 60), static_cast<int>(tenths % 10));
+    return text;
+}
+
+std::string Bar(std::int64_t part, std::int64_t whole, int width) {
+    const std::int64_t share = whole > 0 ? part * width / whole : width;
+    const auto filled = static_cast<std::size_t>(std::clamp<std::int64_t>(share, 0, width));
+    return "[" + std::string(filled, '#') + std::string(static_cast<std::size_t>(width) - filled, '-') +
+           "]";
+}
+
+} // namespace zorhost

@@ -1,0 +1,103 @@
+#include "host/settings.h"
+
+#include "host/host_error.h"
+#include "host/port_map.h"
+#include "platform/machine.h"
+#include "platform/platform.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+
+namespace zorhost {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr char IniName[] = "ZORMIDI.INI";
+constexpr std::size_t Rows = 8;
+
+void CheckNames(const std::vector<std::string>& wanted, const std::vector<std::string>& present,
+                const std::string& kind) {
+    for (const std::string& name : wanted) {
+        if (std::find(present.begin(), present.end(), name) == present.end()) {
+            std::string text = "there is no " + kind + " device \"" + name + "\"";
+            text += present.empty() ? "; none is there" : "; there are:";
+            for (const std::string& other : present) text += "\n  " + other;
+            throw HostError(text);
+        }
+        if (std::count(wanted.begin(), wanted.end(), name) > 1) {
+            throw HostError("\"" + name + "\" is named twice; a device can be opened only once",
+                            ExitWrongUse);
+        }
+    }
+    if (wanted.size() > Rows) {
+        throw HostError("at most 8 " + kind + " devices can be used at once", ExitWrongUse);
+    }
+}
+
+void Write(const std::string& ini, const char* section, const std::string& key,
+           const std::string& value) {
+    if (!WritePrivateProfileStringA(section, key.c_str(), value.c_str(), ini.c_str())) {
+        throw HostError("\"" + ini + "\" cannot be written");
+    }
+}
+
+// A row without a device still needs a name, since a missing one means the automatic choice.
+void WritePorts(const std::string& ini, const std::string& kind,
+                const std::vector<std::string>& names, int spacing) {
+    for (std::size_t row = 0; !names.empty() && row < Rows; ++row) {
+        const std::string digit = std::to_string(row + 1);
+        const int channel = static_cast<int>(row) * spacing + 1;
+        Write(ini, "MMEDRVR", kind + "Name" + digit, row < names.size() ? names[row] : "(none)");
+        Write(ini, "MMEDRVR", kind + "Base" + digit, std::to_string(channel));
+    }
+}
+
+} // namespace
+
+std::string SettingsFolder(const std::string& iniOption) {
+    if (!iniOption.empty()) {
+        if (!fs::is_directory(iniOption)) {
+            throw HostError("--ini: there is no folder \"" + iniOption + "\"", ExitWrongUse);
+        }
+        return fs::absolute(iniOption).string();
+    }
+    const char* config = std::getenv("XDG_CONFIG_HOME");
+    if (config && fs::path(config).is_absolute()) return (fs::path(config) / "zorhost").string();
+    const char* home = std::getenv("HOME");
+    return (fs::path(home && *home ? home : "/") / ".config" / "zorhost").string();
+}
+
+RunSettings::RunSettings(const std::string& folder, const RunChanges& changes) {
+    CheckNames(changes.Inputs, InputDevices(), "input");
+    CheckNames(changes.Outputs, OutputDevices(), "output");
+    Path = (fs::path(folder) / IniName).string();
+    if (!changes.None()) {
+        Copy = (fs::temp_directory_path() / "zorhost.XXXXXX").string();
+        if (!mkdtemp(Copy.data())) {
+            throw HostError("no temporary folder can be made: " + std::string(std::strerror(errno)));
+        }
+        const std::string original = Path;
+        Path = (fs::path(Copy) / IniName).string();
+        if (fs::exists(original)) fs::copy_file(original, Path);
+        WritePorts(Path, "In", changes.Inputs, 16);
+        WritePorts(Path, "Out", changes.Outputs, 0);
+        if (!changes.Inputs.empty()) Write(Path, "MMEDRVR", "SyncMaster", "0");
+        if (changes.Microphone) Write(Path, "PRECDRVR", "EnablePitchRec", "1");
+        if (changes.MicrophoneChannel > 0) {
+            Write(Path, "PRECDRVR", "Channel", std::to_string(changes.MicrophoneChannel - 1));
+        }
+    }
+    machine::SetModulePath((fs::path(Path).parent_path() / "libzormidi.so").string());
+}
+
+RunSettings::~RunSettings() {
+    std::error_code ignored;
+    if (!Copy.empty()) fs::remove_all(Copy, ignored);
+}
+
+} // namespace zorhost
