@@ -16,9 +16,9 @@ namespace zorhost {
 namespace {
 
 constexpr int ClocksPerBeat = 24;
-constexpr double Lead = 100;   // milliseconds from the start of the timer to the Start message
-constexpr double Settle = 10;  // from the Start message to the first clock
-constexpr int Ahead = 1000;    // milliseconds of clocks that wait in the queue
+constexpr double Lead = 100;  // milliseconds from the start of the timer to the Start message
+constexpr double Settle = 10; // from the Start message to the first clock
+constexpr int Ahead = 1000;   // milliseconds of clocks that wait in the queue
 
 struct ClockOptions {
     double BeatsPerMinute = 120;
@@ -51,7 +51,8 @@ public:
     std::int64_t BeatAt(double time) const {
         return time < Lead + Settle
                    ? 0
-                   : static_cast<std::int64_t>((time - Lead - Settle) / Interval) / ClocksPerBeat + 1;
+                   : static_cast<std::int64_t>((time - Lead - Settle) / Interval) / ClocksPerBeat +
+                         1;
     }
 
 private:

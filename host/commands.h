@@ -1,4 +1,5 @@
-// The commands of zorhost. Each adds itself to the command line and does its work when it is chosen.
+// The commands of zorhost. Each adds itself to the command line and does its work when it is
+// chosen.
 #pragma once
 
 #include <CLI/CLI.hpp>

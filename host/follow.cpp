@@ -70,13 +70,16 @@ void Follower::Hear(const MIDIEvent& record) {
         GoTo(0);
         Running = true;
         break;
-    case 0xFB: Running = true; break;
+    case 0xFB:
+        Running = true;
+        break;
     case 0xFC: // what is at this place has been played
         Library::Silence(Play.All());
         GoTo(TickAtUnits(std::max(0, ZorTimeMIDI(0))) + 1);
         Running = false;
         break;
-    default: break;
+    default:
+        break;
     }
 }
 
@@ -86,8 +89,8 @@ void Follower::ShowProgress(Progress& progress) const {
     const QueueFill fill = OutputFill();
     char line[128];
     std::snprintf(line, sizeof line, "%s  bar %4lld beat %2d  queue %4d/%d  %s",
-                  Running ? "following" : "waiting  ", static_cast<long long>(place.Bar), place.Beat,
-                  fill.Count, fill.Room, Bar(tick, File.EndTick, 20).c_str());
+                  Running ? "following" : "waiting  ", static_cast<long long>(place.Bar),
+                  place.Beat, fill.Count, fill.Room, Bar(tick, File.EndTick, 20).c_str());
     progress.Show(line);
 }
 
@@ -126,7 +129,7 @@ void Run(const GlobalOptions& global, const FollowOptions& options) {
     }
     StartOptions start;
     start.Sync = ZOR_SYNC_EXTERNAL;
-    start.Keep.Classes = 0x80FF;  // only what steers the piece comes in
+    start.Keep.Classes = 0x80FF; // only what steers the piece comes in
     start.Keep.System = 0xFFFF & ~(1 << 2 | 1 << 10 | 1 << 11 | 1 << 12);
     Library library;
     library.Start(start);
@@ -137,8 +140,8 @@ void Run(const GlobalOptions& global, const FollowOptions& options) {
 } // namespace
 
 void AddFollow(CLI::App& app, const GlobalOptions& global) {
-    CLI::App* command = app.add_subcommand(
-        "follow", "Play a MIDI file in time with the MIDI clock that comes in");
+    CLI::App* command =
+        app.add_subcommand("follow", "Play a MIDI file in time with the MIDI clock that comes in");
     const auto options = std::make_shared<FollowOptions>();
     command->add_option("FILE", options->File, "The piece, a .mid file")->required();
     command->add_option("--to", options->To, "Output device to play on; give it again for several")

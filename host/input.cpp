@@ -8,16 +8,18 @@
 namespace zorhost {
 
 void InputOptions::AddTo(CLI::App& command) {
-    command.add_option("--in", In,
-                       "Input device to listen to; give it again for several. Without it: the "
-                       "inputs of the settings")
+    command
+        .add_option("--in", In,
+                    "Input device to listen to; give it again for several. Without it: the "
+                    "inputs of the settings")
         ->type_name("NAME");
     command.add_option("--filter", Filter, "Keep messages out: " + FilterWords())
         ->type_name("KIND,...")
         ->delimiter(',');
-    command.add_option("--thru", Thru,
-                       "Output device that plays at once what comes in, filtered or not; give it "
-                       "again for several")
+    command
+        .add_option("--thru", Thru,
+                    "Output device that plays at once what comes in, filtered or not; give it "
+                    "again for several")
         ->type_name("NAME");
     command.add_option("--map", Map, "With --thru: channels to play on, 1:10 for in 1, out 10")
         ->type_name("IN:OUT,...")

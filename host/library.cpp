@@ -19,8 +19,8 @@ void SendNow(std::int16_t channel, std::uint8_t status, std::uint8_t data1, std:
 
 Library::Library() {
     const std::int16_t code = MIDISysInit(0);
-    if (code != -1) throw HostError("the MIDI library does not start (code " +
-                                    std::to_string(code) + ")");
+    if (code != -1)
+        throw HostError("the MIDI library does not start (code " + std::to_string(code) + ")");
     if (!ZorAllocMIDI(ZOR_QUEUE_INPUT, InputSlots) ||
         !ZorAllocMIDI(ZOR_QUEUE_OUTPUT, OutputSlots)) {
         MIDISysTerm();

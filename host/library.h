@@ -12,9 +12,9 @@
 namespace zorhost {
 
 struct StartOptions {
-    Filter Keep;                      // what stays out of the input queue
-    int Sync = ZOR_SYNC_INTERNAL;     // or ZOR_SYNC_EXTERNAL
-    bool Thru = false;                // send out again what comes in
+    Filter Keep;                       // what stays out of the input queue
+    int Sync = ZOR_SYNC_INTERNAL;      // or ZOR_SYNC_EXTERNAL
+    bool Thru = false;                 // send out again what comes in
     std::vector<std::uint8_t> ThruMap; // 64 bytes, as ParseChannelMap gives them
 };
 
@@ -31,7 +31,8 @@ public:
     // library's own message has been shown by then.
     void Start(const StartOptions& options);
 
-    // Appends what has come in since the last call, at most the 16,383 records that the queue holds.
+    // Appends what has come in since the last call, at most the 16,383 records that the queue
+    // holds.
     static void TakeReceived(std::vector<MIDIEvent>& records);
 
     // Throws away what is queued and ends every note that sounds; pedals and bends too on the

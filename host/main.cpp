@@ -14,8 +14,9 @@ constexpr char About[] =
     "1, and middle C is C4. Ctrl-C ends every command in order: what sounds is silenced and what\n"
     "was recorded is written.";
 
-constexpr char Footer[] = "Exit codes: 0 done, 1 trouble with a file or a port or something was lost,\n"
-                          "2 the command line makes no sense.";
+constexpr char Footer[] =
+    "Exit codes: 0 done, 1 trouble with a file or a port or something was lost,\n"
+    "2 the command line makes no sense.";
 
 int Run(int count, char** arguments) {
     CLI::App app(About);

@@ -42,7 +42,8 @@ bool TagAt(const Bytes& bytes, std::size_t at, const char* tag) {
 
 // The frame of the file, which tells a user more about a damaged one than its contents would.
 void CheckFrame(const std::string& path, const Bytes& bytes) {
-    if (TagAt(bytes, 0, "RIFF")) Refuse(path, "is a RIFF file; only plain MIDI files can be played");
+    if (TagAt(bytes, 0, "RIFF"))
+        Refuse(path, "is a RIFF file; only plain MIDI files can be played");
     if (!TagAt(bytes, 0, "MThd")) Refuse(path, "is not a MIDI file");
     if (bytes.size() < 14) Refuse(path, "is cut off in its header");
     const std::uint32_t format = BigEndian(bytes, 8, 2);
@@ -98,8 +99,8 @@ void TakeEvent(const std::string& path, const smf_event_t& event, MidiFile& file
             (wanted == 3 && data[2] > 127)) {
             Refuse(path, "is damaged in track " + std::to_string(event.track_number));
         }
-        file.Events.push_back({event.time_pulses, status, data[1],
-                               wanted == 3 ? data[2] : std::uint8_t{0}});
+        file.Events.push_back(
+            {event.time_pulses, status, data[1], wanted == 3 ? data[2] : std::uint8_t{0}});
     }
 }
 

@@ -33,12 +33,18 @@ constexpr std::array<FilterWord, 14> Words = {{
 
 const char* SystemText(std::uint8_t status) {
     switch (status) {
-    case 0xF6: return "tune request";
-    case 0xF8: return "clock";
-    case 0xFA: return "start";
-    case 0xFB: return "continue";
-    case 0xFC: return "stop";
-    default: return "system";
+    case 0xF6:
+        return "tune request";
+    case 0xF8:
+        return "clock";
+    case 0xFA:
+        return "start";
+    case 0xFB:
+        return "continue";
+    case 0xFC:
+        return "stop";
+    default:
+        return "system";
     }
 }
 
@@ -58,13 +64,27 @@ std::string MessageText(const MIDIEvent& event) {
         std::snprintf(text, sizeof text, format, values...);
     };
     switch (event.Status & 0xF0) {
-    case 0x80: print("note off  %-4s velocity %d", NoteName(one).c_str(), two); break;
-    case 0x90: print("note on   %-4s velocity %d", NoteName(one).c_str(), two); break;
-    case 0xA0: print("pressure  %-4s %d", NoteName(one).c_str(), two); break;
-    case 0xB0: print("control   %-4d value %d", one, two); break;
-    case 0xC0: print("program   %d", one + 1); break;
-    case 0xD0: print("pressure  %d", one); break;
-    case 0xE0: print("bend      %+d", (two << 7 | one) - 8192); break;
+    case 0x80:
+        print("note off  %-4s velocity %d", NoteName(one).c_str(), two);
+        break;
+    case 0x90:
+        print("note on   %-4s velocity %d", NoteName(one).c_str(), two);
+        break;
+    case 0xA0:
+        print("pressure  %-4s %d", NoteName(one).c_str(), two);
+        break;
+    case 0xB0:
+        print("control   %-4d value %d", one, two);
+        break;
+    case 0xC0:
+        print("program   %d", one + 1);
+        break;
+    case 0xD0:
+        print("pressure  %d", one);
+        break;
+    case 0xE0:
+        print("bend      %+d", (two << 7 | one) - 8192);
+        break;
     default:
         if (event.Status == 0xF2) {
             print("song position %d", two << 7 | one);
@@ -111,8 +131,8 @@ std::vector<std::uint8_t> ParseChannelMap(const std::vector<std::string>& pairs)
         if (std::sscanf(pair.c_str(), "%3d:%3d%n", &from, &to, &used) != 2 ||
             static_cast<std::size_t>(used) != pair.size() || from < 1 || from > 64 || to < 1 ||
             to > 256) {
-            throw HostError("--map wants pairs like 1:10 (in 1 to 64, out 1 to 256), not \"" + pair +
-                                "\"",
+            throw HostError("--map wants pairs like 1:10 (in 1 to 64, out 1 to 256), not \"" +
+                                pair + "\"",
                             ExitWrongUse);
         }
         map[static_cast<std::size_t>(from - 1)] = static_cast<std::uint8_t>(to - 1);

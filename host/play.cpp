@@ -142,8 +142,9 @@ RecordingPlan Performance::Recording() const {
 
 void TellAboutFile(const MidiFile& file) {
     if (file.SystemExclusive > 0) {
-        std::fprintf(stderr, "%d system exclusive messages of the file are left out: the library "
-                             "carries none.\n",
+        std::fprintf(stderr,
+                     "%d system exclusive messages of the file are left out: the library "
+                     "carries none.\n",
                      file.SystemExclusive);
     }
 }
@@ -167,7 +168,9 @@ void PrintReport(const Performance& performance) {
 }
 
 void Run(const GlobalOptions& global, const PlayOptions& options) {
-    Performance performance(options, ReadMidiFile(options.File));
+    MidiFile file = ReadMidiFile(options.File);
+    TellAboutFile(file);
+    Performance performance(options, std::move(file));
     std::unique_ptr<OutputFile> record;
     if (!options.Record.empty()) record = std::make_unique<OutputFile>(options.Record);
     const VirtualMachine machine(global);
@@ -200,8 +203,9 @@ void AddPlay(CLI::App& app, const GlobalOptions& global) {
         ->check(CLI::Range(5, 5000))
         ->type_name("PERCENT")
         ->capture_default_str();
-    command->add_option("--from", options->FromBar,
-                        "Bar to begin at, with the sounds and pedals that hold by then")
+    command
+        ->add_option("--from", options->FromBar,
+                     "Bar to begin at, with the sounds and pedals that hold by then")
         ->check(CLI::Range(1, 1000000))
         ->type_name("BAR")
         ->capture_default_str();

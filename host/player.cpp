@@ -26,9 +26,12 @@ Chase ChaseRule(const FileEvent& event) {
     switch (event.Status & 0xF0) {
     case 0xC0:
     case 0xD0:
-    case 0xE0: return Chase::Last;
-    case 0xB0: break;
-    default: return Chase::Never;
+    case 0xE0:
+        return Chase::Last;
+    case 0xB0:
+        break;
+    default:
+        return Chase::Never;
     }
     const int controller = event.Data1;
     if (controller == 120 || controller == 123) return Chase::Never; // sound off, notes off
@@ -76,7 +79,8 @@ bool LeavesSounding(const std::vector<MIDIEvent>& records) {
             held[key + SustainPedal] = record.Data2 >= 64;
         }
     }
-    return std::any_of(held.begin(), held.end(), [](const auto& entry) { return entry.second > 0; });
+    return std::any_of(held.begin(), held.end(),
+                       [](const auto& entry) { return entry.second > 0; });
 }
 
 QueueFill OutputFill() {

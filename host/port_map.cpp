@@ -97,7 +97,8 @@ PortMap ReadPortMap(const std::string& ini) {
     const std::string firstInput = AutomaticInput(inputs);
     const std::string firstOutput = outputs.empty() ? "" : outputs.front();
     for (int row = 1; row <= 8; ++row) {
-        const Port automaticInput = {row, row == 1 ? firstInput : "", row == 1 ? firstInput : "", 1};
+        const Port automaticInput = {row, row == 1 ? firstInput : "", row == 1 ? firstInput : "",
+                                     1};
         const Port input = ReadRow("In", row, inputs, automaticInput, ini);
         if (!input.Name.empty()) map.Inputs.push_back(input);
         const Port automaticOutput = {row, row == 1 ? DefaultOutput : "",

@@ -38,8 +38,8 @@ std::string ClockText(std::int64_t milliseconds) {
 std::string Bar(std::int64_t part, std::int64_t whole, int width) {
     const std::int64_t share = whole > 0 ? part * width / whole : width;
     const auto filled = static_cast<std::size_t>(std::clamp<std::int64_t>(share, 0, width));
-    return "[" + std::string(filled, '#') + std::string(static_cast<std::size_t>(width) - filled, '-') +
-           "]";
+    return "[" + std::string(filled, '#') +
+           std::string(static_cast<std::size_t>(width) - filled, '-') + "]";
 }
 
 } // namespace zorhost

@@ -22,8 +22,8 @@ struct RecordOptions {
 
 std::string CountText(std::size_t notes, std::size_t messages) {
     char text[96];
-    std::snprintf(text, sizeof text, "%s  %zu notes, %zu messages", ClockText(ZorTimeMIDI(0)).c_str(),
-                  notes, messages);
+    std::snprintf(text, sizeof text, "%s  %zu notes, %zu messages",
+                  ClockText(ZorTimeMIDI(0)).c_str(), notes, messages);
     return text;
 }
 

@@ -36,8 +36,7 @@ TempoMap Finer(const TempoMap& coarse) {
 }
 
 void AddMeta(smf_track_t* track, std::int64_t tick, std::vector<unsigned char> bytes) {
-    smf_event_t* event =
-        smf_event_new_from_pointer(bytes.data(), static_cast<int>(bytes.size()));
+    smf_event_t* event = smf_event_new_from_pointer(bytes.data(), static_cast<int>(bytes.size()));
     if (event) smf_track_add_event_pulses(track, event, static_cast<int>(tick));
 }
 
@@ -112,8 +111,8 @@ void WriteRecording(const std::vector<MIDIEvent>& records, const RecordingPlan& 
     const SmfPointer smf(smf_new());
     if (!smf) throw HostError("out of memory");
     const TempoMap map = Finer(plan.Map);
-    const bool fits = smf_set_format(smf.get(), 1) == 0 &&
-                      smf_set_ppqn(smf.get(), map.TicksPerQuarter()) == 0;
+    const bool fits =
+        smf_set_format(smf.get(), 1) == 0 && smf_set_ppqn(smf.get(), map.TicksPerQuarter()) == 0;
     if (!fits) CannotWrite(file.Path(), errors.Text());
 
     AddConductor(NewTrack(smf.get()), map, plan.TempoPercent);

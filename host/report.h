@@ -14,7 +14,7 @@ struct RoundTrip {
     std::int64_t HeldBack = 0; // note offs without a note on, which the ports hold back
     std::int64_t Received = 0;
     std::int64_t Lost = 0;
-    std::int64_t Wrong = 0; // came in, but were not sent like that or not in that place
+    std::int64_t Wrong = 0;            // came in, but were not sent like that or not in that place
     std::vector<int> LateMilliseconds; // of each that came back right, ascending
 
     bool Clean() const { return Lost == 0 && Wrong == 0; }

@@ -79,7 +79,8 @@ RunSettings::RunSettings(const std::string& folder, const RunChanges& changes) {
     if (!changes.None()) {
         Copy = (fs::temp_directory_path() / "zorhost.XXXXXX").string();
         if (!mkdtemp(Copy.data())) {
-            throw HostError("no temporary folder can be made: " + std::string(std::strerror(errno)));
+            throw HostError("no temporary folder can be made: " +
+                            std::string(std::strerror(errno)));
         }
         const std::string original = Path;
         Path = (fs::path(Copy) / IniName).string();

@@ -11,11 +11,12 @@ void RefuseThruLoop(const PortMap& map, const InputOptions& options) {
         for (const Port& input : map.Inputs) {
             if (output.Device.empty() || output.Device != input.Device) continue;
             if (!VirtualMachine::IsLoopback(output.Device)) continue;
-            throw HostError("--thru: \"" + output.Device +
-                                "\" plays into an input that is listened to, so every message would "
-                                "go round for ever; take another loopback port, or listen to "
-                                "another one with --in",
-                            ExitWrongUse);
+            throw HostError(
+                "--thru: \"" + output.Device +
+                    "\" plays into an input that is listened to, so every message would "
+                    "go round for ever; take another loopback port, or listen to "
+                    "another one with --in",
+                ExitWrongUse);
         }
     }
 }

@@ -25,9 +25,7 @@ VirtualMachine::VirtualMachine(const GlobalOptions&) {
                  Loopbacks);
 }
 
-bool VirtualMachine::IsLoopback(const std::string& device) {
-    return device.starts_with(Prefix);
-}
+bool VirtualMachine::IsLoopback(const std::string& device) { return device.starts_with(Prefix); }
 
 VirtualMachine::~VirtualMachine() { machine::PowerOn(); }
 
