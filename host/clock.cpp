@@ -104,6 +104,7 @@ void AddClock(CLI::App& app, const GlobalOptions& global) {
         ->required()
         ->check(CLI::Range(10.0, 500.0));
     command->add_option("--to", options->To, "Output device to send to; give it again for several")
+        ->allow_extra_args(false)
         ->type_name("NAME");
     command->add_option("--seconds", options->Seconds, "Stop after so many seconds")
         ->check(CLI::Range(0.001, 2000000.0))

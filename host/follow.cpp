@@ -145,8 +145,10 @@ void AddFollow(CLI::App& app, const GlobalOptions& global) {
     const auto options = std::make_shared<FollowOptions>();
     command->add_option("FILE", options->File, "The piece, a .mid file")->required();
     command->add_option("--to", options->To, "Output device to play on; give it again for several")
+        ->allow_extra_args(false)
         ->type_name("NAME");
     command->add_option("--in", options->In, "Input device that the clock comes from")
+        ->allow_extra_args(false)
         ->type_name("NAME");
     command->callback([&global, options] { Run(global, *options); });
 }

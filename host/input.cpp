@@ -12,16 +12,20 @@ void InputOptions::AddTo(CLI::App& command) {
         .add_option("--in", In,
                     "Input device to listen to; give it again for several. Without it: the "
                     "inputs of the settings")
+        ->allow_extra_args(false)
         ->type_name("NAME");
     command.add_option("--filter", Filter, "Keep messages out: " + FilterWords())
+        ->allow_extra_args(false)
         ->type_name("KIND,...")
         ->delimiter(',');
     command
         .add_option("--thru", Thru,
                     "Output device that plays at once what comes in, filtered or not; give it "
                     "again for several")
+        ->allow_extra_args(false)
         ->type_name("NAME");
     command.add_option("--map", Map, "With --thru: channels to play on, 1:10 for in 1, out 10")
+        ->allow_extra_args(false)
         ->type_name("IN:OUT,...")
         ->delimiter(',')
         ->needs("--thru");

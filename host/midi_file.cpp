@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 
@@ -19,11 +20,12 @@ using Bytes = std::vector<unsigned char>;
 }
 
 Bytes ReadBytes(const std::string& path) {
+    if (std::filesystem::is_directory(path)) Refuse(path, "is a folder");
     errno = 0;
     std::ifstream file(path, std::ios::binary);
     Bytes bytes;
     if (file) bytes.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-    if (!file.is_open() || file.bad() || (bytes.empty() && errno == EISDIR)) {
+    if (!file.is_open() || file.bad()) {
         Refuse(path, std::string("cannot be read: ") + std::strerror(errno ? errno : EIO));
     }
     if (bytes.empty()) Refuse(path, "is empty");

@@ -194,9 +194,11 @@ void AddPlay(CLI::App& app, const GlobalOptions& global) {
     CLI::App* command = app.add_subcommand("play", "Play a MIDI file (types 0 and 1)");
     const auto options = std::make_shared<PlayOptions>();
     command->add_option("FILE", options->File, "The piece, a .mid file")->required();
-    command->add_option("--to", options->To,
-                        "Output device to play on; give it again to play on several at once. "
-                        "Without it: the outputs of the settings");
+    command
+        ->add_option("--to", options->To,
+                     "Output device to play on; give it again to play on several at once. "
+                     "Without it: the outputs of the settings")
+        ->allow_extra_args(false);
     command->add_option("--record", options->Record,
                         "Write what comes back through the inputs meanwhile to this MIDI file");
     command->add_option("--tempo", options->TempoPercent, "Tempo in percent of the written one")
