@@ -68,7 +68,7 @@ private:
 };
 
 void Run(const GlobalOptions& global, const ClockOptions& options) {
-    const VirtualMachine machine(global);
+    const VirtualMachine machine;
     RunChanges changes;
     changes.Outputs = options.To;
     const RunSettings settings(SettingsFolder(global.IniFolder), changes);

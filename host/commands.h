@@ -9,8 +9,7 @@
 namespace zorhost {
 
 struct GlobalOptions {
-    std::string IniFolder;   // --ini, empty for the user's own
-    std::string CableFolder; // --cables, empty for the user's own
+    std::string IniFolder; // --ini, empty for the user's own
 };
 
 void AddDevices(CLI::App& app, const GlobalOptions& global);

@@ -31,7 +31,7 @@ void PrintPorts(const char* kind, const std::vector<Port>& ports) {
 }
 
 void Devices(const GlobalOptions& global) {
-    const VirtualMachine machine(global);
+    const VirtualMachine machine;
     const RunSettings settings(SettingsFolder(global.IniFolder), {});
     const PortMap map = ReadPortMap(settings.IniPath());
     PrintNames("Input devices", InputDevices());

@@ -116,7 +116,7 @@ void Follower::Run() {
 
 void Run(const GlobalOptions& global, const FollowOptions& options) {
     Follower follower(ReadMidiFile(options.File));
-    const VirtualMachine machine(global);
+    const VirtualMachine machine;
     RunChanges changes;
     changes.Inputs = options.In;
     changes.Outputs = options.To;

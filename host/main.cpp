@@ -27,9 +27,6 @@ int Run(int count, char** arguments) {
     zorhost::GlobalOptions global;
     app.add_option("--ini", global.IniFolder, "Folder of the settings file ZORMIDI.INI")
         ->type_name("FOLDER");
-    app.add_option("--cables", global.CableFolder,
-                   "Folder where running zorhosts meet to join their loopback ports")
-        ->type_name("FOLDER");
     zorhost::AddDevices(app, global);
     zorhost::AddPlay(app, global);
     zorhost::AddRecord(app, global);

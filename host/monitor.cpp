@@ -35,7 +35,7 @@ std::string Line(const MIDIEvent& record, const PortMap& map) {
 }
 
 void Run(const GlobalOptions& global, const InputOptions& options) {
-    const VirtualMachine machine(global);
+    const VirtualMachine machine;
     const RunSettings settings(SettingsFolder(global.IniFolder), options.Changes());
     const PortMap map = ReadPortMap(settings.IniPath());
     RefuseThruLoop(map, options);

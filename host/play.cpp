@@ -39,7 +39,8 @@ public:
           Play(Schedule()) {}
 
     void Run();
-    bool Complete() const { return Play.AllFed() && !Interrupted(); }
+    bool Complete() const { return PlayedCount == Play.All().size(); }
+    std::size_t Played() const { return PlayedCount; }
     const std::vector<MIDIEvent>& Sent() const { return Play.All(); }
     // As they came in, with times from the start of the music.
     std::vector<MIDIEvent> Received() const;
@@ -57,6 +58,7 @@ private:
     const std::int64_t StartTick;
     Player Play;
     std::vector<MIDIEvent> Incoming;
+    std::size_t PlayedCount = 0;
 };
 
 // Milliseconds from the start of the music, at the tempo asked for.
@@ -116,6 +118,7 @@ void Performance::Run() {
     } while (!Interrupted() && !(Play.AllFed() && ZorXmitEmpty(0)));
     ShowProgress(progress);
     progress.End();
+    PlayedCount = Play.Fed() - static_cast<std::size_t>(OutputFill().Count);
     if (Interrupted()) {
         Library::Silence(Play.All());
         Nap(50);
@@ -173,7 +176,7 @@ void Run(const GlobalOptions& global, const PlayOptions& options) {
     Performance performance(options, std::move(file));
     std::unique_ptr<OutputFile> record;
     if (!options.Record.empty()) record = std::make_unique<OutputFile>(options.Record);
-    const VirtualMachine machine(global);
+    const VirtualMachine machine(options.Report ? Cables::Private : Cables::Shared);
     RunChanges changes;
     changes.Outputs = options.To;
     const RunSettings settings(SettingsFolder(global.IniFolder), changes);
@@ -182,7 +185,8 @@ void Run(const GlobalOptions& global, const PlayOptions& options) {
         library.Start({});
         performance.Run();
     }
-    std::printf("%s %zu messages, %s\n", performance.Complete() ? "Played" : "Stopped: queued",
+    std::printf("%s %zu of %zu messages, %s long\n",
+                performance.Complete() ? "Played" : "Stopped after", performance.Played(),
                 performance.Sent().size(), ClockText(performance.Milliseconds()).c_str());
     if (record) WriteReceived(performance, *record);
     if (options.Report && performance.Complete()) PrintReport(performance);
@@ -212,7 +216,8 @@ void AddPlay(CLI::App& app, const GlobalOptions& global) {
         ->type_name("BAR")
         ->capture_default_str();
     command->add_flag("--report", options->Report,
-                      "Compare every message sent with what came back, and say how late it was");
+                      "Compare every message sent with what came back, and say how late it was. "
+                      "The loopback ports are then not shared with other zorhosts");
     command->callback([&global, options] { Run(global, *options); });
 }
 

@@ -29,7 +29,7 @@ std::string CountText(std::size_t notes, std::size_t messages) {
 
 void Run(const GlobalOptions& global, const RecordOptions& options) {
     OutputFile file(options.File);
-    const VirtualMachine machine(global);
+    const VirtualMachine machine;
     const RunSettings settings(SettingsFolder(global.IniFolder), options.Input.Changes());
     RefuseThruLoop(ReadPortMap(settings.IniPath()), options.Input);
     std::vector<MIDIEvent> records;

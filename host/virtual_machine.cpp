@@ -3,26 +3,43 @@
 #include "platform/machine.h"
 
 #include <cstdio>
-#include <string>
 
 namespace zorhost {
 
 namespace {
+
 constexpr int Loopbacks = 4;
 constexpr char Prefix[] = "Loopback MIDI ";
+
+// False if the ports could not be joined with those of others; they work alone then.
+bool AddLoopback(const std::string& name, Cables cables) {
+    const int output = machine::AddMidiOutput(name);
+    const int input = machine::AddMidiInput(name);
+    // A shared cable leads back to this machine's own input too.
+    if (cables == Cables::Shared && machine::BridgeInput(input, name)) {
+        if (machine::BridgeOutput(output, name)) return true;
+        machine::BridgeInput(input, "");
+    }
+    machine::Connect(output, input);
+    return cables == Cables::Private;
+}
+
 } // namespace
 
-VirtualMachine::VirtualMachine(const GlobalOptions&) {
+VirtualMachine::VirtualMachine(Cables cables) {
     machine::PrintBoxes(true);
     machine::RecordSentMidi(false);
+    bool joined = true;
     for (int i = 1; i <= Loopbacks; ++i) {
-        const std::string name = Prefix + std::to_string(i);
-        machine::Connect(machine::AddMidiOutput(name), machine::AddMidiInput(name));
+        joined = AddLoopback(Prefix + std::to_string(i), cables) && joined;
     }
-    std::fprintf(stderr,
-                 "No MIDI hardware is in use: running on loopback ports, \"Loopback MIDI 1\" to "
-                 "\"Loopback MIDI %d\".\n",
-                 Loopbacks);
+    std::fprintf(stderr, "No MIDI hardware is in use: running on loopback ports, %s1 to %d.\n",
+                 Prefix, Loopbacks);
+    if (!joined) {
+        std::fprintf(stderr,
+                     "They cannot be joined with those of other zorhosts: this user's runtime "
+                     "folder is not usable.\n");
+    }
 }
 
 bool VirtualMachine::IsLoopback(const std::string& device) { return device.starts_with(Prefix); }

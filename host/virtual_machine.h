@@ -1,17 +1,20 @@
 // The machine that the library runs on here.
 #pragma once
 
-#include "host/commands.h"
-
 #include <string>
 
 namespace zorhost {
 
-// Gives the virtual machine its loopback ports, joined with those of every other zorhost of this
-// user, and says on standard error that it stands in for MIDI hardware.
+enum class Cables {
+    Shared,  // loopback ports of the same name are one cable for every zorhost of this user
+    Private, // nobody else hears what is sent, or sends
+};
+
+// Gives the virtual machine its loopback ports, and says on standard error that they stand in for
+// MIDI hardware. One at a time; the library is closed before it goes.
 class VirtualMachine {
 public:
-    explicit VirtualMachine(const GlobalOptions& global);
+    explicit VirtualMachine(Cables cables = Cables::Shared);
     ~VirtualMachine();
     VirtualMachine(const VirtualMachine&) = delete;
     VirtualMachine& operator=(const VirtualMachine&) = delete;
