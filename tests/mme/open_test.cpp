@@ -1,0 +1,187 @@
+// Opening and closing all ports, and each system call on the way made to fail.
+#include "mme_test.h"
+
+namespace {
+
+using machine::Call;
+
+constexpr int Rows = 3; // of either side
+constexpr MMRESULT Code = MMSYSERR_NODRIVER;
+
+class OpenTest : public MmeTest {
+protected:
+    void SetUp() override {
+        MmeTest::SetUp();
+        std::string ini = "[MMEDRVR]\n";
+        for (int row = 1; row <= Rows; ++row) {
+            const std::string number = std::to_string(row);
+            machine::AddMidiInput("In " + number);
+            machine::AddMidiOutput("Out " + number);
+            ini += "InName" + number + "=In " + number + "\nOutName" + number + "=Out " + number +
+                   "\n";
+        }
+        Load(ini);
+    }
+
+    static void ExpectAllClosed() {
+        EXPECT_EQ(machine::OpenMidiInputs(), 0);
+        EXPECT_EQ(machine::OpenMidiOutputs(), 0);
+        for (int row = 0; row < PortRows; ++row) {
+            EXPECT_EQ(InPorts[row].Handle, nullptr);
+            EXPECT_EQ(OutPorts[row].Handle, nullptr);
+            EXPECT_EQ(OutPorts[row].NoteCounts, nullptr);
+        }
+    }
+
+    static std::string SystemText(bool output, MMRESULT code) {
+        char text[256] = "";
+        if (output)
+            midiOutGetErrorTextA(code, text, sizeof text);
+        else
+            midiInGetErrorTextA(code, text, sizeof text);
+        EXPECT_NE(text[0], '\0');
+        return text;
+    }
+
+    // The boxes shown since the last call are these, by whether they tell of an output.
+    static void ExpectBoxes(const std::vector<bool>& outputs, MMRESULT code = Code) {
+        const std::vector<machine::Box> boxes = machine::TakeBoxes();
+        ASSERT_EQ(boxes.size(), outputs.size());
+        for (std::size_t i = 0; i < boxes.size(); ++i) {
+            EXPECT_EQ(boxes[i].Text, SystemText(outputs[i], code));
+            EXPECT_EQ(boxes[i].Caption, "Default MIDI Output Device");
+            EXPECT_EQ(boxes[i].Flags, 0x2030u);
+        }
+    }
+};
+
+TEST_F(OpenTest, EveryCallOfAnOpeningThatFailsClosesAll) {
+    const struct {
+        Call Failing;
+        std::intptr_t Result;
+        bool Output;
+        MMRESULT Told;
+    } cases[] = {
+        {Call::midiOutOpen, Code, true, Code},        {Call::midiOutReset, Code, true, Code},
+        {Call::GlobalAlloc, 0, true, MMSYSERR_NOMEM}, {Call::GlobalLock, 0, true, MMSYSERR_NOMEM},
+        {Call::midiInOpen, Code, false, Code},        {Call::midiInReset, Code, false, Code},
+        {Call::midiInStart, Code, false, Code},
+    };
+    for (const auto& test : cases)
+        for (int nth = 1; nth <= Rows; ++nth) {
+            SCOPED_TRACE(testing::Message() << static_cast<int>(test.Failing) << " nth " << nth);
+            machine::FailCall(test.Failing, nth, test.Result);
+            EXPECT_FALSE(ZorStartMIDI(0));
+            ExpectBoxes({test.Output}, test.Told);
+            ExpectAllClosed();
+            EXPECT_EQ(ZorErrorMIDI(nullptr), MMERow);
+            machine::ClearFaults();
+
+            EXPECT_TRUE(ZorStartMIDI(0)); // and the next one succeeds
+            EXPECT_EQ(machine::OpenMidiInputs(), Rows);
+            EXPECT_EQ(machine::OpenMidiOutputs(), Rows);
+            ZorStopMIDI();
+            ExpectBoxes({});
+            ExpectAllClosed();
+        }
+}
+
+TEST_F(OpenTest, AnErrorDuringTheCleanUpGetsABoxOfItsOwn) {
+    MidiOutReset = 1;
+    machine::FailCall(Call::midiInOpen, 3, Code);
+    machine::FailCall(Call::midiInStop, 1, Code);
+    machine::FailCall(Call::midiOutClose, 2, Code);
+    machine::FailCall(Call::midiInClose, 2, Code);
+    EXPECT_FALSE(MMEOpen());
+    ExpectBoxes({false, false, true, false});
+    EXPECT_EQ(machine::OpenMidiOutputs(), 2);
+    EXPECT_EQ(machine::OpenMidiInputs(), 1);
+    machine::ClearFaults();
+    EXPECT_TRUE(MMEOpen()); // closes what was left
+    EXPECT_EQ(machine::OpenMidiOutputs(), Rows);
+    MMEClose();
+    ExpectBoxes({});
+    ExpectAllClosed();
+}
+
+TEST_F(OpenTest, ClosingGoesOnOrStopsByTheCallThatFails) {
+    const struct {
+        Call Failing;
+        bool OutReset, Output;
+        int OutputsLeft[Rows], InputsLeft[Rows]; // by the nth call that fails
+    } cases[] = {
+        {Call::midiInStop, false, false, {0, 0, 0}, {0, 0, 0}},
+        {Call::midiOutReset, true, true, {3, 2, 1}, {0, 0, 0}},
+        {Call::midiOutClose, false, true, {3, 2, 1}, {0, 0, 0}},
+        {Call::midiInReset, false, false, {0, 0, 0}, {3, 2, 1}},
+        {Call::midiInClose, false, false, {0, 0, 0}, {3, 2, 1}},
+    };
+    for (const auto& test : cases)
+        for (int nth = 1; nth <= Rows; ++nth) {
+            SCOPED_TRACE(testing::Message() << static_cast<int>(test.Failing) << " nth " << nth);
+            ASSERT_TRUE(MMEOpen());
+            MidiOutReset = test.OutReset;
+            machine::FailCall(test.Failing, nth, Code);
+            EXPECT_TRUE(MMEClose());
+            ExpectBoxes({test.Output});
+            EXPECT_EQ(machine::OpenMidiOutputs(), test.OutputsLeft[nth - 1]);
+            EXPECT_EQ(machine::OpenMidiInputs(), test.InputsLeft[nth - 1]);
+            machine::ClearFaults();
+            EXPECT_TRUE(MMEClose());
+            ExpectBoxes({});
+            ExpectAllClosed();
+        }
+}
+
+TEST_F(OpenTest, DevicesAreResetAtOpeningAndOnRequestAtClosing) {
+    for (const bool wanted : {false, true}) {
+        MidiOutReset = wanted;
+        machine::ResetCallCounts();
+        ASSERT_TRUE(MMEOpen());
+        EXPECT_EQ(machine::CallCount(Call::midiOutReset), 3u);
+        MMEClose();
+        EXPECT_EQ(machine::CallCount(Call::midiOutReset), wanted ? 6u : 3u);
+    }
+}
+
+TEST_F(OpenTest, InputsStartOnlyOnceAllAreOpen) {
+    machine::FailCall(Call::midiInOpen, Rows, Code);
+    machine::ResetCallCounts();
+    EXPECT_FALSE(MMEOpen());
+    EXPECT_EQ(machine::CallCount(Call::midiInStart), 0u);
+    EXPECT_EQ(machine::CallCount(Call::midiInStop), 2u);
+    machine::TakeBoxes();
+}
+
+TEST_F(OpenTest, ADeviceOnTwoRowsIsRefusedByTheSystem) {
+    for (const bool output : {true, false}) {
+        Load(output ? "[MMEDRVR]\nOutName1=Out 1\nOutName4=Out 1\n"
+                    : "[MMEDRVR]\nInName1=In 2\nInName8=In 2\n");
+        EXPECT_FALSE(ZorStartMIDI(1));
+        ExpectBoxes({output}, MMSYSERR_ALLOCATED);
+        ExpectAllClosed();
+    }
+}
+
+TEST_F(OpenTest, WithoutDevicesOpeningSucceeds) {
+    for (int row = 0; row < PortRows; ++row)
+        InPorts[row].DeviceID = OutPorts[row].DeviceID = NoDevice;
+    EXPECT_TRUE(MMEOpen());
+    ExpectAllClosed();
+    EXPECT_TRUE(MMEClose());
+    ExpectBoxes({});
+}
+
+TEST_F(OpenTest, SyncSurvivesAndTermLeavesThePortsAlone) {
+    MMESync(2);
+    ASSERT_TRUE(MMEOpen());
+    MMETerm();
+    EXPECT_EQ(machine::OpenMidiInputs(), Rows);
+    MMEClose();
+    EXPECT_TRUE(SyncEnabled);
+    MMESync(1);
+    EXPECT_FALSE(SyncEnabled);
+    MMEInit();
+}
+
+} // namespace

@@ -1,0 +1,84 @@
+// Several threads on the ports at once.
+#include "mme_test.h"
+
+#include <map>
+#include <random>
+#include <thread>
+
+namespace {
+
+// Two threads play on overlapping ports while the host silences, closes and opens them.
+TEST_F(MmeTest, CountsStayRightWhoeverSends) {
+    OpenOutputs({0, 8});
+    std::atomic<bool> stop{false};
+    std::atomic<int> refused{0};
+    const auto play = [&](unsigned seed) {
+        std::mt19937 random(seed);
+        while (!stop) {
+            const int status = random() % 2 ? 0x90 : 0x80;
+            const int channel = static_cast<int>(random() % 24);
+            refused += !Send(channel, status, static_cast<int>(random() % 4), 1);
+        }
+    };
+    std::thread first(play, 1u), second(play, 2u);
+    for (int turn = 0; turn < 200; ++turn) {
+        EXPECT_TRUE(MMESilence());
+        if (turn % 8 == 7) {
+            EXPECT_TRUE(MMEClose());
+            EXPECT_TRUE(MMEOpen());
+        }
+    }
+    stop = true;
+    first.join();
+    second.join();
+    EXPECT_EQ(refused, 0); // a port that is just being closed refuses nothing
+
+    // By what the devices got, no key ever ended more often than it began, and what still sounds
+    // is what the tables hold.
+    std::map<std::pair<int, int>, int> sounding; // by device, and channel * 128 + key
+    for (const machine::SentMidi& sent : machine::TakeSentMidi()) {
+        if (sent.Reset) {
+            std::erase_if(sounding,
+                          [&](const auto& entry) { return entry.first.first == sent.Device; });
+            continue;
+        }
+        const auto status = sent.Message & 0xF0, velocity = sent.Message >> 16 & 0xFF;
+        const auto key = static_cast<int>((sent.Message & 0x0F) * 128 + (sent.Message >> 8 & 0x7F));
+        int& count = sounding[{sent.Device, key}];
+        count += status == 0x90 && velocity != 0 ? 1 : -1;
+        ASSERT_GE(count, 0);
+    }
+    for (int row = 0; row < 2; ++row)
+        for (int key = 0; key < 2048; ++key)
+            ASSERT_EQ(OutPorts[row].NoteCounts[key], (sounding[{row, key}]));
+}
+
+// Messages on both inputs at once, while the host switches sync and closes and opens the ports.
+TEST_F(MmeTest, InputsMayCallTogether) {
+    OpenInputs({0, 16});
+    std::atomic<bool> stop{false};
+    const auto deliver = [&](int input) {
+        while (!stop)
+            for (const unsigned message : {0x403C93u, 0xF8u, 0xFAu, 0x003C93u})
+                machine::CallBackMidi(input, MIM_DATA, message, 1);
+    };
+    std::thread first(deliver, 0), second(deliver, 1);
+    for (int turn = 0; turn < 200; ++turn) {
+        MIDIEvent event;
+        while (ZorRcv(&event, 0))
+            ASSERT_TRUE((event.Status == 0x90 && (event.Channel == 3 || event.Channel == 19) &&
+                         event.Data1 == 0x3C) ||
+                        (event.Status >= 0xF8 && (event.Channel == 0 || event.Channel == 16)));
+        MMESync(turn % 2 ? 2 : 0);
+        if (turn % 16 == 15) {
+            EXPECT_TRUE(MMEClose());
+            EXPECT_TRUE(MMEOpen());
+        }
+    }
+    stop = true;
+    first.join();
+    second.join();
+    EXPECT_TRUE(machine::TakeBoxes().empty());
+}
+
+} // namespace
