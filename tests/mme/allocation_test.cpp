@@ -47,7 +47,7 @@ int AllocationsIn(Action action) {
 }
 
 TEST_F(MmeTest, RealTimePathsTakeNoMemory) {
-    EXPECT_GT(AllocationsIn([] { delete new int; }), 0); // they are counted
+    EXPECT_GT(AllocationsIn([] { ::operator delete(::operator new(1)); }), 0); // they are counted
     OpenOutputs({0, 8}, MIDICAPS_CACHE);
     EXPECT_GT(AllocationsIn([] { MMEOpen(); }), 0);
     machine::RecordSentMidi(false);
@@ -57,7 +57,7 @@ TEST_F(MmeTest, RealTimePathsTakeNoMemory) {
                   MMESilence();
               }),
               0);
-    SetUp();
+    Restart();
     OpenInputs({0, 16});
     ZorEchoMIDI(1, nullptr);
     machine::RecordSentMidi(false);

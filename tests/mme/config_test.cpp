@@ -118,7 +118,7 @@ void ExpectRow(const Port& port, const Row& row, const char* side) {
 TEST_F(MmeTest, TablesFollowFileAndDevices) {
     for (const LoadCase& test : LoadCases) {
         SCOPED_TRACE(test.What);
-        SetUp(); // as freshly loaded
+        Restart();
         for (const char* name : test.Devices) {
             machine::AddMidiInput(name);
             machine::AddMidiOutput(name);
@@ -142,7 +142,7 @@ TEST_F(MmeTest, DriverWideValuesAreLimited) {
     };
     for (const auto& test : cases) {
         SCOPED_TRACE(test.Ini);
-        SetUp();
+        Restart();
         Load(std::string("[MMEDRVR]\n") + test.Ini);
         EXPECT_EQ(MidiOutReset, test.Reset);
         EXPECT_EQ(SyncMaster, test.Master);

@@ -17,6 +17,11 @@ class MmeTest : public testing::Test {
 protected:
     void SetUp() override;
     void TearDown() override;
+    // As freshly loaded, in the middle of a test.
+    void Restart() {
+        TearDown();
+        SetUp();
+    }
 
     // Writes the ini file anew, or removes it for an empty text.
     static void WriteIni(const std::string& text);

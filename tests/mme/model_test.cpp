@@ -99,7 +99,7 @@ TEST_F(MmeTest, DevicesGetWhatTheModelSays) {
     for (const auto& test : cases)
         for (const bool match : {true, false}) {
             SCOPED_TRACE(++seed);
-            SetUp();
+            Restart();
             OpenOutputs(test.Bases);
             std::vector<PortModel> model;
             for (int row = 0; row < static_cast<int>(test.Bases.size()); ++row) {

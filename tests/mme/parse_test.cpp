@@ -80,7 +80,8 @@ TEST_F(MmeTest, OnlyDataMessagesAreTaken) {
 TEST_F(MmeTest, OnlyHandlesOfOpenPortsAreKnown) {
     OpenInputs({0, 16});
     HMIDIIN const handle = InPorts[1].Handle;
-    for (void* const unknown : {static_cast<void*>(nullptr), static_cast<void*>(&unknown)})
+    int nobody = 0;
+    for (void* const unknown : {static_cast<void*>(nullptr), static_cast<void*>(&nobody)})
         MmeMidiInCallBack(unknown, MIM_DATA, 0, 0x403C90, 0);
     EXPECT_EQ(Received(), Lines{});
     MmeMidiInCallBack(handle, MIM_DATA, 0, 0x403C90, 0);
@@ -110,6 +111,7 @@ TEST_F(MmeTest, AMessageThatComesDuringAnotherIsLost) {
     OpenInputs({0});
     ASSERT_TRUE(ZorStartTimer());
     ZorSyncMIDI(2);
+    ZorTimeMIDI(1);
     ZorEchoMIDI(1, nullptr);
     machine::CallBackMidi(0, MIM_DATA, 0xFA, 0);
     // The echo of a note meets an error, and a clock comes while the box is up: the engine would

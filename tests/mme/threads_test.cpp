@@ -10,25 +10,24 @@ namespace {
 // Two threads play on overlapping ports while the host silences, closes and opens them.
 TEST_F(MmeTest, CountsStayRightWhoeverSends) {
     OpenOutputs({0, 8});
-    std::atomic<bool> stop{false};
-    std::atomic<int> refused{0};
+    std::atomic<int> playing{2}, refused{0};
     const auto play = [&](unsigned seed) {
         std::mt19937 random(seed);
-        while (!stop) {
+        for (int i = 0; i < 20000; ++i) {
             const int status = random() % 2 ? 0x90 : 0x80;
             const int channel = static_cast<int>(random() % 24);
             refused += !Send(channel, status, static_cast<int>(random() % 4), 1);
         }
+        --playing;
     };
     std::thread first(play, 1u), second(play, 2u);
-    for (int turn = 0; turn < 200; ++turn) {
+    for (int turn = 1; playing > 0; ++turn) {
         EXPECT_TRUE(MMESilence());
-        if (turn % 8 == 7) {
-            EXPECT_TRUE(MMEClose());
-            EXPECT_TRUE(MMEOpen());
-        }
+        std::this_thread::yield();
+        if (turn % 8 != 0) continue;
+        EXPECT_TRUE(MMEClose());
+        EXPECT_TRUE(MMEOpen());
     }
-    stop = true;
     first.join();
     second.join();
     EXPECT_EQ(refused, 0); // a port that is just being closed refuses nothing
@@ -56,28 +55,33 @@ TEST_F(MmeTest, CountsStayRightWhoeverSends) {
 // Messages on both inputs at once, while the host switches sync and closes and opens the ports.
 TEST_F(MmeTest, InputsMayCallTogether) {
     OpenInputs({0, 16});
-    std::atomic<bool> stop{false};
+    std::atomic<int> delivering{2};
     const auto deliver = [&](int input) {
-        while (!stop)
+        for (int i = 0; i < 5000; ++i)
             for (const unsigned message : {0x403C93u, 0xF8u, 0xFAu, 0x003C93u})
                 machine::CallBackMidi(input, MIM_DATA, message, 1);
+        --delivering;
     };
-    std::thread first(deliver, 0), second(deliver, 1);
-    for (int turn = 0; turn < 200; ++turn) {
-        MIDIEvent event;
-        while (ZorRcv(&event, 0))
+    int taken = 0;
+    const auto take = [&] {
+        for (MIDIEvent event; ZorRcv(&event, 0); ++taken)
             ASSERT_TRUE((event.Status == 0x90 && (event.Channel == 3 || event.Channel == 19) &&
                          event.Data1 == 0x3C) ||
                         (event.Status >= 0xF8 && (event.Channel == 0 || event.Channel == 16)));
+    };
+    std::thread first(deliver, 0), second(deliver, 1);
+    for (int turn = 1; delivering > 0; ++turn) {
+        take();
         MMESync(turn % 2 ? 2 : 0);
-        if (turn % 16 == 15) {
-            EXPECT_TRUE(MMEClose());
-            EXPECT_TRUE(MMEOpen());
-        }
+        std::this_thread::yield();
+        if (turn % 16 != 0) continue;
+        EXPECT_TRUE(MMEClose());
+        EXPECT_TRUE(MMEOpen());
     }
-    stop = true;
     first.join();
     second.join();
+    take();
+    EXPECT_GT(taken, 0);
     EXPECT_TRUE(machine::TakeBoxes().empty());
 }
 
