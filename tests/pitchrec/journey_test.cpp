@@ -32,21 +32,25 @@ machine::Generator Melody(std::vector<Tone> tones) {
 
 class Journey : public Session {
 protected:
-    void UseMicrophone(const std::vector<Tone>& tones, std::uint32_t formats = 0xFFF) {
+    void UseMicrophone(const std::vector<Tone>& tones, std::uint32_t formats = 0xFFF,
+                       unsigned channels = 2) {
         machine::MicrophoneModel model;
         model.Name = "Desk";
         model.Formats = formats;
+        model.Channels = channels;
         Desk = machine::AddMicrophone(model);
         machine::FeedGenerator(Desk, Melody(tones));
     }
-    // Milliseconds of the time base at which a moment of the feed sounded. The timer starts, and
-    // the time base with it, in the same moment as the capture.
-    static void ExpectNote(const MIDIEvent& record, std::uint8_t status, std::uint8_t note,
-                           double seconds, int tolerance) {
-        EXPECT_EQ(record.Status, status);
+    // When a block of the capture begins, in seconds on the feed.
+    static double BlockStart(int block) { return block * 512 / 22050.0; }
+
+    // A note is decided in its second block and stamped with that block's first loud sample. The
+    // time base starts with the capture.
+    static void ExpectNoteFrom(int block, std::uint8_t note, const MIDIEvent& record) {
+        EXPECT_EQ(record.Status, 0x90);
         EXPECT_EQ(record.Data1, note);
         // What comes with an age is filed 30 ms early.
-        EXPECT_NEAR(record.Time + 30, seconds * 1000, tolerance) << int{note};
+        EXPECT_NEAR(record.Time + 30, BlockStart(block + 1) * 1000, 3) << int{note};
     }
 
     machine::Microphone Desk{};
@@ -58,31 +62,34 @@ TEST_F(Journey, StampsNotesWhereTheyBeganWithEitherCapture) {
     struct Case {
         const char* Name;
         machine::DirectSound Direct;
-        std::uint32_t Formats;
+        std::uint32_t Formats = 0xFFF;
+        unsigned Channels = 2;
     };
     const Case cases[] = {
-        {"DirectSound", machine::DirectSound::Present, 0xFFF},
-        {"waveIn", machine::DirectSound::Absent, 0xFFF},
-        {"waveIn, 22,050 Hz mono 16 bits", machine::DirectSound::Absent, 0x040},
+        {"DirectSound", machine::DirectSound::Present},
+        {"waveIn", machine::DirectSound::Absent},
+        {"waveIn, 22,050 Hz mono 16 bits", machine::DirectSound::Absent, 0x040, 1},
         {"waveIn, 44,100 Hz stereo 16 bits", machine::DirectSound::Absent, 0x800},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.Name);
-        machine::PowerOn();
-        machine::UseSteppedClock(0xFFFFFF00); // the clock wraps on the way
+        SwitchOn(0xFFFFFF00); // the clock wraps on the way
         machine::SetModulePath((Folder / "zormidi.so").string());
         machine::SetDirectSound(c.Direct);
-        // The second note comes so soon that the first has no rest behind it.
-        UseMicrophone({{0.5, 0.9, 441}, {0.9, 1.4, 660}, {2.0, 2.3, 220}}, c.Formats);
+        // Tones that begin with a block, the second of them without a rest before it.
+        UseMicrophone({{BlockStart(20), BlockStart(40), 441},
+                       {BlockStart(40), BlockStart(60), 660},
+                       {BlockStart(80), BlockStart(90), 220}},
+                      c.Formats, c.Channels);
         WriteIni("EnablePitchRec=1\nChannel=5\n");
         BringUp();
         ASSERT_TRUE(ZorStartMIDI(1));
         machine::Advance(3000);
         const auto records = TakeReceived();
         ASSERT_EQ(records.size(), 6u);
-        ExpectNote(records[0], 0x90, 69, 0.5, 25);
-        ExpectNote(records[2], 0x90, 76, 0.9, 60);
-        ExpectNote(records[4], 0x90, 57, 2.0, 60);
+        ExpectNoteFrom(20, 69, records[0]);
+        ExpectNoteFrom(40, 76, records[2]);
+        ExpectNoteFrom(80, 57, records[4]);
         ZorStopMIDI();
         EXPECT_EQ(machine::OpenWaveIns() + machine::OpenCaptureObjects(), 0);
         MIDISysTerm();

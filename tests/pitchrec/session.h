@@ -16,14 +16,20 @@ protected:
     static constexpr std::uint32_t Start = 1000; // milliseconds on the stepped clock
 
     Session() {
-        machine::PowerOn();
-        machine::UseSteppedClock(Start);
+        SwitchOn(Start);
         const auto* info = testing::UnitTest::GetInstance()->current_test_info();
         Folder =
             std::filesystem::absolute(std::string(info->test_suite_name()) + "." + info->name());
         std::filesystem::remove_all(Folder);
         std::filesystem::create_directories(Folder);
         machine::SetModulePath((Folder / "zormidi.so").string());
+    }
+    // A machine at load, with one MIDI output, as row 0 wants one.
+    static void SwitchOn(std::uint32_t milliseconds) {
+        machine::PowerOn();
+        machine::UseSteppedClock(milliseconds);
+        machine::RecordSentMidi(false);
+        machine::AddMidiOutput("Synth");
     }
     ~Session() override {
         ZorStopMIDI();
