@@ -14,6 +14,7 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zormidiConfig.cmake
               ${CMAKE_CURRENT_BINARY_DIR}/zormidiConfigVersion.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zormidi)
 
+file(RELATIVE_PATH ZOR_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(cmake/zormidi.pc.in zormidi.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zormidi.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 

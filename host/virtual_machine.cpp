@@ -27,6 +27,7 @@ bool AddLoopback(const std::string& name, Cables cables) {
 } // namespace
 
 VirtualMachine::VirtualMachine(Cables cables) {
+    machine::PowerOn();
     machine::PrintBoxes(true);
     machine::RecordSentMidi(false);
     bool joined = true;

@@ -1,7 +1,10 @@
 // Steering the machine that libzorplatform plays: for hosts and tests, never for the library.
 //
 // The machine is virtual: its devices live in memory and in files, its clock is real or stepped by
-// hand, and any call can be made to fail. Each kind of device has a header of its own:
+// hand, and any call can be made to fail. Each kind of device has a header of its own.
+//
+// At load it suits a host that does not steer it: one loopback cable named "Loopback", message boxes
+// printed on standard error, nothing recorded. Whoever steers begins with PowerOn.
 #pragma once
 
 #include "platform/virtual/boxes.h"
@@ -17,8 +20,8 @@
 
 namespace machine {
 
-// Puts the machine back to its state at load: real clock, no devices, no faults, no boxes, module
-// paths as the system has them. Every open handle and pending timer is dropped. The library must be
+// Begins anew with an empty machine: real clock, no devices, no faults, boxes not printed, what is
+// sent recorded, module paths as the system has them. Every open handle and pending timer is dropped. The library must be
 // closed. Thread: the one that steers.
 void PowerOn();
 

@@ -15,7 +15,7 @@ namespace {
 std::mutex boxesLock;
 std::vector<Box> boxes;
 std::function<void(const Box&)> whileUp;
-bool print = false;
+bool print = true;
 std::atomic<void*> focus{nullptr};
 
 void Reset() {

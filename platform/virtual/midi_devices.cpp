@@ -45,6 +45,17 @@ void StopTraffic(const std::vector<std::unique_ptr<MidiInputDevice>>& devices) {
     for (const auto& device : devices) UnscheduleAll(device.get());
 }
 
+// A host that does not steer the machine finds one output whose messages come back at one input.
+MidiMachine* MachineAtLoad() {
+    auto* const midi = new MidiMachine;
+    const char* const name = "Loopback";
+    midi->Inputs.Listed.push_back(std::make_unique<MidiInputDevice>());
+    midi->Outputs.Listed.push_back(std::make_unique<MidiOutputDevice>());
+    midi->Inputs.Listed.back()->Name = midi->Outputs.Listed.back()->Name = name;
+    midi->Outputs.Listed.back()->Cables.push_back({midi->Inputs.Listed.back().get(), 0});
+    return midi;
+}
+
 const AtPowerOn atPowerOn([] {
     RemoveMidiDevices();
     TakeSentMidi();
@@ -54,7 +65,7 @@ const AtPowerOn atPowerOn([] {
 } // namespace
 
 MidiMachine& TheMidi() {
-    static MidiMachine& midi = *new MidiMachine;
+    static MidiMachine& midi = *MachineAtLoad();
     return midi;
 }
 

@@ -15,7 +15,7 @@ namespace machine {
 namespace {
 
 // Under the table's lock.
-bool recording = true;
+bool recording = false;
 std::vector<SentMidi> sent;
 
 struct Target {
