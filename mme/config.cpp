@@ -12,7 +12,7 @@ constexpr char Section[] = "MMEDRVR";
 
 // A numbered key, such as InName1 for row 0.
 struct Key {
-    char Text[16];
+    char Text[24];
     Key(const char* name, int row) { std::snprintf(Text, sizeof Text, "%s%d", name, row + 1); }
 };
 
