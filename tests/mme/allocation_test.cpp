@@ -1,49 +1,17 @@
-// The driver's real-time paths take no memory: every way that this program's code has to ask for
-// some is counted.
+// The driver's real-time paths take no memory.
 #include "mme_test.h"
+#include "tests/platform/allocations.h"
 
-#include <atomic>
-#include <cstdlib>
 #include <new>
-
-namespace {
-std::atomic<int> allocations{0};
-}
-
-// The linker leads the calls of this program and of the library inside it here.
-extern "C" {
-void* __real_malloc(std::size_t size);
-void* __real_calloc(std::size_t count, std::size_t size);
-void* __real_realloc(void* block, std::size_t size);
-void* __wrap_malloc(std::size_t size) {
-    ++allocations;
-    return __real_malloc(size);
-}
-void* __wrap_calloc(std::size_t count, std::size_t size) {
-    ++allocations;
-    return __real_calloc(count, size);
-}
-void* __wrap_realloc(void* block, std::size_t size) {
-    ++allocations;
-    return __real_realloc(block, size);
-}
-}
-void* operator new(std::size_t size) {
-    ++allocations;
-    if (void* const block = __real_malloc(size)) return block;
-    throw std::bad_alloc();
-}
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t) noexcept { std::free(block); }
 
 namespace {
 
 template <class Action>
 int AllocationsIn(Action action) {
     machine::ResetCallCounts();
-    const int before = allocations;
+    const int before = Allocations();
     action();
-    return allocations - before + static_cast<int>(machine::CallCount(machine::Call::GlobalAlloc));
+    return Allocations() - before + static_cast<int>(machine::CallCount(machine::Call::GlobalAlloc));
 }
 
 TEST_F(MmeTest, RealTimePathsTakeNoMemory) {
