@@ -7,9 +7,10 @@ namespace Sonorel {
 
 namespace {
 
+// A header that the system will not release stays marked as prepared, so that Stop tries again.
 void Unprepare(HWAVEIN handle, WAVEHDR* header) {
-    waveInUnprepareHeader(handle, header, sizeof *header);
-    header->dwFlags = 0;
+    const MMRESULT result = waveInUnprepareHeader(handle, header, sizeof *header);
+    header->dwFlags &= result == MMSYSERR_NOERROR ? 0 : WHDR_PREPARED;
 }
 
 } // namespace
@@ -19,7 +20,8 @@ void SoundInWin::Queue(WAVEHDR* header) {
     waveInAddBuffer(WaveIn, header, sizeof *header);
 }
 
-// For the buffers that never came back through the callback, since the device never took them.
+// For the buffers that did not come back through the callback, since the device never took them,
+// and those that the system would not release there.
 void SoundInWin::TakeBackBuffers() {
     const Section section(Delivery);
     for (WAVEHDR* header : Headers)
