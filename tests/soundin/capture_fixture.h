@@ -1,0 +1,118 @@
+// A machine with stepped clock and microphones, and a listener that keeps what it is given.
+#pragma once
+
+#include "platform/machine.h"
+#include "soundin/sound_in_dx.h"
+#include "soundin/sound_in_win.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+struct Block {
+    std::uint32_t Time;
+    std::vector<std::uint8_t> Bytes;
+};
+
+// Blocks come on the delivering thread, and are taken on the test's.
+class Listener {
+public:
+    explicit Listener(Sonorel::SoundIn& input) { input.SetCallback(&Listener::Receive, this); }
+    std::vector<Block> Take() {
+        const std::lock_guard lock(Guard);
+        return std::exchange(Blocks, {});
+    }
+    // Runs at each block on the delivering thread, after it was kept.
+    std::function<void()> AtBlock;
+
+private:
+    static void Receive(std::uint32_t time, const std::uint8_t* data, std::int32_t byteCount,
+                        void* context) {
+        auto& self = *static_cast<Listener*>(context);
+        {
+            const std::lock_guard lock(self.Guard);
+            self.Blocks.push_back({time, {data, data + byteCount}});
+        }
+        if (self.AtBlock) self.AtBlock();
+    }
+    std::mutex Guard;
+    std::vector<Block> Blocks;
+};
+
+// Sound that tells where it stands: two channels of 32 levels each, so every frame of 1,024 has a
+// pair of its own, wherever a sample's last bits go.
+namespace place_feed {
+
+constexpr std::uint32_t Period = 1024;
+
+inline float Level(std::uint32_t step) { return (static_cast<float>(step) * 8 + 4 - 128) / 128; }
+
+inline machine::Generator Generator() {
+    return [](const machine::FeedRequest& request) {
+        for (std::size_t frame = 0; frame * request.Channels < request.Samples.size(); ++frame) {
+            const auto place = static_cast<std::uint32_t>((request.First + frame) % Period);
+            request.Samples[frame * request.Channels] = Level(place % 32);
+            if (request.Channels > 1)
+                request.Samples[frame * request.Channels + 1] = Level(place / 32);
+        }
+    };
+}
+
+// Place of a frame of two channels of 8 bits.
+inline std::uint32_t Of(const std::uint8_t* frame) { return frame[0] / 8u + frame[1] / 8u * 32; }
+
+} // namespace place_feed
+
+class CaptureTest : public testing::Test {
+protected:
+    void SetUp() override {
+        machine::PowerOn();
+        machine::UseSteppedClock(StartTime);
+    }
+
+    // Nothing that a test opened may be left.
+    void TearDown() override {
+        EXPECT_EQ(0, machine::OpenWaveIns());
+        EXPECT_EQ(0, machine::OpenCaptureObjects());
+        EXPECT_EQ(0, machine::PreparedWaveHeaders());
+        EXPECT_EQ(0, machine::OpenMixers());
+        machine::PowerOn();
+    }
+
+    static machine::Microphone Add(const std::string& name, std::uint32_t formats = 0xFFF,
+                                   unsigned channels = 2) {
+        machine::MicrophoneModel model;
+        model.Name = name;
+        model.Formats = formats;
+        model.Channels = channels;
+        return machine::AddMicrophone(model);
+    }
+
+    // Time that the next count blocks take, and a little more.
+    static void AdvanceBlocks(unsigned count) {
+        machine::Advance(static_cast<std::uint32_t>(count * 512 * 1000.0 / 22050 + 2));
+    }
+
+    static constexpr std::uint32_t StartTime = 0xFFFFF000; // the clock wraps in the middle
+};
+
+enum class Kind { Dx, Win };
+
+inline std::unique_ptr<Sonorel::SoundInSystem> Make(Kind kind) {
+    if (kind == Kind::Dx) return std::make_unique<Sonorel::SoundInDx>();
+    return std::make_unique<Sonorel::SoundInWin>();
+}
+
+// What holds for both classes.
+class BothCapturesTest : public CaptureTest, public testing::WithParamInterface<Kind> {};
+
+inline std::string KindName(const testing::TestParamInfo<Kind>& info) {
+    return info.param == Kind::Dx ? "Dx" : "Win";
+}

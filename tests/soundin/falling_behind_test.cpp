@@ -1,0 +1,105 @@
+// A capture thread that is behind its ring: up to half of it is caught up with, more is given up.
+#include "tests/soundin/capture_fixture.h"
+
+namespace {
+
+class FallingBehindTest : public CaptureTest {
+protected:
+    void SetUp() override {
+        CaptureTest::SetUp();
+        microphone = Add("Microphone");
+        machine::FeedGenerator(microphone, place_feed::Generator());
+    }
+
+    // Number of the block that ends at this stamp, counted from the origin.
+    std::int64_t BlockAt(std::uint32_t time) const {
+        const auto origin =
+            static_cast<std::uint32_t>(machine::StatsOf(microphone).OriginMicroseconds / 1000);
+        const auto age = static_cast<std::int32_t>(time - origin);
+        return std::llround(age * 22050.0 / 1000 / 512) - 1;
+    }
+
+    machine::Microphone microphone{};
+};
+
+} // namespace
+
+TEST_F(FallingBehindTest, SixteenBlocksAreServedAndSeventeenAreNot) {
+    struct {
+        unsigned LeftOut;
+        std::size_t AtOnce; // delivered at the first notification behind the gap
+        std::int64_t Next;  // the first block delivered behind the gap, counted from its beginning
+    } const cases[] = {
+        {1, 2, 0},
+        {15, 16, 0},
+        // The ring comes round to the block after the last delivered one.
+        {16, 0, 32},
+        {20, 0, 32},
+    };
+    for (const auto& each : cases) {
+        for (const unsigned before : {5u, 20u, 31u}) {
+            SCOPED_TRACE(testing::Message() << each.LeftOut << " left out after " << before);
+            Sonorel::SoundInDx input;
+            Listener listener(input);
+            ASSERT_TRUE(input.Open(22050));
+            input.Start();
+            AdvanceBlocks(before);
+            ASSERT_EQ(before - 1, listener.Take().size());
+            machine::FallBehind(microphone, each.LeftOut);
+            AdvanceBlocks(each.LeftOut);
+            EXPECT_TRUE(listener.Take().empty());
+            AdvanceBlocks(1);
+            auto blocks = listener.Take();
+            EXPECT_EQ(each.AtOnce, blocks.size());
+            AdvanceBlocks(40);
+            const auto later = listener.Take();
+            blocks.insert(blocks.end(), later.begin(), later.end());
+            ASSERT_FALSE(blocks.empty());
+            // Each by its own end, and none twice.
+            for (std::size_t index = 0; index < blocks.size(); ++index) {
+                const auto number = each.Next + static_cast<std::int64_t>(index + before);
+                EXPECT_EQ(number, BlockAt(blocks[index].Time));
+                EXPECT_EQ(number * 512 % place_feed::Period,
+                          place_feed::Of(blocks[index].Bytes.data()));
+            }
+            input.Close();
+        }
+    }
+}
+
+// A listener that takes its time: notifications pile up on both sides of the ring's seam. Nothing
+// may be delivered twice, and up to 16 blocks nothing may be missing.
+TEST_F(FallingBehindTest, ASlowListenerHearsNothingTwice) {
+    for (const unsigned before : {3u, 16u, 20u, 28u, 31u}) {
+        for (const unsigned stalled : {5u, 15u, 16u, 17u, 20u, 30u}) {
+            SCOPED_TRACE(testing::Message() << stalled << " stalled after " << before);
+            Sonorel::SoundInDx input;
+            Listener listener(input);
+            const HANDLE proceed = CreateEventA(nullptr, FALSE, FALSE, nullptr);
+            std::atomic<int> untilStall{static_cast<int>(before) - 1};
+            listener.AtBlock = [&] {
+                if (untilStall.fetch_sub(1) == 1) WaitForSingleObject(proceed, INFINITE);
+            };
+            ASSERT_TRUE(input.Open(22050));
+            input.Start();
+            AdvanceBlocks(before);
+            AdvanceBlocks(stalled);
+            SetEvent(proceed);
+            AdvanceBlocks(40);
+            const auto blocks = listener.Take();
+            std::int64_t previous = 0;
+            for (const Block& block : blocks) {
+                const auto number = BlockAt(block.Time);
+                EXPECT_LT(previous, number);
+                if (stalled <= 16) {
+                    EXPECT_EQ(previous + 1, number);
+                }
+                EXPECT_EQ(number * 512 % place_feed::Period, place_feed::Of(block.Bytes.data()));
+                previous = number;
+            }
+            EXPECT_GE(blocks.size(), 30u);
+            input.Close();
+            CloseHandle(proceed);
+        }
+    }
+}

@@ -1,0 +1,273 @@
+// Recording level and microphone-through on mixers of every shape.
+#include "soundin/mixer.h"
+#include "tests/soundin/capture_fixture.h"
+
+namespace {
+
+using machine::MixerControl;
+using machine::MixerLine;
+
+constexpr std::uint32_t Speakers = MIXERLINE_COMPONENTTYPE_DST_SPEAKERS;
+constexpr std::uint32_t WaveIn = MIXERLINE_COMPONENTTYPE_DST_WAVEIN;
+constexpr std::uint32_t Mic = MIXERLINE_COMPONENTTYPE_SRC_MICROPHONE;
+constexpr std::uint32_t LineIn = MIXERLINE_COMPONENTTYPE_SRC_LINE;
+constexpr std::uint32_t Volume = MIXERCONTROL_CONTROLTYPE_VOLUME;
+constexpr std::uint32_t Mute = MIXERCONTROL_CONTROLTYPE_MUTE;
+
+MixerControl VolumeUpTo(std::uint32_t maximum) {
+    MixerControl control{.Type = Volume};
+    control.Maximum = maximum;
+    return control;
+}
+
+MixerControl MuteControl() {
+    MixerControl control{.Type = Mute};
+    control.Maximum = 1;
+    control.Value = 1;
+    return control;
+}
+
+MixerLine Line(std::uint32_t type, std::vector<MixerControl> controls,
+               std::vector<MixerLine> sources = {}, unsigned channels = 2) {
+    return {type, "Line", channels, std::move(controls), std::move(sources)};
+}
+
+class MixerTest : public CaptureTest {
+protected:
+    // An open capture on a microphone whose only mixer has these destinations.
+    void OpenWith(const std::vector<MixerLine>& destinations) {
+        machine::MicrophoneModel model;
+        model.Name = "Microphone";
+        model.WithMixer = false;
+        microphone = machine::AddMicrophone(model);
+        mixer = machine::AddMixer({"Mixer", destinations});
+        machine::SetMixerOf(microphone, mixer);
+        ASSERT_TRUE(input.Open(22050));
+    }
+    void TearDown() override {
+        input.Close();
+        CaptureTest::TearDown();
+    }
+    std::vector<std::uint32_t> Values(const machine::ControlPlace& place) const {
+        return machine::ControlValues(mixer, place);
+    }
+
+    Sonorel::SoundInWin input;
+    machine::Microphone microphone{};
+    machine::Mixer mixer = machine::Mixer::None;
+};
+
+constexpr machine::ControlPlace LineVolume = {WaveIn, LineIn, Volume};
+constexpr machine::ControlPlace RecordingVolume = {WaveIn, 0, Volume};
+constexpr machine::ControlPlace MasterMute = {Speakers, 0, Mute};
+
+} // namespace
+
+TEST_F(MixerTest, LevelOneIsHalfTheRange) {
+    struct {
+        std::uint32_t Maximum;
+        double Level;
+        std::uint32_t Written;
+        double Read;
+    } const cases[] = {
+        {65535, 1.0, 32767, 1.0},
+        {65535, 0.0, 0, 0.0},
+        {65535, 255 * 0.0078125, 65278, 65278.0 / 32767},
+        {65535, 0.5, 16383, 16383.0 / 32767},
+        {255, 1.0, 127, 1.0},
+        {2, 1.0, 1, 1.0},
+        // Half of it is nothing, and nothing is divided by it.
+        {1, 1.0, 0, 0.0},
+        {0, 1.0, 0, 0.0},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(testing::Message() << each.Level << " of " << each.Maximum);
+        input.Close();
+        machine::PowerOn();
+        machine::UseSteppedClock(StartTime);
+        OpenWith({Line(WaveIn, {}, {Line(Mic, {VolumeUpTo(each.Maximum)})})});
+        machine::MoveControl(mixer, machine::MicrophoneVolume, each.Maximum);
+        EXPECT_TRUE(input.SetLevel(each.Level));
+        // Every channel gets the same.
+        EXPECT_EQ((std::vector{each.Written, each.Written}), Values(machine::MicrophoneVolume));
+        EXPECT_EQ(each.Read, input.GetLevel());
+    }
+}
+
+TEST_F(MixerTest, ReadsWhatTheUserMoved) {
+    OpenWith(machine::MicrophoneMixer("Mixer").Destinations);
+    ASSERT_TRUE(machine::MoveControl(mixer, machine::MicrophoneVolume, 65535));
+    EXPECT_EQ(65535.0 / 32767, input.GetLevel());
+    EXPECT_EQ(0u, input.GetMicThru());
+    ASSERT_TRUE(machine::MoveControl(mixer, machine::MicrophoneMute, 0));
+    EXPECT_EQ(7u, input.GetMicThru());
+}
+
+TEST_F(MixerTest, ThroughIsTheMuteTurnedRound) {
+    OpenWith(machine::MicrophoneMixer("Mixer").Destinations);
+    for (const std::uint32_t on : {1u, 7u, 0x80000000u}) {
+        EXPECT_TRUE(input.SetMicThru(on));
+        EXPECT_EQ(0u, Values(machine::MicrophoneMute).at(0));
+        EXPECT_EQ(7u, input.GetMicThru());
+        EXPECT_TRUE(input.SetMicThru(0));
+        EXPECT_EQ(1u, Values(machine::MicrophoneMute).at(0));
+        EXPECT_EQ(0u, input.GetMicThru());
+    }
+}
+
+TEST_F(MixerTest, AUniformControlTakesOneValue) {
+    MixerControl uniform = VolumeUpTo(1000);
+    uniform.Uniform = true;
+    OpenWith({Line(WaveIn, {}, {Line(Mic, {uniform})})});
+    EXPECT_EQ(std::vector{500u}, Values(machine::MicrophoneVolume));
+    EXPECT_EQ(1.0, input.GetLevel());
+}
+
+TEST_F(MixerTest, AMonoLineTakesOneValue) {
+    OpenWith({Line(WaveIn, {}, {Line(Mic, {VolumeUpTo(1000)}, {}, 1)})});
+    EXPECT_EQ(std::vector{500u}, Values(machine::MicrophoneVolume));
+}
+
+TEST_F(MixerTest, ADestinationWithoutSourcesIsTakenItself) {
+    OpenWith({Line(Speakers, {MuteControl()}), Line(WaveIn, {VolumeUpTo(100)})});
+    EXPECT_EQ((std::vector{50u, 50u}), Values(RecordingVolume));
+    EXPECT_EQ(1.0, input.GetLevel());
+    EXPECT_TRUE(input.SetMicThru(1));
+    EXPECT_EQ(0u, Values(MasterMute).at(0));
+}
+
+// The line of another instrument is not the microphone's: it is left alone.
+TEST_F(MixerTest, WithoutAMicrophoneLineNothingIsMoved) {
+    OpenWith({Line(Speakers, {MuteControl()}, {Line(LineIn, {MuteControl()})}),
+              Line(WaveIn, {VolumeUpTo(100)}, {Line(LineIn, {VolumeUpTo(100)})})});
+    EXPECT_FALSE(input.SetLevel(2.0));
+    EXPECT_EQ(0.0, input.GetLevel());
+    EXPECT_EQ((std::vector{0u, 0u}), Values(LineVolume));
+    EXPECT_EQ((std::vector{0u, 0u}), Values(RecordingVolume));
+    EXPECT_FALSE(input.SetMicThru(1));
+    EXPECT_EQ(0u, input.GetMicThru());
+    EXPECT_EQ(1u, Values({Speakers, LineIn, Mute}).at(0));
+}
+
+TEST_F(MixerTest, TheTwoControlsAreFoundEachOnItsOwn) {
+    OpenWith({Line(Speakers, {}, {Line(LineIn, {}), Line(Mic, {MuteControl()})})});
+    EXPECT_EQ(0.0, input.GetLevel());
+    EXPECT_FALSE(input.SetLevel(1.0));
+    EXPECT_TRUE(input.SetMicThru(1));
+    EXPECT_EQ(7u, input.GetMicThru());
+}
+
+TEST_F(MixerTest, WithoutAnyMixer) {
+    machine::MicrophoneModel model;
+    model.Name = "Microphone";
+    model.WithMixer = false;
+    microphone = machine::AddMicrophone(model);
+    ASSERT_TRUE(input.Open(22050));
+    EXPECT_EQ(nullptr, input.Mixer);
+    EXPECT_EQ(0.0, input.GetLevel());
+    EXPECT_FALSE(input.SetLevel(1.0));
+    EXPECT_EQ(7u, input.GetMicThru());
+    EXPECT_FALSE(input.SetMicThru(1));
+}
+
+TEST_F(MixerTest, Refusals) {
+    OpenWith(machine::MicrophoneMixer("Mixer").Destinations);
+    ASSERT_TRUE(machine::RefuseControl(mixer, machine::MicrophoneVolume, true, true));
+    ASSERT_TRUE(machine::RefuseControl(mixer, machine::MicrophoneMute, true, true));
+    EXPECT_EQ(0.0, input.GetLevel());
+    EXPECT_FALSE(input.SetLevel(1.5));
+    EXPECT_EQ(7u, input.GetMicThru());
+    EXPECT_FALSE(input.SetMicThru(1));
+    machine::RemoveMixer(mixer);
+    EXPECT_EQ(0.0, input.GetLevel());
+    EXPECT_FALSE(input.SetMicThru(0));
+}
+
+TEST_F(MixerTest, LineSearch) {
+    OpenWith({Line(Speakers, {}, {}),
+              Line(WaveIn, {}, {Line(LineIn, {}), Line(Mic, {}), Line(LineIn, {})})});
+    constexpr auto info = machine::Call::mixerGetLineInfoA;
+    constexpr MMRESULT refused = MMSYSERR_NODRIVER;
+    struct {
+        const char* Name;
+        std::uint32_t Destination;
+        std::uint32_t Source;
+        int Failing; // the nth query
+        MMRESULT Result;
+        std::uint32_t FoundType;
+    } const cases[] = {
+        {"found", WaveIn, Mic, 0, 0, Mic},
+        {"behind a source that cannot be read", WaveIn, Mic, 2, 0, Mic},
+        {"itself unreadable", WaveIn, Mic, 3, MIXERR_INVALLINE, 0},
+        {"last source unreadable", WaveIn, 0x1005, 4, refused, 0},
+        {"no source of the type", WaveIn, 0x1005, 0, MIXERR_INVALLINE, 0},
+        {"destination itself", WaveIn, 0, 0, 0, WaveIn},
+        {"destination without sources", Speakers, Mic, 0, 0, Speakers},
+        {"no such destination", 5, Mic, 0, MIXERR_INVALLINE, 0},
+        {"destination unreadable", WaveIn, Mic, 1, refused, 0},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.Name);
+        machine::ClearFaults();
+        if (each.Failing) machine::FailCall(info, each.Failing, refused);
+        MIXERLINEA line;
+        EXPECT_EQ(each.Result,
+                  Sonorel::GetMixerLine(input.Mixer, each.Destination, each.Source, line));
+        if (each.Result == 0) {
+            EXPECT_EQ(each.FoundType, line.dwComponentType);
+        }
+    }
+}
+
+// DirectSound tells nothing of mixers: the one whose whole name begins the description is taken.
+TEST_F(CaptureTest, DirectSoundFindsItsMixerByName) {
+    struct {
+        const char* Microphone;
+        std::vector<std::string> Mixers;
+        int Expected; // place in Mixers
+        int Unopened; // the nth opening fails, 0 for none
+    } const cases[] = {
+        {"USB Audio (front)", {"Onboard", "USB Audio", "USB"}, 1, 0},
+        {"USB Audio (front)", {"USB", "USB Audio"}, 0, 0},
+        {"USB Audio", {"Onboard", "USB Audio (front)"}, 0, 0},
+        {"USB Audio (front)", {"Onboard", "USB Audio", "USB"}, 2, 1},
+        {"USB Audio (front)", {"Onboard", "USB Audio", "Other"}, 0, 1},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(testing::Message() << each.Microphone << " at " << each.Mixers[0]);
+        machine::PowerOn();
+        machine::UseSteppedClock(StartTime);
+        std::vector<machine::Mixer> mixers;
+        for (const std::string& name : each.Mixers)
+            mixers.push_back(machine::AddMixer(machine::MicrophoneMixer(name)));
+        machine::MicrophoneModel model;
+        model.Name = each.Microphone;
+        model.WithMixer = false;
+        machine::AddMicrophone(model);
+        Sonorel::SoundInDx input;
+        input.SetDevice(1);
+        if (each.Unopened)
+            machine::FailCall(machine::Call::mixerOpen, each.Unopened, MMSYSERR_ALLOCATED);
+        ASSERT_TRUE(input.Open(22050));
+        EXPECT_TRUE(input.SetLevel(0.25));
+        for (std::size_t place = 0; place < mixers.size(); ++place) {
+            const bool moved =
+                machine::ControlValues(mixers[place], machine::MicrophoneVolume).at(0) == 8191;
+            EXPECT_EQ(each.Expected == static_cast<int>(place), moved) << place;
+        }
+        input.Close();
+    }
+}
+
+TEST_F(CaptureTest, WaveInFallsBackOnTheFirstMixer) {
+    const auto first = machine::AddMixer(machine::MicrophoneMixer("First"));
+    machine::MicrophoneModel model;
+    model.Name = "Microphone";
+    model.WithMixer = false;
+    machine::AddMicrophone(model);
+    Sonorel::SoundInWin input;
+    ASSERT_TRUE(input.Open(22050));
+    EXPECT_TRUE(input.SetLevel(0.25));
+    EXPECT_EQ(8191u, machine::ControlValues(first, machine::MicrophoneVolume).at(0));
+    input.Close();
+}
