@@ -102,6 +102,8 @@ void SoundInDx::ListDevices() {
 
 bool SoundInDx::Open(std::uint32_t rate) {
     if (!DSoundModule) return ReportOpenFailure(NoModule);
+    // Open already, and perhaps capturing: nothing that the thread reads may be touched.
+    if (CaptureBuffer) return false;
     if (!Capture && !CreateCapture()) return false;
     SetFormat(rate);
     if (!CreateBuffer()) return false;
@@ -120,8 +122,6 @@ bool SoundInDx::CreateCapture() {
 }
 
 bool SoundInDx::CreateBuffer() {
-    if (!Capture || CaptureBuffer) return false;
-    LastResult = DS_OK;
     BufferDesc = {};
     BufferDesc.dwSize = sizeof(DSCBUFFERDESC1);
     BufferDesc.dwBufferBytes = static_cast<DWORD>(BytesPerBlock * BlockCount);
