@@ -11,7 +11,7 @@
 namespace ui {
 namespace {
 
-constexpr int ListRoom = 8; // what a closed list and its border need above the height of the text
+constexpr int ListHeight = 12; // of a closed list, dialog units: that of a field beside it
 
 int Scale(int units, int base, int per) { return (units * base + per / 2) / per; }
 
@@ -57,7 +57,7 @@ void Dialog::AddControl(const ControlTemplate& form) {
     control->Place = Pixels(form.X, form.Y, form.Width, form.Height);
     control->Text = form.Text;
     // The template tells how far a list drops down.
-    if (control->Is(Kind::List)) control->Place.Height = Look.BaseY + ListRoom;
+    if (control->Is(Kind::List)) control->Place.Height = Scale(ListHeight, Look.BaseY, 8);
     Controls.push_back(std::move(control));
 }
 

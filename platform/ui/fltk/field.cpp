@@ -14,9 +14,10 @@ Field::Field(DialogWindow& window, Control& control)
       Of(control), In(window) {
     box(FL_FLAT_BOX); // a border of our own lies round it
     color(FL_WHITE);
+    textcolor(ColourOf(Ink));
     textfont(FL_HELVETICA);
     textsize(FontPixels());
-    selection_color(fl_rgb_color(Accent >> 16 & 0xFF, Accent >> 8 & 0xFF, Accent & 0xFF));
+    selection_color(ColourOf(Accent));
     when(FL_WHEN_CHANGED);
     callback(&Changed);
     TakeText();
@@ -65,7 +66,8 @@ void Field::draw() {
                               : Border,
                   line);
     border.Draw(x(), y());
-    drawtext(x() + around, y() + around, w() - 2 * around, h() - 2 * around);
+    const int pad = Scaled(3); // to which the text adds a little of its own
+    drawtext(x() + pad, y() + around, w() - 2 * pad, h() - 2 * around);
 }
 
 } // namespace ui

@@ -29,11 +29,6 @@ double DisplayDpi() {
                        : OrdinaryDpi;
 }
 
-Fl_Color ColourOf(Rgb colour) {
-    return fl_rgb_color(static_cast<uchar>(colour >> 16), static_cast<uchar>(colour >> 8),
-                        static_cast<uchar>(colour));
-}
-
 Fl_Align FlAlign(Align align, bool lines) {
     Fl_Align how = lines ? FL_ALIGN_TOP | FL_ALIGN_WRAP : FL_ALIGN_CENTER;
     if (align == Align::Left) how |= FL_ALIGN_LEFT;
@@ -42,6 +37,11 @@ Fl_Align FlAlign(Align align, bool lines) {
 }
 
 } // namespace
+
+Fl_Color ColourOf(Rgb colour) {
+    return fl_rgb_color(static_cast<uchar>(colour >> 16), static_cast<uchar>(colour >> 8),
+                        static_cast<uchar>(colour));
+}
 
 Metrics Measure(int points) {
     const double dpi = DisplayDpi();

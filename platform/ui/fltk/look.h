@@ -3,6 +3,7 @@
 
 #include "platform/ui/dialog.h"
 
+#include <FL/Enumerations.H>
 #include <cstdint>
 #include <vector>
 
@@ -21,6 +22,8 @@ constexpr Rgb Halo = 0xA9C6E8; // round what has the focus
 constexpr Rgb ButtonTop = 0xFDFDFD;
 constexpr Rgb ButtonPressed = 0xD8DDE3;
 constexpr Rgb ButtonHover = 0xE9F1FA;
+
+Fl_Color ColourOf(Rgb colour); // as the toolkit has it
 
 // Chooses the font's size for the display, and measures it. points: of the template's font.
 Metrics Measure(int points);

@@ -24,8 +24,11 @@ Align AlignOf(const Control& label) {
     }
 }
 
-bool SameLine(const Box& one, const Box& other) {
-    return one.Top < other.Top + other.Height && other.Top < one.Top + one.Height;
+// Most of the label's height lies beside the other.
+bool SameLine(const Box& label, const Box& other) {
+    const int top = std::max(label.Top, other.Top);
+    const int bottom = std::min(label.Top + label.Height, other.Top + other.Height);
+    return bottom - top > label.Height / 2;
 }
 
 // The field or list that a label stands before: their texts are to share a baseline.
@@ -34,7 +37,7 @@ const Control* Beside(const Control& label, const Dialog& dialog) {
     const int right = label.Place.Left + label.Place.Width;
     for (const auto& control : dialog.Controls) {
         if (!control->Is(Kind::Edit) && !control->Is(Kind::List)) continue;
-        const bool beside = control->Place.Left >= right && SameLine(control->Place, label.Place) &&
+        const bool beside = control->Place.Left >= right && SameLine(label.Place, control->Place) &&
                             control->Place.Left - right < label.Place.Width;
         if (beside && (!nearest || control->Place.Left < nearest->Place.Left))
             nearest = control.get();

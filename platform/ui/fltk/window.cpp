@@ -179,8 +179,7 @@ void DialogWindow::DropDown(Face& list) {
     Fl_Menu_Button style(list.x(), list.y(), list.w(), list.h());
     style.box(FL_BORDER_BOX);
     style.color(FL_WHITE);
-    style.selection_color(
-        fl_rgb_color(look::Accent >> 16 & 0xFF, look::Accent >> 8 & 0xFF, look::Accent & 0xFF));
+    style.selection_color(look::ColourOf(look::Accent));
     style.textsize(look::FontPixels());
     const Fl_Menu_Item* present =
         control.Selection >= 0 ? &entries[static_cast<std::size_t>(control.Selection)] : nullptr;
