@@ -1,0 +1,74 @@
+#include "bench/table.h"
+
+#include <algorithm>
+#include <benchmark/benchmark.h>
+#include <cstdio>
+#include <vector>
+
+namespace bench {
+namespace {
+
+class LeastTime : public benchmark::BenchmarkReporter {
+public:
+    explicit LeastTime(Results& into) : results(into) {}
+    bool ReportContext(const Context&) override { return true; }
+    void ReportRuns(const std::vector<Run>& runs) override {
+        for (const Run& run : runs) {
+            if (run.run_type != Run::RT_Iteration) continue;
+            const auto records = run.counters.find("records");
+            const double each = records == run.counters.end() ? 1.0 : records->second.value;
+            const double time = run.GetAdjustedCPUTime() / each;
+            const auto [known, isNew] = results.try_emplace(run.run_name.function_name, time);
+            if (!isNew) known->second = std::min(known->second, time);
+        }
+    }
+
+private:
+    Results& results;
+};
+
+std::string Time(double nanoseconds) {
+    char text[32];
+    if (nanoseconds < 10000) {
+        std::snprintf(text, sizeof text, "%.1f ns", nanoseconds);
+    } else {
+        std::snprintf(text, sizeof text, "%.1f us", nanoseconds / 1000);
+    }
+    return text;
+}
+
+void PrintRatio(const Results& results, const Ratio& line) {
+    const auto what = results.find(line.What), against = results.find(line.Against);
+    if (what == results.end() || against == results.end()) return; // filtered out by the caller
+    const double ratio = what->second / against->second;
+    std::printf("  %-44s %11s  %-34s %11s %8.2f", line.What, Time(what->second).c_str(),
+                line.Against, Time(against->second).c_str(), ratio);
+    if (line.Target > 0) {
+        std::printf("  %5.1f %s", line.Target, ratio <= line.Target ? "met" : "MISSED");
+    }
+    std::printf("\n");
+}
+
+} // namespace
+
+Results RunBenchmarks(int argc, char** argv) {
+    static char repetitions[] = "--benchmark_repetitions=15";
+    static char time[] = "--benchmark_min_time=0.02";
+    static char order[] = "--benchmark_enable_random_interleaving=true";
+    std::vector<char*> arguments = {argv[0], repetitions, time, order};
+    arguments.insert(arguments.end(), argv + 1, argv + argc); // what the caller says comes last
+    int count = static_cast<int>(arguments.size());
+    benchmark::Initialize(&count, arguments.data());
+    Results results;
+    LeastTime reporter(results);
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    benchmark::Shutdown();
+    return results;
+}
+
+void PrintSection(const char* title, const Results& results, std::span<const Ratio> ratios) {
+    std::printf("%s\n", title);
+    for (const Ratio& line : ratios) PrintRatio(results, line);
+}
+
+} // namespace bench
