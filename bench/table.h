@@ -12,7 +12,8 @@ namespace bench {
 using Results = std::map<std::string, double>;
 
 // Runs the registered benchmarks several times in random order, and keeps the least processor time
-// of each: what else the machine does can only add to it. A benchmark whose round handles several
+// of each: what else the machine does can only add to it. A second thread stands by, so that locks
+// cost what they cost in a real host. A benchmark whose round handles several
 // records says how many in the counter "records", and its time is that of one.
 Results RunBenchmarks(int argc, char** argv);
 

@@ -51,7 +51,7 @@ public:
 
 private:
     static void Change(int step) {
-        PlainSection section;
+        QueueSection section;
         const int now = XmitBusy.load(std::memory_order_relaxed) + step;
         XmitBusy.store(static_cast<std::int16_t>(now), std::memory_order_release);
     }

@@ -105,7 +105,7 @@ ZorBool ZORCALL ZorStartMIDI(ZorBool startTimer) ZORNOEXCEPT {
     if (EchoIsOn()) {
         EmptyAllQueues();
         if (TimerRunning) {
-            CountedSection section;
+            QueueSection section;
             ResetMIDITime();
         }
     } else if (!OpenMIDIDrivers()) {

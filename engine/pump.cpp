@@ -36,7 +36,7 @@ struct HeadRecord {
 HeadRecord TakeDue(MIDIQueue& queue, std::int32_t now) {
     HeadRecord found{};
     if (!queue.Holds()) return found;
-    CountedSection section;
+    QueueSection section;
     if (!queue.Holds()) return found;
     if (ExternalClockStands()) {
         found.State = HeadRecord::AwaitsClock;
@@ -51,7 +51,7 @@ HeadRecord TakeDue(MIDIQueue& queue, std::int32_t now) {
 
 // Removes the record that was copied, unless the ring has been emptied or replaced meanwhile.
 void Remove(MIDIQueue& queue, const HeadRecord& record) {
-    CountedSection section;
+    QueueSection section;
     if (queue.Resets == record.Resets) queue.Drop();
 }
 

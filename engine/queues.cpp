@@ -22,7 +22,7 @@ void Release(HGLOBAL memory) {
 void FreeQueue(MIDIQueue& queue) {
     HGLOBAL old;
     {
-        CountedSection section;
+        QueueSection section;
         old = queue.Replace(nullptr, nullptr, 0);
     }
     Release(old);
@@ -32,8 +32,6 @@ void FreeQueue(MIDIQueue& queue) {
 
 MIDIQueue MIDIQueues[QueueCount];
 Lock QueueLock;
-std::uint16_t LockDepth = 0;
-std::atomic<DWORD> LockHolder{0};
 
 MIDIEvent* MIDIQueue::After(MIDIEvent* slot) const {
     return slot + 1 == End ? Start.load(relaxed) : slot + 1;
@@ -64,7 +62,7 @@ HGLOBAL MIDIQueue::Replace(HGLOBAL memory, MIDIEvent* address, std::uint16_t slo
 
 bool PushMQ(const MIDIEvent& event, MIDIQueue& queue, bool overwrite) {
     if (!queue.HasBlock()) return false;
-    CountedSection section;
+    QueueSection section;
     if (!queue.HasBlock()) return false; // freed while this thread waited
     MIDIEvent* next = queue.After(queue.Tail);
     const bool full = next == queue.Head;
@@ -80,7 +78,7 @@ bool PushMQ(const MIDIEvent& event, MIDIQueue& queue, bool overwrite) {
 }
 
 void EmptyQueue(MIDIQueue& queue) {
-    PlainSection section;
+    QueueSection section;
     queue.Empty();
 }
 
@@ -105,7 +103,7 @@ ZorBool ZORCALL ZorAllocMIDI(int16_t queue, int16_t slots) ZORNOEXCEPT {
         return 0;
     }
     {
-        CountedSection section;
+        QueueSection section;
         memory = ring->Replace(memory, address, static_cast<std::uint16_t>(slots));
     }
     Release(memory);
@@ -134,7 +132,7 @@ ZorBool ZORCALL ZorReportMQ(int16_t queue, uint16_t* size, uint16_t* count) ZORN
 ZorBool ZORCALL ZorRcv(MIDIEvent* event, ZorBool peek) ZORNOEXCEPT {
     MIDIQueue& queue = MIDIQueues[InputQueue];
     if (!event || !queue.Holds()) return 0;
-    CountedSection section;
+    QueueSection section;
     if (!queue.Holds()) return 0; // emptied while this thread waited
     *event = *queue.Head;
     if (!peek) queue.Drop();

@@ -130,7 +130,7 @@ void ResetMIDITime() {
 }
 
 void StopExternalClock() {
-    PlainSection section;
+    QueueSection section;
     TimeBase base = ReadTimeBase();
     base.ClockRunning = false;
     base.ClockCount = 0;
@@ -141,7 +141,7 @@ void StopExternalClock() {
 
 void FeedClock(const MIDIEvent& event) {
     if (event.Status < 0xF2 || event.Status > 0xFC) return;
-    PlainSection section;
+    QueueSection section;
     TimeBase base = ReadTimeBase();
     switch (event.Status) {
     case 0xF2: // Song Position, in beats of 6 clocks
@@ -169,14 +169,14 @@ void FeedClock(const MIDIEvent& event) {
 int32_t ZORCALL ZorTimeMIDI(ZorBool reset) ZORNOEXCEPT {
     if (!reset) return CurrentMIDITime();
     if (TimerRunning) {
-        CountedSection section;
+        QueueSection section;
         ResetMIDITime();
     }
     return 0;
 }
 
 void ZORCALL ZorSetMIDITimer(int32_t time) ZORNOEXCEPT {
-    CountedSection section;
+    QueueSection section;
     TimeBase base = ReadTimeBase();
     if (ExternalSync()) {
         base.TimeOrigin = static_cast<std::uint32_t>(time);

@@ -30,7 +30,7 @@ void WriteTimeBase(const TimeBase& changed);
 // Gives 0 while the timer is stopped. Thread: any. Real time: yes.
 std::int32_t CurrentMIDITime();
 
-// Sets the present time to 0. Inside a counted section only.
+// Sets the present time to 0. Inside a section only.
 void ResetMIDITime();
 
 // Position of so many clocks, elapsed milliseconds after the last of them, gap milliseconds being

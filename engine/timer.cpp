@@ -66,7 +66,7 @@ std::int32_t NextEventTime() {
     for (int index = FirstOutputQueue; index < QueueCount; ++index) {
         const MIDIQueue& queue = MIDIQueues[index];
         if (!queue.Holds()) continue;
-        CountedSection section;
+        QueueSection section;
         if (queue.Holds()) earliest = std::min(earliest, queue.Head->Time);
     }
     return earliest;
@@ -134,7 +134,7 @@ ZorBool ZORCALL ZorStartTimer(void) ZORNOEXCEPT {
     if (!started) return 1;
     ArmTimer(DelayToNextEvent().Delay, ticket);
     if (TimerRunning) {
-        CountedSection section;
+        QueueSection section;
         ResetMIDITime();
     }
     return 1;

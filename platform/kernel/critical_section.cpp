@@ -28,6 +28,18 @@ void WaitToEnter(CRITICAL_SECTION& section) {
         section.State.wait(Contended, std::memory_order_relaxed);
 }
 
+// A section that another thread holds or this one has entered already, or a thread without an
+// identifier yet. Out of line, so that entering a free section is a handful of instructions.
+[[gnu::noinline]] void EnterBusy(CRITICAL_SECTION& section) {
+    const DWORD thread = machine::CurrentThread();
+    if (OwnedBy(section, thread)) {
+        ++section.Depth;
+        return;
+    }
+    WaitToEnter(section);
+    Own(section, thread);
+}
+
 } // namespace
 
 void InitializeCriticalSection(CRITICAL_SECTION* section) {
@@ -39,17 +51,12 @@ void InitializeCriticalSection(CRITICAL_SECTION* section) {
 void DeleteCriticalSection(CRITICAL_SECTION* section) { InitializeCriticalSection(section); }
 
 void EnterCriticalSection(CRITICAL_SECTION* section) {
-    const DWORD thread = machine::CurrentThread();
     int free = Free;
     // Acquire: what the last owner wrote is seen from here on.
-    if (section->State.compare_exchange_strong(free, Held, std::memory_order_acquire)) [[likely]]
-        return Own(*section, thread);
-    if (OwnedBy(*section, thread)) {
-        ++section->Depth;
-        return;
-    }
-    WaitToEnter(*section);
-    Own(*section, thread);
+    if (machine::threadId != 0 &&
+        section->State.compare_exchange_strong(free, Held, std::memory_order_acquire)) [[likely]]
+        return Own(*section, machine::threadId);
+    EnterBusy(*section);
 }
 
 BOOL TryEnterCriticalSection(CRITICAL_SECTION* section) {

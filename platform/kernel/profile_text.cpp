@@ -70,12 +70,12 @@ ProfileText::ProfileText(std::string_view bytes) {
         const std::size_t newline = bytes.find('\n');
         const bool last = newline == std::string_view::npos;
         std::string_view text = bytes.substr(0, newline);
-        std::string end = last ? "" : "\n";
+        std::string_view end = last ? "" : "\n";
         if (!last && text.ends_with('\r')) {
             text.remove_suffix(1);
             end = "\r\n";
         }
-        Lines.push_back({std::string(text), std::move(end)});
+        Lines.push_back({std::string(text), std::string(end)});
         bytes.remove_prefix(last ? bytes.size() : newline + 1);
     }
 }
