@@ -8,3 +8,7 @@ extern HINSTANCE ModuleInstance;
 
 // Full path of the ini file, beside the library. The bare name before the first MIDISysInit.
 extern char IniPath[260];
+
+// What a dialog of the library posts to its parent for Help, with its own handle as second
+// parameter. The dialog's user word, where its resource number stands, tells the host which it is.
+constexpr UINT HelpMessage = WM_USER;

@@ -27,10 +27,6 @@ enum : int {
 constexpr int Resource = 6000;
 } // namespace midisetup
 
-// What the dialog posts to its parent for Help, with its own handle as second parameter. The
-// dialog's user word then tells the host which dialog it is.
-constexpr UINT HelpMessage = WM_USER;
-
 INT_PTR CALLBACK MIDISetupProc(HWND dialog, UINT message, WPARAM first, LPARAM second);
 
 // Brings the dialog into its large or small layout, and gives which one.

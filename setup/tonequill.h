@@ -25,10 +25,6 @@ constexpr UINT_PTR TickTimer = 1;
 constexpr UINT TickMilliseconds = 50;
 } // namespace tonequill
 
-// What the dialog posts to its parent for Help, with its own handle as second parameter. The
-// dialog's user word then tells the host which dialog it is.
-constexpr UINT HelpMessage = WM_USER;
-
 INT_PTR CALLBACK PRecSetupProc(HWND dialog, UINT message, WPARAM first, LPARAM second);
 
 // Paints the present level over the control's area; anything that lies outside it is left alone.

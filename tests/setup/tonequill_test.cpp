@@ -1,0 +1,396 @@
+// Journeys through the microphone's dialog, on a live recogniser, with a script for the user.
+#include "desk.h"
+
+#include "engine/driver.h"
+#include "pitchrec/driver/prec_driver.h"
+#include "setup/tonequill.h"
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <numbers>
+
+using namespace tonequill;
+
+namespace {
+
+// The mixer's whole range; half of it is what a recogniser calls 128 and the slider 50 percent.
+constexpr std::uint32_t FullVolume = 65535, HalfVolume = 32767;
+
+class TonequillTest : public Desk {
+protected:
+    void SetUp() override {
+        Desk::SetUp();
+        machine::SetDirectSound(machine::DirectSound::Absent);
+        Outputs({"Synth"});
+    }
+
+    machine::Microphone AddMicrophone(const char* name, bool withMixer = true) {
+        machine::MicrophoneModel model;
+        model.Name = name;
+        model.WithMixer = withMixer;
+        return machine::AddMicrophone(model);
+    }
+    // A steady tone whose peak is so many of 8-bit sample units.
+    static void Sing(machine::Microphone microphone, double peak) {
+        machine::FeedGenerator(microphone, [peak](const machine::FeedRequest& request) {
+            for (std::size_t i = 0; i < request.Samples.size(); ++i) {
+                const auto frame = static_cast<double>(request.First + i / request.Channels);
+                request.Samples[i] = static_cast<float>(
+                    peak / 128 * std::sin(2 * std::numbers::pi * 220.5 * frame / request.Rate));
+            }
+        });
+    }
+    static std::uint32_t Volume(machine::Microphone microphone) {
+        return machine::ControlValues(machine::MixerOf(microphone), machine::MicrophoneVolume)
+            .at(0);
+    }
+    static std::uint32_t Mute(machine::Microphone microphone) {
+        return machine::ControlValues(machine::MixerOf(microphone), machine::MicrophoneMute).at(0);
+    }
+    void Mic(machine::DialogScript user) { Show(1, std::move(user)); }
+    static int Percent(const machine::DialogUser& user) { return 100 - user.Position(LevelSlider); }
+};
+
+TEST_F(TonequillTest, FirstOpeningAndOk) {
+    AddMicrophone("Headset");
+    AddMicrophone("Line");
+    Mic([](machine::DialogUser& user) {
+        EXPECT_EQ(user.Title(), "Tonequill");
+        EXPECT_EQ(GetWindowLongPtrA(user.Handle(), DWLP_USER), 6001);
+        EXPECT_EQ(user.Focus(), IDOK);
+        EXPECT_EQ(user.Items(DeviceList), (std::vector<std::string>{"Headset", "Line"}));
+        EXPECT_EQ(user.Text(DeviceList), "Headset");
+        EXPECT_EQ(user.Text(ChannelField), "1");
+        EXPECT_EQ(user.Text(RangeMinField), "0");
+        EXPECT_EQ(user.Text(RangeMaxField), "127");
+        for (const int hidden : {13, 30, 27, 31, 28}) EXPECT_FALSE(user.Shown(hidden)) << hidden;
+        EXPECT_FALSE(user.Checked(EnableBox));
+        EXPECT_FALSE(user.Checked(MicThru));
+        EXPECT_EQ(Percent(user), 50);
+        user.Click(EnableBox);
+        user.Type(ChannelField, "4");
+        user.Click(IDOK);
+        EXPECT_TRUE(user.Ended());
+    });
+    EXPECT_EQ(ReadIni(),
+              "[PRECDRVR]\nEnablePitchRec=1\nChannel=3\nNoteRangeMin=0\nNoteRangeMax=127\n");
+    EXPECT_EQ(machine::DrawingObjects(), 0);
+    EXPECT_EQ(Recogniser, nullptr);
+}
+
+TEST_F(TonequillTest, TheFileIsReadAtEachOpening) {
+    AddMicrophone("Headset");
+    WriteIni("[PRECDRVR]\nEnablePitchRec=7\nChannel=15\nNoteRangeMin=300\nNoteRangeMax=-1\n");
+    Mic([](machine::DialogUser& user) {
+        EXPECT_TRUE(user.Checked(EnableBox));
+        EXPECT_EQ(user.Text(ChannelField), "16");
+        EXPECT_EQ(user.Text(RangeMinField), "44"); // the low byte
+        EXPECT_EQ(user.Text(RangeMaxField), "255");
+        user.Click(IDOK);
+    });
+    // What the dialog does not let one edit is stored as it was, as a signed 16-bit number.
+    EXPECT_EQ(ReadIni(),
+              "[PRECDRVR]\nEnablePitchRec=1\nChannel=15\nNoteRangeMin=300\nNoteRangeMax=-1\n");
+    WriteIni("");
+    Mic([](machine::DialogUser& user) {
+        EXPECT_FALSE(user.Checked(EnableBox));
+        EXPECT_EQ(user.Text(ChannelField), "1");
+    });
+}
+
+TEST_F(TonequillTest, TheChannelFieldIsReadWhenItIsLeft) {
+    AddMicrophone("Headset");
+    const std::pair<const char*, const char*> typed[] = {
+        {"1", "0"}, {"16", "15"},  {"64", "63"},  {"0", "-1"},
+        {"", "-1"}, {"abc", "-1"}, {"12x", "11"}, {"70000", "4463"}};
+    for (const auto& [text, stored] : typed) {
+        Mic([text = text](machine::DialogUser& user) {
+            user.Type(ChannelField, text);
+            user.Click(IDOK); // the click leaves the field
+        });
+        EXPECT_EQ(Key("Channel"), stored) << text;
+    }
+    WriteIni("[PRECDRVR]\nChannel=-1\n");
+    Mic([](machine::DialogUser& user) { EXPECT_EQ(user.Text(ChannelField), "0"); });
+    // Enter takes the default button without leaving the field.
+    Mic([](machine::DialogUser& user) {
+        user.Type(ChannelField, "9");
+        user.Enter();
+        EXPECT_TRUE(user.Ended());
+    });
+    EXPECT_EQ(Key("Channel"), "-1");
+}
+
+TEST_F(TonequillTest, CancelKeepsTheFileAndNothingElse) {
+    const machine::Microphone headset = AddMicrophone("Headset");
+    const std::string before = "[PRECDRVR]\nEnablePitchRec=1\nChannel=2\n";
+    WriteIni(before);
+    Mic([&](machine::DialogUser& user) {
+        user.Click(EnableBox);
+        user.Type(ChannelField, "6");
+        user.Click(MicThru);
+        user.Slide(LevelSlider, 30);
+        user.Escape();
+        EXPECT_TRUE(user.Ended());
+        EXPECT_EQ(Volume(headset), 45566u); // 178 / 128 of the half
+    });
+    EXPECT_EQ(ReadIni(), before);
+    EXPECT_FALSE(EnablePitchRec);
+    EXPECT_EQ(PRecChannel, 5);
+    EXPECT_EQ(Mute(headset), 0u);
+    EXPECT_TRUE(ZorStartMIDI(0));
+    EXPECT_EQ(Recogniser, nullptr); // switched off in memory, so not opened
+    ZorStopMIDI();
+}
+
+TEST_F(TonequillTest, SliderAndMixerFollowEachOther) {
+    const machine::Microphone headset = AddMicrophone("Headset");
+    const machine::Mixer mixer = machine::MixerOf(headset);
+    machine::MoveControl(mixer, machine::MicrophoneVolume, 5);
+    Mic([&](machine::DialogUser& user) {
+        EXPECT_EQ(Volume(headset), HalfVolume); // opening puts it there
+        struct Step {
+            int Position;
+            std::uint32_t Volume;
+        };
+        const Step steps[] = {{0, 65278}, {50, 32511}, {100, 0}, {1, 64510}, {99, 511}};
+        for (const Step& step : steps) {
+            user.Slide(LevelSlider, step.Position);
+            EXPECT_EQ(Volume(headset), step.Volume) << step.Position;
+            user.Wait(50);
+            EXPECT_NEAR(user.Position(LevelSlider), step.Position, 1);
+        }
+        using Arrow = machine::DialogUser::Arrow;
+        user.Slide(LevelSlider, 40);
+        user.Press(Arrow::Up);
+        EXPECT_EQ(user.Position(LevelSlider), 39);
+        user.Press(Arrow::PageDown); // pages have no size here
+        EXPECT_EQ(user.Position(LevelSlider), 39);
+        user.Press(Arrow::End);
+        EXPECT_EQ(Volume(headset), 0u);
+        user.Wheel(LevelSlider, -2);
+        EXPECT_GT(Volume(headset), 0u);
+
+        // Another program moves the mixer.
+        machine::MoveControl(mixer, machine::MicrophoneVolume, FullVolume);
+        user.Wait(49);
+        EXPECT_LT(Percent(user), 10);
+        user.Wait(1);
+        EXPECT_EQ(Percent(user), 100);
+        user.Click(MicThru);
+        EXPECT_EQ(Mute(headset), 0u);
+        user.Click(MicThru);
+        EXPECT_EQ(Mute(headset), 1u);
+    });
+}
+
+TEST_F(TonequillTest, ASliderThatTheMixerDoesNotObeyFallsBack) {
+    struct Case {
+        const char* Name;
+        bool WithMixer, Refuses;
+        int Percent; // at opening, and after the tick that follows a move
+    };
+    const Case cases[] = {{"no mixer", false, false, 0}, {"refused", true, true, 50}};
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.Name);
+        if (Up) MIDISysTerm();
+        Up = false;
+        machine::PowerOn();
+        SetUp();
+        const machine::Microphone microphone = AddMicrophone("Headset", test.WithMixer);
+        Mic([&](machine::DialogUser& user) {
+            if (test.Refuses)
+                machine::RefuseControl(machine::MixerOf(microphone), machine::MicrophoneVolume,
+                                       false, true);
+            EXPECT_EQ(Percent(user), test.Percent);
+            user.Slide(LevelSlider, 10);
+            EXPECT_EQ(Percent(user), 90);
+            user.Wait(50);
+            EXPECT_EQ(Percent(user), test.Percent);
+        });
+    }
+}
+
+TEST_F(TonequillTest, WithoutARecogniserTheSettingsCanStillBeMade) {
+    Mic([](machine::DialogUser& user) { // no microphone at all
+        EXPECT_TRUE(user.Items(DeviceList).empty());
+        EXPECT_EQ(user.Selection(DeviceList), -1);
+        EXPECT_EQ(Percent(user), 0);
+        EXPECT_FALSE(user.Checked(MicThru));
+        user.Slide(LevelSlider, 0);
+        user.Click(MicThru);
+        user.Wait(50);
+        EXPECT_EQ(Percent(user), 0);
+        user.Click(EnableBox);
+        user.Click(IDOK);
+    });
+    EXPECT_EQ(Key("EnablePitchRec"), "1");
+    EXPECT_EQ(Key("Channel"), "0");
+    const std::vector<machine::Box> boxes = machine::TakeBoxes();
+    ASSERT_FALSE(boxes.empty());
+    EXPECT_EQ(boxes.back().Text, "Error initializing Pitch Recognition");
+}
+
+// The meter, pixel by pixel, for the frame's 17 by 145 pixels: bars of 3 in steps of 4.
+std::vector<std::uint32_t> Meter(int level) {
+    constexpr int width = 17, height = 145, step = 4, bar = 3;
+    const auto y = [](int n) { return height - n * height / 128; };
+    std::vector<std::uint32_t> pixels(width * height, 0xFFFFFFFF);
+    const auto fill = [&](int left, int top, int right, int bottom, std::uint32_t colour) {
+        for (int row = std::max(top, 0); row < bottom; ++row)
+            for (int column = left; column < right; ++column)
+                pixels[static_cast<std::size_t>(row * width + column)] = colour;
+    };
+    fill(1, 1, width - 1, y(level) - 1, 0xF0F0F0);
+    for (int bottom = height; bottom > y(level); bottom -= step) {
+        const std::uint32_t colour = bottom <= y(110)  ? 0x0000FF
+                                     : bottom <= y(35) ? 0x008000
+                                                       : 0xFF0000;
+        fill(0, bottom - bar, width, bottom, 0);
+        fill(1, bottom - bar + 1, width - 1, bottom - 1, colour);
+    }
+    return pixels;
+}
+
+TEST_F(TonequillTest, TheMeterPaintsTheLevelToThePixel) {
+    // Nothing is captured, so each tick paints what the last poll left.
+    for (const int level : {0, 1, 34, 35, 36, 110, 111, 127, 128, 30000, -5}) {
+        Mic([level](machine::DialogUser& user) {
+            PRecLevel = level;
+            EXPECT_TRUE(user.Pixels(tonequill::Meter).empty()); // nothing before the first tick
+            user.Wait(50);
+            EXPECT_TRUE(user.Pixels(tonequill::Meter) == Meter(std::clamp(level, 0, 127))) << level;
+        });
+        EXPECT_EQ(machine::DrawingObjects(), 0);
+    }
+}
+
+TEST_F(TonequillTest, WithoutADeviceContextTheTickGoesOn) {
+    const machine::Microphone headset = AddMicrophone("Headset");
+    Mic([&](machine::DialogUser& user) {
+        machine::FailCall(machine::Call::GetDC, 1, 0);
+        machine::MoveControl(machine::MixerOf(headset), machine::MicrophoneVolume, 0);
+        user.Wait(50);
+        EXPECT_TRUE(user.Pixels(tonequill::Meter).empty());
+        EXPECT_EQ(Percent(user), 0);
+        user.Wait(50);
+        EXPECT_FALSE(user.Pixels(tonequill::Meter).empty());
+    });
+}
+
+TEST_F(TonequillTest, TheMeterHearsTheMicrophoneAndNotesAreDropped) {
+    const machine::Microphone headset = AddMicrophone("Headset");
+    Sing(headset, 100);
+    ASSERT_EQ(MIDISysInit(0), -1);
+    Up = true;
+    ZorAllocMIDI(0, 100);
+    Mic([](machine::DialogUser& user) {
+        EXPECT_EQ(EnablePitchRec, 0); // it runs for the dialog even when switched off
+        user.Wait(1000);
+        EXPECT_NEAR(PRecLevel, 100, 3);
+        const std::vector<std::uint32_t> pixels = user.Pixels(tonequill::Meter);
+        EXPECT_GT(std::ranges::count(pixels, 0x008000u), 100); // loud enough for green
+        EXPECT_EQ(std::ranges::count(pixels, 0x0000FFu), 0);
+        std::int32_t time, status, data1, data2;
+        EXPECT_FALSE(Recogniser->GetNote(&time, &status, &data1, &data2));
+    });
+    MIDIEvent event;
+    EXPECT_FALSE(ZorRcv(&event, 0));
+}
+
+TEST_F(TonequillTest, ADeviceIsTakenUpAtOnceAndForLater) {
+    const machine::Microphone headset = AddMicrophone("Headset");
+    const machine::Microphone line = AddMicrophone("Line");
+    machine::MoveControl(machine::MixerOf(line), machine::MicrophoneMute, 0);
+    Sing(line, 60);
+    Mic([&](machine::DialogUser& user) {
+        EXPECT_EQ(machine::StatsOf(headset).Capturing, 1);
+        user.Slide(LevelSlider, 100);
+        user.Select(DeviceList, "Line");
+        EXPECT_EQ(machine::StatsOf(headset).Open, 0);
+        EXPECT_EQ(machine::StatsOf(line).Capturing, 1);
+        EXPECT_TRUE(user.Checked(MicThru)); // the other device's mixer
+        user.Wait(1000);
+        EXPECT_EQ(Percent(user), 50);
+        EXPECT_NEAR(PRecLevel, 60, 3);
+        user.Click(EnableBox);
+        user.Click(IDOK);
+    });
+    Mic([](machine::DialogUser& user) { EXPECT_EQ(user.Text(DeviceList), "Line"); });
+    ASSERT_TRUE(ZorStartMIDI(0));
+    EXPECT_EQ(machine::StatsOf(line).Capturing, 1);
+    ZorStopMIDI();
+
+    // One that cannot be opened is given up for the one in use.
+    Mic([&](machine::DialogUser& user) {
+        machine::FailCall(machine::Call::waveInOpen, 1, MMSYSERR_ALLOCATED);
+        user.Select(DeviceList, "Headset");
+        EXPECT_EQ(user.Text(DeviceList), "Line");
+        EXPECT_EQ(machine::StatsOf(line).Capturing, 1);
+        EXPECT_EQ(machine::TakeBoxes().size(), 1u);
+    });
+    // And one that has gone for the first, so that there is something to choose from.
+    machine::Unplug(line);
+    Mic([&](machine::DialogUser& user) {
+        EXPECT_EQ(user.Text(DeviceList), "Headset");
+        EXPECT_EQ(machine::StatsOf(headset).Capturing, 1);
+    });
+}
+
+TEST_F(TonequillTest, ButtonsForOthers) {
+    AddMicrophone("Headset");
+    HWND handle = nullptr;
+    Mic([&](machine::DialogUser& user) {
+        handle = user.Handle();
+        user.Click(InputVolume);
+        user.Click(OutputVolume);
+        user.Click(tonequill::Help);
+        user.Letter('i', true);
+        EXPECT_FALSE(user.Ended());
+    });
+    std::vector<std::string> programs;
+    for (const machine::StartedProgram& program : machine::TakeStartedPrograms())
+        programs.push_back(program.File + program.Parameters);
+    EXPECT_EQ(programs,
+              (std::vector<std::string>{"sndvol32.exe /r", "sndvol32.exe", "sndvol32.exe /r"}));
+    EXPECT_EQ(HostHeard, (std::vector<Heard>{{1024, 0, reinterpret_cast<std::intptr_t>(handle)}}));
+}
+
+TEST_F(TonequillTest, TheTabKeyFollowsTheTemplate) {
+    AddMicrophone("Headset");
+    Mic([](machine::DialogUser& user) {
+        std::vector<int> met;
+        for (int i = 0; i < 11; ++i) {
+            met.push_back(user.Focus());
+            user.Tab();
+        }
+        EXPECT_EQ(met, (std::vector{1, 2, 32000, 12, 4, 8, 11, 9, 101, 100, 1}));
+        for (const auto& [letter, id] : std::map<char, int>{{'l', 4}, {'c', 8}, {'s', 11}}) {
+            user.Letter(letter, true);
+            EXPECT_EQ(user.Focus(), id);
+        }
+        user.Letter('e', true);
+        EXPECT_TRUE(user.Checked(EnableBox));
+        user.Letter('m', true);
+        EXPECT_TRUE(user.Checked(MicThru));
+    });
+}
+
+TEST_F(TonequillTest, ADialogThatCannotBeMadeSaysSo) {
+    AddMicrophone("Headset");
+    ASSERT_EQ(MIDISysInit(0), -1);
+    Up = true;
+    machine::ScriptDialogs([](machine::DialogUser&) { FAIL() << "was shown"; });
+    machine::FailCall(machine::Call::DialogBoxParamA, 1, -1);
+    ZorConfigMIDIDriver(Parent, 1);
+    const std::vector<machine::Box> boxes = machine::TakeBoxes();
+    ASSERT_EQ(boxes.size(), 1u);
+    EXPECT_EQ(boxes[0].Owner, Parent);
+    EXPECT_EQ(boxes[0].Text, "Could not create dialog box.");
+    EXPECT_EQ(boxes[0].Caption, "PRecDevConfig");
+    EXPECT_EQ(boxes[0].Flags, 48u);
+    EXPECT_EQ(machine::OpenWaveIns(), 0);
+}
+
+} // namespace
