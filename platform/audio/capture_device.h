@@ -59,6 +59,7 @@ public:
     virtual const std::string& Name() const = 0;
     virtual std::uint32_t Formats() const = 0; // dwFormats
     virtual unsigned Channels() const = 0;     // wChannels
+    virtual unsigned PositionUnit() const { return 0; } // see MicrophoneModel
     virtual bool Supports(const PcmFormat& format) const = 0;
     virtual bool Gone() const = 0;
 

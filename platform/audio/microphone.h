@@ -17,6 +17,7 @@ public:
     const std::string& Name() const override { return model_.Name; }
     std::uint32_t Formats() const override { return model_.Formats; }
     unsigned Channels() const override { return model_.Channels; }
+    unsigned PositionUnit() const override { return model_.PositionUnit; }
     bool Supports(const PcmFormat& format) const override;
     bool Gone() const override { return goneAt_.load(std::memory_order_acquire) != Never; }
     bool Claim() override;

@@ -91,12 +91,16 @@ MMRESULT WaveInHandle::Position(MMTIME& time) {
     const std::scoped_lock lock(lock_);
     if (stream_->Gone()) return MMSYSERR_NODRIVER;
     const std::uint64_t frames = PositionNow();
+    if (const unsigned unit = claim_->Device().PositionUnit(); unit != 0) time.wType = unit;
     switch (time.wType) {
     case TIME_MS:
         time.u.ms = static_cast<DWORD>(frames * 1000 / format_.Rate);
         break;
     case TIME_SAMPLES:
         time.u.sample = static_cast<DWORD>(frames);
+        break;
+    case TIME_SMPTE: // no film is running
+        time.u = {};
         break;
     default: // what every device can tell
         time.wType = TIME_BYTES;

@@ -33,6 +33,9 @@ struct MicrophoneModel {
     // Refuses a second open with MMSYSERR_ALLOCATED or DSERR_ALLOCATED. Otherwise all who have it
     // open hear the same.
     bool Exclusive = false;
+    // The unit that waveInGetPosition answers in whatever is asked for, as some drivers do: a TIME_
+    // value. 0: as asked.
+    unsigned PositionUnit = 0;
     // Comes with a mixer of its own name (mixer.h, MicrophoneMixer).
     bool WithMixer = true;
 };

@@ -1,52 +1,15 @@
-// Nothing on a real-time path allocates: this program replaces malloc by one that counts.
+// Nothing on a real-time path allocates.
 #include "engine/queues.h"
 #include "engine/receive.h"
 #include "engine/zormidi.h"
 #include "platform/machine.h"
+#include "tests/allocations.h"
 
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <memory>
 #include <string>
-
-extern "C" {
-void* __libc_malloc(std::size_t bytes);
-void* __libc_calloc(std::size_t count, std::size_t bytes);
-void* __libc_realloc(void* old, std::size_t bytes);
-void* __libc_memalign(std::size_t alignment, std::size_t bytes);
-}
-
-namespace {
-
-std::atomic<bool> watching{false};
-std::atomic<int> allocations{0};
-
-void Note() {
-    if (watching.load(std::memory_order_relaxed)) ++allocations;
-}
-
-} // namespace
-
-// Visible to all, so that whatever the library, the stand-in and the C++ library ask for comes
-// here.
-#define REPLACES extern "C" __attribute__((visibility("default")))
-REPLACES void* malloc(std::size_t bytes) noexcept {
-    Note();
-    return __libc_malloc(bytes);
-}
-REPLACES void* calloc(std::size_t count, std::size_t bytes) noexcept {
-    Note();
-    return __libc_calloc(count, bytes);
-}
-REPLACES void* realloc(void* old, std::size_t bytes) noexcept {
-    Note();
-    return __libc_realloc(old, bytes);
-}
-REPLACES void* aligned_alloc(std::size_t alignment, std::size_t bytes) noexcept {
-    Note();
-    return __libc_memalign(alignment, bytes);
-}
 
 namespace {
 
@@ -76,14 +39,6 @@ protected:
     }
 };
 
-int Allocations(void (*action)()) {
-    allocations = 0;
-    watching = true;
-    action();
-    watching = false;
-    return allocations;
-}
-
 // A counter that counts nothing would find nothing. The stand-in and the C++ library both count.
 TEST_F(RealTime, TheCounterCounts) {
     EXPECT_GE(Allocations([] { ZorAllocMIDI(1, 100); }), 1);
@@ -94,8 +49,7 @@ TEST_F(RealTime, NothingAllocates) {
     ZorEchoMIDI(1, nullptr);
     ZorSyncMIDI(ZOR_SYNC_INTERNAL);
     int received = 0;
-    allocations = 0;
-    watching = true;
+    WatchAllocations();
     for (int i = 0; i < 400; ++i) {
         const auto key = static_cast<std::uint8_t>(i & 127);
         const MIDIEvent events[] = {{ZorTimeMIDI(0) + 5, i, 0, 2, 0x90, key, 64},
@@ -121,8 +75,7 @@ TEST_F(RealTime, NothingAllocates) {
         ZorZeroQueue(0);
         ZorSetMIDITimer(i);
     }
-    watching = false;
-    EXPECT_EQ(allocations, 0);
+    EXPECT_EQ(AllocationsSeen(), 0);
     EXPECT_GT(received, 400);
 }
 

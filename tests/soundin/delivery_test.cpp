@@ -61,7 +61,9 @@ TEST_P(DeliveryTest, StartsAfreshAfterEachStop) {
         // A ring goes on from where it stood, so its first whole block can begin anywhere in the
         // second 512 frames.
         const std::uint64_t first = place_feed::Of(blocks[0].Bytes.data());
-        if (GetParam() == Kind::Win) { EXPECT_EQ(0u, first); }
+        if (GetParam() == Kind::Win) {
+            EXPECT_EQ(0u, first);
+        }
         ExpectSoundInTime(blocks, first, stats.OriginMicroseconds, 22050);
         machine::Advance(333);
         EXPECT_TRUE(listener.Take().empty());
@@ -128,21 +130,44 @@ TEST_F(CaptureTest, ARefusedLockCostsOneBlock) {
     input.Close();
 }
 
-// A block that comes late is stamped with when it sounded, not with when it came.
+// A block that comes late is stamped with when it sounded, not with when it came, in whatever unit
+// the device tells its position. In one that says nothing of it, with when it came.
 TEST_F(CaptureTest, WaveInStampsHeldBackBlocksEachByItsOwnEnd) {
-    const auto microphone = Add("Microphone");
-    machine::FeedGenerator(microphone, place_feed::Generator());
-    Sonorel::SoundInWin input;
-    Listener listener(input);
-    ASSERT_TRUE(input.Open(22050));
-    input.Start();
-    AdvanceBlocks(3);
-    machine::FallBehind(microphone, 20);
-    AdvanceBlocks(20);
-    EXPECT_EQ(3u, listener.Take().size());
-    AdvanceBlocks(2);
-    const auto blocks = listener.Take();
-    ASSERT_GE(blocks.size(), 21u);
-    ExpectSoundInTime(blocks, 3 * 512, machine::StatsOf(microphone).OriginMicroseconds, 22050);
-    input.Close();
+    struct {
+        unsigned Unit;
+        std::uint32_t Formats;
+        bool Known;
+    } const cases[] = {{0, 0xFFF, true},          {TIME_SAMPLES, 0xFFF, true},
+                       {TIME_BYTES, 0xFFF, true}, {TIME_BYTES, 0xF00, true},
+                       {TIME_MS, 0xFFF, true},    {TIME_SMPTE, 0xFFF, false}};
+    for (const auto& each : cases) {
+        SCOPED_TRACE(testing::Message() << "unit " << each.Unit);
+        machine::PowerOn();
+        machine::UseSteppedClock(StartTime);
+        machine::MicrophoneModel model;
+        model.Name = "Microphone";
+        model.Formats = each.Formats;
+        model.PositionUnit = each.Unit;
+        const auto microphone = machine::AddMicrophone(model);
+        machine::FeedGenerator(microphone, place_feed::Generator());
+        Sonorel::SoundInWin input;
+        Listener listener(input);
+        ASSERT_TRUE(input.Open(22050));
+        input.Start();
+        AdvanceBlocks(3);
+        machine::FallBehind(microphone, 20);
+        AdvanceBlocks(20);
+        EXPECT_EQ(3u, listener.Take().size());
+        AdvanceBlocks(1);
+        const auto blocks = listener.Take();
+        ASSERT_EQ(21u, blocks.size());
+        if (each.Known) {
+            ExpectSoundInTime(blocks, 3u * static_cast<unsigned>(input.FramesPerBlock),
+                              machine::StatsOf(microphone).OriginMicroseconds,
+                              input.GetSampleRate());
+        } else {
+            for (const Block& block : blocks) EXPECT_EQ(blocks.back().Time, block.Time);
+        }
+        input.Close();
+    }
 }
