@@ -11,7 +11,8 @@ int AllocationsIn(Action action) {
     machine::ResetCallCounts();
     const int before = Allocations();
     action();
-    return Allocations() - before + static_cast<int>(machine::CallCount(machine::Call::GlobalAlloc));
+    return Allocations() - before +
+           static_cast<int>(machine::CallCount(machine::Call::GlobalAlloc));
 }
 
 TEST_F(MmeTest, RealTimePathsTakeNoMemory) {
