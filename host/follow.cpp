@@ -1,5 +1,6 @@
 // zorhost follow
 #include "host/commands.h"
+#include "host/host_error.h"
 #include "host/interrupt.h"
 #include "host/library.h"
 #include "host/midi_file.h"
@@ -114,6 +115,17 @@ void Follower::Run() {
     if (Interrupted() || LeavesSounding(Play.All())) Library::Silence(Play.All());
 }
 
+void SayWaiting(const PortMap& map) {
+    for (const Port& port : map.Inputs) {
+        if (port.Row != map.SyncInput || port.Device.empty()) continue;
+        std::fprintf(stderr, "Waiting for Start and clock on %s; Ctrl-C ends\n",
+                     port.Device.c_str());
+        return;
+    }
+    throw HostError("no clock can come in: input " + std::to_string(map.SyncInput) +
+                    ", which the settings take it from, has no device");
+}
+
 void Run(const GlobalOptions& global, const FollowOptions& options) {
     Follower follower(ReadMidiFile(options.File));
     const VirtualMachine machine;
@@ -121,18 +133,13 @@ void Run(const GlobalOptions& global, const FollowOptions& options) {
     changes.Inputs = options.In;
     changes.Outputs = options.To;
     const RunSettings settings(SettingsFolder(global.IniFolder), changes);
-    const PortMap map = ReadPortMap(settings.IniPath());
-    for (const Port& port : map.Inputs) {
-        if (port.Row == map.SyncInput) {
-            std::fprintf(stderr, "Waiting for Start and clock on \"%s\"\n", port.Device.c_str());
-        }
-    }
     StartOptions start;
     start.Sync = ZOR_SYNC_EXTERNAL;
     start.Keep.Classes = 0x80FF; // only what steers the piece comes in
     start.Keep.System = 0xFFFF & ~(1 << 2 | 1 << 10 | 1 << 11 | 1 << 12);
     Library library;
     library.Start(start);
+    SayWaiting(ReadPortMap(settings.IniPath()));
     follower.Run();
     std::printf("%s\n", follower.Complete() ? "Played to the end" : "Stopped");
 }

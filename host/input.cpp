@@ -3,9 +3,23 @@
 #include "host/host_error.h"
 #include "host/interrupt.h"
 
-#include <algorithm>
+#include <cstdio>
 
 namespace zorhost {
+
+namespace {
+
+void SayListening(const PortMap& map) {
+    std::string names;
+    for (const Port& port : map.Inputs) {
+        if (!port.Device.empty()) names += (names.empty() ? "" : ", ") + port.Device;
+    }
+    if (map.Microphone) names += (names.empty() ? "" : ", ") + std::string("the microphone");
+    std::fprintf(stderr, "Listening to %s; Ctrl-C ends\n",
+                 names.empty() ? "nothing: no input is there" : names.c_str());
+}
+
+} // namespace
 
 void InputOptions::AddTo(CLI::App& command) {
     command
@@ -49,12 +63,13 @@ StartOptions InputOptions::Start() const {
     return start;
 }
 
-void RunInput(const InputOptions& options,
+void RunInput(const InputOptions& options, const PortMap& map,
               const std::function<void(const std::vector<MIDIEvent>&)>& take) {
     const StartOptions start = options.Start();
     const double milliseconds = options.Seconds * 1000;
     Library library;
     library.Start(start);
+    SayListening(map);
     std::vector<MIDIEvent> records;
     bool last = false;
     while (!last) {

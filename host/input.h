@@ -3,6 +3,7 @@
 
 #include "host/commands.h"
 #include "host/library.h"
+#include "host/port_map.h"
 #include "host/settings.h"
 
 #include <functional>
@@ -25,7 +26,8 @@ struct InputOptions {
 };
 
 // Runs the library until the time is over or Ctrl-C: take gets what came in, about every 4 ms.
-void RunInput(const InputOptions& options,
+// Says on standard error what it listens to.
+void RunInput(const InputOptions& options, const PortMap& map,
               const std::function<void(const std::vector<MIDIEvent>&)>& take);
 
 } // namespace zorhost

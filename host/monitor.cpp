@@ -39,7 +39,7 @@ void Run(const GlobalOptions& global, const InputOptions& options) {
     const RunSettings settings(SettingsFolder(global.IniFolder), options.Changes());
     const PortMap map = ReadPortMap(settings.IniPath());
     RefuseThruLoop(map, options);
-    RunInput(options, [&](const std::vector<MIDIEvent>& received) {
+    RunInput(options, map, [&](const std::vector<MIDIEvent>& received) {
         for (const MIDIEvent& record : received) std::printf("%s\n", Line(record, map).c_str());
         if (!received.empty()) std::fflush(stdout);
     });

@@ -31,11 +31,12 @@ void Run(const GlobalOptions& global, const RecordOptions& options) {
     OutputFile file(options.File);
     const VirtualMachine machine;
     const RunSettings settings(SettingsFolder(global.IniFolder), options.Input.Changes());
-    RefuseThruLoop(ReadPortMap(settings.IniPath()), options.Input);
+    const PortMap map = ReadPortMap(settings.IniPath());
+    RefuseThruLoop(map, options.Input);
     std::vector<MIDIEvent> records;
     std::size_t notes = 0;
     Progress progress;
-    RunInput(options.Input, [&](const std::vector<MIDIEvent>& received) {
+    RunInput(options.Input, map, [&](const std::vector<MIDIEvent>& received) {
         for (const MIDIEvent& record : received) {
             if (record.Status >= 0xF0) continue; // no place in a MIDI file
             records.push_back(record);

@@ -1,0 +1,64 @@
+#include "tests/host/peer.h"
+
+#include "platform/machine.h"
+#include "platform/platform.h"
+#include "tests/host/program.h"
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <cstdlib>
+#include <mutex>
+
+namespace {
+
+std::mutex Lock;
+std::condition_variable Came;
+std::vector<std::uint32_t> Messages;
+HMIDIIN Input;
+HMIDIOUT Output;
+
+void CALLBACK OnMidi(HMIDIIN, UINT message, DWORD_PTR, DWORD_PTR first, DWORD_PTR) {
+    if (message != MIM_DATA) return;
+    const std::lock_guard hold(Lock);
+    Messages.push_back(static_cast<std::uint32_t>(first));
+    Came.notify_all();
+}
+
+} // namespace
+
+Peer::Peer(const std::string& cable) {
+    TestFolder();
+    Messages.clear();
+    const int input = machine::AddMidiInput("Peer");
+    const int output = machine::AddMidiOutput("Peer");
+    if (!machine::BridgeInput(input, cable) || !machine::BridgeOutput(output, cable)) std::abort();
+    midiInOpen(&Input, static_cast<UINT>(input), reinterpret_cast<DWORD_PTR>(OnMidi), 0,
+               CALLBACK_FUNCTION);
+    midiInStart(Input);
+    midiOutOpen(&Output, static_cast<UINT>(output), 0, 0, CALLBACK_NULL);
+}
+
+Peer::~Peer() {
+    midiInStop(Input);
+    midiInClose(Input);
+    midiOutClose(Output);
+    machine::PowerOn();
+}
+
+void Peer::Send(std::uint32_t packed) { midiOutShortMsg(Output, packed); }
+
+std::vector<std::uint32_t> Peer::Heard() const {
+    const std::lock_guard hold(Lock);
+    return Messages;
+}
+
+bool Peer::Await(std::uint32_t packed, std::size_t from) const {
+    using namespace std::chrono_literals;
+    std::unique_lock hold(Lock);
+    return Came.wait_for(hold, 60s, [&] {
+        return from < Messages.size() &&
+               std::find(Messages.begin() + static_cast<std::ptrdiff_t>(from), Messages.end(),
+                         packed) != Messages.end();
+    });
+}

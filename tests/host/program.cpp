@@ -1,0 +1,108 @@
+#include "tests/host/program.h"
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <poll.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+const std::string& TestFolder() {
+    static const std::string folder = [] {
+        std::string path = "/tmp/zorhost-test-XXXXXX";
+        if (!mkdtemp(path.data())) std::abort();
+        for (const char* part : {"/runtime", "/config"}) {
+            std::filesystem::create_directory(path + part);
+            std::filesystem::permissions(path + part, std::filesystem::perms::owner_all);
+        }
+        setenv("XDG_RUNTIME_DIR", (path + "/runtime").c_str(), 1);
+        setenv("XDG_CONFIG_HOME", (path + "/config").c_str(), 1);
+        static std::string toRemove = path;
+        std::atexit([] {
+            std::error_code ignored;
+            std::filesystem::remove_all(toRemove, ignored);
+        });
+        return path;
+    }();
+    return folder;
+}
+
+std::string InFolder(const std::string& name) { return TestFolder() + "/" + name; }
+
+Program::Program(const std::vector<std::string>& arguments) {
+    TestFolder();
+    int out[2];
+    int err[2];
+    if (pipe(out) != 0 || pipe(err) != 0) std::abort();
+    std::vector<std::string> words = {ZORHOST};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<char*> pointers;
+    for (std::string& word : words) pointers.push_back(word.data());
+    pointers.push_back(nullptr);
+    Process = fork();
+    if (Process == 0) {
+        dup2(out[1], STDOUT_FILENO);
+        dup2(err[1], STDERR_FILENO);
+        for (int end : {out[0], out[1], err[0], err[1]}) close(end);
+        execv(pointers[0], pointers.data());
+        _exit(127);
+    }
+    close(out[1]);
+    close(err[1]);
+    OutPipe = out[0];
+    ErrPipe = err[0];
+}
+
+Program::~Program() {
+    if (Process > 0) {
+        kill(Process, SIGKILL);
+        waitpid(Process, nullptr, 0);
+    }
+    for (int pipe : {OutPipe, ErrPipe}) {
+        if (pipe >= 0) close(pipe);
+    }
+}
+
+// False when both outputs have ended.
+bool Program::ReadMore() {
+    pollfd both[] = {{OutPipe, POLLIN, 0}, {ErrPipe, POLLIN, 0}};
+    poll(both, 2, -1);
+    for (int i = 0; i < 2; ++i) {
+        if (both[i].fd < 0 || !both[i].revents) continue;
+        char buffer[4096];
+        const ssize_t count = read(both[i].fd, buffer, sizeof buffer);
+        if (count > 0) {
+            (i == 0 ? Out : Err).append(buffer, static_cast<std::size_t>(count));
+        } else {
+            int& pipe = i == 0 ? OutPipe : ErrPipe;
+            close(pipe);
+            pipe = -1;
+        }
+    }
+    return OutPipe >= 0 || ErrPipe >= 0;
+}
+
+bool Program::Await(const std::string& text) {
+    do {
+        if (Out.find(text) != std::string::npos || Err.find(text) != std::string::npos) return true;
+    } while (ReadMore());
+    return false;
+}
+
+void Program::Interrupt() { kill(Process, SIGINT); }
+
+int Program::Finish() {
+    while (ReadMore()) {
+    }
+    int status = 0;
+    waitpid(Process, &status, 0);
+    Process = -1;
+    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+Result RunZorhost(const std::vector<std::string>& arguments) {
+    Program program(arguments);
+    const int code = program.Finish();
+    return {code, program.Out, program.Err};
+}
