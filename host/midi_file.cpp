@@ -1,13 +1,14 @@
 #include "host/midi_file.h"
 
 #include "host/host_error.h"
-#include "host/smf_library.h"
+#include "host/midi_track.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <memory>
 
 namespace zorhost {
 
@@ -21,107 +22,157 @@ using Bytes = std::vector<unsigned char>;
 
 Bytes ReadBytes(const std::string& path) {
     if (std::filesystem::is_directory(path)) Refuse(path, "is a folder");
-    errno = 0;
-    std::ifstream file(path, std::ios::binary);
+    const auto close = [](std::FILE* file) { std::fclose(file); };
+    const std::unique_ptr<std::FILE, decltype(close)> file(std::fopen(path.c_str(), "rb"), close);
     Bytes bytes;
-    if (file) bytes.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-    if (!file.is_open() || file.bad()) {
-        Refuse(path, std::string("cannot be read: ") + std::strerror(errno ? errno : EIO));
+    unsigned char buffer[65536];
+    while (file) {
+        const std::size_t count = std::fread(buffer, 1, sizeof buffer, file.get());
+        bytes.insert(bytes.end(), buffer, buffer + count);
+        if (count < sizeof buffer) break;
     }
-    if (bytes.empty()) Refuse(path, "is empty");
+    if (!file || std::ferror(file.get())) {
+        Refuse(path, std::string("cannot be read: ") + std::strerror(errno));
+    }
     return bytes;
 }
 
-std::uint32_t BigEndian(const Bytes& bytes, std::size_t at, std::size_t count) {
+std::uint32_t BigEndian(ByteSpan bytes, std::size_t at, std::size_t count) {
     std::uint32_t value = 0;
     for (std::size_t i = 0; i < count; ++i) value = value << 8 | bytes[at + i];
     return value;
 }
 
-bool TagAt(const Bytes& bytes, std::size_t at, const char* tag) {
+bool TagAt(ByteSpan bytes, std::size_t at, const char* tag) {
     return at + 4 <= bytes.size() && std::memcmp(&bytes[at], tag, 4) == 0;
 }
 
-// The frame of the file, which tells a user more about a damaged one than its contents would.
-void CheckFrame(const std::string& path, const Bytes& bytes) {
+struct Header {
+    int Format;
+    int Tracks;
+    int TicksPerQuarter;
+    std::size_t Size; // of the whole chunk
+};
+
+Header ReadHeader(const std::string& path, ByteSpan bytes) {
+    if (bytes.empty()) Refuse(path, "is empty");
     if (TagAt(bytes, 0, "RIFF"))
         Refuse(path, "is a RIFF file; only plain MIDI files can be played");
     if (!TagAt(bytes, 0, "MThd")) Refuse(path, "is not a MIDI file");
     if (bytes.size() < 14) Refuse(path, "is cut off in its header");
-    const std::uint32_t format = BigEndian(bytes, 8, 2);
-    const std::uint32_t tracks = BigEndian(bytes, 10, 2);
-    const std::uint32_t division = BigEndian(bytes, 12, 2);
-    if (format > 1) {
-        Refuse(path, "is a MIDI file of type " + std::to_string(format) +
+    const Header header = {
+        static_cast<int>(BigEndian(bytes, 8, 2)), static_cast<int>(BigEndian(bytes, 10, 2)),
+        static_cast<int>(BigEndian(bytes, 12, 2)), 8 + std::size_t{BigEndian(bytes, 4, 4)}};
+    if (header.Format > 1) {
+        Refuse(path, "is a MIDI file of type " + std::to_string(header.Format) +
                          "; types 0 and 1 can be played");
     }
-    if (division & 0x8000) Refuse(path, "counts time in film frames; only beats can be played");
-    if (division == 0) Refuse(path, "is damaged: it has 0 ticks a quarter note");
-
-    std::size_t at = 8 + std::size_t{BigEndian(bytes, 4, 4)};
-    std::uint32_t found = 0;
-    while (found < tracks && at + 8 <= bytes.size()) {
-        const std::size_t length = BigEndian(bytes, at + 4, 4);
-        const bool isTrack = TagAt(bytes, at, "MTrk");
-        if (length > bytes.size() - at - 8) {
-            Refuse(path, "is cut off in track " + std::to_string(found + 1) + " of " +
-                             std::to_string(tracks));
-        }
-        at += 8 + length;
-        if (isTrack) ++found;
+    if (header.TicksPerQuarter >= 0x8000) {
+        Refuse(path, "counts time in film frames; only beats can be played");
     }
-    if (found < tracks) {
-        Refuse(path, "is cut off: it has " + std::to_string(found) + " of its " +
-                         std::to_string(tracks) + " tracks");
+    if (header.Size < 14 || header.TicksPerQuarter == 0 || header.Tracks == 0) {
+        Refuse(path, "is damaged in its header");
     }
+    return header;
 }
 
-void TakeMeta(const smf_event_t& event, TempoMap& map) {
-    const unsigned char* data = event.midi_buffer;
-    const int length = event.midi_buffer_length;
-    if (length >= 6 && data[1] == 0x51) {
-        const int tempo = data[3] << 16 | data[4] << 8 | data[5];
-        if (tempo > 0) map.Add(Tempo{event.time_pulses, tempo});
-    } else if (length >= 5 && data[1] == 0x58 && data[3] > 0 && data[4] <= 6) {
-        map.Add(Meter{event.time_pulses, data[3], 1 << data[4]});
-    }
-}
+struct MetaEvent {
+    std::int64_t Tick;
+    std::uint8_t Type;
+    ByteSpan Data;
+};
 
-void TakeEvent(const std::string& path, const smf_event_t& event, MidiFile& file) {
-    const unsigned char* data = event.midi_buffer;
-    const std::uint8_t status = data[0];
-    file.EndTick = event.time_pulses;
-    if (status == 0xFF) {
-        TakeMeta(event, file.Map);
-    } else if (status >= 0xF0) {
-        if (status == 0xF0 || status == 0xF7) ++file.SystemExclusive;
+// Events of all tracks, track after track.
+struct Gathered {
+    std::vector<FileEvent> Events;
+    std::vector<MetaEvent> Metas;
+    std::int64_t EndTick = 0;
+    int SystemExclusive = 0;
+};
+
+void Take(const TrackEvent& event, Gathered& all) {
+    if (event.Status == 0xFF) {
+        all.Metas.push_back({event.Tick, event.Type, event.Data});
+    } else if (event.Status >= 0xF0) {
+        ++all.SystemExclusive;
     } else {
-        const int wanted = 1 + DataBytes(status);
-        if (status < 0x80 || event.midi_buffer_length < wanted || data[1] > 127 ||
-            (wanted == 3 && data[2] > 127)) {
-            Refuse(path, "is damaged in track " + std::to_string(event.track_number));
-        }
-        file.Events.push_back(
-            {event.time_pulses, status, data[1], wanted == 3 ? data[2] : std::uint8_t{0}});
+        const bool two = event.Data.size() == 2;
+        all.Events.push_back(
+            {event.Tick, event.Status, event.Data[0], two ? event.Data[1] : std::uint8_t{0}});
     }
+}
+
+// Gives the place of the damage in the track, or its size if it is sound.
+std::size_t ReadTrack(ByteSpan body, Gathered& all) {
+    TrackReader reader(body);
+    TrackEvent event;
+    for (;;) {
+        const std::size_t place = reader.Place();
+        const TrackReader::Result result = reader.Next(event);
+        if (result == TrackReader::Result::Damaged) return place;
+        all.EndTick = std::max(all.EndTick, event.Tick);
+        if (result == TrackReader::Result::End) return body.size();
+        Take(event, all);
+    }
+}
+
+Gathered ReadTracks(const std::string& path, ByteSpan bytes, const Header& header) {
+    Gathered all;
+    int found = 0;
+    for (std::size_t at = header.Size; found < header.Tracks && at + 8 <= bytes.size();) {
+        const std::size_t length = BigEndian(bytes, at + 4, 4);
+        const std::string place =
+            " in track " + std::to_string(found + 1) + " of " + std::to_string(header.Tracks);
+        if (length > bytes.size() - at - 8) Refuse(path, "is cut off" + place);
+        if (TagAt(bytes, at, "MTrk")) {
+            const std::size_t reached = ReadTrack(bytes.subspan(at + 8, length), all);
+            if (reached < length || length == 0) {
+                Refuse(path,
+                       "is damaged" + place + ", at byte " + std::to_string(at + 8 + reached));
+            }
+            ++found;
+        } // chunks of other kinds are passed over
+        at += 8 + length;
+    }
+    if (found < header.Tracks) {
+        Refuse(path, "is cut off: it has " + std::to_string(found) + " of its " +
+                         std::to_string(header.Tracks) + " tracks");
+    }
+    return all;
+}
+
+TempoMap MakeMap(const std::vector<MetaEvent>& metas, int ticksPerQuarter) {
+    TempoMap map(ticksPerQuarter);
+    for (const auto& [tick, type, data] : metas) {
+        if (type == 0x51 && data.size() == 3) {
+            const auto length = static_cast<int>(BigEndian(data, 0, 3));
+            if (length > 0) map.Add(Tempo{tick, length});
+        } else if (type == 0x58 && data.size() >= 2 && data[0] > 0 && data[1] <= 6) {
+            map.Add(Meter{tick, data[0], 1 << data[1]});
+        }
+    }
+    return map;
 }
 
 } // namespace
 
-MidiFile ReadMidiFile(const std::string& path) {
-    const Bytes bytes = ReadBytes(path);
-    CheckFrame(path, bytes);
-    SmfErrors errors;
-    const SmfPointer smf(smf_load_from_memory(bytes.data(), static_cast<int>(bytes.size())));
-    if (!smf) Refuse(path, "is damaged: " + errors.Text());
+MidiFile ReadMidiFile(const std::string& path) { return ParseMidiFile(path, ReadBytes(path)); }
+
+MidiFile ParseMidiFile(const std::string& path, std::span<const unsigned char> bytes) {
+    const Header header = ReadHeader(path, bytes);
+    Gathered all = ReadTracks(path, bytes, header);
+    if (all.Events.empty()) Refuse(path, "holds no notes");
+    const auto byTick = [](const auto& a, const auto& b) { return a.Tick < b.Tick; };
+    std::stable_sort(all.Events.begin(), all.Events.end(), byTick);
+    std::stable_sort(all.Metas.begin(), all.Metas.end(), byTick);
 
     MidiFile file;
-    file.Format = smf->format;
-    file.Tracks = smf->number_of_tracks;
-    file.Map = TempoMap(smf->ppqn);
-    while (const smf_event_t* event = smf_get_next_event(smf.get())) TakeEvent(path, *event, file);
-    if (!errors.Text().empty()) Refuse(path, "is damaged: " + errors.Text());
-    if (file.Events.empty()) Refuse(path, "holds no notes");
+    file.Format = header.Format;
+    file.Tracks = header.Tracks;
+    file.Map = MakeMap(all.Metas, header.TicksPerQuarter);
+    file.Events = std::move(all.Events);
+    file.EndTick = all.EndTick;
+    file.SystemExclusive = all.SystemExclusive;
     return file;
 }
 

@@ -4,6 +4,7 @@
 #include "host/tempo_map.h"
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -33,5 +34,7 @@ struct MidiFile {
 // Reads types 0 and 1 with a division in ticks a quarter note. Throws HostError with a text for the
 // user for everything else, a damaged file included.
 MidiFile ReadMidiFile(const std::string& path);
+// The same from memory; path is for the texts.
+MidiFile ParseMidiFile(const std::string& path, std::span<const unsigned char> bytes);
 
 } // namespace zorhost

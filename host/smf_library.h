@@ -1,10 +1,10 @@
-// The library for MIDI files, with its objects owned and its messages caught.
+// The library that writes MIDI files, with its objects owned and its messages caught. It does not
+// read them here: it ends the program over escape messages and over some damaged files.
 #pragma once
 
 #include <glib.h>
 #include <smf.h>
 
-#include <cstring>
 #include <memory>
 #include <string>
 
@@ -29,9 +29,8 @@ public:
 private:
     static void Keep(const char*, GLogLevelFlags level, const char* text, void* self) {
         std::string& first = static_cast<SmfErrors*>(self)->First;
-        const bool harmless = std::strstr(text, "ignoring this chunk") != nullptr;
         const int serious = G_LOG_LEVEL_ERROR | G_LOG_LEVEL_CRITICAL | G_LOG_LEVEL_WARNING;
-        if (first.empty() && (level & serious) && !harmless) first = text;
+        if (first.empty() && (level & serious)) first = text;
     }
 
     std::string First;

@@ -173,8 +173,7 @@ TEST(Play, ARecordingOfNothingLeavesAnOlderFileAlone) {
     const Result result = RunZorhost({"play", piece, "--to", "Loopback MIDI 2", "--record", copy});
     EXPECT_EQ(result.Code, 1);
     EXPECT_NE(result.Err.find("nothing came back"), std::string::npos) << result.Err;
-    std::ifstream file(copy);
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), "older");
+    EXPECT_EQ(ReadText(copy), "older");
 }
 
 } // namespace

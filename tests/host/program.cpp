@@ -30,6 +30,15 @@ const std::string& TestFolder() {
 
 std::string InFolder(const std::string& name) { return TestFolder() + "/" + name; }
 
+std::string ReadText(const std::string& path) {
+    std::string text;
+    std::FILE* file = std::fopen(path.c_str(), "rb");
+    if (!file) return text;
+    for (int c = std::fgetc(file); c != EOF; c = std::fgetc(file)) text += static_cast<char>(c);
+    std::fclose(file);
+    return text;
+}
+
 Program::Program(const std::vector<std::string>& arguments) {
     TestFolder();
     int out[2];

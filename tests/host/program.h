@@ -9,6 +9,7 @@
 // into it for every process that is started.
 const std::string& TestFolder();
 std::string InFolder(const std::string& name);
+std::string ReadText(const std::string& path);
 
 class Program {
 public:
