@@ -2,6 +2,7 @@
 #include "tests/soundin/capture_fixture.h"
 
 #include <atomic>
+#include <thread>
 
 namespace {
 
@@ -61,4 +62,40 @@ TEST_P(HammerTest, NoCallbackOutlivesStop) {
         input->Close();
     }
     EXPECT_GT(bytes, 0);
+}
+
+// Stop comes in the middle of a callback, which is let go only once delivery is off.
+TEST_P(HammerTest, StopWaitsForTheCallbackUnderWay) {
+    struct Gate {
+        HANDLE Entered = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+        HANDLE Proceed = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+        std::atomic<bool> Ended{false};
+        static void Receive(std::uint32_t, const std::uint8_t*, std::int32_t, void* context) {
+            auto& self = *static_cast<Gate*>(context);
+            SetEvent(self.Entered);
+            WaitForSingleObject(self.Proceed, INFINITE);
+            self.Ended = true;
+        }
+        ~Gate() {
+            CloseHandle(Entered);
+            CloseHandle(Proceed);
+        }
+    } gate;
+    const auto input = Make(GetParam());
+    input->SetCallback(&Gate::Receive, &gate);
+    ASSERT_TRUE(input->Open(22050));
+    input->Start();
+    WaitForSingleObject(gate.Entered, INFINITE);
+    std::thread opener([&] {
+        while (input->Running) std::this_thread::yield();
+        Sleep(30);
+        SetEvent(gate.Proceed);
+    });
+    // The machine's own stop waits for the callback, which systems need not do: left out here.
+    machine::FailCall(machine::Call::waveInStop, 1, MMSYSERR_NODRIVER);
+    machine::FailCall(machine::Call::waveInReset, 1, MMSYSERR_NODRIVER);
+    EXPECT_TRUE(input->Stop());
+    EXPECT_TRUE(gate.Ended);
+    opener.join();
+    input->Close();
 }
