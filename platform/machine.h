@@ -3,8 +3,8 @@
 // The machine is virtual: its devices live in memory and in files, its clock is real or stepped by
 // hand, and any call can be made to fail. Each kind of device has a header of its own.
 //
-// At load it suits a host that does not steer it: one loopback cable named "Loopback", message boxes
-// printed on standard error, nothing recorded. Whoever steers begins with PowerOn.
+// At load it suits a host that does not steer it: one loopback cable named "Loopback", message
+// boxes printed on standard error, nothing recorded. Whoever steers begins with PowerOn.
 #pragma once
 
 #include "platform/virtual/boxes.h"
@@ -21,8 +21,8 @@
 namespace machine {
 
 // Begins anew with an empty machine: real clock, no devices, no faults, boxes not printed, what is
-// sent recorded, module paths as the system has them. Every open handle and pending timer is dropped. The library must be
-// closed. Thread: the one that steers.
+// sent recorded, module paths as the system has them. Every open handle and pending timer is
+// dropped. The library must be closed. Thread: the one that steers.
 void PowerOn();
 
 } // namespace machine

@@ -11,8 +11,10 @@
 #include <dlfcn.h>
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <strings.h>
+#include <sys/auxv.h>
 #include <vector>
 
 namespace machine {
@@ -53,15 +55,15 @@ OfferedModule* FindByHandle(const Modules& modules, HMODULE handle) {
 
 // The file that the given address was loaded from; null stands for the program itself.
 std::string FileOf(const void* address) {
-    std::error_code none;
-    const std::string program = std::filesystem::read_symlink("/proc/self/exe", none).string();
+    std::error_code failed;
+    const std::string program = std::filesystem::read_symlink("/proc/self/exe", failed).string();
     Dl_info module{}, self{};
     if (!address || dladdr(address, &module) == 0 || !module.dli_fname) return program;
-    // The loader knows the program by the name that it was called by, not by its place.
-    if (const void* entry = dlsym(RTLD_DEFAULT, "_start"))
-        if (dladdr(entry, &self) != 0 && self.dli_fbase == module.dli_fbase) return program;
-    const auto full = std::filesystem::canonical(module.dli_fname, none);
-    return none ? program : full.string();
+    // The loader knows the program only by the name that it was called by.
+    const auto entry = reinterpret_cast<const void*>(getauxval(AT_ENTRY));
+    if (dladdr(entry, &self) != 0 && self.dli_fbase == module.dli_fbase) return program;
+    const auto full = std::filesystem::canonical(module.dli_fname, failed);
+    return failed ? module.dli_fname : full.string();
 }
 
 void Reset() {

@@ -36,17 +36,25 @@ void FinishCallbacks(MidiMachine& midi, Lock& lock, const MidiInputDevice& devic
     midi.CallbackDone.wait(lock, [&] { return device.CallbacksUnderWay <= own; });
 }
 
-void CallBack(MidiMachine& midi, Lock& lock, MidiInputDevice& device, UINT message, DWORD_PTR first,
-              DWORD_PTR second) {
-    if (!device.Callback) return;
-    const MidiInCallback callback = device.Callback;
-    const auto handle = reinterpret_cast<HMIDIIN>(device.Handle);
-    const DWORD_PTR instance = device.Instance;
+// Whom a device calls, as midiInOpen was told.
+struct Listener {
+    MidiInCallback Callback;
+    std::uintptr_t Handle;
+    DWORD_PTR Instance;
+};
+Listener ListenerOf(const MidiInputDevice& device) {
+    return {device.Callback, device.Handle, device.Instance};
+}
+
+void CallBack(MidiMachine& midi, Lock& lock, MidiInputDevice& device, const Listener& listener,
+              UINT message, DWORD_PTR first, DWORD_PTR second) {
+    if (!listener.Callback) return;
     ++device.CallbacksUnderWay;
     lock.unlock();
     const Calling call{&device, calling};
     calling = &call;
-    callback(handle, message, instance, first, second);
+    listener.Callback(reinterpret_cast<HMIDIIN>(listener.Handle), message, listener.Instance, first,
+                      second);
     calling = call.Outer;
     lock.lock();
     --device.CallbacksUnderWay;
@@ -62,7 +70,7 @@ void Arrive(void* context, std::uintptr_t packed) {
     // By the moment of its arrival, not by that of the callback, which is a little later.
     const DWORD stamp = static_cast<DWORD>(ActionDue() / 1000) - device.StartTime;
     // What was on its way when the device was started came before it.
-    CallBack(midi, lock, device, MIM_DATA, packed,
+    CallBack(midi, lock, device, ListenerOf(device), MIM_DATA, packed,
              static_cast<std::int32_t>(stamp) < 0 ? 0 : stamp);
 }
 
@@ -87,8 +95,6 @@ MMRESULT StopDelivery(HMIDIIN handle) {
     return MMSYSERR_NOERROR;
 }
 
-constexpr std::uintptr_t FirstInputHandle = 0x10000; // apart from output handles, which are even
-
 } // namespace
 
 bool SendToInput(MidiInputDevice& device, std::uint32_t packed, std::uint64_t latencyMicroseconds) {
@@ -107,7 +113,7 @@ bool CallBackMidi(int input, unsigned message, std::uintptr_t first, std::uintpt
     Lock lock(midi.Lock);
     MidiInputDevice* const device = midi.Inputs.At(static_cast<std::uint64_t>(input));
     if (!device || device->Handle == 0) return false;
-    CallBack(midi, lock, *device, message, first, second);
+    CallBack(midi, lock, *device, ListenerOf(*device), message, first, second);
     return true;
 }
 
@@ -147,12 +153,12 @@ MMRESULT midiInOpen(HMIDIIN* handle, UINT number, DWORD_PTR callback, DWORD_PTR 
     if (!device) return MMSYSERR_BADDEVICEID;
     if (device->Handle != 0) return MMSYSERR_ALLOCATED;
     midi.Inputs.LastHandle += 2;
-    device->Handle = midi.Inputs.LastHandle + FirstInputHandle + 1;
+    device->Handle = midi.Inputs.LastHandle + 1; // odd, and even for outputs
     device->Callback = calls ? reinterpret_cast<MidiInCallback>(callback) : nullptr;
     device->Instance = instance;
     device->Started = false;
     *handle = reinterpret_cast<HMIDIIN>(device->Handle);
-    CallBack(midi, lock, *device, MIM_OPEN, 0, 0);
+    CallBack(midi, lock, *device, ListenerOf(*device), MIM_OPEN, 0, 0);
     return MMSYSERR_NOERROR;
 }
 
@@ -188,11 +194,12 @@ MMRESULT midiInClose(HMIDIIN handle) {
     Lock lock(midi.Lock);
     MidiInputDevice* const device = Resolve(midi, handle).Device;
     if (!device) return MMSYSERR_INVALHANDLE;
+    // Closed at once, so that no other thread begins a callback or closes it as well meanwhile.
+    const Listener listener = ListenerOf(*device);
     device->Started = false;
-    FinishCallbacks(midi, lock, *device);
-    if (device->Handle != reinterpret_cast<std::uintptr_t>(handle)) return MMSYSERR_INVALHANDLE;
-    CallBack(midi, lock, *device, MIM_CLOSE, 0, 0);
     device->Handle = 0;
     device->Callback = nullptr;
+    FinishCallbacks(midi, lock, *device);
+    CallBack(midi, lock, *device, listener, MIM_CLOSE, 0, 0);
     return MMSYSERR_NOERROR;
 }

@@ -365,4 +365,55 @@ TEST_F(MachineTest, OneThreadCallsBackInOrderUntilStopped) {
     EXPECT_EQ(midiOutClose(out), MMSYSERR_NOERROR);
 }
 
+// A host opens and closes an input while messages come from two threads and a third calls back by
+// itself: once a close has returned, nothing comes any more.
+TEST_F(MachineTest, AClosedInputStaysSilentUnderTraffic) {
+    machine::AddMidiOutput("One");
+    machine::AddMidiOutput("Two");
+    machine::AddMidiInput("In");
+    machine::Connect(0, 0);
+    machine::Connect(1, 0);
+    machine::RecordSentMidi(false);
+    struct {
+        std::atomic<bool> Open{false}, Done{false};
+        std::atomic<int> Strays{0}, Came{0};
+    } state;
+    const auto note = [](HMIDIIN, UINT, DWORD_PTR instance, DWORD_PTR, DWORD_PTR) {
+        auto& s = *reinterpret_cast<decltype(state)*>(instance);
+        ++(s.Open ? s.Came : s.Strays);
+    };
+    void(CALLBACK * callback)(HMIDIIN, UINT, DWORD_PTR, DWORD_PTR, DWORD_PTR) = note;
+    const auto send = [&](UINT device) {
+        const HMIDIOUT out = OpenOut(device);
+        while (!state.Done) {
+            midiOutShortMsg(out, 0xF8);
+            std::this_thread::yield();
+        }
+        midiOutClose(out);
+    };
+    std::thread first(send, 0), second(send, 1), third([&] {
+        while (!state.Done) {
+            machine::CallBackMidi(0, MIM_MOREDATA, 0xF8, 0);
+            std::this_thread::yield();
+        }
+    });
+    for (int i = 0; i < 300 || state.Came < 1000; ++i) {
+        HMIDIIN in = nullptr;
+        state.Open = true;
+        ASSERT_EQ(midiInOpen(&in, 0, reinterpret_cast<DWORD_PTR>(callback),
+                             reinterpret_cast<DWORD_PTR>(&state), CALLBACK_FUNCTION),
+                  MMSYSERR_NOERROR);
+        midiInStart(in);
+        std::this_thread::yield();
+        ASSERT_EQ(midiInClose(in), MMSYSERR_NOERROR);
+        state.Open = false;
+        std::this_thread::yield();
+    }
+    state.Done = true;
+    first.join();
+    second.join();
+    third.join();
+    EXPECT_EQ(state.Strays, 0);
+}
+
 } // namespace
