@@ -2,12 +2,12 @@
 // moving its window on and looking once at every new sample.
 #include "bench/pitch_material.h"
 #include "pitchrec/pitch_rec.h"
+#include "pitchrec/plain_scan.h"
 #include "tests/pitchrec/fed_sound.h"
-
-#include <benchmark/benchmark.h>
 
 #include <algorithm>
 #include <array>
+#include <benchmark/benchmark.h>
 #include <cstring>
 
 namespace {
@@ -36,9 +36,10 @@ void Floor(benchmark::State& state) {
         block = (block + 1) % material.Count;
     }
 }
-BENCHMARK(Floor)->Name("pitch/floor");
+BENCHMARK(Floor)->Name("move the window, scan the new");
 
-void RunFrames(benchmark::State& state, const Material& material) {
+// The block as the capture delivers it, to the notes taken out.
+void WholeFrame(benchmark::State& state, const Material& material) {
     auto* sound = new FedSound(bench::Rate, 2, 8);
     Sonorel::PitchRecWaveIn recogniser(sound);
     recogniser.Open(bench::Rate);
@@ -46,24 +47,48 @@ void RunFrames(benchmark::State& state, const Material& material) {
     std::int32_t time = 0, status = 0, data1 = 0, data2 = 0;
     std::uint32_t clock = 0;
     int block = 0;
-    int voiced = 0;
+    for (int fill = 0; fill < 4; ++fill)
+        sound->Feed(clock += 23, material.Block(fill), bench::Hop * 2);
     for (auto _ : state) {
         sound->Feed(clock += 23, material.Block(block), bench::Hop * 2);
         while (recogniser.GetNote(&time, &status, &data1, &data2)) {
         }
-        voiced += recogniser.Now.DetectedNote != Sonorel::NoNote;
         block = (block + 1) % material.Count;
     }
-    state.counters["voiced%"] = 100.0 * voiced / static_cast<double>(state.iterations());
 }
 
-void Voiced(benchmark::State& state) {
-    RunFrames(state, bench::Sung(static_cast<double>(state.range(0))));
-}
-BENCHMARK(Voiced)->Name("pitch/voiced_hz")->Arg(110)->Arg(220)->Arg(440)->Arg(880);
+void Voiced(benchmark::State& state, double hertz) { WholeFrame(state, bench::Sung(hertz)); }
+BENCHMARK_CAPTURE(Voiced, 110, 110)->Name("frame, sung 110 Hz");
+BENCHMARK_CAPTURE(Voiced, 220, 220)->Name("frame, sung 220 Hz");
+BENCHMARK_CAPTURE(Voiced, 440, 440)->Name("frame, sung 440 Hz");
+BENCHMARK_CAPTURE(Voiced, 880, 880)->Name("frame, sung 880 Hz");
 
-void Unvoiced(benchmark::State& state) { RunFrames(state, bench::Noise()); }
-BENCHMARK(Unvoiced)->Name("pitch/unvoiced");
+void Noise(benchmark::State& state) { WholeFrame(state, bench::Noise()); }
+BENCHMARK(Noise)->Name("frame, noise");
+
+void Silence(benchmark::State& state) {
+    WholeFrame(state, bench::MakeMaterial([](int) { return 0.0; }));
+}
+BENCHMARK(Silence)->Name("frame, below the gate");
+
+// The scan alone, one sample at a time: what the whole frame would have to add to.
+void PlainScan(benchmark::State& state) {
+    const Material material = bench::Sung(220);
+    std::vector<std::int16_t> samples;
+    for (float sample : material.Samples)
+        samples.push_back(static_cast<std::int16_t>(std::lround(100 * sample)));
+    const auto [least, most] = std::minmax_element(samples.begin(), samples.end());
+    const bool positive = *most > -*least;
+    const Sonorel::PeakThresholds thresholds{
+        static_cast<std::int32_t>(*most * (positive ? 0.667 : 0.5)),
+        static_cast<std::int32_t>(*least * (positive ? 0.5 : 0.667)), positive};
+    std::size_t at = 0;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(Sonorel::PlainScanCycles(samples.data() + at, bench::Window,
+                                                          bench::Window - bench::Hop, thresholds));
+        at = (at + bench::Hop) % (samples.size() - bench::Window);
+    }
+}
+BENCHMARK(PlainScan)->Name("plain scan alone, sung 220 Hz");
 
 } // namespace
-BENCHMARK_MAIN();

@@ -160,6 +160,8 @@ private:
     void ClearHistories();
 
     std::atomic<bool> ReservedFlag{false}; // kept for a later use
+
+    static_assert(std::atomic<double>::is_always_lock_free);
 };
 
 } // namespace Sonorel

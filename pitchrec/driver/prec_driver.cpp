@@ -70,7 +70,8 @@ std::uint8_t PRecOpen() {
         return 0;
     }
     Sonorel::PitchRec& recogniser = *made;
-    SetRecogniser(made.release());
+    // One that was open already goes; the engine opens a row that is closed.
+    const std::unique_ptr<Sonorel::PitchRec> before(SetRecogniser(made.release()));
     recogniser.Enable(EnablePitchRec != 0);
     UsePlainNotes(recogniser);
     return 1;

@@ -1,0 +1,8 @@
+#pragma once
+
+namespace bench {
+
+// Was aubio there to be measured beside?
+bool WithAubio();
+
+} // namespace bench

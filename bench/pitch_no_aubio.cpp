@@ -1,0 +1,3 @@
+#include "bench/pitch_aubio.h"
+
+bool bench::WithAubio() { return false; }
