@@ -49,6 +49,9 @@ void PrintRatio(const Results& results, const Ratio& line) {
     if (line.Target > 0) {
         std::printf("  %5.1f %s", line.Target, ratio <= line.Target ? "met" : "MISSED");
     }
+    if (line.AtLeast > 0) {
+        std::printf("  at least %.0f %s", line.AtLeast, ratio >= line.AtLeast ? "met" : "MISSED");
+    }
     std::printf("\n");
 }
 

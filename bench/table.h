@@ -21,6 +21,7 @@ struct Ratio {
     const char* What;    // a name of the results
     const char* Against; // its baseline
     double Target;       // the ratio to stay within; 0 for none
+    double AtLeast = 0;  // or the ratio to reach, where what is measured is the rival
 };
 
 // Prints one line for each ratio.

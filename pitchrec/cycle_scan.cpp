@@ -26,18 +26,17 @@ template <class Levels>
 class WordScan {
 public:
     WordScan(const std::int16_t* window, std::int32_t count, std::int32_t firstNew,
-             const PeakThresholds& thresholds)
-        : Window(window), Count(count), FirstNew(firstNew),
+             const PeakThresholds& thresholds, CycleTable& cycles)
+        : Cycles(cycles), Window(window), Count(count), FirstNew(firstNew),
           PositiveDominates(thresholds.PositiveDominates), AnyHigh(thresholds.Positive == 0),
           AnyLow(thresholds.Negative == 0),
           Strong(thresholds.Positive - 1, thresholds.Negative + 1) {}
 
-    CycleTable Run() {
+    void Run() {
         BeginStretch(Count - 1); // the newest sample is not looked at
         std::int32_t word = 0;
         for (std::int32_t base = Count - WordLength; base > -WordLength; base -= WordLength)
             if (ScanWord(word++, base)) break;
-        return Cycles;
     }
 
 private:
@@ -79,24 +78,40 @@ private:
         MetLow = AnyLow;
     }
 
-    // The dominant peak after the crossing and before End.
+    // The dominant peak after the crossing and before End. Begins with the first sample that can be
+    // it, so that peaks of equal shape take equal steps, which the processor foresees.
     std::int32_t PeakBetween(std::int32_t crossing, std::int32_t lastWord) const {
         PeakSearch search(!PositiveDominates);
-        const std::int32_t firstWord = (Count - 1 - End) / WordLength;
-        for (std::int32_t word = firstWord; word <= lastWord; ++word) {
-            const std::int32_t base = Count - (word + 1) * WordLength;
-            std::uint64_t bits = Peaks[static_cast<std::size_t>(word)];
-            if (word == firstWord) bits &= BitsBelow(End - base);
-            if (word == lastWord) bits &= ~BitsBelow(crossing - base);
-            const std::int16_t* samples = SamplesAt(base);
-            while (bits != 0) {
-                const std::int32_t group = TopBit(bits) & ~7;
-                search.Look(samples + group, base + group,
-                            static_cast<unsigned>(bits >> group & 0xFF));
-                bits &= BitsBelow(group);
-            }
+        for (std::int32_t place = End - 1; place > crossing; place -= WordLength) {
+            std::uint64_t bits = PeaksUpTo(place, lastWord);
+            if (place - crossing < WordLength) bits &= ~BitsBelow(WordLength - (place - crossing));
+            if (bits == 0) continue;
+            const std::int32_t skipped = WordLength - 1 - TopBit(bits);
+            bits <<= skipped;
+            for (std::int32_t last = place - skipped; bits != 0; bits <<= 8, last -= 8)
+                LookAt(search, last, static_cast<unsigned>(bits >> 56));
         }
         return search.Place();
+    }
+
+    // The eight samples up to last; the window's first ones in their stead where it begins later.
+    void LookAt(PeakSearch& search, std::int32_t last, unsigned picked) const {
+        const std::int32_t first = last - 7;
+        if (first >= 0)
+            search.Look(Window + first, first, picked);
+        else
+            search.Look(Window, 0, picked >> -first);
+    }
+
+    // The samples that can be the peak among the 64 up to place, which is bit 63.
+    std::uint64_t PeaksUpTo(std::int32_t place, std::int32_t lastWord) const {
+        const std::int32_t back = Count - 1 - place;
+        const auto word = static_cast<std::size_t>(back / WordLength);
+        const std::int32_t shift = back % WordLength;
+        std::uint64_t bits = Peaks[word] << shift;
+        if (shift != 0 && static_cast<std::int32_t>(word) < lastWord)
+            bits |= Peaks[word + 1] >> (WordLength - shift);
+        return bits;
     }
 
     // The oldest word may reach past the window's start; it is then completed with silence, in
@@ -109,10 +124,7 @@ private:
                     static_cast<std::size_t>(WordLength - missing) * sizeof(std::int16_t));
         return Oldest.data();
     }
-    const std::int16_t* SamplesAt(std::int32_t base) const {
-        return base >= 0 ? Window + base : Oldest.data();
-    }
-
+    CycleTable& Cycles;
     const std::int16_t* Window;
     std::int32_t Count;
     std::int32_t FirstNew;
@@ -126,7 +138,6 @@ private:
     bool MetLow = false;
     std::array<std::uint64_t, LongestWindow / WordLength> Peaks; // samples that can be the peak
     std::array<std::int16_t, WordLength> Oldest;
-    CycleTable Cycles;
 };
 
 } // namespace
@@ -135,11 +146,14 @@ CycleTable ScanCycles(const std::int16_t* window, std::int32_t count, std::int32
                       const PeakThresholds& thresholds) {
     const std::int32_t dominant =
         thresholds.PositiveDominates ? thresholds.Positive : -thresholds.Negative;
-    if (dominant < 2 || count > LongestWindow || count < 3)
+    if (dominant < 2 || count > LongestWindow || count < 8)
         return PlainScanCycles(window, count, firstNew, thresholds);
+    CycleTable cycles;
     if (NarrowLevels::Fit(thresholds.Positive - 1, thresholds.Negative + 1))
-        return WordScan<NarrowLevels>(window, count, firstNew, thresholds).Run();
-    return WordScan<WideLevels>(window, count, firstNew, thresholds).Run();
+        WordScan<NarrowLevels>(window, count, firstNew, thresholds, cycles).Run();
+    else
+        WordScan<WideLevels>(window, count, firstNew, thresholds, cycles).Run();
+    return cycles;
 }
 
 } // namespace Sonorel

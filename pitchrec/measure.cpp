@@ -25,15 +25,8 @@ void PitchRecWaveIn::ProcessFrame(const Frame& frame) {
 }
 
 void PitchRecWaveIn::MeasureFrame(const Frame& frame) {
-    // Both at once in the samples' own width, so that the compiler takes eight a step.
-    std::int16_t most = 0;
-    std::int16_t least = 0;
-    for (std::int32_t i = frame.FirstNew(); i < frame.Count; ++i) {
-        most = std::max(most, frame.Window[i]);
-        least = std::min(least, frame.Window[i]);
-    }
-    Now.MaxSample = most;
-    Now.MinSample = least;
+    Now.MaxSample = frame.Peaks.Most;
+    Now.MinSample = frame.Peaks.Least;
     Now.Extreme = Now.MaxSample > -Now.MinSample ? Now.MaxSample : Now.MinSample;
     Now.Amplitude = std::abs(Now.Extreme);
     Now.OnsetTime = frame.TimeOf(FirstLoud(frame), SampleRate);
