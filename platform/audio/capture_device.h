@@ -31,7 +31,8 @@ class CaptureStream {
 public:
     virtual ~CaptureStream() = default; // after Stop
 
-    // Frame 0 is captured now. False if the device is gone. After Stop it starts anew.
+    // Frame 0 is captured now. False if the device is gone. Only when stopped, and then anew; a
+    // Captured that led to the stop may still be under way.
     virtual bool Start() = 0;
     // No Captured is under way or comes any more, unless called from within it. What was captured
     // until now can still be read.
@@ -57,8 +58,8 @@ public:
     virtual ~CaptureDevice() = default;
 
     virtual const std::string& Name() const = 0;
-    virtual std::uint32_t Formats() const = 0; // dwFormats
-    virtual unsigned Channels() const = 0;     // wChannels
+    virtual std::uint32_t Formats() const = 0;          // dwFormats
+    virtual unsigned Channels() const = 0;              // wChannels
     virtual unsigned PositionUnit() const { return 0; } // see MicrophoneModel
     virtual bool Supports(const PcmFormat& format) const = 0;
     virtual bool Gone() const = 0;

@@ -10,8 +10,9 @@ struct List {
     std::mutex Lock;
     std::vector<std::shared_ptr<CaptureDevice>> Devices;
 };
+// Never destroyed, since lanes run until the process ends.
 List& Devices() {
-    static List list;
+    static List& list = *new List;
     return list;
 }
 

@@ -179,11 +179,11 @@ bool CaptureBuffer::IsLocked(std::uint64_t at) const {
 }
 
 void CaptureBuffer::NotifyAt(std::uint64_t frame) {
-    const std::uint64_t inRing = InRing(frame), at = inRing != 0 ? inRing : ringFrames_;
-    const auto first = std::ranges::lower_bound(places_, at, {}, &Place::Frame);
-    const auto last = std::ranges::upper_bound(places_, at, {}, &Place::Frame);
-    if (first == last || !stream_->MayNotify()) return;
-    std::for_each(first, last, [](const Place& place) { SetEvent(place.Event); });
+    const std::uint64_t at = InRing(frame) != 0 ? InRing(frame) : ringFrames_;
+    const auto here = [at](const Place& place) { return place.Frame == at; };
+    if (std::ranges::none_of(places_, here) || !stream_->MayNotify()) return;
+    for (const Place& place : places_)
+        if (here(place)) SetEvent(place.Event);
 }
 
 HRESULT CaptureBuffer::GetCurrentPosition(DWORD* captured, DWORD* readable) {

@@ -15,7 +15,6 @@ constexpr std::uint64_t Second = 1'000'000;
 
 bool MicrophoneStream::Start() {
     if (Gone()) return false;
-    Stop();
     const std::uint64_t now = Microseconds();
     feed_ = microphone_->JoinFeed(now, format_);
     stoppedAt_.store(Never, std::memory_order_relaxed);

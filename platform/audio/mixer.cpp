@@ -21,7 +21,7 @@ struct HandleList {
     std::vector<std::unique_ptr<std::shared_ptr<MixerState>>> Handles; // a handle is its address
 };
 HandleList& Open() {
-    static HandleList list;
+    static HandleList& list = *new HandleList;
     return list;
 }
 

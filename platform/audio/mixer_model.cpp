@@ -13,7 +13,7 @@ struct Registry {
     std::map<int, int> OfCaptureDevice;
 };
 Registry& All() {
-    static Registry registry;
+    static Registry& registry = *new Registry;
     return registry;
 }
 

@@ -16,8 +16,9 @@ struct HandleList {
     std::mutex Lock;
     std::vector<std::shared_ptr<WaveInHandle>> Handles;
 };
+// Never destroyed, since lanes run until the process ends.
 HandleList& Open() {
-    static HandleList list;
+    static HandleList& list = *new HandleList;
     return list;
 }
 
@@ -114,6 +115,7 @@ void DropWaveIns() {
         dropped.swap(list.Handles);
     }
     for (const auto& handle : dropped) handle->Abandon();
+    ForgetPreparedHeaders();
 }
 
 } // namespace machine

@@ -9,6 +9,8 @@ std::atomic<int> prepared{0}; // a count, ordered by nothing
 
 int PreparedHeaders() { return prepared.load(std::memory_order_relaxed); }
 
+void ForgetPreparedHeaders() { prepared.store(0, std::memory_order_relaxed); }
+
 WaveInHandle::WaveInHandle(std::unique_ptr<DeviceClaim> claim, const PcmFormat& format,
                            Listener listener)
     : claim_(std::move(claim)), frameBytes_(format.Channels * format.Bits / 8), format_(format),

@@ -70,5 +70,6 @@ private:
 
 // Headers prepared and not unprepared, over all handles.
 int PreparedHeaders();
+void ForgetPreparedHeaders();
 
 } // namespace machine

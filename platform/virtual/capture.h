@@ -71,8 +71,9 @@ FileFeed FeedFile(Microphone microphone, const std::string& path,
 // The same look at a file without feeding it.
 FileFeed ProbeSoundFile(const std::string& path);
 
-// Fills samples, interleaved, -1 to 1, with the frames from first (counted from the origin) on.
-// Thread: the one that captures. Depends on its arguments only, as captures ask apart.
+// Fills Samples, interleaved, -1 to 1, with the frames from First on, counted from the origin at
+// Rate. Thread: the one that captures. It may depend on its arguments only, since captures ask it
+// each for themselves.
 struct FeedRequest {
     std::uint64_t First;
     unsigned Rate;
@@ -83,8 +84,8 @@ using Generator = std::function<void(const FeedRequest&)>;
 void FeedGenerator(Microphone microphone, Generator generator);
 void FeedSilence(Microphone microphone);
 
-// The recording volume of its mixer scales what is captured, half the range being unity. Off at
-// first: what is captured is what was fed.
+// The recording volume of its mixer scales what is captured, half the range being unity; from
+// the next Start on. Off at first: what is captured is what was fed.
 void LetVolumeScale(Microphone microphone, bool on);
 
 // --- How it can go wrong. Calls that fail: faults.h. ---

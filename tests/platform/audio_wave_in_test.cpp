@@ -26,8 +26,8 @@ protected:
         FeedGenerator(Mic, Ramp);
     }
     void TearDown() override {
-        PowerOn();
         EXPECT_EQ(PreparedWaveHeaders(), 0);
+        PowerOn();
     }
 
     static void CALLBACK Ready(HWAVEIN handle, UINT message, DWORD_PTR self, DWORD_PTR header,
