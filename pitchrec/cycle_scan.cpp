@@ -30,7 +30,7 @@ public:
         : Cycles(cycles), Window(window), Count(count), FirstNew(firstNew),
           PositiveDominates(thresholds.PositiveDominates), AnyHigh(thresholds.Positive == 0),
           AnyLow(thresholds.Negative == 0),
-          Strong(thresholds.Positive - 1, thresholds.Negative + 1) {}
+          Strong(thresholds.Positive - 1, AnyLow ? Levels::NoLow : thresholds.Negative + 1) {}
 
     void Run() {
         BeginStretch(Count - 1); // the newest sample is not looked at
@@ -46,8 +46,10 @@ private:
         const SampleMasks masks = Strong.Of(samples);
         const std::uint64_t before = base > 0 && Window[base - 1] < 0 ? 1 : 0;
         const std::uint64_t crossings = ~masks.Negative & (masks.Negative << 1 | before);
-        const std::uint64_t high = masks.High & ~crossings; // a crossing is no peak
-        Peaks[static_cast<std::size_t>(word)] = PositiveDominates ? high : masks.Low;
+        const std::uint64_t low = masks.Strong & masks.Negative;
+        const std::uint64_t high =
+            masks.Strong & ~masks.Negative & ~crossings; // those are no peaks
+        Peaks[static_cast<std::size_t>(word)] = PositiveDominates ? high : low;
 
         std::uint64_t open = word == 0 ? BitsBelow(WordLength - 1) : ~std::uint64_t{0};
         for (;;) {
@@ -57,8 +59,8 @@ private:
                 ends &= BelowTopBit(high & open);
             }
             if (!MetLow) {
-                if ((masks.Low & open) == 0) break;
-                ends &= BelowTopBit(masks.Low & open);
+                if ((low & open) == 0) break;
+                ends &= BelowTopBit(low & open);
             }
             if (ends == 0) break;
             const std::int32_t bit = TopBit(ends);
@@ -68,7 +70,7 @@ private:
             open = BitsBelow(bit);
         }
         MetHigh = MetHigh || (high & open) != 0;
-        MetLow = MetLow || (masks.Low & open) != 0;
+        MetLow = MetLow || (low & open) != 0;
         return false;
     }
 

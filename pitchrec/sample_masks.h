@@ -9,8 +9,7 @@ namespace Sonorel {
 
 struct SampleMasks {
     std::uint64_t Negative; // below 0
-    std::uint64_t High;     // above the high level
-    std::uint64_t Low;      // below the low level
+    std::uint64_t Strong;   // above the high level or below the low one
 };
 
 namespace lanes {
@@ -26,10 +25,12 @@ inline std::uint64_t Signs(__m128i bytes) {
 
 } // namespace lanes
 
-// Levels within a byte's range are compared after narrowing the samples to bytes, which saturates
-// and so keeps order and sign.
+// A high level of -1 or more and a low one of 0 or less: strong samples are high or low by their
+// sign. Levels within a byte's range are compared after narrowing the samples to bytes, which
+// saturates and so keeps order and sign.
 class NarrowLevels {
 public:
+    static constexpr std::int32_t NoLow = -128; // a low level that nothing is below
     static bool Fit(std::int32_t high, std::int32_t low) { return high <= 126 && low >= -127; }
 
     NarrowLevels(std::int32_t high, std::int32_t low)
@@ -42,8 +43,9 @@ public:
             const __m128i bytes =
                 _mm_packs_epi16(lanes::Load(samples + k), lanes::Load(samples + k + 8));
             masks.Negative |= lanes::Signs(bytes) << k;
-            masks.High |= lanes::Signs(_mm_cmpgt_epi8(bytes, High)) << k;
-            masks.Low |= lanes::Signs(_mm_cmpgt_epi8(Low, bytes)) << k;
+            const __m128i strong =
+                _mm_or_si128(_mm_cmpgt_epi8(bytes, High), _mm_cmpgt_epi8(Low, bytes));
+            masks.Strong |= lanes::Signs(strong) << k;
         }
         return masks;
     }
@@ -56,6 +58,8 @@ private:
 // Any level of 16 bits.
 class WideLevels {
 public:
+    static constexpr std::int32_t NoLow = -32768;
+
     WideLevels(std::int32_t high, std::int32_t low)
         : High(_mm_set1_epi16(static_cast<std::int16_t>(high))),
           Low(_mm_set1_epi16(static_cast<std::int16_t>(low))) {}
@@ -65,17 +69,17 @@ public:
         for (int k = 0; k < 64; k += 16) {
             const __m128i a = lanes::Load(samples + k);
             const __m128i b = lanes::Load(samples + k + 8);
-            const auto pack = [](__m128i x, __m128i y) {
-                return lanes::Signs(_mm_packs_epi16(x, y));
-            };
-            masks.Negative |= pack(a, b) << k;
-            masks.High |= pack(_mm_cmpgt_epi16(a, High), _mm_cmpgt_epi16(b, High)) << k;
-            masks.Low |= pack(_mm_cmpgt_epi16(Low, a), _mm_cmpgt_epi16(Low, b)) << k;
+            masks.Negative |= lanes::Signs(_mm_packs_epi16(a, b)) << k;
+            masks.Strong |= lanes::Signs(_mm_packs_epi16(Beyond(a), Beyond(b))) << k;
         }
         return masks;
     }
 
 private:
+    __m128i Beyond(__m128i samples) const {
+        return _mm_or_si128(_mm_cmpgt_epi16(samples, High), _mm_cmpgt_epi16(Low, samples));
+    }
+
     __m128i High;
     __m128i Low;
 };
@@ -87,7 +91,7 @@ public:
     explicit PeakSearch(bool smallest) : Flip(_mm_set1_epi16(smallest ? -1 : 0)) {}
 
     // Eight samples, the first of them at place, which is below 2^15; picked: a bit for each that
-    // counts. A picked sample is above 0, or when looking for the smallest below 0.
+    // counts. A picked sample is above 0, or when looking for the smallest below -1.
     void Look(const std::int16_t* samples, std::int32_t place, unsigned picked) {
         const __m128i bits = _mm_setr_epi16(1, 2, 4, 8, 16, 32, 64, 128);
         const __m128i spread =

@@ -122,7 +122,7 @@ TEST(Period, HearsEverySemitone) {
     };
     const auto saw = [](double hertz) {
         std::vector<double> gains;
-        for (int h = 1; h * hertz < 10000; ++h) gains.push_back(55.0 / h);
+        for (int h = 1; h <= 40 && h * hertz < 10000; ++h) gains.push_back(55.0 / h);
         return gains;
     };
     for (int note = 36; note <= 96; ++note) {
