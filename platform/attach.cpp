@@ -3,6 +3,7 @@
 #include "platform/resource_tables.h"
 #include "platform/virtual/dialogs.h"
 #include "platform/virtual/modules.h"
+#include "platform/virtual/scheduler.h"
 
 // Named by whoever links the library's parts into a program of its own, so that the linker keeps
 // this file; its address is the module's handle.
@@ -20,6 +21,7 @@ public:
     Attachment(const Attachment&) = delete;
     Attachment& operator=(const Attachment&) = delete;
     ~Attachment() {
+        machine::LetActionsEnd();
         machine::RegisterDialogs(Module(), {});
         machine::RegisterStrings(Module(), {});
     }

@@ -1,11 +1,12 @@
 #include "platform/kernel/profile_file.h"
 
+#include <algorithm>
 #include <array>
+#include <cctype>
 #include <cerrno>
 #include <fcntl.h>
 #include <filesystem>
 #include <optional>
-#include <strings.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -14,20 +15,21 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The file that a path means: through links, and without regard to the case of its own name.
+// The file that a path means, through links. One written all in small letters stands in for a
+// missing one: names of files go without case where such files come from.
 fs::path Locate(const std::string& path) {
+    fs::path wanted = path;
     std::error_code failed;
-    const fs::path wanted = path;
-    if (fs::exists(wanted, failed)) {
-        const fs::path real = fs::canonical(wanted, failed);
-        return failed ? wanted : real;
+    if (!fs::exists(wanted, failed)) {
+        std::string small = wanted.filename().string();
+        std::transform(small.begin(), small.end(), small.begin(),
+                       [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+        const fs::path other = fs::path(wanted).replace_filename(small);
+        if (!fs::exists(other, failed)) return wanted;
+        wanted = other;
     }
-    const fs::path folder = wanted.has_parent_path() ? wanted.parent_path() : fs::path(".");
-    for (fs::directory_iterator entry(folder, failed), end; !failed && entry != end;
-         entry.increment(failed))
-        if (strcasecmp(entry->path().filename().c_str(), wanted.filename().c_str()) == 0)
-            return entry->path();
-    return wanted;
+    const fs::path real = fs::canonical(wanted, failed);
+    return failed ? wanted : real;
 }
 
 // Nobody may write it. The superuser could all the same, but a setting that says so is meant.

@@ -5,8 +5,8 @@
 
 namespace machine {
 
-// The whole file; nothing for one that is missing or cannot be read. A file whose name differs only
-// in case stands in for a missing one.
+// The whole file; nothing for one that is missing or cannot be read. A file of the same name in
+// small letters stands in for a missing one, here and below.
 std::string ReadProfileFile(const std::string& path);
 
 // Writes beside the file and puts the result in its place in one step, so that neither a full disk

@@ -33,8 +33,8 @@ void ReceiveMidi(int input, std::uint32_t packed);
 // the calling thread, with any message code. False if the device is not open.
 bool CallBackMidi(int input, unsigned message, std::uintptr_t first, std::uintptr_t second);
 
-// What an output device was sent, in order, while recording is on (on after PowerOn; the record then
-// grows). With recording off a send allocates nothing.
+// What an output device was sent, in order, while recording is on (on after PowerOn; the record
+// then grows). With recording off a send allocates nothing.
 struct SentMidi {
     std::uint64_t Microseconds; // on the machine's clock
     int Device;

@@ -142,13 +142,19 @@ bool OthersRun(const Scheduler& scheduler, const void* context) {
 // Drops everything to come and changes the clock; returns when no action runs on another thread.
 void ChangeClock(bool toStepped, std::uint64_t start) {
     Scheduler& scheduler = The();
-    std::unique_lock lock(scheduler.Lock);
-    for (LaneState& state : scheduler.Lanes) state.Queue.Clear(scheduler.Pool);
-    steppedNow.store(start, std::memory_order_relaxed);
-    stepped.store(toStepped, std::memory_order_release);
-    for (LaneState& state : scheduler.Lanes) state.Wake.notify_all();
-    scheduler.ActionDone.wait(lock, [&scheduler] { return !OthersRun(scheduler, nullptr); });
-    for (LaneState& state : scheduler.Lanes) state.Queue.Clear(scheduler.Pool);
+    {
+        std::unique_lock lock(scheduler.Lock);
+        const auto clear = [&scheduler] {
+            for (LaneState& state : scheduler.Lanes) state.Queue.Clear(scheduler.Pool);
+        };
+        clear();
+        steppedNow.store(start, std::memory_order_relaxed);
+        stepped.store(toStepped, std::memory_order_release);
+        for (LaneState& state : scheduler.Lanes) state.Wake.notify_all();
+        scheduler.ActionDone.wait(lock, [&scheduler] { return !OthersRun(scheduler, nullptr); });
+        clear(); // what those actions have scheduled
+    }
+    ForgetTimers();
 }
 
 // The lane whose first action comes before the other's, or null if nothing is due by the limit.
@@ -225,6 +231,13 @@ void UnscheduleAll(void* context) {
         scheduler.ActionDone.wait(lock);
         for (LaneState& state : scheduler.Lanes) state.Queue.RemoveAll(scheduler.Pool, context);
     }
+}
+
+void LetActionsEnd() {
+    Scheduler& scheduler = The();
+    std::unique_lock lock(scheduler.Lock);
+    scheduler.ActionDone.wait_for(lock, std::chrono::seconds(5),
+                                  [&scheduler] { return !OthersRun(scheduler, nullptr); });
 }
 
 std::uint64_t ActionDue() { return actionDepth > 0 ? actionDue : Microseconds(); }

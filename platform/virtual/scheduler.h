@@ -34,4 +34,8 @@ std::uint64_t ActionDue();
 // Forgets every action of this context, and waits for one under way unless called from within it.
 void UnscheduleAll(void* context);
 
+// Waits until no other thread is inside an action, for five seconds at the most: for a module
+// that is about to leave memory, which a callback may still be in.
+void LetActionsEnd();
+
 } // namespace machine

@@ -1,4 +1,4 @@
-// How a wait on the steering thread lets stepped time pass. For the kernel's waits.
+// What the clock, the timers and the kernel's waits must know of each other.
 #pragma once
 
 #include <cstdint>
@@ -16,5 +16,8 @@ bool InsideAction();
 // On the steering thread outside actions: runs the next thing due up to the limit. False if there
 // is none; time then stands at the limit, or where it was if the limit is Never.
 bool StepTowards(std::uint64_t limit);
+
+// The clock has changed, and with it the scheduler has dropped every one-shot.
+void ForgetTimers();
 
 } // namespace machine

@@ -5,6 +5,7 @@
 #include "platform/virtual/fault_point.h"
 #include "platform/virtual/power.h"
 #include "platform/virtual/scheduler.h"
+#include "platform/virtual/steering.h"
 
 #include <algorithm>
 #include <array>
@@ -72,7 +73,6 @@ void Expire(void* /*context*/, std::uintptr_t argument) {
 void Reset() {
     Timers& timers = The();
     std::lock_guard lock(timers.Lock);
-    for (Timer& timer : timers.All) timer.Id = 0;
     timers.Caps = {1, 1000000};
     timers.Periods.clear();
 }
@@ -83,6 +83,12 @@ bool InRange(const Timers& timers, UINT milliseconds) {
 }
 
 } // namespace
+
+void ForgetTimers() {
+    Timers& timers = The();
+    std::lock_guard lock(timers.Lock);
+    for (Timer& timer : timers.All) timer.Id = 0;
+}
 
 void SetTimerCaps(unsigned periodMin, unsigned periodMax) {
     std::lock_guard lock(The().Lock);

@@ -180,8 +180,8 @@ TEST_F(Profile, AMissingFileIsEmptyAndMadeByTheFirstWrite) {
     EXPECT_FALSE(WritePrivateProfileStringA("S", "k", "v", (Folder / "none" / "x.ini").c_str()));
 }
 
-TEST_F(Profile, NamesOfFilesGoWithoutCase) {
-    std::ofstream(Folder / "ZorMidi.ini") << "[S]\nk=1\n";
+TEST_F(Profile, AFileInSmallLettersStandsIn) {
+    std::ofstream(Folder / "zormidi.ini") << "[S]\nk=1\n";
     EXPECT_EQ(Read("S", "k"), "1");
     EXPECT_TRUE(Write("S", "k", "2"));
     EXPECT_FALSE(fs::exists(Path));

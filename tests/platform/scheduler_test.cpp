@@ -108,7 +108,10 @@ TEST_F(Scheduler, AnActionKnowsWhenItWasDueAndMayForgetItself) {
 TEST_F(Scheduler, ChangingTheClockDropsWhatWasToCome) {
     ran.clear();
     Schedule(Lane::Timers, In(1000), Note, nullptr, 1);
+    timeSetEvent(
+        1, 1, [](UINT, UINT, DWORD_PTR, DWORD_PTR, DWORD_PTR) { Note(nullptr, 9); }, 0, 0);
     machine::UseSteppedClock(0);
+    EXPECT_TRUE(machine::PendingTimers().empty());
     Schedule(Lane::Timers, In(5000), Note, nullptr, 2);
     machine::Advance(10);
     EXPECT_EQ(ran, (std::vector<std::uintptr_t>{2}));
@@ -133,6 +136,15 @@ TEST_F(MachineTest, ForgettingAContextWaitsForItsActionUnderWay) {
     machine::UnscheduleAll(&state);
     EXPECT_TRUE(state.Ended);
     helper.join();
+
+    // The same for whoever leaves memory.
+    state.Inside = state.MayEnd = state.Ended = false;
+    Schedule(Lane::Timers, machine::Microseconds(), action, &state);
+    while (!state.Inside) std::this_thread::yield();
+    std::thread again([&] { state.MayEnd = true; });
+    machine::LetActionsEnd();
+    EXPECT_TRUE(state.Ended);
+    again.join();
 }
 
 // Many threads at once on the real clock: nothing is lost, and nothing runs twice.
