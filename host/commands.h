@@ -18,5 +18,6 @@ void AddRecord(CLI::App& app, const GlobalOptions& global);
 void AddMonitor(CLI::App& app, const GlobalOptions& global);
 void AddFollow(CLI::App& app, const GlobalOptions& global);
 void AddClock(CLI::App& app, const GlobalOptions& global);
+void AddSetup(CLI::App& app, const GlobalOptions& global);
 
 } // namespace zorhost

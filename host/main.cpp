@@ -33,6 +33,7 @@ int Run(int count, char** arguments) {
     zorhost::AddMonitor(app, global);
     zorhost::AddFollow(app, global);
     zorhost::AddClock(app, global);
+    zorhost::AddSetup(app, global);
     zorhost::CatchInterrupts();
     try {
         app.parse(count, arguments);

@@ -1,0 +1,9 @@
+// Pages of the documentation that the dialogs' Help shows, as they stand in docs/.
+#pragma once
+
+namespace zorhost {
+
+extern const char MidiSetupPage[];
+extern const char MicrophoneSetupPage[];
+
+} // namespace zorhost
