@@ -63,7 +63,7 @@ WAVEFORMATEX Wave(unsigned rate, unsigned channels, unsigned bits) {
 
 std::vector<std::int16_t> Words(const void* pcm, std::size_t bytes) {
     std::vector<std::int16_t> words(bytes / 2);
-    std::memcpy(words.data(), pcm, words.size() * 2);
+    if (!words.empty()) std::memcpy(words.data(), pcm, words.size() * 2);
     return words;
 }
 
