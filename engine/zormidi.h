@@ -126,7 +126,8 @@ ZOREXPORT int16_t ZORCALL ZorErrorMIDI(uint16_t* code) ZORNOEXCEPT;
 
 /* Gives queue 0, 1 or 2 a ring of that many slots (14 bytes each), in place of the one it had; the
  * ring holds slots - 1 records. 0 slots gives the memory back. Returns false, with the queue left
- * without a ring, if slots is negative or memory is short, and for other queue numbers.
+ * without a ring, if slots is negative, memory is short or the library is not up, and for other
+ * queue numbers.
  * Thread: host. Real time: no. */
 ZOREXPORT ZorBool ZORCALL ZorAllocMIDI(int16_t queue, int16_t slots) ZORNOEXCEPT;
 
