@@ -47,8 +47,8 @@ private:
         const std::uint64_t before = base > 0 && Window[base - 1] < 0 ? 1 : 0;
         const std::uint64_t crossings = ~masks.Negative & (masks.Negative << 1 | before);
         const std::uint64_t low = masks.Strong & masks.Negative;
-        const std::uint64_t high =
-            masks.Strong & ~masks.Negative & ~crossings; // those are no peaks
+        // The sample after a crossing is no peak.
+        const std::uint64_t high = masks.Strong & ~masks.Negative & ~crossings;
         Peaks[static_cast<std::size_t>(word)] = PositiveDominates ? high : low;
 
         std::uint64_t open = word == 0 ? BitsBelow(WordLength - 1) : ~std::uint64_t{0};
@@ -126,6 +126,7 @@ private:
                     static_cast<std::size_t>(WordLength - missing) * sizeof(std::int16_t));
         return Oldest.data();
     }
+
     CycleTable& Cycles;
     const std::int16_t* Window;
     std::int32_t Count;
