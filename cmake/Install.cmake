@@ -18,6 +18,12 @@ file(RELATIVE_PATH ZOR_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(cmake/zormidi.pc.in zormidi.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zormidi.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
+# Loaded from beside zorplatform, by whoever shows a dialog.
+if(TARGET zorscreen)
+  set_target_properties(zorscreen PROPERTIES INSTALL_RPATH "$ORIGIN")
+  install(TARGETS zorscreen LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_SKIP)
+endif()
+
 if(TARGET zorhost)
   set_target_properties(zorhost PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
   install(TARGETS zorhost RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})

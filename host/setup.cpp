@@ -2,6 +2,7 @@
 #include "host/commands.h"
 #include "host/help_pages.h"
 #include "host/host_error.h"
+#include "host/interrupt.h"
 #include "host/library.h"
 #include "host/settings.h"
 #include "host/setup_form.h"
@@ -14,6 +15,8 @@
 #include <filesystem>
 #include <memory>
 #include <sstream>
+#include <stop_token>
+#include <thread>
 
 namespace zorhost {
 
@@ -56,9 +59,18 @@ private:
 
 std::int16_t RowOf(SetupDialog dialog) { return dialog == SetupDialog::Midi ? 0 : 1; }
 
+// Ctrl-C closes the dialog, storing nothing.
+void WatchInterrupts(const std::stop_token& done) {
+    while (!done.stop_requested()) {
+        if (Interrupted()) machine::CloseDialog();
+        Nap(50);
+    }
+}
+
 // On the screen, until the user closes it.
 void ShowDialog(SetupDialog dialog) {
     const HelpWindow parent;
+    const std::jthread watch(WatchInterrupts);
     ZorConfigMIDIDriver(parent.Handle, RowOf(dialog));
     if (const std::string reason = machine::DialogError(); !reason.empty())
         throw HostError("the dialog cannot be shown: " + reason +

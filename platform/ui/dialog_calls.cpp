@@ -8,6 +8,7 @@
 #include "platform/virtual/dialogs.h"
 #include "platform/virtual/fault_point.h"
 
+#include <atomic>
 #include <charconv>
 #include <cstring>
 #include <string>
@@ -16,6 +17,9 @@
 using namespace ui;
 
 namespace {
+
+// The one that is in front, null for none.
+std::atomic<HWND> openDialog{nullptr};
 
 // Null for a handle that is not a whole dialog's.
 Dialog* DialogOf(HWND window) {
@@ -60,9 +64,11 @@ INT_PTR DialogBoxParamA(HINSTANCE module, LPCSTR resource, HWND parent, DLGPROC 
 
     const ShowingDialog showing(*screen);
     Dialog dialog(*form, screen->Measure(), parent, procedure);
+    const HWND around = openDialog.exchange(dialog.Handle);
     dialog.Start(init);
     if (!dialog.Ended) screen->Run(dialog);
     DispatchPosted();
+    openDialog = around;
     return dialog.Result;
 }
 
@@ -255,6 +261,8 @@ HWND CreateHostWindow(WindowProcedure procedure) {
         if (heard) heard(message, first, second);
     });
 }
+
+bool CloseDialog() { return Post(openDialog, WM_CLOSE, 0, 0); }
 
 void DestroyHostWindow(HWND window) { DropHandle(window); }
 

@@ -78,6 +78,10 @@ void ScriptDialogs(DialogScript script);
 // Why the last dialog could not be shown; empty if it could.
 std::string DialogError();
 
+// Closes the dialog that is open, as by its close box, once it gets to it. False if there is none.
+// Thread: any.
+bool CloseDialog();
+
 // A window of the host, for the parent of a dialog: hears what dialogs post to it, while one is
 // open, on the thread that shows it.
 using WindowProcedure =

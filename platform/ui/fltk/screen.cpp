@@ -21,13 +21,16 @@ constexpr double Forever = 1e20;
 class DisplayScreen : public Screen {
 public:
     DisplayScreen() {
-        Fl::lock();           // lets Wake reach a waiting thread
+        // Taken once, the lock lets Wake reach a waiting thread.
+        Fl::lock();
+        Fl::unlock();
         Fl::visible_focus(0); // every control shows its own
         Fl::background(0xF0, 0xF0, 0xF0);
     }
     Metrics Measure() override { return look::Measure(DialogPoints); }
 
     void Run(Dialog& dialog) override {
+        const Locked locked;
         Fl_Group::current(nullptr);
         DialogWindow window(dialog);
         window.show();
@@ -46,6 +49,13 @@ public:
     }
 
 private:
+    // The toolkit is the dialog's thread's for as long as it shows one.
+    struct Locked {
+        Locked() { Fl::lock(); }
+        ~Locked() { Fl::unlock(); }
+        Locked(const Locked&) = delete;
+        Locked& operator=(const Locked&) = delete;
+    };
     static double UntilNext(const Dialog& dialog) {
         const std::uint64_t next = dialog.NextTimer(), now = machine::Microseconds();
         if (next == ~std::uint64_t{0}) return Forever;
