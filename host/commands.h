@@ -18,6 +18,8 @@ void AddRecord(CLI::App& app, const GlobalOptions& global);
 void AddMonitor(CLI::App& app, const GlobalOptions& global);
 void AddFollow(CLI::App& app, const GlobalOptions& global);
 void AddClock(CLI::App& app, const GlobalOptions& global);
+void AddTranscribe(CLI::App& app, const GlobalOptions& global);
+void AddListen(CLI::App& app, const GlobalOptions& global);
 void AddSetup(CLI::App& app, const GlobalOptions& global);
 
 } // namespace zorhost

@@ -2,6 +2,7 @@
 
 #include "host/host_error.h"
 #include "host/interrupt.h"
+#include "host/microphone.h"
 
 #include <cstdio>
 
@@ -43,6 +44,10 @@ void InputOptions::AddTo(CLI::App& command) {
         ->type_name("IN:OUT,...")
         ->delimiter(',')
         ->needs("--thru");
+    command
+        .add_option("--mic", Mic,
+                    "Sound file that the microphone hears; its notes come in on channel 65")
+        ->type_name("FILE");
     command.add_option("--seconds", Seconds, "Stop after so many seconds, not only at Ctrl-C")
         ->check(CLI::Range(0.001, 2000000.0))
         ->type_name("N");
@@ -52,6 +57,8 @@ RunChanges InputOptions::Changes() const {
     RunChanges changes;
     changes.Inputs = In;
     changes.Outputs = Thru;
+    changes.Microphone = !Mic.empty();
+    changes.MicrophoneChannel = Mic.empty() ? 0 : MicrophoneChannel;
     return changes;
 }
 
@@ -67,6 +74,7 @@ void RunInput(const InputOptions& options, const PortMap& map,
               const std::function<void(const std::vector<MIDIEvent>&)>& take) {
     const StartOptions start = options.Start();
     const double milliseconds = options.Seconds * 1000;
+    const std::unique_ptr<Microphone> microphone = PlugMicrophone(options.Mic, map);
     Library library;
     library.Start(start);
     SayListening(map);

@@ -17,6 +17,7 @@ struct InputOptions {
     std::vector<std::string> Filter;
     std::vector<std::string> Thru;
     std::vector<std::string> Map;
+    std::string Mic;
     double Seconds = 0; // 0: until Ctrl-C
 
     void AddTo(CLI::App& command);

@@ -8,7 +8,7 @@
 namespace {
 
 constexpr char About[] =
-    "Plays, records and watches MIDI from a terminal.\n\n"
+    "Plays, records and watches MIDI from a terminal, and hears notes in sound.\n\n"
     "Ports are named by their devices; `zorhost devices` lists them. Which ones are in use is\n"
     "laid down in the settings, and a command's own options go before them. Channels count from\n"
     "1, and middle C is C4. Ctrl-C ends every command in order: what sounds is silenced and what\n"
@@ -33,6 +33,8 @@ int Run(int count, char** arguments) {
     zorhost::AddMonitor(app, global);
     zorhost::AddFollow(app, global);
     zorhost::AddClock(app, global);
+    zorhost::AddTranscribe(app, global);
+    zorhost::AddListen(app, global);
     zorhost::AddSetup(app, global);
     zorhost::CatchInterrupts();
     try {

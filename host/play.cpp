@@ -3,6 +3,8 @@
 #include "host/host_error.h"
 #include "host/interrupt.h"
 #include "host/library.h"
+#include "host/melody.h"
+#include "host/microphone.h"
 #include "host/midi_file.h"
 #include "host/player.h"
 #include "host/port_map.h"
@@ -21,6 +23,7 @@ namespace zorhost {
 
 namespace {
 
+constexpr int MicTail = 500;       // of silence after a sound file, in which its last note ends
 constexpr std::int64_t Lead = 100; // milliseconds from the start of the timer to the first record
 
 struct PlayOptions {
@@ -30,6 +33,8 @@ struct PlayOptions {
     int TempoPercent = 100;
     int FromBar = 1;
     bool Report = false;
+    std::string Mic;
+    std::string Written;
 };
 
 class Performance {
@@ -38,12 +43,16 @@ public:
         : Options(options), File(std::move(file)), StartTick(File.Map.TickOfBar(options.FromBar)),
           Play(Schedule()) {}
 
-    void Run();
+    // mic may be null.
+    void Run(const Microphone* mic);
     bool Complete() const { return PlayedCount == Play.All().size(); }
     std::size_t Played() const { return PlayedCount; }
     const std::vector<MIDIEvent>& Sent() const { return Play.All(); }
-    // As they came in, with times from the start of the music.
+    // As they came in, with times from the start of the music: from the ports, or all.
+    std::vector<MIDIEvent> FromPorts() const;
     std::vector<MIDIEvent> Received() const;
+    // The notes of the microphone's sound file, with times from its beginning.
+    std::vector<Note> Heard() const;
     RecordingPlan Recording() const;
     std::int64_t Milliseconds() const { return TimeOf(File.EndTick); }
 
@@ -52,6 +61,7 @@ private:
     std::int64_t TimeOf(std::int64_t tick) const;
     void ShowProgress(Progress& progress) const;
     void AwaitRest();
+    void AwaitMicrophone(const Microphone& mic);
 
     const PlayOptions& Options;
     const MidiFile File;
@@ -59,6 +69,7 @@ private:
     Player Play;
     std::vector<MIDIEvent> Incoming;
     std::size_t PlayedCount = 0;
+    std::int64_t MicStart = 0;
 };
 
 // Milliseconds from the start of the music, at the tempo asked for.
@@ -108,7 +119,18 @@ void Performance::AwaitRest() {
     }
 }
 
-void Performance::Run() {
+// The sound file may be longer than the piece; its last note ends in the silence behind it.
+void Performance::AwaitMicrophone(const Microphone& mic) {
+    Progress progress;
+    for (int left = MicTail; left > 0 && !Interrupted(); Nap(20)) {
+        Library::TakeReceived(Incoming);
+        if (mic.Ended()) left -= 20;
+        if (progress.Due()) progress.Show("listening to the end of the sound file");
+    }
+    MicStart = mic.StartTime();
+}
+
+void Performance::Run(const Microphone* mic) {
     Progress progress;
     do {
         Play.Feed();
@@ -124,6 +146,7 @@ void Performance::Run() {
         Nap(50);
         Library::TakeReceived(Incoming);
     } else {
+        if (mic && !Options.Mic.empty()) AwaitMicrophone(*mic);
         if (!Options.Record.empty() || Options.Report) AwaitRest();
         if (LeavesSounding(Play.All())) Library::Silence(Play.All());
     }
@@ -137,6 +160,24 @@ std::vector<MIDIEvent> Performance::Received() const {
         records.push_back(record);
     }
     return records;
+}
+
+std::vector<MIDIEvent> Performance::FromPorts() const {
+    std::vector<MIDIEvent> records = Received();
+    std::erase_if(records, [&](const MIDIEvent& record) {
+        return !Options.Mic.empty() && record.Channel == MicrophoneChannel - 1;
+    });
+    return records;
+}
+
+std::vector<Note> Performance::Heard() const {
+    std::vector<MIDIEvent> records;
+    for (MIDIEvent record : Incoming) {
+        if (record.Channel != MicrophoneChannel - 1 || record.Status >= 0xF0) continue;
+        record.Time -= static_cast<std::int32_t>(MicStart);
+        records.push_back(record);
+    }
+    return PairNotes(records, records.empty() ? 0 : records.back().Time);
 }
 
 RecordingPlan Performance::Recording() const {
@@ -165,12 +206,33 @@ void WriteReceived(const Performance& performance, OutputFile& file) {
 void PrintReport(const Performance& performance) {
     std::vector<MIDIEvent> sent = performance.Sent();
     for (MIDIEvent& record : sent) record.Time -= static_cast<std::int32_t>(Lead);
-    const RoundTrip result = Compare(sent, performance.Received());
+    const RoundTrip result = Compare(sent, performance.FromPorts());
     std::printf("Round trip, every message sent against what came back\n%s", result.Text().c_str());
     if (!result.Clean()) throw HostError("not everything came back as it was sent");
 }
 
+std::vector<Note> WrittenNotes(const std::string& path) {
+    const MidiFile file = ReadMidiFile(path);
+    std::vector<MIDIEvent> records;
+    for (const FileEvent& event : file.Events) {
+        const auto time =
+            static_cast<std::int32_t>((file.Map.MicrosecondsAt(event.Tick) + 500) / 1000);
+        records.push_back({time, 0, 0, 2, static_cast<std::uint8_t>(event.Status & 0xF0),
+                           event.Data1, event.Data2});
+    }
+    return PairNotes(records, file.Map.MicrosecondsAt(file.EndTick) / 1000);
+}
+
+void PrintMelody(const std::vector<Note>& written, const std::vector<Note>& heard) {
+    const SideBySide result = CompareMelodies(written, heard);
+    std::printf("Melody, as written and as heard by the microphone\n%s", result.Text.c_str());
+    std::printf("  %d of %d written notes heard, %d missed, %d heard that were not written\n",
+                result.Heard, result.Written, result.Missed, result.Strange);
+}
+
 void Run(const GlobalOptions& global, const PlayOptions& options) {
+    std::vector<Note> written;
+    if (!options.Written.empty()) written = WrittenNotes(options.Written);
     MidiFile file = ReadMidiFile(options.File);
     TellAboutFile(file);
     Performance performance(options, std::move(file));
@@ -179,16 +241,22 @@ void Run(const GlobalOptions& global, const PlayOptions& options) {
     const VirtualMachine machine(options.Report ? Cables::Private : Cables::Shared);
     RunChanges changes;
     changes.Outputs = options.To;
+    changes.Microphone = !options.Mic.empty();
+    changes.MicrophoneChannel = changes.Microphone ? MicrophoneChannel : 0;
     const RunSettings settings(SettingsFolder(global.IniFolder), changes);
+    const std::unique_ptr<Microphone> microphone =
+        PlugMicrophone(options.Mic, ReadPortMap(settings.IniPath()));
     {
         Library library;
         library.Start({});
-        performance.Run();
+        performance.Run(microphone.get());
     }
+    if (microphone) microphone->CheckRead();
     std::printf("%s %zu of %zu messages, %s long\n",
                 performance.Complete() ? "Played" : "Stopped after", performance.Played(),
                 performance.Sent().size(), ClockText(performance.Milliseconds()).c_str());
     if (record) WriteReceived(performance, *record);
+    if (!options.Written.empty()) PrintMelody(written, performance.Heard());
     if (options.Report && performance.Complete()) PrintReport(performance);
 }
 
@@ -218,6 +286,18 @@ void AddPlay(CLI::App& app, const GlobalOptions& global) {
     command->add_flag("--report", options->Report,
                       "Compare every message sent with what came back, and say how late it was. "
                       "The loopback ports are then not shared with other zorhosts");
+    CLI::Option* mic =
+        command
+            ->add_option("--mic", options->Mic,
+                         "Sound file that the microphone hears meanwhile; its notes come in on "
+                         "channel 65")
+            ->type_name("FILE");
+    command
+        ->add_option("--written", options->Written,
+                     "With --mic: the MIDI file that the sound was made from, to print its notes "
+                     "beside those heard")
+        ->type_name("FILE")
+        ->needs(mic);
     command->callback([&global, options] { Run(global, *options); });
 }
 

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -103,6 +104,14 @@ OutputFile::~OutputFile() {
 void OutputFile::Keep() {
     if (rename(Temporary.c_str(), Final.c_str()) != 0) CannotWrite(Final, std::strerror(errno));
     Temporary.clear();
+}
+
+void WriteText(const std::string& text, OutputFile& file) {
+    std::FILE* out = std::fopen(file.TemporaryPath().c_str(), "wb");
+    if (!out) CannotWrite(file.Path(), std::strerror(errno));
+    const bool written = std::fwrite(text.data(), 1, text.size(), out) == text.size();
+    if (std::fclose(out) != 0 || !written) CannotWrite(file.Path(), std::strerror(errno));
+    file.Keep();
 }
 
 void WriteRecording(const std::vector<MIDIEvent>& records, const RecordingPlan& plan,

@@ -30,6 +30,9 @@ private:
     std::string Temporary;
 };
 
+// Throws HostError.
+void WriteText(const std::string& text, OutputFile& file);
+
 // Records by the bar lines of map, whose tempo percent scales.
 struct RecordingPlan {
     TempoMap Map{960};

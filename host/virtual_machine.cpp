@@ -14,6 +14,7 @@ constexpr char Prefix[] = "Loopback MIDI ";
 // False if the ports could not be joined with those of others; they work alone then.
 bool AddLoopback(const std::string& name, Cables cables) {
     const int output = machine::AddMidiOutput(name);
+    if (cables == Cables::OutputsOnly) return machine::BridgeOutput(output, name);
     const int input = machine::AddMidiInput(name);
     // A shared cable leads back to this machine's own input too.
     if (cables == Cables::Shared && machine::BridgeInput(input, name)) {
@@ -30,6 +31,10 @@ VirtualMachine::VirtualMachine(Cables cables) {
     machine::PowerOn();
     machine::PrintBoxes(true);
     machine::RecordSentMidi(false);
+    if (cables == Cables::None) {
+        machine::AddMidiOutput("Nowhere"); // the library opens an output in any case
+        return;
+    }
     bool joined = true;
     for (int i = 1; i <= Loopbacks; ++i) {
         joined = AddLoopback(Prefix + std::to_string(i), cables) && joined;

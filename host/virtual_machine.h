@@ -6,8 +6,10 @@
 namespace zorhost {
 
 enum class Cables {
-    Shared,  // loopback ports of the same name are one cable for every zorhost of this user
-    Private, // nobody else hears what is sent, or sends
+    Shared,      // loopback ports of the same name are one cable for every zorhost of this user
+    Private,     // nobody else hears what is sent, or sends
+    OutputsOnly, // shared, without this machine's inputs
+    None,        // no inputs, and an output that leads nowhere
 };
 
 // Gives the virtual machine its loopback ports, and says on standard error that they stand in for

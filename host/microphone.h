@@ -1,0 +1,44 @@
+// What the machine's microphone hears. Microphones of the computer itself are not reached yet, so
+// it hears a sound file, or silence.
+#pragma once
+
+#include "host/port_map.h"
+#include "platform/machine.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace zorhost {
+
+class Microphone {
+public:
+    // Hears the file from the moment that capture starts, once. Throws HostError if it is no sound.
+    explicit Microphone(const std::string& path);
+    // Hears silence.
+    Microphone();
+
+    double Seconds() const; // of the file; 0 without one
+    // Of the file, captured so far.
+    double SecondsHeard() const;
+    bool Ended() const; // the whole file has been captured
+    // Throws HostError if the file broke off while it was read.
+    void CheckRead() const;
+    // When the file's first sample sounded, in milliseconds of the library's time base, which must
+    // run; negative if before its start. Right to a millisecond. Once some of it has been captured.
+    std::int64_t StartTime() const;
+
+private:
+    machine::Microphone Device;
+    std::string Path;
+    machine::FileFeed Feed;
+};
+
+// The channel of the microphone's notes where --mic switches it on: behind those of four ports.
+constexpr int MicrophoneChannel = 65;
+
+// The microphone that a run needs: one that hears the file if one is given; a silent one if the
+// settings switch it on, with a word on standard error; else none.
+std::unique_ptr<Microphone> PlugMicrophone(const std::string& file, const PortMap& map);
+
+} // namespace zorhost

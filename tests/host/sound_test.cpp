@@ -1,0 +1,215 @@
+// Sound into notes: transcribe, listen, and a microphone beside the ports.
+#include "tests/host/midi_bytes.h"
+#include "tests/host/peer.h"
+#include "tests/host/program.h"
+
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <random>
+
+namespace {
+
+constexpr int Rate = 22050;
+
+struct Tone {
+    double Start; // seconds
+    double End;
+    int Key; // -1 for noise
+    double Level = 0.5;
+};
+
+void AppendNumber(Bytes& to, unsigned value, int bytes) {
+    for (int i = 0; i < bytes; ++i) to.push_back(static_cast<unsigned char>(value >> 8 * i & 255));
+}
+
+// A 16-bit mono WAV of tones with six harmonics.
+Bytes Wav(double seconds, const std::vector<Tone>& tones) {
+    std::mt19937 random(1);
+    const auto frames = static_cast<unsigned>(seconds * Rate);
+    Bytes bytes = {'R', 'I', 'F', 'F'};
+    AppendNumber(bytes, 36 + 2 * frames, 4);
+    for (const char c : std::string("WAVEfmt ")) bytes.push_back(static_cast<unsigned char>(c));
+    AppendNumber(bytes, 16, 4);
+    AppendNumber(bytes, 1, 2);
+    AppendNumber(bytes, 1, 2);
+    AppendNumber(bytes, Rate, 4);
+    AppendNumber(bytes, 2 * Rate, 4);
+    AppendNumber(bytes, 2, 2);
+    AppendNumber(bytes, 16, 2);
+    for (const char c : std::string("data")) bytes.push_back(static_cast<unsigned char>(c));
+    AppendNumber(bytes, 2 * frames, 4);
+    for (unsigned i = 0; i < frames; ++i) {
+        const double t = static_cast<double>(i) / Rate;
+        double sample = 0;
+        for (const Tone& tone : tones) {
+            if (t < tone.Start || t >= tone.End) continue;
+            if (tone.Key < 0) sample += static_cast<double>(random() % 2001) / 1000 - 1;
+            const double cycles = (t - tone.Start) * 440 * std::pow(2, (tone.Key - 69) / 12.0);
+            for (int n = 1; tone.Key >= 0 && n <= 6; ++n) {
+                sample += 0.5 / n * std::sin(cycles * n * 2 * 3.14159265358979);
+            }
+            sample *= tone.Level;
+        }
+        AppendNumber(bytes, static_cast<unsigned>(static_cast<int>(std::lround(sample * 32000))),
+                     2);
+    }
+    return bytes;
+}
+
+const std::vector<Tone> Three = {{0.5, 0.9, 60}, {1.0, 1.4, 67}, {1.6, 2.0, 64}};
+
+TEST(Transcribe, FindsTheNotesAndTheirTimes) {
+    const std::string sound = WriteBytes("three.wav", Wav(2.4, Three));
+    const std::string midi = InFolder("three.mid");
+    for (const char* tempo : {"60", "97.5"}) {
+        const Result result = RunZorhost({"transcribe", sound, "-o", midi, "--tempo", tempo});
+        EXPECT_EQ(result.Code, 0) << result.Err;
+        EXPECT_NE(result.Out.find("3 notes in 2.4 s of sound"), std::string::npos) << result.Out;
+        EXPECT_NE(result.Out.find("All that was loud enough became notes"), std::string::npos)
+            << result.Out;
+        int quarter = 0;
+        std::vector<TimedMessage> ons;
+        for (const TimedMessage& event : ReadBack(midi, &quarter)) {
+            if (Plain(event.Message)[2] > 0) ons.push_back(event);
+        }
+        ASSERT_EQ(ons.size(), Three.size());
+        for (std::size_t i = 0; i < ons.size(); ++i) {
+            EXPECT_EQ(ons[i].Message[1], Three[i].Key);
+            const double seconds = ons[i].Tick * 60.0 / std::stod(tempo) / quarter;
+            EXPECT_NEAR(seconds, Three[i].Start, 0.04) << i;
+        }
+    }
+}
+
+TEST(Transcribe, ThePlayedMelodyInTheTreeIsHeardAsWritten) {
+    const std::string midi = InFolder("melody.mid");
+    const std::string plot = InFolder("melody.svg");
+    const Result result =
+        RunZorhost({"transcribe", ZOR_MELODY ".flac", "-o", midi, "--plot", plot});
+    EXPECT_EQ(result.Code, 0) << result.Err;
+    const auto keys = [](const std::string& path) {
+        std::vector<int> all;
+        for (const TimedMessage& event : ReadBack(path)) {
+            if ((event.Message[0] & 0xF0) == 0x90 && event.Message[2] > 0) {
+                all.push_back(event.Message[1]);
+            }
+        }
+        return all;
+    };
+    EXPECT_EQ(keys(midi), keys(ZOR_MELODY ".mid"));
+    const std::string svg = ReadText(plot);
+    EXPECT_EQ(svg.find("<svg "), 0u);
+    EXPECT_EQ(svg.substr(svg.size() - 7), "</svg>\n");
+    std::size_t bars = 0;
+    for (std::size_t at = 0; (at = svg.find("<title>", at)) != std::string::npos; ++at) ++bars;
+    EXPECT_EQ(bars, keys(midi).size());
+}
+
+TEST(Transcribe, TellsWhatItDidNotUnderstand) {
+    const std::string sound =
+        WriteBytes("noise.wav", Wav(2.2, {{0.3, 0.7, 60}, {1.0, 1.5, -1}, {1.7, 2.0, 62}}));
+    const Result result = RunZorhost({"transcribe", sound});
+    EXPECT_EQ(result.Code, 0) << result.Err;
+    EXPECT_NE(result.Out.find("Not understood: 0."), std::string::npos) << result.Out;
+}
+
+TEST(Transcribe, AnswersSoundsThatHoldNoNote) {
+    const Bytes whole = Wav(0.5, {{0.1, 0.4, 60}});
+    const std::string text = "no sound at all";
+    const struct {
+        const char* Name;
+        Bytes File;
+        const char* Says;
+    } cases[] = {
+        {"nothing.wav", {}, "nothing.wav"},
+        {"text.wav", Bytes(text.begin(), text.end()), "text.wav"},
+        {"header.wav", Bytes(whole.begin(), whole.begin() + 44), "is too short"},
+        {"short.wav", Wav(0.03, {{0, 1, 60}}), "is too short"},
+        {"silent.wav", Wav(1, {}), "is silent"},
+        {"quiet.wav", Wav(1, {{0.2, 0.8, 60, 0.05}}), "is too quiet"},
+        {"hiss.wav", Wav(1, {{0.2, 0.3, -1}}), "no note was understood"},
+    };
+    for (const auto& c : cases) {
+        const std::string path = WriteBytes(c.Name, c.File);
+        const std::string midi = InFolder("none.mid");
+        const Result result = RunZorhost({"transcribe", path, "-o", midi});
+        EXPECT_EQ(result.Code, 1) << c.Name;
+        EXPECT_NE(result.Err.find(c.Says), std::string::npos) << c.Name << ": " << result.Err;
+        EXPECT_EQ(ReadText(midi), "") << c.Name;
+    }
+    const Result missing = RunZorhost({"transcribe", InFolder("absent.wav")});
+    EXPECT_EQ(missing.Code, 1);
+    EXPECT_NE(missing.Err.find("absent.wav"), std::string::npos) << missing.Err;
+}
+
+TEST(Listen, PrintsPlaysAndWritesTheNotesOfAMicrophone) {
+    Peer peer("Loopback MIDI 2");
+    const std::string sound = WriteBytes("three.wav", Wav(2.4, Three));
+    const std::string midi = InFolder("listened.mid");
+    const Result result =
+        RunZorhost({"listen", "--mic", sound, "--thru", "Loopback MIDI 2", "-o", midi});
+    EXPECT_EQ(result.Code, 0) << result.Err;
+    for (const char* name :
+         {"  C4   velocity", "  G4   velocity", "  E4   velocity", "3 notes\n"}) {
+        EXPECT_NE(result.Out.find(name), std::string::npos) << name << result.Out;
+    }
+    EXPECT_EQ(ReadBack(midi).size(), 6u);
+    std::vector<std::uint32_t> keys;
+    ASSERT_TRUE(peer.Await(peer.Heard().empty() ? 0 : peer.Heard().back()));
+    for (const std::uint32_t message : peer.Heard()) {
+        if ((message & 0xFF) == 0x90 && message >> 16) keys.push_back(message >> 8 & 127);
+    }
+    EXPECT_EQ(keys, (std::vector<std::uint32_t>{60, 67, 64}));
+    EXPECT_EQ(RunZorhost({"listen"}).Code, 1);
+    EXPECT_EQ(RunZorhost({"listen", "--mic", sound, "--device", "2"}).Code, 1);
+}
+
+TEST(Microphone, IsHeardBesideThePorts) {
+    const std::string sound = WriteBytes("three.wav", Wav(2.4, Three));
+    const std::string midi = InFolder("both.mid");
+    Program record({"record", midi, "--mic", sound, "--seconds", "3"});
+    ASSERT_TRUE(record.Await("Listening to Loopback MIDI 1, the microphone"));
+    {
+        Peer peer("Loopback MIDI 1");
+        peer.Send(Packed(0x94, 40, 1));
+        ASSERT_TRUE(peer.Await(Packed(0x94, 40, 1)));
+    }
+    EXPECT_EQ(record.Finish(), 0) << record.Err;
+    EXPECT_EQ(ReadBack(midi).size(), 7u);
+}
+
+TEST(Microphone, OfTheSettingsHearsSilenceAndStopsNothing) {
+    const std::string folder = InFolder("mic settings");
+    std::filesystem::create_directory(folder);
+    std::ofstream(folder + "/ZORMIDI.INI") << "[PRECDRVR]\nEnablePitchRec=1\nChannel=5\n";
+    const std::string piece =
+        WriteMidi("short.mid", 0, 960, {{{0, {0x90, 60, 90}}, {10, {0x80, 60, 0}}}});
+    const Result result = RunZorhost({"--ini", folder, "play", piece, "--report"});
+    EXPECT_EQ(result.Code, 0) << result.Err;
+    EXPECT_NE(result.Err.find("it hears silence"), std::string::npos) << result.Err;
+}
+
+TEST(Microphone, IsComparedWithWhatWasWritten) {
+    const std::string sound = WriteBytes("three.wav", Wav(2.4, Three));
+    // 480 ticks a quarter at 120: 960 a second.
+    const std::string written = WriteMidi("written.mid", 0, 480,
+                                          {{{480, {0x90, 60, 90}},
+                                            {864, {0x80, 60, 0}},
+                                            {960, {0x90, 67, 90}},
+                                            {1344, {0x80, 67, 0}},
+                                            {1536, {0x90, 63, 90}},
+                                            {1920, {0x80, 63, 0}}}});
+    const std::string piece =
+        WriteMidi("short.mid", 0, 960, {{{0, {0x90, 60, 90}}, {10, {0x80, 60, 0}}}});
+    const Result result =
+        RunZorhost({"play", piece, "--mic", sound, "--written", written, "--report"});
+    EXPECT_EQ(result.Code, 0) << result.Err;
+    EXPECT_NE(
+        result.Out.find("2 of 3 written notes heard, 1 missed, 1 heard that were not written"),
+        std::string::npos)
+        << result.Out;
+}
+
+} // namespace
