@@ -125,7 +125,7 @@ TEST(Transcribe, AnswersSoundsThatHoldNoNote) {
     } cases[] = {
         {"nothing.wav", {}, "nothing.wav"},
         {"text.wav", Bytes(text.begin(), text.end()), "text.wav"},
-        {"header.wav", Bytes(whole.begin(), whole.begin() + 44), "is too short"},
+        {"header.wav", Bytes(whole.begin(), whole.begin() + 44), "holds no sound"},
         {"short.wav", Wav(0.03, {{0, 1, 60}}), "is too short"},
         {"silent.wav", Wav(1, {}), "is silent"},
         {"quiet.wav", Wav(1, {{0.2, 0.8, 60, 0.05}}), "is too quiet"},
