@@ -262,8 +262,7 @@ const AtPowerOn atPowerOn(Reset);
 void WaitUntilLibraryThreadsWait() {
     Kernel& kernel = The();
     Lock lock(kernel.Lock);
-    // One of them that gets here is itself at work, and waits for the others only.
-    kernel.NoneAtWork.wait(lock, [&kernel] { return kernel.AtWork == (libraryThread ? 1 : 0); });
+    kernel.NoneAtWork.wait(lock, [&kernel] { return kernel.AtWork == 0; });
 }
 
 int OpenHandles() {

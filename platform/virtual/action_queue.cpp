@@ -73,15 +73,17 @@ void ActionQueue::Remove(ActionPool& pool, Token token) {
 }
 
 void ActionQueue::RemoveAll(ActionPool& pool, const void* context) {
-    // Dropping fills the place from below it or above it, so the walk begins anew after each.
-    for (std::uint32_t place = 0; place < Count;) {
-        if (pool.Entries[Heap[place]].What.Context != context)
-            ++place;
-        else {
-            Drop(pool, place);
-            place = 0;
-        }
+    std::uint32_t kept = 0;
+    for (std::uint32_t place = 0; place < Count; ++place) {
+        const std::uint32_t slot = Heap[place];
+        if (pool.Entries[slot].What.Context == context)
+            pool.Free(slot);
+        else
+            Put(pool, kept++, slot);
     }
+    if (kept == Count) return; // still the heap that it was
+    Count = kept;
+    for (std::uint32_t place = Count / 2; place-- > 0;) Sink(pool, place);
 }
 
 void ActionQueue::Clear(ActionPool& pool) {

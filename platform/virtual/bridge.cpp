@@ -88,10 +88,10 @@ void* BridgeMain(void* /*argument*/) {
     }
 }
 
-// Sends on what an end still holds before it goes: for as long as its peers take it, and no longer
-// than they are waited for in general.
+// Sends on what an end still holds before it goes, for a second at the most.
 void Finish(Bridge& bridge, BridgeSender& sender) {
-    for (;;) {
+    const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(1);
+    while (std::chrono::steady_clock::now() < giveUp) {
         sender.Take();
         const State state = sender.Offer();
         if (state == State::Idle) return;

@@ -14,7 +14,7 @@ namespace machine {
 // Hangs a device, by its number, on the cable of that name; an empty name takes it off. Cables of
 // the machine itself stay as they are. False if there is no such device, or the user's runtime
 // folder cannot hold the cable's end. It ends with the device (RemoveMidiDevices, PowerOn) or with
-// the process, after what was sent has gone out.
+// the process, after what was sent has gone out. Thread: the one that steers.
 bool BridgeOutput(int output, const std::string& name);
 bool BridgeInput(int input, const std::string& name);
 

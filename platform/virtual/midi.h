@@ -13,7 +13,10 @@ int AddMidiInput(const std::string& name);
 int AddMidiOutput(const std::string& name, std::uint32_t support = 0);
 
 // Whatever is sent to the output device arrives at the input device, latency milliseconds later.
-// An output that MIDI_MAPPER opens is device 0's.
+// An output that MIDI_MAPPER opens is device 0's. What arrives are the bytes that a wire would
+// carry: data bytes clamped to 127, none beyond those that the status calls for, no system
+// exclusive. A reset of the output arrives as a note off for each note that still sounds. When tens
+// of thousands of messages are under way the output refuses more with MIDIERR_NOTREADY.
 void Connect(int output, int input, std::uint32_t latencyMilliseconds = 0);
 
 // Removes all MIDI devices and cables. All handles must be closed.

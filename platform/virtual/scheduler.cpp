@@ -80,13 +80,14 @@ void Run(Scheduler& scheduler, std::unique_lock<std::mutex>& lock, Runner& runne
 }
 
 // Timers and MIDI go before ordinary threads where the system allows it, and where it does not they
-// at least wake without the slack that it gives to ordinary threads.
+// at least wake without the slack that it gives to ordinary threads. What a callback starts is
+// ordinary again.
 void Hasten(Lane lane) {
     prctl(PR_SET_TIMERSLACK, 1);
     if (lane != Lane::Timers) return;
     sched_param parameters{};
     parameters.sched_priority = sched_get_priority_min(SCHED_FIFO) + 10;
-    pthread_setschedparam(pthread_self(), SCHED_FIFO, &parameters);
+    sched_setscheduler(0, SCHED_FIFO | SCHED_RESET_ON_FORK, &parameters);
 }
 
 void RunLane(Lane lane) {
