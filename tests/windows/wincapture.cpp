@@ -1,0 +1,77 @@
+// Captures through both classes from the system's own devices. Needs a microphone on which noise is
+// to be heard. Exit code 0: both did.
+#include "soundin/sound_in_dx.h"
+#include "soundin/sound_in_win.h"
+#include "support/text_string_array.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+
+namespace {
+
+// Filled on the delivering thread; read after Stop.
+struct Heard {
+    std::atomic<int> Blocks{0};
+    std::uint32_t LastTime = 0;
+    int Lowest = 255;
+    int Highest = 0;
+    bool InOrder = true;
+    bool Whole = true;
+    std::int32_t BytesPerBlock = 0;
+
+    static void Receive(std::uint32_t time, const std::uint8_t* data, std::int32_t byteCount,
+                        void* context) {
+        auto& self = *static_cast<Heard*>(context);
+        // Stamps go forward, and none is of the future.
+        const auto step = static_cast<std::int32_t>(time - self.LastTime);
+        const auto age = static_cast<std::int32_t>(timeGetTime() - time);
+        self.InOrder = self.InOrder && age >= 0 && (self.Blocks == 0 || step > 0);
+        self.Whole = self.Whole && byteCount == self.BytesPerBlock;
+        self.LastTime = time;
+        for (std::int32_t at = 0; at < byteCount; ++at) {
+            self.Lowest = std::min(self.Lowest, int{data[at]});
+            self.Highest = std::max(self.Highest, int{data[at]});
+        }
+        ++self.Blocks;
+    }
+};
+
+bool Capture(Sonorel::SoundIn& input, const char* name) {
+    Sonorel::TextStringArray devices;
+    std::printf("%s: %d devices", name, static_cast<int>(input.GetDeviceNames(devices)));
+    for (std::int32_t index = 0; index < devices.Count; ++index)
+        std::printf(", %s", devices.At(index)->Text());
+    std::printf("\n");
+    for (int run = 0; run < 3; ++run) { // opened anew each time
+        Heard heard;
+        input.SetCallback(&Heard::Receive, &heard);
+        if (!input.Open(22050)) {
+            std::printf("  cannot be opened\n");
+            input.Close();
+            return false;
+        }
+        heard.BytesPerBlock = input.BytesPerBlock;
+        input.Start();
+        // A sound server can take its time to begin.
+        for (int wait = 0; wait < 200 && heard.Blocks < 40; ++wait) Sleep(50);
+        input.Stop();
+        input.Close();
+        std::printf("  %d blocks from %d to %d\n", heard.Blocks.load(), heard.Lowest,
+                    heard.Highest);
+        if (heard.Blocks < 40 || !heard.InOrder || !heard.Whole || heard.Lowest > 100 ||
+            heard.Highest < 156)
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
+int main() {
+    Sonorel::SoundInDx dx;
+    Sonorel::SoundInWin win;
+    const bool dxHears = Capture(dx, "DirectSound");
+    const bool winHears = Capture(win, "waveIn");
+    return dxHears && winHears ? 0 : 1;
+}
