@@ -53,7 +53,7 @@ BOOL CALLBACK AddDevice(LPGUID guid, LPCSTR description, LPCSTR module, LPVOID c
     std::unique_ptr<CaptureDeviceRecord> record(new (std::nothrow) CaptureDeviceRecord{
         guid ? *guid : GUID{}, TextString(description), TextString(module)});
     if (!record || !devices.Append(record.get())) return FALSE;
-    record.release();
+    static_cast<void>(record.release()); // the list's
     return TRUE;
 }
 

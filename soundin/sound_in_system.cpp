@@ -17,7 +17,8 @@ double SoundInSystem::GetLevel() {
 }
 
 bool SoundInSystem::SetLevel(double level) {
-    const double value = MicVolume.Bounds.dwMaximum / 2 * level;
+    const DWORD half = MicVolume.Bounds.dwMaximum / 2;
+    const double value = half * level;
     return SetControlUnsigned(Mixer, MicLine, MicVolume,
                               static_cast<DWORD>(static_cast<std::int64_t>(value)));
 }

@@ -15,7 +15,7 @@ public:
     bool AppendText(const char* text) {
         std::unique_ptr<TextString> string(new (std::nothrow) TextString(text));
         if (!string || !Append(string.get())) return false;
-        string.release();
+        static_cast<void>(string.release()); // the list's
         return true;
     }
 };
