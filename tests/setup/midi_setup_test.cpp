@@ -12,7 +12,7 @@ constexpr char Default[] = "Default MIDI Output Device";
 // Opens in the large layout, which is where most controls can be reached, and leaves it small.
 class MidiSetupTest : public Desk {
 protected:
-    void Setup(machine::DialogScript user) {
+    void InLarge(machine::DialogScript user) {
         Show(0, [&](machine::DialogUser& at) {
             at.Click(Advanced);
             user(at);
@@ -29,7 +29,7 @@ protected:
 TEST_F(MidiSetupTest, TheListsHoldEachDeviceOnceWithItsNumber) {
     Inputs({"Zeta", "alpha", "Piano 2", "Piano", "Piano", "Pia"});
     Outputs({"Zeta", "Echo", "Echo"});
-    Setup([](machine::DialogUser& user) {
+    InLarge([](machine::DialogUser& user) {
         const std::vector<std::string> inputs{"(none)", "alpha",   "Pia", "Piano",
                                               "Piano",  "Piano 2", "Zeta"};
         const std::vector<std::string> outputs{"(none)", Default, "Echo", "Echo", "Zeta"};
@@ -60,7 +60,7 @@ TEST_F(MidiSetupTest, OkWritesAllKeysInOrder) {
     Inputs({"Keys", "Pads"});
     machine::AddMidiOutput("Synth", 4);
     machine::AddMidiOutput("Box", 8);
-    Setup([](machine::DialogUser& user) {
+    InLarge([](machine::DialogUser& user) {
         EXPECT_EQ(user.Text(InList(0)), "Keys");
         EXPECT_EQ(user.Text(OutList(0)), Default);
         EXPECT_TRUE(user.Checked(SyncChoice));
@@ -119,7 +119,7 @@ TEST_F(MidiSetupTest, BaseChannelsAreLimitedWithoutAWord) {
         {"0", "1"},   {"-5", "1"}, {"abc", "1"},         {"", "1"},    {"1", "1"}, {"64", "64"},
         {"65", "64"}, {"7x", "7"}, {"99999999999", "1"}, {" 12", "12"}};
     for (const auto& [text, stored] : typed) {
-        Setup([text = text](machine::DialogUser& user) {
+        InLarge([text = text](machine::DialogUser& user) {
             user.Type(InBase + 2, text);
             user.Type(OutBase + 5, text);
             EXPECT_EQ(user.Text(InBase + 2), text);
@@ -153,7 +153,7 @@ TEST_F(MidiSetupTest, ADeviceStandsOnOneRowOfASideOnly) {
         SCOPED_TRACE(test.Name);
         std::filesystem::remove(IniFile());
         HWND handle = nullptr;
-        Setup([&](machine::DialogUser& user) {
+        InLarge([&](machine::DialogUser& user) {
             handle = user.Handle();
             user.Click(ResetOutputs);
             for (const auto& [list, entry] : test.Chosen) EXPECT_TRUE(user.Select(list, entry));
@@ -177,7 +177,7 @@ TEST_F(MidiSetupTest, ADeviceStandsOnOneRowOfASideOnly) {
 
 TEST_F(MidiSetupTest, ARefusedChoiceCanBeCorrected) {
     Inputs({"Keys", "Pads"});
-    Setup([](machine::DialogUser& user) {
+    InLarge([](machine::DialogUser& user) {
         user.Select(InList(0), "Keys");
         user.Select(InList(3), "Keys");
         user.Click(IDOK);
@@ -195,7 +195,7 @@ TEST_F(MidiSetupTest, StoredNamesFindTheirEntry) {
     Outputs({"Synth"});
     WriteIni("[MMEDRVR]\nInName1=gone\nInName2=grand\nInName3=Keys\nOutName1=gone\n"
              "OutName2=Default MIDI Output Device\n");
-    Setup([](machine::DialogUser& user) {
+    InLarge([](machine::DialogUser& user) {
         EXPECT_EQ(user.Text(InList(0)), "(none)"); // not there today
         EXPECT_EQ(user.Text(InList(1)), "Grand Piano");
         EXPECT_EQ(user.Text(InList(2)), "Keys");
@@ -205,14 +205,14 @@ TEST_F(MidiSetupTest, StoredNamesFindTheirEntry) {
         user.Click(IDCANCEL);
     });
     EXPECT_EQ(Key("InName1"), "gone"); // it may come back
-    Setup([](machine::DialogUser& user) { user.Click(IDOK); });
+    InLarge([](machine::DialogUser& user) { user.Click(IDOK); });
     EXPECT_EQ(Key("InName1"), "(none)");
     EXPECT_EQ(Key("InName2"), "Grand Piano");
     EXPECT_EQ(Key("OutName1"), "(none)");
 }
 
 TEST_F(MidiSetupTest, NoDeviceAtAll) {
-    Setup([](machine::DialogUser& user) {
+    InLarge([](machine::DialogUser& user) {
         EXPECT_EQ(user.Items(InList(0)), (std::vector<std::string>{"(none)"}));
         EXPECT_EQ(user.Items(OutList(7)), (std::vector<std::string>{"(none)", Default}));
         user.Click(IDOK);
@@ -231,7 +231,7 @@ TEST_F(MidiSetupTest, CancelStoresNothing) {
     for (const Leave leave : {Leave([](machine::DialogUser& user) { user.Click(IDCANCEL); }),
                               Leave([](machine::DialogUser& user) { user.Escape(); }),
                               Leave([](machine::DialogUser& user) { user.CloseBox(); })})
-        Setup([leave](machine::DialogUser& user) {
+        InLarge([leave](machine::DialogUser& user) {
             user.Select(InList(0), "Pads");
             user.Type(InBase, "9");
             user.Click(SyncChoice + 2);
@@ -261,7 +261,7 @@ TEST_F(MidiSetupTest, TheSmallLayoutStoresAllRows) {
 
 TEST_F(MidiSetupTest, HelpAsksTheHost) {
     HWND handle = nullptr;
-    Setup([&](machine::DialogUser& user) {
+    InLarge([&](machine::DialogUser& user) {
         handle = user.Handle();
         EXPECT_EQ(GetWindowLongPtrA(handle, DWLP_USER), 6000);
         user.Click(midisetup::Help);
@@ -274,7 +274,7 @@ TEST_F(MidiSetupTest, HelpAsksTheHost) {
 TEST_F(MidiSetupTest, TheKeyboardIsEnough) {
     Inputs({"Keys", "Pads"});
     using Arrow = machine::DialogUser::Arrow;
-    Setup([](machine::DialogUser& user) {
+    InLarge([](machine::DialogUser& user) {
         while (user.Focus() != InList(1)) user.Tab();
         user.Press(Arrow::End);
         EXPECT_EQ(user.Text(InList(1)), "Pads");
@@ -313,7 +313,7 @@ TEST_F(MidiSetupTest, WhatWasSavedIsOpenedAfterwards) {
     Up = true;
     ASSERT_TRUE(ZorStartMIDI(0));
     EXPECT_EQ(machine::OpenMidiOutputs(), 1);
-    Setup([](machine::DialogUser& user) {
+    InLarge([](machine::DialogUser& user) {
         EXPECT_EQ(machine::OpenMidiOutputs(), 0);
         user.Select(OutList(0), "Synth");
         user.Select(OutList(1), "Box");
