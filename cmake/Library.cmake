@@ -21,7 +21,7 @@ else()
   set_target_properties(zormidi PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
     LINK_DEPENDS ${PROJECT_SOURCE_DIR}/engine/zormidi.map)
   target_link_options(zormidi PRIVATE
-    -Wl,--version-script=${PROJECT_SOURCE_DIR}/engine/zormidi.map -Wl,--no-undefined)
+    -Wl,--version-script=${PROJECT_SOURCE_DIR}/engine/zormidi.map ${ZOR_NO_UNDEFINED})
 
   # The same objects for tests and benches that look inside.
   add_library(zor_inside STATIC ${zor_objects} platform/attach.cpp)

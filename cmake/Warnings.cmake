@@ -18,8 +18,11 @@ if(WIN32)
     -Wno-undef -Wno-attributes)
 endif()
 if(ZOR_SANITIZE)
-  target_compile_options(zor_options INTERFACE -fsanitize=${ZOR_SANITIZE} -fno-omit-frame-pointer -g)
+  target_compile_options(zor_options INTERFACE -fsanitize=${ZOR_SANITIZE} -fno-omit-frame-pointer -g1)
   target_link_options(zor_options INTERFACE -fsanitize=${ZOR_SANITIZE})
+else()
+  # The sanitizers' own symbols come with the program, not with a shared library.
+  set(ZOR_NO_UNDEFINED -Wl,--no-undefined)
 endif()
 
 # zor_subsystem(name sources...): an object library of the product. Only zor_options is linked, so
