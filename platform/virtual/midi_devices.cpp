@@ -52,7 +52,7 @@ MidiMachine* MachineAtLoad() {
     midi->Inputs.Listed.push_back(std::make_unique<MidiInputDevice>());
     midi->Outputs.Listed.push_back(std::make_unique<MidiOutputDevice>());
     midi->Inputs.Listed.back()->Name = midi->Outputs.Listed.back()->Name = name;
-    midi->Outputs.Listed.back()->Cables.push_back({midi->Inputs.Listed.back().get(), 0});
+    midi->Outputs.Listed.back()->Cables.push_back({midi->Inputs.Listed.back().get(), 1000});
     return midi;
 }
 
