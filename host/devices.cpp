@@ -36,6 +36,8 @@ void Devices(const GlobalOptions& global) {
     const PortMap map = ReadPortMap(settings.IniPath());
     PrintNames("Input devices", InputDevices());
     PrintNames("Output devices", OutputDevices());
+    std::printf("Microphones\n  (those of this computer are not reached yet; --mic lets one hear a "
+                "sound file)\n");
     const bool there = std::filesystem::exists(settings.IniPath());
     std::printf("Ports by %s%s\n", settings.IniPath().c_str(),
                 there ? "" : " (not there: defaults)");
