@@ -4,6 +4,7 @@
 #include "host/host_error.h"
 #include "host/interrupt.h"
 #include "host/library.h"
+#include "host/microphone.h"
 #include "host/settings.h"
 #include "host/setup_form.h"
 #include "host/virtual_machine.h"
@@ -14,6 +15,7 @@
 #include <exception>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <sstream>
 #include <stop_token>
 #include <thread>
@@ -123,6 +125,9 @@ void Setup(const GlobalOptions& global, const SetupOptions& options) {
     if (changes) std::filesystem::create_directories(folder, none);
     if (none) throw HostError("the folder " + folder + " cannot be made: " + none.message());
     const VirtualMachine machine;
+    // So that the level can be set: those of this computer are not reached yet.
+    std::optional<Microphone> silent;
+    if (options.Dialog == SetupDialog::Microphone) silent.emplace();
     const RunSettings settings(folder, {});
     const Library library;
     if (!options.Set.empty()) ChangeSettings(options);
