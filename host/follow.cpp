@@ -11,6 +11,7 @@
 #include "host/virtual_machine.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <memory>
 
@@ -19,6 +20,11 @@ namespace zorhost {
 namespace {
 
 constexpr int UnitsPerQuarter = 1024; // of the library's time in external sync
+constexpr int UnitsPerSixteenth = UnitsPerQuarter / 4;
+constexpr int UnitsPerClock = 43; // rounded up
+// A clock that stays away for longer has stopped: twice the distance of two at 10 quarters a
+// minute.
+constexpr auto LongestGap = std::chrono::milliseconds(500);
 
 struct FollowOptions {
     std::string File;
@@ -31,6 +37,8 @@ class Follower {
 public:
     explicit Follower(MidiFile file) : File(std::move(file)), Play({}) { GoTo(0); }
 
+    // Before the first clock comes.
+    void Begin();
     void Run();
     bool Complete() const { return Play.AllFed() && !Interrupted(); }
 
@@ -43,11 +51,18 @@ private:
     }
     void GoTo(std::int64_t tick);
     void Hear(const MIDIEvent& record);
+    void Stop();
+    void WatchTime();
     void ShowProgress(Progress& progress) const;
 
     const MidiFile File;
     Player Play;
     bool Running = false;
+    // The time as last seen, since when it stands there, and whether it has gone on since the clock
+    // was started.
+    std::int32_t Place = 0;
+    std::chrono::steady_clock::time_point Since;
+    bool Moved = false;
 };
 
 // Replaces what is queued by the piece from that tick on.
@@ -74,14 +89,45 @@ void Follower::Hear(const MIDIEvent& record) {
     case 0xFB:
         Running = true;
         break;
-    case 0xFC: // what is at this place has been played
-        Library::Silence(Play.All());
-        GoTo(TickAtUnits(std::max(0, ZorTimeMIDI(0))) + 1);
-        Running = false;
+    case 0xFC:
+        Stop();
         break;
     default:
-        break;
+        return;
     }
+    Place = ZorTimeMIDI(0);
+    Moved = false;
+}
+
+// Ends what sounds. What is at this place has been played.
+void Follower::Stop() {
+    Library::Silence(Play.All());
+    GoTo(TickAtUnits(std::max(0, ZorTimeMIDI(0))) + 1);
+    Running = false;
+    Moved = false;
+}
+
+// A message that comes in while one goes out is not filed, but the library's clock has heard it:
+// where the sender has gone shows in the time. So does a clock that stops without a word.
+void Follower::WatchTime() {
+    const std::int32_t now = ZorTimeMIDI(0);
+    const auto clock = std::chrono::steady_clock::now();
+    if (now == Place) {
+        if (Moved && clock - Since > LongestGap) Stop();
+        return;
+    }
+    const bool back = now < Place - 1;
+    const bool ahead = !Running && now - Place >= UnitsPerSixteenth - 1;
+    if (back || ahead) {
+        Library::Silence(Play.All());
+        // Song positions are sixteenths, and the next clock stands at it.
+        const std::int32_t sixteenths = std::max(0, now + UnitsPerClock) / UnitsPerSixteenth;
+        GoTo(TickAtUnits(std::int64_t{sixteenths} * UnitsPerSixteenth));
+    } else {
+        Moved = Running = true;
+    }
+    Place = now;
+    Since = clock;
 }
 
 void Follower::ShowProgress(Progress& progress) const {
@@ -95,16 +141,21 @@ void Follower::ShowProgress(Progress& progress) const {
     progress.Show(line);
 }
 
+// The first clock after Start stands at the beginning, not one clock behind it: the count begins at
+// -1, which minus one clock gives.
+void Follower::Begin() {
+    ZorSetMIDITimer(-UnitsPerClock);
+    Place = ZorTimeMIDI(0);
+}
+
 void Follower::Run() {
-    // The first clock after Start stands at the beginning, not one clock behind it: the count
-    // begins at -1, which -43 units give.
-    ZorSetMIDITimer(-43);
     Progress progress;
     std::vector<MIDIEvent> records;
     do {
         records.clear();
         Library::TakeReceived(records);
         for (const MIDIEvent& record : records) Hear(record);
+        WatchTime();
         Play.Feed();
         // The timer counts milliseconds, the piece goes by the clock: look again more often.
         ZorMIDIPlay();
@@ -139,6 +190,7 @@ void Run(const GlobalOptions& global, const FollowOptions& options) {
     start.Keep.System = 0xFFFF & ~(1 << 2 | 1 << 10 | 1 << 11 | 1 << 12);
     Library library;
     library.Start(start);
+    follower.Begin();
     SayWaiting(ReadPortMap(settings.IniPath()));
     follower.Run();
     std::printf("%s\n", follower.Complete() ? "Played to the end" : "Stopped");

@@ -170,8 +170,9 @@ TEST(Follow, GoesWhereTheClockIs) {
     const std::size_t stopped = peer.Heard().size();
     peer.Send(Packed(0xFC));
     ASSERT_TRUE(peer.Await(Packed(0xB0, 123, 0), stopped));
-    peer.Send(Packed(0xF2, 20));
-    ASSERT_TRUE(peer.Await(Packed(0xB0, 123, 0), peer.Heard().size()));
+    const std::size_t moved = peer.Heard().size();
+    peer.Send(Packed(0xF2, 20)); // while it still silences
+    ASSERT_TRUE(peer.Await(Packed(0xB0, 123, 0), moved));
     const std::size_t continued = peer.Heard().size();
     peer.Send(Packed(0xFB));
     SendClocks(peer, 1);
