@@ -1,9 +1,12 @@
 #include "engine/drivers.h"
 
+#include "engine/errand.h"
 #include "engine/lifecycle.h"
 #include "engine/queues.h"
 #include "engine/sections.h"
 #include "engine/time_base.h"
+
+#include <utility>
 
 // Slots are filled in at build time; only the flags change.
 constinit MIDIDriverEntry MIDIDrivers[DriverRows] = {
@@ -42,12 +45,10 @@ namespace {
 
 // Changed inside a section, so that a count is never lost; release, so that who sees the end of a
 // transmission sees what it did.
-class Transmission {
+class Transmission : Errand {
 public:
-    Transmission() { Change(1); }
+    explicit Transmission(Generation begun) : Errand(Kind::Transmission, begun) { Change(1); }
     ~Transmission() { Change(-1); }
-    Transmission(const Transmission&) = delete;
-    Transmission& operator=(const Transmission&) = delete;
 
 private:
     static void Change(int step) {
@@ -57,41 +58,95 @@ private:
     }
 };
 
+// All of these belong to the host's thread, which comes in again from the message loop of a box or
+// a dialog.
+bool changing = false;             // a row is being opened or closed
+bool inDialog[DriverRows] = {};    // the row belongs to its dialog
+Generation opened = 0, closed = 0; // when the drivers were last opened and closed as a group
+
+// Opens the row as part of the group. False if it cannot be opened, or the host has closed the
+// group from a box meanwhile.
+bool OpenRow(int index) {
+    MIDIDriverEntry& row = MIDIDrivers[index];
+    if (!row.Inited || !row.Ready()) return true;
+    if (!inDialog[index] && !row.Open()) {
+        row.Error = 1;
+        return false;
+    }
+    if (closed > opened) {
+        if (!inDialog[index]) row.Close();
+        return false;
+    }
+    row.Opened = 1;
+    return true;
+}
+
+// Cleared first, so that a box in the middle of it finds the row closed.
+void CloseRow(int index) {
+    MIDIDriverEntry& row = MIDIDrivers[index];
+    if (row.Opened.exchange(0) && !inDialog[index]) row.Close();
+}
+
+bool OpenAllRows() {
+    for (int index = 0; index < DriverRows; ++index)
+        if (!OpenRow(index)) return false;
+    return true;
+}
+
+// Opens the microphone for its dialog even where the feature is switched off.
+void OpenForDialog(MIDIDriverEntry& row) {
+    const std::uint8_t setting = EnablePitchRec.exchange(1);
+    row.Open();
+    EnablePitchRec = setting;
+}
+
 } // namespace
 
 bool OpenMIDIDrivers() {
+    if (changing) return false;
     if (DriversOpen) return true;
     if (!LibraryIsUp()) return false;
     EmptyAllQueues();
     StopExternalClock();
+    opened = EndTransmissions();
     DriversOpen = 1;
-    for (MIDIDriverEntry& row : MIDIDrivers) {
-        if (!row.Inited || !row.Ready()) continue;
-        if (!row.Open()) {
-            row.Error = 1;
-            CloseMIDIDrivers();
-            return false;
-        }
-        row.Opened = 1;
-    }
-    return true;
+    changing = true;
+    const bool complete = OpenAllRows();
+    changing = false;
+    if (!complete) CloseMIDIDrivers();
+    return complete;
 }
 
 void CloseMIDIDrivers() {
     if (!DriversOpen) return;
-    for (MIDIDriverEntry& row : MIDIDrivers) {
-        if (!row.Opened) continue;
-        row.Close();
-        row.Opened = 0;
-    }
+    closed = EndTransmissions();
     DriversOpen = 0;
+    const bool outermost = !std::exchange(changing, true);
+    for (int index = 0; index < DriverRows; ++index) CloseRow(index);
+    if (outermost) changing = false;
 }
 
-bool XmitToDrivers(const MIDIEvent& event) {
-    const Transmission transmission;
+// Closed for the dialog, but the microphone, which its dialog wants live.
+void RunDriverDialog(int index, HWND parent) {
+    if (std::exchange(inDialog[index], true)) return;
+    MIDIDriverEntry& row = MIDIDrivers[index];
+    const bool live = index == PRecRow && row.Inited;
+    if (row.Opened) row.Close();
+    if (live) OpenForDialog(row);
+    row.Config(parent);
+    if (live) row.Close();
+    // The opening may show a box, from which the host changes its mind once more.
+    for (bool open = false; open != (row.Opened && LibraryIsUp()); open = !open)
+        open ? row.Close() : row.Open();
+    inDialog[index] = false;
+}
+
+bool XmitToDrivers(const MIDIEvent& event, Generation begun) {
+    const Transmission transmission(begun);
     bool sent = true;
     for (MIDIDriverEntry& row : MIDIDrivers) {
         if (!row.Opened.load(std::memory_order_acquire)) continue;
+        if (!StillWanted()) break;
         if (row.Xmit(&event)) continue;
         row.Error.store(1, std::memory_order_release);
         sent = false;
@@ -99,7 +154,9 @@ bool XmitToDrivers(const MIDIEvent& event) {
     return sent;
 }
 
+// An errand of its own: a kill from the message box of a transmission must not pass for that one.
 void SilenceDrivers() {
+    const Errand errand(Errand::Kind::Transmission);
     for (MIDIDriverEntry& row : MIDIDrivers) {
         if (row.Opened.load(std::memory_order_acquire)) row.Silence();
     }

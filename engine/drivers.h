@@ -2,6 +2,7 @@
 #pragma once
 
 #include "engine/driver.h"
+#include "engine/generation.h"
 
 #include <atomic>
 #include <cstdint>
@@ -10,18 +11,25 @@
 extern std::atomic<std::uint8_t> DriversOpen;
 
 // Empties the rings, stops the external clock and opens every row that is up and Ready. All or
-// nothing. True also if they are open already, which changes nothing.
+// nothing. True also if they are open already, which changes nothing. False from within a message
+// box of a row that is just being opened or closed; what the host closes from there stays closed.
 // Thread: host.
 bool OpenMIDIDrivers();
 void CloseMIDIDrivers();
+
+// Runs a row's dialog. Meanwhile the row belongs to the dialog: opening and closing the drivers
+// only note for it what the host wants, which comes true when the dialog has ended. A second dialog
+// of the row does not open. Thread: host.
+void RunDriverDialog(int row, HWND parent);
 
 // Transmissions now running through the drivers' Xmit slots, on any thread.
 extern std::atomic<std::int16_t> XmitBusy;
 inline bool Transmitting() { return XmitBusy.load(std::memory_order_acquire) > 0; }
 
-// Hands one record to every open row. False if one refused; the others have had it then.
+// Hands one record to every open row. False if one refused; the others have had it then. begun: the
+// generation that it belongs to; it goes no further once that was silenced.
 // Thread: any. Real time: as the devices allow.
-bool XmitToDrivers(const MIDIEvent& event);
+bool XmitToDrivers(const MIDIEvent& event, Generation begun);
 
-// Has every open row release what it holds sounding.
+// Has every open row release what it holds sounding. Thread: host.
 void SilenceDrivers();

@@ -1,6 +1,7 @@
 #include "engine/lifecycle.h"
 
 #include "engine/drivers.h"
+#include "engine/errand.h"
 #include "engine/module.h"
 #include "engine/queues.h"
 #include "engine/receive.h"
@@ -60,13 +61,7 @@ void TakeDown() {
     FreeAllQueues();
     StopMIDITimer();
     SysInited = 0;
-}
-
-// Opens the microphone for its dialog even where the feature is switched off.
-void OpenForDialog(MIDIDriverEntry& row) {
-    const std::uint8_t setting = EnablePitchRec.exchange(1);
-    row.Open();
-    EnablePitchRec = setting;
+    AwaitCallbacks();
 }
 
 } // namespace
@@ -78,6 +73,8 @@ int16_t ZORCALL MIDISysInit(ZorBool reinit) ZORNOEXCEPT {
         if (!reinit) return ZOR_ALREADY_INITIALISED;
         TakeDown();
     }
+    PinModule();
+    ResumeChain();
     FreeAllQueues();
     BuildIniPath();
     const UINT speed = GetPrivateProfileIntA("ZORMIDI", "MMESpeed", 4, IniPath);
@@ -122,15 +119,7 @@ ZorBool ZORCALL ZorStopMIDI(void) ZORNOEXCEPT {
 }
 
 void ZORCALL ZorConfigMIDIDriver(void* parent, int16_t row) ZORNOEXCEPT {
-    if (row < 0 || row >= DriverRows) return;
-    MIDIDriverEntry& driver = MIDIDrivers[row];
-    const bool liveDialog = row == PRecRow && driver.Inited;
-    const bool wasOpen = driver.Opened;
-    if (wasOpen) driver.Close();
-    if (liveDialog) OpenForDialog(driver);
-    driver.Config(static_cast<HWND>(parent));
-    if (liveDialog) driver.Close();
-    if (wasOpen) driver.Open();
+    if (row >= 0 && row < DriverRows) RunDriverDialog(row, static_cast<HWND>(parent));
 }
 
 void ZORCALL ZorMIDIStatus(uint8_t* driversOpen, uint8_t* timerRunning) ZORNOEXCEPT {
@@ -146,11 +135,4 @@ uint32_t ZORCALL ZorMIDIDriverVersion(char* text) ZORNOEXCEPT {
         std::memcpy(text, name, std::strlen(name) + 1);
     }
     return VersionWord;
-}
-
-void ZORCALL ZorSyncMIDI(int16_t mode) ZORNOEXCEPT {
-    for (MIDIDriverEntry& row : MIDIDrivers) {
-        if (row.Inited) row.Sync(row.TakesSync ? mode : std::int16_t{0});
-    }
-    SyncMode.store(mode, std::memory_order_relaxed);
 }

@@ -43,12 +43,11 @@ ZorBool ZORCALL ZorXmitEmpty(ZorBool wait) ZORNOEXCEPT {
     }
 }
 
+// What was sent before is counted by the drivers and silenced here; what was on its way goes no
+// further, since it belongs to an older generation.
 void ZORCALL ZorKillMIDI(void) ZORNOEXCEPT {
-    EndTimerChain();
-    EmptyQueue(MIDIQueues[ZOR_QUEUE_OUTPUT]);
-    EmptyQueue(MIDIQueues[ZOR_QUEUE_OUTPUT2]);
-    for (const MIDIEvent& ending : Endings) XmitToDrivers(ending);
+    EndPlayback();
+    const Generation now = CurrentGeneration();
+    for (const MIDIEvent& ending : Endings) XmitToDrivers(ending, now);
     SilenceDrivers();
-    // A pump that came in meanwhile found the drivers busy and put itself off: its expiry goes too.
-    EndTimerChain();
 }

@@ -1,9 +1,10 @@
-#include "engine/pump.h"
-
+// Plays what is due from the output queues.
 #include "engine/drivers.h"
+#include "engine/errand.h"
 #include "engine/queues.h"
 #include "engine/sections.h"
 #include "engine/time_base.h"
+#include "engine/timer.h"
 
 #include <atomic>
 
@@ -27,95 +28,90 @@ bool MovePosition(MIDIQueue& queue, const MIDIEvent& event) {
 
 // What a pass found at the head of a queue.
 struct HeadRecord {
-    enum { Nothing, AwaitsClock, ForQueue, ForDrivers } State = Nothing;
+    enum { Nothing, AwaitsClock, ForQueue, ForDrivers, PassIsVoid } State = Nothing;
     MIDIEvent Event;
-    std::uint32_t Resets; // of the ring, when the record was copied
+};
+
+// One pass: all of it by one time, and for one piece.
+struct Pass {
+    Generation Piece = CurrentGeneration(); // before the time, which may be void as soon as read
+    std::int32_t Now = CurrentMIDITime();
 };
 
 // Copies the record at the head if its time has come; it stays in the queue.
-HeadRecord TakeDue(MIDIQueue& queue, std::int32_t now) {
+HeadRecord TakeDue(MIDIQueue& queue, const Pass& pass) {
     HeadRecord found{};
     if (!queue.Holds()) return found;
     QueueSection section;
-    if (!queue.Holds()) return found;
-    if (ExternalClockStands()) {
+    if (CurrentGeneration() != pass.Piece) {
+        found.State = HeadRecord::PassIsVoid;
+    } else if (queue.Holds() && ExternalClockStands()) {
         found.State = HeadRecord::AwaitsClock;
-    } else if (now >= queue.Head->Time) {
+    } else if (queue.Holds() && pass.Now >= queue.Head->Time) {
         found.Event = *queue.Head;
-        found.Resets = queue.Resets;
         const bool forDrivers = MovePosition(queue, found.Event);
         found.State = forDrivers ? HeadRecord::ForDrivers : HeadRecord::ForQueue;
     }
     return found;
 }
 
-// Removes the record that was copied, unless the ring has been emptied or replaced meanwhile.
-void Remove(MIDIQueue& queue, const HeadRecord& record) {
+// Removes the record that was copied. One that was sent goes even if the time has been set anew
+// meanwhile: it must not go out twice.
+void Remove(MIDIQueue& queue, Generation copied) {
     QueueSection section;
-    if (queue.Resets == record.Resets) queue.Drop();
+    if (queue.Emptied <= copied) queue.Drop();
 }
 
-// Hands the record out. If playback was ended while it was on its way, the drivers may have been
-// silenced before they had it: they are silenced once more.
-void Send(const MIDIEvent& event, std::uint32_t kills) {
-    XmitToDrivers(event);
-    if (TimerKills() != kills) SilenceDrivers();
-}
-
-// Plays what is due in one queue. True if it waits for the external clock.
-bool PlayQueue(MIDIQueue& queue, std::int32_t now) {
+// Plays what is due in one queue; gives what it found then.
+HeadRecord PlayQueue(MIDIQueue& queue, const Pass& pass) {
     for (;;) {
-        const std::uint32_t kills = TimerKills();
-        const HeadRecord record = TakeDue(queue, now);
-        if (record.State == HeadRecord::Nothing) return false;
-        if (record.State == HeadRecord::AwaitsClock) return true;
-        if (record.State == HeadRecord::ForDrivers) Send(record.Event, kills);
-        Remove(queue, record);
+        const HeadRecord record = TakeDue(queue, pass);
+        const bool taken =
+            record.State == HeadRecord::ForDrivers || record.State == HeadRecord::ForQueue;
+        if (!taken) return record;
+        if (record.State == HeadRecord::ForDrivers) XmitToDrivers(record.Event, pass.Piece);
+        Remove(queue, pass.Piece);
     }
 }
 
-// One pass over both queues by one time; all that is due in queue 1 goes before queue 2.
-bool PlayPass() {
-    const std::int32_t now = CurrentMIDITime();
+// Plays a pass and programs the expiry for what comes next; all that is due in queue 1 goes before
+// queue 2. False if there is more to do at once: a record came due while the pass ran, or something
+// ended or began under it.
+bool PlayAndProgram() {
+    const Pass pass;
     bool awaitingClock = false;
     for (int index = FirstOutputQueue; index < QueueCount; ++index) {
-        if (PlayQueue(MIDIQueues[index], now)) awaitingClock = true;
+        const HeadRecord last = PlayQueue(MIDIQueues[index], pass);
+        if (last.State == HeadRecord::PassIsVoid) return false;
+        if (last.State == HeadRecord::AwaitsClock) awaitingClock = true;
     }
-    return awaitingClock;
-}
-
-// Plays a pass and programs the expiry for what comes next. False if a record came due while the
-// pass ran: it is to be played at once.
-bool PlayAndProgram(TimerTicket& ticket) {
-    const bool awaitingClock = PlayPass();
-    CancelTimer(ticket);
-    const NextDelay next = DelayToNextEvent();
-    if (!next.Due) {
-        ArmTimer(next.Delay, ticket);
-        return true;
-    }
+    const NextDelay next = DelayToNextEvent(CurrentMIDITime());
+    if (!next.Due) return ArmTimer(next.Delay, pass.Piece);
     // A record that is due but waits for the clock ends the chain, unless the clock has started
     // since the pass looked.
-    return awaitingClock && ExternalClockStands();
+    return awaitingClock && ExternalClockStands() && DisarmTimer(pass.Piece);
 }
 
-} // namespace
-
-void PlayQueues(TimerTicket ticket) {
+// Plays and programs the next expiry; a second one at the same time puts itself off.
+void PlayQueues() {
     // Acquire and release: the passes of two threads follow each other.
-    if (Transmitting() || PlayBusy.exchange(true, std::memory_order_acquire)) {
-        DeferTimer(ticket);
-        return;
-    }
-    while (!PlayAndProgram(ticket)) {
+    if (Transmitting() || PlayBusy.exchange(true, std::memory_order_acquire)) return DeferTimer();
+    while (!ChainEnded() && !PlayAndProgram()) {
     }
     PlayBusy.store(false, std::memory_order_release);
 }
 
-void ZORCALL ZorMIDIPlay(void) ZORNOEXCEPT { PlayQueues(TakeTimerTicket()); }
+} // namespace
+
+void ZORCALL ZorMIDIPlay(void) ZORNOEXCEPT {
+    ResumeChain();
+    PlayQueues();
+}
 
 void ZORCALL MMETimerCallBack(uint32_t, uint32_t, uintptr_t, uintptr_t, uintptr_t) ZORNOEXCEPT {
-    const TimerTicket ticket = TakeTimerTicket();
+    const Errand errand(Errand::Kind::Expiry);
+    // Dispatched before playback was ended and entered after it.
+    if (ChainEnded()) return;
     PollPitchRec();
-    PlayQueues(ticket);
+    PlayQueues();
 }

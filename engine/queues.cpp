@@ -4,6 +4,8 @@
 #include "engine/lifecycle.h"
 #include "engine/sections.h"
 
+#include <algorithm>
+
 namespace {
 
 constexpr auto relaxed = std::memory_order_relaxed;
@@ -40,7 +42,7 @@ MIDIEvent* MIDIQueue::After(MIDIEvent* slot) const {
 void MIDIQueue::Empty() {
     Head = Tail = Start.load(relaxed);
     Count.store(0, relaxed);
-    ++Resets;
+    Emptied = RaiseGeneration();
 }
 
 void MIDIQueue::Drop() {
@@ -88,6 +90,19 @@ void EmptyAllQueues() {
 
 void FreeAllQueues() {
     for (MIDIQueue& queue : MIDIQueues) FreeQueue(queue);
+}
+
+std::int32_t NextEventTime() {
+    std::int32_t earliest = NoEvent;
+    for (int index = FirstOutputQueue; index < QueueCount; ++index) {
+        const MIDIQueue& queue = MIDIQueues[index];
+        if (!queue.Holds()) continue;
+        QueueSection section;
+        // Copied out of the packed record, which nothing may be bound to.
+        const std::int32_t time = queue.Holds() ? queue.Head->Time : NoEvent;
+        earliest = std::min(earliest, time);
+    }
+    return earliest;
 }
 
 ZorBool ZORCALL ZorAllocMIDI(int16_t queue, int16_t slots) ZORNOEXCEPT {
@@ -141,7 +156,7 @@ ZorBool ZORCALL ZorRcv(MIDIEvent* event, ZorBool peek) ZORNOEXCEPT {
 
 ZorBool ZORCALL ZorXmit(uint16_t queue, const MIDIEvent* event) ZORNOEXCEPT {
     if (!event) return 0;
-    if (queue == ZOR_IMMEDIATE) return XmitToDrivers(*event);
+    if (queue == ZOR_IMMEDIATE) return XmitToDrivers(*event, CurrentGeneration());
     MIDIQueue* ring = Find(static_cast<std::int16_t>(queue));
     return ring && PushMQ(*event, *ring, false);
 }

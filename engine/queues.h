@@ -1,6 +1,7 @@
 // The three rings of records between the host and the real-time side.
 #pragma once
 
+#include "engine/generation.h"
 #include "engine/zormidi.h"
 #include "platform/platform.h"
 
@@ -28,15 +29,14 @@ struct MIDIQueue {
     std::atomic<std::int32_t> Etime;   // of the record played last
     std::atomic<std::uint16_t> Marker; // of the marker record played last
 
-    // Counts whatever empties or replaces the ring, and is never set back: who copied a record
-    // knows from it whether the record still stands at Head.
-    std::uint32_t Resets;
+    Generation Emptied; // what the last emptying or replacing raised the generation to
 
     bool Holds() const { return Count.load(std::memory_order_relaxed) != 0; }
     bool HasBlock() const { return Start.load(std::memory_order_relaxed) != nullptr; }
 
     // The rest must be called inside a section.
     MIDIEvent* After(MIDIEvent* slot) const;
+    // Etime and Marker stay. Raises the generation.
     void Empty();
     // Takes Head out; the ring must hold a record.
     void Drop();
@@ -57,3 +57,8 @@ void EmptyQueue(MIDIQueue& queue);
 void EmptyAllQueues();
 // Gives every queue's memory back.
 void FreeAllQueues();
+
+// The time of the earliest record at the head of an output queue; NoEvent if both are empty.
+// Thread: any. Real time: yes.
+constexpr std::int32_t NoEvent = 0x7FFFFFFF;
+std::int32_t NextEventTime();

@@ -1,6 +1,7 @@
 #include "engine/receive.h"
 
 #include "engine/drivers.h"
+#include "engine/errand.h"
 #include "engine/queues.h"
 #include "engine/time_base.h"
 
@@ -44,10 +45,10 @@ std::int32_t Stamp(std::int32_t time, bool aged) {
     return static_cast<std::int32_t>(given - ReadTimeBase().TimeOrigin);
 }
 
-void Echo(MIDIEvent copy) {
+void Echo(MIDIEvent copy, Generation begun) {
     const bool mapped = copy.Status < 0xF0 && copy.Channel >= 0 && copy.Channel < MapEntries;
     if (mapped) copy.Channel = EchoMap[static_cast<std::size_t>(copy.Channel)].load(relaxed);
-    XmitToDrivers(copy);
+    XmitToDrivers(copy, begun);
 }
 
 void SetEchoMap(const std::uint8_t* map) {
@@ -62,11 +63,13 @@ bool EchoIsOn() { return EchoOn.load(std::memory_order_acquire) != 0; }
 
 void RcvEvent(MIDIEvent* event, std::uint8_t aged) {
     if (event->Status == ActiveSensing) return;
+    // A note that a kill overtakes on its way to the echo would never be released.
+    const Generation begun = CallbackBegun();
     FeedClock(*event);
     event->Time = Stamp(event->Time, aged != 0);
     if (Transmitting()) return; // lost, so that an echo never meets a transmission
     if (Passes(event->Status)) PushMQ(*event, MIDIQueues[InputQueue], true);
-    if (EchoIsOn()) Echo(*event);
+    if (EchoIsOn()) Echo(*event, begun);
 }
 
 void ZORCALL ZorFilterMIDI(uint16_t mask, uint16_t sysMask) ZORNOEXCEPT {

@@ -3,12 +3,11 @@
 
 #include "platform/platform.h"
 
-// A critical section that lives as long as the module: callbacks of the system may still be under
-// way after the library has been taken down, and they must find a lock.
+// A critical section that is never destroyed: callbacks of the system may still be under way after
+// the library has been taken down, and even while the process ends, and they must find a lock.
 class Lock {
 public:
     Lock() { InitializeCriticalSection(&section); }
-    ~Lock() { DeleteCriticalSection(&section); }
     Lock(const Lock&) = delete;
     Lock& operator=(const Lock&) = delete;
     void Enter() { EnterCriticalSection(&section); }

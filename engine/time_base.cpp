@@ -1,5 +1,7 @@
 #include "engine/time_base.h"
 
+#include "engine/drivers.h"
+#include "engine/generation.h"
 #include "engine/queues.h"
 #include "engine/sections.h"
 #include "engine/timer.h"
@@ -87,6 +89,12 @@ void Locate(TimeBase& base, std::int32_t clocks) {
     base.ClockCount = TimeToClocks(static_cast<std::int32_t>(base.TimeOrigin)) + clocks;
 }
 
+// The time jumps: what was figured by the old one is void.
+void Move(const TimeBase& changed) {
+    WriteTimeBase(changed);
+    RaiseGeneration();
+}
+
 } // namespace
 
 TimeBase ReadTimeBase() { return picture.Read(); }
@@ -107,7 +115,10 @@ std::int32_t TimeToClocks(std::int32_t time) {
 }
 
 std::int32_t CurrentMIDITime() {
-    if (!TimerRunning.load(std::memory_order_acquire)) return 0;
+    return TimerRunning.load(std::memory_order_acquire) ? RunningTime() : 0;
+}
+
+std::int32_t RunningTime() {
     const TimeBase base = ReadTimeBase();
     if (!ExternalSync()) return Since(base.TimeOrigin);
     if (!base.ClockRunning) return ClocksToTime(base.ClockCount, 0, 0);
@@ -126,7 +137,7 @@ void ResetMIDITime() {
     } else {
         base.TimeOrigin = timeGetTime();
     }
-    WriteTimeBase(base);
+    Move(base);
 }
 
 void StopExternalClock() {
@@ -146,11 +157,11 @@ void FeedClock(const MIDIEvent& event) {
     switch (event.Status) {
     case 0xF2: // Song Position, in beats of 6 clocks
         Locate(base, 6 * ((event.Data2 & 0x7F) * 128 + (event.Data1 & 0x7F)));
-        break;
+        return Move(base);
     case 0xFA: // Start
         base.ClockPending = true;
         Locate(base, 0);
-        break;
+        return Move(base);
     case 0xFB: // Continue
         base.ClockPending = true;
         break;
@@ -184,7 +195,7 @@ void ZORCALL ZorSetMIDITimer(int32_t time) ZORNOEXCEPT {
     } else {
         base.TimeOrigin = timeGetTime() - static_cast<std::uint32_t>(time);
     }
-    WriteTimeBase(base);
+    Move(base);
 }
 
 int32_t ZORCALL ZorEtimeMIDI(int16_t queue, uint16_t* marker) ZORNOEXCEPT {
@@ -192,6 +203,13 @@ int32_t ZORCALL ZorEtimeMIDI(int16_t queue, uint16_t* marker) ZORNOEXCEPT {
     if (marker) *marker = known ? MIDIQueues[queue].Marker.load() : std::uint16_t{0};
     if (!known) return 0;
     return ExternalSync() ? CurrentMIDITime() : MIDIQueues[queue].Etime.load();
+}
+
+void ZORCALL ZorSyncMIDI(int16_t mode) ZORNOEXCEPT {
+    for (MIDIDriverEntry& row : MIDIDrivers) {
+        if (row.Inited) row.Sync(row.TakesSync ? mode : std::int16_t{0});
+    }
+    SyncMode.store(mode, std::memory_order_relaxed);
 }
 
 uint32_t ZORCALL ZorResoMIDI(void) ZORNOEXCEPT { return 1000; }

@@ -30,7 +30,10 @@ void WriteTimeBase(const TimeBase& changed);
 // Gives 0 while the timer is stopped. Thread: any. Real time: yes.
 std::int32_t CurrentMIDITime();
 
-// Sets the present time to 0. Inside a section only.
+// What it gives while the timer runs. Thread: any. Real time: yes.
+std::int32_t RunningTime();
+
+// Sets the present time to 0, and raises the generation. Inside a section only.
 void ResetMIDITime();
 
 // Position of so many clocks, elapsed milliseconds after the last of them, gap milliseconds being

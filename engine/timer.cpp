@@ -14,16 +14,12 @@ std::int32_t MMESpeed = 4;
 
 namespace {
 
-// The time of no event at all.
-constexpr std::int32_t NoEvent = 0x7FFFFFFF;
-
-// Guards what follows. Inside it only the system's timer calls are made, none of which waits for a
-// callback.
+// Guards what follows. Inside it stand only the system's timer calls, none of which waits for a
+// callback, and QueueLock. Never entered from within a QueueSection.
 Lock TimerLock;
 MMRESULT TimerID = 0;
 std::uint16_t TimerPeriod = 1;
-std::uint32_t kills = 0;
-std::uint32_t deferrals = 0;
+std::atomic<bool> ended{false};
 
 void CancelPending() {
     if (TimerID != 0) timeKillEvent(TimerID);
@@ -47,77 +43,58 @@ std::uint16_t ChoosePeriod(const TIMECAPS& caps) {
     return static_cast<std::uint16_t>(std::min(period, widest));
 }
 
-// True if the timer runs; started says whether it was this call that did it.
-bool Begin(bool& started) {
-    LockScope scope(TimerLock);
-    if (TimerRunning) return true;
-    TIMECAPS caps{};
-    if (timeGetDevCaps(&caps, sizeof caps) != TIMERR_NOERROR) return false;
-    const std::uint16_t period = ChoosePeriod(caps);
-    if (timeBeginPeriod(period) != TIMERR_NOERROR) return false;
-    TimerPeriod = period;
-    TimerRunning.store(1, std::memory_order_release);
-    CancelPending();
-    return started = true;
-}
-
-std::int32_t NextEventTime() {
-    std::int32_t earliest = NoEvent;
-    for (int index = FirstOutputQueue; index < QueueCount; ++index) {
-        const MIDIQueue& queue = MIDIQueues[index];
-        if (!queue.Holds()) continue;
-        QueueSection section;
-        if (queue.Holds()) earliest = std::min(earliest, queue.Head->Time);
-    }
-    return earliest;
-}
-
 } // namespace
 
-TimerTicket TakeTimerTicket() {
+bool ChainEnded() { return ended.load(); }
+
+void ResumeChain() {
+    if (!ended.load()) return;
     LockScope scope(TimerLock);
-    return {kills, deferrals};
+    ended = false;
 }
 
-std::uint32_t TimerKills() {
+bool ArmTimer(std::uint32_t delay, Generation since) {
     LockScope scope(TimerLock);
-    return kills;
+    if (CurrentGeneration() != since) return false;
+    Program(delay);
+    return true;
 }
 
-void CancelTimer(TimerTicket& ticket) {
+bool DisarmTimer(Generation since) {
     LockScope scope(TimerLock);
-    ticket.Deferrals = deferrals;
-    if (ticket.Kills == kills) CancelPending();
+    if (CurrentGeneration() != since) return false;
+    CancelPending();
+    return true;
 }
 
-void ArmTimer(std::uint32_t delay, const TimerTicket& ticket) {
+void DeferTimer() {
     LockScope scope(TimerLock);
-    if (ticket.Kills == kills) Program(ticket.Deferrals == deferrals ? delay : 0);
-}
-
-void DeferTimer(const TimerTicket& ticket) {
-    LockScope scope(TimerLock);
-    if (ticket.Kills != kills) return;
-    ++deferrals;
+    if (ended) return;
+    RaiseGeneration();
     Program(0);
 }
 
-void EndTimerChain() {
+void EndPlayback() {
     LockScope scope(TimerLock);
-    ++kills;
     CancelPending();
+    QueueSection section;
+    ended = true;
+    EndTransmissions();
+    MIDIQueues[ZOR_QUEUE_OUTPUT].Empty();
+    MIDIQueues[ZOR_QUEUE_OUTPUT2].Empty();
 }
 
 void StopMIDITimer() {
     LockScope scope(TimerLock);
     if (!TimerRunning) return;
+    ended = true;
+    RaiseGeneration();
     CancelPending();
     timeEndPeriod(TimerPeriod);
     TimerRunning.store(0, std::memory_order_release);
 }
 
-NextDelay DelayToNextEvent() {
-    const std::int32_t now = CurrentMIDITime();
+NextDelay DelayToNextEvent(std::int32_t now) {
     const std::int32_t next = NextEventTime();
     if (next == NoEvent) return {false, 0};
     // Two times can lie further apart than a time is wide.
@@ -126,16 +103,24 @@ NextDelay DelayToNextEvent() {
     return {false, delay == NoEvent ? 0 : static_cast<std::uint32_t>(delay)};
 }
 
+// The delay is figured by the time base still in force; the new one stands before anybody can see
+// the timer run.
 ZorBool ZORCALL ZorStartTimer(void) ZORNOEXCEPT {
     if (!LibraryIsUp()) return 0;
-    const TimerTicket ticket = TakeTimerTicket();
-    bool started = false;
-    if (!Begin(started)) return 0;
-    if (!started) return 1;
-    ArmTimer(DelayToNextEvent().Delay, ticket);
-    if (TimerRunning) {
+    LockScope scope(TimerLock);
+    if (TimerRunning) return 1;
+    TIMECAPS caps{};
+    if (timeGetDevCaps(&caps, sizeof caps) != TIMERR_NOERROR) return 0;
+    const std::uint16_t period = ChoosePeriod(caps);
+    if (timeBeginPeriod(period) != TIMERR_NOERROR) return 0;
+    TimerPeriod = period;
+    const std::uint32_t delay = DelayToNextEvent(RunningTime()).Delay;
+    {
         QueueSection section;
         ResetMIDITime();
     }
+    ended = false;
+    TimerRunning.store(1, std::memory_order_release);
+    Program(delay);
     return 1;
 }

@@ -2,6 +2,8 @@
 // never more than one expiry pending.
 #pragma once
 
+#include "engine/generation.h"
+
 #include <atomic>
 #include <cstdint>
 
@@ -11,33 +13,32 @@ extern std::atomic<std::uint8_t> TimerRunning;
 // The wished period in milliseconds, at least 1, from the ini file.
 extern std::int32_t MMESpeed;
 
-// What had happened to the chain when a pump began: what it then programs must not undo what came
-// in between.
-struct TimerTicket {
-    std::uint32_t Kills;     // times that playback had been ended
-    std::uint32_t Deferrals; // times that a pump had put itself off
-};
-TimerTicket TakeTimerTicket();
-
-// Cancels the pending expiry, as the first half of programming a new one, and brings the ticket's
-// deferrals up to date. Does nothing if playback was ended since the ticket was taken: what is
-// pending then belongs to a newer chain.
-void CancelTimer(TimerTicket& ticket);
-
-// Programs the next expiry, after one period at least, in place of a pending one. Does nothing if
-// the timer is stopped or playback was ended since the ticket. If a pump has put itself off since,
-// the delay is one period: what that pump was called for is not in the delay.
+// Playback was ended, by a kill or by stopping the timer: expiries that come late and passes that
+// are still under way are nobody's. Until the timer is started or the host asks for a pass.
 // Thread: any. Real time: yes.
-void ArmTimer(std::uint32_t delay, const TimerTicket& ticket);
+bool ChainEnded();
 
-// For a pump that cannot play now: the next expiry comes after one period.
-void DeferTimer(const TimerTicket& ticket);
+// The host asks for a pass: the chain may go on from it. Thread: any. Real time: yes.
+void ResumeChain();
 
-// Cancels the pending expiry, and no pump under way now programs another. TimerRunning stays.
-void EndTimerChain();
-std::uint32_t TimerKills();
+// Programs the next expiry, after one period at least, in place of a pending one; with the timer
+// stopped, none. False if something ended or began since the given number, which leaves the chain
+// as it is: the delay was figured for what is no more.
+// Thread: any. Real time: yes.
+bool ArmTimer(std::uint32_t delay, Generation since);
 
-// Does nothing if the timer is stopped.
+// No expiry at all, for a pass that can do nothing before the host calls again. False as above.
+bool DisarmTimer(Generation since);
+
+// For a pump that cannot play now: the next expiry comes after one period, and a pass that is under
+// way takes a fresh look. Does nothing once the chain has ended.
+void DeferTimer();
+
+// Ends playback: cancels the pending expiry and empties queues 1 and 2, and nothing that is under
+// way goes on. TimerRunning stays. Thread: host.
+void EndPlayback();
+
+// Does nothing if the timer is stopped. Thread: host.
 void StopMIDITimer();
 
 // How far away the earliest waiting record is.
@@ -45,4 +46,4 @@ struct NextDelay {
     bool Due;            // its time has come
     std::uint32_t Delay; // else milliseconds, or time units taken for such; 0 if no record waits
 };
-NextDelay DelayToNextEvent();
+NextDelay DelayToNextEvent(std::int32_t now);

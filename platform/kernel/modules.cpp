@@ -130,6 +130,17 @@ DWORD GetModuleFileNameA(HMODULE module, LPSTR path, DWORD size) {
     return static_cast<DWORD>(file.size() < size ? length : size); // size itself tells of a cut
 }
 
+BOOL GetModuleHandleExA(DWORD flags, LPCSTR address, HMODULE* module) {
+    constexpr DWORD known = GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS;
+    Dl_info found{};
+    if (flags != known || !module || dladdr(address, &found) == 0) return FALSE;
+    *module = reinterpret_cast<HMODULE>(found.dli_fbase);
+    // Null for the program itself, which is never unloaded.
+    if (void* const self = dlopen(found.dli_fname, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE))
+        dlclose(self);
+    return TRUE;
+}
+
 HMODULE LoadLibraryA(LPCSTR name) {
     if (const auto failure = OrderedFailure(Call::LoadLibraryA))
         return reinterpret_cast<HMODULE>(*failure);

@@ -8,9 +8,9 @@
 
 // A lock that its owner may enter again. Entering an unowned one is one atomic exchange.
 struct CRITICAL_SECTION {
-    std::atomic<DWORD> Owner{0};  // thread id of the owner, 0 for none
-    std::atomic<int> State{0};    // 0 free, 1 held, 2 held with threads waiting
-    int Depth = 0;                // entries of the owner, touched by the owner only
+    std::atomic<DWORD> Owner{0}; // thread id of the owner, 0 for none
+    std::atomic<int> State{0};   // 0 free, 1 held, 2 held with threads waiting
+    int Depth = 0;               // entries of the owner, touched by the owner only
 };
 PLATFORM_API void InitializeCriticalSection(CRITICAL_SECTION* section);
 PLATFORM_API void DeleteCriticalSection(CRITICAL_SECTION* section);
@@ -20,6 +20,13 @@ PLATFORM_API void LeaveCriticalSection(CRITICAL_SECTION* section);
 
 // Never 0, and the same for the life of the thread.
 PLATFORM_API DWORD GetCurrentThreadId();
+
+// One pointer of each thread's own under an index that all share, null until the thread sets it.
+// Neither getting nor setting it allocates.
+constexpr DWORD TLS_OUT_OF_INDEXES = 0xFFFFFFFF;
+PLATFORM_API DWORD TlsAlloc();
+PLATFORM_API LPVOID TlsGetValue(DWORD index);
+PLATFORM_API BOOL TlsSetValue(DWORD index, LPVOID value);
 
 constexpr UINT GMEM_MOVEABLE = 0x0002;
 constexpr UINT GMEM_ZEROINIT = 0x0040;
@@ -33,6 +40,11 @@ PLATFORM_API HGLOBAL GlobalFree(HGLOBAL memory);
 
 using FARPROC = INT_PTR(WINAPI*)();
 PLATFORM_API DWORD GetModuleFileNameA(HMODULE module, LPSTR path, DWORD size);
+// Knows these two flags, and only together: the module that an address lies in stays loaded until
+// the process ends.
+constexpr DWORD GET_MODULE_HANDLE_EX_FLAG_PIN = 1;
+constexpr DWORD GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS = 4;
+PLATFORM_API BOOL GetModuleHandleExA(DWORD flags, LPCSTR address, HMODULE* module);
 PLATFORM_API HMODULE LoadLibraryA(LPCSTR name);
 PLATFORM_API FARPROC GetProcAddress(HMODULE module, LPCSTR name);
 PLATFORM_API BOOL FreeLibrary(HMODULE module);

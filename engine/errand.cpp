@@ -1,0 +1,75 @@
+#include "engine/errand.h"
+
+#include "platform/platform.h"
+
+#include <chrono>
+#include <thread>
+
+namespace {
+
+// Where each thread keeps its innermost errand. Taken when the module is loaded, never given back:
+// a callback that comes late looks into it too.
+const DWORD Slot = TlsAlloc();
+
+// Callbacks under way on all threads, those of the present epoch and those from before it: who
+// waits begins a new epoch, so that callbacks that go on coming in cannot hold it up.
+std::atomic<unsigned> epoch{0};
+std::atomic<int> inside[2];
+
+Errand* Innermost() { return static_cast<Errand*>(TlsGetValue(Slot)); }
+
+bool IsCallback(const Errand& errand) { return errand.What != Errand::Kind::Transmission; }
+
+const Errand* InnermostCallback() {
+    const Errand* errand = Innermost();
+    while (errand && !IsCallback(*errand)) errand = errand->Outer;
+    return errand;
+}
+
+int CallbacksOfThisThread(unsigned of) {
+    int count = 0;
+    for (const Errand* errand = Innermost(); errand; errand = errand->Outer)
+        count += IsCallback(*errand) && errand->Epoch == of ? 1 : 0;
+    return count;
+}
+
+} // namespace
+
+Errand::Errand(Kind what, Generation begun)
+    : What(what), Begun(begun), Outer(Innermost()), Epoch(epoch.load() % 2) {
+    TlsSetValue(Slot, this);
+    if (IsCallback(*this)) inside[Epoch].fetch_add(1);
+}
+
+// Release: whoever sees the last callback gone sees what it did.
+Errand::~Errand() {
+    TlsSetValue(Slot, Outer);
+    if (IsCallback(*this)) inside[Epoch].fetch_sub(1, std::memory_order_release);
+}
+
+bool StillWanted() {
+    const Errand* errand = Innermost();
+    while (errand && IsCallback(*errand)) errand = errand->Outer;
+    return !errand || MayTransmit(errand->Begun);
+}
+
+bool OnInputThread() {
+    for (const Errand* errand = Innermost(); errand; errand = errand->Outer)
+        if (errand->What == Errand::Kind::Input) return true;
+    return false;
+}
+
+Generation CallbackBegun() {
+    const Errand* callback = InnermostCallback();
+    return callback ? callback->Begun : CurrentGeneration();
+}
+
+void AwaitCallbacks() {
+    constexpr int Patience = 5000;
+    const unsigned before = epoch.fetch_add(1) % 2;
+    const int own = CallbacksOfThisThread(before);
+    for (int tries = 0; tries < Patience; ++tries) {
+        if (inside[before].load(std::memory_order_acquire) <= own) return;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+}
