@@ -119,7 +119,10 @@ ZorBool ZORCALL ZorStopMIDI(void) ZORNOEXCEPT {
 }
 
 void ZORCALL ZorConfigMIDIDriver(void* parent, int16_t row) ZORNOEXCEPT {
-    if (row >= 0 && row < DriverRows) RunDriverDialog(row, static_cast<HWND>(parent));
+    if (row < 0 || row >= DriverRows) return;
+    // A bare file name would have the system look for the settings in a folder of its own.
+    if (!LibraryIsUp()) BuildIniPath();
+    RunDriverDialog(row, static_cast<HWND>(parent));
 }
 
 void ZORCALL ZorMIDIStatus(uint8_t* driversOpen, uint8_t* timerRunning) ZORNOEXCEPT {

@@ -76,9 +76,10 @@ HeadRecord PlayQueue(MIDIQueue& queue, const Pass& pass) {
 
 // Plays a pass and programs the expiry for what comes next; all that is due in queue 1 goes before
 // queue 2. False if there is more to do at once: a record came due while the pass ran, or something
-// ended or began under it.
+// ended or began under it. Nothing is done once playback has ended.
 bool PlayAndProgram() {
     const Pass pass;
+    if (ChainEnded()) return true; // looked at after the number: an end that comes later moves it
     bool awaitingClock = false;
     for (int index = FirstOutputQueue; index < QueueCount; ++index) {
         const HeadRecord last = PlayQueue(MIDIQueues[index], pass);
@@ -96,7 +97,7 @@ bool PlayAndProgram() {
 void PlayQueues() {
     // Acquire and release: the passes of two threads follow each other.
     if (Transmitting() || PlayBusy.exchange(true, std::memory_order_acquire)) return DeferTimer();
-    while (!ChainEnded() && !PlayAndProgram()) {
+    while (!PlayAndProgram()) {
     }
     PlayBusy.store(false, std::memory_order_release);
 }

@@ -88,10 +88,11 @@ void StopMIDITimer() {
     LockScope scope(TimerLock);
     if (!TimerRunning) return;
     ended = true;
-    RaiseGeneration();
     CancelPending();
     timeEndPeriod(TimerPeriod);
-    TimerRunning.store(0, std::memory_order_release);
+    // Raised last: a pass that begins under the new number sees the time stand.
+    TimerRunning.store(0);
+    RaiseGeneration();
 }
 
 NextDelay DelayToNextEvent(std::int32_t now) {

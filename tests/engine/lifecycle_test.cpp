@@ -164,6 +164,89 @@ TEST_F(Life, RunsADialogWithTheDriverOutOfItsWay) {
     }
 }
 
+// While a dialog is up the host's other calls come in through its message loop. The row belongs to
+// the dialog until it ends; then the row is as the host last wanted it.
+TEST_F(Life, IsStoppedAndStartedFromADialog) {
+    static const auto start = [] { EXPECT_TRUE(ZorStartMIDI(0)); };
+    struct Case {
+        const char* name;
+        std::int16_t row;
+        bool open;
+        std::function<void()> inside;
+        const char* trace;
+        bool openAfterwards;
+    };
+    const Case cases[] = {
+        {"ports, stop", 0, true, ZorStopMIDI, "Close0 Config0 Close1", false},
+        {"ports, restore", 0, true, ZorRestoreMIDI, "Close0 Config0 Close1", false},
+        {"ports, echo off", 0, true, [] { ZorEchoMIDI(0, nullptr); }, "Close0 Config0 Close1",
+         false},
+        {"ports, start", 0, false, start, "Config0 Open1 Open0", true},
+        {"ports, stop and start", 0, true, [] { ZorStopMIDI(), start(); },
+         "Close0 Config0 Close1 Open1 Open0", true},
+        {"ports, start and stop", 0, false, [] { start(), ZorStopMIDI(); }, "Config0 Open1 Close1",
+         false},
+        {"ports, term", 0, true, [] { ZorStopMIDI(), MIDISysTerm(); },
+         "Close0 Config0 Close1 Term0 Term1", false},
+        {"ports, the same dialog", 0, true, [] { ZorConfigMIDIDriver(nullptr, 0); },
+         "Close0 Config0 Open0", true},
+        {"microphone, stop", 1, true, ZorStopMIDI, "Close1 Open+1 Config1 Close0 Close1", false},
+        {"microphone, start", 1, false, start, "Open+1 Config1 Open0 Close1 Open1", true},
+        {"microphone, the other dialog", 1, true, [] { ZorConfigMIDIDriver(nullptr, 0); },
+         "Close1 Open+1 Config1 Close0 Config0 Open0 Close1 Open1", true},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        MIDISysInit(0);
+        if (c.open) ZorStartMIDI(0);
+        Trace();
+        drivers.Rows[c.row].OnConfig = c.inside;
+        ZorConfigMIDIDriver(nullptr, c.row);
+        drivers.Rows[c.row].OnConfig = nullptr;
+        EXPECT_EQ(Trace(), c.trace);
+        EXPECT_EQ(Open(), c.openAfterwards);
+        ZorRestoreMIDI();
+        EXPECT_EQ(Trace(), c.openAfterwards ? "Close0 Close1" : "");
+    }
+}
+
+// The same from the message boxes of a row that is being opened or closed.
+TEST_F(Life, IsStoppedAndStartedFromABox) {
+    static const auto refused = [] { EXPECT_FALSE(ZorStartMIDI(0)); };
+    struct Case {
+        const char* name;
+        std::function<void()> fromOpening, fromClosing; // of row 1
+        const char* trace;
+        bool opens;
+    };
+    const Case cases[] = {
+        {"nothing", nullptr, nullptr, "Open0 Open1 Close0 Close1", true},
+        {"stop", ZorStopMIDI, nullptr, "Open0 Open1 Close0 Close1", false},
+        {"start", refused, nullptr, "Open0 Open1 Close0 Close1", true},
+        {"stop and start", [] { ZorStopMIDI(), refused(); }, nullptr, "Open0 Open1 Close0 Close1",
+         false},
+        {"closing, stop", nullptr, ZorStopMIDI, "Open0 Open1 Close0 Close1", true},
+        {"closing, start", nullptr, refused, "Open0 Open1 Close0 Close1", true},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        drivers.Rows[1].OnOpen = c.fromOpening;
+        drivers.Rows[1].OnClose = c.fromClosing;
+        EXPECT_EQ(ZorStartMIDI(0) != 0, c.opens);
+        EXPECT_EQ(Open(), c.opens);
+        ZorRestoreMIDI();
+        EXPECT_EQ(Trace(), c.trace);
+        EXPECT_FALSE(Open());
+    }
+    // After a dialog the row is opened again, and from the box of that the host stops.
+    drivers.Rows[1] = {};
+    ZorStartMIDI(0);
+    Trace();
+    drivers.Rows[0].OnOpen = ZorStopMIDI;
+    ZorConfigMIDIDriver(nullptr, 0);
+    EXPECT_EQ(Trace(), "Close0 Config0 Open0 Close1 Close0");
+}
+
 TEST_F(Life, HandsErrorsOutRowByRow) {
     drivers.Rows[0].Sends = drivers.Rows[1].Sends = false;
     ZorStartMIDI(0);

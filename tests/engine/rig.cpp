@@ -25,9 +25,14 @@ struct Slots {
     static std::uint8_t Term() { return Say("Term"), std::uint8_t{1}; }
     static std::uint8_t Open() {
         Say(EnablePitchRec ? "Open+" : "Open"); // the plus: the microphone is switched on
+        if (const auto action = Me().OnOpen) action();
         return Me().Opens;
     }
-    static std::uint8_t Close() { return Say("Close"), std::uint8_t{1}; }
+    static std::uint8_t Close() {
+        Say("Close");
+        if (const auto action = Me().OnClose) action();
+        return 1;
+    }
     static std::uint8_t Xmit(const MIDIEvent* event) {
         if (row == 0) FakeDrivers::sent.push_back({ZorTimeMIDI(0), *event});
         if (const auto action = Me().OnXmit) action(*event);

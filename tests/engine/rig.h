@@ -17,8 +17,8 @@ struct FakeRow {
     bool Ready = true;
     bool Opens = true;
     bool Sends = true;
-    std::function<void(const MIDIEvent&)> OnXmit; // runs inside the slot
-    std::function<void()> OnConfig;
+    std::function<void(const MIDIEvent&)> OnXmit;    // runs inside the slot
+    std::function<void()> OnConfig, OnOpen, OnClose; // as from a dialog or a message box
 };
 
 // Takes the place of the two drivers for its life. Slots called are written down as "Open0",

@@ -187,6 +187,7 @@ static void sessionOnStandIn(void) {
     note.Status = 0xC0;
     check(ZOR(ZorXmit)(ZOR_IMMEDIATE, &note) && sent(17) == 0x01643CCF && sent(18) == 0,
           "an immediate record for all channels goes to all 16");
+    ZOR(ZorMIDIPlay)();
     advance(1);
 
     for (int i = 0; i < 64; ++i) map[i] = (uint8_t)(i / 2);
