@@ -11,7 +11,15 @@
  * Life of a session
  *   MIDISysInit - ZorAllocMIDI for each queue in use - ZorSyncMIDI, ZorFilterMIDI as wished -
  *   ZorStartMIDI(1) - ZorXmit, ZorRcv ... - ZorStopMIDI - MIDISysTerm.
- *   A function called outside that order is harmless: it finds no queue and no driver.
+ *   A function called outside that order is harmless: it finds no queue and no open driver. The
+ *   set-up dialogs work before MIDISysInit and after MIDISysTerm too, on the same file of settings.
+ *   The library may be unloaded after MIDISysTerm. Once MIDISysInit has run, its code stays where it
+ *   is until the process ends all the same: a callback that the system had dispatched by then must
+ *   find it. Loading it again gives the same module, ready for MIDISysInit.
+ *
+ * Message boxes and dialogs run a message loop, from which the host may call anything. What it stops
+ * or closes from there stays stopped and closed; starting from a box about a driver that is just
+ * being opened or closed gives false.
  *
  * Booleans are 8 bits wide: zero is false, anything else true.
  */
@@ -78,7 +86,9 @@ typedef struct MIDIEvent {
 ZOREXPORT int16_t ZORCALL MIDISysInit(ZorBool reinit) ZORNOEXCEPT;
 
 /* Takes the library down: ends the drivers, frees the queues, stops the timer. The host stops and
- * closes first (ZorStopMIDI, or ZorRestoreMIDI). Always true.
+ * closes first (ZorStopMIDI, or ZorRestoreMIDI). On return no callback of the library is under way
+ * on another thread; one that stands in a message box is waited for 5 seconds and no longer. Always
+ * true.
  * Thread: host. Real time: no. */
 ZOREXPORT ZorBool ZORCALL MIDISysTerm(void) ZORNOEXCEPT;
 
@@ -104,8 +114,11 @@ ZOREXPORT ZorBool ZORCALL ZorStartMIDI(ZorBool startTimer) ZORNOEXCEPT;
 ZOREXPORT ZorBool ZORCALL ZorStopMIDI(void) ZORNOEXCEPT;
 
 /* Runs the set-up dialog of a driver and returns when the user has closed it: row 0 "MIDI Setup",
- * row 1 "Tonequill" (the microphone). parent is the owner's window handle or null. The driver is
- * closed meanwhile and opened again afterwards if it was open. Other rows: nothing happens.
+ * row 1 "Tonequill" (the microphone). parent is the owner's window handle or null. Row 0 is closed
+ * meanwhile; row 1 listens for the dialog, even where the feature is off, and gives no notes to
+ * queue 0. Afterwards the row is opened again if it was open, unless the host has stopped or closed
+ * the drivers meanwhile; if the host has started them, it is opened then. A row whose dialog is up,
+ * and other rows: nothing happens.
  * Thread: host. Real time: no. */
 ZOREXPORT void ZORCALL ZorConfigMIDIDriver(void* parent, int16_t row) ZORNOEXCEPT;
 
@@ -151,8 +164,11 @@ ZOREXPORT ZorBool ZORCALL ZorRcv(MIDIEvent* event, ZorBool peek) ZORNOEXCEPT;
 
 /* Puts a record into queue 1 or 2, to be played at its Time, or with ZOR_IMMEDIATE sends it now
  * on the caller's thread, whatever its Time. Queues are first in, first out: put records in by
- * ascending Time. Returns false if the ring is full or missing (try again later; nothing is
- * changed), or if a driver refused an immediate record.
+ * ascending Time. A record further ahead than the system's longest timer (its wPeriodMax, 1,000
+ * seconds on most) gets no expiry, and playback stands until ZorMIDIPlay is called within that time
+ * of it: put a marker or position record every few minutes into a very long rest.
+ * Returns false if the ring is full or missing (try again later; nothing is changed), or if a driver
+ * refused an immediate record.
  * Thread: any. Real time: yes for a queue; an immediate record may wait for a device, and an
  * error box blocks. */
 ZOREXPORT ZorBool ZORCALL ZorXmit(uint16_t queue, const MIDIEvent* event) ZORNOEXCEPT;
@@ -194,7 +210,9 @@ ZOREXPORT void ZORCALL ZorMIDIPlay(void) ZORNOEXCEPT;
 
 /* The timer's callback, exported for hosts with a timer of their own; the five arguments, those of
  * a multimedia timer callback, are ignored. Fetches the microphone's notes, then plays what is
- * due. Thread: any. Real time: as the devices allow. */
+ * due. Does nothing after ZorKillMIDI, or after ZorStopMIDI has stopped the library's own timer,
+ * until ZorMIDIPlay or ZorStartTimer: an expiry that comes late is nobody's.
+ * Thread: any. Real time: as the devices allow. */
 ZOREXPORT void ZORCALL MMETimerCallBack(uint32_t timer, uint32_t message, uintptr_t user,
                                         uintptr_t first, uintptr_t second) ZORNOEXCEPT;
 
