@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+namespace midistatus {
+
 // Of channel messages, whose low nibble is the channel.
 constexpr std::uint8_t NoteOff = 0x80;
 constexpr std::uint8_t NoteOn = 0x90;
@@ -20,3 +22,5 @@ constexpr std::uint8_t TimingClock = 0xF8;
 constexpr std::uint8_t Start = 0xFA;
 constexpr std::uint8_t Continue = 0xFB;
 constexpr std::uint8_t Stop = 0xFC;
+
+} // namespace midistatus

@@ -25,9 +25,9 @@ std::uint8_t GiveUpOpening(MMRESULT code, bool output) {
 } // namespace
 
 // A device that cannot be closed, such as one that was pulled out, is reported, and its port stays
-// open. The next opening tries it again, and fails if that is refused too. Were that all, one
-// dead handle would keep every device away until the process ends. So from there on, and wherever
-// the driver begins anew, which is in its Init and before its dialog, the port is given up.
+// open. The next opening tries it again, and fails if that is refused too. Were that all, one dead
+// handle would keep every device away until the process ends. So the opening after a failed one
+// gives such ports up, and so do Init and the dialog, which begin anew anyway.
 void AbandonPortsLeftOpen() {
     if (PortsInUse) return;
     AbandonOutPorts();

@@ -49,7 +49,7 @@ MMRESULT CloseDevice(HMIDIOUT handle) {
     return midiOutClose(handle);
 }
 
-void Closed(MMEOutPort& port, std::uint8_t* counts) {
+void MarkClosed(MMEOutPort& port, std::uint8_t* counts) {
     port.Handle = nullptr;
     if (counts) FreeNoteCounts(counts);
 }
@@ -61,7 +61,7 @@ MMRESULT ClosePort(MMEOutPort& port) {
     std::uint8_t* const counts = ExchangeNoteCounts(port, nullptr);
     const MMRESULT code = CloseDevice(port.Handle);
     if (code == MMSYSERR_NOERROR)
-        Closed(port, counts);
+        MarkClosed(port, counts);
     else
         ExchangeNoteCounts(port, counts);
     return code;
@@ -94,6 +94,6 @@ void AbandonOutPorts() {
         std::uint8_t* const counts = ExchangeNoteCounts(port, nullptr);
         midiOutReset(handle);
         midiOutClose(handle);
-        Closed(port, counts);
+        MarkClosed(port, counts);
     }
 }

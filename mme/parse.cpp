@@ -5,6 +5,8 @@
 
 #include <array>
 
+using namespace midistatus;
+
 namespace {
 
 enum class Treatment : std::uint8_t {

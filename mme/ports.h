@@ -32,7 +32,7 @@ enum : UINT {
 };
 
 // One row of InPorts. Handle, BaseChannel and StartTime are read by the device's threads; all is
-// written by the host's thread.
+// written by the host's thread, and all but Handle and StartTime only while the port is closed.
 struct MMEInPort {
     std::atomic<HMIDIIN> Handle{};           // null while closed
     std::atomic<std::int16_t> BaseChannel{}; // the Channel of the port's MIDI channel 0
@@ -41,11 +41,11 @@ struct MMEInPort {
     std::atomic<std::uint32_t> StartTime{};  // timeGetTime when delivery began
     char DeviceName[NameSize] = "";          // of the device that had this number when it was taken
 
-    void Clear(); // all settings to 0
+    void Clear(); // all settings to 0. The port must be closed
 };
 
-// One row of OutPorts. What stands below the gate belongs to whoever is inside it, and while the
-// port is closed to the host's thread, which writes all else.
+// One row of OutPorts. What stands below the gate belongs to whoever is inside it (see PortEntry);
+// all else is written by the host's thread, and all but Handle only while the port is closed.
 struct MMEOutPort {
     std::atomic<HMIDIOUT> Handle{}; // null while closed
     std::atomic<std::int16_t> BaseChannel{};
@@ -61,7 +61,7 @@ struct MMEOutPort {
     // Note Ons without a Note Off, by channel * Notes + note. Null: nothing is sent.
     std::uint8_t* NoteCounts = nullptr;
 
-    void Clear(); // all settings to 0, OutMatch too
+    void Clear(); // all settings to 0, OutMatch too. The port must be closed
 };
 
 extern MMEInPort InPorts[PortRows];
@@ -93,10 +93,10 @@ void AbandonInPorts();
 // abandons them. Does nothing while the driver is open. Thread: host.
 void AbandonPortsLeftOpen();
 
-// Sends one record on one open port, whatever the host has ended meanwhile; a negative Channel goes
-// to all 16 channels of it. False if the port is closed or cannot be entered, if the device
-// refused, of which the user has then seen a box, or if the record holds a note or program above
-// 127. Thread: any. Real time: as the device allows.
+// Sends one record on one open port; a negative Channel goes to all 16 channels of it. False if the
+// port is closed or cannot be entered now, if the host has ended what the record belongs to, if the
+// device refused, of which the user has then seen a box, or if a note or program is above 127.
+// Thread: any. Real time: as the device allows.
 std::uint8_t XmitToPort(MMEOutPort& port, const MIDIEvent& event);
 
 // Turns one message of an input device into a record for RcvEvent, unless it is one that does not

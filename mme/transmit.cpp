@@ -4,6 +4,8 @@
 #include "mme/midi_status.h"
 #include "mme/port_entry.h"
 
+using namespace midistatus;
+
 namespace {
 
 constexpr std::uint8_t MostNoteOns = 127; // that one key's count goes up to

@@ -141,15 +141,6 @@ TEST_F(MmeTest, SilenceReleasesWhatIsCounted) {
     EXPECT_EQ(CountOf(1, 3, 3), 1);
 }
 
-TEST_F(MmeTest, CountsDoNotSurviveAReopening) {
-    OpenOutputs({0});
-    Send(0, 0x90, Key, 9);
-    ASSERT_TRUE(MMEOpen()); // while open: closed first
-    EXPECT_EQ(CountOf(0, 0), 0);
-    EXPECT_EQ(OutPorts[0].LastStatus, 0);
-    EXPECT_EQ(machine::OpenMidiOutputs(), 1);
-}
-
 TEST_F(MmeTest, RecordsOutsideTheTablesAreRefused) {
     OpenOutputs({0}, MIDICAPS_CACHE);
     for (const int status : {0x80, 0x90, 0xC0})

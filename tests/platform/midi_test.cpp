@@ -118,17 +118,6 @@ TEST_F(Midi, AMessageArrivesWhileTheInputIsStarted) {
                              {MIM_CLOSE, 0, 0}}));
 }
 
-TEST_F(Midi, StampsGoOnAcrossTheWrapOfTheClock) {
-    machine::UseSteppedClock(0xFFFFFFFEu);
-    machine::AddMidiInput("In");
-    Port port;
-    port.Start(0);
-    machine::Advance(100);
-    machine::ReceiveMidi(0, 0xF8);
-    machine::Advance(0);
-    EXPECT_EQ(port.Got, (All{{MIM_DATA, 0xF8, 100}}));
-}
-
 TEST_F(Midi, CablesCarryWithTheirOwnDelayAndInOrder) {
     machine::AddMidiOutput("Out");
     machine::AddMidiInput("Near");
