@@ -11,6 +11,7 @@ public:
     Lock(const Lock&) = delete;
     Lock& operator=(const Lock&) = delete;
     void Enter() { EnterCriticalSection(&section); }
+    bool TryEnter() { return TryEnterCriticalSection(&section) != 0; } // never waits
     void Leave() { LeaveCriticalSection(&section); }
 
 private:

@@ -1,11 +1,11 @@
 // Opening, starting and closing the input ports.
-#include "mme/ports.h"
+#include "mme/devices.h"
 
 namespace {
 
-MMRESULT OpenPort(MMEInPort& port) {
+MMRESULT OpenPort(MMEInPort& port, std::int32_t device) {
     HMIDIIN handle = nullptr;
-    const MMRESULT code = midiInOpen(&handle, static_cast<UINT>(port.DeviceID),
+    const MMRESULT code = midiInOpen(&handle, static_cast<UINT>(device),
                                      reinterpret_cast<DWORD_PTR>(&MmeMidiInCallBack), 0,
                                      CALLBACK_FUNCTION | MIDI_IO_STATUS);
     if (code != MMSYSERR_NOERROR) return code;
@@ -17,9 +17,10 @@ MMRESULT OpenPort(MMEInPort& port) {
 } // namespace
 
 MMRESULT OpenInPorts() {
-    for (MMEInPort& port : InPorts) {
-        if (port.DeviceID == NoDevice) continue;
-        if (const MMRESULT code = OpenPort(port)) return code;
+    for (int row = 0; row < PortRows; ++row) {
+        const std::int32_t device = InputToOpen(row);
+        if (device == NoDevice) continue;
+        if (const MMRESULT code = OpenPort(InPorts[row], device)) return code;
     }
     return MMSYSERR_NOERROR;
 }
@@ -44,4 +45,14 @@ MMRESULT CloseInPorts() {
         port.Handle = nullptr;
     }
     return MMSYSERR_NOERROR;
+}
+
+void AbandonInPorts() {
+    for (MMEInPort& port : InPorts) {
+        const HMIDIIN handle = port.Handle;
+        if (!handle) continue;
+        midiInReset(handle);
+        midiInClose(handle);
+        port.Handle = nullptr;
+    }
 }

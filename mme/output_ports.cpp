@@ -1,14 +1,13 @@
 // Opening and closing the output ports.
-#include "mme/ports.h"
-#include "mme/transmit_lock.h"
+#include "mme/devices.h"
+
+#include <utility>
 
 namespace {
 
-constexpr SIZE_T NoteCountsSize = PortChannels * 128;
-
 // A zero-filled table that stays at one address, or null.
 std::uint8_t* NewNoteCounts() {
-    const HGLOBAL memory = GlobalAlloc(GMEM_ZEROINIT, NoteCountsSize);
+    const HGLOBAL memory = GlobalAlloc(GMEM_ZEROINIT, PortKeys);
     if (!memory) return nullptr;
     void* const address = GlobalLock(memory);
     if (!address) GlobalFree(memory);
@@ -21,43 +20,61 @@ void FreeNoteCounts(std::uint8_t* counts) {
     GlobalFree(memory);
 }
 
-// A port takes records only once it has its table, which therefore comes last.
-MMRESULT OpenPort(MMEOutPort& port) {
+// Gives the port another table, or none, and returns the one it had. Waits for a message that
+// another thread is just sending.
+std::uint8_t* ExchangeNoteCounts(MMEOutPort& port, std::uint8_t* counts) {
+    const LockScope gate(port.Gate);
+    return std::exchange(port.NoteCounts, counts);
+}
+
+// A port takes records only while it has its table, which therefore comes last.
+MMRESULT OpenPort(MMEOutPort& port, std::int32_t device) {
     HMIDIOUT handle = nullptr;
-    if (const MMRESULT code = midiOutOpen(&handle, static_cast<UINT>(port.DeviceID), 0, 0, 0))
-        return code;
+    if (const MMRESULT code = midiOutOpen(&handle, static_cast<UINT>(device), 0, 0, 0)) return code;
     if (!handle) return MMSYSERR_NOERROR;
     port.Handle = handle;
     if (const MMRESULT code = midiOutReset(handle)) return code;
     std::uint8_t* const counts = NewNoteCounts();
     if (!counts) return MMSYSERR_NOMEM;
-    const TransmitLock lock;
+    const LockScope gate(port.Gate);
     port.LastStatus = 0;
     port.NoteCounts = counts;
     return MMSYSERR_NOERROR;
 }
 
-// The lock keeps other threads from sending on a handle that is being closed.
-MMRESULT ClosePort(MMEOutPort& port) {
-    const TransmitLock lock;
-    const HMIDIOUT handle = port.Handle;
+MMRESULT CloseDevice(HMIDIOUT handle) {
     if (MidiOutReset) {
         if (const MMRESULT code = midiOutReset(handle)) return code;
     }
-    if (const MMRESULT code = midiOutClose(handle)) return code;
+    return midiOutClose(handle);
+}
+
+void MarkClosed(MMEOutPort& port, std::uint8_t* counts) {
     port.Handle = nullptr;
-    if (port.NoteCounts) FreeNoteCounts(port.NoteCounts);
-    port.NoteCounts = nullptr;
-    return MMSYSERR_NOERROR;
+    if (counts) FreeNoteCounts(counts);
+}
+
+// Without its table nobody sends on the port any more, so that no lock has to be held while the
+// device resets and closes: it may take its time over that, and call back. A device that refuses
+// gets its port back as it was.
+MMRESULT ClosePort(MMEOutPort& port) {
+    std::uint8_t* const counts = ExchangeNoteCounts(port, nullptr);
+    const MMRESULT code = CloseDevice(port.Handle);
+    if (code == MMSYSERR_NOERROR)
+        MarkClosed(port, counts);
+    else
+        ExchangeNoteCounts(port, counts);
+    return code;
 }
 
 } // namespace
 
 MMRESULT OpenOutPorts() {
     if (const MMRESULT code = CloseOutPorts()) return code;
-    for (MMEOutPort& port : OutPorts) {
-        if (port.DeviceID == NoDevice) continue;
-        if (const MMRESULT code = OpenPort(port)) return code;
+    for (int row = 0; row < PortRows; ++row) {
+        const std::int32_t device = OutputToOpen(row);
+        if (device == NoDevice) continue;
+        if (const MMRESULT code = OpenPort(OutPorts[row], device)) return code;
     }
     return MMSYSERR_NOERROR;
 }
@@ -68,4 +85,15 @@ MMRESULT CloseOutPorts() {
         if (const MMRESULT code = ClosePort(port)) return code;
     }
     return MMSYSERR_NOERROR;
+}
+
+void AbandonOutPorts() {
+    for (MMEOutPort& port : OutPorts) {
+        const HMIDIOUT handle = port.Handle;
+        if (!handle) continue;
+        std::uint8_t* const counts = ExchangeNoteCounts(port, nullptr);
+        midiOutReset(handle);
+        midiOutClose(handle);
+        MarkClosed(port, counts);
+    }
 }

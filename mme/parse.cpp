@@ -1,8 +1,11 @@
 // From what an input device delivers to a record for the engine.
 #include "engine/receive.h"
+#include "mme/midi_status.h"
 #include "mme/ports.h"
 
 #include <array>
+
+using namespace midistatus;
 
 namespace {
 
@@ -18,15 +21,15 @@ struct StatusRule {
 
 constexpr std::array<StatusRule, 256> MakeStatusRules() {
     std::array<StatusRule, 256> rules{}; // all dropped
-    for (int status = 0x80; status < 0xF0; ++status) rules[status] = {Treatment::Passes, 2};
-    for (int status = 0xC0; status < 0xE0; ++status) rules[status] = {Treatment::Passes, 1};
-    rules[0xF2] = {Treatment::Gated, 2};  // Song Position
-    rules[0xF3] = {Treatment::Gated, 1};  // Song Select
-    rules[0xF6] = {Treatment::Passes, 0}; // Tune Request
-    rules[0xF8] = {Treatment::Gated, 0};  // Timing Clock
-    rules[0xFA] = {Treatment::Gated, 0};  // Start
-    rules[0xFB] = {Treatment::Gated, 0};  // Continue
-    rules[0xFC] = {Treatment::Gated, 0};  // Stop
+    for (int status = NoteOff; status < FirstSystemStatus; ++status)
+        rules[status] = {Treatment::Passes, 2};
+    for (int status = ProgramChange; status < PitchBend; ++status) // and Channel Pressure
+        rules[status] = {Treatment::Passes, 1};
+    rules[SongPosition] = {Treatment::Gated, 2};
+    rules[SongSelect] = {Treatment::Gated, 1};
+    rules[TuneRequest] = {Treatment::Passes, 0};
+    for (const std::uint8_t status : {TimingClock, Start, Continue, Stop})
+        rules[status] = {Treatment::Gated, 0};
     return rules;
 }
 constexpr std::array<StatusRule, 256> StatusRules = MakeStatusRules();
@@ -49,13 +52,13 @@ void ParseMidiIn(HMIDIIN handle, std::uint32_t packed, std::uint32_t stamp) {
     if (rule.Rule == Treatment::Gated && SyncEnabled && row != SyncMaster) return;
 
     const MMEInPort& port = InPorts[row];
-    const bool channelMessage = status < 0xF0;
+    const bool channelMessage = status < FirstSystemStatus;
     MIDIEvent event = {};
     event.Time = static_cast<std::int32_t>(port.StartTime + stamp); // a timeGetTime value
     event.Length = rule.Length;
     event.Channel =
-        static_cast<std::int16_t>(port.BaseChannel + (channelMessage ? status & 0x0F : 0));
-    event.Status = channelMessage ? status & 0xF0 : status;
+        static_cast<std::int16_t>(port.BaseChannel + (channelMessage ? ChannelOf(status) : 0));
+    event.Status = channelMessage ? MessageType(status) : status;
     event.Data1 = packed >> 8 & 0xFF;
     event.Data2 = packed >> 16 & 0xFF;
     RcvEvent(&event, 0);

@@ -2,6 +2,7 @@
 // channels lie in the library's channel space.
 #pragma once
 
+#include "engine/sections.h"
 #include "engine/zormidi.h"
 #include "platform/platform.h"
 
@@ -10,6 +11,8 @@
 
 constexpr int PortRows = 8;
 constexpr int PortChannels = 16;
+constexpr int Notes = 128; // of a channel
+constexpr int PortKeys = PortChannels * Notes;
 constexpr int NameSize = 32; // of a device name, terminator included
 
 // A row without a device; it is skipped when the ports open.
@@ -31,28 +34,34 @@ enum : UINT {
 // One row of InPorts. Handle, BaseChannel and StartTime are read by the device's threads; all is
 // written by the host's thread, and all but Handle and StartTime only while the port is closed.
 struct MMEInPort {
-    std::atomic<HMIDIIN> Handle;           // null while closed
-    std::atomic<std::int16_t> BaseChannel; // the Channel of the port's MIDI channel 0
-    char Name[NameSize];                   // as stored and shown; the device may be gone
-    std::int32_t DeviceID;                 // device number or NoDevice
-    std::atomic<std::uint32_t> StartTime;  // timeGetTime when delivery began
+    std::atomic<HMIDIIN> Handle{};           // null while closed
+    std::atomic<std::int16_t> BaseChannel{}; // the Channel of the port's MIDI channel 0
+    char Name[NameSize] = "";                // as stored and shown; the device may be gone
+    std::int32_t DeviceID = 0;               // device number or NoDevice
+    std::atomic<std::uint32_t> StartTime{};  // timeGetTime when delivery began
+    char DeviceName[NameSize] = "";          // of the device that had this number when it was taken
 
-    void Clear(); // everything to 0. The port must be closed
+    void Clear(); // all settings to 0. The port must be closed
 };
 
-// One row of OutPorts. LastStatus and NoteCounts belong to whoever holds the transmit lock; all
-// else is written by the host's thread, and all but Handle only while the port is closed.
+// One row of OutPorts. What stands below the gate belongs to whoever is inside it (see PortEntry);
+// all else is written by the host's thread, and all but Handle only while the port is closed.
 struct MMEOutPort {
-    std::atomic<HMIDIOUT> Handle; // null while closed
-    std::atomic<std::int16_t> BaseChannel;
-    std::uint8_t LastStatus; // the last channel status that the port moved to, 0 after opening
-    char Name[NameSize];
-    std::int32_t DeviceID;    // device number, MapperDevice or NoDevice
-    DWORD Support;            // dwSupport of the device
-    std::uint8_t OutMatch;    // 1: each Note Off of a sounding note goes out; 0: only the last
-    std::uint8_t* NoteCounts; // Note Ons without a Note Off by channel * 128 + note, while open
+    std::atomic<HMIDIOUT> Handle{}; // null while closed
+    std::atomic<std::int16_t> BaseChannel{};
+    char Name[NameSize] = "";
+    std::int32_t DeviceID = 0; // device number, MapperDevice or NoDevice
+    char DeviceName[NameSize] = "";
 
-    void Clear(); // everything to 0, OutMatch too. The port must be closed
+    Lock Gate{};
+    bool Sending = false;        // one message is just being counted and sent
+    std::uint8_t LastStatus = 0; // the last channel status that the port moved to, 0 after opening
+    std::uint8_t OutMatch = 1;   // 1: each Note Off of a sounding note goes out; 0: only the last
+    DWORD Support = 0;           // dwSupport of the device
+    // Note Ons without a Note Off, by channel * Notes + note. Null: nothing is sent.
+    std::uint8_t* NoteCounts = nullptr;
+
+    void Clear(); // all settings to 0, OutMatch too. The port must be closed
 };
 
 extern MMEInPort InPorts[PortRows];
@@ -75,9 +84,19 @@ MMRESULT OpenInPorts(); // opened, not started
 MMRESULT StartInPorts();
 MMRESULT CloseInPorts();
 
+// Close all ports of one side for good: the system gets a last chance to take each handle back, and
+// what it refuses is forgotten without a word. Thread: host.
+void AbandonOutPorts();
+void AbandonInPorts();
+
+// Where a closing has left ports open because the system refused, and the driver begins anew:
+// abandons them. Does nothing while the driver is open. Thread: host.
+void AbandonPortsLeftOpen();
+
 // Sends one record on one open port; a negative Channel goes to all 16 channels of it. False if the
-// port is closed or the device refused, of which the user has then seen a box, or if the record
-// holds a note or program above 127. Thread: any. Real time: as the device allows.
+// port is closed or cannot be entered now, if the host has ended what the record belongs to, if the
+// device refused, of which the user has then seen a box, or if a note or program is above 127.
+// Thread: any. Real time: as the device allows.
 std::uint8_t XmitToPort(MMEOutPort& port, const MIDIEvent& event);
 
 // Turns one message of an input device into a record for RcvEvent, unless it is one that does not

@@ -159,5 +159,6 @@ std::uint8_t SizeMIDISetup(HWND dialog, std::uint8_t large) {
 }
 
 void MMEConfig(HWND parent) {
+    AbandonPortsLeftOpen(); // or their rows could not be read afresh
     DialogBoxParamA(ModuleInstance, MAKEINTRESOURCEA(Resource), parent, MIDISetupProc, 0);
 }

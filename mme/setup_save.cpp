@@ -1,30 +1,25 @@
 // What OK does in the MIDI Setup dialog.
 #include "engine/module.h"
+#include "mme/ini_keys.h"
 #include "mme/ports.h"
 #include "mme/profile.h"
 #include "mme/setup_dialog.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 
 using namespace midisetup;
 
 namespace {
 
-constexpr char Section[] = "MMEDRVR";
 constexpr int HighestBase = 64; // one-based, as the user counts
 
 void WriteInt(const char* name, int row, std::int32_t value) {
-    char key[16];
-    std::snprintf(key, sizeof key, "%s%d", name, row + 1);
-    WriteProfileInt(Section, key, value, IniPath);
+    WriteProfileInt(MMESection, RowKey(name, row).Text, value, IniPath);
 }
 
 void WriteText(const char* name, int row, const char* text) {
-    char key[16];
-    std::snprintf(key, sizeof key, "%s%d", name, row + 1);
-    WritePrivateProfileStringA(Section, key, text, IniPath);
+    WritePrivateProfileStringA(MMESection, RowKey(name, row).Text, text, IniPath);
 }
 
 // The entry chosen in a list of devices.
@@ -68,6 +63,13 @@ std::uint8_t Refuse(HWND dialog) {
     return 0;
 }
 
+template <typename Port>
+void Take(Port& port, const Choice& choice) {
+    std::memcpy(port.Name, choice.Name, sizeof port.Name);
+    std::memcpy(port.DeviceName, choice.Name, sizeof port.DeviceName);
+    port.DeviceID = choice.DeviceID;
+}
+
 bool SaveInput(HWND dialog, int row) {
     MMEInPort& port = InPorts[row];
     const Choice choice = ReadChoice(dialog, InDevice + row);
@@ -75,10 +77,9 @@ bool SaveInput(HWND dialog, int row) {
         port.Clear();
     else if (StandsBefore(InPorts, row, choice.DeviceID))
         return false;
-    std::memcpy(port.Name, choice.Name, sizeof port.Name);
+    Take(port, choice);
     if (IsDlgButtonChecked(dialog, SyncChoice + row)) SyncMaster = static_cast<std::int16_t>(row);
     port.BaseChannel = ReadBase(dialog, InBase + row);
-    port.DeviceID = choice.DeviceID;
     WriteText("InName", row, port.Name);
     WriteInt("InBase", row, port.BaseChannel + 1);
     return true;
@@ -93,14 +94,13 @@ bool SaveOutput(HWND dialog, int row) {
         port.OutMatch = 1;
     } else if (StandsBefore(OutPorts, row, choice.DeviceID))
         return false;
-    std::memcpy(port.Name, choice.Name, sizeof port.Name);
+    Take(port, choice);
     port.BaseChannel = ReadBase(dialog, OutBase + row);
     if (choice.DeviceID != NoDevice) {
         MIDIOUTCAPSA caps = {};
         midiOutGetDevCapsA(static_cast<UINT>(choice.DeviceID), &caps, sizeof caps);
         port.Support = caps.dwSupport;
     }
-    port.DeviceID = choice.DeviceID;
     WriteText("OutName", row, port.Name);
     WriteInt("OutBase", row, port.BaseChannel + 1);
     WriteInt("OutMatch", row, port.OutMatch);
@@ -115,7 +115,7 @@ std::uint8_t SaveMIDISetup(HWND dialog) {
     for (int row = 0; row < PortRows; ++row)
         if (!SaveOutput(dialog, row)) return Refuse(dialog);
     MidiOutReset = IsDlgButtonChecked(dialog, ResetOutputs) != 0;
-    WriteProfileInt(Section, "MidiOutReset", MidiOutReset, IniPath);
-    WriteProfileInt(Section, "SyncMaster", SyncMaster, IniPath);
+    WriteProfileInt(MMESection, "MidiOutReset", MidiOutReset, IniPath);
+    WriteProfileInt(MMESection, "SyncMaster", SyncMaster, IniPath);
     return 1;
 }

@@ -1,20 +1,21 @@
 // Sending: which ports a record goes to, and what each message has to pass on its way.
 #include "engine/driver.h"
-#include "mme/ports.h"
-#include "mme/transmit_lock.h"
+#include "engine/errand.h"
+#include "mme/midi_status.h"
+#include "mme/port_entry.h"
+
+using namespace midistatus;
 
 namespace {
 
-constexpr std::uint8_t NoteOff = 0x80;
-constexpr std::uint8_t NoteOn = 0x90;
-constexpr std::uint8_t ProgramChange = 0xC0;
-constexpr std::uint8_t FirstSystemStatus = 0xF0;
 constexpr std::uint8_t MostNoteOns = 127; // that one key's count goes up to
-constexpr int Notes = 128;
 
-constexpr std::uint8_t TypeOf(std::uint8_t status) { return status & 0xF0; }
-
-enum class Sent { Done, Refused, PortClosed };
+enum class Sent {
+    Done,
+    Refused,
+    NotEntered, // the port is closed, or the thread may not enter it now
+    Unwanted,   // the host has ended what the message belongs to
+};
 
 // Note Off and Note On of one channel are interchangeable where the velocity is 0, so the one is
 // written as the other if that keeps the port on the status it is on.
@@ -23,12 +24,12 @@ std::uint8_t ChooseStatus(MMEOutPort& port, std::uint8_t type, std::uint8_t offs
     const std::uint8_t status = type | offset;
     const std::uint8_t last = port.LastStatus;
     if (status == last) return status;
-    if ((last & 0x0F) == offset) {
-        if (type == NoteOff && TypeOf(last) == NoteOn) {
+    if (ChannelOf(last) == offset) {
+        if (type == NoteOff && MessageType(last) == NoteOn) {
             data2 = 0;
             return last;
         }
-        if (type == NoteOn && data2 == 0 && TypeOf(last) == NoteOff) return last;
+        if (type == NoteOn && data2 == 0 && MessageType(last) == NoteOff) return last;
     }
     port.LastStatus = status;
     return status;
@@ -46,12 +47,12 @@ bool CountNote(std::uint8_t& count, bool noteOn, bool outMatch) {
     return count == 0 || outMatch;
 }
 
-// One message to an open port, under the lock. Gives the device's error code.
-MMRESULT SendOpen(MMEOutPort& port, const MIDIEvent& event) {
+// One message to a port that this thread is inside. Gives the device's error code.
+MMRESULT CountAndSend(MMEOutPort& port, const MIDIEvent& event) {
     std::uint8_t status = event.Status;
     std::uint8_t data2 = event.Data2;
     if (status < FirstSystemStatus) {
-        const std::uint8_t type = TypeOf(event.Status);
+        const std::uint8_t type = MessageType(event.Status);
         const std::uint8_t offset = (event.Channel - port.BaseChannel) & 0x0F;
         status = ChooseStatus(port, type, offset, data2);
         if (type == NoteOn || type == NoteOff) {
@@ -64,13 +65,16 @@ MMRESULT SendOpen(MMEOutPort& port, const MIDIEvent& event) {
     return midiOutShortMsg(port.Handle, packed);
 }
 
-// The box comes after the lock has been let go: the user may take minutes to close it.
+// The host is asked inside the port, so that a kill finds counted, and releases, all that was sent
+// before it, and nothing is sent behind it. The box comes after the port has been left: the user
+// may take minutes to close it.
 Sent SendOnce(MMEOutPort& port, const MIDIEvent& event) {
     MMRESULT code;
     {
-        const TransmitLock lock;
-        if (!port.NoteCounts) return Sent::PortClosed;
-        code = SendOpen(port, event);
+        const PortEntry inside(port);
+        if (!inside) return Sent::NotEntered;
+        if (!StillWanted()) return Sent::Unwanted;
+        code = CountAndSend(port, event);
     }
     if (code == MMSYSERR_NOERROR) return Sent::Done;
     ReportMMEError(code, true);
@@ -79,18 +83,18 @@ Sent SendOnce(MMEOutPort& port, const MIDIEvent& event) {
 
 // The driver's tables end at 127, and a device would take a higher byte for a status.
 bool WithinTables(const MIDIEvent& event) {
-    const std::uint8_t type = TypeOf(event.Status);
+    const std::uint8_t type = MessageType(event.Status);
     return event.Data1 < Notes || (type != NoteOff && type != NoteOn && type != ProgramChange);
 }
 
-Sent Send(MMEOutPort& port, const MIDIEvent& event) {
-    if (!port.Handle) return Sent::PortClosed;
+Sent SendToPort(MMEOutPort& port, const MIDIEvent& event) {
+    if (!port.Handle) return Sent::NotEntered;
     if (!WithinTables(event)) return Sent::Refused;
     if (event.Channel >= 0 || event.Status >= FirstSystemStatus) return SendOnce(port, event);
     MIDIEvent copy = event;
     for (int channel = 0; channel < PortChannels; ++channel) {
         copy.Channel = static_cast<std::int16_t>(port.BaseChannel + channel);
-        SendOnce(port, copy);
+        if (SendOnce(port, copy) == Sent::Unwanted) return Sent::Unwanted;
     }
     return Sent::Done;
 }
@@ -102,8 +106,8 @@ bool Covers(const MMEOutPort& port, std::int16_t channel) {
 
 // Asks a device that loads its patches to have this one ready on the channels that it will play on.
 void CachePatch(MMEOutPort& port, const MIDIEvent& event) {
-    const TransmitLock lock;
-    if (!port.NoteCounts || !(port.Support & MIDICAPS_CACHE)) return;
+    const PortEntry inside(port);
+    if (!inside || !(port.Support & MIDICAPS_CACHE) || !StillWanted()) return;
     WORD channels[MIDIPATCHSIZE] = {};
     midiOutCachePatches(port.Handle, 0, channels, MIDI_CACHE_QUERY);
     const WORD wanted = event.Channel < 0
@@ -116,10 +120,10 @@ void CachePatch(MMEOutPort& port, const MIDIEvent& event) {
 }
 
 // The first key from index upward that still sounds, or -1.
-int NextSounding(const MMEOutPort& port, int index) {
-    const TransmitLock lock;
-    if (!port.NoteCounts) return -1;
-    for (; index < PortChannels * Notes; ++index)
+int NextSounding(MMEOutPort& port, int index) {
+    const PortEntry inside(port);
+    if (!inside) return -1;
+    for (; index < PortKeys; ++index)
         if (port.NoteCounts[index] != 0) return index;
     return -1;
 }
@@ -127,17 +131,19 @@ int NextSounding(const MMEOutPort& port, int index) {
 } // namespace
 
 std::uint8_t XmitToPort(MMEOutPort& port, const MIDIEvent& event) {
-    return Send(port, event) == Sent::Done;
+    return SendToPort(port, event) == Sent::Done;
 }
 
+// A port that was not entered has refused nothing.
 std::uint8_t MMEXmit(const MIDIEvent* event) {
     std::uint8_t result = 1;
     for (MMEOutPort& port : OutPorts) {
         if (!port.Handle || !Covers(port, event->Channel)) continue;
-        if (TypeOf(event->Status) == ProgramChange && WithinTables(*event))
+        if (MessageType(event->Status) == ProgramChange && WithinTables(*event))
             CachePatch(port, *event);
-        // A port that another thread has closed since has refused nothing.
-        if (Send(port, *event) == Sent::Refused) result = 0;
+        const Sent sent = SendToPort(port, *event);
+        if (sent == Sent::Unwanted) break;
+        if (sent == Sent::Refused) result = 0;
     }
     return result;
 }

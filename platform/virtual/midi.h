@@ -1,7 +1,10 @@
 // The machine's MIDI devices: named ports in memory, and cables between them.
 #pragma once
 
+#include "platform/virtual/faults.h"
+
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -22,8 +25,8 @@ void Connect(int output, int input, std::uint32_t latencyMilliseconds = 0);
 // Removes all MIDI devices and cables. All handles must be closed.
 void RemoveMidiDevices();
 
-// A device that has been unplugged is no longer listed; calls on an open handle fail with
-// MMSYSERR_NODRIVER, but for close, which succeeds. Device numbers behind it move down.
+// A device that has been unplugged is no longer listed; on an open handle stop, reset and close
+// succeed, and all else fails with MMSYSERR_NODRIVER. Device numbers behind it move down.
 void UnplugMidiInput(const std::string& name);
 void UnplugMidiOutput(const std::string& name);
 
@@ -46,6 +49,11 @@ struct SentMidi {
 };
 void RecordSentMidi(bool on);
 std::vector<SentMidi> TakeSentMidi();
+
+// The driver of the output devices is a program of its own: from now on this runs inside each
+// midiOutShortMsg, midiOutReset and midiOutClose, on the thread that called and before the device
+// takes the message. It may make any call itself. Null for none, as at PowerOn.
+void InsideMidiOut(std::function<void(Call call, int device)> driver);
 
 // Handles open now.
 int OpenMidiInputs();

@@ -58,6 +58,7 @@ MidiMachine* MachineAtLoad() {
 
 const AtPowerOn atPowerOn([] {
     RemoveMidiDevices();
+    InsideMidiOut(nullptr);
     TakeSentMidi();
     RecordSentMidi(true);
 });

@@ -2,12 +2,14 @@
 #pragma once
 
 #include "platform/system/midi.h"
+#include "platform/virtual/faults.h"
 
 #include <algorithm>
 #include <array>
 #include <bitset>
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -35,7 +37,12 @@ public:
     virtual ~MidiSource() = default;
 };
 
-using MidiInCallback = void(CALLBACK*)(HMIDIIN, UINT, DWORD_PTR, DWORD_PTR, DWORD_PTR);
+// What midiInOpen is given: it takes the handle as a plain pointer, as a function does whose own
+// header knows none of the system's types.
+using MidiInCallback = void(CALLBACK*)(void*, UINT, DWORD_PTR, DWORD_PTR, DWORD_PTR);
+
+// What runs inside the calls of an output, as InsideMidiOut was told.
+using MidiOutDriver = std::function<void(Call call, int device)>;
 
 struct MidiInputDevice {
     std::string Name;
@@ -92,6 +99,7 @@ struct MidiMachine {
     std::condition_variable CallbackDone;
     MidiDevices<MidiInputDevice> Inputs;
     MidiDevices<MidiOutputDevice> Outputs;
+    std::shared_ptr<const MidiOutDriver> Driver; // null for none
 };
 MidiMachine& TheMidi();
 

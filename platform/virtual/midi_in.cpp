@@ -53,7 +53,7 @@ void CallBack(MidiMachine& midi, Lock& lock, MidiInputDevice& device, const List
     lock.unlock();
     const Calling call{&device, calling};
     calling = &call;
-    listener.Callback(reinterpret_cast<HMIDIIN>(listener.Handle), message, listener.Instance, first,
+    listener.Callback(reinterpret_cast<void*>(listener.Handle), message, listener.Instance, first,
                       second);
     calling = call.Outer;
     lock.lock();
@@ -74,22 +74,18 @@ void Arrive(void* context, std::uintptr_t packed) {
              static_cast<std::int32_t>(stamp) < 0 ? 0 : stamp);
 }
 
-// The device of a handle and, for calls that need it present, the code to answer if it cannot.
-struct Target {
-    MidiInputDevice* Device;
-    MMRESULT Refusal;
-};
-Target Resolve(MidiMachine& midi, HMIDIIN handle) {
-    MidiInputDevice* const device = midi.Inputs.Opened(reinterpret_cast<std::uintptr_t>(handle));
-    if (!device) return {nullptr, MMSYSERR_INVALHANDLE};
-    return {device, device->Plugged ? MMSYSERR_NOERROR : MMSYSERR_NODRIVER};
+// Null for a handle that is not open.
+MidiInputDevice* DeviceOf(MidiMachine& midi, HMIDIIN handle) {
+    return midi.Inputs.Opened(reinterpret_cast<std::uintptr_t>(handle));
 }
 
+// A device that has been unplugged delivers nothing any more, so that there is nothing in which
+// stopping it could fail: whoever holds its handle gets rid of it.
 MMRESULT StopDelivery(HMIDIIN handle) {
     MidiMachine& midi = TheMidi();
     Lock lock(midi.Lock);
-    const auto [device, refusal] = Resolve(midi, handle);
-    if (refusal != MMSYSERR_NOERROR) return refusal;
+    MidiInputDevice* const device = DeviceOf(midi, handle);
+    if (!device) return MMSYSERR_INVALHANDLE;
     device->Started = false;
     FinishCallbacks(midi, lock, *device);
     return MMSYSERR_NOERROR;
@@ -167,8 +163,9 @@ MMRESULT midiInStart(HMIDIIN handle) {
         return static_cast<MMRESULT>(*failure);
     MidiMachine& midi = TheMidi();
     std::lock_guard lock(midi.Lock);
-    const auto [device, refusal] = Resolve(midi, handle);
-    if (refusal != MMSYSERR_NOERROR) return refusal;
+    MidiInputDevice* const device = DeviceOf(midi, handle);
+    if (!device) return MMSYSERR_INVALHANDLE;
+    if (!device->Plugged) return MMSYSERR_NODRIVER;
     if (!device->Started) device->StartTime = timeGetTime();
     device->Started = true;
     return MMSYSERR_NOERROR;
@@ -192,7 +189,7 @@ MMRESULT midiInClose(HMIDIIN handle) {
         return static_cast<MMRESULT>(*failure);
     MidiMachine& midi = TheMidi();
     Lock lock(midi.Lock);
-    MidiInputDevice* const device = Resolve(midi, handle).Device;
+    MidiInputDevice* const device = DeviceOf(midi, handle);
     if (!device) return MMSYSERR_INVALHANDLE;
     // Closed at once, so that no other thread begins a callback or closes it as well meanwhile.
     const Listener listener = ListenerOf(*device);

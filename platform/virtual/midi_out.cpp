@@ -18,23 +18,35 @@ namespace {
 bool recording = false;
 std::vector<SentMidi> sent;
 
-struct Target {
-    MidiOutputDevice* Device;
-    MMRESULT Refusal;
-};
-Target Resolve(MidiMachine& midi, HMIDIOUT handle) {
-    MidiOutputDevice* const device = midi.Outputs.Opened(reinterpret_cast<std::uintptr_t>(handle));
-    if (!device) return {nullptr, MMSYSERR_INVALHANDLE};
-    return {device, device->Plugged ? MMSYSERR_NOERROR : MMSYSERR_NODRIVER};
+using Lock = std::unique_lock<std::mutex>;
+
+// Null for a handle that is not open.
+MidiOutputDevice* DeviceOf(MidiMachine& midi, HMIDIOUT handle) {
+    return midi.Outputs.Opened(reinterpret_cast<std::uintptr_t>(handle));
+}
+
+int NumberOf(const MidiMachine& midi, const MidiOutputDevice& device) {
+    const auto& listed = midi.Outputs.Listed;
+    const auto found = std::find_if(listed.begin(), listed.end(),
+                                    [&](const auto& entry) { return entry.get() == &device; });
+    return static_cast<int>(found - listed.begin());
+}
+
+// The device of a handle, after its driver has run. Null if the handle is not open.
+MidiOutputDevice* Enter(MidiMachine& midi, Lock& lock, HMIDIOUT handle, Call call) {
+    MidiOutputDevice* const device = DeviceOf(midi, handle);
+    if (!device || !midi.Driver) return device;
+    const std::shared_ptr<const MidiOutDriver> driver = midi.Driver;
+    const int number = NumberOf(midi, *device);
+    lock.unlock();
+    (*driver)(call, number);
+    lock.lock();
+    return DeviceOf(midi, handle);
 }
 
 void Record(const MidiMachine& midi, const MidiOutputDevice& device, std::uint32_t message,
             bool reset) {
-    if (!recording) return;
-    const auto& listed = midi.Outputs.Listed;
-    const auto found = std::find_if(listed.begin(), listed.end(),
-                                    [&](const auto& entry) { return entry.get() == &device; });
-    sent.push_back({Microseconds(), static_cast<int>(found - listed.begin()), message, reset});
+    if (recording) sent.push_back({Microseconds(), NumberOf(midi, device), message, reset});
 }
 
 std::uint32_t ClampData(std::uint32_t message) {
@@ -108,6 +120,12 @@ MIDIOUTCAPSA Capabilities(const std::string& name, WORD technology, DWORD suppor
 
 } // namespace
 
+void InsideMidiOut(std::function<void(Call call, int device)> driver) {
+    auto kept = driver ? std::make_shared<const MidiOutDriver>(std::move(driver)) : nullptr;
+    std::lock_guard lock(TheMidi().Lock);
+    TheMidi().Driver.swap(kept);
+}
+
 void RecordSentMidi(bool on) {
     std::lock_guard lock(TheMidi().Lock);
     recording = on;
@@ -169,9 +187,10 @@ MMRESULT midiOutReset(HMIDIOUT handle) {
     if (const auto failure = OrderedFailure(Call::midiOutReset))
         return static_cast<MMRESULT>(*failure);
     MidiMachine& midi = TheMidi();
-    std::lock_guard lock(midi.Lock);
-    const auto [device, refusal] = Resolve(midi, handle);
-    if (refusal != MMSYSERR_NOERROR) return refusal;
+    Lock lock(midi.Lock);
+    MidiOutputDevice* const device = Enter(midi, lock, handle, Call::midiOutReset);
+    if (!device) return MMSYSERR_INVALHANDLE;
+    if (!device->Plugged) return MMSYSERR_NOERROR; // nothing sounds on it any more
     Record(midi, *device, 0, true);
     Silence(*device);
     return MMSYSERR_NOERROR;
@@ -180,8 +199,9 @@ MMRESULT midiOutReset(HMIDIOUT handle) {
 MMRESULT midiOutClose(HMIDIOUT handle) {
     if (const auto failure = OrderedFailure(Call::midiOutClose))
         return static_cast<MMRESULT>(*failure);
-    std::lock_guard lock(TheMidi().Lock);
-    MidiOutputDevice* const device = Resolve(TheMidi(), handle).Device;
+    MidiMachine& midi = TheMidi();
+    Lock lock(midi.Lock);
+    MidiOutputDevice* const device = Enter(midi, lock, handle, Call::midiOutClose);
     if (!device) return MMSYSERR_INVALHANDLE;
     device->Handle = 0;
     return MMSYSERR_NOERROR;
@@ -191,9 +211,10 @@ MMRESULT midiOutShortMsg(HMIDIOUT handle, DWORD message) {
     if (const auto failure = OrderedFailure(Call::midiOutShortMsg))
         return static_cast<MMRESULT>(*failure);
     MidiMachine& midi = TheMidi();
-    std::lock_guard lock(midi.Lock);
-    const auto [device, refusal] = Resolve(midi, handle);
-    if (refusal != MMSYSERR_NOERROR) return refusal;
+    Lock lock(midi.Lock);
+    MidiOutputDevice* const device = Enter(midi, lock, handle, Call::midiOutShortMsg);
+    if (!device) return MMSYSERR_INVALHANDLE;
+    if (!device->Plugged) return MMSYSERR_NODRIVER;
     const std::uint32_t clamped = ClampData(message);
     Record(midi, *device, clamped, false);
     return Carry(*device, clamped) ? MMSYSERR_NOERROR : MIDIERR_NOTREADY;
@@ -204,8 +225,9 @@ MMRESULT midiOutCachePatches(HMIDIOUT handle, UINT /*bank*/, WORD* patches, UINT
         return static_cast<MMRESULT>(*failure);
     MidiMachine& midi = TheMidi();
     std::lock_guard lock(midi.Lock);
-    const auto [device, refusal] = Resolve(midi, handle);
-    if (refusal != MMSYSERR_NOERROR) return refusal;
+    MidiOutputDevice* const device = DeviceOf(midi, handle);
+    if (!device) return MMSYSERR_INVALHANDLE;
+    if (!device->Plugged) return MMSYSERR_NODRIVER;
     if (!patches) return MMSYSERR_INVALPARAM;
     if (!(device->Support & MIDICAPS_CACHE)) return MMSYSERR_NOTSUPPORTED;
     return Cache(*device, patches, flag);

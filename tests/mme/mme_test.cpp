@@ -61,31 +61,33 @@ void MmeTest::Load(const std::string& ini) {
     ASSERT_TRUE(ZorAllocMIDI(ZOR_QUEUE_INPUT, 256));
 }
 
-void MmeTest::OpenOutputs(const std::vector<int>& bases, std::uint32_t support) {
+void MmeTest::Open(const std::vector<int>& inputs, const std::vector<int>& outputs) {
     std::string ini = "[MMEDRVR]\n";
-    for (std::size_t row = 0; row < bases.size(); ++row) {
-        const std::string number = std::to_string(row + 1);
-        machine::AddMidiOutput("Out " + number, support);
-        ini += "OutName" + number + "=Out " + number + "\n";
-        ini += "OutBase" + number + "=" + std::to_string(bases[row] + 1) + "\n";
-    }
+    const auto add = [&](const std::string& side, const std::vector<int>& bases) {
+        for (std::size_t row = 0; row < bases.size(); ++row) {
+            const std::string number = std::to_string(row + 1);
+            ini += side + "Name" + number + "=" + side + " " + number + "\n";
+            ini += side + "Base" + number + "=" + std::to_string(bases[row] + 1) + "\n";
+        }
+    };
+    add("In", inputs);
+    add("Out", outputs);
     Load(ini);
     ASSERT_TRUE(ZorStartMIDI(0));
     machine::TakeSentMidi();
 }
 
+void MmeTest::OpenOutputs(const std::vector<int>& bases, std::uint32_t support) {
+    for (std::size_t row = 0; row < bases.size(); ++row)
+        machine::AddMidiOutput("Out " + std::to_string(row + 1), support);
+    Open({}, bases);
+}
+
 void MmeTest::OpenInputs(const std::vector<int>& bases) {
-    std::string ini = "[MMEDRVR]\n";
+    for (std::size_t row = 0; row < bases.size(); ++row)
+        machine::AddMidiInput("In " + std::to_string(row + 1));
     machine::AddMidiOutput("Out 1");
-    for (std::size_t row = 0; row < bases.size(); ++row) {
-        const std::string number = std::to_string(row + 1);
-        machine::AddMidiInput("In " + number);
-        ini += "InName" + number + "=In " + number + "\n";
-        ini += "InBase" + number + "=" + std::to_string(bases[row] + 1) + "\n";
-    }
-    Load(ini);
-    ASSERT_TRUE(ZorStartMIDI(0));
-    machine::TakeSentMidi();
+    Open(bases, {0});
 }
 
 MIDIEvent Event(int channel, int status, int data1, int data2) {

@@ -34,6 +34,9 @@ protected:
     static void OpenOutputs(const std::vector<int>& bases, std::uint32_t support = 0);
     // Input devices "In 1" ... likewise, with an output device on row 0.
     static void OpenInputs(const std::vector<int>& bases);
+
+private:
+    static void Open(const std::vector<int>& inputs, const std::vector<int>& outputs);
 };
 
 MIDIEvent Event(int channel, int status, int data1 = 0, int data2 = 0);

@@ -133,6 +133,66 @@ TEST_F(OpenTest, ClosingGoesOnOrStopsByTheCallThatFails) {
         }
 }
 
+// Pulled out while open: nothing is left of it, and it comes back when it is plugged in again.
+TEST_F(OpenTest, AnUnpluggedDeviceIsLetGoOf) {
+    MidiOutReset = 1;
+    ASSERT_TRUE(ZorStartMIDI(0));
+    machine::UnplugMidiInput("In 2");
+    machine::UnplugMidiOutput("Out 2");
+    ZorStopMIDI();
+    ExpectAllClosed();
+    for (const int open : {Rows - 1, Rows}) {
+        EXPECT_TRUE(ZorStartMIDI(0));
+        EXPECT_EQ(machine::OpenMidiInputs(), open);
+        EXPECT_EQ(machine::OpenMidiOutputs(), open);
+        ZorStopMIDI();
+        machine::AddMidiInput("In 2");
+        machine::AddMidiOutput("Out 2");
+    }
+    ExpectBoxes({});
+}
+
+// The system will not take a dead handle back, not even where it is given up.
+TEST_F(OpenTest, AHandleThatStaysDeadIsGivenUpWhereTheDriverBeginsAnew) {
+    const Call calls[] = {Call::midiInReset, Call::midiInClose, Call::midiOutReset,
+                          Call::midiOutClose};
+    enum { SecondStart, ForcedInit, Dialog };
+    for (const Call call : calls)
+        for (const int wayOut : {SecondStart, ForcedInit, Dialog}) {
+            SCOPED_TRACE(testing::Message() << static_cast<int>(call) << " way " << wayOut);
+            Restart();
+            const bool output = call == Call::midiOutReset || call == Call::midiOutClose;
+            MidiOutReset = 1;
+            ASSERT_TRUE(ZorStartMIDI(0));
+            void* const dead = output ? static_cast<void*>(OutPorts[2].Handle.load())
+                                      : static_cast<void*>(InPorts[2].Handle.load());
+            machine::UnplugMidiInput("In 3");
+            machine::UnplugMidiOutput("Out 3");
+            machine::FailCall(call, Rows, Code, wayOut == SecondStart ? 4 : 2);
+            ZorStopMIDI();
+            ExpectBoxes({output});
+            if (wayOut == SecondStart) {
+                EXPECT_FALSE(ZorStartMIDI(0));
+                ExpectBoxes({output, output});
+            } else if (wayOut == ForcedInit) {
+                EXPECT_EQ(MIDISysInit(1), -1);
+            } else {
+                ZorConfigMIDIDriver(nullptr, MMERow);
+            }
+            EXPECT_TRUE(ZorStartMIDI(0));
+            ZorStopMIDI();
+            ExpectBoxes({});
+            // A handle that the system would take back is given back.
+            const bool refused = call == Call::midiInClose || call == Call::midiOutClose;
+            EXPECT_EQ(machine::OpenMidiInputs() + machine::OpenMidiOutputs(), refused);
+            if (!refused) continue;
+            if (output)
+                midiOutClose(static_cast<HMIDIOUT>(dead));
+            else
+                midiInClose(static_cast<HMIDIIN>(dead));
+        }
+}
+
 TEST_F(OpenTest, DevicesAreResetAtOpeningAndOnRequestAtClosing) {
     for (const bool wanted : {false, true}) {
         MidiOutReset = wanted;
@@ -161,27 +221,6 @@ TEST_F(OpenTest, ADeviceOnTwoRowsIsRefusedByTheSystem) {
         ExpectBoxes({output}, MMSYSERR_ALLOCATED);
         ExpectAllClosed();
     }
-}
-
-TEST_F(OpenTest, WithoutDevicesOpeningSucceeds) {
-    for (int row = 0; row < PortRows; ++row)
-        InPorts[row].DeviceID = OutPorts[row].DeviceID = NoDevice;
-    EXPECT_TRUE(MMEOpen());
-    ExpectAllClosed();
-    EXPECT_TRUE(MMEClose());
-    ExpectBoxes({});
-}
-
-TEST_F(OpenTest, SyncSurvivesAndTermLeavesThePortsAlone) {
-    MMESync(2);
-    ASSERT_TRUE(MMEOpen());
-    MMETerm();
-    EXPECT_EQ(machine::OpenMidiInputs(), Rows);
-    MMEClose();
-    EXPECT_TRUE(SyncEnabled);
-    MMESync(1);
-    EXPECT_FALSE(SyncEnabled);
-    MMEInit();
 }
 
 } // namespace

@@ -1,0 +1,98 @@
+// Output devices whose driver is a program of its own: it calls back, waits and takes its time.
+#include "engine/errand.h"
+#include "mme_test.h"
+
+#include <atomic>
+#include <mutex>
+#include <thread>
+
+namespace {
+
+using machine::Call;
+
+constexpr int Key = 60;
+
+// Two outputs side by side, and what comes in is echoed to the first.
+class DriverProgramTest : public MmeTest {
+protected:
+    void SetUp() override {
+        MmeTest::SetUp();
+        machine::AddMidiInput("In");
+        OpenOutputs({0, 16});
+        ZorEchoMIDI(1, nullptr);
+        MidiOutReset = 1;
+    }
+    static void CallBack() { machine::CallBackMidi(0, MIM_DATA, 0x403C90, 0); }
+};
+
+TEST_F(DriverProgramTest, WhatItSendsBackFromInsideDoesNotComeBetween) {
+    Send(0, 0x90, Key, 9);
+    Sent();
+    machine::InsideMidiOut([](Call, int device) {
+        if (device == 0) CallBack();
+    });
+    EXPECT_TRUE(MMESilence());
+    EXPECT_EQ(OutPorts[0].NoteCounts[Key], 0);
+    MMEClose();
+    EXPECT_EQ(Sent(), Lines{Line(0, 0x90, Key, 0)});
+    MIDIEvent event;
+    EXPECT_TRUE(ZorRcv(&event, 0)); // the host has it all the same
+}
+
+// Another thread of the driver calls back while it holds the lock that our call waits for.
+TEST_F(DriverProgramTest, NoLockOfOursMeetsItsOwn) {
+    for (const Call call : {Call::midiOutShortMsg, Call::midiOutReset, Call::midiOutClose}) {
+        std::mutex driver;
+        std::atomic<bool> held{false}, wanted{false};
+        std::thread other([&] {
+            const std::lock_guard lock(driver);
+            held = true;
+            held.notify_all();
+            wanted.wait(false);
+            CallBack();
+        });
+        held.wait(false);
+        machine::InsideMidiOut([&](Call now, int) {
+            if (now != call || wanted.exchange(true)) return;
+            wanted.notify_all();
+            const std::lock_guard lock(driver);
+        });
+        Send(0, 0x90, Key, 9);
+        MMEClose();
+        other.join();
+        machine::InsideMidiOut(nullptr);
+        EXPECT_EQ(Sent(), Lines{Line(0, 0x90, Key, 9)});
+        ASSERT_TRUE(MMEOpen());
+    }
+}
+
+TEST_F(DriverProgramTest, WhileItClosesOthersSend) {
+    machine::InsideMidiOut([](Call call, int device) {
+        if (device == 0 && call != Call::midiOutShortMsg)
+            std::thread([] {
+                EXPECT_TRUE(Send(0, 0x90, Key, 9) && Send(16, 0x90, Key, 9));
+            }).join();
+    });
+    MMEClose();
+    EXPECT_EQ(Sent(), (Lines{Line(1, 0x90, Key, 9), Line(1, 0x90, Key, 9)}));
+}
+
+TEST_F(DriverProgramTest, AKillReleasesWhatIsBeingSentAndNothingFollowsIt) {
+    OutPorts[1].BaseChannel = 0;
+    const MIDIEvent note = Event(3, 0x90, Key, 9);
+    std::thread killer;
+    machine::InsideMidiOut([&](Call, int) {
+        if (killer.joinable()) return;
+        killer = std::thread([] { ZorKillMIDI(); });
+        while (StillWanted()) std::this_thread::yield();
+    });
+    EXPECT_TRUE(ZorXmit(ZOR_IMMEDIATE, &note));
+    killer.join();
+    Lines first, second;
+    for (const std::string& line : Sent()) (line[0] == '0' ? first : second).push_back(line);
+    EXPECT_EQ(first, (Lines{Line(0, 0x93, Key, 9), Line(0, 0xB0, 64, 0), Line(0, 0xB0, 123, 0),
+                            Line(0, 0xE0, 0, 64), Line(0, 0x83, Key, 0)}));
+    EXPECT_EQ(second, (Lines{Line(1, 0xB0, 64, 0), Line(1, 0xB0, 123, 0), Line(1, 0xE0, 0, 64)}));
+}
+
+} // namespace
