@@ -44,24 +44,23 @@ struct MMEInPort {
     void Clear(); // all settings to 0. The port must be closed
 };
 
-// One row of OutPorts. What stands below the gate belongs to whoever is inside it (see PortEntry);
-// all else is written by the host's thread, and all but Handle only while the port is closed.
+// One row of OutPorts. LastStatus, Support, OutMatch, NoteCounts and Sending belong to whoever is
+// inside the gate, and while the port is closed to the host's thread, which writes all else.
 struct MMEOutPort {
     std::atomic<HMIDIOUT> Handle{}; // null while closed
     std::atomic<std::int16_t> BaseChannel{};
+    std::uint8_t LastStatus = 0; // the last channel status that the port moved to, 0 after opening
     char Name[NameSize] = "";
     std::int32_t DeviceID = 0; // device number, MapperDevice or NoDevice
-    char DeviceName[NameSize] = "";
-
-    Lock Gate{};
-    bool Sending = false;        // one message is just being counted and sent
-    std::uint8_t LastStatus = 0; // the last channel status that the port moved to, 0 after opening
-    std::uint8_t OutMatch = 1;   // 1: each Note Off of a sounding note goes out; 0: only the last
-    DWORD Support = 0;           // dwSupport of the device
+    DWORD Support = 0;         // dwSupport of the device
+    std::uint8_t OutMatch = 1; // 1: each Note Off of a sounding note goes out; 0: only the last
     // Note Ons without a Note Off, by channel * Notes + note. Null: nothing is sent.
     std::uint8_t* NoteCounts = nullptr;
+    char DeviceName[NameSize] = ""; // of the device that had this number when it was taken
+    Lock Gate{};
+    bool Sending = false; // one message is just being counted and sent
 
-    void Clear(); // all settings to 0, OutMatch too. The port must be closed
+    void Clear(); // all settings to 0, OutMatch too
 };
 
 extern MMEInPort InPorts[PortRows];
