@@ -1,6 +1,7 @@
 #include "engine/lifecycle.h"
 
-#include "engine/drivers.h"
+#include "engine/driver_group.h"
+#include "engine/driver_table.h"
 #include "engine/errand.h"
 #include "engine/module.h"
 #include "engine/queues.h"

@@ -1,7 +1,7 @@
 // How the host ends playback: it waits for the output queues to run dry, or throws them away.
-#include "engine/drivers.h"
 #include "engine/queues.h"
 #include "engine/timer.h"
+#include "engine/transmission.h"
 
 namespace {
 

@@ -1,10 +1,11 @@
 // Plays what is due from the output queues.
-#include "engine/drivers.h"
+#include "engine/driver_table.h"
 #include "engine/errand.h"
 #include "engine/queues.h"
 #include "engine/sections.h"
 #include "engine/time_base.h"
 #include "engine/timer.h"
+#include "engine/transmission.h"
 
 #include <atomic>
 

@@ -1,8 +1,8 @@
 #include "engine/queues.h"
 
-#include "engine/drivers.h"
 #include "engine/lifecycle.h"
 #include "engine/sections.h"
+#include "engine/transmission.h"
 
 #include <algorithm>
 

@@ -1,9 +1,11 @@
 #include "engine/receive.h"
 
-#include "engine/drivers.h"
+#include "engine/driver_group.h"
+#include "engine/driver_table.h"
 #include "engine/errand.h"
 #include "engine/queues.h"
 #include "engine/time_base.h"
+#include "engine/transmission.h"
 
 #include <array>
 #include <atomic>

@@ -1,6 +1,6 @@
 #include "engine/time_base.h"
 
-#include "engine/drivers.h"
+#include "engine/driver_table.h"
 #include "engine/generation.h"
 #include "engine/queues.h"
 #include "engine/sections.h"

@@ -1,5 +1,5 @@
 // The driver's slots for starting, stopping and sync, and the callback of its input devices.
-#include "engine/driver.h"
+#include "engine/driver_table.h"
 #include "engine/errand.h"
 #include "mme/ports.h"
 

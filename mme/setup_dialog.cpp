@@ -1,6 +1,6 @@
 #include "mme/setup_dialog.h"
 
-#include "engine/driver.h"
+#include "engine/driver_table.h"
 #include "engine/module.h"
 #include "mme/ports.h"
 

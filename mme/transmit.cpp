@@ -1,5 +1,5 @@
 // Sending: which ports a record goes to, and what each message has to pass on its way.
-#include "engine/driver.h"
+#include "engine/driver_table.h"
 #include "engine/errand.h"
 #include "mme/midi_status.h"
 #include "mme/port_entry.h"

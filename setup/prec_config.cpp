@@ -1,4 +1,4 @@
-#include "engine/driver.h"
+#include "engine/driver_table.h"
 #include "engine/module.h"
 #include "setup/tonequill.h"
 

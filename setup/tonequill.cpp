@@ -1,6 +1,6 @@
 #include "setup/tonequill.h"
 
-#include "engine/driver.h"
+#include "engine/driver_table.h"
 #include "engine/module.h"
 #include "mme/profile.h"
 #include "pitchrec/driver/device_choice.h"

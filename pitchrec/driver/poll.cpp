@@ -1,5 +1,5 @@
 // From the recogniser's ring to the receive path, at every expiry of the timer.
-#include "engine/driver.h"
+#include "engine/driver_table.h"
 #include "engine/receive.h"
 #include "pitchrec/driver/prec_driver.h"
 #include "pitchrec/driver/recogniser_guard.h"

@@ -1,7 +1,7 @@
 // The driver's life: settings, and one recogniser built anew by each Open.
 #include "pitchrec/driver/prec_driver.h"
 
-#include "engine/driver.h"
+#include "engine/driver_table.h"
 #include "engine/module.h"
 #include "pitchrec/driver/capture_choice.h"
 #include "pitchrec/driver/device_choice.h"

@@ -1,7 +1,7 @@
 // The engine between a stepped machine and two drivers that only take notes.
 #pragma once
 
-#include "engine/driver.h"
+#include "engine/driver_table.h"
 #include "engine/receive.h"
 #include "engine/zormidi.h"
 #include "platform/machine.h"

@@ -2,7 +2,7 @@
 // own, and short ways to send and to read what the devices got.
 #pragma once
 
-#include "engine/driver.h"
+#include "engine/driver_table.h"
 #include "engine/module.h"
 #include "mme/ports.h"
 #include "platform/machine.h"

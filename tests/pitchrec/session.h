@@ -1,7 +1,7 @@
 // The whole library on a machine of its own, with an ini file that the test writes.
 #pragma once
 
-#include "engine/driver.h"
+#include "engine/driver_table.h"
 #include "engine/zormidi.h"
 #include "platform/machine.h"
 

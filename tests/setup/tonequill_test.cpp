@@ -1,7 +1,7 @@
 // Journeys through the microphone's dialog, on a live recogniser, with a script for the user.
 #include "desk.h"
 
-#include "engine/driver.h"
+#include "engine/driver_table.h"
 #include "pitchrec/driver/prec_driver.h"
 #include "setup/tonequill.h"
 

@@ -1,62 +1,16 @@
-#include "engine/drivers.h"
+#include "engine/driver_group.h"
 
-#include "engine/errand.h"
+#include "engine/driver_table.h"
+#include "engine/generation.h"
 #include "engine/lifecycle.h"
 #include "engine/queues.h"
-#include "engine/sections.h"
 #include "engine/time_base.h"
 
 #include <utility>
 
-// Slots are filled in at build time; only the flags change.
-constinit MIDIDriverEntry MIDIDrivers[DriverRows] = {
-    {{0},
-     {0},
-     MMEInit,
-     MMETerm,
-     MMEOpen,
-     MMEClose,
-     MMEXmit,
-     MMESync,
-     MMEConfig,
-     MMESilence,
-     MMEReady,
-     {0},
-     1},
-    {{0},
-     {0},
-     PRecInit,
-     PRecTerm,
-     PRecOpen,
-     PRecClose,
-     PRecXmit,
-     PRecSync,
-     PRecConfig,
-     PRecSilence,
-     PRecReady,
-     {0},
-     0},
-};
-
 std::atomic<std::uint8_t> DriversOpen{0};
-std::atomic<std::int16_t> XmitBusy{0};
 
 namespace {
-
-// Changed inside a section, so that a count is never lost; release, so that who sees the end of a
-// transmission sees what it did.
-class Transmission : Errand {
-public:
-    explicit Transmission(Generation begun) : Errand(Kind::Transmission, begun) { Change(1); }
-    ~Transmission() { Change(-1); }
-
-private:
-    static void Change(int step) {
-        QueueSection section;
-        const int now = XmitBusy.load(std::memory_order_relaxed) + step;
-        XmitBusy.store(static_cast<std::int16_t>(now), std::memory_order_release);
-    }
-};
 
 // All of these belong to the host's thread, which comes in again from the message loop of a box or
 // a dialog.
@@ -139,36 +93,4 @@ void RunDriverDialog(int index, HWND parent) {
     for (bool open = false; open != (row.Opened && LibraryIsUp()); open = !open)
         open ? row.Close() : row.Open();
     inDialog[index] = false;
-}
-
-bool XmitToDrivers(const MIDIEvent& event, Generation begun) {
-    const Transmission transmission(begun);
-    bool sent = true;
-    for (MIDIDriverEntry& row : MIDIDrivers) {
-        if (!row.Opened.load(std::memory_order_acquire)) continue;
-        if (!StillWanted()) break;
-        if (row.Xmit(&event)) continue;
-        row.Error.store(1, std::memory_order_release);
-        sent = false;
-    }
-    return sent;
-}
-
-// An errand of its own: a kill from the message box of a transmission must not pass for that one.
-void SilenceDrivers() {
-    const Errand errand(Errand::Kind::Transmission);
-    for (MIDIDriverEntry& row : MIDIDrivers) {
-        if (row.Opened.load(std::memory_order_acquire)) row.Silence();
-    }
-}
-
-int16_t ZORCALL ZorErrorMIDI(uint16_t* code) ZORNOEXCEPT {
-    for (int row = 0; row < DriverRows; ++row) {
-        if (!MIDIDrivers[row].Inited) continue;
-        const std::uint16_t error = MIDIDrivers[row].Error.exchange(0);
-        if (error == 0) continue;
-        if (code) *code = error;
-        return static_cast<std::int16_t>(row);
-    }
-    return -1;
 }

@@ -9,9 +9,8 @@
 
 constexpr std::uint16_t DriverSuccess = 0xFFFF;
 
-// One driver. The slots never throw and are called outside QueueLock, on the host's thread but for
-// two: Xmit also comes from the timer's and the MIDI input's, and Silence from the timer's when the
-// host has ended playback while a record was on its way.
+// One driver. The slots never throw and are called outside QueueLock, on the host's thread; Xmit
+// also comes from the timer's and the MIDI input's.
 struct MIDIDriverEntry {
     std::atomic<std::uint8_t> Inited; // Init gave success at the last MIDISysInit
     std::atomic<std::uint8_t> Opened; // Open succeeded and Close has not been called since

@@ -1,8 +1,7 @@
 // The rows of the driver table taken together.
 #pragma once
 
-#include "engine/driver.h"
-#include "engine/generation.h"
+#include "platform/platform.h"
 
 #include <atomic>
 #include <cstdint>
@@ -21,15 +20,3 @@ void CloseMIDIDrivers();
 // only note for it what the host wants, which comes true when the dialog has ended. A second dialog
 // of the row does not open. Thread: host.
 void RunDriverDialog(int row, HWND parent);
-
-// Transmissions now running through the drivers' Xmit slots, on any thread.
-extern std::atomic<std::int16_t> XmitBusy;
-inline bool Transmitting() { return XmitBusy.load(std::memory_order_acquire) > 0; }
-
-// Hands one record to every open row. False if one refused; the others have had it then. begun: the
-// generation that it belongs to; it goes no further once that was silenced.
-// Thread: any. Real time: as the devices allow.
-bool XmitToDrivers(const MIDIEvent& event, Generation begun);
-
-// Has every open row release what it holds sounding. Thread: host.
-void SilenceDrivers();

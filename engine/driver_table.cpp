@@ -1,0 +1,42 @@
+#include "engine/driver_table.h"
+
+// Slots are filled in at build time; only the flags change.
+constinit MIDIDriverEntry MIDIDrivers[DriverRows] = {
+    {{0},
+     {0},
+     MMEInit,
+     MMETerm,
+     MMEOpen,
+     MMEClose,
+     MMEXmit,
+     MMESync,
+     MMEConfig,
+     MMESilence,
+     MMEReady,
+     {0},
+     1},
+    {{0},
+     {0},
+     PRecInit,
+     PRecTerm,
+     PRecOpen,
+     PRecClose,
+     PRecXmit,
+     PRecSync,
+     PRecConfig,
+     PRecSilence,
+     PRecReady,
+     {0},
+     0},
+};
+
+int16_t ZORCALL ZorErrorMIDI(uint16_t* code) ZORNOEXCEPT {
+    for (int row = 0; row < DriverRows; ++row) {
+        if (!MIDIDrivers[row].Inited) continue;
+        const std::uint16_t error = MIDIDrivers[row].Error.exchange(0);
+        if (error == 0) continue;
+        if (code) *code = error;
+        return static_cast<std::int16_t>(row);
+    }
+    return -1;
+}
