@@ -107,6 +107,7 @@ bool SoundInDx::Open(std::uint32_t rate) {
     if (!Capture && !CreateCapture()) return false;
     SetFormat(rate);
     if (!CreateBuffer()) return false;
+    ForgetMixer();
     if (Device < CaptureDevices.Count) FindMixer();
     return SoundIn::Open(rate);
 }
@@ -154,7 +155,6 @@ bool SoundInDx::RequestNotifications() {
 
 // The mixer of a capture device is the one whose whole name the device's description begins with.
 void SoundInDx::FindMixer() {
-    CloseMixer();
     const CaptureDeviceRecord* record = CaptureDevices.At(Device);
     const char* description = record ? record->Description.Text() : "";
     const UINT mixers = mixerGetNumDevs();
