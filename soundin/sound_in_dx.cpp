@@ -167,6 +167,11 @@ void SoundInDx::FindMixer() {
     if (Mixer || OpenMixer(0, 0)) OpenMicLines();
 }
 
+bool SoundInDx::IsDefaultDevice() const {
+    const CaptureDeviceRecord* record = CaptureDevices.At(Device);
+    return record && record->Guid == GUID{};
+}
+
 bool SoundInDx::Close() {
     SoundIn::Close();
     if (CaptureBuffer) CaptureBuffer->Release();

@@ -113,13 +113,14 @@ TEST_F(TonequillTest, TheChannelFieldIsReadWhenItIsLeft) {
     }
     WriteIni("[PRECDRVR]\nChannel=-1\n");
     Mic([](machine::DialogUser& user) { EXPECT_EQ(user.Text(ChannelField), "0"); });
-    // Enter takes the default button without leaving the field.
+    // Enter takes the default button: what is shown is stored.
     Mic([](machine::DialogUser& user) {
         user.Type(ChannelField, "9");
         user.Enter();
         EXPECT_TRUE(user.Ended());
     });
-    EXPECT_EQ(Key("Channel"), "-1");
+    EXPECT_EQ(Key("Channel"), "8");
+    EXPECT_EQ(PRecChannel, 8);
 }
 
 TEST_F(TonequillTest, CancelKeepsTheFileAndNothingElse) {
