@@ -15,8 +15,8 @@ namespace {
 
 constexpr char Section[] = "PRECDRVR";
 
-// The slider's top is position 0, so its position is 100 less the percentage. 100 percent is a
-// recogniser's level of 255.
+// The slider's top is position 0, so its position is 100 less the percentage. The scales of the
+// level stand in pitchrec/pitch_rec.h.
 constexpr int FullScale = 100, FullLevel = 255;
 
 int LevelPercent() {
