@@ -183,24 +183,3 @@ TEST_F(CaptureTest, DirectSoundOpensTheDefaultDeviceForAnIndexOutsideItsList) {
     EXPECT_EQ(1, machine::StatsOf(microphone).Open);
     input.Close();
 }
-
-// The defaults that a capture class need not replace.
-TEST(SoundInBase, KeepsWhatItIsGiven) {
-    Sonorel::SoundIn input;
-    Sonorel::TextStringArray names;
-    names.AppendText("kept");
-    EXPECT_EQ(0, input.GetDeviceNames(names));
-    EXPECT_EQ(1, names.Count);
-    EXPECT_TRUE(input.SetLevel(0.25));
-    EXPECT_TRUE(input.SetMicThru(3));
-    EXPECT_TRUE(input.SetDevice(5));
-    EXPECT_TRUE(input.Open(11025));
-    EXPECT_EQ(11025u, input.GetSampleRate());
-    EXPECT_EQ(0.25, input.GetLevel());
-    EXPECT_EQ(3u, input.GetMicThru());
-    EXPECT_EQ(5, input.GetDevice());
-    EXPECT_TRUE(input.Start());
-    EXPECT_EQ(1, input.Running);
-    EXPECT_TRUE(input.Close());
-    EXPECT_EQ(0, input.Running);
-}
