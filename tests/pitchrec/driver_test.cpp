@@ -96,14 +96,14 @@ TEST_F(PRecDriver, HandsNotesOnWithTheirAge) {
     PollPitchRec();
     const auto records = TakeReceived();
     ASSERT_EQ(records.size(), 2u);
-    EXPECT_EQ(records[0].Time, 500 - 55);
-    EXPECT_EQ(records[0].Etime, 0);
+    EXPECT_EQ(+records[0].Time, 500 - 55);
+    EXPECT_EQ(+records[0].Etime, 0);
     EXPECT_EQ(records[0].Channel, 3);
     EXPECT_EQ(records[0].Length, 2);
     EXPECT_EQ(records[0].Status, 0x90);
     EXPECT_EQ(records[0].Data1, 69);
     EXPECT_EQ(records[0].Data2, 100);
-    EXPECT_EQ(records[1].Time, 500 - 30);
+    EXPECT_EQ(+records[1].Time, 500 - 30);
     EXPECT_EQ(records[1].Status, 0x81);
     EXPECT_EQ(records[1].Data2, 255);
     EXPECT_EQ(PRecLevel, 44);
