@@ -11,8 +11,8 @@
 //   Strong      0  0  0  0  1  0  0  1  0  0          here above 50 or below -50
 //   crossings   0  0  1  0  0  0  0  0  0  1          ~Negative & (Negative << 1)
 //
-// The scan goes from the newest sample to the oldest, so from word 0 on and from the top bit down: a
-// cycle is the stretch between two crossings in which a strong sample of either sign stands.
+// The scan goes from the newest sample to the oldest, so from word 0 on and from the top bit down.
+// A cycle is a stretch between crossings in which a strong sample of each sign stands.
 #pragma once
 
 #include <cstdint>

@@ -13,8 +13,6 @@ using namespace tonequill;
 
 namespace {
 
-constexpr char Section[] = "PRECDRVR";
-
 // The slider's top is position 0, so its position is 100 less the percentage. The scales of the
 // level stand in pitchrec/pitch_rec.h.
 constexpr int FullScale = 100, FullLevel = 255;
@@ -31,20 +29,9 @@ int SliderPercent(HWND dialog) {
     return FullScale - static_cast<int>(Slider(dialog, TBM_GETPOS, 0, 0));
 }
 
-UINT ReadSetting(const char* key, int fallback) {
-    return GetPrivateProfileIntA(Section, key, fallback, IniPath);
-}
-
-void ReadSettings() {
-    EnablePitchRec = ReadSetting("EnablePitchRec", 0) != 0;
-    PRecChannel = static_cast<std::uint16_t>(ReadSetting("Channel", 0));
-    NoteRangeMin = static_cast<std::uint16_t>(ReadSetting("NoteRangeMin", 0));
-    NoteRangeMax = static_cast<std::uint16_t>(ReadSetting("NoteRangeMax", 127));
-}
-
 // Stored as people read a 16-bit value: with its sign.
 void WriteSetting(const char* key, std::uint16_t value) {
-    WriteProfileInt(Section, key, static_cast<std::int16_t>(value), IniPath);
+    WriteProfileInt(PRecSection, key, static_cast<std::int16_t>(value), IniPath);
 }
 
 void WriteSettings() {
@@ -84,7 +71,7 @@ HWND EndedDialog = nullptr;
 
 void OpenDialog(HWND dialog) {
     if (dialog == EndedDialog) EndedDialog = nullptr; // the same handle once more
-    ReadSettings();
+    ReadPRecSettings();
     // Zero-based in memory: a typed 0 is kept as -1, and shows as 0 again.
     const int channel = static_cast<std::int16_t>(PRecChannel.load()) + 1;
     SetDlgItemInt(dialog, ChannelField, static_cast<UINT>(channel), FALSE);

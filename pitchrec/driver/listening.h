@@ -36,9 +36,9 @@ std::unique_ptr<Sonorel::PitchRec> OpenOnChoice(const Turn& turn);
 void TellOfMissingMicrophone();
 
 // Makes the present recogniser's device at the index the user's choice, which holds for the
-// process, and goes over to it at once. False if it cannot be opened, of which a box has told: the
-// choice is then the one before, and listens again. False too when the host has opened or closed
-// the row meanwhile.
+// process, and goes over to it at once. False if it cannot be opened: the choice is then the one
+// before, and listens again. False too when the host has opened or closed the row meanwhile. May
+// show boxes.
 bool ChoosePRecDevice(std::int32_t device);
 
 // Puts the recogniser in place.

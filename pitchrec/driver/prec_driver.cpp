@@ -18,22 +18,24 @@ std::atomic<std::int32_t> PRecDialogs{0};
 
 namespace {
 
-constexpr const char* IniSection = "PRECDRVR";
-
 bool PRecInited = false;
 
 UINT ReadSetting(const char* key, int fallback) {
-    return GetPrivateProfileIntA(IniSection, key, fallback, IniPath);
+    return GetPrivateProfileIntA(PRecSection, key, fallback, IniPath);
 }
 
 } // namespace
 
-std::uint16_t PRecInit() {
-    if (PRecInited) return DriverSuccess;
+void ReadPRecSettings() {
     EnablePitchRec = ReadSetting("EnablePitchRec", 0) != 0 ? 1 : 0;
     PRecChannel = static_cast<std::uint16_t>(ReadSetting("Channel", 0));
     NoteRangeMin = static_cast<std::uint16_t>(ReadSetting("NoteRangeMin", 0));
     NoteRangeMax = static_cast<std::uint16_t>(ReadSetting("NoteRangeMax", 127));
+}
+
+std::uint16_t PRecInit() {
+    if (PRecInited) return DriverSuccess;
+    ReadPRecSettings();
     PRecInited = true;
     return DriverSuccess;
 }
