@@ -8,8 +8,7 @@ namespace Sonorel {
 // In the note fields: no note. Not 0, which is a note.
 constexpr std::int32_t NoNote = 255;
 
-// Amplitudes are in sample units: 8-bit input gives up to 128. Times are milliseconds on the
-// timeGetTime clock.
+// Amplitudes are in sample units. Times are milliseconds on the timeGetTime clock.
 struct FrameState {
     double Frequency = 0.0;       // Hz; 0.0: no period found
     std::int32_t CentsOffset = 0; // from the detected note, -50..49; in mode 1 from the held one

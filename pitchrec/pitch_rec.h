@@ -2,6 +2,21 @@
 //
 // Order of calls: construct, Open, Enable(true), then GetNote and GetSignalLevel as often as
 // wanted, Enable(false), destroy. Setters at any time; a change takes effect in the next frame.
+//
+// Three things are called a frame. One sample of every channel, as sound is counted (SoundIn's
+// FramesPerBlock, BytesPerFrame). The handling of one block from SoundIn and what came of it
+// (FrameState; "two frames agree" are two blocks, 46 ms). And that block's place in the window of
+// samples under analysis (PitchRecWaveIn::Frame), which reaches back over blocks before it.
+//
+// Level means two things. How loud the input is: peaks in sample units, that is in steps of 8-bit
+// sound, of which a full-scale input has 128 (32,768 from 16-bit sound); SignalLevel, Amplitude,
+// the thresholds, and the meter, which shows 0 to 127. And how the recording volume is set, on
+// three scales:
+//
+//   the mixer's control   0    half of its range   all of it
+//   SoundIn's level      0.0         1.0              2.0
+//   mic level here        0          128              256
+//   the dialog's percent  0           50              100, for a mic level of 255
 #pragma once
 
 #include "pitchrec/frame_state.h"
@@ -29,7 +44,7 @@ public:
 
     // Is sound coming in. Thread: any. Real time: yes.
     virtual bool IsRunning();
-    // Smoothed peak of the input in sample units, for a meter. Thread: any. Real time: yes.
+    // Smoothed peak of the input, for a meter. Thread: any. Real time: yes.
     virtual std::int32_t GetSignalLevel();
 
     // Pitch of note 69 in Hz.
@@ -59,7 +74,7 @@ public:
     virtual bool GetNote(std::int32_t* time, std::int32_t* status, std::int32_t* data1,
                          std::int32_t* data2);
 
-    // Recording level: 128 is half of the mixer control's range.
+    // Recording level, 128 at half.
     virtual std::int32_t GetMicLevel();
     virtual bool SetMicLevel(std::int32_t level);
     // Nonzero: the microphone is heard through the speakers.

@@ -1,5 +1,18 @@
 // 64 neighbouring samples as bit masks, and the greatest of those that a mask picks. Bit n stands
-// for the n-th sample. For processors with SSE2.
+// for the n-th sample, so older samples are lower bits. For processors with SSE2.
+//
+//   window   oldest                                                     newest
+//            |......|<---- word 1 ---->|<---- word 0 ---->|             Count - 1
+//                   base               base           base + 63
+//   bit              0              63  0               63
+//
+//   samples    -5 -2  3 40 70 31 -4 -60 -9  6 ...     (older to newer)
+//   Negative    1  1  0  0  0  0  1  1  1  0          below 0
+//   Strong      0  0  0  0  1  0  0  1  0  0          here above 50 or below -50
+//   crossings   0  0  1  0  0  0  0  0  0  1          ~Negative & (Negative << 1)
+//
+// The scan goes from the newest sample to the oldest, so from word 0 on and from the top bit down.
+// A cycle is a stretch between crossings in which a strong sample of each sign stands.
 #pragma once
 
 #include <cstdint>

@@ -3,7 +3,7 @@
 #include "engine/driver_table.h"
 #include "engine/module.h"
 #include "mme/profile.h"
-#include "pitchrec/driver/device_choice.h"
+#include "pitchrec/driver/listening.h"
 #include "pitchrec/driver/prec_driver.h"
 #include "support/text_string_array.h"
 
@@ -13,10 +13,8 @@ using namespace tonequill;
 
 namespace {
 
-constexpr char Section[] = "PRECDRVR";
-
-// The slider's top is position 0, so its position is 100 less the percentage. 100 percent is a
-// recogniser's level of 255.
+// The slider's top is position 0, so its position is 100 less the percentage. The scales of the
+// level stand in pitchrec/pitch_rec.h.
 constexpr int FullScale = 100, FullLevel = 255;
 
 int LevelPercent() {
@@ -31,20 +29,9 @@ int SliderPercent(HWND dialog) {
     return FullScale - static_cast<int>(Slider(dialog, TBM_GETPOS, 0, 0));
 }
 
-UINT ReadSetting(const char* key, int fallback) {
-    return GetPrivateProfileIntA(Section, key, fallback, IniPath);
-}
-
-void ReadSettings() {
-    EnablePitchRec = ReadSetting("EnablePitchRec", 0) != 0;
-    PRecChannel = static_cast<std::uint16_t>(ReadSetting("Channel", 0));
-    NoteRangeMin = static_cast<std::uint16_t>(ReadSetting("NoteRangeMin", 0));
-    NoteRangeMax = static_cast<std::uint16_t>(ReadSetting("NoteRangeMax", 127));
-}
-
 // Stored as people read a 16-bit value: with its sign.
 void WriteSetting(const char* key, std::uint16_t value) {
-    WriteProfileInt(Section, key, static_cast<std::int16_t>(value), IniPath);
+    WriteProfileInt(PRecSection, key, static_cast<std::int16_t>(value), IniPath);
 }
 
 void WriteSettings() {
@@ -78,8 +65,13 @@ void ShowMicThru(HWND dialog) {
     CheckDlgButton(dialog, MicThru, through ? BST_CHECKED : BST_UNCHECKED);
 }
 
+// The dialog that has ended last. The system tells it of a lost focus on its way out, which is no
+// leaving of a field any more.
+HWND EndedDialog = nullptr;
+
 void OpenDialog(HWND dialog) {
-    ReadSettings();
+    if (dialog == EndedDialog) EndedDialog = nullptr; // the same handle once more
+    ReadPRecSettings();
     // Zero-based in memory: a typed 0 is kept as -1, and shows as 0 again.
     const int channel = static_cast<std::int16_t>(PRecChannel.load()) + 1;
     SetDlgItemInt(dialog, ChannelField, static_cast<UINT>(channel), FALSE);
@@ -93,7 +85,11 @@ void OpenDialog(HWND dialog) {
     SetWindowLongPtrA(dialog, DWLP_USER, Resource);
 }
 
+// A field that is still being edited counts as left: what is shown is what is stored.
+void LeaveField(HWND dialog) { SetFocus(GetDlgItem(dialog, IDOK)); }
+
 void CloseDialog(HWND dialog, INT_PTR result) {
+    EndedDialog = dialog;
     KillTimer(dialog, TickTimer);
     EndDialog(dialog, result);
 }
@@ -131,7 +127,9 @@ void SliderMoved(HWND dialog) {
 void DeviceChosen(HWND dialog) {
     const LRESULT index = SendMessageA(GetDlgItem(dialog, DeviceList), CB_GETCURSEL, 0, 0);
     if (!Recogniser || index < 0) return;
-    if (!ChoosePRecDevice(static_cast<std::int32_t>(index))) ShowDevices(dialog);
+    const bool chosen = ChoosePRecDevice(static_cast<std::int32_t>(index));
+    // The other capture class has a list of its own.
+    if (!chosen || !Recogniser || Recogniser->GetDevice() != index) ShowDevices(dialog);
     ShowMicThru(dialog);
 }
 
@@ -139,6 +137,7 @@ void DeviceChosen(HWND dialog) {
 UINT ReadNumber(HWND dialog, int id) { return GetDlgItemInt(dialog, id, nullptr, FALSE); }
 
 void FieldLeft(HWND dialog, int id) {
+    if (dialog == EndedDialog) return;
     const UINT number = ReadNumber(dialog, id);
     switch (id) {
     case ChannelField:
@@ -160,6 +159,7 @@ void OpenVolumeProgram(HWND dialog, const char* parameters) {
 INT_PTR Command(HWND dialog, int id, WORD code) {
     switch (id) {
     case IDOK:
+        LeaveField(dialog);
         WriteSettings();
         CloseDialog(dialog, 1);
         return 1;

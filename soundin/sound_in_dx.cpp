@@ -107,6 +107,7 @@ bool SoundInDx::Open(std::uint32_t rate) {
     if (!Capture && !CreateCapture()) return false;
     SetFormat(rate);
     if (!CreateBuffer()) return false;
+    ForgetMixer();
     if (Device < CaptureDevices.Count) FindMixer();
     return SoundIn::Open(rate);
 }
@@ -154,7 +155,6 @@ bool SoundInDx::RequestNotifications() {
 
 // The mixer of a capture device is the one whose whole name the device's description begins with.
 void SoundInDx::FindMixer() {
-    CloseMixer();
     const CaptureDeviceRecord* record = CaptureDevices.At(Device);
     const char* description = record ? record->Description.Text() : "";
     const UINT mixers = mixerGetNumDevs();
@@ -165,6 +165,11 @@ void SoundInDx::FindMixer() {
             OpenMixer(id, 0);
     }
     if (Mixer || OpenMixer(0, 0)) OpenMicLines();
+}
+
+bool SoundInDx::IsDefaultDevice() const {
+    const CaptureDeviceRecord* record = CaptureDevices.At(Device);
+    return record && record->Guid == GUID{};
 }
 
 bool SoundInDx::Close() {

@@ -36,6 +36,9 @@ public:
     bool Stop() override;
     std::int32_t GetDeviceNames(TextStringArray& names) override;
 
+    // Device is the list's entry for whatever device the system prefers.
+    bool IsDefaultDevice() const;
+
     PointerArray<CaptureDeviceRecord> CaptureDevices; // in the system's order; Device indexes it
     HMODULE DSoundModule = nullptr;
     IDirectSoundCapture* Capture = nullptr;

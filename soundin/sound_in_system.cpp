@@ -16,7 +16,9 @@ double SoundInSystem::GetLevel() {
     return half == 0 ? 0.0 : static_cast<double>(value) / half;
 }
 
+// A control that was not found has no id: any that would be written to is some other control's.
 bool SoundInSystem::SetLevel(double level) {
+    if (MicVolume.dwControlType != MIXERCONTROL_CONTROLTYPE_VOLUME) return false;
     const DWORD half = MicVolume.Bounds.dwMaximum / 2;
     const double value = half * level;
     return SetControlUnsigned(Mixer, MicLine, MicVolume,
@@ -30,6 +32,7 @@ std::uint32_t SoundInSystem::GetMicThru() {
 }
 
 bool SoundInSystem::SetMicThru(std::uint32_t on) {
+    if (MicMute.dwControlType != MIXERCONTROL_CONTROLTYPE_MUTE) return false;
     return SetControlBoolean(Mixer, SpeakerLine, MicMute, on ? 0 : 1);
 }
 
@@ -56,6 +59,12 @@ void SoundInSystem::SetFormat(std::uint32_t rate) {
     BytesPerFrame = Format.nBlockAlign;
     FramesPerBlock = static_cast<std::int32_t>(rate * 512 / 22050);
     BytesPerBlock = FramesPerBlock * BytesPerFrame;
+}
+
+void SoundInSystem::ForgetMixer() {
+    CloseMixer();
+    MicLine = SpeakerLine = {};
+    MicVolume = MicMute = {};
 }
 
 void SoundInSystem::OpenMicLines() {

@@ -15,7 +15,11 @@ public:
     bool SetMicThru(std::uint32_t on) override;
     bool SetDevice(std::int32_t device) override;
 
-    // Null when closed, and when there is none to open. The records keep what was last found.
+    // Blocks in flight: some 0.74 s of sound at 23.2 ms a block.
+    static constexpr std::int32_t BlockCount = 32;
+
+    // Null when closed, and when there is none to open. The records are of the present device's
+    // mixer, and keep what was last found there.
     HMIXER Mixer = nullptr;
     MIXERLINEA MicLine{};      // microphone on its way to recording
     MIXERLINEA SpeakerLine{};  // microphone on its way to the speakers
@@ -33,14 +37,14 @@ protected:
     // Format, BytesPerFrame, FramesPerBlock and BytesPerBlock from Channels, BitsPerSample and
     // rate.
     void SetFormat(std::uint32_t rate);
+    // Before the search for a device's mixer. An id of another mixer's line or control means some
+    // other one here, which must not be moved.
+    void ForgetMixer();
     // After Mixer has been opened.
     void OpenMicLines();
     void CloseMixer();
     // Leaves Mixer null if it fails.
     bool OpenMixer(UINT id, DWORD flags);
-
-    // Blocks in flight: some 0.74 s of sound at 23.2 ms a block.
-    static constexpr std::int32_t BlockCount = 32;
 };
 
 } // namespace Sonorel

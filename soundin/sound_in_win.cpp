@@ -1,27 +1,14 @@
 #include "soundin/sound_in_win.h"
 
-#include "soundin/section.h"
 #include "support/error_box.h"
 #include "support/text_string_array.h"
+
+#include <new>
+#include <utility>
 
 namespace Sonorel {
 
 namespace {
-
-void* AllocateLocked(std::size_t bytes) {
-    const HGLOBAL memory = GlobalAlloc(GMEM_ZEROINIT | GMEM_SHARE, bytes);
-    if (!memory) return nullptr;
-    void* address = GlobalLock(memory);
-    if (!address) GlobalFree(memory);
-    return address;
-}
-
-void FreeLocked(void* address) {
-    if (!address) return;
-    const HGLOBAL memory = GlobalHandle(address);
-    GlobalUnlock(memory);
-    GlobalFree(memory);
-}
 
 // The rates with formats of their own in the device's capabilities, and the four bits of each.
 struct RateStep {
@@ -33,10 +20,6 @@ constexpr DWORD Formats8Bit = 0x333;
 constexpr DWORD Formats16Bit = 0xCCC;
 
 } // namespace
-
-SoundInWin::SoundInWin() { InitializeCriticalSection(&Delivery); }
-
-SoundInWin::~SoundInWin() { DeleteCriticalSection(&Delivery); }
 
 bool SoundInWin::ReportWaveInError(MMRESULT code) {
     TextString caption = "waveInOpen Error" + (" " + TextString(static_cast<std::int32_t>(code)));
@@ -54,22 +37,30 @@ bool SoundInWin::Open(std::uint32_t rate) {
     LastResult = waveInGetDevCapsA(static_cast<UINT_PTR>(Device), &caps, sizeof caps);
     if (LastResult != MMSYSERR_NOERROR) return ReportWaveInError(LastResult);
     if (!ChooseFormat(caps, rate)) return ReportWaveInError(WAVERR_BADFORMAT);
-    LastResult = waveInOpen(&WaveIn, static_cast<UINT>(Device), &Format,
-                            reinterpret_cast<DWORD_PTR>(&WaveInReady),
-                            reinterpret_cast<DWORD_PTR>(this), CALLBACK_FUNCTION);
-    if (LastResult != MMSYSERR_NOERROR) {
-        WaveIn = nullptr;
-        return ReportWaveInError(LastResult);
-    }
-    if (!AllocateBuffers()) {
-        FreeBuffers();
-        waveInClose(WaveIn);
-        WaveIn = nullptr;
-        LastResult = MMSYSERR_NOMEM;
-        return ReportWaveInError(LastResult);
-    }
+    LastResult = OpenDevice();
+    if (LastResult != MMSYSERR_NOERROR) return ReportWaveInError(LastResult);
     OpenMixerOfDevice();
     return SoundIn::Open(rate);
+}
+
+// Leaves nothing open if it fails.
+MMRESULT SoundInWin::OpenDevice() {
+    std::unique_ptr<WaveBuffers> buffers(new (std::nothrow) WaveBuffers(*this));
+    if (!buffers) return MMSYSERR_NOMEM;
+    const MMRESULT result = waveInOpen(
+        &WaveIn, static_cast<UINT>(Device), &Format, reinterpret_cast<DWORD_PTR>(&WaveInReady),
+        reinterpret_cast<DWORD_PTR>(buffers.get()), CALLBACK_FUNCTION);
+    if (result != MMSYSERR_NOERROR) {
+        WaveIn = nullptr;
+        return result;
+    }
+    if (!buffers->Allocate(static_cast<std::size_t>(BytesPerBlock))) {
+        waveInClose(WaveIn);
+        WaveIn = nullptr;
+        return MMSYSERR_NOMEM;
+    }
+    Buffers = std::move(buffers);
+    return MMSYSERR_NOERROR;
 }
 
 // Any format of a rate will do, so channels and bits are stepped on their own.
@@ -95,33 +86,8 @@ void SoundInWin::ForgetDevice() {
     BitsPerSample = 8;
 }
 
-bool SoundInWin::AllocateBuffers() {
-    for (std::size_t index = 0; index < Headers.size(); ++index) {
-        auto* header = static_cast<WAVEHDR*>(AllocateLocked(sizeof(WAVEHDR)));
-        if (!header) return false;
-        Headers[index] = header;
-        header->lpData =
-            static_cast<char*>(AllocateLocked(static_cast<std::size_t>(BytesPerBlock)));
-        if (!header->lpData) return false;
-        header->dwBufferLength = static_cast<DWORD>(BytesPerBlock);
-        header->dwUser = index;
-    }
-    return true;
-}
-
-void SoundInWin::FreeBuffers() {
-    for (WAVEHDR*& header : Headers) {
-        // What a device would not give back it may still write to.
-        if (header && !(header->dwFlags & WHDR_INQUEUE)) {
-            FreeLocked(header->lpData);
-            FreeLocked(header);
-        }
-        header = nullptr;
-    }
-}
-
 void SoundInWin::OpenMixerOfDevice() {
-    CloseMixer();
+    ForgetMixer();
     if (OpenMixer(static_cast<UINT>(Device), MIXER_OBJECTF_WAVEIN) || OpenMixer(0, 0))
         OpenMicLines();
 }
@@ -129,20 +95,26 @@ void SoundInWin::OpenMixerOfDevice() {
 bool SoundInWin::Close() {
     if (!WaveIn) return true;
     SoundIn::Close();
-    LastResult = waveInClose(WaveIn);
-    if (LastResult == WAVERR_STILLPLAYING) {
-        waveInReset(WaveIn);
-        LastResult = waveInClose(WaveIn);
-    }
+    CloseDevice();
     WaveIn = nullptr;
-    FreeBuffers();
+    WaveBuffers::Discard(std::move(Buffers));
     CloseMixer();
     return true;
 }
 
+// A device that has not given all back, or says so, is reset once more before it is closed.
+void SoundInWin::CloseDevice() {
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        if (attempt > 0 || !Buffers->AllBack()) waveInReset(WaveIn);
+        Buffers->TakeBack(WaveIn);
+        LastResult = waveInClose(WaveIn);
+        if (LastResult != WAVERR_STILLPLAYING) return;
+    }
+}
+
 bool SoundInWin::Start() {
     if (!WaveIn || Running) return true;
-    for (WAVEHDR* header : Headers) Queue(header);
+    Buffers->LendAll(WaveIn);
     FramesDelivered = 0;
     // Before the device runs, so that no buffer comes back too early and is kept out of the queue.
     SoundIn::Start();
@@ -154,18 +126,15 @@ bool SoundInWin::Stop() {
     if (!WaveIn) return true;
     if (Running) {
         SoundIn::Stop();
-        // A callback under way may not see it any more, and must not queue its buffer again behind
-        // the reset.
-        AwaitDelivery();
+        // A callback under way may not see it any more, and must be out of the system's calls, with
+        // its buffer queued or not, before the reset: the system may hang over one that is not.
+        Buffers->AwaitDelivery();
         waveInStop(WaveIn);
         LastResult = waveInReset(WaveIn);
     }
-    TakeBackBuffers();
+    Buffers->TakeBack(WaveIn);
     return true;
 }
-
-// Waits for a callback under way; from within one there is nothing to wait for.
-void SoundInWin::AwaitDelivery() { const Section section(Delivery); }
 
 std::int32_t SoundInWin::GetDeviceNames(TextStringArray& names) {
     names.Clear();

@@ -3,20 +3,19 @@
 
 #include "platform/platform.h"
 #include "soundin/sound_in_system.h"
+#include "soundin/wave_buffers.h"
 
-#include <array>
 #include <cstdint>
+#include <memory>
 
 namespace Sonorel {
 
 // Steps rate, channels and bits to what the device offers, so GetSampleRate, Channels and
 // BitsPerSample tell the truth after Open. Blocks are delivered in place, on the system's thread.
-// Where Open gives false the user has seen a box, and nothing stays open.
+// Where Open gives false the user has seen a box, and nothing stays open. A device that still has a
+// buffer after Close keeps it (WaveBuffers).
 class SoundInWin : public SoundInSystem {
 public:
-    SoundInWin();
-    ~SoundInWin() override;
-
     bool Open(std::uint32_t rate) override;
     bool Close() override;
     bool Start() override;
@@ -24,8 +23,7 @@ public:
     bool Stop() override;
     std::int32_t GetDeviceNames(TextStringArray& names) override;
 
-    HWAVEIN WaveIn = nullptr; // from Open to Close
-    std::array<WAVEHDR*, BlockCount> Headers{};
+    HWAVEIN WaveIn = nullptr;          // from Open to Close
     std::uint32_t FramesDelivered = 0; // since Start, without the block being delivered
     MMRESULT LastResult = 0;           // of the last waveIn call of note
 
@@ -34,23 +32,21 @@ protected:
     void ForgetDevice() override;
 
 private:
+    friend class WaveBuffers;
+
     bool ReportWaveInError(MMRESULT code);
     bool ChooseFormat(const WAVEINCAPSA& caps, std::uint32_t& rate);
-    bool AllocateBuffers();
-    void FreeBuffers();
+    MMRESULT OpenDevice();
+    void CloseDevice();
     void OpenMixerOfDevice();
-    void Queue(WAVEHDR* header);
-    void TakeBackBuffers();
-    void AwaitDelivery();
 
     static void CALLBACK WaveInReady(HWAVEIN handle, UINT message, DWORD_PTR instance,
                                      DWORD_PTR parameter, DWORD_PTR);
-    void Deliver(WAVEHDR* header);
+    static void Unprepare(HWAVEIN device, WAVEHDR& header);
+    void Deliver(WAVEHDR& header);
     std::uint32_t TimeOfLastFrame(std::uint32_t now, std::uint32_t frames) const;
 
-    // Held while a buffer that came back is dealt with. Only Stop ever makes that wait, once
-    // delivery is off.
-    CRITICAL_SECTION Delivery;
+    std::unique_ptr<WaveBuffers> Buffers; // while WaveIn is open
 };
 
 } // namespace Sonorel

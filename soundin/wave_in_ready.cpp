@@ -1,56 +1,33 @@
 // The way of a waveIn buffer: queued, filled, delivered on the system's thread, queued again.
 #include "soundin/sound_in_win.h"
 
-#include "soundin/section.h"
-
 namespace Sonorel {
 
-namespace {
-
 // A header that the system will not release stays marked as prepared, so that Stop tries again.
-void Unprepare(HWAVEIN handle, WAVEHDR* header) {
-    const MMRESULT result = waveInUnprepareHeader(handle, header, sizeof *header);
-    header->dwFlags &= result == MMSYSERR_NOERROR ? 0 : WHDR_PREPARED;
+void SoundInWin::Unprepare(HWAVEIN device, WAVEHDR& header) {
+    const MMRESULT result = waveInUnprepareHeader(device, &header, sizeof header);
+    header.dwFlags &= result == MMSYSERR_NOERROR ? 0 : WHDR_PREPARED;
 }
 
-} // namespace
-
-void SoundInWin::Queue(WAVEHDR* header) {
-    waveInPrepareHeader(WaveIn, header, sizeof *header);
-    waveInAddBuffer(WaveIn, header, sizeof *header);
-}
-
-// For the buffers that did not come back through the callback, since the device never took them,
-// and those that the system would not release there.
-void SoundInWin::TakeBackBuffers() {
-    const Section section(Delivery);
-    for (WAVEHDR* header : Headers)
-        if ((header->dwFlags & WHDR_PREPARED) && !(header->dwFlags & WHDR_INQUEUE))
-            Unprepare(WaveIn, header);
-}
-
-void CALLBACK SoundInWin::WaveInReady(HWAVEIN handle, UINT message, DWORD_PTR instance,
+void CALLBACK SoundInWin::WaveInReady(HWAVEIN, UINT message, DWORD_PTR instance,
                                       DWORD_PTR parameter, DWORD_PTR) {
-    if (message != WIM_DATA) return;
-    auto* header = reinterpret_cast<WAVEHDR*>(parameter);
-    if (auto* self = reinterpret_cast<SoundInWin*>(instance)) {
-        const Section section(self->Delivery);
-        Unprepare(handle, header);
-        self->Deliver(header);
-    } else {
-        Unprepare(handle, header);
-    }
+    if (message != WIM_DATA || !instance) return;
+    reinterpret_cast<WaveBuffers*>(instance)->CameBack(*reinterpret_cast<WAVEHDR*>(parameter));
 }
 
-void SoundInWin::Deliver(WAVEHDR* header) {
-    if (!Running || !Callback) return;
+// With delivery off nothing of the system may be called from here: the owner may be inside a reset,
+// which the system can then hang over. Stop unprepares what is left lying.
+void SoundInWin::Deliver(WAVEHDR& header) {
+    if (!Running) return;
+    Unprepare(WaveIn, header);
+    if (!Callback) return;
     const std::uint32_t now = timeGetTime();
-    const std::uint32_t frames = header->dwBytesRecorded / Format.nBlockAlign;
-    Callback(TimeOfLastFrame(now, frames), reinterpret_cast<const std::uint8_t*>(header->lpData),
-             static_cast<std::int32_t>(header->dwBytesRecorded), CallbackContext);
+    const std::uint32_t frames = header.dwBytesRecorded / Format.nBlockAlign;
+    Callback(TimeOfLastFrame(now, frames), reinterpret_cast<const std::uint8_t*>(header.lpData),
+             static_cast<std::int32_t>(header.dwBytesRecorded), CallbackContext);
     FramesDelivered += frames;
     // It may have been stopped meanwhile.
-    if (Running) Queue(header);
+    if (Running) Buffers->Lend(WaveIn, header);
 }
 
 // The device has gone on since the block ended by what its position is ahead of the frames that

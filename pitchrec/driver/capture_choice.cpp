@@ -1,20 +1,60 @@
 #include "pitchrec/driver/capture_choice.h"
 
+#include "pitchrec/driver/microphone_name.h"
 #include "soundin/sound_in_dx.h"
 #include "soundin/sound_in_win.h"
 
-#include <memory>
 #include <new>
 
-Sonorel::SoundIn* ChooseSoundIn() {
-    std::unique_ptr<Sonorel::SoundIn> direct(new (std::nothrow) Sonorel::SoundInDx);
-    if (direct) {
-        // Opened only to find out whether it can be. After a failure the closing frees what the
-        // attempt left.
-        const bool opens = direct->Open(CaptureRate);
-        direct->Close();
-        if (opens) return direct.release();
-        direct.reset();
+using namespace Sonorel;
+
+namespace {
+
+// What the capture is asked for, in frames a second.
+constexpr std::int32_t CaptureRate = 22050;
+
+// Both lists have the system's default device first.
+bool FindDevice(SoundIn& input, const MicrophoneName* microphone) {
+    std::int32_t place = 0;
+    if (microphone) {
+        TextStringArray names;
+        input.GetDeviceNames(names);
+        place = microphone->PlaceIn(names);
     }
-    return new (std::nothrow) Sonorel::SoundInWin;
+    if (place < 0) return false;
+    input.SetDevice(place);
+    return true;
+}
+
+// Opened only to find out whether it can be. After a failure the closing frees what the attempt
+// left.
+bool Opens(SoundIn& input) {
+    const bool opens = input.Open(CaptureRate);
+    input.Close();
+    return opens;
+}
+
+// A closed capture object that is set to the microphone.
+std::unique_ptr<SoundIn> ChooseSoundIn(const MicrophoneName* microphone) {
+    if (std::unique_ptr<SoundInDx> direct(new (std::nothrow) SoundInDx);
+        direct && FindDevice(*direct, microphone)) {
+        if (Opens(*direct)) return direct;
+        // An entry of its own in this list only.
+        if (direct->IsDefaultDevice()) microphone = nullptr;
+    }
+    std::unique_ptr<SoundIn> wave(new (std::nothrow) SoundInWin);
+    if (wave && !FindDevice(*wave, microphone)) wave.reset();
+    return wave;
+}
+
+} // namespace
+
+std::unique_ptr<PitchRec> OpenRecogniser(const MicrophoneName* microphone) {
+    std::unique_ptr<SoundIn> input = ChooseSoundIn(microphone);
+    if (!input) return nullptr;
+    std::unique_ptr<PitchRec> made(new (std::nothrow) PitchRecWaveIn(input.get()));
+    if (!made) return nullptr;
+    static_cast<void>(input.release()); // the recogniser's
+    if (!made->Open(CaptureRate)) made.reset();
+    return made;
 }

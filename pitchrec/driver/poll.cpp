@@ -13,11 +13,33 @@ struct Note {
     std::int32_t Data2;
 };
 
-// One waiting note. Without one it refreshes the meter's level instead.
+// The one poll at a time, so that notes go on in the order in which they were sung. Another timer
+// callback, or one that comes from within an echo's box, leaves at once: what waits is taken by the
+// poll under way, or by the next one. Acquired by exchange, released by store.
+class OnePoll {
+public:
+    OnePoll() : Mine(!Polling.exchange(true, std::memory_order_acquire)) {}
+    ~OnePoll() {
+        if (Mine) Polling.store(false, std::memory_order_release);
+    }
+    OnePoll(const OnePoll&) = delete;
+    OnePoll& operator=(const OnePoll&) = delete;
+    explicit operator bool() const { return Mine; }
+
+private:
+    static std::atomic<bool> Polling;
+    bool Mine;
+};
+std::atomic<bool> OnePoll::Polling{false};
+
+// One waiting note. Without one, and while a dialog takes them, it refreshes the meter's level
+// instead.
 bool TakeNote(Note& note) {
     const RecogniserGuard guard;
     if (!guard || !Recogniser || !Recogniser->IsRunning()) return false;
-    if (Recogniser->GetNote(&note.Time, &note.Status, &note.Data1, &note.Data2)) return true;
+    const bool mine = PRecDialogs.load(std::memory_order_relaxed) == 0;
+    if (mine && Recogniser->GetNote(&note.Time, &note.Status, &note.Data1, &note.Data2))
+        return true;
     PRecLevel.store(Recogniser->GetSignalLevel(), std::memory_order_relaxed);
     return false;
 }
@@ -25,6 +47,8 @@ bool TakeNote(Note& note) {
 } // namespace
 
 void PollPitchRec() {
+    const OnePoll poll;
+    if (!poll) return;
     for (Note note; TakeNote(note);) {
         MIDIEvent event{};
         // The age of the note: the receive path counts it back from its own now.

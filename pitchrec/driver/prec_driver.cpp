@@ -3,13 +3,10 @@
 
 #include "engine/driver_table.h"
 #include "engine/module.h"
-#include "pitchrec/driver/capture_choice.h"
-#include "pitchrec/driver/device_choice.h"
-#include "pitchrec/driver/recogniser_guard.h"
-#include "soundin/sound_in.h"
+#include "pitchrec/driver/listening.h"
 
 #include <memory>
-#include <new>
+#include <utility>
 
 Sonorel::PitchRec* Recogniser = nullptr;
 std::atomic<std::uint8_t> EnablePitchRec{0};
@@ -17,42 +14,28 @@ std::atomic<std::uint16_t> PRecChannel{0};
 std::atomic<std::uint16_t> NoteRangeMin{0};
 std::atomic<std::uint16_t> NoteRangeMax{127};
 std::atomic<std::int32_t> PRecLevel{0};
+std::atomic<std::int32_t> PRecDialogs{0};
 
 namespace {
-
-constexpr const char* IniSection = "PRECDRVR";
 
 bool PRecInited = false;
 
 UINT ReadSetting(const char* key, int fallback) {
-    return GetPrivateProfileIntA(IniSection, key, fallback, IniPath);
-}
-
-// A recogniser that is open on a capture of its own, or null.
-std::unique_ptr<Sonorel::PitchRec> OpenRecogniser() {
-    Sonorel::SoundIn* input = ChooseSoundIn();
-    if (!input) return nullptr;
-    std::unique_ptr<Sonorel::PitchRec> made(new (std::nothrow) Sonorel::PitchRecWaveIn(input));
-    if (!made) delete input;
-    if (made && !OpenOnChosenDevice(*made)) made.reset();
-    return made;
-}
-
-// Notes decided by two frames that agree; no attacks, no bends.
-void UsePlainNotes(Sonorel::PitchRec& recogniser) {
-    recogniser.SetTrackingMode(false);
-    recogniser.SetAttackDetect(false, 0);
-    recogniser.SetPitchBendOutput(false);
+    return GetPrivateProfileIntA(PRecSection, key, fallback, IniPath);
 }
 
 } // namespace
 
-std::uint16_t PRecInit() {
-    if (PRecInited) return DriverSuccess;
+void ReadPRecSettings() {
     EnablePitchRec = ReadSetting("EnablePitchRec", 0) != 0 ? 1 : 0;
     PRecChannel = static_cast<std::uint16_t>(ReadSetting("Channel", 0));
     NoteRangeMin = static_cast<std::uint16_t>(ReadSetting("NoteRangeMin", 0));
     NoteRangeMax = static_cast<std::uint16_t>(ReadSetting("NoteRangeMax", 127));
+}
+
+std::uint16_t PRecInit() {
+    if (PRecInited) return DriverSuccess;
+    ReadPRecSettings();
     PRecInited = true;
     return DriverSuccess;
 }
@@ -62,28 +45,25 @@ std::uint8_t PRecTerm() {
     return 1;
 }
 
+// Each box may bring another Open or Close, which then has decided. Gives whether the row is open.
 std::uint8_t PRecOpen() {
-    std::unique_ptr<Sonorel::PitchRec> made = OpenRecogniser();
-    if (!made) {
+    const Turn turn;
+    StopListening(); // the engine opens a row that is closed
+    std::unique_ptr<Sonorel::PitchRec> made = OpenOnChoice(turn);
+    if (made) {
+        StartListening(std::move(made), EnablePitchRec != 0);
+        TellOfMissingMicrophone();
+    } else if (turn.IsLast()) {
         MessageBoxA(nullptr, "Error initializing Pitch Recognition", "Testing",
                     MB_ICONEXCLAMATION | MB_OK);
-        return 0;
     }
-    Sonorel::PitchRec& recogniser = *made;
-    // One that was open already goes; the engine opens a row that is closed.
-    const std::unique_ptr<Sonorel::PitchRec> before(SetRecogniser(made.release()));
-    recogniser.Enable(EnablePitchRec != 0);
-    UsePlainNotes(recogniser);
-    return 1;
+    return Recogniser != nullptr;
 }
 
 // Notes still in the ring go with it, and a held note gets no end.
 std::uint8_t PRecClose() {
-    // From here on no poll can see it, so it may be taken apart while the timer runs.
-    const std::unique_ptr<Sonorel::PitchRec> closing(SetRecogniser(nullptr));
-    if (!closing) return 1;
-    closing->Enable(false);
-    UsePlainNotes(*closing);
+    const Turn turn;
+    StopListening();
     return 1;
 }
 

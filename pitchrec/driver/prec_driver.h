@@ -16,5 +16,14 @@ extern std::atomic<std::uint16_t> PRecChannel;  // zero-based Channel of every r
 extern std::atomic<std::uint16_t> NoteRangeMin; // shown in the dialog; filters nothing
 extern std::atomic<std::uint16_t> NoteRangeMax;
 
+// The section of the ini file that they stand in.
+constexpr const char* PRecSection = "PRECDRVR";
+// Reads them and EnablePitchRec from it. Thread: host.
+void ReadPRecSettings();
+
+// Microphone dialogs that are up. Meanwhile the notes in the ring are theirs, and the poll takes
+// none. Relaxed: a note taken just before is one that was sung before.
+extern std::atomic<std::int32_t> PRecDialogs;
+
 // The input level that the last poll fetched, in sample units, for the meter.
 extern std::atomic<std::int32_t> PRecLevel;

@@ -115,7 +115,7 @@ void DropWaveIns() {
         dropped.swap(list.Handles);
     }
     for (const auto& handle : dropped) handle->Abandon();
-    ForgetPreparedHeaders();
+    ForgetHeaderCounts();
 }
 
 } // namespace machine

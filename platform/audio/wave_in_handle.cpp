@@ -1,15 +1,35 @@
 #include "platform/audio/wave_in_handle.h"
 
-#include <atomic>
-
 namespace machine {
 namespace {
-std::atomic<int> prepared{0}; // a count, ordered by nothing
-}
+// Counts, ordered by nothing.
+std::atomic<int> prepared{0};
+std::atomic<int> duringReset{0};
+
+// For the length of a stop or reset.
+class Ending {
+public:
+    explicit Ending(std::atomic<int>& count) : count_(count) { ++count_; }
+    ~Ending() { --count_; }
+    Ending(const Ending&) = delete;
+    Ending& operator=(const Ending&) = delete;
+
+private:
+    std::atomic<int>& count_;
+};
+} // namespace
 
 int PreparedHeaders() { return prepared.load(std::memory_order_relaxed); }
+int HeaderCallsDuringReset() { return duringReset.load(std::memory_order_relaxed); }
 
-void ForgetPreparedHeaders() { prepared.store(0, std::memory_order_relaxed); }
+void ForgetHeaderCounts() {
+    prepared.store(0, std::memory_order_relaxed);
+    duringReset.store(0, std::memory_order_relaxed);
+}
+
+void WaveInHandle::NoteHeaderCall() const {
+    if (endings_ > 0) duringReset.fetch_add(1, std::memory_order_relaxed);
+}
 
 WaveInHandle::WaveInHandle(std::unique_ptr<DeviceClaim> claim, const PcmFormat& format,
                            Listener listener)
@@ -25,6 +45,7 @@ void WaveInHandle::Tell(UINT message, WAVEHDR* header) {
 }
 
 MMRESULT WaveInHandle::Prepare(WAVEHDR& header) {
+    NoteHeaderCall();
     if (header.lpData == nullptr) return MMSYSERR_INVALPARAM;
     const std::scoped_lock lock(lock_);
     if ((header.dwFlags & WHDR_INQUEUE) != 0) return WAVERR_STILLPLAYING;
@@ -36,6 +57,7 @@ MMRESULT WaveInHandle::Prepare(WAVEHDR& header) {
 
 // Works on a device that is gone too, since the application has to free its memory.
 MMRESULT WaveInHandle::Unprepare(WAVEHDR& header) {
+    NoteHeaderCall();
     const std::scoped_lock lock(lock_);
     if ((header.dwFlags & WHDR_INQUEUE) != 0) return WAVERR_STILLPLAYING;
     if ((header.dwFlags & WHDR_PREPARED) != 0) prepared.fetch_sub(1, std::memory_order_relaxed);
@@ -44,6 +66,7 @@ MMRESULT WaveInHandle::Unprepare(WAVEHDR& header) {
 }
 
 MMRESULT WaveInHandle::Add(WAVEHDR& header) {
+    NoteHeaderCall();
     const std::scoped_lock lock(lock_);
     if ((header.dwFlags & WHDR_PREPARED) == 0) return WAVERR_UNPREPARED;
     if ((header.dwFlags & WHDR_INQUEUE) != 0) return WAVERR_STILLPLAYING;
@@ -183,6 +206,7 @@ void WaveInHandle::GiveBack(std::unique_lock<std::mutex>& lock, WAVEHDR* chain) 
 }
 
 void WaveInHandle::EndCapture(bool handBackAll) {
+    const Ending count(endings_);
     std::unique_lock lock(lock_);
     ending_ = true;
     lock.unlock();

@@ -4,6 +4,7 @@
 #include "platform/audio/capture_device.h"
 #include "platform/system/wave.h"
 
+#include <atomic>
 #include <mutex>
 
 namespace machine {
@@ -37,6 +38,7 @@ public:
     void Abandon();
 
 private:
+    void NoteHeaderCall() const; // before the lock
     void Captured() override;
     bool FillNext(std::uint64_t position); // locked
     void FillPartly(std::uint64_t position);
@@ -55,6 +57,8 @@ private:
     const PcmFormat format_;
     const Listener listener_;
 
+    std::atomic<int> endings_{0}; // stops and resets under way
+
     std::mutex lock_; // of all below; never held in the callback
     const std::unique_ptr<CaptureStream> stream_;
     bool started_ = false;
@@ -70,6 +74,8 @@ private:
 
 // Headers prepared and not unprepared, over all handles.
 int PreparedHeaders();
-void ForgetPreparedHeaders();
+// Headers queued, prepared or unprepared while their handle was being stopped or reset.
+int HeaderCallsDuringReset();
+void ForgetHeaderCounts();
 
 } // namespace machine

@@ -14,6 +14,7 @@ constexpr int IDCANCEL = 2;
 
 PLATFORM_API int MessageBoxA(HWND owner, LPCSTR text, LPCSTR caption, UINT flags);
 PLATFORM_API HWND GetFocus();
+PLATFORM_API HWND SetFocus(HWND control); // of a dialog, from the thread that shows it
 
 struct RECT {
     LONG left, top, right, bottom; // right and bottom lie outside

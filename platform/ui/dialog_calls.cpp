@@ -170,6 +170,14 @@ UINT IsDlgButtonChecked(HWND dialog, int id) {
     return control && control->Checked ? BST_CHECKED : BST_UNCHECKED;
 }
 
+HWND SetFocus(HWND window) {
+    const Target target = Resolve(window);
+    if (!target.Item) return nullptr;
+    const HWND before = HandleOf(target.Owner->Focus);
+    if (target.Item->Reachable()) target.Owner->MoveFocus(target.Item);
+    return before;
+}
+
 BOOL GetWindowRect(HWND window, RECT* place) {
     const Target target = Resolve(window);
     if (!target.Owner || !place) return FALSE;

@@ -81,4 +81,6 @@ int OpenWaveIns() { return OpenWaveInHandles(); }
 int OpenCaptureObjects() { return CaptureObjects(); }
 int PreparedWaveHeaders() { return PreparedHeaders(); }
 
+int WaveCallsDuringReset() { return HeaderCallsDuringReset(); }
+
 } // namespace machine

@@ -125,5 +125,8 @@ CaptureStats StatsOf(Microphone microphone);
 int OpenWaveIns();
 int OpenCaptureObjects(); // IDirectSoundCapture and IDirectSoundCaptureBuffer
 int PreparedWaveHeaders();
+// Headers queued, prepared or unprepared while their device was being stopped or reset, which some
+// systems hang over.
+int WaveCallsDuringReset();
 
 } // namespace machine

@@ -18,14 +18,6 @@ void PlayTones(Player& player, const std::vector<std::pair<double, double>>& ton
     for (const auto& [hertz, peak] : tones) player.Play(Sine(hertz, peak));
 }
 
-TEST(Steady, AnOddFrameChangesNothing) {
-    Player player;
-    PlayTones(player, {{Low, 100}, {Low, 100}, {High, 100}, {Low, 100}, {Low, 100}});
-    EXPECT_EQ(player.Frames[2].DetectedNote, 85);
-    EXPECT_EQ(player.Frames[2].ActiveNote, 82);
-    EXPECT_EQ(player.TakeMessages(), Messages{0x905264});
-}
-
 TEST(Steady, TwoFramesChangeTheNoteUnderOneStamp) {
     Player player;
     PlayTones(player, {{Low, 100}, {Low, 100}, {High, 100}, {High, 100}});
@@ -51,13 +43,6 @@ TEST(Steady, AChangeInAFallingLevelIsARelease) {
     Player exact; // two thirds exactly is no fall
     PlayTones(exact, {{Low, 100}, {Low, 100}, {High, 90}, {High, 60}});
     EXPECT_EQ(exact.Frames[3].ActiveNote, 85);
-}
-
-TEST(Steady, AGapOfOneFrameEndsTheNote) {
-    Player player;
-    PlayTones(player, {{Low, 100}, {Low, 100}, {Low, 5}, {Low, 100}, {Low, 100}});
-    EXPECT_EQ(player.TakeMessages(), (Messages{0x905264, 0x805240, 0x905264}));
-    EXPECT_EQ(player.Frames[3].ActiveNote, NoNote);
 }
 
 TEST(Sliding, TheFirstNoteWaitsForThreeFramesAndLaterOnesForNone) {

@@ -1,5 +1,6 @@
 // Row 1 of the driver table: its settings, its poll, and taking its recogniser away under the
 // timer's feet. The recogniser is a made-up one.
+#include "pitchrec/driver/microphone_name.h"
 #include "pitchrec/driver/prec_driver.h"
 #include "pitchrec/driver/recogniser_guard.h"
 #include "tests/pitchrec/session.h"
@@ -95,14 +96,14 @@ TEST_F(PRecDriver, HandsNotesOnWithTheirAge) {
     PollPitchRec();
     const auto records = TakeReceived();
     ASSERT_EQ(records.size(), 2u);
-    EXPECT_EQ(records[0].Time, 500 - 55);
-    EXPECT_EQ(records[0].Etime, 0);
+    EXPECT_EQ(+records[0].Time, 500 - 55);
+    EXPECT_EQ(+records[0].Etime, 0);
     EXPECT_EQ(records[0].Channel, 3);
     EXPECT_EQ(records[0].Length, 2);
     EXPECT_EQ(records[0].Status, 0x90);
     EXPECT_EQ(records[0].Data1, 69);
     EXPECT_EQ(records[0].Data2, 100);
-    EXPECT_EQ(records[1].Time, 500 - 30);
+    EXPECT_EQ(+records[1].Time, 500 - 30);
     EXPECT_EQ(records[1].Status, 0x81);
     EXPECT_EQ(records[1].Data2, 255);
     EXPECT_EQ(PRecLevel, 44);
@@ -135,6 +136,54 @@ TEST_F(PRecDriver, ClosesInOrderAndWithoutARecogniserDoesNothing) {
     EXPECT_TRUE(PRecClose());
     EXPECT_EQ(trace, "off steady no-attacks no-bends gone");
     EXPECT_EQ(Recogniser, nullptr);
+}
+
+// An echo is refused and its box runs the host's messages, the timer's among them: a note that was
+// taken now would meet the transmission under way, and be lost.
+TEST_F(PRecDriver, TakesTheNextNoteWhenTheOneBeforeIsThrough) {
+    BringUp();
+    ZorEchoMIDI(1, nullptr);
+    MadeUpRecogniser& recogniser = PutIn();
+    recogniser.Waiting = {{0, 0x90, 69, 100}, {0, 0x80, 69, 64}};
+    machine::FailCall(machine::Call::midiOutShortMsg, 1, MMSYSERR_ERROR);
+    machine::WhileBoxIsUp([](const machine::Box&) { PollPitchRec(); });
+    PollPitchRec();
+    EXPECT_EQ(TakeBoxTexts().size(), 1u);
+    EXPECT_EQ(TakeReceived().size(), 2u);
+    ZorEchoMIDI(0, nullptr);
+    ZorErrorMIDI(nullptr);
+}
+
+TEST(Microphones, AreKnownByTheirNamesInEitherList) {
+    const std::string cut = "Microphone (USB Audio Device 2.",
+                      cutToo = "Microphone (2- USB Audio CODEC ";
+    const std::string front = cut + "0 front)", back = cut + "0 back)", codec = cutToo + ")";
+    struct Case {
+        std::vector<std::string> Then;
+        int Chosen;
+        std::vector<std::string> Now;
+        int Place;
+    };
+    const Case cases[] = {
+        {{"Primary", "A", "B"}, 2, {"A", "B"}, 1},      // numbered from 0 and from 1
+        {{"A", "B"}, 1, {"B"}, 0},                      // moved
+        {{"A", "B"}, 1, {"A", "BB", "b"}, -1},          // gone
+        {{"A", "A", "A"}, 1, {"A", "A"}, 1},            // twins
+        {{"A", "A"}, 1, {"A"}, 0},                      // the one that is left
+        {{"Primary", codec}, 1, {"A", cutToo}, 1},      // cut, behind a blank
+        {{"A", cutToo}, 1, {"Primary", "A", codec}, 2}, // and whole again
+        {{front, back}, 1, {"A", cut, cut}, 2},         // cut to twins
+        {{cut, cut}, 1, {front, back}, 1},              // and told apart
+        {{front, back}, 0, {back}, -1},                 // not its neighbour
+        {{back, front}, 1, {front, back}, 0},
+    };
+    for (const Case& c : cases) {
+        Sonorel::TextStringArray then, now;
+        for (const std::string& name : c.Then) then.AppendText(name.c_str());
+        for (const std::string& name : c.Now) now.AppendText(name.c_str());
+        EXPECT_EQ(Sonorel::MicrophoneName(then, c.Chosen).PlaceIn(now), c.Place)
+            << testing::PrintToString(c.Then) << testing::PrintToString(c.Now);
+    }
 }
 
 // The poll runs on while the recogniser comes and goes; it never meets one that is going.

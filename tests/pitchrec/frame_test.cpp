@@ -21,34 +21,6 @@ TEST(Frame, SilenceHalvesTheLevelAndSaysNothing) {
     EXPECT_TRUE(player.TakeEntries().empty());
 }
 
-// What a block of 512 samples is made of: every stride-th byte, first channel only.
-TEST(Frame, ReadsTheFirstChannelAtTheAnalysisRate) {
-    struct Case {
-        int Rate, Channels, Bits;
-        std::size_t Stride;
-    };
-    const Case cases[] = {
-        {22050, 1, 8, 1},  {22050, 2, 8, 2}, {44100, 2, 8, 4}, {22050, 1, 16, 2},
-        {44100, 2, 16, 8}, {48000, 1, 8, 2}, {33075, 1, 16, 3}}; // an odd stride splits samples,
-                                                                 // but reads no further
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.Stride * 100000 + static_cast<std::size_t>(c.Rate));
-        Player player(c.Rate, c.Channels, c.Bits);
-        std::vector<std::uint8_t> block(512 * c.Stride, 0xEE); // loud between what is read
-        for (std::size_t k = 0; k < 512; ++k) {
-            block[k * c.Stride] = c.Bits == 8 ? 128 : 0;
-            if (c.Bits == 16) block[k * c.Stride + 1] = 0;
-        }
-        const std::size_t first = 5 * c.Stride;
-        block[first] = c.Bits == 8 ? 178 : 0x2C; // 50, or 300
-        if (c.Bits == 16) block[first + 1] = 0x01;
-        player.Feed(block);
-        EXPECT_EQ(player.Now().Amplitude, c.Bits == 8 ? 50 : 300);
-        EXPECT_EQ(player.Recogniser.ValidSamples, 512);
-        EXPECT_EQ(player.Recogniser.SampleStore[2048 - 512 + 5], c.Bits == 8 ? 50 : 300);
-    }
-}
-
 TEST(Frame, SixteenBitsKeepTheirRange) {
     Player player(22050, 1, 16);
     std::vector<std::uint8_t> block(1024);
@@ -61,18 +33,6 @@ TEST(Frame, SixteenBitsKeepTheirRange) {
     const auto messages = player.TakeMessages();
     ASSERT_EQ(messages.size(), 1u);
     EXPECT_EQ(messages[0] & 0xFF, 0u); // the low 8 bits of the amplitude
-}
-
-TEST(Frame, TheLargerPeakHasItsSign) {
-    struct Case {
-        int Positive, Negative, Extreme;
-    };
-    for (const Case& c : {Case{50, -40, 50}, {40, -50, -50}, {50, -50, -50}, {0, -128, -128}}) {
-        Player player;
-        player.Play([&](int i) { return i == 100 ? c.Positive : i == 200 ? c.Negative : 0; });
-        EXPECT_EQ(player.Now().Extreme, c.Extreme);
-        EXPECT_EQ(player.Now().Amplitude, std::abs(c.Extreme));
-    }
 }
 
 // The gate closes the window, and its level depends on the note of two frames ago.
@@ -121,25 +81,6 @@ TEST(Frame, StampsTheFirstLoudSample) {
     }
 }
 
-// With older samples in the window, the end of a sound is stamped with its oldest one.
-TEST(Frame, StampsAFadedSoundWithTheWindowsStart) {
-    Player player;
-    player.Play(Square(25, 100), 6);
-    player.TakeEntries();
-    player.Play(Silence());
-    const auto entries = player.TakeEntries();
-    ASSERT_EQ(entries.size(), 1u);
-    EXPECT_EQ(entries[0].Message, 0x804540u);
-    EXPECT_EQ(entries[0].Time, static_cast<std::int32_t>(player.Time) - 92);
-}
-
-TEST(Frame, StampsCrossTheWrapOfTheClock) {
-    Player player;
-    player.Time = 0xFFFFFFFFu - 23 + 5; // the block ends at 4
-    player.Play([](int i) { return i >= 10 ? 100.0 : 0.0; });
-    EXPECT_EQ(player.Now().OnsetTime, 4 - 22);
-}
-
 TEST(Frame, AnEmptyBlockStopsAtTheGate) {
     Player player;
     player.Play(Square(25, 100), 3);
@@ -163,32 +104,6 @@ TEST(Attack, ReportsTheRiseAndTheFirstFallOnce) {
     ASSERT_EQ(attacks.size(), 2u);
     EXPECT_EQ(attacks[0], expected[0]);
     EXPECT_EQ(attacks[1], expected[1]);
-}
-
-TEST(Attack, NeedsTheWholeThresholdAndOneSwitchForAll) {
-    Player gentle;
-    gentle.Recogniser.SetAttackDetect(true, 40);
-    gentle.Play([](int i) { return i % 256 == 9 ? 39 : 0; });
-    EXPECT_TRUE(gentle.TakeEntries().empty());
-    EXPECT_EQ(gentle.Now().BlockPeak, 39);
-
-    Player first;
-    first.Recogniser.SetAttackDetect(true, 40);
-    first.Play([](int i) { return i == 300 ? 40 : 0; });
-    ASSERT_EQ(first.TakeMessages(), std::vector<std::uint32_t>{0xB00C7F});
-    // The attack is still on, and another recogniser finds it so: no second beginning, only the
-    // end.
-    Player second;
-    second.Recogniser.SetAttackDetect(true, 40);
-    second.Play([](int i) { return i == 100 ? 90 : 0; });
-    EXPECT_EQ(second.TakeMessages(), std::vector<std::uint32_t>{0xB00C00});
-}
-
-TEST(Attack, IsOffByDefault) {
-    Player player;
-    player.Play([](int i) { return i >= 300 ? 100 : 0; });
-    EXPECT_EQ(player.Now().BlockPeak, 0);
-    EXPECT_TRUE(player.TakeEntries().empty());
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 // From a microphone of the machine to ZorRcv, through both capture classes.
+#include "pitchrec/driver/listening.h"
 #include "pitchrec/driver/prec_driver.h"
 #include "tests/pitchrec/session.h"
 #include "tests/support/scarce_memory.h"
@@ -142,6 +143,140 @@ TEST_F(Journey, OpensIdleWhileSwitchedOff) {
     machine::Advance(1000);
     EXPECT_TRUE(TakeReceived().empty());
     PRecClose();
+}
+
+// Two microphones; the second is the user's choice.
+class Choice : public Journey, public testing::WithParamInterface<machine::DirectSound> {
+protected:
+    void SetUp() override {
+        machine::SetDirectSound(GetParam());
+        WriteIni("EnablePitchRec=1\n");
+        BringUp();
+        First = Add("First");
+        Second = Add("Second");
+        ASSERT_TRUE(PRecOpen());
+        ASSERT_TRUE(ChoosePRecDevice(NumberOf(Second)));
+    }
+    void TearDown() override {
+        machine::WhileBoxIsUp(nullptr);
+        PRecClose();
+        EXPECT_EQ(machine::OpenWaveIns() + machine::OpenCaptureObjects(), 0);
+    }
+    static machine::Microphone Add(const char* name) {
+        machine::MicrophoneModel model;
+        model.Name = name;
+        model.Exclusive = true;
+        return machine::AddMicrophone(model);
+    }
+    static std::int32_t NumberOf(machine::Microphone microphone) {
+        return machine::DeviceNumber(microphone) + (GetParam() == machine::DirectSound::Present);
+    }
+    // Neither class opens anything from the nth attempt on.
+    static void RefuseOpening(int nth = 1, int times = 0) {
+        machine::FailCall(machine::Call::CreateCaptureBuffer, nth, DSERR_ALLOCATED, times);
+        machine::FailCall(machine::Call::waveInOpen, nth, MMSYSERR_ALLOCATED, times);
+    }
+    static int Open(machine::Microphone microphone) { return machine::StatsOf(microphone).Open; }
+    static std::uint32_t Volume(machine::Microphone microphone) {
+        return machine::ControlValues(machine::MixerOf(microphone), machine::MicrophoneVolume)
+            .at(0);
+    }
+    machine::Microphone First{}, Second{};
+};
+INSTANTIATE_TEST_SUITE_P(Both, Choice,
+                         testing::Values(machine::DirectSound::Present,
+                                         machine::DirectSound::Absent));
+
+TEST_P(Choice, TouchesNoOtherMicrophone) {
+    machine::MoveControl(machine::MixerOf(First), machine::MicrophoneVolume, 60000);
+    for (int start = 0; start < 2; ++start) {
+        ASSERT_TRUE(PRecOpen());
+        EXPECT_EQ(Open(Second), 1);
+        EXPECT_EQ(Volume(Second), 32767u);
+        EXPECT_EQ(Volume(First), 60000u);
+        machine::Unplug(Add("Between")); // numbers come and go
+    }
+}
+
+TEST_P(Choice, OutlivesAFailedStartAndTheOtherClass) {
+    RefuseOpening();
+    EXPECT_FALSE(PRecOpen());
+    EXPECT_EQ(TakeBoxTexts().back(), NotOpened);
+    machine::ClearFaults();
+    for (const auto direct : {machine::DirectSound::Absent, machine::DirectSound::Present}) {
+        machine::SetDirectSound(direct);
+        ASSERT_TRUE(PRecOpen());
+        EXPECT_EQ(Open(Second), 1);
+    }
+    EXPECT_TRUE(TakeBoxTexts().empty());
+}
+
+TEST_P(Choice, GivesWayToTheDefaultWhileItIsGone) {
+    for (int time = 0; time < 2; ++time) {
+        machine::Unplug(Second);
+        for (int start = 0; start < 2; ++start) {
+            ASSERT_TRUE(PRecOpen());
+            EXPECT_EQ(Open(First), 1);
+            const auto texts = TakeBoxTexts(); // once
+            ASSERT_EQ(texts.size(), start == 0 ? 1u : 0u);
+            EXPECT_TRUE(texts.empty() || texts[0].find("\nSecond\n") != std::string::npos);
+        }
+        Second = Add("Second");
+        ASSERT_TRUE(PRecOpen());
+        EXPECT_EQ(Open(Second), 1);
+        EXPECT_TRUE(TakeBoxTexts().empty());
+    }
+}
+
+// One that cannot be opened is given up for the one before it.
+TEST_P(Choice, IsTheOneBeforeWhereTheNewOneCannotBeOpened) {
+    RefuseOpening(1, 1);
+    EXPECT_FALSE(ChoosePRecDevice(NumberOf(First)));
+    EXPECT_EQ(TakeBoxTexts().size(), 1u);
+    EXPECT_EQ(Open(Second), 1);
+    EXPECT_FALSE(ChoosePRecDevice(99));
+    ASSERT_TRUE(PRecOpen());
+    EXPECT_EQ(Open(Second), 1);
+}
+
+// What the host does from within a box decides, whatever the box came in the middle of.
+TEST_P(Choice, LeavesTheLastWordToTheHost) {
+    const std::function<void()> begins[] = {[] { PRecOpen(); },
+                                            [this] { ChoosePRecDevice(NumberOf(First)); }};
+    const std::function<void()> acts[] = {[] { PRecClose(); }, [] { PRecOpen(); },
+                                          [] { PRecClose(), PRecOpen(); }};
+    int met = 0;
+    for (int place = 0; place < 2 * 3 * 3 * 2; ++place) {
+        SCOPED_TRACE(place);
+        const auto& begin = begins[place % 2];
+        const auto& act = acts[place / 2 % 3];
+        const int refused = place / 6 % 3; // openings in a row
+        int before = place / 18;           // boxes that are left alone
+        ASSERT_TRUE(PRecOpen() && ChoosePRecDevice(NumberOf(Second)));
+        machine::Unplug(Second); // so that a box tells of that too
+        if (refused > 0) RefuseOpening(1, refused);
+        bool acted = false;
+        machine::WhileBoxIsUp([&](const machine::Box&) {
+            if (acted || before-- > 0) return;
+            acted = true;
+            machine::ClearFaults();
+            act();
+        });
+        begin();
+        machine::WhileBoxIsUp(nullptr);
+        machine::ClearFaults();
+        const bool closed = &act == &acts[0];
+        if (acted) {
+            ++met;
+            EXPECT_EQ(Recogniser == nullptr, closed);
+            EXPECT_EQ(Open(First), closed ? 0 : 1);
+        }
+        PRecClose();
+        EXPECT_EQ(machine::OpenWaveIns() + machine::OpenCaptureObjects(), 0);
+        Second = Add("Second");
+        machine::TakeBoxes();
+    }
+    EXPECT_EQ(met, 24);
 }
 
 // In real time, with timer, capture and host each on their own thread: opened and closed at any

@@ -37,18 +37,6 @@ TEST(Ring, KeepsTheFirst128EntriesAndDropsTheNext) {
     }
 }
 
-// A negative time and a full message come out as they went in.
-TEST(Ring, GivesTheMessageBackInItsParts) {
-    Player player;
-    player.Recogniser.Notes->PushNote(-5, 0x9045FF);
-    std::int32_t time = 0, status = 0, data1 = 0, data2 = 0;
-    ASSERT_TRUE(player.Recogniser.GetNote(&time, &status, &data1, &data2));
-    EXPECT_EQ(time, -5);
-    EXPECT_EQ(status, 0x90);
-    EXPECT_EQ(data1, 0x45);
-    EXPECT_EQ(data2, 0xFF);
-}
-
 TEST(Ring, WithoutMemoryHoldsNothingAndOpenFails) {
     machine::FailCall(machine::Call::GlobalAlloc, 1, 0);
     auto* input = new FedSound(22050, 1, 8);

@@ -34,7 +34,7 @@ protected:
         const auto* info = testing::UnitTest::GetInstance()->current_test_info();
         Folder = std::filesystem::absolute(std::string(info->name()) + ".desk");
         std::filesystem::remove_all(Folder);
-        std::filesystem::create_directory(Folder);
+        std::filesystem::create_directories(Folder);
         machine::SetModulePath((Folder / "libzormidi.so").string());
         Parent = machine::CreateHostWindow(
             [this](unsigned message, std::uintptr_t first, std::intptr_t second) {

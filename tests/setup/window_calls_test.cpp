@@ -10,12 +10,10 @@
 
 namespace {
 
-constexpr int List = 10, Sorted = 11, Edit = 12, Frame = 13, Late = 14;
+constexpr int List = 10, Edit = 12, Late = 14;
 constexpr ui::ControlTemplate Controls[] = {
     {"", List, "COMBOBOX", CBS_DROPDOWNLIST | WS_TABSTOP | WS_VISIBLE, 0, 0, 40, 60},
-    {"", Sorted, "combobox", CBS_DROPDOWNLIST | CBS_SORT | WS_VISIBLE, 0, 20, 40, 60},
     {"", Edit, "EDIT", WS_TABSTOP | WS_VISIBLE, 0, 40, 40, 12},
-    {"", Frame, "STATIC", SS_BLACKFRAME | WS_VISIBLE, 60, 0, 4, 8},
     {"Late", Late, "BUTTON", BS_PUSHBUTTON | WS_TABSTOP | WS_VISIBLE, 0, 60, 40, 14},
 };
 constexpr ui::DialogTemplate Dialogs[] = {{7, "Test", 0, 0, 0, 100, 80, 8, "", Controls}};
@@ -67,18 +65,6 @@ TEST(WindowCalls, ListsAreSearchedRoundTheEnd) {
     });
 }
 
-TEST(WindowCalls, ASortedListKeepsItsSelectionAndData) {
-    Open([](machine::DialogUser& user, HWND dialog) {
-        Ask(dialog, Sorted, CB_ADDSTRING, 0, "m");
-        SendDlgItemMessageA(dialog, Sorted, CB_SETITEMDATA, 0, 77);
-        Ask(dialog, Sorted, CB_SETCURSEL, 0, nullptr);
-        EXPECT_EQ(Ask(dialog, Sorted, CB_ADDSTRING, 0, "B"), 0);
-        EXPECT_EQ(Ask(dialog, Sorted, CB_ADDSTRING, 0, "z"), 2);
-        EXPECT_EQ(user.Text(Sorted), "m");
-        EXPECT_EQ(user.ItemData(Sorted, 1), 77);
-    });
-}
-
 TEST(WindowCalls, NumbersAreReadFromTheBeginningOfTheText) {
     struct Case {
         const char* Text;
@@ -103,57 +89,6 @@ TEST(WindowCalls, NumbersAreReadFromTheBeginningOfTheText) {
         char text[4];
         EXPECT_EQ(GetDlgItemTextA(dialog, Edit, text, sizeof text), 3u);
         EXPECT_STREQ(text, "214");
-    });
-}
-
-TEST(WindowCalls, TimersAreToldOnceHoweverLate) {
-    Open([](machine::DialogUser& user, HWND dialog) {
-        SetTimer(dialog, 1, 50, nullptr);
-        SetTimer(dialog, 2, 30, nullptr);
-        heard.clear();
-        user.Wait(100);
-        const Message one{WM_TIMER, 1}, two{WM_TIMER, 2};
-        EXPECT_EQ(heard, (std::vector<Message>{two, one, two, two, one}));
-        heard.clear();
-        machine::Advance(1000); // nobody looks meanwhile
-        user.Wait(0);
-        EXPECT_EQ(heard, (std::vector<Message>{one, two}));
-        EXPECT_TRUE(KillTimer(dialog, 2));
-        EXPECT_FALSE(KillTimer(dialog, 2));
-        heard.clear();
-        user.Wait(50);
-        EXPECT_EQ(heard, (std::vector<Message>{one}));
-    });
-}
-
-TEST(WindowCalls, RectanglesAreClippedAndNullPensDrawLess) {
-    Open([](machine::DialogUser& user, HWND dialog) {
-        // The frame is 6 by 13 pixels.
-        const HWND frame = GetDlgItem(dialog, Frame);
-        const HDC dc = GetDC(frame);
-        const HBRUSH brush = CreateSolidBrush(0x02332211);
-        const HGDIOBJ before = SelectObject(dc, brush);
-        EXPECT_FALSE(DeleteObject(brush)); // in use
-        Rectangle(dc, 9, 4, 3, 1);         // turned round, and past the right edge
-        const HPEN pen = CreatePen(PS_NULL, 1, 0);
-        SelectObject(dc, pen);
-        Rectangle(dc, -5, 10, 3, 99);
-        Rectangle(dc, 2, 8, 3, 9); // nothing is left of it
-        const std::vector<std::uint32_t> pixels = user.Pixels(Frame);
-        std::string seen;
-        for (std::size_t i = 0; i < pixels.size(); ++i) {
-            const std::uint32_t p = pixels[i];
-            seen += p == 0xFFFFFFFF ? '.' : p == 0x332211 ? 'o' : p == 0 ? '#' : '?';
-            if (i % 6 == 5) seen += '\n';
-        }
-        EXPECT_EQ(seen, "......\n...###\n...#oo\n...###\n......\n......\n......\n......\n......\n"
-                        "......\noo....\noo....\noo....\n");
-        SelectObject(dc, before);
-        EXPECT_TRUE(DeleteObject(brush));
-        EXPECT_FALSE(DeleteObject(brush));
-        ReleaseDC(frame, dc);
-        EXPECT_TRUE(DeleteObject(pen));
-        EXPECT_EQ(machine::DrawingObjects(), 0);
     });
 }
 

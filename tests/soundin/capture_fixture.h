@@ -83,6 +83,7 @@ protected:
         EXPECT_EQ(0, machine::OpenCaptureObjects());
         EXPECT_EQ(0, machine::PreparedWaveHeaders());
         EXPECT_EQ(0, machine::OpenMixers());
+        EXPECT_EQ(0, machine::WaveCallsDuringReset());
         machine::PowerOn();
     }
 

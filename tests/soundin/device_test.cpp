@@ -98,6 +98,34 @@ TEST_P(DeviceTest, StaysClosedWhereTheOtherDeviceDoesNotOpen) {
     machine::TakeBoxes();
 }
 
+// The other device's mixer has controls of the same numbers, and none of them is a microphone's.
+TEST_P(DeviceTest, MovesNoControlThatIsNotTheMicrophones) {
+    constexpr std::uint32_t synthesizer = MIXERLINE_COMPONENTTYPE_SRC_MICROPHONE + 1;
+    machine::MixerModel model = machine::MicrophoneMixer("Synth card");
+    for (machine::MixerLine& destination : model.Destinations)
+        for (machine::MixerLine& source : destination.Sources) source.Type = synthesizer;
+    const auto mixer = machine::AddMixer(model);
+    machine::MicrophoneModel card;
+    card.Name = "Synth card";
+    card.WithMixer = false;
+    machine::SetMixerOf(machine::AddMicrophone(card), mixer);
+    const machine::ControlPlace volume{MIXERLINE_COMPONENTTYPE_DST_WAVEIN, synthesizer,
+                                       MIXERCONTROL_CONTROLTYPE_VOLUME};
+    const machine::ControlPlace mute{MIXERLINE_COMPONENTTYPE_DST_SPEAKERS, synthesizer,
+                                     MIXERCONTROL_CONTROLTYPE_MUTE};
+    ASSERT_TRUE(machine::MoveControl(mixer, volume, 1000));
+    input = Make(GetParam()); // lists the card
+    ASSERT_TRUE(input->Open(22050));
+    ASSERT_TRUE(input->SetDevice(rightDevice + 1));
+    EXPECT_FALSE(input->SetLevel(1.5));
+    EXPECT_EQ(0.0, input->GetLevel());
+    EXPECT_FALSE(input->SetMicThru(1));
+    EXPECT_EQ(0u, input->GetMicThru());
+    EXPECT_EQ(1000u, machine::ControlValues(mixer, volume).at(0));
+    EXPECT_EQ(1u, machine::ControlValues(mixer, mute).at(0));
+    input->Close();
+}
+
 TEST_P(DeviceTest, OnlyStoresWhatChangesNothing) {
     EXPECT_TRUE(input->SetDevice(rightDevice));
     EXPECT_EQ(rightDevice, input->GetDevice());
@@ -154,25 +182,4 @@ TEST_F(CaptureTest, DirectSoundOpensTheDefaultDeviceForAnIndexOutsideItsList) {
     EXPECT_EQ(3u, listener.Take().size());
     EXPECT_EQ(1, machine::StatsOf(microphone).Open);
     input.Close();
-}
-
-// The defaults that a capture class need not replace.
-TEST(SoundInBase, KeepsWhatItIsGiven) {
-    Sonorel::SoundIn input;
-    Sonorel::TextStringArray names;
-    names.AppendText("kept");
-    EXPECT_EQ(0, input.GetDeviceNames(names));
-    EXPECT_EQ(1, names.Count);
-    EXPECT_TRUE(input.SetLevel(0.25));
-    EXPECT_TRUE(input.SetMicThru(3));
-    EXPECT_TRUE(input.SetDevice(5));
-    EXPECT_TRUE(input.Open(11025));
-    EXPECT_EQ(11025u, input.GetSampleRate());
-    EXPECT_EQ(0.25, input.GetLevel());
-    EXPECT_EQ(3u, input.GetMicThru());
-    EXPECT_EQ(5, input.GetDevice());
-    EXPECT_TRUE(input.Start());
-    EXPECT_EQ(1, input.Running);
-    EXPECT_TRUE(input.Close());
-    EXPECT_EQ(0, input.Running);
 }

@@ -30,6 +30,7 @@ protected:
         EXPECT_EQ(0, machine::OpenWaveIns());
         EXPECT_EQ(0, machine::OpenCaptureObjects());
         EXPECT_EQ(0, machine::PreparedWaveHeaders());
+        EXPECT_EQ(0, machine::WaveCallsDuringReset());
         machine::PowerOn();
     }
 };
@@ -96,6 +97,8 @@ TEST_P(HammerTest, StopWaitsForTheCallbackUnderWay) {
     machine::FailCall(machine::Call::waveInReset, 1, MMSYSERR_NODRIVER);
     EXPECT_TRUE(input->Stop());
     EXPECT_TRUE(gate.Ended);
+    // It went on through both; Stop waits until it has run out of buffers.
+    EXPECT_EQ(0, machine::PreparedWaveHeaders());
     opener.join();
     input->Close();
 }

@@ -253,3 +253,27 @@ TEST_F(CaptureTest, WaveInWithoutAListenerRunsDry) {
     EXPECT_EQ(0, machine::PreparedWaveHeaders());
     input.Close();
 }
+
+// A device that neither resets nor closes tells of the buffers that it was lent when the object has
+// long gone.
+TEST_F(CaptureTest, WaveInLeavesADeviceItsBuffers) {
+    const auto microphone = Add("Microphone");
+    machine::StopNotifying(microphone);
+    auto input = std::make_unique<Sonorel::SoundInWin>();
+    auto listener = std::make_unique<Listener>(*input);
+    ASSERT_TRUE(input->Open(22050));
+    input->Start();
+    const HWAVEIN handle = input->WaveIn;
+    machine::FailCall(Call::waveInReset, 1, MMSYSERR_NODRIVER, 0);
+    EXPECT_TRUE(input->Close());
+    EXPECT_EQ(1, machine::OpenWaveIns());
+    input.reset();
+    listener.reset();
+    machine::ClearFaults();
+    EXPECT_EQ(MMSYSERR_NOERROR, waveInReset(handle)); // they come
+    EXPECT_EQ(MMSYSERR_NOERROR, waveInClose(handle));
+    Sonorel::SoundInWin next; // frees them
+    ASSERT_TRUE(next.Open(22050));
+    next.Close();
+    machine::PowerOn(); // nobody unprepares them any more
+}
