@@ -1,33 +1,10 @@
-// The engine's locks and the scoped sections that hold them.
+// The lock of the queues and the scoped section that holds it.
 #pragma once
 
-#include "platform/platform.h"
+#include "support/lock.h"
 
-// A critical section that is never destroyed: callbacks of the system may still be under way after
-// the library has been taken down, and even while the process ends, and they must find a lock.
-class Lock {
-public:
-    Lock() { InitializeCriticalSection(&section); }
-    Lock(const Lock&) = delete;
-    Lock& operator=(const Lock&) = delete;
-    void Enter() { EnterCriticalSection(&section); }
-    bool TryEnter() { return TryEnterCriticalSection(&section) != 0; } // never waits
-    void Leave() { LeaveCriticalSection(&section); }
-
-private:
-    CRITICAL_SECTION section;
-};
-
-class LockScope {
-public:
-    explicit LockScope(Lock& wanted) : lock(wanted) { lock.Enter(); }
-    ~LockScope() { lock.Leave(); }
-    LockScope(const LockScope&) = delete;
-    LockScope& operator=(const LockScope&) = delete;
-
-private:
-    Lock& lock;
-};
+using Sonorel::Lock;
+using Sonorel::LockScope;
 
 // Guards the rings, the changes of the time base and XmitBusy. Held for the copy of one record or a
 // few stores, and never across a driver slot. A section may stand inside another: the lock knows

@@ -54,7 +54,7 @@ private:
     std::array<std::atomic<int>, Count> Uses{};
     // Held while a buffer that came back is dealt with. Only the owner's Stop ever makes that wait,
     // once delivery is off.
-    Lock Delivery;
+    ObjectLock Delivery;
     bool Delivering = false;     // under Delivery: so who sees it set is within the callback
     SoundInWin* Owner;           // under Delivery; null once it is gone
     WaveBuffers* Next = nullptr; // of those that are kept
