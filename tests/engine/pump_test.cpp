@@ -6,7 +6,7 @@ namespace {
 
 class Pump : public EngineTest {
 protected:
-    explicit Pump(std::uint32_t clock = 1000) : EngineTest(clock) {
+    Pump() {
         ZorStartMIDI(1);
         machine::ResetCallCounts();
     }
@@ -204,32 +204,6 @@ TEST_F(Pump, GoesOnWhenTheTimeJumps) {
     machine::Advance(4);
     ZorSetMIDITimer(0); // the pending expiry stays, finds nothing due, and the chain goes on
     EXPECT_EQ(PlayedBy(1100), "3@1000");
-}
-
-class WrappingPump : public Pump {
-protected:
-    WrappingPump() : Pump(0xFFFFFC00u) {}
-};
-
-// A piece that is played while the millisecond clock passes 2^32: every record on its millisecond.
-TEST_F(WrappingPump, CrossesTheEndOfTheMillisecondClock) {
-    std::int32_t queued = 0;
-    std::vector<FakeDrivers::Sent> sent;
-    const auto feed = [&] {
-        for (; queued < 200 && CountOf(1) < 15; ++queued)
-            Put(1, Note(8 + queued * 11, static_cast<std::uint8_t>(queued & 127), queued));
-    };
-    while (sent.size() < 200 && timeGetTime() - 0xFFFFFC00u < 5000) {
-        feed();
-        machine::Advance(50);
-        for (const auto& record : drivers.TakeSent()) sent.push_back(record);
-    }
-    ASSERT_EQ(sent.size(), 200u);
-    for (std::int32_t i = 0; i < 200; ++i) {
-        EXPECT_EQ(sent[static_cast<std::size_t>(i)].Event.Etime, i);
-        EXPECT_EQ(sent[static_cast<std::size_t>(i)].At, 8 + i * 11);
-    }
-    EXPECT_LT(timeGetTime(), 0x1000u);
 }
 
 } // namespace

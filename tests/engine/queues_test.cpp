@@ -31,18 +31,6 @@ TEST_F(Queues, HoldOneRecordLessThanTheirSlots) {
     }
 }
 
-// Rounds of different lengths take the head and the tail over the end of the ring at every slot.
-TEST_F(Queues, KeepOrderOverTheEndOfTheRing) {
-    ZorAllocMIDI(ZOR_QUEUE_INPUT, 5);
-    int in = 0, out = 0;
-    for (int round = 0; round < 60; ++round) {
-        for (int i = 0; i <= round % 4; ++i) EXPECT_TRUE(Put(ZOR_QUEUE_INPUT, in++ & 127));
-        MIDIEvent event;
-        while (ZorRcv(&event, 0)) EXPECT_EQ(event.Data1, out++ & 127);
-        EXPECT_EQ(in, out);
-    }
-}
-
 TEST_F(Queues, ReceivedRecordsReplaceTheOldest) {
     ZorAllocMIDI(ZOR_QUEUE_INPUT, 4);
     for (std::uint8_t i = 1; i <= 9; ++i) {

@@ -75,18 +75,6 @@ TEST_F(Time, CountsMillisecondsFromWhereItWasSet) {
     EXPECT_EQ(Now(), 0);
 }
 
-TEST_F(Time, WrapsWithTheMillisecondClock) {
-    machine::UseSteppedClock(0xFFFFFF00u);
-    ZorStartTimer();
-    machine::Advance(0xFF);
-    EXPECT_EQ(Now(), 0xFF);
-    machine::Advance(0x201);
-    EXPECT_EQ(Now(), 0x300);
-    MIDIEvent event = {static_cast<std::int32_t>(timeGetTime() - 0x250), 0, 0, 2, 0x90, 60, 1};
-    RcvEvent(&event, 0); // stamped by a device before the wrap
-    EXPECT_EQ(event.Time, 0xB0);
-}
-
 TEST_F(Time, FollowsTheClockAndFillsTheGaps) {
     External();
     EXPECT_EQ(Now(), 0);
