@@ -1,0 +1,50 @@
+// The memory that the programs on one cable share: a ring of the messages that were sent last. The
+// first program makes it, the last one to leave gives it back.
+//
+// Sending takes one compare-and-exchange and never waits for another program. Nothing is ever half
+// done: a message is there or it is not, so a program that is stopped or killed anywhere in a call
+// harms no other. Every receiver keeps its own place, so a slow one holds nobody up either.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace machine {
+
+class BridgeRing {
+public:
+    // As many messages wait for a receiver: more than a host's two output queues can hold, and a
+    // minute of all that a MIDI wire can carry.
+    static constexpr std::uint32_t Slots = 1u << 16;
+
+    // Null if the memory cannot be had.
+    static std::unique_ptr<BridgeRing> Join(const std::string& cable);
+    BridgeRing(const BridgeRing&) = delete;
+    BridgeRing& operator=(const BridgeRing&) = delete;
+    ~BridgeRing();
+
+    // For senders: any thread. Waits for nothing and allocates nothing.
+    void Append(std::uint32_t message);
+
+    // For receivers. Places count messages, and wrap.
+    std::uint32_t End() const; // the place of the message that will be sent next
+    // Takes the message at the place and moves on. One that has been written over meanwhile and
+    // those after it that have are left out. False if nothing has been sent there yet.
+    bool Read(std::uint32_t& place, std::uint32_t& message) const;
+
+    // A receiver looks at the bell, reads what there is, and waits until it has been rung since.
+    std::uint32_t Bell() const;
+    void AwaitBell(std::uint32_t seen) const;
+    void RingBell();
+
+private:
+    struct Memory;
+    BridgeRing(std::string name, int file) : Name(std::move(name)), File(file) {}
+
+    std::string Name;
+    int File; // locked by each that uses the memory, so that the last one knows that it is
+    Memory* Shared = nullptr;
+};
+
+} // namespace machine
