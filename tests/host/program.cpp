@@ -99,7 +99,7 @@ bool Program::Await(const std::string& text) {
     return false;
 }
 
-void Program::Interrupt() { kill(Process, SIGINT); }
+void Program::Signal(int number) { kill(Process, number); }
 
 int Program::Finish() {
     while (ReadMore()) {
