@@ -29,19 +29,14 @@ public:
         : Device(device), Ring(std::move(ring)), Place(Ring->End()), Thread([this] { Run(); }) {}
     ~BridgedInput() override {
         Ending = true;
-        Ring->RingBell();
+        Ring->Wake();
         Thread.join();
     }
 
 private:
     void Run() {
         pthread_setname_np(pthread_self(), "zor-bridge");
-        while (!Ending) {
-            const std::uint32_t bell = Ring->Bell();
-            std::uint32_t message = 0;
-            while (!Ending && Ring->Read(Place, message)) HandOn(message);
-            if (!Ending) Ring->AwaitBell(bell);
-        }
+        for (std::uint32_t message = 0; Ring->Await(Place, message, Ending);) HandOn(message);
     }
     // While the machine has no room, what has been sent waits in the ring.
     void HandOn(std::uint32_t message) const {

@@ -1,6 +1,5 @@
 #include "platform/virtual/bridge_ring.h"
 
-#include <atomic>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
@@ -50,11 +49,6 @@ std::string SharedName(const std::string& cable) {
     return name;
 }
 
-// Ours and closed to others, or someone could listen in or send for us.
-bool Safe(const struct stat& status) {
-    return S_ISREG(status.st_mode) && status.st_uid == getuid() && (status.st_mode & 0077) == 0;
-}
-
 } // namespace
 
 std::unique_ptr<BridgeRing> BridgeRing::Join(const std::string& cable) {
@@ -66,7 +60,9 @@ std::unique_ptr<BridgeRing> BridgeRing::Join(const std::string& cable) {
         // Waits for no more than a program that is just taking the name away; the system ends the
         // lock if that program dies.
         struct stat status {};
-        if (flock(file, LOCK_SH) != 0 || fstat(file, &status) != 0 || !Safe(status)) return nullptr;
+        if (flock(file, LOCK_SH) != 0 || fstat(file, &status) != 0) return nullptr;
+        // Ours and closed to others, or someone could listen in or send for us.
+        if (status.st_uid != getuid() || (status.st_mode & 0077) != 0) return nullptr;
         if (status.st_nlink == 0) continue; // the last one has left meanwhile
         // Fetched now, so that no sender finds the memory used up or has to wait for a page.
         if (posix_fallocate(file, 0, sizeof(Memory)) != 0) return nullptr;
@@ -89,17 +85,16 @@ BridgeRing::~BridgeRing() {
 }
 
 void BridgeRing::Append(std::uint32_t message) {
-    for (;;) {
+    for (bool sent = false; !sent;) {
         std::uint32_t place = Shared->End;
-        std::uint64_t there = Shared->Filled[place % Slots];
-        const bool filled =
-            Beyond(there, place) >= 0 ||
-            !Shared->Filled[place % Slots].compare_exchange_strong(there, Numbered(place, message));
-        // Filled by another sender, who may not get to this any more.
+        std::atomic<std::uint64_t>& slot = Shared->Filled[place % Slots];
+        std::uint64_t there = slot;
+        sent = Beyond(there, place) < 0 &&
+               slot.compare_exchange_strong(there, Numbered(place, message));
+        // For whoever filled it, since that program may not get to this any more.
         Shared->End.compare_exchange_strong(place, place + 1);
-        if (!filled) break;
     }
-    RingBell();
+    Wake();
 }
 
 std::uint32_t BridgeRing::End() const {
@@ -108,27 +103,30 @@ std::uint32_t BridgeRing::End() const {
     return place;
 }
 
+// False if nothing has been sent there yet.
 bool BridgeRing::Read(std::uint32_t& place, std::uint32_t& message) const {
+    std::uint64_t there = Shared->Filled[place % Slots];
+    while (Beyond(there, place) > 0) { // the oldest that is still there comes next
+        place = static_cast<std::uint32_t>(there >> 32) - Slots;
+        there = Shared->Filled[place % Slots];
+    }
+    if (Beyond(there, place) < 0) return false;
+    message = static_cast<std::uint32_t>(there);
+    ++place;
+    return true;
+}
+
+bool BridgeRing::Await(std::uint32_t& place, std::uint32_t& message,
+                       const std::atomic<bool>& toEnd) const {
     for (;;) {
-        const std::uint64_t there = Shared->Filled[place % Slots];
-        const std::int32_t beyond = Beyond(there, place);
-        if (beyond < 0) return false;
-        if (beyond == 0) {
-            message = static_cast<std::uint32_t>(there);
-            ++place;
-            return true;
-        }
-        place += static_cast<std::uint32_t>(beyond) - Slots + 1; // the oldest that is still there
+        const std::uint32_t bell = Shared->Bell; // first, so that what comes now is not slept over
+        if (toEnd) return false;
+        if (Read(place, message)) return true;
+        syscall(SYS_futex, &Shared->Bell, FUTEX_WAIT, bell, nullptr, nullptr, 0);
     }
 }
 
-std::uint32_t BridgeRing::Bell() const { return Shared->Bell; }
-
-void BridgeRing::AwaitBell(std::uint32_t seen) const {
-    syscall(SYS_futex, &Shared->Bell, FUTEX_WAIT, seen, nullptr, nullptr, 0);
-}
-
-void BridgeRing::RingBell() {
+void BridgeRing::Wake() {
     ++Shared->Bell;
     syscall(SYS_futex, &Shared->Bell, FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
 }

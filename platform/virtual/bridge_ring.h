@@ -6,6 +6,7 @@
 // harms no other. Every receiver keeps its own place, so a slow one holds nobody up either.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -29,17 +30,14 @@ public:
 
     // For receivers. Places count messages, and wrap.
     std::uint32_t End() const; // the place of the message that will be sent next
-    // Takes the message at the place and moves on. One that has been written over meanwhile and
-    // those after it that have are left out. False if nothing has been sent there yet.
-    bool Read(std::uint32_t& place, std::uint32_t& message) const;
-
-    // A receiver looks at the bell, reads what there is, and waits until it has been rung since.
-    std::uint32_t Bell() const;
-    void AwaitBell(std::uint32_t seen) const;
-    void RingBell();
+    // Waits for the message at the place, takes it and moves on. What has been written over by then
+    // is left out. False as soon as it is to end; whoever sets that calls Wake.
+    bool Await(std::uint32_t& place, std::uint32_t& message, const std::atomic<bool>& toEnd) const;
+    void Wake();
 
 private:
     struct Memory;
+    bool Read(std::uint32_t& place, std::uint32_t& message) const;
     BridgeRing(std::string name, int file) : Name(std::move(name)), File(file) {}
 
     std::string Name;
