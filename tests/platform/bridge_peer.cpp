@@ -11,7 +11,7 @@
 
 namespace {
 
-void CALLBACK Print(HMIDIIN, UINT message, DWORD_PTR, DWORD_PTR packed, DWORD_PTR) {
+void CALLBACK Print(void*, UINT message, DWORD_PTR, DWORD_PTR packed, DWORD_PTR) {
     if (message != MIM_DATA) return;
     std::printf("%lX\n", static_cast<unsigned long>(packed));
     std::fflush(stdout);

@@ -76,7 +76,7 @@ private:
 // What arrives here, gathered on the callback thread.
 class Arrivals {
 public:
-    static void CALLBACK CallBack(HMIDIIN, UINT message, DWORD_PTR instance, DWORD_PTR first,
+    static void CALLBACK CallBack(void*, UINT message, DWORD_PTR instance, DWORD_PTR first,
                                   DWORD_PTR) {
         auto& arrivals = *reinterpret_cast<Arrivals*>(instance);
         if (message != MIM_DATA) return;
