@@ -18,7 +18,9 @@ if(WIN32)
     -Wno-undef -Wno-attributes)
 endif()
 if(ZOR_SANITIZE)
-  target_compile_options(zor_options INTERFACE -fsanitize=${ZOR_SANITIZE} -fno-omit-frame-pointer -g1)
+  # Whatever is reported ends the program, so that nobody who runs it can miss it.
+  target_compile_options(zor_options INTERFACE
+    -fsanitize=${ZOR_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g1)
   target_link_options(zor_options INTERFACE -fsanitize=${ZOR_SANITIZE})
 else()
   # The sanitizers' own symbols come with the program, not with a shared library.

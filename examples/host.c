@@ -3,7 +3,7 @@
 
 #include <stdio.h>
 
-enum { NoteMilliseconds = 150, QueueSlots = 256 };
+enum { NoteMilliseconds = 150, RestMilliseconds = 300, QueueSlots = 256 };
 
 static ZorBool queueNote(int32_t time, uint8_t status, uint8_t note) {
     const MIDIEvent event = {time, 0, 0, 2, status, note, 96};
@@ -30,7 +30,12 @@ int main(void) {
         queueNote(i * NoteMilliseconds, 0x90, scale[i]);
         queueNote((i + 1) * NoteMilliseconds, 0x80, scale[i]);
     }
+    /* Then a rest: nothing is sent, but the queue is not empty before it is over. By then the last
+     * note has rung out and all that comes back has come. */
+    const MIDIEvent rest = {notes * NoteMilliseconds + RestMilliseconds, 0, 0, 0, 0xF8, 1, 0};
+    ZorXmit(ZOR_QUEUE_OUTPUT, &rest);
     const ZorBool played = ZorXmitEmpty(1);
+    if (!played) ZorKillMIDI(); /* throws away what is queued, ends what sounds */
     printf("%s after %ld ms\n", played ? "played" : "stuck", (long)ZorTimeMIDI(0));
 
     MIDIEvent event;

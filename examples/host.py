@@ -52,6 +52,9 @@ def main():
         for beat, note in enumerate((60, 62, 64, 65, 67, 69, 71, 72)):
             zor.ZorXmit(OUTPUT, MIDIEvent(beat * 150, 0, 0, 2, 0x90, note, 96))
             zor.ZorXmit(OUTPUT, MIDIEvent(beat * 150 + 150, 0, 0, 2, 0x80, note, 0))
+        # Then a rest: nothing is sent, but the queue is not empty before it is over. By then the
+        # last note has rung out and all that comes back has come.
+        zor.ZorXmit(OUTPUT, MIDIEvent(8 * 150 + 300, 0, 0, 0, 0xF8, 1, 0))
         while not zor.ZorXmitEmpty(0):
             time.sleep(0.01)
         print("played after", zor.ZorTimeMIDI(0), "ms")

@@ -49,10 +49,12 @@ private:
     std::int64_t TickAtUnits(std::int64_t units) const {
         return units * File.Map.TicksPerQuarter() / UnitsPerQuarter;
     }
+    std::int64_t NextTick() const;
     void GoTo(std::int64_t tick);
+    void Jump(std::int32_t place);
     void Hear(const MIDIEvent& record);
     void Stop();
-    void WatchTime();
+    void WatchTime(std::int32_t now);
     void ShowProgress(Progress& progress) const;
 
     const MidiFile File;
@@ -74,11 +76,26 @@ void Follower::GoTo(std::int64_t tick) {
     Play = Player(std::move(records));
 }
 
+// The tick of the first event that has not been sent yet.
+std::int64_t Follower::NextTick() const {
+    const std::size_t sent = Play.Fed() - static_cast<std::size_t>(OutputFill().Count);
+    return sent < Play.All().size() ? Play.All()[sent].Etime : File.EndTick + 1;
+}
+
+// The clock's sender has gone to that place. Song positions are sixteenths, and the next clock
+// stands at it.
+void Follower::Jump(std::int32_t place) {
+    Library::Silence(Play.All());
+    const std::int32_t sixteenths = std::max(0, place + UnitsPerClock) / UnitsPerSixteenth;
+    GoTo(TickAtUnits(std::int64_t{sixteenths} * UnitsPerSixteenth));
+}
+
+// By the time that the record came with: while one is answered, the sender may have moved on.
 void Follower::Hear(const MIDIEvent& record) {
+    const bool stands = !Running && !Moved;
     switch (record.Status) {
-    case 0xF2: // Song Position, in sixteenth notes
-        Library::Silence(Play.All());
-        GoTo(std::int64_t{record.Data2 << 7 | record.Data1} * File.Map.TicksPerQuarter() / 4);
+    case 0xF2: // Song Position
+        Jump(record.Time);
         break;
     case 0xFA:
         if (Running) Library::Silence(Play.All());
@@ -87,6 +104,8 @@ void Follower::Hear(const MIDIEvent& record) {
         Running = true;
         break;
     case 0xFB:
+        // Time stands still between Stop and Continue, but for a song position that was not filed.
+        if (stands && record.Time != Place) Jump(record.Time);
         Running = true;
         break;
     case 0xFC:
@@ -95,22 +114,22 @@ void Follower::Hear(const MIDIEvent& record) {
     default:
         return;
     }
-    Place = ZorTimeMIDI(0);
+    Place = record.Time;
     Moved = false;
 }
 
-// Ends what sounds. What is at this place has been played.
+// Ends what sounds. What has not been sent by then is played when the clock goes on.
 void Follower::Stop() {
+    const std::int64_t next = NextTick();
     Library::Silence(Play.All());
-    GoTo(TickAtUnits(std::max(0, ZorTimeMIDI(0))) + 1);
+    GoTo(next);
     Running = false;
     Moved = false;
 }
 
 // A message that comes in while one goes out is not filed, but the library's clock has heard it:
 // where the sender has gone shows in the time. So does a clock that stops without a word.
-void Follower::WatchTime() {
-    const std::int32_t now = ZorTimeMIDI(0);
+void Follower::WatchTime(std::int32_t now) {
     const auto clock = std::chrono::steady_clock::now();
     if (now == Place) {
         if (Moved && clock - Since > LongestGap) Stop();
@@ -118,14 +137,10 @@ void Follower::WatchTime() {
     }
     const bool back = now < Place - 1;
     const bool ahead = !Running && now - Place >= UnitsPerSixteenth - 1;
-    if (back || ahead) {
-        Library::Silence(Play.All());
-        // Song positions are sixteenths, and the next clock stands at it.
-        const std::int32_t sixteenths = std::max(0, now + UnitsPerClock) / UnitsPerSixteenth;
-        GoTo(TickAtUnits(std::int64_t{sixteenths} * UnitsPerSixteenth));
-    } else {
-        Moved = Running = true;
-    }
+    if (back || ahead) Jump(now);
+    // After a song position the time stands one clock before it until the first clock comes.
+    const bool counted = (now + UnitsPerClock) % UnitsPerSixteenth > 1;
+    if (counted || !(back || ahead)) Moved = Running = true;
     Place = now;
     Since = clock;
 }
@@ -152,11 +167,15 @@ void Follower::Run() {
     Progress progress;
     std::vector<MIDIEvent> records;
     do {
+        // Read first, so that what has been filed explains it.
+        const std::int32_t now = ZorTimeMIDI(0);
         records.clear();
         Library::TakeReceived(records);
         for (const MIDIEvent& record : records) Hear(record);
-        WatchTime();
-        Play.Feed();
+        if (!records.empty()) continue; // more may have come while these were answered
+        WatchTime(now);
+        // Not before the clock goes on: it may go on from another place.
+        if (Running) Play.Feed();
         // The timer counts milliseconds, the piece goes by the clock: look again more often.
         ZorMIDIPlay();
         if (progress.Due()) ShowProgress(progress);

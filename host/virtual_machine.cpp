@@ -43,8 +43,8 @@ VirtualMachine::VirtualMachine(Cables cables) {
                  Prefix, Loopbacks);
     if (!joined) {
         std::fprintf(stderr,
-                     "They cannot be joined with those of other zorhosts: this user's runtime "
-                     "folder is not usable.\n");
+                     "They cannot be joined with those of other zorhosts: there is no shared "
+                     "memory for it.\n");
     }
 }
 

@@ -1,172 +1,63 @@
 #include "platform/virtual/bridge.h"
 
-#include "platform/virtual/bridge_ends.h"
+#include "platform/virtual/bridge_ring.h"
 #include "platform/virtual/midi_devices.h"
 
-#include <algorithm>
-#include <cstdlib>
-#include <poll.h>
+#include <atomic>
+#include <chrono>
 #include <pthread.h>
-#include <sys/eventfd.h>
-#include <sys/inotify.h>
-#include <unistd.h>
+#include <system_error>
+#include <thread>
+#include <utility>
 
 namespace machine {
 namespace {
 
-// One thread serves all ends: it moves what outputs send, takes what comes to inputs, and watches
-// the folder for ends that come and go.
-struct Bridge {
-    std::mutex Lock; // held by the thread while it works, and not while it waits
-    std::vector<BridgeSender*> Senders;
-    std::vector<BridgeReceiver*> Receivers;
-    FileDescriptor Bell;  // rung when there is something to send or the ends have changed
-    FileDescriptor Watch; // tells of files that come and go
-    bool Started = false;
-
-    void Ring() const {
-        const std::uint64_t one = 1;
-        [[maybe_unused]] const ssize_t written = write(Bell.Get(), &one, sizeof one);
-    }
-};
-
-Bridge& The() {
-    static Bridge& bridge = *new Bridge;
-    return bridge;
-}
-
-template <typename End>
-void Forget(std::vector<End*>& ends, const End* end) {
-    std::erase(ends, end);
-}
-
-// Empties a descriptor whose only news is that there is some. True if there was.
-bool Clear(const FileDescriptor& descriptor) {
-    alignas(inotify_event) std::array<char, 4096> news;
-    bool any = false;
-    while (read(descriptor.Get(), news.data(), news.size()) > 0) any = true;
-    return any;
-}
-
-using State = BridgeSender::State;
-
-// Waits until something is to be done; not long if a peer has had no room.
-void WaitForWork(Bridge& bridge, std::vector<pollfd>& descriptors, State state) {
-    {
-        std::lock_guard lock(bridge.Lock);
-        descriptors.assign({{bridge.Bell.Get(), POLLIN, 0}, {bridge.Watch.Get(), POLLIN, 0}});
-        for (const BridgeReceiver* receiver : bridge.Receivers)
-            descriptors.push_back({receiver->Socket(), POLLIN, 0});
-    }
-    const int milliseconds = state == State::Idle ? -1 : state == State::PeersFull ? 1 : 0;
-    poll(descriptors.data(), descriptors.size(), milliseconds);
-}
-
-State Work(Bridge& bridge) {
-    std::lock_guard lock(bridge.Lock);
-    Clear(bridge.Bell);
-    for (BridgeReceiver* receiver : bridge.Receivers) receiver->Drain();
-    for (BridgeSender* sender : bridge.Senders) sender->Take();
-    if (Clear(bridge.Watch))
-        for (BridgeSender* sender : bridge.Senders) sender->FindPeers();
-    bool full = false, more = false;
-    for (BridgeSender* sender : bridge.Senders) {
-        const State state = sender->Offer();
-        full = full || state == State::PeersFull;
-        more = more || state == State::MoreToTake;
-    }
-    return more ? State::MoreToTake : full ? State::PeersFull : State::Idle;
-}
-
-void* BridgeMain(void* /*argument*/) {
-    pthread_setname_np(pthread_self(), "zor-bridge");
-    Bridge& bridge = The();
-    std::vector<pollfd> descriptors;
-    for (State state = State::Idle;;) {
-        WaitForWork(bridge, descriptors, state);
-        state = Work(bridge);
-    }
-}
-
-// Sends on what an end still holds before it goes, for a second at the most.
-void Finish(Bridge& bridge, BridgeSender& sender) {
-    const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(1);
-    while (std::chrono::steady_clock::now() < giveUp) {
-        sender.Take();
-        const State state = sender.Offer();
-        if (state == State::Idle) return;
-        for (BridgeReceiver* receiver : bridge.Receivers) receiver->Drain();
-        if (state == State::PeersFull) usleep(1000);
-    }
-}
-
-// At the end of the process no end is destroyed, so this takes the sockets' names away.
-void CloseAll() {
-    Bridge& bridge = The();
-    std::lock_guard lock(bridge.Lock);
-    for (BridgeSender* sender : bridge.Senders) Finish(bridge, *sender);
-    bridge.Senders.clear();
-    for (const BridgeReceiver* receiver : bridge.Receivers) receiver->RemoveName();
-    bridge.Receivers.clear();
-}
-
-// With the lock held.
-bool Start(Bridge& bridge) {
-    if (bridge.Started) return true;
-    const std::string folder = BridgeFolder();
-    bridge.Bell = FileDescriptor(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC));
-    bridge.Watch = FileDescriptor(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
-    if (folder.empty() || !bridge.Bell.Valid() || !bridge.Watch.Valid()) return false;
-    if (inotify_add_watch(bridge.Watch.Get(), folder.c_str(), IN_CREATE | IN_DELETE) < 0)
-        return false;
-    pthread_t thread;
-    if (pthread_create(&thread, nullptr, BridgeMain, nullptr) != 0) return false;
-    pthread_detach(thread);
-    std::atexit(CloseAll);
-    bridge.Started = true;
-    return true;
-}
-
 class BridgedOutput : public MidiSink {
 public:
-    explicit BridgedOutput(std::unique_ptr<BridgeSender> sender) : Sender(std::move(sender)) {
-        std::lock_guard lock(The().Lock);
-        The().Senders.push_back(Sender.get());
-    }
-    ~BridgedOutput() override {
-        std::lock_guard lock(The().Lock);
-        Finish(The(), *Sender);
-        Forget(The().Senders, Sender.get());
-    }
-    void Send(std::uint32_t packed) override {
-        if (Sender->Put(packed)) The().Ring();
-    }
+    explicit BridgedOutput(std::unique_ptr<BridgeRing> ring) : Ring(std::move(ring)) {}
+    void Send(std::uint32_t packed) override { Ring->Append(packed); }
 
 private:
-    std::unique_ptr<BridgeSender> Sender;
+    std::unique_ptr<BridgeRing> Ring;
 };
 
+// Hands on, from a thread of its own, what is sent from the moment of its making.
 class BridgedInput : public MidiSource {
 public:
-    explicit BridgedInput(std::unique_ptr<BridgeReceiver> receiver)
-        : Receiver(std::move(receiver)) {
-        std::lock_guard lock(The().Lock);
-        The().Receivers.push_back(Receiver.get());
-        The().Ring();
-    }
+    BridgedInput(MidiInputDevice& device, std::unique_ptr<BridgeRing> ring)
+        : Device(device), Ring(std::move(ring)), Place(Ring->End()), Thread([this] { Run(); }) {}
     ~BridgedInput() override {
-        std::lock_guard lock(The().Lock);
-        Forget(The().Receivers, Receiver.get());
-        The().Ring();
+        Ending = true;
+        Ring->Wake();
+        Thread.join();
     }
 
 private:
-    std::unique_ptr<BridgeReceiver> Receiver;
+    void Run() {
+        pthread_setname_np(pthread_self(), "zor-bridge");
+        for (std::uint32_t message = 0; Ring->Await(Place, message, Ending);) HandOn(message);
+    }
+    // While the machine has no room, what has been sent waits in the ring.
+    void HandOn(std::uint32_t message) const {
+        while (!Ending && !SendToInput(Device, message, 0))
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+
+    MidiInputDevice& Device;
+    std::unique_ptr<BridgeRing> Ring;
+    std::uint32_t Place;
+    std::atomic<bool> Ending{false};
+    std::thread Thread; // last, since it uses the others
 };
 
-bool StartBridge() {
-    std::lock_guard lock(The().Lock);
-    return Start(The());
+// Null if there is no thread to be had.
+std::unique_ptr<MidiSource> Listen(MidiInputDevice& device, std::unique_ptr<BridgeRing> ring) {
+    try {
+        return std::make_unique<BridgedInput>(device, std::move(ring));
+    } catch (const std::system_error&) {
+        return nullptr;
+    }
 }
 
 } // namespace
@@ -176,10 +67,9 @@ bool StartBridge() {
 bool BridgeOutput(int output, const std::string& name) {
     std::unique_ptr<MidiSink> end;
     if (!name.empty()) {
-        if (!StartBridge()) return false;
-        std::unique_ptr<BridgeSender> sender = BridgeSender::Make(name);
-        if (!sender) return false;
-        end = std::make_unique<BridgedOutput>(std::move(sender));
+        std::unique_ptr<BridgeRing> ring = BridgeRing::Join(name);
+        if (!ring) return false;
+        end = std::make_unique<BridgedOutput>(std::move(ring));
     }
     std::lock_guard lock(TheMidi().Lock);
     MidiOutputDevice* const device = TheMidi().Outputs.At(static_cast<std::uint64_t>(output));
@@ -196,10 +86,9 @@ bool BridgeInput(int input, const std::string& name) {
     if (!device) return false;
     std::unique_ptr<MidiSource> end;
     if (!name.empty()) {
-        if (!StartBridge()) return false;
-        std::unique_ptr<BridgeReceiver> receiver = BridgeReceiver::Make(*device, name);
-        if (!receiver) return false;
-        end = std::make_unique<BridgedInput>(std::move(receiver));
+        std::unique_ptr<BridgeRing> ring = BridgeRing::Join(name);
+        if (ring) end = Listen(*device, std::move(ring));
+        if (!end) return false;
     }
     std::lock_guard lock(TheMidi().Lock);
     device->Source.swap(end);

@@ -18,7 +18,7 @@ std::vector<std::uint32_t> Messages;
 HMIDIIN Input;
 HMIDIOUT Output;
 
-void CALLBACK OnMidi(HMIDIIN, UINT message, DWORD_PTR, DWORD_PTR first, DWORD_PTR) {
+void CALLBACK OnMidi(void*, UINT message, DWORD_PTR, DWORD_PTR first, DWORD_PTR) {
     if (message != MIM_DATA) return;
     const std::lock_guard hold(Lock);
     Messages.push_back(static_cast<std::uint32_t>(first));

@@ -4,6 +4,7 @@
 #include "tests/host/program.h"
 
 #include <algorithm>
+#include <csignal>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <random>
@@ -135,7 +136,7 @@ TEST(Play, CtrlCLeavesNothingSoundingAndAWholeRecording) {
     Program play({"play", piece, "--record", copy});
     ASSERT_TRUE(peer.Await(Packed(0x93, 67, 90)));
     ASSERT_TRUE(peer.Await(Packed(0xE3, 0, 70)));
-    play.Interrupt();
+    play.Signal(SIGINT);
     EXPECT_EQ(play.Finish(), 0) << play.Err;
     EXPECT_NE(play.Out.find("Stopped after"), std::string::npos) << play.Out;
     for (const std::uint32_t end : {Packed(0x83, 60), Packed(0x83, 67), Packed(0xB3, 64, 0),

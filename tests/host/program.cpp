@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -66,7 +67,7 @@ Program::Program(const std::vector<std::string>& arguments) {
 Program::~Program() {
     if (Process > 0) {
         kill(Process, SIGKILL);
-        waitpid(Process, nullptr, 0);
+        Finish();
     }
     for (int pipe : {OutPipe, ErrPipe}) {
         if (pipe >= 0) close(pipe);
@@ -99,7 +100,7 @@ bool Program::Await(const std::string& text) {
     return false;
 }
 
-void Program::Interrupt() { kill(Process, SIGINT); }
+void Program::Signal(int number) { kill(Process, number); }
 
 int Program::Finish() {
     while (ReadMore()) {
@@ -107,6 +108,10 @@ int Program::Finish() {
     int status = 0;
     waitpid(Process, &status, 0);
     Process = -1;
+    // A sanitizer's, which an expected failure could hide.
+    if (Err.find("Sanitizer") != std::string::npos ||
+        Err.find("runtime error:") != std::string::npos)
+        ADD_FAILURE() << Err;
     return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
 }
 

@@ -20,7 +20,7 @@ public:
 
     // Reads on until the text has appeared on either output. False if the program ended without it.
     bool Await(const std::string& text);
-    void Interrupt(); // as Ctrl-C
+    void Signal(int number); // SIGINT as Ctrl-C
     // Waits for the end and gives the exit code; 128 plus the signal if one ended it.
     int Finish();
 

@@ -11,7 +11,7 @@
 
 namespace {
 
-void CALLBACK Print(HMIDIIN, UINT message, DWORD_PTR, DWORD_PTR packed, DWORD_PTR) {
+void CALLBACK Print(void*, UINT message, DWORD_PTR, DWORD_PTR packed, DWORD_PTR) {
     if (message != MIM_DATA) return;
     std::printf("%lX\n", static_cast<unsigned long>(packed));
     std::fflush(stdout);
@@ -40,8 +40,9 @@ int main(int count, char** arguments) {
         if (line.starts_with("burst "))
             for (DWORD i = 0, n = static_cast<DWORD>(std::stoul(line.substr(6))); i < n; ++i)
                 midiOutShortMsg(out, 0xF2 | (i & 0x7F) << 8 | (i >> 7 & 0x7F) << 16);
-        if (line == "quit") return 0; // what was sent goes out all the same
+        if (line == "quit") break;
         if (line == "die") std::_Exit(0);
     }
+    machine::PowerOn();
     return 0;
 }

@@ -38,8 +38,8 @@ TEST_F(Faults, EveryCallCanBeMadeToFail) {
     machine::AddMidiOutput("Out", MIDICAPS_CACHE);
     HMIDIIN in = nullptr;
     HMIDIOUT out = nullptr;
-    const auto ignore = [](HMIDIIN, UINT, DWORD_PTR, DWORD_PTR, DWORD_PTR) {};
-    void(CALLBACK * callback)(HMIDIIN, UINT, DWORD_PTR, DWORD_PTR, DWORD_PTR) = ignore;
+    const auto ignore = [](void*, UINT, DWORD_PTR, DWORD_PTR, DWORD_PTR) {};
+    void(CALLBACK * callback)(void*, UINT, DWORD_PTR, DWORD_PTR, DWORD_PTR) = ignore;
     const HGLOBAL memory = GlobalAlloc(GPTR, 8);
     const auto value = [](auto pointer) { return reinterpret_cast<std::intptr_t>(pointer); };
     const auto number = [](auto result) { return static_cast<std::intptr_t>(result); };

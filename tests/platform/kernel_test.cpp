@@ -41,13 +41,6 @@ TEST_F(Kernel, ACriticalSectionKeepsOthersOutAndItsOwnerIn) {
     DeleteCriticalSection(&section);
 }
 
-TEST_F(Kernel, ThreadsHaveIdentifiersOfTheirOwn) {
-    const DWORD own = GetCurrentThreadId();
-    EXPECT_NE(own, 0u);
-    EXPECT_EQ(own, GetCurrentThreadId());
-    std::thread([own] { EXPECT_NE(GetCurrentThreadId(), own); }).join();
-}
-
 TEST_F(Kernel, GlobalMemory) {
     const HGLOBAL moveable = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, 2048);
     auto* const bytes = static_cast<char*>(GlobalLock(moveable));
@@ -159,23 +152,6 @@ TEST_F(Kernel, SystemModulesAreThereByNameWhileOffered) {
     EXPECT_FALSE(FreeLibrary(module));
     EXPECT_EQ(LoadLibraryA("TEST.DLL"), nullptr);
     EXPECT_EQ(machine::LoadedModules(), 0);
-}
-
-TEST_F(Kernel, BoxesAreKeptAndWatched) {
-    int watched = 0;
-    machine::WhileBoxIsUp([&](const machine::Box& box) {
-        ++watched;
-        EXPECT_EQ(box.Text, "No port");
-    });
-    EXPECT_EQ(MessageBoxA(nullptr, "No port", "MIDI", MB_OK | MB_ICONEXCLAMATION | MB_TASKMODAL),
-              IDOK);
-    const std::vector<machine::Box> boxes = machine::TakeBoxes();
-    ASSERT_EQ(boxes.size(), 1u);
-    EXPECT_EQ(boxes[0].Caption, "MIDI");
-    EXPECT_EQ(boxes[0].Flags, 0x2030u);
-    EXPECT_EQ(watched, 1);
-    EXPECT_TRUE(machine::TakeBoxes().empty());
-    EXPECT_EQ(GetFocus(), nullptr);
 }
 
 } // namespace

@@ -164,41 +164,4 @@ TEST_F(MachineTest, ThreadsEndByReturningAndByEnding) {
     }
 }
 
-TEST_F(MachineTest, AnExtendedThreadKeepsItsHandleAndTellsItsIdentifier) {
-    static std::atomic<DWORD> own;
-    unsigned id = 0;
-    const auto handle = reinterpret_cast<HANDLE>(_beginthreadex(
-        nullptr, 0,
-        [](void*) -> unsigned {
-            own = GetCurrentThreadId();
-            return 7;
-        },
-        nullptr, 0, &id));
-    EXPECT_EQ(WaitForSingleObject(handle, INFINITE), WAIT_OBJECT_0);
-    EXPECT_EQ(WaitForSingleObject(handle, INFINITE), WAIT_OBJECT_0);
-    EXPECT_EQ(own, id);
-    EXPECT_TRUE(CloseHandle(handle));
-}
-
-TEST_F(MachineTest, SignalsBetweenThreadsOnTheRealClock) {
-    const HANDLE there = Event(), back = Event();
-    int ball = 0; // handed over by the events alone
-    auto other = [&] {
-        for (int i = 0; i < 1000; ++i) {
-            WaitForSingleObject(there, INFINITE);
-            ++ball;
-            SetEvent(back);
-        }
-    };
-    const HANDLE thread = Start(other);
-    for (int i = 0; i < 1000; ++i) {
-        ++ball;
-        SetEvent(there);
-        ASSERT_EQ(WaitForSingleObject(back, INFINITE), WAIT_OBJECT_0);
-    }
-    EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
-    EXPECT_EQ(ball, 2000);
-    EXPECT_EQ(WaitForSingleObject(back, 1), WAIT_TIMEOUT);
-}
-
 } // namespace

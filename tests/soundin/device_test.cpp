@@ -16,7 +16,8 @@ std::vector<std::string> Names(Sonorel::SoundIn& input) {
     list.AppendText("left from before");
     const std::int32_t count = input.GetDeviceNames(list);
     std::vector<std::string> names;
-    for (std::int32_t index = 0; index < count; ++index) names.push_back(list.At(index)->Text());
+    while (const auto* name = list.At(static_cast<std::int32_t>(names.size())))
+        names.push_back(name->Text());
     EXPECT_EQ(count, list.Count);
     return names;
 }
