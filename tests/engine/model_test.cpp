@@ -59,7 +59,7 @@ public:
             for (int index : {1, 2}) {
                 const auto& records = Queues[index].Records;
                 if (!records.empty() && records[0].Time < next.value_or(INT32_MAX))
-                    next = records[0].Time;
+                    next = std::int32_t{records[0].Time}; // by value: the record is packed
             }
             const std::int64_t delay = next ? std::int64_t{*next} - Time() : INT32_MAX;
             if (delay > 0) return Arm(delay >= INT32_MAX ? 0 : delay);
