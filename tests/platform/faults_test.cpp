@@ -54,7 +54,6 @@ TEST_F(Faults, EveryCallCanBeMadeToFail) {
         {Call::CreateEventA, 0, [&] { return value(CreateEventA(nullptr, 0, 0, nullptr)); }},
         {Call::WritePrivateProfileStringA, 0,
          [&] { return number(WritePrivateProfileStringA("S", "k", "v", "faults_test.ini")); }},
-        {Call::_beginthread, -1, [&] { return number(_beginthread([](void*) {}, 0, nullptr)); }},
         {Call::timeGetDevCaps, 97,
          [&] {
              TIMECAPS caps;
@@ -116,7 +115,6 @@ TEST_F(MachineTest, PowerOnDropsEverything) {
     machine::SetModulePath("/x/y");
     machine::FailCall(Call::CreateEventA, 1, 0, 0);
     MessageBoxA(nullptr, "text", "caption", MB_OK);
-    GlobalAlloc(GPTR, 10);
     machine::PowerOn();
     EXPECT_FALSE(machine::ClockIsStepped());
     EXPECT_EQ(midiInGetNumDevs(), 0u);
@@ -124,7 +122,6 @@ TEST_F(MachineTest, PowerOnDropsEverything) {
     EXPECT_TRUE(machine::OpenTimerPeriods().empty());
     EXPECT_TRUE(machine::PendingTimers().empty());
     EXPECT_TRUE(machine::TakeBoxes().empty());
-    EXPECT_EQ(machine::GlobalBlocks(), 0);
     TIMECAPS caps{};
     timeGetDevCaps(&caps, sizeof caps);
     EXPECT_EQ(caps.wPeriodMin, 1u);

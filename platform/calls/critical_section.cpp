@@ -1,4 +1,4 @@
-#include "platform/kernel/thread_id.h"
+#include "platform/calls/threads.h"
 #include "platform/system/kernel.h"
 
 namespace {

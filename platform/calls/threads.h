@@ -9,13 +9,9 @@ namespace machine {
 // own block, which a lock that is entered for every record wants.
 extern constinit thread_local DWORD threadId __attribute__((tls_model("initial-exec")));
 
-// An identifier that no thread has had.
+// Gives this thread an identifier that no thread has had.
 DWORD NewThreadId();
 
-inline DWORD CurrentThread() {
-    if (threadId == 0) [[unlikely]]
-        threadId = NewThreadId();
-    return threadId;
-}
+inline DWORD CurrentThread() { return threadId != 0 ? threadId : NewThreadId(); }
 
 } // namespace machine
