@@ -8,12 +8,12 @@
 #pragma once
 
 #include "platform/machine/clock.h"
+#include "platform/machine/faults.h"
 #include "platform/machine/modules.h"
 #include "platform/virtual/boxes.h"
 #include "platform/virtual/bridge.h"
 #include "platform/virtual/capture.h"
 #include "platform/virtual/dialogs.h"
-#include "platform/virtual/faults.h"
 #include "platform/virtual/midi.h"
 #include "platform/virtual/mixer.h"
 

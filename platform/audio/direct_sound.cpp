@@ -3,8 +3,8 @@
 
 #include "platform/audio/capture_devices.h"
 #include "platform/audio/direct_sound_buffer.h"
+#include "platform/machine/fault_point.h"
 #include "platform/machine/modules.h"
-#include "platform/virtual/fault_point.h"
 
 #include <array>
 #include <atomic>

@@ -1,8 +1,8 @@
 // Global memory. Before a block stand its handle and the count of its locks. The address of that
 // count is the handle of a moveable block, so that nobody gets by with a handle for an address; a
 // fixed block's handle is its address.
+#include "platform/machine/fault_point.h"
 #include "platform/system/kernel.h"
-#include "platform/virtual/fault_point.h"
 
 #include <cstdlib>
 

@@ -3,8 +3,8 @@
 #include "platform/machine/modules.h"
 
 #include "platform/calls/resources.h"
+#include "platform/machine/fault_point.h"
 #include "platform/machine/power.h"
-#include "platform/virtual/fault_point.h"
 
 #include <algorithm>
 #include <cstring>

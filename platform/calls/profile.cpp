@@ -1,6 +1,6 @@
 #include "platform/calls/profile_file.h"
+#include "platform/machine/fault_point.h"
 #include "platform/system/kernel.h"
-#include "platform/virtual/fault_point.h"
 
 #include <mutex>
 

@@ -90,7 +90,11 @@ const ProfileText& ReadProfile(const std::string& path) {
     const Stamp state(status);
     if (place == kept.Place && state == kept.State) return kept.Text;
     // The stamp is older than the text: a change in between is found by the next call.
-    kept = {place, state.IsSettled() ? state : Stamp(), ProfileText(ReadBytes(place))};
+    kept.State = state.IsSettled() ? state : Stamp();
+    std::string bytes = ReadBytes(place);
+    if (place == kept.Place && bytes == kept.Text.Bytes()) return kept.Text;
+    kept.Place = place;
+    kept.Text = ProfileText(std::move(bytes));
     return kept.Text;
 }
 

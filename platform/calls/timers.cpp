@@ -1,9 +1,9 @@
 // The millisecond clock and its one-shots, on the machine's clock. A one-shot's identifier is the
 // token of its action.
 #include "platform/device/clock.h"
+#include "platform/machine/fault_point.h"
 #include "platform/machine/power.h"
 #include "platform/system/mmtime.h"
-#include "platform/virtual/fault_point.h"
 
 #include <algorithm>
 #include <mutex>

@@ -3,11 +3,10 @@
 // A signal is handed over on the spot: whoever signals an object finds the waits that it ends, and
 // takes them off the list before it goes on. So a thread whose wait has ended counts as at work
 // from that moment, and the stepped clock never moves on in the gap before it really runs.
-#include "platform/calls/threads.h"
 #include "platform/device/clock.h"
+#include "platform/machine/fault_point.h"
 #include "platform/machine/power.h"
 #include "platform/system/kernel.h"
-#include "platform/virtual/fault_point.h"
 
 #include <algorithm>
 #include <array>
@@ -19,6 +18,7 @@
 #include <span>
 #include <thread>
 #include <unordered_map>
+#include <vector>
 
 namespace machine {
 namespace {
@@ -36,15 +36,14 @@ struct Waiter {
     bool Done = false;
     DWORD Result = WAIT_TIMEOUT;
     std::condition_variable Wake{};
-    Waiter* Next = nullptr;
 };
 
 struct Kernel {
     std::mutex Lock;
     std::unordered_map<std::uintptr_t, ObjectPointer> Handles;
     std::uintptr_t LastHandle = 0;
-    Waiter* Waiters = nullptr;
-    int AtWork = 0; // threads of the library's that do not wait
+    std::vector<Waiter*> Waiters; // the oldest first: of several waits for one signal it gets it
+    int AtWork = 0;               // threads of the library's that do not wait
     std::condition_variable NoneAtWork;
 };
 
@@ -83,9 +82,7 @@ void Leave(Kernel& kernel) { // the thread stops being at work
 }
 
 void End(Kernel& kernel, Waiter& waiter, DWORD result) {
-    Waiter** link = &kernel.Waiters;
-    while (*link != &waiter) link = &(*link)->Next;
-    *link = waiter.Next;
+    std::erase(kernel.Waiters, &waiter);
     waiter.Done = true;
     waiter.Result = result;
     if (waiter.Counted) ++kernel.AtWork;
@@ -94,11 +91,13 @@ void End(Kernel& kernel, Waiter& waiter, DWORD result) {
 
 void Signal(Kernel& kernel, Object& object) {
     object.Signalled = true;
-    for (Waiter* waiter = kernel.Waiters; waiter;) {
-        Waiter* const next = waiter->Next;
+    for (std::size_t i = 0; i < kernel.Waiters.size();) {
+        Waiter& waiter = *kernel.Waiters[i];
         DWORD result = 0;
-        if (Satisfied(waiter->For, result)) End(kernel, *waiter, result);
-        waiter = next;
+        if (Satisfied(waiter.For, result))
+            End(kernel, waiter, result); // and the next one is at its place
+        else
+            ++i;
     }
 }
 
@@ -110,11 +109,8 @@ void TimeOut(void* context, std::uintptr_t /*argument*/) {
     if (!waiter.Done) End(kernel, waiter, WAIT_TIMEOUT);
 }
 
-// Lists the waiter at the end, since of several waits for one signal the oldest gets it.
 void Enlist(Kernel& kernel, Waiter& waiter) {
-    Waiter** link = &kernel.Waiters;
-    while (*link) link = &(*link)->Next;
-    *link = &waiter;
+    kernel.Waiters.push_back(&waiter);
     Leave(kernel);
 }
 

@@ -4,13 +4,11 @@
 
 #include "platform/system/types.h"
 
-#include <atomic>
+#include <mutex>
 
-// A lock that its owner may enter again. Entering an unowned one is one atomic exchange.
+// A lock that its owner may enter again. Needs no end: it may be entered until the process ends.
 struct CRITICAL_SECTION {
-    std::atomic<DWORD> Owner{0}; // thread id of the owner, 0 for none
-    std::atomic<int> State{0};   // 0 free, 1 held, 2 held with threads waiting
-    int Depth = 0;               // entries of the owner, touched by the owner only
+    std::recursive_mutex Mutex;
 };
 PLATFORM_API void InitializeCriticalSection(CRITICAL_SECTION* section);
 PLATFORM_API void DeleteCriticalSection(CRITICAL_SECTION* section);

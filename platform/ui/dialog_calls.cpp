@@ -1,12 +1,12 @@
 // The system calls on dialogs, windows and controls.
 #include "platform/calls/resources.h"
+#include "platform/machine/fault_point.h"
 #include "platform/system/controls.h"
 #include "platform/system/user.h"
 #include "platform/ui/dialog.h"
 #include "platform/ui/handles.h"
 #include "platform/ui/screen.h"
 #include "platform/virtual/dialogs.h"
-#include "platform/virtual/fault_point.h"
 
 #include <atomic>
 #include <charconv>

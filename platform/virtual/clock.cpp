@@ -1,5 +1,4 @@
 // The machine's clock, real and stepped, and the lanes that run what falls due.
-#include "platform/calls/threads.h"
 #include "platform/virtual/action_queue.h"
 
 #include <algorithm>
@@ -11,6 +10,7 @@
 #include <pthread.h>
 #include <sched.h>
 #include <sys/prctl.h>
+#include <thread>
 
 namespace machine {
 namespace {
@@ -22,7 +22,7 @@ constexpr std::array Lanes{Lane::Timers, Lane::Audio};
 
 // The action that a thread is inside of: a lane's, or with the stepped clock the steering thread's.
 struct Runner {
-    DWORD Thread = 0; // 0: none
+    std::thread::id Thread; // none
     void* Context = nullptr;
 };
 
@@ -52,7 +52,7 @@ using Lock = std::unique_lock<std::mutex>;
 
 std::atomic<bool> stepped{false};
 std::atomic<std::uint64_t> steppedNow{0};
-std::atomic<DWORD> steeringThread{0};
+std::atomic<std::thread::id> steeringThread;
 std::mutex steerLock; // one thread at a time moves stepped time
 
 thread_local const PendingAction* running = nullptr; // the action that this thread is inside of
@@ -65,7 +65,7 @@ std::uint64_t RealMicroseconds() {
 
 // Runs a taken action outside the lock, visible in runner meanwhile.
 void Run(Clock& clock, Lock& lock, Runner& runner, const PendingAction& action) {
-    runner = {CurrentThread(), action.Context};
+    runner = {std::this_thread::get_id(), action.Context};
     lock.unlock();
     running = &action;
     action.Run(action.Context, action.Argument);
@@ -123,8 +123,8 @@ bool Start(Clock& clock, Lane lane) {
 
 // Whether another thread is inside an action; of this context, or of any if context is null.
 bool OthersRun(const Clock& clock, const void* context) {
-    const auto runs = [context, self = CurrentThread()](const Runner& runner) {
-        return runner.Thread != 0 && runner.Thread != self &&
+    const auto runs = [context, self = std::this_thread::get_id()](const Runner& runner) {
+        return runner.Thread != std::thread::id() && runner.Thread != self &&
                (!context || runner.Context == context);
     };
     return runs(clock.Steering) ||
@@ -135,7 +135,7 @@ bool OthersRun(const Clock& clock, const void* context) {
 // ---- stepped time ----------------------------------------------------------------------------
 
 // Drops everything to come and changes the clock; returns when no action runs on another thread.
-void ChangeClock(bool toStepped, std::uint64_t start, DWORD steering) {
+void ChangeClock(bool toStepped, std::uint64_t start, std::thread::id steering) {
     steeringThread.store(steering, std::memory_order_relaxed);
     Clock& clock = The();
     Lock lock(clock.Lock);
@@ -177,7 +177,7 @@ bool MaySteer() { return ClockIsStepped() && !InsideAction(); }
 // Holds the right to move time.
 class Steer {
 public:
-    Steer() { steeringThread.store(CurrentThread(), std::memory_order_relaxed); }
+    Steer() { steeringThread.store(std::this_thread::get_id(), std::memory_order_relaxed); }
 
 private:
     std::lock_guard<std::mutex> Alone{steerLock};
@@ -240,7 +240,8 @@ Token ActionToken() { return running ? running->Id : 0; }
 bool InsideAction() { return running != nullptr; }
 
 bool ThisThreadSteers() {
-    return ClockIsStepped() && steeringThread.load(std::memory_order_relaxed) == CurrentThread();
+    return ClockIsStepped() &&
+           steeringThread.load(std::memory_order_relaxed) == std::this_thread::get_id();
 }
 
 bool StepTowards(std::uint64_t limit) {
@@ -252,10 +253,10 @@ bool StepTowards(std::uint64_t limit) {
 
 // ---- steering --------------------------------------------------------------------------------
 
-void UseRealClock() { ChangeClock(false, 0, 0); }
+void UseRealClock() { ChangeClock(false, 0, {}); }
 
 void UseSteppedClock(std::uint32_t startMilliseconds) {
-    ChangeClock(true, InMicroseconds(startMilliseconds), CurrentThread());
+    ChangeClock(true, InMicroseconds(startMilliseconds), std::this_thread::get_id());
 }
 
 bool ClockIsStepped() { return stepped.load(std::memory_order_acquire); }

@@ -2,8 +2,8 @@
 #include "platform/system/midi.h"
 
 #include "platform/device/clock.h"
+#include "platform/machine/fault_point.h"
 #include "platform/system/mmtime.h"
-#include "platform/virtual/fault_point.h"
 #include "platform/virtual/midi.h"
 #include "platform/virtual/midi_devices.h"
 

@@ -2,7 +2,7 @@
 #include "platform/system/midi.h"
 
 #include "platform/device/clock.h"
-#include "platform/virtual/fault_point.h"
+#include "platform/machine/fault_point.h"
 #include "platform/virtual/midi.h"
 #include "platform/virtual/midi_devices.h"
 

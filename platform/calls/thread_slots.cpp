@@ -1,18 +1,7 @@
-// What each thread has of its own: its identifier, and its pointer under each shared index.
-#include "platform/calls/threads.h"
-
+// Pointers of each thread's own.
 #include "platform/system/kernel.h"
 
-namespace machine {
-
-constinit thread_local DWORD threadId = 0;
-
-DWORD NewThreadId() {
-    static std::atomic<DWORD> last{0};
-    return threadId = last.fetch_add(1, std::memory_order_relaxed) + 1;
-}
-
-} // namespace machine
+#include <atomic>
 
 namespace {
 

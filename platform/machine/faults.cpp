@@ -1,7 +1,7 @@
-#include "platform/virtual/faults.h"
+#include "platform/machine/faults.h"
 
+#include "platform/machine/fault_point.h"
 #include "platform/machine/power.h"
-#include "platform/virtual/fault_point.h"
 
 #include <algorithm>
 #include <array>
