@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
-#include <ctime>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -42,9 +42,14 @@ struct Stamp {
         return Device == other.Device && Number == other.Number && Size == other.Size &&
                Changed.tv_sec == other.Changed.tv_sec && Changed.tv_nsec == other.Changed.tv_nsec;
     }
-    // Clocks of file systems tick in up to two seconds: a file that was changed just now may change
-    // again and bear the same time.
-    bool IsSettled() const { return Changed.tv_sec + 3 < std::time(nullptr); }
+    // A file that was changed just now may change again within the same tick of its file system's
+    // clock: up to two seconds, where the clock knows no part of one.
+    bool IsSettled() const {
+        using namespace std::chrono;
+        const auto changed = seconds(Changed.tv_sec) + nanoseconds(Changed.tv_nsec);
+        const nanoseconds tick = Changed.tv_nsec == 0 ? nanoseconds(2s) : nanoseconds(50ms);
+        return system_clock::now().time_since_epoch() > changed + 2 * tick;
+    }
 };
 
 struct Kept {
