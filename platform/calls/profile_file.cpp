@@ -32,25 +32,23 @@ struct Stamp {
     dev_t Device = 0;
     ino_t Number = 0;
     off_t Size = 0;
-    timespec Changed{};
+    std::chrono::nanoseconds Changed{};
 
-    explicit Stamp(const struct stat& status)
-        : Device(status.st_dev), Number(status.st_ino), Size(status.st_size),
-          Changed(status.st_mtim) {}
-    Stamp() = default;
-    bool operator==(const Stamp& other) const {
-        return Device == other.Device && Number == other.Number && Size == other.Size &&
-               Changed.tv_sec == other.Changed.tv_sec && Changed.tv_nsec == other.Changed.tv_nsec;
-    }
+    bool operator==(const Stamp&) const = default;
     // A file that was changed just now may change again within the same tick of its file system's
     // clock: up to two seconds, where the clock knows no part of one.
     bool IsSettled() const {
-        using namespace std::chrono;
-        const auto changed = seconds(Changed.tv_sec) + nanoseconds(Changed.tv_nsec);
-        const nanoseconds tick = Changed.tv_nsec == 0 ? nanoseconds(2s) : nanoseconds(50ms);
-        return system_clock::now().time_since_epoch() > changed + 2 * tick;
+        const bool whole = Changed.count() % 1'000'000'000 == 0;
+        const auto tick = std::chrono::milliseconds(whole ? 2000 : 50);
+        return std::chrono::system_clock::now().time_since_epoch() > Changed + 2 * tick;
     }
 };
+
+Stamp StampOf(const struct stat& status) {
+    const auto changed = std::chrono::seconds(status.st_mtim.tv_sec) +
+                         std::chrono::nanoseconds(status.st_mtim.tv_nsec);
+    return {status.st_dev, status.st_ino, status.st_size, changed};
+}
 
 struct Kept {
     fs::path Place;
@@ -92,7 +90,7 @@ const ProfileText& ReadProfile(const std::string& path) {
     const fs::path place = Locate(path);
     struct stat status {};
     if (stat(place.c_str(), &status) != 0) return (kept = {}).Text;
-    const Stamp state(status);
+    const Stamp state = StampOf(status);
     if (place == kept.Place && state == kept.State) return kept.Text;
     // The stamp is older than the text: a change in between is found by the next call.
     kept.State = state.IsSettled() ? state : Stamp();
