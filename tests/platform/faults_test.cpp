@@ -49,7 +49,12 @@ TEST_F(Faults, EveryCallCanBeMadeToFail) {
         std::function<std::intptr_t()> Make;
     };
     const Case cases[] = {
-        {Call::GlobalAlloc, 0, [&] { return value(GlobalAlloc(GPTR, 8)); }},
+        {Call::GlobalAlloc, 0,
+         [&] {
+             const HGLOBAL block = GlobalAlloc(GPTR, 8);
+             GlobalFree(block);
+             return block ? 1 : 0;
+         }},
         {Call::GlobalLock, 0, [&] { return value(GlobalLock(memory)); }},
         {Call::CreateEventA, 0, [&] { return value(CreateEventA(nullptr, 0, 0, nullptr)); }},
         {Call::WritePrivateProfileStringA, 0,
@@ -101,6 +106,7 @@ TEST_F(Faults, EveryCallCanBeMadeToFail) {
         EXPECT_NE(c.Make(), c.Failure) << static_cast<int>(c.What);
         EXPECT_GE(machine::CallCount(c.What), 2u) << static_cast<int>(c.What);
     }
+    GlobalFree(memory);
 }
 
 TEST_F(MachineTest, PowerOnDropsEverything) {
