@@ -3,8 +3,8 @@
 
 #include "platform/audio/capture_devices.h"
 #include "platform/audio/direct_sound_buffer.h"
-#include "platform/virtual/fault_point.h"
-#include "platform/virtual/modules.h"
+#include "platform/machine/fault_point.h"
+#include "platform/machine/modules.h"
 
 #include <array>
 #include <atomic>
@@ -124,7 +124,7 @@ void OfferDirectSound(DirectSound state) {
     constexpr const char* Name = "DSOUND.DLL";
     switch (state) {
     case DirectSound::Absent:
-        WithdrawModule(Name);
+        OfferModule(nullptr, {});
         break;
     case DirectSound::WithoutCapture:
         OfferModule(Name, {});

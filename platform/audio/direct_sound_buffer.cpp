@@ -1,7 +1,7 @@
 #include "platform/audio/direct_sound_buffer.h"
 
+#include "platform/machine/fault_point.h"
 #include "platform/system/kernel.h"
-#include "platform/virtual/fault_point.h"
 
 #include <algorithm>
 #include <cstring>

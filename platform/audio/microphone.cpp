@@ -1,7 +1,7 @@
 #include "platform/audio/microphone.h"
 
 #include "platform/audio/microphone_stream.h"
-#include "platform/virtual/clock.h"
+#include "platform/machine/clock.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,7 +1,7 @@
 #include "platform/audio/microphone_stream.h"
 
 #include "platform/audio/pcm.h"
-#include "platform/virtual/clock.h"
+#include "platform/machine/clock.h"
 
 #include <algorithm>
 

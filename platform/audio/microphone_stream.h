@@ -2,7 +2,7 @@
 #pragma once
 
 #include "platform/audio/microphone.h"
-#include "platform/virtual/scheduler.h"
+#include "platform/device/clock.h"
 
 #include <array>
 

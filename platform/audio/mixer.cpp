@@ -3,7 +3,7 @@
 #include "platform/audio/mixer_handles.h"
 #include "platform/audio/mixer_model.h"
 #include "platform/audio/names.h"
-#include "platform/virtual/fault_point.h"
+#include "platform/machine/fault_point.h"
 
 #include <algorithm>
 #include <cstring>

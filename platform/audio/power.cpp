@@ -1,5 +1,5 @@
 // What becomes of sound when the machine is switched off and on.
-#include "platform/virtual/power.h"
+#include "platform/machine/power.h"
 
 #include "platform/audio/capture_devices.h"
 #include "platform/audio/direct_sound.h"

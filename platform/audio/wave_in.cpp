@@ -4,7 +4,7 @@
 #include "platform/audio/capture_devices.h"
 #include "platform/audio/names.h"
 #include "platform/audio/wave_in_handle.h"
-#include "platform/virtual/fault_point.h"
+#include "platform/machine/fault_point.h"
 
 #include <algorithm>
 #include <cstring>
