@@ -7,15 +7,15 @@
 // boxes printed on standard error, nothing recorded. Whoever steers begins with PowerOn.
 #pragma once
 
+#include "platform/machine/capture.h"
+#include "platform/machine/level.h"
 #include "platform/virtual/boxes.h"
 #include "platform/virtual/bridge.h"
-#include "platform/virtual/capture.h"
 #include "platform/virtual/clock.h"
 #include "platform/virtual/dialogs.h"
 #include "platform/virtual/faults.h"
 #include "platform/virtual/kernel.h"
 #include "platform/virtual/midi.h"
-#include "platform/virtual/mixer.h"
 #include "platform/virtual/modules.h"
 
 namespace machine {

@@ -1,0 +1,66 @@
+// The machine's mixers: destination lines, their source lines, and the controls on each, with
+// values that a user (here: who steers) can move at any time. Thread: any that steers.
+#pragma once
+
+#include "platform/system/mixer.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace machine {
+
+struct MixerControl {
+    std::uint32_t Type; // MIXERCONTROL_CONTROLTYPE_...
+    std::uint32_t Minimum = 0;
+    std::uint32_t Maximum = 65535; // 1 for a mute
+    std::uint32_t Value = 0;       // of every channel at first
+    bool Uniform = false;          // one value for all channels
+};
+struct MixerLine {
+    std::uint32_t Type; // MIXERLINE_COMPONENTTYPE_...
+    std::string Name;
+    unsigned Channels = 2;
+    std::vector<MixerControl> Controls = {};
+    std::vector<MixerLine> Sources = {}; // of a destination
+};
+struct MixerModel {
+    std::string Name; // cut to 31 characters
+    std::vector<MixerLine> Destinations;
+};
+
+// A mixer for as long as the machine is on.
+enum class Mixer : int { None = -1 };
+
+Mixer AddMixer(const MixerModel& model);
+
+// What AddMicrophone adds: destination WAVEIN with the sources MICROPHONE (volume 0 to 65535 at
+// half, two channels) and LINE; destination SPEAKERS with the source MICROPHONE (mute, on).
+MixerModel MicrophoneMixer(const std::string& name);
+
+// Not listed any more; calls on an open handle but mixerClose fail with MMSYSERR_NODRIVER.
+void RemoveMixer(Mixer mixer);
+
+// A control is found by where it lies: the first of its type on the given source line of the given
+// destination; source 0 is the destination itself.
+struct ControlPlace {
+    std::uint32_t Destination;
+    std::uint32_t Source;
+    std::uint32_t Control;
+};
+constexpr ControlPlace MicrophoneVolume = {MIXERLINE_COMPONENTTYPE_DST_WAVEIN,
+                                           MIXERLINE_COMPONENTTYPE_SRC_MICROPHONE,
+                                           MIXERCONTROL_CONTROLTYPE_VOLUME};
+constexpr ControlPlace MicrophoneMute = {MIXERLINE_COMPONENTTYPE_DST_SPEAKERS,
+                                         MIXERLINE_COMPONENTTYPE_SRC_MICROPHONE,
+                                         MIXERCONTROL_CONTROLTYPE_MUTE};
+// One value for each channel (one in all if uniform); empty if there is no such control.
+std::vector<std::uint32_t> ControlValues(Mixer mixer, const ControlPlace& place);
+// The user moves a control: every channel, clamped to its range. False if there is none.
+bool MoveControl(Mixer mixer, const ControlPlace& place, std::uint32_t value);
+// From now on reads, writes or both are refused with MMSYSERR_NOTSUPPORTED.
+bool RefuseControl(Mixer mixer, const ControlPlace& place, bool reads, bool writes);
+
+int OpenMixers(); // handles
+
+} // namespace machine
