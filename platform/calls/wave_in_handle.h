@@ -12,21 +12,21 @@ namespace machine {
 // Headers in order, linked by lpNext.
 class HeaderQueue {
 public:
-    WAVEHDR* First() const { return first_; }
+    WAVEHDR* First() const { return Head; }
     void Add(WAVEHDR& header) {
         header.lpNext = nullptr;
-        (first_ != nullptr ? last_->lpNext : first_) = &header;
-        last_ = &header;
+        (Head != nullptr ? Tail->lpNext : Head) = &header;
+        Tail = &header;
     }
     WAVEHDR* TakeFirst() {
-        WAVEHDR* const header = first_;
-        if (header != nullptr) first_ = header->lpNext;
+        WAVEHDR* const header = Head;
+        if (header != nullptr) Head = header->lpNext;
         return header;
     }
 
 private:
-    WAVEHDR* first_ = nullptr;
-    WAVEHDR* last_ = nullptr;
+    WAVEHDR* Head = nullptr;
+    WAVEHDR* Tail = nullptr;
 };
 
 // Public functions run on any thread, but for the ones that the system forbids inside a callback.
@@ -42,7 +42,7 @@ public:
     ~WaveInHandle() { Abandon(); }
 
     // False: the device is not to be had. Every other function needs it.
-    bool IsOpen() const { return stream_ != nullptr; }
+    bool IsOpen() const { return Stream != nullptr; }
     HWAVEIN Handle() { return reinterpret_cast<HWAVEIN>(this); }
     void Tell(UINT message, WAVEHDR* header = nullptr);
 
@@ -67,23 +67,23 @@ private:
     void GiveBack(std::unique_lock<std::mutex>& lock, WAVEHDR* header);
     void EndCapture(bool handBackAll);
     std::uint64_t EndOfFirst() const { // frame of the stream
-        return filled_ + queue_.First()->dwBufferLength / frameBytes_;
+        return Filled + Queue.First()->dwBufferLength / FrameBytes;
     }
 
-    const PcmFormat format_;
-    const unsigned frameBytes_;
-    const Listener listener_;
+    const PcmFormat Format;
+    const unsigned FrameBytes;
+    const Listener Client;
 
-    std::atomic<int> endings_{0}; // stops and resets under way
+    std::atomic<int> Endings{0}; // stops and resets under way
 
-    std::mutex lock_; // of all below; never held in the callback
-    const std::unique_ptr<CaptureStream> stream_;
-    bool started_ = false;
-    bool ending_ = false;      // a stop or reset is waiting for the callback
-    HeaderQueue queue_;        // to be filled
-    std::uint64_t filled_ = 0; // frames of the stream taken out, by a buffer or lost
-    std::uint64_t lost_ = 0;   // of these
-    std::uint64_t before_ = 0; // recorded since the last reset, before the present Start
+    std::mutex Lock; // of all below; never held in the callback
+    const std::unique_ptr<CaptureStream> Stream;
+    bool Started = false;
+    bool Ending = false;      // a stop or reset is waiting for the callback
+    HeaderQueue Queue;        // to be filled
+    std::uint64_t Filled = 0; // frames of the stream taken out, by a buffer or lost
+    std::uint64_t Lost = 0;   // of these
+    std::uint64_t Before = 0; // recorded since the last reset, before the present Start
 };
 
 void ForgetHeaderCounts();

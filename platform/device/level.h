@@ -55,11 +55,11 @@ public:
     const std::string Name;
     const std::vector<LevelLine> Destinations;
     // Plugged in again it is a new device. Left is the back end's to call.
-    bool Gone() const { return gone_.load(std::memory_order_acquire); }
-    void Left() { gone_.store(true, std::memory_order_release); }
+    bool Gone() const { return HasLeft.load(std::memory_order_acquire); }
+    void Left() { HasLeft.store(true, std::memory_order_release); }
 
 private:
-    std::atomic<bool> gone_{false};
+    std::atomic<bool> HasLeft{false};
 };
 
 // The machine's level devices. Thread: any.

@@ -13,22 +13,22 @@ template <class Device>
 class Roster {
 public:
     void Add(std::shared_ptr<Device> device) {
-        const std::scoped_lock lock(lock_);
-        devices_.push_back(std::move(device));
+        const std::scoped_lock lock(Lock);
+        Devices.push_back(std::move(device));
     }
     std::vector<std::shared_ptr<Device>> Present() {
-        const std::scoped_lock lock(lock_);
-        std::erase_if(devices_, [](const auto& device) { return device->Gone(); });
-        return devices_;
+        const std::scoped_lock lock(Lock);
+        std::erase_if(Devices, [](const auto& device) { return device->Gone(); });
+        return Devices;
     }
     void Forget() {
-        const std::scoped_lock lock(lock_);
-        devices_.clear();
+        const std::scoped_lock lock(Lock);
+        Devices.clear();
     }
 
 private:
-    std::mutex lock_;
-    std::vector<std::shared_ptr<Device>> devices_;
+    std::mutex Lock;
+    std::vector<std::shared_ptr<Device>> Devices;
 };
 
 } // namespace machine

@@ -33,42 +33,42 @@ std::uint32_t FormatBit(const PcmFormat& format) {
 class VirtualMicrophone : public CaptureDevice,
                           public std::enable_shared_from_this<VirtualMicrophone> {
 public:
-    explicit VirtualMicrophone(MicrophoneModel model) : model_(std::move(model)) {}
+    explicit VirtualMicrophone(MicrophoneModel model) : Model(std::move(model)) {}
 
-    std::string Name() const override { return model_.Name; }
-    unsigned Channels() const override { return model_.Channels; }
+    std::string Name() const override { return Model.Name; }
+    unsigned Channels() const override { return Model.Channels; }
     bool Supports(const PcmFormat& format) const override {
-        return format.Channels <= model_.Channels &&
-               ((FormatBit(format) & model_.Formats) != 0 ||
-                std::ranges::find(model_.MoreFormats, format) != model_.MoreFormats.end());
+        return format.Channels <= Model.Channels &&
+               ((FormatBit(format) & Model.Formats) != 0 ||
+                std::ranges::find(Model.MoreFormats, format) != Model.MoreFormats.end());
     }
     bool Gone() const override { return GoneAt() != NeverYet; }
     std::unique_ptr<CaptureStream> Open(const PcmFormat& format, CaptureOwner& owner) override;
     std::shared_ptr<LevelDevice> Levels() const override { return FindMixer(MixerOfIt); }
 
     void SetFeed(Feed feed) {
-        const std::scoped_lock lock(lock_);
-        feed_ = std::move(feed);
+        const std::scoped_lock lock(Lock);
+        ToPlay = std::move(feed);
     }
     void Unplug() {
         std::uint64_t never = NeverYet; // the first unplugging counts
-        goneAt_.compare_exchange_strong(never, Microseconds(), std::memory_order_acq_rel);
+        UnpluggedAt.compare_exchange_strong(never, Microseconds(), std::memory_order_acq_rel);
     }
     CaptureStats Stats() const {
-        const std::scoped_lock lock(lock_);
-        return stats_;
+        const std::scoped_lock lock(Lock);
+        return Account;
     }
 
     // For its streams.
-    std::uint64_t GoneAt() const { return goneAt_.load(std::memory_order_acquire); }
+    std::uint64_t GoneAt() const { return UnpluggedAt.load(std::memory_order_acquire); }
     void Closed() {
-        const std::scoped_lock lock(lock_);
-        --stats_.Open;
+        const std::scoped_lock lock(Lock);
+        --Account.Open;
     }
     std::unique_ptr<FeedReader> JoinFeed(std::uint64_t now, const PcmFormat& format);
     void LeaveFeed() {
-        const std::scoped_lock lock(lock_);
-        --stats_.Capturing;
+        const std::scoped_lock lock(Lock);
+        --Account.Capturing;
     }
     bool KeepsSilent(); // about sound that has been captured
     void Progress(const FeedProgress& progress);
@@ -79,23 +79,23 @@ public:
     std::atomic<int> Behind{0}; // times that nobody is told
 
 private:
-    const MicrophoneModel model_;
-    std::atomic<std::uint64_t> goneAt_{NeverYet}; // machine time of the unplugging
+    const MicrophoneModel Model;
+    std::atomic<std::uint64_t> UnpluggedAt{NeverYet}; // machine time of the unplugging
 
-    mutable std::mutex lock_; // of all below; held for moments only
-    Feed feed_ = GeneratedFeed([](const FeedRequest& r) { std::ranges::fill(r.Samples, 0.0f); });
-    Feed playing_; // since the last origin
-    CaptureStats stats_;
+    mutable std::mutex Lock; // of all below; held for moments only
+    Feed ToPlay = GeneratedFeed([](const FeedRequest& r) { std::ranges::fill(r.Samples, 0.0f); });
+    Feed Playing; // since the last origin
+    CaptureStats Account;
 };
 
 class MicrophoneStream : public CaptureStream {
 public:
     MicrophoneStream(std::shared_ptr<VirtualMicrophone> microphone, const PcmFormat& format,
                      CaptureOwner& owner)
-        : microphone_(std::move(microphone)), format_(format), owner_(owner) {}
+        : Device(std::move(microphone)), Format(format), Owner(owner) {}
     ~MicrophoneStream() override {
         Stop();
-        microphone_->Closed();
+        Device->Closed();
     }
 
     bool Start() override;
@@ -103,45 +103,45 @@ public:
     std::uint64_t Position() const override;
     void WakeAt(std::uint64_t frame) override;
     void Read(void* pcm, std::uint64_t frames) override;
-    bool Gone() const override { return microphone_->Gone(); }
+    bool Gone() const override { return Device->Gone(); }
 
 private:
     static void Wake(void* self, std::uintptr_t);
 
-    const std::shared_ptr<VirtualMicrophone> microphone_;
-    const PcmFormat format_;
-    CaptureOwner& owner_;
+    const std::shared_ptr<VirtualMicrophone> Device;
+    const PcmFormat Format;
+    CaptureOwner& Owner;
     // Machine times, published for Position by release.
-    std::atomic<std::uint64_t> startedAt_{NeverYet};
-    std::atomic<std::uint64_t> stoppedAt_{NeverYet};
-    std::atomic<Token> wake_{0};
-    std::uint64_t wakeFrame_ = 0; // the last one asked for, and how far behind the one before
-    std::uint64_t wakeStep_ = 0;
-    std::unique_ptr<FeedReader> reader_;
-    std::array<float, 2048> samples_ = {};
+    std::atomic<std::uint64_t> StartedAt{NeverYet};
+    std::atomic<std::uint64_t> StoppedAt{NeverYet};
+    std::atomic<Token> Pending{0};
+    std::uint64_t WakeFrame = 0; // the last one asked for, and how far behind the one before
+    std::uint64_t WakeStep = 0;
+    std::unique_ptr<FeedReader> Reader;
+    std::array<float, 2048> Samples = {};
 };
 
 std::unique_ptr<CaptureStream> VirtualMicrophone::Open(const PcmFormat& format,
                                                        CaptureOwner& owner) {
     StartLane(Lane::Audio); // now, rather than at Start
-    const std::scoped_lock lock(lock_);
-    if (Gone() || (model_.Exclusive && stats_.Open > 0)) return nullptr;
-    ++stats_.Open;
+    const std::scoped_lock lock(Lock);
+    if (Gone() || (Model.Exclusive && Account.Open > 0)) return nullptr;
+    ++Account.Open;
     return std::make_unique<MicrophoneStream>(shared_from_this(), format, owner);
 }
 
 std::unique_ptr<FeedReader> VirtualMicrophone::JoinFeed(std::uint64_t now,
                                                         const PcmFormat& format) {
-    std::unique_lock lock(lock_);
-    if (stats_.Capturing++ == 0) {
-        playing_ = feed_;
-        stats_.OriginMicroseconds = now;
-        stats_.Started = true;
-        stats_.Ended = stats_.ReadFailed = false;
-        stats_.FileFrames = 0;
+    std::unique_lock lock(Lock);
+    if (Account.Capturing++ == 0) {
+        Playing = ToPlay;
+        Account.OriginMicroseconds = now;
+        Account.Started = true;
+        Account.Ended = Account.ReadFailed = false;
+        Account.FileFrames = 0;
     }
-    const Feed playing = playing_;
-    const std::uint64_t late = now - std::min(now, stats_.OriginMicroseconds);
+    const Feed playing = Playing;
+    const std::uint64_t late = now - std::min(now, Account.OriginMicroseconds);
     lock.unlock(); // a file takes its time to open
     return playing((late * format.Rate + Second / 2) / Second, format.Rate, format.Channels);
 }
@@ -153,49 +153,49 @@ bool VirtualMicrophone::KeepsSilent() {
 }
 
 void VirtualMicrophone::Progress(const FeedProgress& progress) {
-    const std::scoped_lock lock(lock_);
-    stats_.FileFrames = std::max(stats_.FileFrames, progress.FileFrames);
-    stats_.Ended |= progress.Ended;
-    stats_.ReadFailed |= progress.Failed;
+    const std::scoped_lock lock(Lock);
+    Account.FileFrames = std::max(Account.FileFrames, progress.FileFrames);
+    Account.Ended |= progress.Ended;
+    Account.ReadFailed |= progress.Failed;
 }
 
 bool MicrophoneStream::Start() {
     if (Gone()) return false;
     const std::uint64_t now = Microseconds();
-    reader_ = microphone_->JoinFeed(now, format_);
-    wakeFrame_ = 0;
-    stoppedAt_.store(NeverYet, std::memory_order_relaxed);
-    startedAt_.store(now, std::memory_order_release);
+    Reader = Device->JoinFeed(now, Format);
+    WakeFrame = 0;
+    StoppedAt.store(NeverYet, std::memory_order_relaxed);
+    StartedAt.store(now, std::memory_order_release);
     return true;
 }
 
 void MicrophoneStream::Stop() {
     UnscheduleAll(this);
-    if (startedAt_.load(std::memory_order_relaxed) == NeverYet) return;
+    if (StartedAt.load(std::memory_order_relaxed) == NeverYet) return;
     std::uint64_t running = NeverYet;
-    if (stoppedAt_.compare_exchange_strong(running, Microseconds(), std::memory_order_acq_rel))
-        microphone_->LeaveFeed();
+    if (StoppedAt.compare_exchange_strong(running, Microseconds(), std::memory_order_acq_rel))
+        Device->LeaveFeed();
 }
 
 std::uint64_t MicrophoneStream::Position() const {
-    const std::uint64_t from = startedAt_.load(std::memory_order_acquire);
+    const std::uint64_t from = StartedAt.load(std::memory_order_acquire);
     if (from == NeverYet) return 0;
-    const std::uint64_t to = std::min(
-        {stoppedAt_.load(std::memory_order_acquire), microphone_->GoneAt(), Microseconds()});
+    const std::uint64_t to =
+        std::min({StoppedAt.load(std::memory_order_acquire), Device->GoneAt(), Microseconds()});
     const std::uint64_t passed = to - std::min(to, from);
-    return passed / Second * format_.Rate + passed % Second * format_.Rate / Second;
+    return passed / Second * Format.Rate + passed % Second * Format.Rate / Second;
 }
 
 void MicrophoneStream::WakeAt(std::uint64_t frame) {
-    if (const Token earlier = wake_.exchange(0, std::memory_order_relaxed)) Unschedule(earlier);
-    if (stoppedAt_.load(std::memory_order_acquire) != NeverYet || Gone()) return;
-    wakeStep_ = std::max<std::uint64_t>(frame - std::min(frame, wakeFrame_), 1);
-    wakeFrame_ = frame;
+    if (const Token earlier = Pending.exchange(0, std::memory_order_relaxed)) Unschedule(earlier);
+    if (StoppedAt.load(std::memory_order_acquire) != NeverYet || Gone()) return;
+    WakeStep = std::max<std::uint64_t>(frame - std::min(frame, WakeFrame), 1);
+    WakeFrame = frame;
     // The first microsecond at which Position has come to the frame.
-    const std::uint64_t passed = frame / format_.Rate * Second +
-                                 (frame % format_.Rate * Second + format_.Rate - 1) / format_.Rate;
-    const std::uint64_t due = startedAt_.load(std::memory_order_acquire) + passed;
-    wake_.store(Schedule(Lane::Audio, due, &Wake, this), std::memory_order_relaxed);
+    const std::uint64_t passed = frame / Format.Rate * Second +
+                                 (frame % Format.Rate * Second + Format.Rate - 1) / Format.Rate;
+    const std::uint64_t due = StartedAt.load(std::memory_order_acquire) + passed;
+    Pending.store(Schedule(Lane::Audio, due, &Wake, this), std::memory_order_relaxed);
 }
 
 // A device in trouble is quiet this time and, as the owner does not ask anew, looks again after as
@@ -203,25 +203,25 @@ void MicrophoneStream::WakeAt(std::uint64_t frame) {
 void MicrophoneStream::Wake(void* self, std::uintptr_t) {
     auto& stream = *static_cast<MicrophoneStream*>(self);
     if (stream.Gone()) return;
-    if (stream.microphone_->KeepsSilent())
-        stream.WakeAt(stream.wakeFrame_ + stream.wakeStep_);
+    if (stream.Device->KeepsSilent())
+        stream.WakeAt(stream.WakeFrame + stream.WakeStep);
     else
-        stream.owner_.Captured();
+        stream.Owner.Captured();
 }
 
 void MicrophoneStream::Read(void* pcm, std::uint64_t frames) {
-    const std::size_t chunk = samples_.size() / format_.Channels;
+    const std::size_t chunk = Samples.size() / Format.Channels;
     auto* to = static_cast<std::uint8_t*>(pcm);
     for (std::uint64_t left = frames; left > 0;) {
         const auto now = static_cast<std::size_t>(std::min<std::uint64_t>(left, chunk));
-        reader_->Read(samples_.data(), now);
+        Reader->Read(Samples.data(), now);
         if (to != nullptr) {
-            ToPcm(samples_.data(), now * format_.Channels, format_.Bits, to);
-            to += now * format_.Channels * format_.Bits / 8;
+            ToPcm(Samples.data(), now * Format.Channels, Format.Bits, to);
+            to += now * Format.Channels * Format.Bits / 8;
         }
         left -= now;
     }
-    microphone_->Progress(reader_->Progress());
+    Device->Progress(Reader->Progress());
 }
 
 std::mutex microphonesLock;

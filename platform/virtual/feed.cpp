@@ -15,17 +15,17 @@ namespace {
 class GeneratedReader : public FeedReader {
 public:
     GeneratedReader(const Generator& generator, FeedRequest next)
-        : generator_(generator), next_(next) {}
+        : Generate(generator), Next(next) {}
 
     void Read(float* samples, std::size_t frames) override {
-        next_.Samples = {samples, frames * next_.Channels};
-        generator_(next_);
-        next_.First += frames;
+        Next.Samples = {samples, frames * Next.Channels};
+        Generate(Next);
+        Next.First += frames;
     }
 
 private:
-    const Generator generator_;
-    FeedRequest next_;
+    const Generator Generate;
+    FeedRequest Next;
 };
 
 struct CloseFile {
@@ -76,40 +76,40 @@ public:
     // sound may be without a file: it went away since it was fed.
     FileReader(SoundFile sound, std::uint64_t frame, unsigned rate, unsigned channels);
     void Read(float* samples, std::size_t frames) override;
-    FeedProgress Progress() const override { return progress_; }
+    FeedProgress Progress() const override { return SoFar; }
 
 private:
     static constexpr std::size_t ChunkFrames = 2048;
 
     void Begin();
-    void Fail() { dry_ = progress_.Failed = true; }
+    void Fail() { Dry = SoFar.Failed = true; }
     static std::size_t Supply(void* self, soxr_in_t* data, std::size_t wanted);
-    std::size_t ReadChunk(); // of the file, mixed, into chunk_; frames
+    std::size_t ReadChunk(); // of the file, mixed, into Chunk; frames
     std::size_t Produce(float* samples, std::size_t frames);
     void Account(std::size_t frames);
-    std::uint64_t FileFrames() const { return static_cast<std::uint64_t>(sound_.Info.frames); }
-    std::uint64_t FileRate() const { return static_cast<std::uint64_t>(sound_.Info.samplerate); }
+    std::uint64_t FileFrames() const { return static_cast<std::uint64_t>(Sound.Info.frames); }
+    std::uint64_t FileRate() const { return static_cast<std::uint64_t>(Sound.Info.samplerate); }
 
-    const SoundFile sound_;
-    const unsigned rate_;
-    const unsigned channels_;      // of the capture
-    const unsigned fileChannels_;  // at least 1
-    const unsigned mixedChannels_; // what passes through the resampler
-    std::uint64_t heard_;          // frames of the capture since the first of the file
-    std::uint64_t read_ = 0;       // of the file
-    bool dry_ = false;
-    std::unique_ptr<soxr, FreeResampler> resampler_;
-    std::vector<float> chunk_;
-    std::vector<float> mono_; // of the capture, to be spread over its channels
-    FeedProgress progress_;
+    const SoundFile Sound;
+    const unsigned Rate;
+    const unsigned Channels;      // of the capture
+    const unsigned FileChannels;  // at least 1
+    const unsigned MixedChannels; // what passes through the resampler
+    std::uint64_t Heard;          // frames of the capture since the first of the file
+    std::uint64_t Taken = 0;      // of the file
+    bool Dry = false;
+    std::unique_ptr<soxr, FreeResampler> Resampler;
+    std::vector<float> Chunk;
+    std::vector<float> Mono; // of the capture, to be spread over its channels
+    FeedProgress SoFar;
 };
 
 FileReader::FileReader(SoundFile sound, std::uint64_t frame, unsigned rate, unsigned channels)
-    : sound_(std::move(sound)), rate_(rate), channels_(channels),
-      fileChannels_(static_cast<unsigned>(std::max(sound_.Info.channels, 1))),
-      mixedChannels_(fileChannels_ == channels ? channels : 1), heard_(frame),
-      chunk_(ChunkFrames * fileChannels_), mono_(ChunkFrames) {
-    if (sound_.File)
+    : Sound(std::move(sound)), Rate(rate), Channels(channels),
+      FileChannels(static_cast<unsigned>(std::max(Sound.Info.channels, 1))),
+      MixedChannels(FileChannels == channels ? channels : 1), Heard(frame),
+      Chunk(ChunkFrames * FileChannels), Mono(ChunkFrames) {
+    if (Sound.File)
         Begin();
     else
         Fail();
@@ -117,67 +117,67 @@ FileReader::FileReader(SoundFile sound, std::uint64_t frame, unsigned rate, unsi
 
 void FileReader::Begin() {
     const double begin =
-        static_cast<double>(heard_) * static_cast<double>(FileRate()) / static_cast<double>(rate_);
-    read_ = std::min(FileFrames(), static_cast<std::uint64_t>(std::llround(begin)));
-    const auto place = static_cast<sf_count_t>(read_);
-    if (read_ != 0 && sf_seek(sound_.File.get(), place, SEEK_SET) < 0) Fail();
+        static_cast<double>(Heard) * static_cast<double>(FileRate()) / static_cast<double>(Rate);
+    Taken = std::min(FileFrames(), static_cast<std::uint64_t>(std::llround(begin)));
+    const auto place = static_cast<sf_count_t>(Taken);
+    if (Taken != 0 && sf_seek(Sound.File.get(), place, SEEK_SET) < 0) Fail();
     soxr_error_t error = nullptr;
     const soxr_io_spec_t samples = soxr_io_spec(SOXR_FLOAT32_I, SOXR_FLOAT32_I);
     const soxr_quality_spec_t quality = soxr_quality_spec(SOXR_HQ, 0);
     const soxr_runtime_spec_t runtime = soxr_runtime_spec(1);
-    resampler_.reset(soxr_create(static_cast<double>(FileRate()), rate_, mixedChannels_, &error,
-                                 &samples, &quality, &runtime));
-    if (resampler_) error = soxr_set_input_fn(resampler_.get(), &Supply, this, ChunkFrames);
-    if (!resampler_ || error != nullptr) Fail();
+    Resampler.reset(soxr_create(static_cast<double>(FileRate()), Rate, MixedChannels, &error,
+                                &samples, &quality, &runtime));
+    if (Resampler) error = soxr_set_input_fn(Resampler.get(), &Supply, this, ChunkFrames);
+    if (!Resampler || error != nullptr) Fail();
     Account(0);
 }
 
 std::size_t FileReader::Supply(void* self, soxr_in_t* data, std::size_t) {
     auto* reader = static_cast<FileReader*>(self);
-    *data = reader->chunk_.data();
+    *data = reader->Chunk.data();
     return reader->ReadChunk();
 }
 
 std::size_t FileReader::ReadChunk() {
-    const sf_count_t got = sf_readf_float(sound_.File.get(), chunk_.data(), ChunkFrames);
+    const sf_count_t got = sf_readf_float(Sound.File.get(), Chunk.data(), ChunkFrames);
     const auto frames = static_cast<std::size_t>(std::max<sf_count_t>(got, 0));
-    if (frames == 0 && read_ < FileFrames()) progress_.Failed = true;
-    read_ += frames;
-    if (mixedChannels_ == fileChannels_) return frames;
-    const float* from = chunk_.data();
+    if (frames == 0 && Taken < FileFrames()) SoFar.Failed = true;
+    Taken += frames;
+    if (MixedChannels == FileChannels) return frames;
+    const float* from = Chunk.data();
     for (std::size_t frame = 0; frame < frames; ++frame) {
         float sum = 0;
-        for (unsigned channel = 0; channel < fileChannels_; ++channel) sum += *from++;
-        chunk_[frame] = sum / static_cast<float>(fileChannels_);
+        for (unsigned channel = 0; channel < FileChannels; ++channel) sum += *from++;
+        Chunk[frame] = sum / static_cast<float>(FileChannels);
     }
     return frames;
 }
 
 // Up to ChunkFrames frames of the capture's channels; fewer at the end of the file.
 std::size_t FileReader::Produce(float* samples, std::size_t frames) {
-    if (dry_) return 0;
-    const bool spread = mixedChannels_ < channels_;
-    float* const into = spread ? mono_.data() : samples;
-    const std::size_t got = soxr_output(resampler_.get(), into, frames);
-    dry_ = got < frames;
-    for (std::size_t i = 0; spread && i < got * channels_; ++i) samples[i] = into[i / channels_];
+    if (Dry) return 0;
+    const bool spread = MixedChannels < Channels;
+    float* const into = spread ? Mono.data() : samples;
+    const std::size_t got = soxr_output(Resampler.get(), into, frames);
+    Dry = got < frames;
+    for (std::size_t i = 0; spread && i < got * Channels; ++i) samples[i] = into[i / Channels];
     return got;
 }
 
 void FileReader::Account(std::size_t frames) {
-    heard_ += frames;
-    const std::uint64_t played = heard_ / rate_ * FileRate() + heard_ % rate_ * FileRate() / rate_;
-    progress_.FileFrames = std::min(played, progress_.Failed ? read_ : FileFrames());
-    progress_.Ended = played >= FileFrames() || (dry_ && progress_.Failed);
+    Heard += frames;
+    const std::uint64_t played = Heard / Rate * FileRate() + Heard % Rate * FileRate() / Rate;
+    SoFar.FileFrames = std::min(played, SoFar.Failed ? Taken : FileFrames());
+    SoFar.Ended = played >= FileFrames() || (Dry && SoFar.Failed);
 }
 
 void FileReader::Read(float* samples, std::size_t frames) {
     while (frames > 0) {
         const std::size_t now = std::min(frames, ChunkFrames);
         const std::size_t got = Produce(samples, now);
-        std::fill_n(samples + got * channels_, (now - got) * channels_, 0.0f);
-        if (sound_.File) Account(now);
-        samples += now * channels_;
+        std::fill_n(samples + got * Channels, (now - got) * Channels, 0.0f);
+        if (Sound.File) Account(now);
+        samples += now * Channels;
         frames -= now;
     }
 }

@@ -12,44 +12,44 @@ namespace {
 class VirtualLevel : public Level {
 public:
     VirtualLevel(const MixerControl& model, unsigned channels)
-        : model_(model), values_(model.Uniform ? 1 : std::max(1u, channels), model.Value) {}
+        : Model(model), Held(model.Uniform ? 1 : std::max(1u, channels), model.Value) {}
 
-    std::uint32_t Type() const override { return model_.Type; }
-    std::uint32_t Minimum() const override { return model_.Minimum; }
-    std::uint32_t Maximum() const override { return model_.Maximum; }
-    std::size_t Values() const override { return values_.size(); }
+    std::uint32_t Type() const override { return Model.Type; }
+    std::uint32_t Minimum() const override { return Model.Minimum; }
+    std::uint32_t Maximum() const override { return Model.Maximum; }
+    std::size_t Values() const override { return Held.size(); }
     bool Read(std::span<std::uint32_t> values) const override {
-        const std::scoped_lock lock(lock_);
-        if (readable_) std::copy_n(values_.begin(), values.size(), values.begin());
-        return readable_;
+        const std::scoped_lock lock(Lock);
+        if (Readable) std::copy_n(Held.begin(), values.size(), values.begin());
+        return Readable;
     }
     bool Write(std::span<const std::uint32_t> values) override {
-        const std::scoped_lock lock(lock_);
-        if (writable_) std::ranges::copy(values, values_.begin());
-        return writable_;
+        const std::scoped_lock lock(Lock);
+        if (Writable) std::ranges::copy(values, Held.begin());
+        return Writable;
     }
 
     // The user's hand, which nothing refuses.
     std::vector<std::uint32_t> Look() const {
-        const std::scoped_lock lock(lock_);
-        return values_;
+        const std::scoped_lock lock(Lock);
+        return Held;
     }
     void Move(std::uint32_t value) {
-        const std::scoped_lock lock(lock_);
-        std::ranges::fill(values_, std::clamp(value, model_.Minimum, model_.Maximum));
+        const std::scoped_lock lock(Lock);
+        std::ranges::fill(Held, std::clamp(value, Model.Minimum, Model.Maximum));
     }
     void Refuse(bool reads, bool writes) {
-        const std::scoped_lock lock(lock_);
-        readable_ = !reads;
-        writable_ = !writes;
+        const std::scoped_lock lock(Lock);
+        Readable = !reads;
+        Writable = !writes;
     }
 
 private:
-    const MixerControl model_;
-    mutable std::mutex lock_; // of all below
-    std::vector<std::uint32_t> values_;
-    bool readable_ = true;
-    bool writable_ = true;
+    const MixerControl Model;
+    mutable std::mutex Lock; // of all below
+    std::vector<std::uint32_t> Held;
+    bool Readable = true;
+    bool Writable = true;
 };
 
 std::mutex mixersLock;
