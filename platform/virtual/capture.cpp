@@ -107,6 +107,7 @@ public:
 
 private:
     static void Wake(void* self, std::uintptr_t);
+    void Arm(std::uint64_t frame); // locked
 
     const std::shared_ptr<VirtualMicrophone> Device;
     const PcmFormat Format;
@@ -114,7 +115,9 @@ private:
     // Machine times, published for Position by release.
     std::atomic<std::uint64_t> StartedAt{NeverYet};
     std::atomic<std::uint64_t> StoppedAt{NeverYet};
-    std::atomic<Token> Pending{0};
+
+    std::mutex Lock; // of the next three: a wake may come before the one who asks for it is done
+    Token Pending = 0;
     std::uint64_t WakeFrame = 0; // the last one asked for, and how far behind the one before
     std::uint64_t WakeStep = 0;
     std::unique_ptr<FeedReader> Reader;
@@ -163,7 +166,10 @@ bool MicrophoneStream::Start() {
     if (Gone()) return false;
     const std::uint64_t now = Microseconds();
     Reader = Device->JoinFeed(now, Format);
-    WakeFrame = 0;
+    {
+        const std::scoped_lock lock(Lock);
+        WakeFrame = 0;
+    }
     StoppedAt.store(NeverYet, std::memory_order_relaxed);
     StartedAt.store(now, std::memory_order_release);
     return true;
@@ -187,7 +193,13 @@ std::uint64_t MicrophoneStream::Position() const {
 }
 
 void MicrophoneStream::WakeAt(std::uint64_t frame) {
-    if (const Token earlier = Pending.exchange(0, std::memory_order_relaxed)) Unschedule(earlier);
+    const std::scoped_lock lock(Lock);
+    Arm(frame);
+}
+
+void MicrophoneStream::Arm(std::uint64_t frame) {
+    if (Pending != 0) Unschedule(Pending);
+    Pending = 0;
     if (StoppedAt.load(std::memory_order_acquire) != NeverYet || Gone()) return;
     WakeStep = std::max<std::uint64_t>(frame - std::min(frame, WakeFrame), 1);
     WakeFrame = frame;
@@ -195,7 +207,7 @@ void MicrophoneStream::WakeAt(std::uint64_t frame) {
     const std::uint64_t passed = frame / Format.Rate * Second +
                                  (frame % Format.Rate * Second + Format.Rate - 1) / Format.Rate;
     const std::uint64_t due = StartedAt.load(std::memory_order_acquire) + passed;
-    Pending.store(Schedule(Lane::Audio, due, &Wake, this), std::memory_order_relaxed);
+    Pending = Schedule(Lane::Audio, due, &Wake, this);
 }
 
 // A device in trouble is quiet this time and, as the owner does not ask anew, looks again after as
@@ -203,10 +215,9 @@ void MicrophoneStream::WakeAt(std::uint64_t frame) {
 void MicrophoneStream::Wake(void* self, std::uintptr_t) {
     auto& stream = *static_cast<MicrophoneStream*>(self);
     if (stream.Gone()) return;
-    if (stream.Device->KeepsSilent())
-        stream.WakeAt(stream.WakeFrame + stream.WakeStep);
-    else
-        stream.Owner.Captured();
+    if (!stream.Device->KeepsSilent()) return stream.Owner.Captured();
+    const std::scoped_lock lock(stream.Lock);
+    stream.Arm(stream.WakeFrame + stream.WakeStep);
 }
 
 void MicrophoneStream::Read(void* pcm, std::uint64_t frames) {
