@@ -186,9 +186,7 @@ protected:
     }
     machine::Microphone First{}, Second{};
 };
-INSTANTIATE_TEST_SUITE_P(Both, Choice,
-                         testing::Values(DirectSound::Present,
-                                         DirectSound::Absent));
+INSTANTIATE_TEST_SUITE_P(Both, Choice, testing::Values(DirectSound::Present, DirectSound::Absent));
 
 TEST_P(Choice, TouchesNoOtherMicrophone) {
     machine::MoveControl(machine::MixerOf(First), machine::MicrophoneVolume, 60000);
@@ -286,8 +284,7 @@ TEST_P(Choice, LeavesTheLastWordToTheHost) {
 // moment, and still listening at the end.
 TEST_F(Journey, ReopensUnderARunningTimer) {
     machine::UseRealClock();
-    for (const DirectSound direct :
-         {DirectSound::Present, DirectSound::Absent}) {
+    for (const DirectSound direct : {DirectSound::Present, DirectSound::Absent}) {
         SetDirectSound(direct);
         UseMicrophone({{0.0, 100.0, 441}});
         WriteIni("EnablePitchRec=1\n");

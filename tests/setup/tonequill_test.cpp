@@ -54,8 +54,7 @@ protected:
     static int Percent(const machine::DialogUser& user) { return 100 - user.Position(LevelSlider); }
 };
 INSTANTIATE_TEST_SUITE_P(Both, TonequillTest,
-                         testing::Values(DirectSound::Present,
-                                         DirectSound::Absent));
+                         testing::Values(DirectSound::Present, DirectSound::Absent));
 
 TEST_P(TonequillTest, FirstOpeningAndOk) {
     AddMicrophone("Headset");

@@ -58,8 +58,7 @@ TEST_P(LifecycleTest, TakesItsStepsInAnyOrder) {
         AdvanceBlocks(2);
         ASSERT_TRUE(listener.Take().empty()) << told;
         input->Close();
-        ASSERT_EQ(0, machine::OpenWaveIns() + OpenCaptureObjects() + machine::OpenMixers())
-            << told;
+        ASSERT_EQ(0, machine::OpenWaveIns() + OpenCaptureObjects() + machine::OpenMixers()) << told;
     }
     EXPECT_TRUE(machine::TakeBoxes().empty());
 }
@@ -178,10 +177,8 @@ TEST_F(CaptureTest, DirectSoundTellsWhatIsMissingToNobody) {
         std::function<void()> Break;
         bool HoldsCapture;
     } const cases[] = {
-        {"DirectX Not Installed", [] { SetDirectSound(DirectSound::Absent); },
-         false},
-        {"DirectX 5 Not Installed",
-         [] { SetDirectSound(DirectSound::WithoutCapture); }, false},
+        {"DirectX Not Installed", [] { SetDirectSound(DirectSound::Absent); }, false},
+        {"DirectX 5 Not Installed", [] { SetDirectSound(DirectSound::WithoutCapture); }, false},
         {"Device Allocated",
          [] { machine::FailCall(Call::DirectSoundCaptureCreate, 1, DSERR_ALLOCATED); }, false},
         {"No Capture Buffer",
