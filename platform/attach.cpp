@@ -1,9 +1,7 @@
 // What a module is given as it is loaded: its handle, and its resources under it.
 #include "engine/module.h"
+#include "platform/device/clock.h"
 #include "platform/resource_tables.h"
-#include "platform/virtual/dialogs.h"
-#include "platform/virtual/modules.h"
-#include "platform/virtual/scheduler.h"
 
 // Named by whoever links the library's parts into a program of its own, so that the linker keeps
 // this file; its address is the module's handle.
@@ -14,16 +12,14 @@ namespace {
 class Attachment {
 public:
     Attachment() {
-        machine::RegisterStrings(Module(), ModuleStrings);
-        machine::RegisterDialogs(Module(), ModuleDialogs);
+        machine::AttachModule(Module(), ModuleResources);
         ModuleInstance = Module();
     }
     Attachment(const Attachment&) = delete;
     Attachment& operator=(const Attachment&) = delete;
     ~Attachment() {
         machine::LetActionsEnd();
-        machine::RegisterDialogs(Module(), {});
-        machine::RegisterStrings(Module(), {});
+        machine::DetachModule(Module());
     }
 
 private:

@@ -8,15 +8,14 @@
 #pragma once
 
 #include "platform/machine/capture.h"
+#include "platform/machine/clock.h"
+#include "platform/machine/faults.h"
 #include "platform/machine/level.h"
+#include "platform/machine/modules.h"
 #include "platform/virtual/boxes.h"
 #include "platform/virtual/bridge.h"
-#include "platform/virtual/clock.h"
 #include "platform/virtual/dialogs.h"
-#include "platform/virtual/faults.h"
-#include "platform/virtual/kernel.h"
 #include "platform/virtual/midi.h"
-#include "platform/virtual/modules.h"
 
 namespace machine {
 

@@ -52,5 +52,4 @@ constexpr ui::DialogTemplate Dialogs[] = {
 
 } // namespace
 
-const std::span<const machine::StringResource> ModuleStrings = Strings;
-const std::span<const ui::DialogTemplate> ModuleDialogs = Dialogs;
+const machine::Resources ModuleResources = {Strings, Dialogs};

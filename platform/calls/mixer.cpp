@@ -5,9 +5,9 @@
 #include "platform/calls/names.h"
 #include "platform/device/capture.h"
 #include "platform/device/level.h"
+#include "platform/machine/fault_point.h"
 #include "platform/machine/level.h"
-#include "platform/virtual/fault_point.h"
-#include "platform/virtual/power.h"
+#include "platform/machine/power.h"
 
 #include <algorithm>
 #include <cstring>

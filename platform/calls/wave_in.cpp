@@ -4,8 +4,8 @@
 #include "platform/calls/names.h"
 #include "platform/calls/wave_in_handle.h"
 #include "platform/machine/capture.h"
-#include "platform/virtual/fault_point.h"
-#include "platform/virtual/power.h"
+#include "platform/machine/fault_point.h"
+#include "platform/machine/power.h"
 
 #include <algorithm>
 #include <cstring>

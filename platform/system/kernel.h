@@ -4,22 +4,17 @@
 
 #include "platform/system/types.h"
 
-#include <atomic>
+#include <mutex>
 
-// A lock that its owner may enter again. Entering an unowned one is one atomic exchange.
+// A lock that its owner may enter again. Needs no end: it may be entered until the process ends.
 struct CRITICAL_SECTION {
-    std::atomic<DWORD> Owner{0}; // thread id of the owner, 0 for none
-    std::atomic<int> State{0};   // 0 free, 1 held, 2 held with threads waiting
-    int Depth = 0;               // entries of the owner, touched by the owner only
+    std::recursive_mutex Mutex;
 };
 PLATFORM_API void InitializeCriticalSection(CRITICAL_SECTION* section);
 PLATFORM_API void DeleteCriticalSection(CRITICAL_SECTION* section);
 PLATFORM_API void EnterCriticalSection(CRITICAL_SECTION* section);
 PLATFORM_API BOOL TryEnterCriticalSection(CRITICAL_SECTION* section);
 PLATFORM_API void LeaveCriticalSection(CRITICAL_SECTION* section);
-
-// Never 0, and the same for the life of the thread.
-PLATFORM_API DWORD GetCurrentThreadId();
 
 // One pointer of each thread's own under an index that all share, null until the thread sets it.
 // Neither getting nor setting it allocates.
@@ -32,6 +27,7 @@ constexpr UINT GMEM_MOVEABLE = 0x0002;
 constexpr UINT GMEM_ZEROINIT = 0x0040;
 constexpr UINT GMEM_SHARE = 0x2000;
 constexpr UINT GPTR = 0x0040;
+// Zero-filled with every flag. The other calls take null, or what GlobalAlloc and GlobalLock gave.
 PLATFORM_API HGLOBAL GlobalAlloc(UINT flags, SIZE_T bytes);
 PLATFORM_API LPVOID GlobalLock(HGLOBAL memory);
 PLATFORM_API BOOL GlobalUnlock(HGLOBAL memory);
@@ -49,16 +45,15 @@ PLATFORM_API HMODULE LoadLibraryA(LPCSTR name);
 PLATFORM_API FARPROC GetProcAddress(HMODULE module, LPCSTR name);
 PLATFORM_API BOOL FreeLibrary(HMODULE module);
 PLATFORM_API int LoadStringA(HINSTANCE module, UINT id, LPSTR buffer, int size);
-// drive may come back empty; directory ends in its separator.
+// drive may come back empty; directory ends in its separator. The name and the extension are not
+// given: null.
 PLATFORM_API void _splitpath(const char* path, char* drive, char* directory, char* name,
                              char* extension);
-constexpr int _MAX_PATH = 260;
 constexpr int _MAX_DRIVE = 3;
 constexpr int _MAX_DIR = 256;
-constexpr int _MAX_FNAME = 256;
-constexpr int _MAX_EXT = 256;
-constexpr DWORD DLL_PROCESS_ATTACH = 1;
 
+// A null section, key, value or fallback is not known here. A change is on disk when the call
+// returns.
 PLATFORM_API DWORD GetPrivateProfileStringA(LPCSTR section, LPCSTR key, LPCSTR fallback,
                                             LPSTR buffer, DWORD size, LPCSTR file);
 PLATFORM_API UINT GetPrivateProfileIntA(LPCSTR section, LPCSTR key, int fallback, LPCSTR file);
@@ -72,15 +67,13 @@ PLATFORM_API HANDLE CreateEventA(void* security, BOOL manualReset, BOOL signalle
 PLATFORM_API BOOL SetEvent(HANDLE event);
 PLATFORM_API BOOL ResetEvent(HANDLE event);
 PLATFORM_API DWORD WaitForSingleObject(HANDLE object, DWORD milliseconds);
+// For the first that is signalled: all must be FALSE.
 PLATFORM_API DWORD WaitForMultipleObjects(DWORD count, const HANDLE* objects, BOOL all,
                                           DWORD milliseconds);
 PLATFORM_API BOOL CloseHandle(HANDLE handle);
-// A thread started this way closes its own handle when it ends.
-PLATFORM_API std::uintptr_t _beginthread(void (*start)(void*), unsigned stackSize, void* argument);
-// Gives a handle that stays until CloseHandle; the start function ends the thread by returning.
+// Gives a handle that stays until CloseHandle; the start function ends the thread by returning. The
+// identifier is not told.
 PLATFORM_API std::uintptr_t _beginthreadex(void* security, unsigned stackSize,
                                            unsigned(WINAPI* start)(void*), void* argument,
                                            unsigned flags, unsigned* id);
-PLATFORM_API void _endthread();
 PLATFORM_API void Sleep(DWORD milliseconds);
-PLATFORM_API DWORD GetTickCount();

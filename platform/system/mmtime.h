@@ -12,8 +12,9 @@ constexpr MMRESULT TIMERR_NOERROR = 0;
 constexpr MMRESULT TIMERR_NOCANDO = 97;
 constexpr UINT TIME_ONESHOT = 0;
 
-// Milliseconds since some fixed moment, wrapping after 2^32.
+// Milliseconds since some fixed moment, wrapping after 2^32. Both read the same clock.
 PLATFORM_API DWORD timeGetTime();
+PLATFORM_API DWORD GetTickCount();
 PLATFORM_API MMRESULT timeGetDevCaps(TIMECAPS* caps, UINT size);
 PLATFORM_API MMRESULT timeBeginPeriod(UINT milliseconds);
 PLATFORM_API MMRESULT timeEndPeriod(UINT milliseconds);

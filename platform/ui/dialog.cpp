@@ -1,9 +1,9 @@
 #include "platform/ui/dialog.h"
 
+#include "platform/machine/clock.h"
 #include "platform/system/controls.h"
 #include "platform/ui/handles.h"
 #include "platform/virtual/boxes.h"
-#include "platform/virtual/clock.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,12 +1,12 @@
 // The system calls on dialogs, windows and controls.
+#include "platform/calls/resources.h"
+#include "platform/machine/fault_point.h"
 #include "platform/system/controls.h"
 #include "platform/system/user.h"
 #include "platform/ui/dialog.h"
 #include "platform/ui/handles.h"
 #include "platform/ui/screen.h"
-#include "platform/ui/templates.h"
 #include "platform/virtual/dialogs.h"
-#include "platform/virtual/fault_point.h"
 
 #include <atomic>
 #include <charconv>
@@ -48,6 +48,13 @@ template <typename Number>
 bool ReadNumber(std::string_view text, Number& number) {
     text.remove_prefix(std::min(text.find_first_not_of(" \t"), text.size()));
     return std::from_chars(text.data(), text.data() + text.size(), number).ec == std::errc();
+}
+
+// Null if the module has no such dialog. The tables stay as long as the module does.
+const DialogTemplate* FindTemplate(HINSTANCE module, unsigned id) {
+    for (const DialogTemplate& dialog : machine::ResourcesOf(module).Dialogs)
+        if (static_cast<unsigned>(dialog.Id) == id) return &dialog;
+    return nullptr;
 }
 
 } // namespace

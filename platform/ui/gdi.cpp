@@ -1,10 +1,10 @@
 // Drawing: device contexts on the canvases of controls, brushes and pens.
 #include "platform/system/gdi.h"
 
+#include "platform/machine/fault_point.h"
 #include "platform/ui/dialog.h"
 #include "platform/ui/handles.h"
 #include "platform/virtual/dialogs.h"
-#include "platform/virtual/fault_point.h"
 
 #include <algorithm>
 #include <map>

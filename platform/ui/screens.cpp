@@ -1,9 +1,9 @@
 // Choosing the screen, and loading the real one.
+#include "platform/machine/clock.h"
+#include "platform/machine/power.h"
 #include "platform/ui/handles.h"
 #include "platform/ui/screen.h"
-#include "platform/virtual/clock.h"
 #include "platform/virtual/dialogs.h"
-#include "platform/virtual/power.h"
 
 #include <algorithm>
 #include <atomic>

@@ -1,7 +1,7 @@
 // The user that a script plays.
+#include "platform/machine/clock.h"
 #include "platform/ui/dialog.h"
 #include "platform/ui/handles.h"
-#include "platform/virtual/clock.h"
 #include "platform/virtual/dialogs.h"
 
 #include <algorithm>

@@ -1,9 +1,9 @@
 // Starting the system's volume program.
 #include "platform/system/shell.h"
 
+#include "platform/machine/power.h"
 #include "platform/ui/screen.h"
 #include "platform/virtual/dialogs.h"
-#include "platform/virtual/power.h"
 
 #include <spawn.h>
 #include <string>

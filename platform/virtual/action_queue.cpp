@@ -1,131 +1,105 @@
 #include "platform/virtual/action_queue.h"
 
-#include <utility>
+#include <algorithm>
 
 namespace machine {
-namespace {
 
-constexpr int SlotBits = 16;
-static_assert(ActionPool::Slots == 1u << SlotBits);
-
-constexpr std::uint32_t SlotOf(Token token) {
-    return static_cast<std::uint32_t>(token & (ActionPool::Slots - 1));
+ActionQueue::ActionQueue() : Entries(Slots) {
+    for (Heap& heap : Heaps) heap.Tokens.reserve(Slots);
 }
 
-} // namespace
-
-ActionPool::ActionPool() : Entries(new Entry[Slots]) {}
-
-std::optional<Lane> ActionPool::LaneOf(Token token) const {
-    const std::uint32_t slot = SlotOf(token);
-    if (token == 0 || slot >= Fresh || Entries[slot].Serial != token >> SlotBits)
-        return std::nullopt;
-    return Entries[slot].Where;
+bool ActionQueue::Before(const PendingAction& a, const PendingAction& b) {
+    // Tokens wrap, so that their difference tells the age.
+    return a.Due != b.Due ? a.Due < b.Due : static_cast<std::int32_t>(a.Id - b.Id) < 0;
 }
 
-bool ActionPool::Before(std::uint32_t slot, std::uint32_t other) const {
-    const Entry &a = Entries[slot], &b = Entries[other];
-    return a.What.Due != b.What.Due ? a.What.Due < b.What.Due : a.Serial < b.Serial;
+const PendingAction* ActionQueue::First(Lane lane) const {
+    const Heap& heap = Heaps[static_cast<std::size_t>(lane)];
+    return heap.Tokens.empty() ? nullptr : &Of(heap.Tokens.front()).What;
 }
 
-void ActionPool::Free(std::uint32_t slot) {
-    Entries[slot].Serial = 0;
-    Entries[slot].Place = FirstFree;
-    FirstFree = slot;
+Token ActionQueue::NextFree() {
+    do ++Last;
+    while (Last == 0 || Of(Last).What.Id != 0);
+    return Last;
 }
 
-ActionQueue::ActionQueue() : Heap(new std::uint32_t[ActionPool::Slots]) {}
-
-std::uint64_t ActionQueue::FirstDue(const ActionPool& pool) const {
-    return pool.Entries[Heap[0]].What.Due;
+Token ActionQueue::Add(Lane lane, const PendingAction& action) {
+    if (Taken == Slots) return 0;
+    ++Taken;
+    const Token token = NextFree();
+    Of(token) = {action, lane};
+    Of(token).What.Id = token;
+    std::vector<Token>& tokens = Of(lane).Tokens;
+    tokens.push_back(token);
+    std::push_heap(tokens.begin(), tokens.end(), [this](Token a, Token b) { return Later(a, b); });
+    return token;
 }
 
-bool ActionQueue::IsFirst(const ActionPool& pool, Token token) const {
-    return Count > 0 && pool.Entries[Heap[0]].Serial == token >> SlotBits;
-}
-
-bool ActionQueue::ComesBefore(const ActionQueue& other, const ActionPool& pool) const {
-    return pool.Before(Heap[0], other.Heap[0]);
-}
-
-Token ActionQueue::Add(ActionPool& pool, const PendingAction& action, Lane lane) {
-    std::uint32_t slot = pool.FirstFree;
-    if (slot != ActionPool::Slots)
-        pool.FirstFree = pool.Entries[slot].Place;
-    else if (pool.Fresh < ActionPool::Slots)
-        slot = pool.Fresh++;
-    else
-        return 0;
-    pool.Entries[slot] = {action, ++pool.LastSerial, 0, lane};
-    Put(pool, Count, slot);
-    Rise(pool, Count++);
-    return pool.LastSerial << SlotBits | slot;
-}
-
-PendingAction ActionQueue::TakeFirst(ActionPool& pool) {
-    const PendingAction action = pool.Entries[Heap[0]].What;
-    Drop(pool, 0);
+PendingAction ActionQueue::TakeFirst(Lane lane) {
+    Heap& heap = Of(lane);
+    const PendingAction action = Of(heap.Tokens.front()).What;
+    Pop(heap);
+    Tidy(heap);
     return action;
 }
 
-void ActionQueue::Remove(ActionPool& pool, Token token) {
-    Drop(pool, pool.Entries[SlotOf(token)].Place);
+bool ActionQueue::Remove(Token token) {
+    Entry& entry = Of(token);
+    if (token == 0 || entry.What.Id != token || !entry.What.Run) return false;
+    entry.What.Run = nullptr;
+    Heap& heap = Of(entry.Where);
+    ++heap.Removed;
+    Tidy(heap);
+    return true;
 }
 
-void ActionQueue::RemoveAll(ActionPool& pool, const void* context) {
-    std::uint32_t kept = 0;
-    for (std::uint32_t place = 0; place < Count; ++place) {
-        const std::uint32_t slot = Heap[place];
-        if (pool.Entries[slot].What.Context == context)
-            pool.Free(slot);
-        else
-            Put(pool, kept++, slot);
+void ActionQueue::RemoveAll(const void* context) {
+    for (Heap& heap : Heaps) {
+        for (const Token token : heap.Tokens)
+            if (Of(token).What.Context == context) Of(token).What.Run = nullptr;
+        Sweep(heap);
     }
-    if (kept == Count) return; // still the heap that it was
-    Count = kept;
-    for (std::uint32_t place = Count / 2; place-- > 0;) Sink(pool, place);
 }
 
-void ActionQueue::Clear(ActionPool& pool) {
-    while (Count > 0) pool.Free(Heap[--Count]);
-}
-
-void ActionQueue::Put(ActionPool& pool, std::uint32_t place, std::uint32_t slot) {
-    Heap[place] = slot;
-    pool.Entries[slot].Place = place;
-}
-
-void ActionQueue::Rise(ActionPool& pool, std::uint32_t place) {
-    const std::uint32_t slot = Heap[place];
-    while (place > 0) {
-        const std::uint32_t parent = (place - 1) / 2;
-        if (!pool.Before(slot, Heap[parent])) break;
-        Put(pool, place, Heap[parent]);
-        place = parent;
+void ActionQueue::Clear() {
+    for (Heap& heap : Heaps) {
+        for (const Token token : heap.Tokens) Of(token).What.Run = nullptr;
+        Sweep(heap);
     }
-    Put(pool, place, slot);
 }
 
-void ActionQueue::Sink(ActionPool& pool, std::uint32_t place) {
-    const std::uint32_t slot = Heap[place];
-    for (;;) {
-        std::uint32_t child = 2 * place + 1;
-        if (child >= Count) break;
-        if (child + 1 < Count && pool.Before(Heap[child + 1], Heap[child])) ++child;
-        if (!pool.Before(Heap[child], slot)) break;
-        Put(pool, place, Heap[child]);
-        place = child;
-    }
-    Put(pool, place, slot);
+std::vector<std::uint64_t> ActionQueue::Dues(Action run) const {
+    std::vector<std::uint64_t> dues;
+    for (const Heap& heap : Heaps)
+        for (const Token token : heap.Tokens)
+            if (Of(token).What.Run == run) dues.push_back(Of(token).What.Due);
+    return dues;
 }
 
-void ActionQueue::Drop(ActionPool& pool, std::uint32_t place) {
-    pool.Free(Heap[place]);
-    const std::uint32_t last = Heap[--Count];
-    if (place == Count) return;
-    Put(pool, place, last);
-    Rise(pool, place);
-    Sink(pool, pool.Entries[last].Place);
+void ActionQueue::Pop(Heap& heap) {
+    std::vector<Token>& tokens = heap.Tokens;
+    std::pop_heap(tokens.begin(), tokens.end(), [this](Token a, Token b) { return Later(a, b); });
+    Of(tokens.back()).What.Id = 0;
+    tokens.pop_back();
+    --Taken;
+}
+
+void ActionQueue::Tidy(Heap& heap) {
+    if (heap.Removed * 2 > heap.Tokens.size()) return Sweep(heap);
+    for (; heap.Removed > 0 && !Of(heap.Tokens.front()).What.Run; --heap.Removed) Pop(heap);
+}
+
+// Frees the removed entries.
+void ActionQueue::Sweep(Heap& heap) {
+    std::vector<Token>& tokens = heap.Tokens;
+    Taken -= static_cast<Token>(std::erase_if(tokens, [this](Token token) {
+        const bool removed = !Of(token).What.Run;
+        if (removed) Of(token).What.Id = 0;
+        return removed;
+    }));
+    std::make_heap(tokens.begin(), tokens.end(), [this](Token a, Token b) { return Later(a, b); });
+    heap.Removed = 0;
 }
 
 } // namespace machine

@@ -1,12 +1,11 @@
-// The scheduler's memory: one fixed pool of entries, and a heap of them for each lane. No locking
-// of its own, and no allocation after construction.
+// The clock's memory: a fixed number of entries, and a heap of their tokens for each lane. No
+// locking of its own, and no allocation after construction.
 #pragma once
 
-#include "platform/virtual/scheduler.h"
+#include "platform/device/clock.h"
 
-#include <cstdint>
-#include <memory>
-#include <optional>
+#include <array>
+#include <vector>
 
 namespace machine {
 
@@ -15,58 +14,54 @@ struct PendingAction {
     Action Run;
     void* Context;
     std::uintptr_t Argument;
-};
-
-class ActionPool {
-public:
-    static constexpr std::uint32_t Slots = 1u << 16;
-
-    ActionPool();
-    // The lane that an action waits in; nothing if it has been taken or removed.
-    std::optional<Lane> LaneOf(Token token) const;
-
-private:
-    friend class ActionQueue;
-    struct Entry {
-        PendingAction What;
-        std::uint64_t Serial; // rises from entry to entry; 0 while the slot is free
-        std::uint32_t Place;  // in its heap; next free slot while free
-        Lane Where;
-    };
-    // An entry before another: by due time, equal times in the order of scheduling.
-    bool Before(std::uint32_t slot, std::uint32_t other) const;
-    void Free(std::uint32_t slot);
-
-    std::unique_ptr<Entry[]>
-        Entries; // left untouched until used, so that it costs address space only
-    std::uint32_t FirstFree = Slots;
-    std::uint32_t Fresh = 0; // slots from here on have never been used
-    std::uint64_t LastSerial = 0;
+    Token Id = 0;
 };
 
 class ActionQueue {
 public:
-    ActionQueue();
-    bool Empty() const { return Count == 0; }
-    std::uint64_t FirstDue(const ActionPool& pool) const; // not on an empty queue
-    bool IsFirst(const ActionPool& pool, Token token) const;
-    bool ComesBefore(const ActionQueue& other, const ActionPool& pool) const;
+    static constexpr Token Slots = 1u << 14;
 
-    Token Add(ActionPool& pool, const PendingAction& action,
-              Lane lane); // 0 when the pool is used up
-    PendingAction TakeFirst(ActionPool& pool);
-    void Remove(ActionPool& pool, Token token); // one that LaneOf found here
-    void RemoveAll(ActionPool& pool, const void* context);
-    void Clear(ActionPool& pool);
+    ActionQueue();
+    const PendingAction* First(Lane lane) const;       // null if the lane has none
+    Token Add(Lane lane, const PendingAction& action); // 0 when every slot is taken
+    PendingAction TakeFirst(Lane lane);
+    bool Remove(Token token); // false if it has been taken or removed
+    void RemoveAll(const void* context);
+    void Clear();
+
+    // When the actions of this kind are due, in no order.
+    std::vector<std::uint64_t> Dues(Action run) const;
+
+    // By due time, equal times in the order of scheduling.
+    static bool Before(const PendingAction& a, const PendingAction& b);
 
 private:
-    void Put(ActionPool& pool, std::uint32_t place, std::uint32_t slot);
-    void Rise(ActionPool& pool, std::uint32_t place);
-    void Sink(ActionPool& pool, std::uint32_t place);
-    void Drop(ActionPool& pool, std::uint32_t place);
+    struct Entry {
+        PendingAction What; // its Id is 0 while the slot is free; Run is null once removed
+        Lane Where;
+    };
+    // A removed entry keeps its place until it comes to the top or half of the heap is such. The
+    // top is never one.
+    struct Heap {
+        std::vector<Token> Tokens;
+        std::size_t Removed = 0;
+    };
 
-    std::unique_ptr<std::uint32_t[]> Heap; // slots, the first due at 0
-    std::uint32_t Count = 0;
+    // The slot follows from the token, which counts on from action to action: one that is gone
+    // names no other before the count has gone round its 32 bits.
+    Entry& Of(Token token) { return Entries[token % Slots]; }
+    const Entry& Of(Token token) const { return Entries[token % Slots]; }
+    Heap& Of(Lane lane) { return Heaps[static_cast<std::size_t>(lane)]; }
+    bool Later(Token a, Token b) const { return Before(Of(b).What, Of(a).What); }
+    Token NextFree();
+    void Pop(Heap& heap);
+    void Tidy(Heap& heap);
+    void Sweep(Heap& heap);
+
+    std::vector<Entry> Entries; // written once at the start, so that no page is missing later
+    std::array<Heap, 2> Heaps;
+    Token Last = 0;
+    Token Taken = 0;
 };
 
 } // namespace machine

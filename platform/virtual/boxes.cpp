@@ -1,8 +1,8 @@
 #include "platform/virtual/boxes.h"
 
+#include "platform/machine/power.h"
 #include "platform/system/user.h"
 #include "platform/ui/screen.h"
-#include "platform/virtual/power.h"
 
 #include <atomic>
 #include <cstdio>

@@ -2,13 +2,13 @@
 // on demand.
 #include "platform/device/capture.h"
 
+#include "platform/device/clock.h"
 #include "platform/machine/capture.h"
-#include "platform/virtual/clock.h"
+#include "platform/machine/clock.h"
+#include "platform/machine/power.h"
 #include "platform/virtual/feed.h"
 #include "platform/virtual/level.h"
 #include "platform/virtual/pcm.h"
-#include "platform/virtual/power.h"
-#include "platform/virtual/scheduler.h"
 
 #include <algorithm>
 #include <array>

@@ -5,14 +5,12 @@
 
 #include <cstdint>
 #include <functional>
-#include <span>
 #include <string>
 #include <vector>
 
 namespace ui {
 class Dialog;
 struct Control;
-struct DialogTemplate;
 } // namespace ui
 
 namespace machine {
@@ -98,9 +96,5 @@ std::vector<StartedProgram> TakeStartedPrograms();
 
 // Brushes, pens and device contexts not yet given back.
 int DrawingObjects();
-
-// Called by a module as it is loaded, with its dialogs, and without any as it is unloaded. The
-// templates stay the module's.
-void RegisterDialogs(HINSTANCE module, std::span<const ui::DialogTemplate> dialogs);
 
 } // namespace machine

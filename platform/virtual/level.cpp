@@ -1,7 +1,7 @@
 // Mixers in memory.
 #include "platform/virtual/level.h"
 
-#include "platform/virtual/power.h"
+#include "platform/machine/power.h"
 
 #include <algorithm>
 #include <mutex>

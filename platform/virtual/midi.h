@@ -1,7 +1,7 @@
 // The machine's MIDI devices: named ports in memory, and cables between them.
 #pragma once
 
-#include "platform/virtual/faults.h"
+#include "platform/machine/faults.h"
 
 #include <cstdint>
 #include <functional>

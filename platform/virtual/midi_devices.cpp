@@ -1,8 +1,8 @@
 #include "platform/virtual/midi_devices.h"
 
+#include "platform/device/clock.h"
+#include "platform/machine/power.h"
 #include "platform/virtual/midi.h"
-#include "platform/virtual/power.h"
-#include "platform/virtual/scheduler.h"
 
 #include <algorithm>
 

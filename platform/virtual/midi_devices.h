@@ -1,8 +1,8 @@
 // The table of MIDI devices that the MIDI calls and the machine's steering share.
 #pragma once
 
+#include "platform/machine/faults.h"
 #include "platform/system/midi.h"
-#include "platform/virtual/faults.h"
 
 #include <algorithm>
 #include <array>

@@ -1,11 +1,10 @@
 // The calls of MIDI output.
 #include "platform/system/midi.h"
 
-#include "platform/virtual/clock.h"
-#include "platform/virtual/fault_point.h"
+#include "platform/device/clock.h"
+#include "platform/machine/fault_point.h"
 #include "platform/virtual/midi.h"
 #include "platform/virtual/midi_devices.h"
-#include "platform/virtual/scheduler.h"
 
 #include <algorithm>
 #include <cstring>

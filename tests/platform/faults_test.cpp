@@ -49,12 +49,16 @@ TEST_F(Faults, EveryCallCanBeMadeToFail) {
         std::function<std::intptr_t()> Make;
     };
     const Case cases[] = {
-        {Call::GlobalAlloc, 0, [&] { return value(GlobalAlloc(GPTR, 8)); }},
+        {Call::GlobalAlloc, 0,
+         [&] {
+             const HGLOBAL block = GlobalAlloc(GPTR, 8);
+             GlobalFree(block);
+             return block ? 1 : 0;
+         }},
         {Call::GlobalLock, 0, [&] { return value(GlobalLock(memory)); }},
         {Call::CreateEventA, 0, [&] { return value(CreateEventA(nullptr, 0, 0, nullptr)); }},
         {Call::WritePrivateProfileStringA, 0,
          [&] { return number(WritePrivateProfileStringA("S", "k", "v", "faults_test.ini")); }},
-        {Call::_beginthread, -1, [&] { return number(_beginthread([](void*) {}, 0, nullptr)); }},
         {Call::timeGetDevCaps, 97,
          [&] {
              TIMECAPS caps;
@@ -102,6 +106,7 @@ TEST_F(Faults, EveryCallCanBeMadeToFail) {
         EXPECT_NE(c.Make(), c.Failure) << static_cast<int>(c.What);
         EXPECT_GE(machine::CallCount(c.What), 2u) << static_cast<int>(c.What);
     }
+    GlobalFree(memory);
 }
 
 TEST_F(MachineTest, PowerOnDropsEverything) {
@@ -116,7 +121,6 @@ TEST_F(MachineTest, PowerOnDropsEverything) {
     machine::SetModulePath("/x/y");
     machine::FailCall(Call::CreateEventA, 1, 0, 0);
     MessageBoxA(nullptr, "text", "caption", MB_OK);
-    GlobalAlloc(GPTR, 10);
     machine::PowerOn();
     EXPECT_FALSE(machine::ClockIsStepped());
     EXPECT_EQ(midiInGetNumDevs(), 0u);
@@ -124,7 +128,6 @@ TEST_F(MachineTest, PowerOnDropsEverything) {
     EXPECT_TRUE(machine::OpenTimerPeriods().empty());
     EXPECT_TRUE(machine::PendingTimers().empty());
     EXPECT_TRUE(machine::TakeBoxes().empty());
-    EXPECT_EQ(machine::GlobalBlocks(), 0);
     TIMECAPS caps{};
     timeGetDevCaps(&caps, sizeof caps);
     EXPECT_EQ(caps.wPeriodMin, 1u);

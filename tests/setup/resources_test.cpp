@@ -127,10 +127,11 @@ void ExpectDialog(Reader reader, const ui::DialogTemplate& dialog) {
 TEST(Resources, TheTablesAreWhatTheResourceCompilerMakes) {
     const Compiled compiled = ReadFile(ZOR_COMPILED_RESOURCES);
     std::map<unsigned, std::string> strings;
-    for (const machine::StringResource& string : ModuleStrings) strings[string.Id] = string.Text;
+    for (const machine::StringResource& string : ModuleResources.Strings)
+        strings[string.Id] = string.Text;
     EXPECT_EQ(compiled.Strings, strings);
-    ASSERT_EQ(compiled.Dialogs.size(), ModuleDialogs.size());
-    for (const ui::DialogTemplate& dialog : ModuleDialogs)
+    ASSERT_EQ(compiled.Dialogs.size(), ModuleResources.Dialogs.size());
+    for (const ui::DialogTemplate& dialog : ModuleResources.Dialogs)
         ExpectDialog(Reader(compiled.Dialogs.at(static_cast<unsigned>(dialog.Id))), dialog);
 }
 

@@ -1,7 +1,7 @@
 // What the stand-in's windows do beyond what the library's own dialogs show of it.
+#include "platform/calls/resources.h"
 #include "platform/machine.h"
 #include "platform/platform.h"
-#include "platform/ui/template.h"
 
 #include <gtest/gtest.h>
 #include <string>
@@ -38,10 +38,10 @@ INT_PTR Open(const Script& script) {
     machine::UseSteppedClock();
     heard.clear();
     const auto module = reinterpret_cast<HINSTANCE>(&heard);
-    machine::RegisterDialogs(module, Dialogs);
+    machine::AttachModule(module, {{}, Dialogs});
     machine::ScriptDialogs([&](machine::DialogUser& user) { script(user, user.Handle()); });
     const INT_PTR result = DialogBoxParamA(module, MAKEINTRESOURCEA(7), nullptr, Hear, 0);
-    machine::RegisterDialogs(module, {});
+    machine::DetachModule(module);
     machine::PowerOn();
     return result;
 }

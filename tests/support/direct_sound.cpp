@@ -2,8 +2,8 @@
 
 #include "platform/device/capture.h"
 #include "platform/machine.h"
+#include "platform/machine/fault_point.h"
 #include "platform/platform.h"
-#include "platform/virtual/fault_point.h"
 
 #include <algorithm>
 #include <atomic>
@@ -244,7 +244,7 @@ void SetDirectSound(DirectSound state) {
         {"DirectSoundCaptureEnumerateA", AsEntry(&Enumerate)},
         {"DirectSoundCaptureCreate", AsEntry(&Create)}};
     if (state == DirectSound::Absent)
-        machine::WithdrawModule("DSOUND.DLL");
+        machine::OfferModule(nullptr, {});
     else if (state == DirectSound::WithoutCapture)
         machine::OfferModule("DSOUND.DLL", {});
     else

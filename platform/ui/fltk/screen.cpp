@@ -1,11 +1,11 @@
 // The screen of this system's displays.
 #include "platform/ui/screen.h"
 
+#include "platform/machine/clock.h"
 #include "platform/system/controls.h"
 #include "platform/ui/fltk/box.h"
 #include "platform/ui/fltk/look.h"
 #include "platform/ui/fltk/window.h"
-#include "platform/virtual/clock.h"
 
 #include <FL/Fl.H>
 #include <FL/x.H>

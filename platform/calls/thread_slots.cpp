@@ -1,6 +1,8 @@
 // Pointers of each thread's own.
 #include "platform/system/kernel.h"
 
+#include <atomic>
+
 namespace {
 
 constexpr DWORD SlotCount = 8;

@@ -1,4 +1,4 @@
-#include "platform/virtual/power.h"
+#include "platform/machine/power.h"
 
 #include "platform/machine.h"
 

@@ -8,7 +8,7 @@ namespace machine {
 // The calls that can fail, one enumerator for each line of calls.inc.
 enum class Call : int {
 #define CALL(name) name,
-#include "platform/virtual/calls.inc"
+#include "platform/machine/calls.inc"
 #undef CALL
     Count
 };

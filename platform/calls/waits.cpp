@@ -3,16 +3,10 @@
 // A signal is handed over on the spot: whoever signals an object finds the waits that it ends, and
 // takes them off the list before it goes on. So a thread whose wait has ended counts as at work
 // from that moment, and the stepped clock never moves on in the gap before it really runs.
-#include "platform/kernel/objects.h"
-
-#include "platform/kernel/thread_id.h"
+#include "platform/device/clock.h"
+#include "platform/machine/fault_point.h"
+#include "platform/machine/power.h"
 #include "platform/system/kernel.h"
-#include "platform/virtual/clock.h"
-#include "platform/virtual/fault_point.h"
-#include "platform/virtual/kernel.h"
-#include "platform/virtual/power.h"
-#include "platform/virtual/scheduler.h"
-#include "platform/virtual/steering.h"
 
 #include <algorithm>
 #include <array>
@@ -24,6 +18,7 @@
 #include <span>
 #include <thread>
 #include <unordered_map>
+#include <vector>
 
 namespace machine {
 namespace {
@@ -37,21 +32,18 @@ using Objects = std::span<const ObjectPointer>;
 
 struct Waiter {
     Objects For;          // none: asleep
-    bool All = false;     // ends when all are signalled, not at the first
     bool Counted = false; // a thread of the library's
     bool Done = false;
     DWORD Result = WAIT_TIMEOUT;
     std::condition_variable Wake{};
-    Waiter* Next = nullptr;
 };
 
 struct Kernel {
     std::mutex Lock;
     std::unordered_map<std::uintptr_t, ObjectPointer> Handles;
     std::uintptr_t LastHandle = 0;
-    Waiter* Waiters = nullptr;
-    int Threads = 0; // the library's, alive
-    int AtWork = 0;  // of these, not waiting
+    std::vector<Waiter*> Waiters; // the oldest first: of several waits for one signal it gets it
+    int AtWork = 0;               // threads of the library's that do not wait
     std::condition_variable NoneAtWork;
 };
 
@@ -75,22 +67,12 @@ ObjectPointer Find(const Kernel& kernel, HANDLE handle) {
     return found == kernel.Handles.end() ? nullptr : found->second;
 }
 
-void Consume(Object& object) {
-    if (!object.Manual) object.Signalled = false;
-}
-
-// Ends a wait if its objects allow, and takes their signals with it.
-bool Satisfied(Objects objects, bool all, DWORD& result) {
-    const auto signalled = [](const ObjectPointer& object) { return object->Signalled; };
-    if (all) {
-        if (!std::all_of(objects.begin(), objects.end(), signalled)) return false;
-        for (const ObjectPointer& object : objects) Consume(*object);
-        result = WAIT_OBJECT_0;
-        return true;
-    }
-    const auto first = std::find_if(objects.begin(), objects.end(), signalled);
+// Ends a wait if one of its objects allows, and takes that one's signal with it.
+bool Satisfied(Objects objects, DWORD& result) {
+    const auto first = std::find_if(objects.begin(), objects.end(),
+                                    [](const ObjectPointer& object) { return object->Signalled; });
     if (first == objects.end()) return false;
-    Consume(**first);
+    if (!(*first)->Manual) (*first)->Signalled = false;
     result = WAIT_OBJECT_0 + static_cast<DWORD>(first - objects.begin());
     return true;
 }
@@ -100,9 +82,7 @@ void Leave(Kernel& kernel) { // the thread stops being at work
 }
 
 void End(Kernel& kernel, Waiter& waiter, DWORD result) {
-    Waiter** link = &kernel.Waiters;
-    while (*link != &waiter) link = &(*link)->Next;
-    *link = waiter.Next;
+    std::erase(kernel.Waiters, &waiter);
     waiter.Done = true;
     waiter.Result = result;
     if (waiter.Counted) ++kernel.AtWork;
@@ -111,12 +91,13 @@ void End(Kernel& kernel, Waiter& waiter, DWORD result) {
 
 void Signal(Kernel& kernel, Object& object) {
     object.Signalled = true;
-    for (Waiter* waiter = kernel.Waiters; waiter;) {
-        Waiter* const next = waiter->Next;
+    for (std::size_t i = 0; i < kernel.Waiters.size();) {
+        Waiter& waiter = *kernel.Waiters[i];
         DWORD result = 0;
-        if (!waiter->For.empty() && Satisfied(waiter->For, waiter->All, result))
-            End(kernel, *waiter, result);
-        waiter = next;
+        if (Satisfied(waiter.For, result))
+            End(kernel, waiter, result); // and the next one is at its place
+        else
+            ++i;
     }
 }
 
@@ -128,17 +109,14 @@ void TimeOut(void* context, std::uintptr_t /*argument*/) {
     if (!waiter.Done) End(kernel, waiter, WAIT_TIMEOUT);
 }
 
-// Lists the waiter at the end, since of several waits for one signal the oldest gets it.
 void Enlist(Kernel& kernel, Waiter& waiter) {
-    Waiter** link = &kernel.Waiters;
-    while (*link) link = &(*link)->Next;
-    *link = &waiter;
+    kernel.Waiters.push_back(&waiter);
     Leave(kernel);
 }
 
 void WaitOnSteppedTime(Kernel& kernel, Lock& lock, Waiter& waiter, std::uint64_t deadline) {
     // Scheduled before the thread counts as waiting: from then on time may reach the deadline.
-    if (deadline != Never) Schedule(Lane::Timers, deadline, TimeOut, &waiter);
+    if (deadline != Forever) Schedule(Lane::Timers, deadline, TimeOut, &waiter);
     Enlist(kernel, waiter);
     waiter.Wake.wait(lock, [&waiter] { return waiter.Done; });
     lock.unlock();
@@ -149,14 +127,14 @@ void WaitOnRealTime(Kernel& kernel, Lock& lock, Waiter& waiter, std::uint64_t de
     Enlist(kernel, waiter);
     const auto done = [&waiter] { return waiter.Done; };
     const std::chrono::steady_clock::time_point until{std::chrono::microseconds(deadline)};
-    if (deadline == Never)
+    if (deadline == Forever)
         waiter.Wake.wait(lock, done);
     else if (!waiter.Wake.wait_until(lock, until, done))
         End(kernel, waiter, WAIT_TIMEOUT);
 }
 
-DWORD Block(Kernel& kernel, Lock& lock, Objects objects, bool all, std::uint64_t deadline) {
-    Waiter waiter{.For = objects, .All = all, .Counted = libraryThread};
+DWORD Block(Kernel& kernel, Lock& lock, Objects objects, std::uint64_t deadline) {
+    Waiter waiter{.For = objects, .Counted = libraryThread};
     if (ClockIsStepped())
         WaitOnSteppedTime(kernel, lock, waiter, deadline);
     else
@@ -166,96 +144,51 @@ DWORD Block(Kernel& kernel, Lock& lock, Objects objects, bool all, std::uint64_t
 
 // A wait of the thread that moves stepped time: it moves it. Inside an action no time can pass, so
 // there a wait with a time-out is over as soon as every other thread waits too.
-DWORD WaitSteering(Kernel& kernel, Lock& lock, Objects objects, bool all, std::uint64_t deadline) {
+DWORD WaitSteering(Kernel& kernel, Lock& lock, Objects objects, std::uint64_t deadline) {
     for (;;) {
         lock.unlock();
         const bool moved = !InsideAction() && StepTowards(deadline);
         WaitUntilLibraryThreadsWait();
         lock.lock();
         DWORD result = 0;
-        if (!objects.empty() && Satisfied(objects, all, result)) return result;
+        if (Satisfied(objects, result)) return result;
         if (moved) continue;
-        return deadline == Never ? Block(kernel, lock, objects, all, Never) : WAIT_TIMEOUT;
+        return deadline == Forever ? Block(kernel, lock, objects, Forever) : WAIT_TIMEOUT;
     }
 }
 
-DWORD Wait(Kernel& kernel, Lock& lock, Objects objects, bool all, DWORD milliseconds) {
+DWORD Wait(Kernel& kernel, Lock& lock, Objects objects, DWORD milliseconds) {
     DWORD result = 0;
-    if (!objects.empty() && Satisfied(objects, all, result)) return result;
+    if (Satisfied(objects, result)) return result;
     if (milliseconds == 0) return WAIT_TIMEOUT;
     const std::uint64_t deadline =
-        milliseconds == INFINITE ? Never : Microseconds() + std::uint64_t{milliseconds} * 1000;
-    return ThisThreadSteers() ? WaitSteering(kernel, lock, objects, all, deadline)
-                              : Block(kernel, lock, objects, all, deadline);
+        milliseconds == INFINITE ? Forever : Microseconds() + std::uint64_t{milliseconds} * 1000;
+    return ThisThreadSteers() ? WaitSteering(kernel, lock, objects, deadline)
+                              : Block(kernel, lock, objects, deadline);
 }
 
 // What a new thread is given.
 struct ThreadStart {
-    void (*Plain)(void*);
-    unsigned(WINAPI* Extended)(void*);
+    unsigned(WINAPI* Body)(void*);
     void* Argument;
     ObjectPointer Object;
-    std::uintptr_t Handle;
-    DWORD Id;
-};
-
-// Does what is to be done when the thread ends, whether it returns or is ended half-way.
-class ThreadEnd {
-public:
-    explicit ThreadEnd(const ThreadStart& start) : Start(start) {}
-    ThreadEnd(const ThreadEnd&) = delete;
-    ThreadEnd& operator=(const ThreadEnd&) = delete;
-    ~ThreadEnd() {
-        Kernel& kernel = The();
-        const Lock lock(kernel.Lock);
-        Signal(kernel, *Start.Object);
-        if (Start.Plain) kernel.Handles.erase(Start.Handle);
-        --kernel.Threads;
-        Leave(kernel);
-    }
-
-private:
-    const ThreadStart& Start;
 };
 
 void* ThreadMain(void* argument) {
     const std::unique_ptr<ThreadStart> start(static_cast<ThreadStart*>(argument));
-    threadId = start->Id;
     libraryThread = true;
-    const ThreadEnd end(*start);
-    if (start->Plain)
-        start->Plain(start->Argument);
-    else
-        start->Extended(start->Argument);
+    start->Body(start->Argument);
+    Kernel& kernel = The();
+    const Lock lock(kernel.Lock);
+    Signal(kernel, *start->Object);
+    Leave(kernel);
     return nullptr;
 }
 
-// Starts a thread and gives its handle; 0 if there is none to be had. Stacks have the system's own
-// size, which no caller here exceeds.
-std::uintptr_t StartThread(ThreadStart start) {
-    Kernel& kernel = The();
-    const Lock lock(kernel.Lock);
-    start.Object = std::make_shared<Object>(Object{.Signalled = false, .Manual = true});
-    start.Handle = NewHandle(kernel, start.Object);
-    auto owned = std::make_unique<ThreadStart>(start);
-    pthread_t thread;
-    if (pthread_create(&thread, nullptr, ThreadMain, owned.get()) != 0) {
-        kernel.Handles.erase(start.Handle);
-        return 0;
-    }
-    pthread_detach(thread);
-    static_cast<void>(owned.release());
-    ++kernel.Threads;
-    ++kernel.AtWork;
-    return start.Handle;
-}
-
-void Reset() {
-    Kernel& kernel = The();
-    const Lock lock(kernel.Lock);
-    kernel.Handles.clear();
-}
-const AtPowerOn atPowerOn(Reset);
+const AtPowerOn atPowerOn([] {
+    const Lock lock(The().Lock);
+    The().Handles.clear();
+});
 
 } // namespace
 
@@ -263,16 +196,6 @@ void WaitUntilLibraryThreadsWait() {
     Kernel& kernel = The();
     Lock lock(kernel.Lock);
     kernel.NoneAtWork.wait(lock, [&kernel] { return kernel.AtWork == 0; });
-}
-
-int OpenHandles() {
-    const Lock lock(The().Lock);
-    return static_cast<int>(The().Handles.size());
-}
-
-int LibraryThreads() {
-    const Lock lock(The().Lock);
-    return The().Threads;
 }
 
 } // namespace machine
@@ -312,7 +235,7 @@ DWORD WaitForSingleObject(HANDLE object, DWORD milliseconds) {
 }
 
 DWORD WaitForMultipleObjects(DWORD count, const HANDLE* objects, BOOL all, DWORD milliseconds) {
-    if (count == 0 || count > MAXIMUM_WAIT_OBJECTS || !objects) return WAIT_FAILED;
+    if (count == 0 || count > MAXIMUM_WAIT_OBJECTS || all) return WAIT_FAILED;
     Kernel& kernel = The();
     // Held for the length of the wait, so that closing a handle meanwhile does no harm.
     std::array<ObjectPointer, MAXIMUM_WAIT_OBJECTS> held;
@@ -321,7 +244,7 @@ DWORD WaitForMultipleObjects(DWORD count, const HANDLE* objects, BOOL all, DWORD
         held[i] = Find(kernel, objects[i]);
         if (!held[i]) return WAIT_FAILED;
     }
-    return Wait(kernel, lock, Objects(held.data(), count), all != FALSE, milliseconds);
+    return Wait(kernel, lock, Objects(held.data(), count), milliseconds);
 }
 
 BOOL CloseHandle(HANDLE handle) {
@@ -329,33 +252,27 @@ BOOL CloseHandle(HANDLE handle) {
     return The().Handles.erase(reinterpret_cast<std::uintptr_t>(handle)) != 0;
 }
 
-std::uintptr_t _beginthread(void (*start)(void*), unsigned /*stackSize*/, void* argument) {
-    if (const auto failure = OrderedFailure(Call::_beginthread))
-        return static_cast<std::uintptr_t>(*failure);
-    if (!start) return static_cast<std::uintptr_t>(-1);
-    const std::uintptr_t handle =
-        StartThread({start, nullptr, argument, nullptr, 0, NewThreadId()});
-    return handle != 0 ? handle : static_cast<std::uintptr_t>(-1);
-}
-
+// Stacks have the system's own size, which no caller here exceeds.
 std::uintptr_t _beginthreadex(void* /*security*/, unsigned /*stackSize*/,
                               unsigned(WINAPI* start)(void*), void* argument, unsigned /*flags*/,
-                              unsigned* id) {
+                              unsigned* /*id*/) {
     if (const auto failure = OrderedFailure(Call::_beginthreadex))
         return static_cast<std::uintptr_t>(*failure);
-    if (!start) return 0;
-    const DWORD thread = NewThreadId();
-    if (id) *id = thread;
-    return StartThread({nullptr, start, argument, nullptr, 0, thread});
+    const auto object = std::make_shared<Object>(Object{.Signalled = false, .Manual = true});
+    auto owned = std::make_unique<ThreadStart>(ThreadStart{start, argument, object});
+    Kernel& kernel = The();
+    const Lock lock(kernel.Lock);
+    pthread_t thread;
+    if (pthread_create(&thread, nullptr, ThreadMain, owned.get()) != 0) return 0;
+    pthread_detach(thread);
+    static_cast<void>(owned.release());
+    ++kernel.AtWork;
+    return NewHandle(kernel, object);
 }
-
-void _endthread() { pthread_exit(nullptr); }
 
 void Sleep(DWORD milliseconds) {
     if (milliseconds == 0) return std::this_thread::yield();
     Kernel& kernel = The();
     Lock lock(kernel.Lock);
-    Wait(kernel, lock, {}, false, milliseconds);
+    Wait(kernel, lock, {}, milliseconds);
 }
-
-DWORD GetTickCount() { return static_cast<DWORD>(Microseconds() / 1000); }

@@ -1,7 +1,7 @@
-#include "platform/virtual/faults.h"
+#include "platform/machine/faults.h"
 
-#include "platform/virtual/fault_point.h"
-#include "platform/virtual/power.h"
+#include "platform/machine/fault_point.h"
+#include "platform/machine/power.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 // The place in a system call where a test can make it fail.
 #pragma once
 
-#include "platform/virtual/faults.h"
+#include "platform/machine/faults.h"
 
 #include <cstdint>
 #include <optional>

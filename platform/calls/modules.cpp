@@ -1,0 +1,147 @@
+// The library as a module: where it lies, and what it carries. The one system module that it may
+// load.
+#include "platform/machine/modules.h"
+
+#include "platform/calls/resources.h"
+#include "platform/machine/fault_point.h"
+#include "platform/machine/power.h"
+
+#include <algorithm>
+#include <cstring>
+#include <dlfcn.h>
+#include <filesystem>
+#include <mutex>
+#include <strings.h>
+
+namespace machine {
+namespace {
+
+struct SystemModule {
+    const char* Name = nullptr;
+    std::span<const ModuleExport> Exports;
+};
+
+struct Modules {
+    std::mutex Lock;
+    std::string Path;
+    HINSTANCE Attached = nullptr;
+    Resources Carried;
+    SystemModule System;
+};
+
+Modules& The() {
+    static Modules& modules = *new Modules; // modules unload at the process's very end
+    return modules;
+}
+
+using Lock = std::lock_guard<std::mutex>;
+
+HMODULE SystemHandle() { return reinterpret_cast<HMODULE>(&The().System); }
+
+// The file that the given address was loaded from.
+std::string FileOf(const void* address) {
+    Dl_info module{};
+    if (!address || dladdr(address, &module) == 0 || !module.dli_fname) return {};
+    std::error_code failed;
+    const auto full = std::filesystem::canonical(module.dli_fname, failed);
+    return failed ? module.dli_fname : full.string();
+}
+
+// Cut to the buffer; the number of characters without the terminator.
+std::size_t GiveText(std::string_view text, LPSTR buffer, std::size_t size) {
+    const std::size_t length = text.copy(buffer, size - 1);
+    buffer[length] = '\0';
+    return length;
+}
+
+const AtPowerOn atPowerOn([] { SetModulePath({}); });
+
+} // namespace
+
+void SetModulePath(const std::string& path) {
+    const Lock lock(The().Lock);
+    The().Path = path;
+}
+
+void AttachModule(HINSTANCE module, const Resources& resources) {
+    const Lock lock(The().Lock);
+    The().Attached = module;
+    The().Carried = resources;
+}
+
+void DetachModule(HINSTANCE module) {
+    const Lock lock(The().Lock);
+    if (The().Attached == module) The().Carried = {};
+}
+
+Resources ResourcesOf(HINSTANCE module) {
+    const Lock lock(The().Lock);
+    return The().Attached == module ? The().Carried : Resources{};
+}
+
+void OfferModule(const char* name, std::span<const ModuleExport> exports) {
+    const Lock lock(The().Lock);
+    The().System.Name = name;
+    if (name) The().System.Exports = exports;
+}
+
+} // namespace machine
+
+using namespace machine;
+
+DWORD GetModuleFileNameA(HMODULE module, LPSTR path, DWORD size) {
+    if (!path || size == 0) return 0;
+    const Lock lock(The().Lock);
+    const std::string file = The().Path.empty() ? FileOf(module) : The().Path;
+    const std::size_t length = GiveText(file, path, size);
+    return length == file.size() ? static_cast<DWORD>(length) : size; // size itself tells of a cut
+}
+
+BOOL GetModuleHandleExA(DWORD flags, LPCSTR address, HMODULE* module) {
+    constexpr DWORD known = GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS;
+    Dl_info found{};
+    if (flags != known || !module || dladdr(address, &found) == 0) return FALSE;
+    *module = reinterpret_cast<HMODULE>(found.dli_fbase);
+    // Null for the program itself, which is never unloaded.
+    if (void* const self = dlopen(found.dli_fname, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE))
+        dlclose(self);
+    return TRUE;
+}
+
+void _splitpath(const char* path, char* drive, char* directory, char* /*name*/,
+                char* /*extension*/) {
+    std::string_view rest = path;
+    const std::size_t afterDrive = rest.find(':') == 1 ? 2 : 0;
+    GiveText(rest.substr(0, afterDrive), drive, _MAX_DRIVE);
+    rest.remove_prefix(afterDrive);
+    GiveText(rest.substr(0, rest.find_last_of("/\\") + 1), directory, _MAX_DIR);
+}
+
+HMODULE LoadLibraryA(LPCSTR name) {
+    if (const auto failure = OrderedFailure(Call::LoadLibraryA))
+        return reinterpret_cast<HMODULE>(*failure);
+    const Lock lock(The().Lock);
+    const char* const there = The().System.Name;
+    return there && strcasecmp(there, name) == 0 ? SystemHandle() : nullptr;
+}
+
+FARPROC GetProcAddress(HMODULE module, LPCSTR name) {
+    if (const auto failure = OrderedFailure(Call::GetProcAddress))
+        return reinterpret_cast<FARPROC>(*failure);
+    const Lock lock(The().Lock);
+    if (module != SystemHandle()) return nullptr;
+    for (const ModuleExport& entry : The().System.Exports)
+        if (std::strcmp(entry.Name, name) == 0) return entry.Address;
+    return nullptr;
+}
+
+BOOL FreeLibrary(HMODULE module) { return module == SystemHandle(); }
+
+int LoadStringA(HINSTANCE module, UINT id, LPSTR buffer, int size) {
+    if (!buffer || size <= 0) return 0;
+    buffer[0] = '\0';
+    for (const StringResource& entry : ResourcesOf(module).Strings)
+        if (entry.Id == id)
+            return static_cast<int>(GiveText(entry.Text, buffer, static_cast<std::size_t>(size)));
+    return 0;
+}
