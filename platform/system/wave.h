@@ -49,21 +49,6 @@ struct MMTIME {
 static_assert(sizeof(MMTIME) == 12);
 
 constexpr WORD WAVE_FORMAT_PCM = 1;
-constexpr UINT WAVE_MAPPER = 0xFFFFFFFF; // the first device that can do the format
-constexpr DWORD WAVE_FORMAT_QUERY = 1;   // waveInOpen only tells whether it would work
-// dwFormats: rate (1: 11,025 Hz, 2: 22,050, 4: 44,100), mono or stereo, bits.
-constexpr DWORD WAVE_FORMAT_1M08 = 0x001;
-constexpr DWORD WAVE_FORMAT_1S08 = 0x002;
-constexpr DWORD WAVE_FORMAT_1M16 = 0x004;
-constexpr DWORD WAVE_FORMAT_1S16 = 0x008;
-constexpr DWORD WAVE_FORMAT_2M08 = 0x010;
-constexpr DWORD WAVE_FORMAT_2S08 = 0x020;
-constexpr DWORD WAVE_FORMAT_2M16 = 0x040;
-constexpr DWORD WAVE_FORMAT_2S16 = 0x080;
-constexpr DWORD WAVE_FORMAT_4M08 = 0x100;
-constexpr DWORD WAVE_FORMAT_4S08 = 0x200;
-constexpr DWORD WAVE_FORMAT_4M16 = 0x400;
-constexpr DWORD WAVE_FORMAT_4S16 = 0x800;
 constexpr UINT WIM_OPEN = 0x3BE;
 constexpr UINT WIM_CLOSE = 0x3BF;
 constexpr UINT WIM_DATA = 0x3C0;

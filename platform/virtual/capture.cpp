@@ -1,61 +1,295 @@
-#include "platform/virtual/capture.h"
+// The virtual microphone: hears a feed, is paced by the machine's clock, and can get into trouble
+// on demand.
+#include "platform/device/capture.h"
 
-#include "platform/audio/capture_devices.h"
-#include "platform/audio/direct_sound.h"
-#include "platform/audio/microphone.h"
-#include "platform/audio/mixer_model.h"
-#include "platform/audio/sound_file.h"
-#include "platform/audio/wave_in.h"
-#include "platform/audio/wave_in_handle.h"
+#include "platform/device/clock.h"
+#include "platform/machine/capture.h"
+#include "platform/machine/clock.h"
+#include "platform/machine/power.h"
+#include "platform/virtual/feed.h"
+#include "platform/virtual/level.h"
+#include "platform/virtual/pcm.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <mutex>
 
 namespace machine {
 namespace {
 
+constexpr std::uint64_t NeverYet = ~std::uint64_t{0}; // a time that has not come
+constexpr std::uint64_t Second = 1'000'000;
+
+// Bit of MicrophoneModel::Formats, 0 for a format that it cannot tell.
+std::uint32_t FormatBit(const PcmFormat& format) {
+    constexpr std::array<unsigned, 3> rates = {11025, 22050, 44100};
+    const auto rate = std::ranges::find(rates, format.Rate);
+    if (rate == rates.end()) return 0;
+    const unsigned within = (format.Channels - 1) + (format.Bits == 16 ? 2 : 0);
+    return 1u << (4 * static_cast<unsigned>(rate - rates.begin()) + within);
+}
+
+class VirtualMicrophone : public CaptureDevice,
+                          public std::enable_shared_from_this<VirtualMicrophone> {
+public:
+    explicit VirtualMicrophone(MicrophoneModel model) : Model(std::move(model)) {}
+
+    std::string Name() const override { return Model.Name; }
+    unsigned Channels() const override { return Model.Channels; }
+    bool Supports(const PcmFormat& format) const override {
+        return format.Channels <= Model.Channels &&
+               ((FormatBit(format) & Model.Formats) != 0 ||
+                std::ranges::find(Model.MoreFormats, format) != Model.MoreFormats.end());
+    }
+    bool Gone() const override { return GoneAt() != NeverYet; }
+    std::unique_ptr<CaptureStream> Open(const PcmFormat& format, CaptureOwner& owner) override;
+    std::shared_ptr<LevelDevice> Levels() const override { return FindMixer(MixerOfIt); }
+
+    void SetFeed(Feed feed) {
+        const std::scoped_lock lock(Lock);
+        ToPlay = std::move(feed);
+    }
+    void Unplug() {
+        std::uint64_t never = NeverYet; // the first unplugging counts
+        UnpluggedAt.compare_exchange_strong(never, Microseconds(), std::memory_order_acq_rel);
+    }
+    CaptureStats Stats() const {
+        const std::scoped_lock lock(Lock);
+        return Account;
+    }
+
+    // For its streams.
+    std::uint64_t GoneAt() const { return UnpluggedAt.load(std::memory_order_acquire); }
+    void Closed() {
+        const std::scoped_lock lock(Lock);
+        --Account.Open;
+    }
+    std::unique_ptr<FeedReader> JoinFeed(std::uint64_t now, const PcmFormat& format);
+    void LeaveFeed() {
+        const std::scoped_lock lock(Lock);
+        --Account.Capturing;
+    }
+    bool KeepsSilent(); // about sound that has been captured
+    void Progress(const FeedProgress& progress);
+
+    // Steering.
+    std::atomic<Mixer> MixerOfIt{Mixer::None};
+    std::atomic<bool> Silent{false};
+    std::atomic<int> Behind{0}; // times that nobody is told
+
+private:
+    const MicrophoneModel Model;
+    std::atomic<std::uint64_t> UnpluggedAt{NeverYet}; // machine time of the unplugging
+
+    mutable std::mutex Lock; // of all below; held for moments only
+    Feed ToPlay = GeneratedFeed([](const FeedRequest& r) { std::ranges::fill(r.Samples, 0.0f); });
+    Feed Playing; // since the last origin
+    CaptureStats Account;
+};
+
+class MicrophoneStream : public CaptureStream {
+public:
+    MicrophoneStream(std::shared_ptr<VirtualMicrophone> microphone, const PcmFormat& format,
+                     CaptureOwner& owner)
+        : Device(std::move(microphone)), Format(format), Owner(owner) {}
+    ~MicrophoneStream() override {
+        Stop();
+        Device->Closed();
+    }
+
+    bool Start() override;
+    void Stop() override;
+    std::uint64_t Position() const override;
+    void WakeAt(std::uint64_t frame) override;
+    void Read(void* pcm, std::uint64_t frames) override;
+    bool Gone() const override { return Device->Gone(); }
+
+private:
+    static void Wake(void* self, std::uintptr_t);
+    void Arm(std::uint64_t frame); // locked
+
+    const std::shared_ptr<VirtualMicrophone> Device;
+    const PcmFormat Format;
+    CaptureOwner& Owner;
+    // Machine times, published for Position by release.
+    std::atomic<std::uint64_t> StartedAt{NeverYet};
+    std::atomic<std::uint64_t> StoppedAt{NeverYet};
+
+    std::mutex Lock; // of the next three: a wake may come before the one who asks for it is done
+    Token Pending = 0;
+    std::uint64_t WakeFrame = 0; // the last one asked for, and how far behind the one before
+    std::uint64_t WakeStep = 0;
+    std::unique_ptr<FeedReader> Reader;
+    std::array<float, 2048> Samples = {};
+};
+
+std::unique_ptr<CaptureStream> VirtualMicrophone::Open(const PcmFormat& format,
+                                                       CaptureOwner& owner) {
+    StartLane(Lane::Audio); // now, rather than at Start
+    const std::scoped_lock lock(Lock);
+    if (Gone() || (Model.Exclusive && Account.Open > 0)) return nullptr;
+    ++Account.Open;
+    return std::make_unique<MicrophoneStream>(shared_from_this(), format, owner);
+}
+
+std::unique_ptr<FeedReader> VirtualMicrophone::JoinFeed(std::uint64_t now,
+                                                        const PcmFormat& format) {
+    std::unique_lock lock(Lock);
+    if (Account.Capturing++ == 0) {
+        Playing = ToPlay;
+        Account.OriginMicroseconds = now;
+        Account.Started = true;
+        Account.Ended = Account.ReadFailed = false;
+        Account.FileFrames = 0;
+    }
+    const Feed playing = Playing;
+    const std::uint64_t late = now - std::min(now, Account.OriginMicroseconds);
+    lock.unlock(); // a file takes its time to open
+    return playing((late * format.Rate + Second / 2) / Second, format.Rate, format.Channels);
+}
+
+bool VirtualMicrophone::KeepsSilent() {
+    if (Silent.load(std::memory_order_acquire)) return true;
+    if (Behind.load(std::memory_order_relaxed) <= 0) return false;
+    return Behind.fetch_sub(1, std::memory_order_relaxed) > 0;
+}
+
+void VirtualMicrophone::Progress(const FeedProgress& progress) {
+    const std::scoped_lock lock(Lock);
+    Account.FileFrames = std::max(Account.FileFrames, progress.FileFrames);
+    Account.Ended |= progress.Ended;
+    Account.ReadFailed |= progress.Failed;
+}
+
+bool MicrophoneStream::Start() {
+    if (Gone()) return false;
+    const std::uint64_t now = Microseconds();
+    Reader = Device->JoinFeed(now, Format);
+    {
+        const std::scoped_lock lock(Lock);
+        WakeFrame = 0;
+    }
+    StoppedAt.store(NeverYet, std::memory_order_relaxed);
+    StartedAt.store(now, std::memory_order_release);
+    return true;
+}
+
+void MicrophoneStream::Stop() {
+    UnscheduleAll(this);
+    if (StartedAt.load(std::memory_order_relaxed) == NeverYet) return;
+    std::uint64_t running = NeverYet;
+    if (StoppedAt.compare_exchange_strong(running, Microseconds(), std::memory_order_acq_rel))
+        Device->LeaveFeed();
+}
+
+std::uint64_t MicrophoneStream::Position() const {
+    const std::uint64_t from = StartedAt.load(std::memory_order_acquire);
+    if (from == NeverYet) return 0;
+    const std::uint64_t to =
+        std::min({StoppedAt.load(std::memory_order_acquire), Device->GoneAt(), Microseconds()});
+    const std::uint64_t passed = to - std::min(to, from);
+    return passed / Second * Format.Rate + passed % Second * Format.Rate / Second;
+}
+
+void MicrophoneStream::WakeAt(std::uint64_t frame) {
+    const std::scoped_lock lock(Lock);
+    Arm(frame);
+}
+
+void MicrophoneStream::Arm(std::uint64_t frame) {
+    if (Pending != 0) Unschedule(Pending);
+    Pending = 0;
+    if (StoppedAt.load(std::memory_order_acquire) != NeverYet || Gone()) return;
+    WakeStep = std::max<std::uint64_t>(frame - std::min(frame, WakeFrame), 1);
+    WakeFrame = frame;
+    // The first microsecond at which Position has come to the frame.
+    const std::uint64_t passed = frame / Format.Rate * Second +
+                                 (frame % Format.Rate * Second + Format.Rate - 1) / Format.Rate;
+    const std::uint64_t due = StartedAt.load(std::memory_order_acquire) + passed;
+    Pending = Schedule(Lane::Audio, due, &Wake, this);
+}
+
+// A device in trouble is quiet this time and, as the owner does not ask anew, looks again after as
+// many frames as the owner last asked for.
+void MicrophoneStream::Wake(void* self, std::uintptr_t) {
+    auto& stream = *static_cast<MicrophoneStream*>(self);
+    if (stream.Gone()) return;
+    if (!stream.Device->KeepsSilent()) return stream.Owner.Captured();
+    const std::scoped_lock lock(stream.Lock);
+    stream.Arm(stream.WakeFrame + stream.WakeStep);
+}
+
+void MicrophoneStream::Read(void* pcm, std::uint64_t frames) {
+    const std::size_t chunk = Samples.size() / Format.Channels;
+    auto* to = static_cast<std::uint8_t*>(pcm);
+    for (std::uint64_t left = frames; left > 0;) {
+        const auto now = static_cast<std::size_t>(std::min<std::uint64_t>(left, chunk));
+        Reader->Read(Samples.data(), now);
+        if (to != nullptr) {
+            ToPcm(Samples.data(), now * Format.Channels, Format.Bits, to);
+            to += now * Format.Channels * Format.Bits / 8;
+        }
+        left -= now;
+    }
+    Device->Progress(Reader->Progress());
+}
+
+std::mutex microphonesLock;
+std::vector<std::shared_ptr<VirtualMicrophone>> microphones; // of this machine, also those gone
+
+// Who still has one open finds it gone.
+void Reset() {
+    const std::scoped_lock lock(microphonesLock);
+    for (const auto& microphone : microphones) microphone->Unplug();
+    microphones.clear();
+    ForgetCaptureDevices();
+}
+const AtPowerOn atPowerOn(Reset);
+
 // Null for one that was never added, or was forgotten at a PowerOn.
 std::shared_ptr<VirtualMicrophone> Find(Microphone microphone) {
-    return std::dynamic_pointer_cast<VirtualMicrophone>(
-        CaptureDeviceById(static_cast<int>(microphone)));
+    const std::scoped_lock lock(microphonesLock);
+    const auto place = static_cast<std::size_t>(microphone);
+    return place < microphones.size() ? microphones[place] : nullptr;
 }
 
 } // namespace
 
 Microphone AddMicrophone(const MicrophoneModel& model) {
-    const auto microphone =
-        Microphone{AddCaptureDevice(std::make_shared<VirtualMicrophone>(model))};
-    if (model.WithMixer) SetMixerOf(microphone, AddMixer(MicrophoneMixer(model.Name)));
-    return microphone;
+    auto microphone = std::make_shared<VirtualMicrophone>(model);
+    if (model.WithMixer) microphone->MixerOfIt = AddMixer(MicrophoneMixer(model.Name));
+    const std::scoped_lock lock(microphonesLock);
+    microphones.push_back(microphone);
+    AddCaptureDevice(std::move(microphone));
+    return Microphone{static_cast<int>(microphones.size()) - 1};
 }
 
 int DeviceNumber(Microphone microphone) {
-    return NumberOfCaptureDevice(static_cast<int>(microphone));
+    const auto present = CaptureDevices();
+    const auto place = std::ranges::find(present, Find(microphone));
+    return place != present.end() ? static_cast<int>(place - present.begin()) : -1;
 }
 
-FileFeed FeedFile(Microphone microphone, const std::string& path, std::uint32_t leadMilliseconds) {
+void SetMixerOf(Microphone microphone, Mixer mixer) {
+    if (const auto owner = Find(microphone)) owner->MixerOfIt = mixer;
+}
+
+Mixer MixerOf(Microphone microphone) {
+    const auto owner = Find(microphone);
+    return owner ? owner->MixerOfIt.load() : Mixer::None;
+}
+
+FileFeed FeedFile(Microphone microphone, const std::string& path) {
     FileFeed told;
-    const auto feed = OpenFileFeed(path, leadMilliseconds, told);
+    Feed feed = OpenFileFeed(path, told);
     const auto hears = Find(microphone);
-    if (feed && hears) hears->SetFeed(feed);
-    return told;
-}
-
-FileFeed ProbeSoundFile(const std::string& path) {
-    FileFeed told;
-    SoundFile::Open(path, told);
+    if (feed && hears) hears->SetFeed(std::move(feed));
     return told;
 }
 
 void FeedGenerator(Microphone microphone, Generator generator) {
-    if (const auto hears = Find(microphone))
-        hears->SetFeed(generator ? GeneratedFeed(std::move(generator)) : SilentFeed());
-}
-
-void FeedSilence(Microphone microphone) { FeedGenerator(microphone, nullptr); }
-
-void LetVolumeScale(Microphone microphone, bool on) {
-    const auto hears = Find(microphone);
-    if (!hears) return;
-    const auto mixer = MixerOfCaptureDevice(static_cast<int>(microphone));
-    hears->SetGain(on && mixer ? mixer->Gain : nullptr);
+    if (const auto hears = Find(microphone)) hears->SetFeed(GeneratedFeed(std::move(generator)));
 }
 
 void Unplug(Microphone microphone) {
@@ -63,24 +297,16 @@ void Unplug(Microphone microphone) {
 }
 
 void StopNotifying(Microphone microphone, bool on) {
-    if (const auto mute = Find(microphone)) mute->StopNotifying(on);
+    if (const auto mute = Find(microphone)) mute->Silent.store(on, std::memory_order_release);
 }
 
-void FallBehind(Microphone microphone, unsigned notifications) {
-    if (const auto late = Find(microphone)) late->FallBehind(notifications);
+void FallBehind(Microphone microphone, unsigned times) {
+    if (const auto late = Find(microphone)) late->Behind = static_cast<int>(times);
 }
-
-void SetDirectSound(DirectSound state) { OfferDirectSound(state); }
 
 CaptureStats StatsOf(Microphone microphone) {
     const auto asked = Find(microphone);
     return asked ? asked->Stats() : CaptureStats{};
 }
-
-int OpenWaveIns() { return OpenWaveInHandles(); }
-int OpenCaptureObjects() { return CaptureObjects(); }
-int PreparedWaveHeaders() { return PreparedHeaders(); }
-
-int WaveCallsDuringReset() { return HeaderCallsDuringReset(); }
 
 } // namespace machine

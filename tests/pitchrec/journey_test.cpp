@@ -2,6 +2,7 @@
 #include "pitchrec/driver/listening.h"
 #include "pitchrec/driver/prec_driver.h"
 #include "tests/pitchrec/session.h"
+#include "tests/support/direct_sound.h"
 #include "tests/support/scarce_memory.h"
 
 #include <cmath>
@@ -33,6 +34,7 @@ machine::Generator Melody(std::vector<Tone> tones) {
 
 class Journey : public Session {
 protected:
+    ~Journey() override { SetDirectSound(DirectSound::Absent); }
     void UseMicrophone(const std::vector<Tone>& tones, std::uint32_t formats = 0xFFF,
                        unsigned channels = 2) {
         machine::MicrophoneModel model;
@@ -62,21 +64,22 @@ protected:
 TEST_F(Journey, StampsNotesWhereTheyBeganWithEitherCapture) {
     struct Case {
         const char* Name;
-        machine::DirectSound Direct;
+        DirectSound Direct;
         std::uint32_t Formats = 0xFFF;
         unsigned Channels = 2;
     };
     const Case cases[] = {
-        {"DirectSound", machine::DirectSound::Present},
-        {"waveIn", machine::DirectSound::Absent},
-        {"waveIn, 22,050 Hz mono 16 bits", machine::DirectSound::Absent, 0x040, 1},
-        {"waveIn, 44,100 Hz stereo 16 bits", machine::DirectSound::Absent, 0x800},
+        {"DirectSound", DirectSound::Present},
+        {"waveIn", DirectSound::Absent},
+        {"waveIn, 22,050 Hz mono 16 bits", DirectSound::Absent, 0x040, 1},
+        {"waveIn, 44,100 Hz stereo 16 bits", DirectSound::Absent, 0x800},
     };
+    EXPECT_EQ(LoadLibraryA("DSOUND.DLL"), nullptr); // but for the double
     for (const Case& c : cases) {
         SCOPED_TRACE(c.Name);
         SwitchOn(0xFFFFFF00); // the clock wraps on the way
         machine::SetModulePath((Folder / "zormidi.so").string());
-        machine::SetDirectSound(c.Direct);
+        SetDirectSound(c.Direct);
         // Tones that begin with a block, the second of them without a rest before it.
         UseMicrophone({{BlockStart(20), BlockStart(40), 441},
                        {BlockStart(40), BlockStart(60), 660},
@@ -92,7 +95,7 @@ TEST_F(Journey, StampsNotesWhereTheyBeganWithEitherCapture) {
         ExpectNoteFrom(40, 76, records[2]);
         ExpectNoteFrom(80, 57, records[4]);
         ZorStopMIDI();
-        EXPECT_EQ(machine::OpenWaveIns() + machine::OpenCaptureObjects(), 0);
+        EXPECT_EQ(machine::OpenWaveIns() + OpenCaptureObjects(), 0);
         MIDISysTerm();
     }
     EXPECT_TRUE(TakeBoxTexts().empty());
@@ -125,10 +128,10 @@ TEST_F(Journey, WithoutMemorySaysSoAndFails) {
     EXPECT_EQ(Recogniser, nullptr);
     EXPECT_EQ(TakeBoxTexts(), std::vector<std::string>{NotOpened});
     machine::FailCall(machine::Call::GlobalAlloc, 1, 0); // the ring's block
-    machine::SetDirectSound(machine::DirectSound::Present);
+    SetDirectSound(DirectSound::Present);
     EXPECT_FALSE(PRecOpen());
     machine::ClearFaults();
-    EXPECT_EQ(machine::OpenWaveIns() + machine::OpenCaptureObjects(), 0);
+    EXPECT_EQ(machine::OpenWaveIns() + OpenCaptureObjects(), 0);
     EXPECT_TRUE(PRecOpen());
     EXPECT_TRUE(PRecClose());
 }
@@ -146,10 +149,10 @@ TEST_F(Journey, OpensIdleWhileSwitchedOff) {
 }
 
 // Two microphones; the second is the user's choice.
-class Choice : public Journey, public testing::WithParamInterface<machine::DirectSound> {
+class Choice : public Journey, public testing::WithParamInterface<DirectSound> {
 protected:
     void SetUp() override {
-        machine::SetDirectSound(GetParam());
+        SetDirectSound(GetParam());
         WriteIni("EnablePitchRec=1\n");
         BringUp();
         First = Add("First");
@@ -160,7 +163,7 @@ protected:
     void TearDown() override {
         machine::WhileBoxIsUp(nullptr);
         PRecClose();
-        EXPECT_EQ(machine::OpenWaveIns() + machine::OpenCaptureObjects(), 0);
+        EXPECT_EQ(machine::OpenWaveIns() + OpenCaptureObjects(), 0);
     }
     static machine::Microphone Add(const char* name) {
         machine::MicrophoneModel model;
@@ -169,7 +172,7 @@ protected:
         return machine::AddMicrophone(model);
     }
     static std::int32_t NumberOf(machine::Microphone microphone) {
-        return machine::DeviceNumber(microphone) + (GetParam() == machine::DirectSound::Present);
+        return machine::DeviceNumber(microphone) + (GetParam() == DirectSound::Present);
     }
     // Neither class opens anything from the nth attempt on.
     static void RefuseOpening(int nth = 1, int times = 0) {
@@ -183,9 +186,7 @@ protected:
     }
     machine::Microphone First{}, Second{};
 };
-INSTANTIATE_TEST_SUITE_P(Both, Choice,
-                         testing::Values(machine::DirectSound::Present,
-                                         machine::DirectSound::Absent));
+INSTANTIATE_TEST_SUITE_P(Both, Choice, testing::Values(DirectSound::Present, DirectSound::Absent));
 
 TEST_P(Choice, TouchesNoOtherMicrophone) {
     machine::MoveControl(machine::MixerOf(First), machine::MicrophoneVolume, 60000);
@@ -203,8 +204,8 @@ TEST_P(Choice, OutlivesAFailedStartAndTheOtherClass) {
     EXPECT_FALSE(PRecOpen());
     EXPECT_EQ(TakeBoxTexts().back(), NotOpened);
     machine::ClearFaults();
-    for (const auto direct : {machine::DirectSound::Absent, machine::DirectSound::Present}) {
-        machine::SetDirectSound(direct);
+    for (const auto direct : {DirectSound::Absent, DirectSound::Present}) {
+        SetDirectSound(direct);
         ASSERT_TRUE(PRecOpen());
         EXPECT_EQ(Open(Second), 1);
     }
@@ -272,7 +273,7 @@ TEST_P(Choice, LeavesTheLastWordToTheHost) {
             EXPECT_EQ(Open(First), closed ? 0 : 1);
         }
         PRecClose();
-        EXPECT_EQ(machine::OpenWaveIns() + machine::OpenCaptureObjects(), 0);
+        EXPECT_EQ(machine::OpenWaveIns() + OpenCaptureObjects(), 0);
         Second = Add("Second");
         machine::TakeBoxes();
     }
@@ -283,9 +284,8 @@ TEST_P(Choice, LeavesTheLastWordToTheHost) {
 // moment, and still listening at the end.
 TEST_F(Journey, ReopensUnderARunningTimer) {
     machine::UseRealClock();
-    for (const machine::DirectSound direct :
-         {machine::DirectSound::Present, machine::DirectSound::Absent}) {
-        machine::SetDirectSound(direct);
+    for (const DirectSound direct : {DirectSound::Present, DirectSound::Absent}) {
+        SetDirectSound(direct);
         UseMicrophone({{0.0, 100.0, 441}});
         WriteIni("EnablePitchRec=1\n");
         BringUp();

@@ -22,7 +22,6 @@ void AddDevices() {
 
 // Swells and fades, so that the meter moves, and comes to every colour.
 void AddMicrophones() {
-    machine::SetDirectSound(machine::DirectSound::Absent);
     const machine::Microphone voice = machine::AddMicrophone({.Name = "Headset Microphone"});
     machine::AddMicrophone({.Name = "Line In"});
     machine::FeedGenerator(voice, [](const machine::FeedRequest& request) {

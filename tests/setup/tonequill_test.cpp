@@ -5,6 +5,7 @@
 #include "engine/driver_table.h"
 #include "pitchrec/driver/prec_driver.h"
 #include "setup/tonequill.h"
+#include "tests/support/direct_sound.h"
 
 #include <algorithm>
 #include <cmath>
@@ -18,11 +19,11 @@ namespace {
 // The mixer's whole range; half of it is what a recogniser calls 128 and the slider 50 percent.
 constexpr std::uint32_t FullVolume = 65535, HalfVolume = 32767;
 
-class TonequillTest : public Desk, public testing::WithParamInterface<machine::DirectSound> {
+class TonequillTest : public Desk, public testing::WithParamInterface<DirectSound> {
 protected:
     void SetUp() override {
         Desk::SetUp();
-        machine::SetDirectSound(GetParam());
+        SetDirectSound(GetParam());
         Outputs({"Synth"});
     }
 
@@ -53,14 +54,13 @@ protected:
     static int Percent(const machine::DialogUser& user) { return 100 - user.Position(LevelSlider); }
 };
 INSTANTIATE_TEST_SUITE_P(Both, TonequillTest,
-                         testing::Values(machine::DirectSound::Present,
-                                         machine::DirectSound::Absent));
+                         testing::Values(DirectSound::Present, DirectSound::Absent));
 
 TEST_P(TonequillTest, FirstOpeningAndOk) {
     AddMicrophone("Headset");
     AddMicrophone("Line");
     std::vector<std::string> devices{"Headset", "Line"};
-    if (GetParam() == machine::DirectSound::Present)
+    if (GetParam() == DirectSound::Present)
         devices.insert(devices.begin(), "Primary Sound Capture Driver");
     Mic([&](machine::DialogUser& user) {
         EXPECT_EQ(user.Title(), "Tonequill");

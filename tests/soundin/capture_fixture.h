@@ -4,6 +4,7 @@
 #include "platform/machine.h"
 #include "soundin/sound_in_dx.h"
 #include "soundin/sound_in_win.h"
+#include "tests/support/direct_sound.h"
 
 #include <gtest/gtest.h>
 
@@ -75,12 +76,13 @@ protected:
     void SetUp() override {
         machine::PowerOn();
         machine::UseSteppedClock(StartTime);
+        SetDirectSound(DirectSound::Present);
     }
 
     // Nothing that a test opened may be left.
     void TearDown() override {
         EXPECT_EQ(0, machine::OpenWaveIns());
-        EXPECT_EQ(0, machine::OpenCaptureObjects());
+        EXPECT_EQ(0, OpenCaptureObjects());
         EXPECT_EQ(0, machine::PreparedWaveHeaders());
         EXPECT_EQ(0, machine::OpenMixers());
         EXPECT_EQ(0, machine::WaveCallsDuringReset());

@@ -147,7 +147,7 @@ TEST_F(CaptureTest, WaveInStampsHeldBackBlocksEachByItsOwnEnd) {
         machine::MicrophoneModel model;
         model.Name = "Microphone";
         model.Formats = each.Formats;
-        model.PositionUnit = each.Unit;
+        machine::AnswerPositionsIn(each.Unit);
         const auto microphone = machine::AddMicrophone(model);
         machine::FeedGenerator(microphone, place_feed::Generator());
         Sonorel::SoundInWin input;

@@ -20,6 +20,7 @@ class HammerTest : public testing::TestWithParam<Kind> {
 protected:
     void SetUp() override {
         machine::PowerOn();
+        SetDirectSound(DirectSound::Present);
         for (const char* name : {"One", "Two"}) {
             machine::MicrophoneModel model;
             model.Name = name;
@@ -28,7 +29,7 @@ protected:
     }
     void TearDown() override {
         EXPECT_EQ(0, machine::OpenWaveIns());
-        EXPECT_EQ(0, machine::OpenCaptureObjects());
+        EXPECT_EQ(0, OpenCaptureObjects());
         EXPECT_EQ(0, machine::PreparedWaveHeaders());
         EXPECT_EQ(0, machine::WaveCallsDuringReset());
         machine::PowerOn();

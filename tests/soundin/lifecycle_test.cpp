@@ -58,8 +58,7 @@ TEST_P(LifecycleTest, TakesItsStepsInAnyOrder) {
         AdvanceBlocks(2);
         ASSERT_TRUE(listener.Take().empty()) << told;
         input->Close();
-        ASSERT_EQ(0, machine::OpenWaveIns() + machine::OpenCaptureObjects() + machine::OpenMixers())
-            << told;
+        ASSERT_EQ(0, machine::OpenWaveIns() + OpenCaptureObjects() + machine::OpenMixers()) << told;
     }
     EXPECT_TRUE(machine::TakeBoxes().empty());
 }
@@ -137,7 +136,7 @@ TEST_P(LifecycleTest, LosesNothingToAFailingCall) {
                 if (!reached) nth = 71; // it is not called more often
             }
             EXPECT_EQ(0, machine::OpenWaveIns());
-            EXPECT_EQ(0, machine::OpenCaptureObjects());
+            EXPECT_EQ(0, OpenCaptureObjects());
             EXPECT_EQ(0, machine::OpenMixers());
         }
     }
@@ -178,10 +177,8 @@ TEST_F(CaptureTest, DirectSoundTellsWhatIsMissingToNobody) {
         std::function<void()> Break;
         bool HoldsCapture;
     } const cases[] = {
-        {"DirectX Not Installed", [] { machine::SetDirectSound(machine::DirectSound::Absent); },
-         false},
-        {"DirectX 5 Not Installed",
-         [] { machine::SetDirectSound(machine::DirectSound::WithoutCapture); }, false},
+        {"DirectX Not Installed", [] { SetDirectSound(DirectSound::Absent); }, false},
+        {"DirectX 5 Not Installed", [] { SetDirectSound(DirectSound::WithoutCapture); }, false},
         {"Device Allocated",
          [] { machine::FailCall(Call::DirectSoundCaptureCreate, 1, DSERR_ALLOCATED); }, false},
         {"No Capture Buffer",
@@ -193,6 +190,7 @@ TEST_F(CaptureTest, DirectSoundTellsWhatIsMissingToNobody) {
         SCOPED_TRACE(each.Reason);
         machine::PowerOn();
         machine::UseSteppedClock(StartTime);
+        SetDirectSound(DirectSound::Present);
         Add("Microphone");
         each.Break();
         Sonorel::SoundInDx input;
@@ -203,7 +201,7 @@ TEST_F(CaptureTest, DirectSoundTellsWhatIsMissingToNobody) {
         EXPECT_TRUE(machine::TakeBoxes().empty());
         EXPECT_EQ(each.HoldsCapture, input.Capture != nullptr);
         input.Close();
-        EXPECT_EQ(0, machine::OpenCaptureObjects());
+        EXPECT_EQ(0, OpenCaptureObjects());
     }
 }
 

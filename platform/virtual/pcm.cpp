@@ -1,4 +1,4 @@
-#include "platform/audio/pcm.h"
+#include "platform/virtual/pcm.h"
 
 #include <algorithm>
 #include <cmath>

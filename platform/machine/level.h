@@ -1,9 +1,8 @@
 // The machine's mixers: destination lines, their source lines, and the controls on each, with
-// values that a user (here: who steers) can move at any time.
+// values that a user (here: who steers) can move at any time. Thread: any that steers.
 #pragma once
 
 #include "platform/system/mixer.h"
-#include "platform/virtual/capture.h"
 
 #include <cstdint>
 #include <string>
@@ -16,9 +15,7 @@ struct MixerControl {
     std::uint32_t Minimum = 0;
     std::uint32_t Maximum = 65535; // 1 for a mute
     std::uint32_t Value = 0;       // of every channel at first
-    bool Uniform = false;          // MIXERCONTROL_CONTROLF_UNIFORM: one value for all channels
-    bool Readable = true;          // else reads fail with MMSYSERR_NOTSUPPORTED
-    bool Writable = true;          // else writes do
+    bool Uniform = false;          // one value for all channels
 };
 struct MixerLine {
     std::uint32_t Type; // MIXERLINE_COMPONENTTYPE_...
@@ -32,7 +29,7 @@ struct MixerModel {
     std::vector<MixerLine> Destinations;
 };
 
-// A mixer for as long as the machine is on. Its mixer number is its place among those not removed.
+// A mixer for as long as the machine is on.
 enum class Mixer : int { None = -1 };
 
 Mixer AddMixer(const MixerModel& model);
@@ -41,17 +38,11 @@ Mixer AddMixer(const MixerModel& model);
 // half, two channels) and LINE; destination SPEAKERS with the source MICROPHONE (mute, on).
 MixerModel MicrophoneMixer(const std::string& name);
 
-// The mixer that MIXER_OBJECTF_WAVEIN finds for a microphone; None for none.
-void SetMixerOf(Microphone microphone, Mixer mixer);
-Mixer MixerOf(Microphone microphone);
-
-// Removes a mixer: not listed any more, calls on an open handle but mixerClose fail with
-// MMSYSERR_NODRIVER.
+// Not listed any more; calls on an open handle but mixerClose fail with MMSYSERR_NODRIVER.
 void RemoveMixer(Mixer mixer);
-int MixerNumber(Mixer mixer); // -1 once removed
 
 // A control is found by where it lies: the first of its type on the given source line of the given
-// destination; source 0 is the destination itself. False if there is none.
+// destination; source 0 is the destination itself.
 struct ControlPlace {
     std::uint32_t Destination;
     std::uint32_t Source;
@@ -65,9 +56,9 @@ constexpr ControlPlace MicrophoneMute = {MIXERLINE_COMPONENTTYPE_DST_SPEAKERS,
                                          MIXERCONTROL_CONTROLTYPE_MUTE};
 // One value for each channel (one in all if uniform); empty if there is no such control.
 std::vector<std::uint32_t> ControlValues(Mixer mixer, const ControlPlace& place);
-// The user moves a control: every channel, clamped to its range.
+// The user moves a control: every channel, clamped to its range. False if there is none.
 bool MoveControl(Mixer mixer, const ControlPlace& place, std::uint32_t value);
-// From now on reads, writes or both are refused.
+// From now on reads, writes or both are refused with MMSYSERR_NOTSUPPORTED.
 bool RefuseControl(Mixer mixer, const ControlPlace& place, bool reads, bool writes);
 
 int OpenMixers(); // handles

@@ -1,0 +1,112 @@
+// The machine's microphones: what each can do, what it hears, and how it can go wrong.
+//
+// waveIn device n is the nth microphone still plugged in. Thread: any that steers, at any time.
+#pragma once
+
+#include "platform/device/pcm_format.h"
+#include "platform/machine/level.h"
+
+#include <cstdint>
+#include <functional>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace machine {
+
+// What a microphone is made of.
+struct MicrophoneModel {
+    std::string Name; // waveIn gives 31 characters of it
+    // dwFormats of its capabilities: from 0x001, 11,025 Hz mono of 8 bits, to 0x800, 44,100 Hz
+    // stereo of 16; at each rate mono and stereo of 8 bits, then of 16.
+    std::uint32_t Formats = 0xFFF;
+    unsigned Channels = 2; // more than this are refused
+    // Formats beyond those that Formats can tell.
+    std::vector<PcmFormat> MoreFormats = {};
+    // Refuses a second open. Otherwise all who have it open hear the same.
+    bool Exclusive = false;
+    // Comes with a mixer of its own name (level.h, MicrophoneMixer).
+    bool WithMixer = true;
+};
+
+// A microphone for as long as the machine is on, whatever its device number becomes. The functions
+// below do nothing, and give empty results, for a microphone that was never added.
+enum class Microphone : int {};
+
+Microphone AddMicrophone(const MicrophoneModel& model);
+
+// Its waveIn device number now, -1 once unplugged.
+int DeviceNumber(Microphone microphone);
+
+// The mixer that MIXER_OBJECTF_WAVEIN finds for a microphone; None for none.
+void SetMixerOf(Microphone microphone, Mixer mixer);
+Mixer MixerOf(Microphone microphone);
+
+// --- What it hears: nothing (silence) until told. Takes effect at the next origin. ---
+//
+// The feed has an origin on the machine's clock: the Start of the first capture while nobody else
+// is capturing from this microphone. Frame 0 of the feed sounds at the origin; a capture that
+// starts later hears the feed from where it then stands. When all have stopped, the next Start
+// begins the feed again. So feed time t (seconds) is captured at machine time Origin + t, to within
+// half a frame of the capture.
+
+struct FileFeed {
+    std::string Error; // empty, or a sentence for the user that names the file and what is wrong
+    std::uint64_t Frames = 0; // length in the file's own frames
+    unsigned Rate = 0;        // Hz
+};
+// A sound file: WAV, FLAC, Ogg and whatever else libsndfile reads, any rate, channel count and
+// length; it is streamed, and silence follows its last frame. Where it has not as many channels as
+// the capture, each hears their mean. On an error the feed stays as it was.
+FileFeed FeedFile(Microphone microphone, const std::string& path);
+
+// Fills Samples, interleaved, -1 to 1, with the frames from First on, counted from the origin at
+// Rate. Thread: the one that captures. It may depend on its arguments only, since captures ask it
+// each for themselves.
+struct FeedRequest {
+    std::uint64_t First;
+    unsigned Rate;
+    unsigned Channels;
+    std::span<float> Samples;
+};
+using Generator = std::function<void(const FeedRequest&)>;
+void FeedGenerator(Microphone microphone, Generator generator);
+
+// --- How it can go wrong. Calls that fail: faults.h. ---
+
+// Not listed any more, and nothing more is captured. Calls on an open handle fail with
+// MMSYSERR_NODRIVER, but for those that unprepare and close.
+void Unplug(Microphone microphone);
+
+// While on: sound is captured, positions move, but nobody is told of it.
+void StopNotifying(Microphone microphone, bool on = true);
+
+// The next so many times nobody is told, and whoever captures finds all of it at the time after
+// them: waveIn's buffers then come in a row.
+void FallBehind(Microphone microphone, unsigned times);
+
+// The unit that waveInGetPosition answers in whatever is asked for, as some drivers do: a TIME_
+// value. 0, as at PowerOn: as asked.
+void AnswerPositionsIn(unsigned unit);
+
+// --- What came of it. ---
+
+struct CaptureStats {
+    std::uint64_t OriginMicroseconds = 0; // of the feed, on the machine's clock
+    bool Started = false;                 // there is an origin
+    bool Ended = false;                   // the last frame of the file has been captured
+    bool ReadFailed = false;              // the file broke off; silence since
+    std::uint64_t FileFrames = 0;         // of the file, in its own frames, captured so far
+    int Open = 0;
+    int Capturing = 0;
+};
+CaptureStats StatsOf(Microphone microphone);
+
+// What exists now, over all microphones, for finding what was not freed.
+int OpenWaveIns();
+int PreparedWaveHeaders();
+// Headers queued, prepared or unprepared while their device was being stopped or reset, which some
+// systems hang over.
+int WaveCallsDuringReset();
+
+} // namespace machine

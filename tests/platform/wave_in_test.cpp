@@ -1,0 +1,233 @@
+// The waveIn calls on virtual microphones, on the stepped clock.
+#include "platform/platform.h"
+#include "tests/platform/ramp.h"
+
+#include <gtest/gtest.h>
+
+#include <deque>
+
+namespace {
+
+using namespace machine;
+constexpr std::uint32_t Begin = 5000;
+
+WAVEFORMATEX Wave(unsigned rate, unsigned channels, unsigned bits) {
+    const auto frame = static_cast<WORD>(channels * bits / 8);
+    return {WAVE_FORMAT_PCM, static_cast<WORD>(channels), rate, rate * frame,
+            frame,           static_cast<WORD>(bits),     0};
+}
+
+// A recorder as an application would write it.
+class WaveInTest : public testing::Test {
+protected:
+    struct Block {
+        std::uint32_t Time;
+        std::vector<std::int16_t> Samples;
+        DWORD Position; // in samples, asked inside the callback
+    };
+
+    void SetUp() override {
+        PowerOn();
+        UseSteppedClock(Begin);
+        Mic = AddMicrophone({.Name = "Studio"});
+        FeedGenerator(Mic, Ramp());
+        const WAVEFORMATEX wave = Wave(22050, 2, 16);
+        ASSERT_EQ(waveInOpen(&Handle, 0, &wave, reinterpret_cast<DWORD_PTR>(&Ready),
+                             reinterpret_cast<DWORD_PTR>(this), CALLBACK_FUNCTION),
+                  MMSYSERR_NOERROR);
+    }
+    void TearDown() override {
+        Requeue = false;
+        waveInReset(Handle);
+        EXPECT_EQ(waveInClose(Handle), MMSYSERR_NOERROR);
+        EXPECT_EQ(Messages.front(), WIM_OPEN);
+        EXPECT_EQ(Messages.back(), WIM_CLOSE);
+        EXPECT_EQ(PreparedWaveHeaders() + OpenWaveIns(), 0);
+        PowerOn();
+    }
+
+    static void CALLBACK Ready(HWAVEIN handle, UINT message, DWORD_PTR self, DWORD_PTR header,
+                               DWORD_PTR) {
+        auto* test = reinterpret_cast<WaveInTest*>(self);
+        test->Messages.push_back(message);
+        if (message == WIM_DATA) test->Take(handle, *reinterpret_cast<WAVEHDR*>(header));
+    }
+    void Take(HWAVEIN handle, WAVEHDR& header) {
+        MMTIME position{.wType = TIME_SAMPLES, .u = {}};
+        waveInGetPosition(handle, &position, sizeof position);
+        EXPECT_EQ(header.dwFlags & (WHDR_DONE | WHDR_INQUEUE), WHDR_DONE);
+        Got.push_back(
+            {timeGetTime(), Words(header.lpData, header.dwBytesRecorded), position.u.sample});
+        waveInUnprepareHeader(handle, &header, sizeof header);
+        if (!Requeue) return;
+        waveInPrepareHeader(handle, &header, sizeof header);
+        waveInAddBuffer(handle, &header, sizeof header);
+    }
+    WAVEHDR& Queue() {
+        Data.emplace_back(2048);
+        WAVEHDR& header = Headers.emplace_back();
+        header.lpData = Data.back().data();
+        header.dwBufferLength = 2048;
+        EXPECT_EQ(waveInPrepareHeader(Handle, &header, sizeof header), MMSYSERR_NOERROR);
+        EXPECT_EQ(waveInAddBuffer(Handle, &header, sizeof header), MMSYSERR_NOERROR);
+        return header;
+    }
+    DWORD Position(UINT unit = TIME_SAMPLES) {
+        MMTIME position{.wType = unit, .u = {}};
+        EXPECT_EQ(waveInGetPosition(Handle, &position, sizeof position), MMSYSERR_NOERROR);
+        EXPECT_EQ(position.wType, unit);
+        return position.u.sample;
+    }
+    // Blocks from the given one on hold the ramp without a gap, from the given frame of the feed.
+    void ExpectRamp(std::size_t block, std::uint64_t frame) {
+        for (; block < Got.size(); ++block) {
+            const auto& samples = Got[block].Samples;
+            for (std::size_t i = 0; i < samples.size(); ++i)
+                ASSERT_EQ(samples[i], RampSample(frame + i / 2, i % 2)) << block << ' ' << i;
+            frame += samples.size() / 2;
+        }
+    }
+
+    Microphone Mic{};
+    HWAVEIN Handle = nullptr;
+    bool Requeue = true;
+    std::deque<std::vector<char>> Data;
+    std::deque<WAVEHDR> Headers;
+    std::vector<Block> Got;
+    std::vector<UINT> Messages;
+};
+
+TEST_F(WaveInTest, BuffersComeFullInOrderAndExactlyInTime) {
+    for (int i = 0; i < 4; ++i) Queue();
+    Advance(40); // nothing runs before the start
+    EXPECT_EQ(Position(), 0u);
+    ASSERT_EQ(waveInStart(Handle), MMSYSERR_NOERROR);
+    Advance(1000);
+    ASSERT_EQ(Got.size(), 43u);
+    for (std::size_t i = 0; i < Got.size(); ++i) {
+        const std::size_t frames = (i + 1) * 512;
+        EXPECT_EQ(Got[i].Time, Begin + 40 + frames * 1000 / 22050);
+        EXPECT_EQ(Got[i].Position, frames);
+        EXPECT_EQ(Got[i].Samples.size(), 1024u);
+    }
+    ExpectRamp(0, 0);
+    EXPECT_EQ(Position(), 22050u);
+    EXPECT_EQ(Position(TIME_MS), 1000u);
+    EXPECT_EQ(Position(TIME_BYTES), 22050u * 4);
+    EXPECT_EQ(StatsOf(Mic).OriginMicroseconds, (Begin + 40) * 1000u);
+}
+
+TEST_F(WaveInTest, StopGivesThePartAndResetTheRest) {
+    for (int i = 0; i < 3; ++i) Queue();
+    Requeue = false;
+    waveInStart(Handle);
+    Advance(30);
+    EXPECT_EQ(waveInClose(Handle), WAVERR_STILLPLAYING);
+    EXPECT_EQ(waveInStop(Handle), MMSYSERR_NOERROR);
+    ASSERT_EQ(Got.size(), 2u);
+    EXPECT_EQ(Got[1].Samples.size() / 2, 661u - 512); // 30 ms are 661.5 frames
+    ExpectRamp(0, 0);
+    Advance(50);
+    EXPECT_EQ(Position(), 661u);
+    EXPECT_EQ(waveInStop(Handle), MMSYSERR_NOERROR);
+    EXPECT_EQ(Got.size(), 2u);
+
+    waveInStart(Handle); // goes on counting; the feed has begun anew
+    Advance(10);
+    EXPECT_EQ(Position(), 661u + 220);
+    Queue();
+    EXPECT_EQ(waveInReset(Handle), MMSYSERR_NOERROR);
+    ASSERT_EQ(Got.size(), 4u);
+    ExpectRamp(2, 0);
+    EXPECT_TRUE(Got[3].Samples.empty());
+    EXPECT_EQ(Position(), 0u);
+}
+
+TEST_F(WaveInTest, SoundWithoutABufferIsLostAndDoesNotCount) {
+    Queue();
+    Requeue = false;
+    waveInStart(Handle);
+    Advance(100);
+    ASSERT_EQ(Got.size(), 1u);
+    EXPECT_EQ(Position(), 512u);
+    Queue();
+    EXPECT_EQ(Position(), 512u);
+    Advance(100);
+    ASSERT_EQ(Got.size(), 2u);
+    ExpectRamp(1, 2205);
+    EXPECT_EQ(Got[1].Position, 1024u);
+}
+
+TEST_F(WaveInTest, UnpluggedItLeavesTheListAndFailsButGivesEverythingBack) {
+    const Microphone other = AddMicrophone({.Name = "Other"});
+    for (int i = 0; i < 4; ++i) Queue();
+    waveInStart(Handle);
+    Advance(100);
+    EXPECT_EQ(DeviceNumber(other), 1);
+    Unplug(Mic);
+    EXPECT_EQ(DeviceNumber(Mic), -1);
+    EXPECT_EQ(DeviceNumber(other), 0);
+    EXPECT_EQ(waveInGetNumDevs(), 1u);
+    const std::size_t before = Got.size();
+    Advance(1000);
+    EXPECT_EQ(Got.size(), before);
+    MMTIME position{.wType = TIME_SAMPLES, .u = {}};
+    EXPECT_EQ(waveInGetPosition(Handle, &position, sizeof position), MMSYSERR_NODRIVER);
+    EXPECT_EQ(waveInStop(Handle), MMSYSERR_NODRIVER);
+    Requeue = false;
+    EXPECT_EQ(waveInReset(Handle), MMSYSERR_NODRIVER);
+    EXPECT_EQ(Got.size(), before + 4);
+    EXPECT_EQ(waveInStart(Handle), MMSYSERR_NODRIVER);
+}
+
+TEST_F(WaveInTest, OpensWhatTheDeviceCanDoForWhomItMay) {
+    AddMicrophone({.Name = "Mono, and a name of more than 31 characters",
+                   .Formats = 0x400,
+                   .Channels = 1,
+                   .Exclusive = true});
+    AddMicrophone({.Name = "Wide", .Formats = 0, .MoreFormats = {{48000, 2, 16}}});
+    const struct {
+        UINT Device;
+        unsigned Rate, Channels, Bits;
+        MMRESULT Result;
+    } cases[] = {{0, 22050, 2, 8, MMSYSERR_NOERROR},  {0, 11025, 1, 16, MMSYSERR_NOERROR},
+                 {0, 48000, 2, 16, WAVERR_BADFORMAT}, {0, 22050, 3, 16, WAVERR_BADFORMAT},
+                 {1, 44100, 1, 16, MMSYSERR_NOERROR}, {1, 44100, 2, 16, WAVERR_BADFORMAT},
+                 {2, 48000, 2, 16, MMSYSERR_NOERROR}, {3, 22050, 2, 8, MMSYSERR_BADDEVICEID}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.Device << ": " << c.Rate << ' ' << c.Channels);
+        const WAVEFORMATEX wave = Wave(c.Rate, c.Channels, c.Bits);
+        HWAVEIN handle = nullptr;
+        HWAVEIN second = nullptr;
+        EXPECT_EQ(waveInOpen(&handle, c.Device, &wave, 0, 0, CALLBACK_NULL), c.Result);
+        if (c.Result != MMSYSERR_NOERROR) continue;
+        EXPECT_EQ(waveInOpen(&second, c.Device, &wave, 0, 0, CALLBACK_NULL),
+                  c.Device == 1 ? MMSYSERR_ALLOCATED : MMSYSERR_NOERROR);
+        waveInClose(second);
+        EXPECT_EQ(waveInClose(handle), MMSYSERR_NOERROR);
+        EXPECT_EQ(waveInClose(handle), MMSYSERR_INVALHANDLE);
+    }
+    WAVEINCAPSA caps{};
+    ASSERT_EQ(waveInGetDevCapsA(1, &caps, sizeof caps), MMSYSERR_NOERROR);
+    EXPECT_STREQ(caps.szPname, "Mono, and a name of more than 3");
+    EXPECT_EQ(caps.dwFormats, 0x400u);
+    EXPECT_EQ(caps.wChannels, 1);
+    EXPECT_EQ(waveInGetDevCapsA(3, &caps, sizeof caps), MMSYSERR_BADDEVICEID);
+}
+
+TEST_F(WaveInTest, RefusesHeadersOutOfTurn) {
+    WAVEHDR& queued = Queue();
+    EXPECT_EQ(waveInAddBuffer(Handle, &queued, sizeof queued), WAVERR_STILLPLAYING);
+    EXPECT_EQ(waveInPrepareHeader(Handle, &queued, sizeof queued), WAVERR_STILLPLAYING);
+    EXPECT_EQ(waveInUnprepareHeader(Handle, &queued, sizeof queued), WAVERR_STILLPLAYING);
+    WAVEHDR raw{};
+    char data[4] = {};
+    raw.lpData = data;
+    raw.dwBufferLength = 3; // less than a frame
+    EXPECT_EQ(waveInAddBuffer(Handle, &raw, sizeof raw), WAVERR_UNPREPARED);
+    EXPECT_EQ(waveInPrepareHeader(Handle, &raw, sizeof raw), MMSYSERR_NOERROR);
+    EXPECT_EQ(waveInAddBuffer(Handle, &raw, sizeof raw), MMSYSERR_INVALPARAM);
+    EXPECT_EQ(waveInUnprepareHeader(Handle, &raw, sizeof raw), MMSYSERR_NOERROR);
+}
+
+} // namespace

@@ -1,0 +1,254 @@
+#include "tests/support/direct_sound.h"
+
+#include "platform/device/capture.h"
+#include "platform/machine.h"
+#include "platform/machine/fault_point.h"
+#include "platform/platform.h"
+
+#include <algorithm>
+#include <atomic>
+#include <mutex>
+
+namespace {
+
+using machine::Call;
+using machine::CaptureDevice;
+
+std::atomic<int> objects{0}; // a count, ordered by nothing
+
+// Counted, and shared as the system's objects are.
+template <class Interface>
+class Object : public Interface {
+public:
+    Object() { objects.fetch_add(1, std::memory_order_relaxed); }
+    Object(const Object&) = delete;
+    Object& operator=(const Object&) = delete;
+    HRESULT QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
+    DWORD AddRef() override { return references_.fetch_add(1, std::memory_order_relaxed) + 1; }
+    DWORD Release() override {
+        const DWORD left = references_.fetch_sub(1, std::memory_order_acq_rel) - 1;
+        if (left == 0) delete this;
+        return left;
+    }
+
+protected:
+    virtual ~Object() { objects.fetch_sub(1, std::memory_order_relaxed); }
+
+private:
+    std::atomic<DWORD> references_{1};
+};
+
+HRESULT Ordered(Call call) {
+    const auto failure = machine::OrderedFailure(call);
+    return failure ? static_cast<HRESULT>(*failure) : DS_OK;
+}
+
+class Buffer final : public Object<IDirectSoundCaptureBuffer>, private machine::CaptureOwner {
+public:
+    Buffer(CaptureDevice& device, const machine::PcmFormat& format, std::size_t bytes)
+        : frameBytes_(format.Channels * format.Bits / 8), stream_(device.Open(format, *this)),
+          ring_(bytes) {}
+
+    bool IsOpen() const { return stream_ != nullptr; }
+    HRESULT QueryInterface(REFIID id, void** object) override;
+    HRESULT GetCurrentPosition(DWORD* captured, DWORD* readable) override;
+    HRESULT Lock(DWORD offset, DWORD bytes, void** first, DWORD* firstBytes, void** second,
+                 DWORD* secondBytes, DWORD flags) override;
+    HRESULT Start(DWORD flags) override;
+    HRESULT Stop() override;
+    HRESULT Unlock(void*, DWORD, void*, DWORD) override { return DS_OK; }
+
+private:
+    struct Notify final : Object<IDirectSoundNotify> {
+        explicit Notify(Buffer& buffer) : Owner(buffer) { Owner.AddRef(); }
+        ~Notify() override { Owner.Release(); }
+        HRESULT SetNotificationPositions(DWORD count, const DSBPOSITIONNOTIFY* places) override {
+            if (const HRESULT failure = Ordered(Call::SetNotificationPositions)) return failure;
+            const std::scoped_lock lock(Owner.lock_);
+            Owner.places_.assign(places, places + count);
+            return DS_OK;
+        }
+        Buffer& Owner;
+    };
+
+    ~Buffer() override {
+        if (stream_) stream_->Stop();
+    }
+    void Captured() override;
+    std::uint64_t BytesUntil(const DSBPOSITIONNOTIFY& place) const; // locked, as the next two
+    const DSBPOSITIONNOTIFY& NextPlace() const;
+    void WriteUpTo(std::uint64_t byte);
+    DWORD InRing(std::uint64_t byte) const {
+        return static_cast<DWORD>((base_ + byte) % ring_.size());
+    }
+
+    const std::uint64_t frameBytes_;
+    std::mutex lock_; // of all below; not held while Stop waits
+    const std::unique_ptr<machine::CaptureStream> stream_;
+    std::vector<std::uint8_t> ring_;
+    std::vector<DSBPOSITIONNOTIFY> places_;
+    bool started_ = false;
+    std::uint64_t written_ = 0; // bytes since Start
+    std::uint64_t base_ = 0;    // byte of the ring where it began
+};
+
+HRESULT Buffer::QueryInterface(REFIID, void** object) {
+    if (const HRESULT failure = Ordered(Call::CaptureBufferQueryInterface)) return failure;
+    *object = static_cast<IDirectSoundNotify*>(new Notify(*this));
+    return DS_OK;
+}
+
+HRESULT Buffer::Start(DWORD) {
+    if (const HRESULT failure = Ordered(Call::CaptureBufferStart)) return failure;
+    const std::scoped_lock lock(lock_);
+    if (!stream_->Start()) return DSERR_NODRIVER;
+    started_ = true;
+    written_ = 0;
+    if (!places_.empty()) stream_->WakeAt(BytesUntil(NextPlace()) / frameBytes_);
+    return DS_OK;
+}
+
+HRESULT Buffer::Stop() {
+    if (const HRESULT failure = Ordered(Call::CaptureBufferStop)) return failure;
+    stream_->Stop();
+    const std::scoped_lock lock(lock_);
+    if (!started_) return DS_OK;
+    started_ = false;
+    WriteUpTo(stream_->Position() * frameBytes_);
+    base_ = InRing(written_);
+    written_ = 0;
+    return DS_OK;
+}
+
+// From what is written to what lies behind the place's byte.
+std::uint64_t Buffer::BytesUntil(const DSBPOSITIONNOTIFY& place) const {
+    const std::uint64_t size = ring_.size();
+    const std::uint64_t until = (place.dwOffset + 1 + size - InRing(written_)) % size;
+    return until != 0 ? until : size;
+}
+
+const DSBPOSITIONNOTIFY& Buffer::NextPlace() const {
+    return *std::ranges::min_element(
+        places_, {}, [this](const DSBPOSITIONNOTIFY& place) { return BytesUntil(place); });
+}
+
+void Buffer::Captured() {
+    const std::scoped_lock lock(lock_);
+    if (!started_) return;
+    const std::uint64_t captured = stream_->Position() * frameBytes_;
+    HANDLE last = nullptr;
+    while (written_ + BytesUntil(NextPlace()) <= captured) {
+        last = NextPlace().hEventNotify;
+        WriteUpTo(written_ + BytesUntil(NextPlace()));
+    }
+    if (last) SetEvent(last);
+    stream_->WakeAt((written_ + BytesUntil(NextPlace())) / frameBytes_);
+}
+
+void Buffer::WriteUpTo(std::uint64_t byte) {
+    while (written_ < byte) {
+        const DWORD at = InRing(written_);
+        const std::uint64_t run = std::min<std::uint64_t>(byte - written_, ring_.size() - at);
+        stream_->Read(ring_.data() + at, run / frameBytes_);
+        written_ += run;
+    }
+}
+
+HRESULT Buffer::GetCurrentPosition(DWORD* captured, DWORD* readable) {
+    if (const HRESULT failure = Ordered(Call::CaptureBufferGetCurrentPosition)) return failure;
+    const std::scoped_lock lock(lock_);
+    if (stream_->Gone()) return DSERR_NODRIVER;
+    *captured = InRing(started_ ? stream_->Position() * frameBytes_ : 0);
+    *readable = InRing(written_);
+    return DS_OK;
+}
+
+HRESULT Buffer::Lock(DWORD offset, DWORD bytes, void** first, DWORD* firstBytes, void** second,
+                     DWORD* secondBytes, DWORD) {
+    if (const HRESULT failure = Ordered(Call::CaptureBufferLock)) return failure;
+    if (offset + bytes > ring_.size()) return DSERR_INVALIDPARAM; // nobody asks for what wraps
+    *first = ring_.data() + offset;
+    *firstBytes = bytes;
+    *second = nullptr;
+    *secondBytes = 0;
+    return DS_OK;
+}
+
+class Capture final : public Object<IDirectSoundCapture> {
+public:
+    explicit Capture(std::shared_ptr<CaptureDevice> device) : device_(std::move(device)) {}
+
+    HRESULT CreateCaptureBuffer(const DSCBUFFERDESC* desc, IDirectSoundCaptureBuffer** buffer,
+                                IUnknown*) override {
+        if (const HRESULT failure = Ordered(Call::CreateCaptureBuffer)) return failure;
+        const WAVEFORMATEX& wave = *desc->lpwfxFormat;
+        const machine::PcmFormat format{wave.nSamplesPerSec, wave.nChannels, wave.wBitsPerSample};
+        if (desc->dwSize != sizeof(DSCBUFFERDESC1) || !device_->Supports(format))
+            return DSERR_BADFORMAT;
+        auto* const made = new Buffer(*device_, format, desc->dwBufferBytes);
+        if (made->IsOpen()) {
+            *buffer = made;
+            return DS_OK;
+        }
+        made->Release();
+        return DSERR_ALLOCATED;
+    }
+
+private:
+    ~Capture() override = default;
+    const std::shared_ptr<CaptureDevice> device_;
+};
+
+// A GUID of the device's address: the same for as long as the device is there.
+GUID GuidOf(const CaptureDevice& device) {
+    const auto address = reinterpret_cast<std::uintptr_t>(&device);
+    return {static_cast<std::uint32_t>(address),
+            0x6f70,
+            0x4000,
+            {0x80, 0, 0, 0, static_cast<std::uint8_t>(address >> 32), 0, 0, 0}};
+}
+
+HRESULT Enumerate(LPDSENUMCALLBACKA callback, LPVOID context) {
+    if (const HRESULT failure = Ordered(Call::DirectSoundCaptureEnumerateA)) return failure;
+    const auto devices = machine::CaptureDevices();
+    if (devices.empty()) return DS_OK;
+    if (!callback(nullptr, "Primary Sound Capture Driver", "", context)) return DS_OK;
+    for (const auto& device : devices) {
+        GUID guid = GuidOf(*device);
+        if (!callback(&guid, device->Name().c_str(), "mic.drv", context)) break;
+    }
+    return DS_OK;
+}
+
+HRESULT Create(LPCGUID guid, IDirectSoundCapture** capture, IUnknown*) {
+    if (const HRESULT failure = Ordered(Call::DirectSoundCaptureCreate)) return failure;
+    const bool any = guid == nullptr || *guid == GUID{};
+    for (const auto& device : machine::CaptureDevices()) {
+        if (!any && GuidOf(*device) != *guid) continue;
+        *capture = new Capture(device);
+        return DS_OK;
+    }
+    return DSERR_NODRIVER;
+}
+
+// By way of a type that the compiler takes for any function.
+template <class Function>
+FARPROC AsEntry(Function* entry) {
+    return reinterpret_cast<FARPROC>(reinterpret_cast<void (*)()>(entry));
+}
+
+} // namespace
+
+void SetDirectSound(DirectSound state) {
+    static const machine::ModuleExport entries[] = {
+        {"DirectSoundCaptureEnumerateA", AsEntry(&Enumerate)},
+        {"DirectSoundCaptureCreate", AsEntry(&Create)}};
+    if (state == DirectSound::Absent)
+        machine::OfferModule(nullptr, {});
+    else if (state == DirectSound::WithoutCapture)
+        machine::OfferModule("DSOUND.DLL", {});
+    else
+        machine::OfferModule("DSOUND.DLL", entries);
+}
+
+int OpenCaptureObjects() { return objects.load(std::memory_order_relaxed); }
