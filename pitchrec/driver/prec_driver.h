@@ -1,5 +1,5 @@
 // Row 1 of the driver table: the microphone as a MIDI input. The slots themselves and
-// EnablePitchRec are declared in engine/driver.h.
+// EnablePitchRec are declared in engine/driver_table.h.
 #pragma once
 
 #include "pitchrec/pitch_rec.h"
