@@ -53,6 +53,8 @@ std::string ScreenPath() {
     return slash == std::string::npos ? name : path.substr(0, slash + 1) + name;
 }
 
+// Stays loaded even where there is no display to open: its toolkit makes objects as it is loaded
+// and keeps them, so each loading anew would leak some.
 Screen* Load() {
     void* module = dlopen(ScreenPath().c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!module) {
@@ -60,9 +62,7 @@ Screen* Load() {
         return nullptr;
     }
     const auto open = reinterpret_cast<OpenScreenFunction>(dlsym(module, "OpenZorScreen"));
-    Screen* screen = open ? open(&error) : nullptr;
-    if (!screen) dlclose(module);
-    return screen;
+    return open ? open(&error) : nullptr;
 }
 
 } // namespace
