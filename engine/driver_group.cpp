@@ -14,9 +14,8 @@ namespace {
 
 // All of these belong to the host's thread, which comes in again from the message loop of a box or
 // a dialog.
-bool changing = false;             // a row is being opened or closed
-bool inDialog[DriverRows] = {};    // the row belongs to its dialog
-Generation opened = 0, closed = 0; // when the drivers were last opened and closed as a group
+bool changing = false;          // a row is being opened or closed
+bool inDialog[DriverRows] = {}; // the row belongs to its dialog
 
 // Opens the row as part of the group. False if it cannot be opened, or the host has closed the
 // group from a box meanwhile.
@@ -27,7 +26,7 @@ bool OpenRow(int index) {
         row.Error = 1;
         return false;
     }
-    if (closed > opened) {
+    if (!DriversOpen) {
         if (!inDialog[index]) row.Close();
         return false;
     }
@@ -62,7 +61,7 @@ bool OpenMIDIDrivers() {
     if (!LibraryIsUp()) return false;
     EmptyAllQueues();
     StopExternalClock();
-    opened = EndTransmissions();
+    EndTransmissions();
     DriversOpen = 1;
     changing = true;
     const bool complete = OpenAllRows();
@@ -73,11 +72,11 @@ bool OpenMIDIDrivers() {
 
 void CloseMIDIDrivers() {
     if (!DriversOpen) return;
-    closed = EndTransmissions();
+    EndTransmissions();
     DriversOpen = 0;
-    const bool outermost = !std::exchange(changing, true);
+    const bool before = std::exchange(changing, true);
     for (int index = 0; index < DriverRows; ++index) CloseRow(index);
-    if (outermost) changing = false;
+    changing = before;
 }
 
 // Closed for the dialog, but the microphone, which its dialog wants live.

@@ -20,9 +20,9 @@ Errand* Innermost() { return static_cast<Errand*>(TlsGetValue(Slot)); }
 
 bool IsCallback(const Errand& errand) { return errand.What != Errand::Kind::Transmission; }
 
-const Errand* InnermostCallback() {
+const Errand* InnermostThat(bool isCallback) {
     const Errand* errand = Innermost();
-    while (errand && !IsCallback(*errand)) errand = errand->Outer;
+    while (errand && IsCallback(*errand) != isCallback) errand = errand->Outer;
     return errand;
 }
 
@@ -48,9 +48,8 @@ Errand::~Errand() {
 }
 
 bool StillWanted() {
-    const Errand* errand = Innermost();
-    while (errand && IsCallback(*errand)) errand = errand->Outer;
-    return !errand || MayTransmit(errand->Begun);
+    const Errand* transmission = InnermostThat(false);
+    return !transmission || MayTransmit(transmission->Begun);
 }
 
 bool OnInputThread() {
@@ -60,7 +59,7 @@ bool OnInputThread() {
 }
 
 Generation CallbackBegun() {
-    const Errand* callback = InnermostCallback();
+    const Errand* callback = InnermostThat(true);
     return callback ? callback->Begun : CurrentGeneration();
 }
 

@@ -25,11 +25,6 @@ public:
     const unsigned Epoch;   // of callbacks: among which it is counted
 };
 
-class InputErrand : public Errand {
-public:
-    InputErrand() : Errand(Kind::Input) {}
-};
-
 // False once playback was killed, or the drivers were opened or closed, since the transmission that
 // this thread is inside of began; whoever finds it false sends nothing more of it. True outside
 // one. Thread: any. Real time: yes.

@@ -5,9 +5,8 @@
 // closing of the drivers; and a pump that had to put itself off, since it asks for a fresh look.
 //
 // Who works for a piece notes the number first, and looks again before each thing that it does:
-//   a pass of the pump goes on while the number stands. When it has moved the pass begins anew,
-//   with
-//     a fresh time; when the chain was ended meanwhile (stop, kill) the pass ends;
+//   a pass of the pump goes on while the number stands. When it has moved, the pass begins anew
+//     with a fresh time, or ends if the chain was ended meanwhile (stop, kill);
 //   a record that was sent is taken out of its queue unless the queue was emptied since;
 //   a transmission goes on to the next port unless playback was killed, or the drivers were opened
 //     or closed, since. A change of the time does not stop it: a note off under way still goes to
@@ -30,16 +29,11 @@ inline std::atomic<Generation> Silenced{1}; // by the last kill, opening or clos
 // Thread: any. Real time: yes, all of these.
 inline Generation CurrentGeneration() { return generation::Present.load(); }
 
-// Gives the new number. Inside a QueueSection where it goes with a change of a queue or of the
-// time.
+// Gives the new number. Inside a QueueSection where it goes with a change of queue or time.
 inline Generation RaiseGeneration() { return generation::Present.fetch_add(1) + 1; }
 
 // Raises the number, and nothing that was on its way to the drivers goes on.
-inline Generation EndTransmissions() {
-    const Generation now = RaiseGeneration();
-    generation::Silenced.store(now);
-    return now;
-}
+inline void EndTransmissions() { generation::Silenced.store(RaiseGeneration()); }
 
 // Whether a transmission that began at that number may go on.
 inline bool MayTransmit(Generation since) { return generation::Silenced.load() <= since; }

@@ -1,7 +1,6 @@
 #include "engine/receive.h"
 
 #include "engine/driver_group.h"
-#include "engine/driver_table.h"
 #include "engine/errand.h"
 #include "engine/queues.h"
 #include "engine/time_base.h"

@@ -30,7 +30,7 @@ bool XmitToDrivers(const MIDIEvent& event, Generation begun) {
     bool sent = true;
     for (MIDIDriverEntry& row : MIDIDrivers) {
         if (!row.Opened.load(std::memory_order_acquire)) continue;
-        if (!StillWanted()) break;
+        if (!MayTransmit(begun)) break;
         if (row.Xmit(&event)) continue;
         row.Error.store(1, std::memory_order_release);
         sent = false;

@@ -77,7 +77,7 @@ void MMESync(std::int16_t mode) { SyncEnabled = mode == ZOR_SYNC_EXTERNAL; }
 
 void ZORCALL MmeMidiInCallBack(void* handle, std::uint32_t message, std::uintptr_t,
                                std::uintptr_t first, std::uintptr_t second) noexcept {
-    const InputErrand errand;
+    const Errand errand(Errand::Kind::Input);
     // Acquire and release order one message's work before the next one's.
     if (MidiInBusy.exchange(1, std::memory_order_acquire)) return;
     if (message == MIM_DATA || message == MIM_MOREDATA)
