@@ -108,9 +108,11 @@ void Performance::ShowProgress(Progress& progress) const {
     progress.Show(line);
 }
 
-// What was sent last is still on its way back when the queue has run empty.
+// What was sent last is still on its way back when the queue has run empty. While less came than
+// went out, a busy machine may only be slow.
 void Performance::AwaitRest() {
-    for (int quiet = 0; quiet < 10 && !Interrupted(); ++quiet) {
+    for (int quiet = 0; quiet < (Incoming.size() < Sent().size() ? 100 : 10) && !Interrupted();
+         ++quiet) {
         const std::size_t before = Incoming.size();
         Nap(20);
         Library::TakeReceived(Incoming);

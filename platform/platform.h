@@ -36,4 +36,7 @@
 #include "platform/system/user.h"
 #include "platform/system/wave.h"
 
+// A host may have functions of the same names: none of these is one of them.
+using namespace zorsystem;
+
 #endif

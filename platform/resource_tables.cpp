@@ -1,7 +1,6 @@
 #include "platform/resource_tables.h"
 
-#include "platform/system/controls.h"
-#include "platform/system/user.h"
+#include "platform/platform.h"
 
 namespace {
 

@@ -6,6 +6,8 @@
 
 #include <cstdlib>
 
+namespace zorsystem {
+
 namespace {
 
 constexpr SIZE_T LargestBlock = 0x7FFF0000; // what the system has to give to one block
@@ -69,3 +71,5 @@ HGLOBAL GlobalFree(HGLOBAL memory) {
     if (memory) std::free(static_cast<char*>(AddressOf(memory)) - HeaderRoom);
     return nullptr;
 }
+
+} // namespace zorsystem

@@ -127,6 +127,8 @@ int OpenMixers() {
 
 } // namespace machine
 
+namespace zorsystem {
+
 using namespace machine;
 
 UINT mixerGetNumDevs() { return static_cast<UINT>(LevelDevices().size()); }
@@ -231,3 +233,5 @@ MMRESULT mixerSetControlDetails(HMIXEROBJ handle, MIXERCONTROLDETAILS* details, 
         return level->Write(values) ? MMSYSERR_NOERROR : MMSYSERR_NOTSUPPORTED;
     });
 }
+
+} // namespace zorsystem

@@ -87,6 +87,8 @@ void OfferModule(const char* name, std::span<const ModuleExport> exports) {
 
 } // namespace machine
 
+namespace zorsystem {
+
 using namespace machine;
 
 DWORD GetModuleFileNameA(HMODULE module, LPSTR path, DWORD size) {
@@ -145,3 +147,5 @@ int LoadStringA(HINSTANCE module, UINT id, LPSTR buffer, int size) {
             return static_cast<int>(GiveText(entry.Text, buffer, static_cast<std::size_t>(size)));
     return 0;
 }
+
+} // namespace zorsystem

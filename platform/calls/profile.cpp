@@ -34,6 +34,8 @@ std::optional<std::string> Value(LPCSTR section, LPCSTR key, LPCSTR file) {
 } // namespace
 } // namespace machine
 
+namespace zorsystem {
+
 using namespace machine;
 
 DWORD GetPrivateProfileStringA(LPCSTR section, LPCSTR key, LPCSTR fallback, LPSTR buffer,
@@ -59,3 +61,5 @@ BOOL WritePrivateProfileStringA(LPCSTR section, LPCSTR key, LPCSTR value, LPCSTR
     const std::string after = before.With(section, key, value);
     return after == before.Bytes() || ReplaceProfile(file, after);
 }
+
+} // namespace zorsystem

@@ -3,6 +3,8 @@
 
 #include <atomic>
 
+namespace zorsystem {
+
 namespace {
 
 constexpr DWORD SlotCount = 8;
@@ -25,3 +27,5 @@ BOOL TlsSetValue(DWORD index, LPVOID value) {
     slots[index] = value;
     return TRUE;
 }
+
+} // namespace zorsystem

@@ -58,6 +58,8 @@ std::vector<unsigned> OpenTimerPeriods() {
 
 } // namespace machine
 
+namespace zorsystem {
+
 using namespace machine;
 
 DWORD timeGetTime() { return static_cast<DWORD>(Microseconds() / 1000); }
@@ -112,3 +114,5 @@ MMRESULT timeKillEvent(UINT id) {
         return static_cast<MMRESULT>(*failure);
     return Unschedule(id) ? TIMERR_NOERROR : MMSYSERR_INVALPARAM;
 }
+
+} // namespace zorsystem

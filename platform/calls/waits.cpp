@@ -200,6 +200,8 @@ void WaitUntilLibraryThreadsWait() {
 
 } // namespace machine
 
+namespace zorsystem {
+
 using namespace machine;
 
 HANDLE CreateEventA(void* /*security*/, BOOL manualReset, BOOL signalled, LPCSTR /*name*/) {
@@ -276,3 +278,5 @@ void Sleep(DWORD milliseconds) {
     Lock lock(kernel.Lock);
     Wait(kernel, lock, {}, milliseconds);
 }
+
+} // namespace zorsystem

@@ -91,6 +91,8 @@ int OpenWaveIns() {
 
 } // namespace machine
 
+namespace zorsystem {
+
 using namespace machine;
 
 UINT waveInGetNumDevs() { return static_cast<UINT>(CaptureDevices().size()); }
@@ -177,3 +179,5 @@ MMRESULT waveInGetPosition(HWAVEIN handle, MMTIME* time, UINT size) {
         return open.Position(*time);
     });
 }
+
+} // namespace zorsystem

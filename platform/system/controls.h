@@ -3,6 +3,8 @@
 
 #include "platform/system/types.h"
 
+namespace zorsystem {
+
 constexpr DWORD BS_PUSHBUTTON = 0;
 constexpr DWORD BS_DEFPUSHBUTTON = 1;
 constexpr DWORD BS_AUTOCHECKBOX = 3;
@@ -64,3 +66,5 @@ constexpr WORD TB_ENDTRACK = 8;
 
 // The trackbar is always there; on the other system this call brings it in.
 PLATFORM_API void InitCommonControls();
+
+} // namespace zorsystem

@@ -5,6 +5,8 @@
 #include "platform/system/types.h"
 #include "platform/system/wave.h"
 
+namespace zorsystem {
+
 struct GUID {
     std::uint32_t Data1;
     std::uint16_t Data2;
@@ -88,3 +90,5 @@ protected:
 
 using LPDSENUMCALLBACKA = BOOL(CALLBACK*)(LPGUID guid, LPCSTR description, LPCSTR module,
                                           LPVOID context);
+
+} // namespace zorsystem

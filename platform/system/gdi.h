@@ -3,6 +3,8 @@
 
 #include "platform/system/types.h"
 
+namespace zorsystem {
+
 PLATFORM_HANDLE(HDC);
 PLATFORM_HANDLE(HBRUSH);
 PLATFORM_HANDLE(HPEN);
@@ -26,3 +28,5 @@ PLATFORM_API BOOL DeleteObject(HGDIOBJ object);
 // Outline in the pen, inside in the brush. right and bottom lie outside; with PS_NULL there is no
 // outline, and one pixel less at the right and at the bottom.
 PLATFORM_API BOOL Rectangle(HDC dc, int left, int top, int right, int bottom);
+
+} // namespace zorsystem

@@ -6,6 +6,8 @@
 
 #include <mutex>
 
+namespace zorsystem {
+
 // A lock that its owner may enter again. Needs no end: it may be entered until the process ends.
 struct CRITICAL_SECTION {
     std::recursive_mutex Mutex;
@@ -77,3 +79,5 @@ PLATFORM_API std::uintptr_t _beginthreadex(void* security, unsigned stackSize,
                                            unsigned(WINAPI* start)(void*), void* argument,
                                            unsigned flags, unsigned* id);
 PLATFORM_API void Sleep(DWORD milliseconds);
+
+} // namespace zorsystem

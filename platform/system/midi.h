@@ -3,6 +3,8 @@
 
 #include "platform/system/types.h"
 
+namespace zorsystem {
+
 PLATFORM_HANDLE(HMIDIIN);
 PLATFORM_HANDLE(HMIDIOUT);
 
@@ -65,3 +67,5 @@ PLATFORM_API MMRESULT midiOutClose(HMIDIOUT handle);
 PLATFORM_API MMRESULT midiOutShortMsg(HMIDIOUT handle, DWORD message);
 PLATFORM_API MMRESULT midiOutCachePatches(HMIDIOUT handle, UINT bank, WORD* patches, UINT flag);
 PLATFORM_API MMRESULT midiOutGetErrorTextA(MMRESULT code, LPSTR text, UINT size);
+
+} // namespace zorsystem

@@ -3,6 +3,8 @@
 
 #include "platform/system/types.h"
 
+namespace zorsystem {
+
 PLATFORM_HANDLE(HMIXER);
 PLATFORM_HANDLE(HMIXEROBJ);
 
@@ -117,3 +119,5 @@ PLATFORM_API MMRESULT mixerGetControlDetailsA(HMIXEROBJ mixer, MIXERCONTROLDETAI
                                               DWORD flags);
 PLATFORM_API MMRESULT mixerSetControlDetails(HMIXEROBJ mixer, MIXERCONTROLDETAILS* details,
                                              DWORD flags);
+
+} // namespace zorsystem

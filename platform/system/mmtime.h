@@ -3,6 +3,8 @@
 
 #include "platform/system/types.h"
 
+namespace zorsystem {
+
 struct TIMECAPS {
     UINT wPeriodMin;
     UINT wPeriodMax;
@@ -24,3 +26,5 @@ PLATFORM_API MMRESULT timeSetEvent(UINT delay, UINT resolution, LPTIMECALLBACK c
 // Harmless for an identifier that has expired, from inside its own callback too. Does not wait for
 // a callback under way.
 PLATFORM_API MMRESULT timeKillEvent(UINT id);
+
+} // namespace zorsystem

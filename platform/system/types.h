@@ -7,7 +7,9 @@
 #define WINAPI
 #define CALLBACK
 #define APIENTRY
-#define PLATFORM_API extern "C" __attribute__((visibility("default")))
+#define PLATFORM_API __attribute__((visibility("default")))
+
+namespace zorsystem {
 
 using BYTE = std::uint8_t;
 using WORD = std::uint16_t;
@@ -59,3 +61,13 @@ constexpr MMRESULT MMSYSERR_INVALPARAM = 11;
 constexpr int MAXPNAMELEN = 32;
 constexpr DWORD CALLBACK_NULL = 0;
 constexpr DWORD CALLBACK_FUNCTION = 0x30000;
+
+} // namespace zorsystem
+
+// The rooms below the seam use the names as the code above it does.
+namespace machine {
+using namespace zorsystem;
+}
+namespace ui {
+using namespace zorsystem;
+}

@@ -3,6 +3,8 @@
 
 #include "platform/system/types.h"
 
+namespace zorsystem {
+
 constexpr UINT MB_OK = 0;
 constexpr UINT MB_ICONHAND = 0x10;
 constexpr UINT MB_ICONEXCLAMATION = 0x30;
@@ -100,3 +102,5 @@ PLATFORM_API LONG_PTR GetWindowLongPtrA(HWND window, int index);
 // be null.
 PLATFORM_API UINT_PTR SetTimer(HWND window, UINT_PTR id, UINT milliseconds, TIMERPROC procedure);
 PLATFORM_API BOOL KillTimer(HWND window, UINT_PTR id);
+
+} // namespace zorsystem

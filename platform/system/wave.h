@@ -3,6 +3,8 @@
 
 #include "platform/system/types.h"
 
+namespace zorsystem {
+
 PLATFORM_HANDLE(HWAVEIN);
 
 struct WAVEFORMATEX {
@@ -75,3 +77,5 @@ PLATFORM_API MMRESULT waveInStart(HWAVEIN handle);
 PLATFORM_API MMRESULT waveInStop(HWAVEIN handle);
 PLATFORM_API MMRESULT waveInReset(HWAVEIN handle);
 PLATFORM_API MMRESULT waveInGetPosition(HWAVEIN handle, MMTIME* time, UINT size);
+
+} // namespace zorsystem

@@ -14,6 +14,8 @@
 #include <string>
 #include <string_view>
 
+namespace zorsystem {
+
 using namespace ui;
 
 namespace {
@@ -269,16 +271,18 @@ BOOL KillTimer(HWND window, UINT_PTR id) {
 
 void InitCommonControls() {}
 
+} // namespace zorsystem
+
 namespace machine {
 
 HWND CreateHostWindow(WindowProcedure procedure) {
-    return NewHostHandle([heard = std::move(procedure)](UINT message, WPARAM first, LPARAM second) {
+    return ui::NewHostHandle([heard = std::move(procedure)](UINT message, WPARAM first, LPARAM second) {
         if (heard) heard(message, first, second);
     });
 }
 
-bool CloseDialog() { return Post(openDialog, WM_CLOSE, 0, 0); }
+bool CloseDialog() { return ui::Post(zorsystem::openDialog, WM_CLOSE, 0, 0); }
 
-void DestroyHostWindow(HWND window) { DropHandle(window); }
+void DestroyHostWindow(HWND window) { ui::DropHandle(window); }
 
 } // namespace machine

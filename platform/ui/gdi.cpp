@@ -11,6 +11,8 @@
 #include <memory>
 #include <utility>
 
+namespace zorsystem {
+
 namespace {
 
 struct Object {
@@ -127,5 +129,7 @@ BOOL Rectangle(HDC dc, int left, int top, int right, int bottom) {
     canvas.Fill(left + 1, top + 1, right - 1, bottom - 1, context->Brush->Colour);
     return TRUE;
 }
+
+} // namespace zorsystem
 
 int machine::DrawingObjects() { return static_cast<int>(objects.size() + contexts.size()); }

@@ -15,6 +15,8 @@
 
 extern char** environ;
 
+namespace zorsystem {
+
 namespace {
 
 std::vector<machine::StartedProgram> started;
@@ -54,6 +56,8 @@ HINSTANCE ShellExecuteA(HWND, LPCSTR, LPCSTR file, LPCSTR parameters, LPCSTR, in
     }
     return reinterpret_cast<HINSTANCE>(found ? Started : FileNotFound);
 }
+
+} // namespace zorsystem
 
 std::vector<machine::StartedProgram> machine::TakeStartedPrograms() {
     return std::exchange(started, {});

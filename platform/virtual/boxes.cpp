@@ -48,6 +48,8 @@ void SetFocusWindow(void* window) { focus = window; }
 
 } // namespace machine
 
+namespace zorsystem {
+
 int MessageBoxA(HWND owner, LPCSTR text, LPCSTR caption, UINT flags) {
     using namespace machine;
     // A box without a caption is an error box.
@@ -67,3 +69,5 @@ int MessageBoxA(HWND owner, LPCSTR text, LPCSTR caption, UINT flags) {
 }
 
 HWND GetFocus() { return static_cast<HWND>(machine::focus.load()); }
+
+} // namespace zorsystem

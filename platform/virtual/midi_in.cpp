@@ -114,6 +114,8 @@ bool CallBackMidi(int input, unsigned message, std::uintptr_t first, std::uintpt
 
 } // namespace machine
 
+namespace zorsystem {
+
 using namespace machine;
 
 UINT midiInGetNumDevs() {
@@ -199,3 +201,5 @@ MMRESULT midiInClose(HMIDIIN handle) {
     CallBack(midi, lock, *device, listener, MIM_CLOSE, 0, 0);
     return MMSYSERR_NOERROR;
 }
+
+} // namespace zorsystem

@@ -144,6 +144,8 @@ std::vector<std::uint16_t> CachedPatches(int output) {
 
 } // namespace machine
 
+namespace zorsystem {
+
 using namespace machine;
 
 UINT midiOutGetNumDevs() {
@@ -231,3 +233,5 @@ MMRESULT midiOutCachePatches(HMIDIOUT handle, UINT /*bank*/, WORD* patches, UINT
     if (!(device->Support & MIDICAPS_CACHE)) return MMSYSERR_NOTSUPPORTED;
     return Cache(*device, patches, flag);
 }
+
+} // namespace zorsystem

@@ -45,6 +45,7 @@ const char* MidiErrorText(MMRESULT code) {
 
 } // namespace machine
 
+namespace zorsystem {
 namespace {
 
 MMRESULT GiveText(MMRESULT code, LPSTR text, UINT size) {
@@ -66,3 +67,5 @@ MMRESULT midiInGetErrorTextA(MMRESULT code, LPSTR text, UINT size) {
 MMRESULT midiOutGetErrorTextA(MMRESULT code, LPSTR text, UINT size) {
     return GiveText(code, text, size);
 }
+
+} // namespace zorsystem
