@@ -8,7 +8,7 @@
 namespace zorhost {
 
 namespace {
-constexpr std::int16_t InputSlots = 16384;
+constexpr std::int16_t InputSlots = 32767; // as many as there can be: a busy machine takes late
 constexpr std::int16_t OutputSlots = 4096;
 
 void SendNow(std::int16_t channel, std::uint8_t status, std::uint8_t data1, std::uint8_t data2) {

@@ -68,7 +68,7 @@ TEST(Play, EveryMessageOfAFileLargerThanTheQueuesComesBackInOrder) {
         if (format == 1) tracks.push_back({{0, Tempo(300000)}, {9000, Tempo(600000)}});
         const int channels = format == 1 ? 5 : 1;
         for (int i = 0; i < channels; ++i) {
-            tracks.push_back(RandomTrack(static_cast<unsigned>(i), i * 3, 12000 / channels));
+            tracks.push_back(RandomTrack(static_cast<unsigned>(i), i * 3, 8000 / channels));
         }
         const std::string piece = WriteMidi("large.mid", format, 960, tracks);
         const std::string copy = InFolder("large-copy.mid");
