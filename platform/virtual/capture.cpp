@@ -1,10 +1,8 @@
 // The virtual microphone: hears a feed, is paced by the machine's clock, and can get into trouble
 // on demand.
-#include "platform/device/capture.h"
-
-#include "platform/device/clock.h"
 #include "platform/machine/capture.h"
-#include "platform/machine/clock.h"
+#include "platform/device/clock.h"
+#include "platform/device/roster.h"
 #include "platform/machine/power.h"
 #include "platform/virtual/feed.h"
 #include "platform/virtual/level.h"
@@ -239,13 +237,12 @@ std::mutex microphonesLock;
 std::vector<std::shared_ptr<VirtualMicrophone>> microphones; // of this machine, also those gone
 
 // Who still has one open finds it gone.
-void Reset() {
+const AtPowerOn atPowerOn([] {
     const std::scoped_lock lock(microphonesLock);
     for (const auto& microphone : microphones) microphone->Unplug();
     microphones.clear();
-    ForgetCaptureDevices();
-}
-const AtPowerOn atPowerOn(Reset);
+    Roster<CaptureDevice>::Forget();
+});
 
 // Null for one that was never added, or was forgotten at a PowerOn.
 std::shared_ptr<VirtualMicrophone> Find(Microphone microphone) {
@@ -261,7 +258,7 @@ Microphone AddMicrophone(const MicrophoneModel& model) {
     if (model.WithMixer) microphone->MixerOfIt = AddMixer(MicrophoneMixer(model.Name));
     const std::scoped_lock lock(microphonesLock);
     microphones.push_back(microphone);
-    AddCaptureDevice(std::move(microphone));
+    Roster<CaptureDevice>::Add(std::move(microphone));
     return Microphone{static_cast<int>(microphones.size()) - 1};
 }
 

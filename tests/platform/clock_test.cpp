@@ -51,24 +51,10 @@ TEST_F(Clock, AChainOfOneShotsKeepsItsGridAcrossTheWrap) {
     EXPECT_EQ(GetTickCount(), 29u);
 }
 
-TEST_F(Clock, StepsFromOneThingDueToTheNext) {
-    Expiries expiries;
-    Set(expiries, 20);
-    Set(expiries, 20);
-    Set(expiries, 70);
-    EXPECT_TRUE(machine::AdvanceToNext(100));
-    EXPECT_EQ(expiries.At, (Dues{1020, 1020}));
-    EXPECT_FALSE(machine::AdvanceToNext(10));
-    EXPECT_EQ(timeGetTime(), 1030u);
-    EXPECT_TRUE(machine::AdvanceToNext(40));
-    EXPECT_EQ(timeGetTime(), 1070u);
-}
-
 TEST_F(Clock, CallbacksCannotMoveTime) {
     Expiries expiries;
     expiries.Then = [](UINT) {
         machine::Advance(50);
-        EXPECT_FALSE(machine::AdvanceToNext(50));
         Sleep(50);
     };
     Set(expiries, 10);
@@ -83,7 +69,6 @@ TEST_F(Clock, KillingATimer) {
     const UINT pending = Set(expiries, 10);
     EXPECT_EQ(timeKillEvent(pending), TIMERR_NOERROR);
     EXPECT_EQ(timeKillEvent(pending), MMSYSERR_INVALPARAM);
-    EXPECT_EQ(timeKillEvent(0), MMSYSERR_INVALPARAM);
 
     // From inside its own callback, with a new one set already: the new one stays.
     expiries.Then = [&](UINT id) {

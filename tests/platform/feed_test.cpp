@@ -209,8 +209,8 @@ TEST(FileFeed, SaysWhatIsWrongWithAFile) {
         EXPECT_NE(told.Error.find(path), std::string::npos);
         return told.Error;
     };
-    EXPECT_NE(problem(file.Path()).find("no such file"), std::string::npos);
-    EXPECT_NE(problem(folder).find("folder"), std::string::npos);
+    EXPECT_NE(problem(file.Path()).find("No such file"), std::string::npos);
+    EXPECT_NE(problem(folder).find("directory"), std::string::npos);
     EXPECT_NE(problem(write("")).find("empty"), std::string::npos);
     EXPECT_NE(problem(write("do re mi fa so la ti do")).find("not a sound file"),
               std::string::npos);

