@@ -25,9 +25,10 @@ Handles<LevelDevice>& Open() {
 }
 const AtPowerOn atPowerOn([] { Open().TakeAll(); });
 
-// Goes on with the mixer of the handle.
+// Counts the call and goes on with the mixer of the handle.
 template <class Operation>
-MMRESULT WithMixer(HMIXEROBJ handle, Operation operation) {
+MMRESULT WithMixer(Call call, HMIXEROBJ handle, Operation operation) {
+    if (const Failure failure{call}) return failure;
     const auto mixer = Open().Find(handle);
     if (!mixer) return MMSYSERR_INVALHANDLE;
     return mixer->Gone() ? MMSYSERR_NODRIVER : operation(*mixer);
@@ -55,8 +56,9 @@ const LevelLine* FindLine(const LevelDevice& mixer, DWORD id) {
 
 // Goes on with the control of a record and the values in it.
 template <class Operation>
-MMRESULT WithLevel(HMIXEROBJ handle, const MIXERCONTROLDETAILS& details, Operation operation) {
-    return WithMixer(handle, [&](const LevelDevice& mixer) {
+MMRESULT WithLevel(Call call, HMIXEROBJ handle, const MIXERCONTROLDETAILS& details,
+                   Operation operation) {
+    return WithMixer(call, handle, [&](const LevelDevice& mixer) {
         const LevelLine* line = FindLine(mixer, details.dwControlID >> 8);
         const auto* level = line ? At(line->Levels, (details.dwControlID & 0xFF) - 1) : nullptr;
         if (!level) return MIXERR_INVALCONTROL;
@@ -105,8 +107,7 @@ MMRESULT mixerClose(HMIXER handle) {
 
 // A destination by its type, or a source by its place.
 MMRESULT mixerGetLineInfoA(HMIXEROBJ handle, MIXERLINEA* told, DWORD flags) {
-    if (const Failure failure{Call::mixerGetLineInfoA}) return failure;
-    return WithMixer(handle, [=](const LevelDevice& mixer) {
+    return WithMixer(Call::mixerGetLineInfoA, handle, [=](const LevelDevice& mixer) {
         DWORD destination = told->dwDestination;
         DWORD source = told->dwSource;
         if (flags == MIXER_GETLINEINFOF_COMPONENTTYPE) {
@@ -130,8 +131,7 @@ MMRESULT mixerGetLineInfoA(HMIXEROBJ handle, MIXERLINEA* told, DWORD flags) {
 
 // The first control of a type.
 MMRESULT mixerGetLineControlsA(HMIXEROBJ handle, MIXERLINECONTROLSA* query, DWORD /*flags*/) {
-    if (const Failure failure{Call::mixerGetLineControlsA}) return failure;
-    return WithMixer(handle, [=](const LevelDevice& mixer) {
+    return WithMixer(Call::mixerGetLineControlsA, handle, [=](const LevelDevice& mixer) {
         const LevelLine* line = FindLine(mixer, query->dwLineID);
         if (!line) return MIXERR_INVALLINE;
         const auto level = std::ranges::find(line->Levels, query->dwControlType,
@@ -149,14 +149,12 @@ MMRESULT mixerGetLineControlsA(HMIXEROBJ handle, MIXERLINECONTROLSA* query, DWOR
 }
 
 MMRESULT mixerGetControlDetailsA(HMIXEROBJ handle, MIXERCONTROLDETAILS* details, DWORD) {
-    if (const Failure failure{Call::mixerGetControlDetailsA}) return failure;
-    return WithLevel(handle, *details,
+    return WithLevel(Call::mixerGetControlDetailsA, handle, *details,
                      [](Level& level, auto values) { return level.Read(values); });
 }
 
 MMRESULT mixerSetControlDetails(HMIXEROBJ handle, MIXERCONTROLDETAILS* details, DWORD) {
-    if (const Failure failure{Call::mixerSetControlDetails}) return failure;
-    return WithLevel(handle, *details,
+    return WithLevel(Call::mixerSetControlDetails, handle, *details,
                      [](Level& level, auto values) { return level.Write(values); });
 }
 

@@ -239,9 +239,11 @@ const AtPowerOn atPowerOn([] {
     AnswerPositionsIn(0);
 });
 
-// Goes on with what is open under the handle.
+// Counts the call and goes on with what is open under the handle.
 template <class... Parameters, class... Arguments>
-MMRESULT On(HWAVEIN handle, MMRESULT (WaveIn::*operation)(Parameters...), Arguments&... arguments) {
+MMRESULT On(Call call, HWAVEIN handle, MMRESULT (WaveIn::*operation)(Parameters...),
+            Arguments&... arguments) {
+    if (const Failure failure{call}) return failure;
     const auto open = Open().Find(handle);
     return open ? ((*open).*operation)(arguments...) : MMSYSERR_INVALHANDLE;
 }
@@ -300,8 +302,7 @@ MMRESULT waveInOpen(HWAVEIN* handle, UINT number, const WAVEFORMATEX* wave, DWOR
 }
 
 MMRESULT waveInClose(HWAVEIN handle) {
-    if (const Failure failure{Call::waveInClose}) return failure;
-    if (const MMRESULT fault = On(handle, &WaveIn::MayClose)) return fault;
+    if (const MMRESULT fault = On(Call::waveInClose, handle, &WaveIn::MayClose)) return fault;
     const auto closed = Open().Take(handle);
     if (!closed) return MMSYSERR_INVALHANDLE;
     closed->Abandon();
@@ -310,38 +311,19 @@ MMRESULT waveInClose(HWAVEIN handle) {
 }
 
 MMRESULT waveInPrepareHeader(HWAVEIN handle, WAVEHDR* header, UINT /*size*/) {
-    if (const Failure failure{Call::waveInPrepareHeader}) return failure;
-    return On(handle, &WaveIn::Prepare, *header);
+    return On(Call::waveInPrepareHeader, handle, &WaveIn::Prepare, *header);
 }
-
 MMRESULT waveInUnprepareHeader(HWAVEIN handle, WAVEHDR* header, UINT /*size*/) {
-    if (const Failure failure{Call::waveInUnprepareHeader}) return failure;
-    return On(handle, &WaveIn::Unprepare, *header);
+    return On(Call::waveInUnprepareHeader, handle, &WaveIn::Unprepare, *header);
 }
-
 MMRESULT waveInAddBuffer(HWAVEIN handle, WAVEHDR* header, UINT /*size*/) {
-    if (const Failure failure{Call::waveInAddBuffer}) return failure;
-    return On(handle, &WaveIn::Add, *header);
+    return On(Call::waveInAddBuffer, handle, &WaveIn::Add, *header);
 }
-
-MMRESULT waveInStart(HWAVEIN handle) {
-    if (const Failure failure{Call::waveInStart}) return failure;
-    return On(handle, &WaveIn::Start);
-}
-
-MMRESULT waveInStop(HWAVEIN handle) {
-    if (const Failure failure{Call::waveInStop}) return failure;
-    return On(handle, &WaveIn::Stop);
-}
-
-MMRESULT waveInReset(HWAVEIN handle) {
-    if (const Failure failure{Call::waveInReset}) return failure;
-    return On(handle, &WaveIn::Reset);
-}
-
+MMRESULT waveInStart(HWAVEIN handle) { return On(Call::waveInStart, handle, &WaveIn::Start); }
+MMRESULT waveInStop(HWAVEIN handle) { return On(Call::waveInStop, handle, &WaveIn::Stop); }
+MMRESULT waveInReset(HWAVEIN handle) { return On(Call::waveInReset, handle, &WaveIn::Reset); }
 MMRESULT waveInGetPosition(HWAVEIN handle, MMTIME* time, UINT /*size*/) {
-    if (const Failure failure{Call::waveInGetPosition}) return failure;
-    return On(handle, &WaveIn::Position, *time);
+    return On(Call::waveInGetPosition, handle, &WaveIn::Position, *time);
 }
 
 } // namespace zorsystem

@@ -1,6 +1,5 @@
 // What a capture hears of a file: samples, rates, channels, ends and broken files.
 #include "platform/virtual/feed.h"
-#include "platform/virtual/pcm.h"
 #include "tests/platform/ramp.h"
 
 #include <gtest/gtest.h>
@@ -74,23 +73,6 @@ std::vector<float> Take(FeedReader& reader, std::size_t frames, unsigned channel
 
 float Sine(double frequency, double seconds) {
     return static_cast<float>(0.5 * std::sin(2 * std::numbers::pi * frequency * seconds));
-}
-
-TEST(Pcm, RoundsClipsAndKeepsWhatWasPcmBefore) {
-    for (int value = -32768; value < 32768; ++value) {
-        const float sample = static_cast<float>(value) / 32768.0f;
-        std::int16_t word = 0;
-        machine::ToPcm(&sample, 1, 16, &word);
-        ASSERT_EQ(word, value);
-    }
-    const std::vector<float> in = {0, -1, 1, 2, -2, NAN, 127 / 128.0f, 0.4f / 128, -0.6f / 128};
-    std::vector<std::uint8_t> bytes(in.size());
-    machine::ToPcm(in.data(), in.size(), 8, bytes.data());
-    EXPECT_EQ(bytes, (std::vector<std::uint8_t>{128, 0, 255, 255, 0, 128, 255, 128, 127}));
-    std::vector<std::int16_t> words(in.size());
-    machine::ToPcm(in.data(), 5, 16, words.data());
-    EXPECT_EQ(words[2], 32767);
-    EXPECT_EQ(words[4], -32768);
 }
 
 TEST(FileFeed, SameRateAndChannelsComeThroughToTheBit) {
