@@ -154,15 +154,6 @@ TEST(FileFeed, AReaderThatJoinsLaterHearsTheSame) {
     }
 }
 
-TEST(FileFeed, OtherChannelsHearTheirMean) {
-    const TempFile file("five.wav");
-    WriteSound(file.Path(), SF_FORMAT_WAV | SF_FORMAT_FLOAT, 22050, 5, 5000,
-               [](std::uint64_t, unsigned channel) { return channel == 4 ? -0.5f : 0.25f; });
-    for (const unsigned channels : {1u, 2u})
-        for (const float sample : Take(*OpenFeed(file.Path())(0, 22050, channels), 5000, channels))
-            ASSERT_FLOAT_EQ(sample, 0.1f);
-}
-
 TEST(FileFeed, TellsOfItsEndAndIsSilentBehindIt) {
     const TempFile file("short.wav");
     WriteSound(file.Path(), SF_FORMAT_WAV | SF_FORMAT_PCM_16, 44100, 1, 4410,

@@ -194,9 +194,9 @@ TEST_F(WaveInTest, OpensWhatTheDeviceCanDoForWhomItMay) {
         UINT Device;
         unsigned Rate, Channels, Bits;
         MMRESULT Result;
-    } cases[] = {{0, 22050, 2, 8, MMSYSERR_NOERROR},  {0, 11025, 1, 16, MMSYSERR_NOERROR},
-                 {0, 48000, 2, 16, WAVERR_BADFORMAT}, {1, 44100, 1, 16, MMSYSERR_NOERROR},
-                 {1, 44100, 2, 16, WAVERR_BADFORMAT}, {2, 48000, 2, 16, MMSYSERR_NOERROR},
+    } cases[] = {{0, 22050, 2, 8, MMSYSERR_NOERROR},    {0, 11025, 1, 16, MMSYSERR_NOERROR},
+                 {0, 48000, 2, 16, WAVERR_BADFORMAT},   {1, 44100, 1, 16, MMSYSERR_NOERROR},
+                 {1, 44100, 2, 16, WAVERR_BADFORMAT},   {2, 48000, 2, 16, MMSYSERR_NOERROR},
                  {3, 22050, 2, 8, MMSYSERR_BADDEVICEID}};
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << c.Device << ": " << c.Rate << ' ' << c.Channels);
