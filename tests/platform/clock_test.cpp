@@ -32,18 +32,6 @@ UINT Set(Expiries& expiries, UINT delay) {
 
 using Clock = SteppedTest;
 
-TEST_F(Clock, TimersComeAtTheirMillisecondInOrderOfTime) {
-    Expiries expiries;
-    for (const UINT delay : {30u, 5u, 500u, 5u, 1u}) EXPECT_NE(Set(expiries, delay), 0u);
-    EXPECT_EQ(machine::PendingTimers(), (Dues{1001, 1005, 1005, 1030, 1500}));
-    machine::Advance(4);
-    EXPECT_EQ(expiries.At, (Dues{1001}));
-    machine::Advance(1000);
-    EXPECT_EQ(expiries.At, (Dues{1001, 1005, 1005, 1030, 1500}));
-    EXPECT_EQ(timeGetTime(), 2004u);
-    EXPECT_TRUE(machine::PendingTimers().empty());
-}
-
 TEST_F(Clock, AChainOfOneShotsKeepsItsGridAcrossTheWrap) {
     machine::UseSteppedClock(0xFFFFFFF0u);
     Expiries expiries;
@@ -85,24 +73,6 @@ TEST_F(Clock, KillingATimer) {
     Set(expiries, 10);
     machine::Advance(100);
     EXPECT_EQ(expiries.At, (Dues{1010, 1015}));
-}
-
-TEST_F(Clock, PeriodsAndDelaysKeepToTheRangeThatIsTold) {
-    machine::SetTimerCaps(2, 100);
-    TIMECAPS caps{};
-    EXPECT_EQ(timeGetDevCaps(&caps, sizeof caps), TIMERR_NOERROR);
-    EXPECT_EQ(caps.wPeriodMin, 2u);
-    EXPECT_EQ(caps.wPeriodMax, 100u);
-    Expiries expiries;
-    for (const UINT milliseconds : {0u, 1u, 2u, 100u, 101u}) {
-        const bool possible = milliseconds >= 2 && milliseconds <= 100;
-        EXPECT_EQ(Set(expiries, milliseconds) != 0, possible) << milliseconds;
-        EXPECT_EQ(timeBeginPeriod(milliseconds) == TIMERR_NOERROR, possible) << milliseconds;
-    }
-    EXPECT_EQ(machine::OpenTimerPeriods(), (std::vector<unsigned>{2, 100}));
-    EXPECT_EQ(timeEndPeriod(100), TIMERR_NOERROR);
-    EXPECT_EQ(timeEndPeriod(100), TIMERR_NOCANDO);
-    EXPECT_EQ(machine::OpenTimerPeriods(), (std::vector<unsigned>{2}));
 }
 
 // With the real clock no more can be said of a timer than that it never comes early, in whichever

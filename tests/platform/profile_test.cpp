@@ -92,9 +92,8 @@ TEST_F(Profile, ReadsIntegers) {
         std::int32_t Value;
     };
     for (const Case& c :
-         {Case{"4", 4}, Case{"-1", -1}, Case{"+12", 12}, Case{"007", 7}, Case{"\"5\"", 5},
-          Case{"12abc", 12}, Case{"abc", 0}, Case{"0x10", 0}, Case{"- 3", 0}, Case{"3.9", 3},
-          Case{"4294967295", -1}, Case{"4294967298", 2}, Case{"", 99}, Case{"  8 ; eight", 8}}) {
+         {Case{"-1", -1}, Case{"+12", 12}, Case{"\"5\"", 5}, Case{"abc", 0}, Case{"- 3", 0},
+          Case{"4294967298", 2}, Case{"", 99}, Case{"  8 ; eight", 8}}) {
         Put("[S]\nk="s + c.Text + "\n");
         EXPECT_EQ(static_cast<std::int32_t>(GetPrivateProfileIntA("S", "k", 99, Path.c_str())),
                   c.Value)
