@@ -38,12 +38,12 @@ int main(void) {
     ZorXmit(ZOR_QUEUE_OUTPUT, &note);
     ZorXmit(ZOR_QUEUE_OUTPUT, &rest);
     const ZorBool played = ZorXmitEmpty(1);
-    const long end = (long)ZorTimeMIDI(0);
+    const int32_t end = ZorTimeMIDI(0);
     const ZorBool back = ZorRcv(&heard, 0);
     ZorStopMIDI();
     MIDISysTerm();
-    printf("played %d, ended at %ld ms, heard %02X %d at %ld ms\n", played, end, heard.Status,
-           heard.Data1, (long)heard.Time);
+    printf("played %d, ended at %d ms, heard %02X %d at %d ms\n", played, end, heard.Status,
+           heard.Data1, heard.Time);
     /* A clock of the host's would read the time since its computer was switched on. */
     return played && back && heard.Status == 0x90 && heard.Data1 == 60 && heard.Time >= 20 &&
                    heard.Time <= end && end >= 60 && end < 600000
