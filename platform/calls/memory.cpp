@@ -40,7 +40,9 @@ LPVOID GlobalLock(HGLOBAL memory) {
 // Blocks stay where they are, so that locks need no count.
 BOOL GlobalUnlock(HGLOBAL /*memory*/) { return FALSE; }
 
-HGLOBAL GlobalHandle(const void* address) { return static_cast<const HGLOBAL*>(address)[-1]; }
+HGLOBAL GlobalHandle(const void* address) {
+    return address ? static_cast<const HGLOBAL*>(address)[-1] : nullptr;
+}
 
 // Null for success.
 HGLOBAL GlobalFree(HGLOBAL memory) {
