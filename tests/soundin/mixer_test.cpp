@@ -29,7 +29,7 @@ MixerControl MuteControl() {
 
 MixerLine Line(std::uint32_t type, std::vector<MixerControl> controls,
                std::vector<MixerLine> sources = {}, unsigned channels = 2) {
-    return {type, "Line", channels, std::move(controls), std::move(sources)};
+    return {type, channels, std::move(controls), std::move(sources)};
 }
 
 class MixerTest : public CaptureTest {
