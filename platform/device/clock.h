@@ -7,7 +7,7 @@
 // - Actions of a lane run one at a time, by due time, equal times in the order of scheduling, never
 //   before they are due. What was forgotten before it began does not begin.
 // - A lane's thread goes before ordinary ones as far as the system lets it: a timer that comes late
-//   is heard. The other lane is sound, and may never hold it up.
+//   is heard. So does that of MIDI input. The other lane is sound. None may ever hold up another.
 // - Threads outlive everything: the process ends, or the library is unloaded, without a word to
 //   them, so nothing that they touch is ever destroyed. LetActionsEnd is called before code goes.
 // - No lock is held while an action runs, so that an action may call anything here.
@@ -18,6 +18,7 @@
 
 #include "platform/machine/clock.h"
 
+#include <array>
 #include <cstdint>
 #include <vector>
 
@@ -25,7 +26,8 @@ namespace machine {
 
 // With the real clock each lane is a thread. With the stepped clock all lanes run inside Advance,
 // in one order.
-enum class Lane { Timers, Audio };
+enum class Lane { Timers, Midi, Audio };
+inline constexpr std::array Lanes{Lane::Timers, Lane::Midi, Lane::Audio};
 
 using Action = void (*)(void* context, std::uintptr_t argument);
 using Token = std::uint32_t; // never 0, and not used again for 2^32 actions
@@ -61,6 +63,9 @@ std::vector<std::uint64_t> PendingDues(Action action);
 // Waits until no other thread is inside an action, for five seconds at the most: for a module
 // that is about to leave memory, which a callback may still be in. Real time: no.
 void LetActionsEnd();
+
+// How often the clock has been changed: what was meant for an earlier one is over. Real time: yes.
+std::uint32_t ClockChanges();
 
 // ---- stepped time and waits --------------------------------------------------------------------
 // A thread that waits for an object lets stepped time pass if it is the one that moves it. A clock

@@ -18,8 +18,6 @@ namespace {
 using RealClock = std::chrono::steady_clock;
 static_assert(RealClock::is_steady);
 
-constexpr std::array Lanes{Lane::Timers, Lane::Audio};
-
 // The action that a thread is inside of: a lane's, or with the stepped clock the steering thread's.
 struct Runner {
     std::thread::id Thread; // none
@@ -52,6 +50,7 @@ using Lock = std::unique_lock<std::mutex>;
 
 std::atomic<bool> stepped{false};
 std::atomic<std::uint64_t> steppedNow{0};
+std::atomic<std::uint32_t> changes{0};
 std::atomic<std::thread::id> steeringThread;
 std::mutex steerLock; // one thread at a time moves stepped time
 
@@ -82,7 +81,7 @@ void Run(Clock& clock, Lock& lock, Runner& runner, const PendingAction& action) 
 // ordinary again.
 void Hasten(Lane lane) {
     prctl(PR_SET_TIMERSLACK, 1);
-    if (lane != Lane::Timers) return;
+    if (lane == Lane::Audio) return;
     sched_param parameters{};
     parameters.sched_priority = sched_get_priority_min(SCHED_FIFO) + 10;
     sched_setscheduler(0, SCHED_FIFO | SCHED_RESET_ON_FORK, &parameters);
@@ -103,7 +102,8 @@ void RunOrWait(Clock& clock, Lock& lock, Lane lane) {
 
 void* LaneMain(void* argument) {
     const auto lane = static_cast<Lane>(reinterpret_cast<std::uintptr_t>(argument));
-    pthread_setname_np(pthread_self(), lane == Lane::Timers ? "zor-timers" : "zor-audio");
+    constexpr std::array names{"zor-timers", "zor-midi", "zor-audio"}; // as Lanes
+    pthread_setname_np(pthread_self(), names[static_cast<std::size_t>(lane)]);
     Hasten(lane);
     Clock& clock = The();
     for (Lock lock(clock.Lock);;) RunOrWait(clock, lock, lane);
@@ -146,6 +146,7 @@ void ChangeClock(bool toStepped, std::uint64_t start, std::thread::id steering) 
     Clock& clock = The();
     Lock lock(clock.Lock);
     Forget(clock, nullptr);
+    changes.fetch_add(1, std::memory_order_release);
     steppedNow.store(start, std::memory_order_relaxed);
     stepped.store(toStepped, std::memory_order_release);
     for (LaneState& state : clock.States) state.Wake.notify_all();
@@ -158,10 +159,12 @@ void StandAt(std::uint64_t time) {
         steppedNow.store(time, std::memory_order_release);
 }
 
-// The lane whose first action comes before the other's.
+// The lane whose first action comes before the others'.
 Lane NextLane(const ActionQueue& queue) {
-    const PendingAction *const timer = queue.First(Lane::Timers), *sound = queue.First(Lane::Audio);
-    return !timer || (sound && *sound < *timer) ? Lane::Audio : Lane::Timers;
+    return *std::ranges::min_element(Lanes, [&queue](Lane a, Lane b) {
+        const PendingAction *const first = queue.First(a), *second = queue.First(b);
+        return first && (!second || *first < *second);
+    });
 }
 
 // Moves stepped time to the first thing due by the limit and runs it. False if there is none.
@@ -233,6 +236,8 @@ std::vector<std::uint64_t> PendingDues(Action action) {
 std::uint64_t ActionDue() { return running ? running->Due : Microseconds(); }
 Token ActionToken() { return running ? running->Id : 0; }
 bool InsideAction() { return running != nullptr; }
+
+std::uint32_t ClockChanges() { return changes.load(std::memory_order_acquire); }
 
 bool ThisThreadSteers() {
     return ClockIsStepped() &&

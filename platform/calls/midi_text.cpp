@@ -1,12 +1,13 @@
 // The texts of the MIDI calls' error codes.
-#include "platform/virtual/midi_devices.h"
+#include "platform/system/midi.h"
 
-#include <algorithm>
-#include <cstring>
+#include <cstdio>
 
-namespace machine {
+namespace zorsystem {
+namespace {
 
-const char* MidiErrorText(MMRESULT code) {
+// The text of an error as the system has it; null for a number that means nothing.
+const char* TextOf(MMRESULT code) {
     switch (code) {
     case MMSYSERR_NOERROR:
         return "The command was carried out.";
@@ -43,19 +44,11 @@ const char* MidiErrorText(MMRESULT code) {
     }
 }
 
-} // namespace machine
-
-namespace zorsystem {
-namespace {
-
 MMRESULT GiveText(MMRESULT code, LPSTR text, UINT size) {
     if (!text) return MMSYSERR_INVALPARAM;
-    if (size == 0) return MMSYSERR_NOERROR;
-    const char* const message = machine::MidiErrorText(code);
-    const std::size_t length = message ? std::min(std::strlen(message), std::size_t{size} - 1) : 0;
-    if (message) std::memcpy(text, message, length);
-    text[length] = '\0';
-    return message ? MMSYSERR_NOERROR : MMSYSERR_BADERRNUM;
+    const char* const found = TextOf(code);
+    std::snprintf(text, size, "%s", found ? found : "");
+    return found ? MMSYSERR_NOERROR : MMSYSERR_BADERRNUM;
 }
 
 } // namespace

@@ -1,0 +1,87 @@
+// What the calls of MIDI input and output share.
+#pragma once
+
+#include "platform/device/midi.h"
+#include "platform/machine/fault_point.h"
+#include "platform/system/midi.h"
+
+#include <algorithm>
+#include <mutex>
+
+namespace machine {
+
+constexpr MMRESULT ErrorOf(MidiResult result) {
+    constexpr MMRESULT errors[] = {MMSYSERR_NOERROR, MMSYSERR_ALLOCATED, MMSYSERR_NODRIVER,
+                                   MIDIERR_NOTREADY, MMSYSERR_NOMEM};
+    return errors[static_cast<int>(result)];
+}
+
+// A device held open. Stream is null before it is opened and once it has been closed.
+struct MidiPort {
+    explicit MidiPort(std::shared_ptr<MidiDevice> device) : Device(std::move(device)) {}
+    const std::shared_ptr<MidiDevice> Device;
+    std::uintptr_t Handle = 0; // given before anybody else sees the port
+    std::mutex Lock;           // of the stream, and of what the derived one keeps
+    std::unique_ptr<MidiStream> Stream;
+};
+
+// The ports of one way, by handle. Thread: any. Locked for moments only.
+template <class Port>
+class MidiPorts {
+public:
+    // Handles are odd one way and even the other, so that none passes for the other's. One that was
+    // handed back never comes again.
+    explicit MidiPorts(std::uintptr_t before) : Last(before) {}
+
+    // Opens the port. Its device is taken first, so that whoever comes second finds it in use.
+    MMRESULT Open(const std::shared_ptr<Port>& port, std::shared_ptr<MidiReceiver> receiver) {
+        if (!Take(port)) return MMSYSERR_ALLOCATED;
+        std::unique_ptr<MidiStream> stream;
+        const MidiResult result = port->Device->Open(std::move(receiver), stream);
+        if (result != MidiResult::Done) Remove(*port);
+        const std::scoped_lock lock(port->Lock);
+        port->Stream = std::move(stream);
+        return ErrorOf(result);
+    }
+    void Remove(const Port& port) {
+        const std::scoped_lock lock(Lock);
+        std::erase_if(Ports, [&port](const auto& each) { return each.get() == &port; });
+    }
+    // The port of a handle, null for none.
+    std::shared_ptr<Port> Of(const void* handle) {
+        const auto value = reinterpret_cast<std::uintptr_t>(handle);
+        return Find([value](const Port& port) { return port.Handle == value; });
+    }
+    // The port that holds the device of that number, null for none.
+    std::shared_ptr<Port> On(MidiWay way, int number) {
+        const auto device = MidiDeviceAt(way, static_cast<std::uint64_t>(number));
+        return Find([&device](const Port& port) { return port.Device == device; });
+    }
+    std::vector<std::shared_ptr<Port>> All() {
+        const std::scoped_lock lock(Lock);
+        return Ports;
+    }
+
+private:
+    bool Take(const std::shared_ptr<Port>& port) {
+        const std::scoped_lock lock(Lock);
+        for (const auto& other : Ports)
+            if (other->Device == port->Device) return false;
+        port->Handle = Last += 2;
+        Ports.push_back(port);
+        return true;
+    }
+    template <class Test>
+    std::shared_ptr<Port> Find(Test test) {
+        const std::scoped_lock lock(Lock);
+        const auto found =
+            std::ranges::find_if(Ports, [&](const auto& each) { return test(*each); });
+        return found != Ports.end() ? *found : nullptr;
+    }
+
+    std::mutex Lock;
+    std::uintptr_t Last;
+    std::vector<std::shared_ptr<Port>> Ports;
+};
+
+} // namespace machine

@@ -1,0 +1,233 @@
+// MIDI ports in memory: messages that leave an output arrive, after their latency, at the inputs
+// that its cables lead to.
+#include "platform/virtual/midi.h"
+
+#include "platform/device/clock.h"
+#include "platform/machine/midi.h"
+#include "platform/machine/power.h"
+
+#include <algorithm>
+
+namespace machine {
+namespace {
+
+struct UnderWay {
+    std::uint64_t Due; // microseconds
+    std::uint64_t Number;
+    std::shared_ptr<VirtualInput> To;
+    std::uint32_t Message;
+
+    // What comes last is the least: a heap then has on top what comes first.
+    bool operator<(const UnderWay& other) const {
+        return Due != other.Due ? Due > other.Due : Number > other.Number;
+    }
+};
+
+// All messages on their way, in memory of their own and brought by a thread of their own: a flood
+// of them neither waits for the timers nor takes the room that these need.
+class Traffic {
+public:
+    void Prepare();
+    bool Add(std::shared_ptr<VirtualInput> to, std::uint32_t message, std::uint64_t latency);
+
+private:
+    static constexpr std::size_t Most = 1u << 16; // as many as a cable between processes holds
+
+    static void ArriveFirst(void* traffic, std::uintptr_t) {
+        static_cast<Traffic*>(traffic)->ArriveFirst();
+    }
+    void ArriveFirst();
+    UnderWay TakeFirst(); // locked, as the next two
+    bool Arm();
+    void FollowClock();
+
+    std::mutex Lock; // of all below; held for moments
+    std::vector<UnderWay> Heap;
+    std::uint64_t Last = 0;
+    Token Armed = 0; // the clock's, for the first one
+    std::uint32_t OnClock = 0;
+};
+
+// Never destroyed, since the clock's threads run until the process ends.
+Traffic& The() {
+    static Traffic& traffic = *new Traffic;
+    return traffic;
+}
+
+// Fetches thread and memory, so that sending does not.
+void Traffic::Prepare() {
+    StartLane(Lane::Midi);
+    const std::scoped_lock lock(Lock);
+    Heap.reserve(Most);
+}
+
+bool Traffic::Add(std::shared_ptr<VirtualInput> to, std::uint32_t message, std::uint64_t latency) {
+    const std::scoped_lock lock(Lock);
+    FollowClock();
+    if (Heap.size() >= Most) return false;
+    Heap.push_back({Microseconds() + latency, ++Last, std::move(to), message});
+    std::ranges::push_heap(Heap, std::less<>());
+    if (Heap.front().Number != Last || Arm()) return true;
+    TakeFirst(); // the clock has no thread for it
+    return false;
+}
+
+void Traffic::ArriveFirst() {
+    std::unique_lock lock(Lock);
+    FollowClock();
+    if (ActionToken() != Armed) return; // another one has come before it meanwhile
+    const UnderWay first = TakeFirst();
+    Armed = 0;
+    if (!Heap.empty()) Arm();
+    lock.unlock();
+    first.To->Arrive(first.Message, first.Due);
+}
+
+UnderWay Traffic::TakeFirst() {
+    std::ranges::pop_heap(Heap, std::less<>());
+    UnderWay first = std::move(Heap.back());
+    Heap.pop_back();
+    return first;
+}
+
+bool Traffic::Arm() {
+    Unschedule(Armed);
+    Armed = Schedule(Lane::Midi, Heap.front().Due, ArriveFirst, this);
+    return Armed != 0;
+}
+
+// What was under way on an earlier clock is over.
+void Traffic::FollowClock() {
+    const std::uint32_t clock = ClockChanges();
+    if (std::exchange(OnClock, clock) == clock) return;
+    Heap.clear();
+    Armed = 0;
+}
+
+class OutputStream final : public MidiStream {
+public:
+    explicit OutputStream(std::shared_ptr<VirtualOutput> device) : Device(std::move(device)) {}
+    MidiResult Send(std::uint32_t message) override { return Device->Send(message); }
+
+private:
+    const std::shared_ptr<VirtualOutput> Device;
+};
+
+// The first device of that name that is there or, if gone, has left; null for none.
+std::shared_ptr<MidiDevice> Named(MidiWay way, const std::string& name, bool gone) {
+    for (const auto& device : KnownMidiDevices(way))
+        if (device->Name == name && device->Gone() == gone) return device;
+    return nullptr;
+}
+
+template <class Device, class... More>
+int Plug(MidiWay way, const std::string& name, More... more) {
+    std::shared_ptr<MidiDevice> device = Named(way, name, true);
+    if (device) {
+        device->Return();
+    } else {
+        const auto alike = std::ranges::count(KnownMidiDevices(way), name,
+                                              [](const auto& other) { return other->Name; });
+        const std::string id = alike == 0 ? name : name + " #" + std::to_string(alike + 1);
+        AddMidiDevice(device = std::make_shared<Device>(id, name, more...));
+    }
+    return static_cast<int>(NumberOf(way, device.get()));
+}
+
+void Unplug(MidiWay way, const std::string& name) {
+    if (const auto device = Named(way, name, false)) device->Leave();
+}
+
+const AtPowerOn atPowerOn(ForgetMidiDevices);
+
+// A host that does not steer the machine finds one output whose messages come back at one input.
+[[maybe_unused]] const bool loopback = [] {
+    Connect(AddMidiOutput("Loopback"), AddMidiInput("Loopback"), 1);
+    return true;
+}();
+
+} // namespace
+
+MidiResult VirtualInput::Open(std::shared_ptr<MidiReceiver> receiver,
+                              std::unique_ptr<MidiStream>& stream) {
+    if (Gone()) return MidiResult::Gone;
+    The().Prepare();
+    stream = std::make_unique<MidiStream>();
+    const std::scoped_lock lock(Lock);
+    Receiver = receiver;
+    return MidiResult::Done;
+}
+
+bool VirtualInput::Bring(std::uint32_t message, std::uint64_t latency) {
+    return Gone() || The().Add(shared_from_this(), message, latency);
+}
+
+void VirtualInput::Arrive(std::uint32_t message, std::uint64_t microseconds) {
+    std::unique_lock lock(Lock);
+    const auto receiver = Receiver.lock();
+    lock.unlock();
+    if (receiver && !Gone()) receiver->Received(message, microseconds);
+}
+
+void VirtualInput::SetSource(std::shared_ptr<void> source) {
+    const std::scoped_lock lock(Lock);
+    Source.swap(source);
+}
+
+MidiResult VirtualOutput::Open(std::shared_ptr<MidiReceiver>, std::unique_ptr<MidiStream>& stream) {
+    if (Gone()) return MidiResult::Gone;
+    The().Prepare();
+    stream = std::make_unique<OutputStream>(shared_from_this());
+    return MidiResult::Done;
+}
+
+MidiResult VirtualOutput::Send(std::uint32_t message) {
+    if (Gone()) return MidiResult::Gone;
+    const std::scoped_lock lock(Lock);
+    bool carried = true;
+    for (const Cable& cable : Cables) carried = cable.To->Bring(message, cable.Latency) && carried;
+    if (Sink) Sink(message);
+    return carried ? MidiResult::Done : MidiResult::Full;
+}
+
+void VirtualOutput::Connect(std::shared_ptr<VirtualInput> input, std::uint64_t latency) {
+    const std::scoped_lock lock(Lock);
+    Cables.push_back({std::move(input), latency});
+}
+
+void VirtualOutput::SetSink(MidiSink sink) {
+    const std::scoped_lock lock(Lock);
+    Sink.swap(sink);
+}
+
+std::shared_ptr<VirtualInput> FindVirtualInput(int number) {
+    return std::dynamic_pointer_cast<VirtualInput>(
+        MidiDeviceAt(MidiWay::In, static_cast<std::uint64_t>(number)));
+}
+
+std::shared_ptr<VirtualOutput> FindVirtualOutput(int number) {
+    return std::dynamic_pointer_cast<VirtualOutput>(
+        MidiDeviceAt(MidiWay::Out, static_cast<std::uint64_t>(number)));
+}
+
+int AddMidiInput(const std::string& name) { return Plug<VirtualInput>(MidiWay::In, name); }
+
+int AddMidiOutput(const std::string& name, std::uint32_t support) {
+    return Plug<VirtualOutput>(MidiWay::Out, name, support);
+}
+
+void Connect(int output, int input, std::uint32_t latencyMilliseconds) {
+    const auto from = FindVirtualOutput(output);
+    auto to = FindVirtualInput(input);
+    if (from && to) from->Connect(std::move(to), std::uint64_t{latencyMilliseconds} * 1000);
+}
+
+void RemoveMidiDevices() { ForgetMidiDevices(); }
+void UnplugMidiInput(const std::string& name) { Unplug(MidiWay::In, name); }
+void UnplugMidiOutput(const std::string& name) { Unplug(MidiWay::Out, name); }
+
+void ReceiveMidi(int input, std::uint32_t packed) {
+    if (const auto device = FindVirtualInput(input)) device->Bring(packed, 0);
+}
+
+} // namespace machine
