@@ -59,7 +59,7 @@ private:
     void Sweep(Heap& heap);
 
     std::vector<Entry> Entries; // written once at the start, so that no page is missing later
-    std::array<Heap, Lanes.size()> Heaps;
+    std::array<Heap, 2> Heaps;
     Token Last = 0;
     Token Taken = 0;
 };
