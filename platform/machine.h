@@ -7,7 +7,6 @@
 // boxes printed on standard error, nothing recorded. Whoever steers begins with PowerOn.
 #pragma once
 
-#include "platform/machine/bridge.h"
 #include "platform/machine/capture.h"
 #include "platform/machine/clock.h"
 #include "platform/machine/faults.h"

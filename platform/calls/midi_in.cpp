@@ -83,14 +83,14 @@ void InputPort::Received(std::uint32_t message, std::uint64_t microseconds) {
 
 bool InputPort::CallBack(UINT message, DWORD_PTR first, DWORD_PTR second) {
     Locked lock(Lock);
-    if (!Stream) return false;
+    if (Closed) return false;
     Tell(lock, message, first, second);
     return true;
 }
 
 MMRESULT InputPort::Start() {
     const Locked lock(Lock);
-    if (!Stream) return MMSYSERR_INVALHANDLE;
+    if (Closed) return MMSYSERR_INVALHANDLE;
     if (Device->Gone()) return MMSYSERR_NODRIVER;
     if (!Started) StartTime = Milliseconds(Microseconds());
     Started = true;
@@ -101,7 +101,7 @@ MMRESULT InputPort::Start() {
 // could fail: whoever holds its handle gets rid of it.
 MMRESULT InputPort::Stop() {
     Locked lock(Lock);
-    if (!Stream) return MMSYSERR_INVALHANDLE;
+    if (Closed) return MMSYSERR_INVALHANDLE;
     Silence(lock);
     return MMSYSERR_NOERROR;
 }
@@ -109,11 +109,10 @@ MMRESULT InputPort::Stop() {
 MMRESULT InputPort::Close() {
     Locked lock(Lock);
     // Closed at once, so that no other thread begins a callback or closes it as well meanwhile.
-    std::unique_ptr<MidiStream> stream = std::move(Stream);
-    if (!stream) return MMSYSERR_INVALHANDLE;
+    if (std::exchange(Closed, true)) return MMSYSERR_INVALHANDLE;
     Silence(lock);
     lock.unlock();
-    stream.reset();
+    Device->Close();
     Ports().Remove(*this);
     return MMSYSERR_NOERROR;
 }

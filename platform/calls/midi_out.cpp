@@ -97,11 +97,11 @@ MidiResult OutputPort::Carry(std::uint32_t message) {
     if (status < 0x80 || status == 0xF0 || status == 0xF7) return MidiResult::Done;
     const std::uint32_t wire = OnTheWire(message);
     KeepSounding(wire);
-    return Stream->Send(wire);
+    return Device->Send(wire);
 }
 
 MMRESULT OutputPort::Check() {
-    if (!Stream) return MMSYSERR_INVALHANDLE;
+    if (Closed) return MMSYSERR_INVALHANDLE;
     if (!Device->Gone()) return MMSYSERR_NOERROR;
     Sounding.reset(); // it has fallen silent, and will be when it returns
     return MMSYSERR_NODRIVER;
@@ -128,8 +128,8 @@ MMRESULT OutputPort::Reset() {
 
 MMRESULT OutputPort::Close() {
     std::unique_lock lock(Lock);
-    if (!Stream) return MMSYSERR_INVALHANDLE;
-    Stream.reset();
+    if (std::exchange(Closed, true)) return MMSYSERR_INVALHANDLE;
+    Device->Close();
     lock.unlock();
     Ports().Remove(*this);
     return MMSYSERR_NOERROR;

@@ -16,13 +16,13 @@ constexpr MMRESULT ErrorOf(MidiResult result) {
     return errors[static_cast<int>(result)];
 }
 
-// A device held open. Stream is null before it is opened and once it has been closed.
+// An open device.
 struct MidiPort {
     explicit MidiPort(std::shared_ptr<MidiDevice> device) : Device(std::move(device)) {}
     const std::shared_ptr<MidiDevice> Device;
     std::uintptr_t Handle = 0; // given before anybody else sees the port
-    std::mutex Lock;           // of the stream, and of what the derived one keeps
-    std::unique_ptr<MidiStream> Stream;
+    std::mutex Lock;           // of all below, and of what the derived one keeps
+    bool Closed = false;
 };
 
 // The ports of one way, by handle. Thread: any. Locked for moments only.
@@ -34,13 +34,11 @@ public:
     explicit MidiPorts(std::uintptr_t before) : Last(before) {}
 
     // Opens the port. Its device is taken first, so that whoever comes second finds it in use.
-    MMRESULT Open(const std::shared_ptr<Port>& port, std::shared_ptr<MidiReceiver> receiver) {
+    MMRESULT Open(const std::shared_ptr<Port>& port,
+                  const std::shared_ptr<MidiReceiver>& receiver) {
         if (!Take(port)) return MMSYSERR_ALLOCATED;
-        std::unique_ptr<MidiStream> stream;
-        const MidiResult result = port->Device->Open(std::move(receiver), stream);
+        const MidiResult result = port->Device->Open(receiver);
         if (result != MidiResult::Done) Remove(*port);
-        const std::scoped_lock lock(port->Lock);
-        port->Stream = std::move(stream);
         return ErrorOf(result);
     }
     void Remove(const Port& port) {

@@ -7,9 +7,10 @@
 // - Actions of a lane run one at a time, by due time, equal times in the order of scheduling, never
 //   before they are due. What was forgotten before it began does not begin.
 // - A lane's thread goes before ordinary ones as far as the system lets it: a timer that comes late
-//   is heard. So does that of MIDI input. The other lane is sound. None may ever hold up another.
+//   is heard. The other lane is sound, and may never hold it up.
 // - Threads outlive everything: the process ends, or the library is unloaded, without a word to
-//   them, so nothing that they touch is ever destroyed. LetActionsEnd is called before code goes.
+// them,
+//   so nothing that they touch is ever destroyed. LetActionsEnd is called before code goes.
 // - No lock is held while an action runs, so that an action may call anything here.
 // - Changing the clock drops what is to come, and is over when no action of the old one runs on.
 // Thread and real time: everything here may be called from any thread, inside actions too. "Real
@@ -18,7 +19,6 @@
 
 #include "platform/machine/clock.h"
 
-#include <array>
 #include <cstdint>
 #include <vector>
 
@@ -26,8 +26,7 @@ namespace machine {
 
 // With the real clock each lane is a thread. With the stepped clock all lanes run inside Advance,
 // in one order.
-enum class Lane { Timers, Midi, Audio };
-inline constexpr std::array Lanes{Lane::Timers, Lane::Midi, Lane::Audio};
+enum class Lane { Timers, Audio };
 
 using Action = void (*)(void* context, std::uintptr_t argument);
 using Token = std::uint32_t; // never 0, and not used again for 2^32 actions

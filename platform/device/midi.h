@@ -1,35 +1,39 @@
 // The seam of MIDI. Above it midiIn and midiOut keep handles, check arguments and call applications
 // back; below it a back end carries short messages to and from one kind of port.
 //
-// To write the next back end: derive a MidiDevice and a MidiStream, announce each port once by
-// AddMidiDevice when it is first found, and say Leave and Return as it is pulled out and plugged in
-// again. Nothing else is asked: who holds which port, what sounds on it, and that no application is
-// called back behind its close, is kept above. The suite in tests/platform/midi_contract_test.cpp
-// is what it has to pass. The virtual ports (virtual/midi.cpp) are the example.
+// To write the next back end: derive a MidiDevice, announce each port once by AddMidiDevice when it
+// is first found, and say Leave and Return as it is pulled out and plugged in again. Nothing else
+// is asked: who holds which port, what sounds on it, and that no application is called back behind
+// its close, is kept above. The suite in tests/platform/midi_contract_test.cpp is what it has to
+// pass. The virtual ports (virtual/midi.cpp) are the example.
 //
-// Identity. A port that can both send and receive is two devices. A device is one object for as
-// long as the machine is on, whether it is there or not. Its Id says which one it is among those of
-// its way: the same whenever it is plugged in, and nobody else's. It is made of what the system
-// calls the port and its place among those of equal names, never of a number that the system gives
-// out anew. Name is what people see, and may be borne by several. Numbers. None here. midiIn and
-// midiOut number the devices that are there by their places in the list, as the system does, so a
-// number moves down when one before it leaves, and back to where it was when that one returns.
-// Whoever means a device keeps its object or its name, not its number.
+// Identity. A port that both sends and receives is two devices. A device is one object for as long
+// as the machine is on, whether it is there or not. Its Id says which one it is among those of its
+// way: the same whenever it is plugged in, and nobody else's. It is made of what the system calls
+// the port and its place among those of equal names, never of a number that the system gives out
+// anew. Name is what people see, and may be borne by several.
 //
-// Streams. A stream stands for a device held open, which above the seam it is once at a time. When
-// the device leaves, the stream stays: an output says Gone at each Send, an input falls silent.
-// When it returns, the back end joins the stream to it again and both go on.
+// Numbers. None here. midiIn and midiOut number the devices that are there by their places in the
+// list, as the system does, so a number moves down when one before it leaves, and back to where it
+// was when that one returns. Whoever means a device keeps its object or its name, not its number.
+//
+// Leaving. An open device that leaves stays open: an output says Gone at each Send, an input falls
+// silent. When it returns, the back end joins it again by itself and both go on.
 //
 // Messages are whole: the status in the lowest byte, never a running one and never F0 or F7, then
 // as many data bytes as MidiDataBytes says, each below 128, and zeros.
 //
-// Threads. Devices are asked by any thread. A stream gets one call at a time, streams of different
-// devices get theirs at once. Received comes on a thread of the back end's, which is not the
-// clock's timer lane (music that is played must not wait for music that comes in), one message of
-// an input at a time, in order, never from within Send; with the stepped clock it comes inside
-// Advance. Real time. Send and Received are: they allocate nothing, and wait for nothing but a lock
-// of the port's own that is held for moments; a device that takes no more says Full instead. Open,
-// and destroying a stream, may take their time. Failure. None is thrown, nothing is printed.
+// Threads. Open, Send and Close of a device come one at a time, those of different devices at once;
+// all else is asked by any thread. Received comes on a thread of the back end's choice, one message
+// of an input at a time, in order, never from within Send; with the stepped clock inside Advance.
+// The library throws away what comes in while it transmits, and what it plays it transmits on the
+// clock's timer lane: a message that is handed on there, through Schedule, is safe from that.
+//
+// Real time. Send and Received are: they allocate nothing, and wait for nothing but a lock of the
+// port's own that is held for moments; a device that takes no more says Full instead. Open and
+// Close may take their time.
+//
+// Failure. None is thrown, nothing is printed.
 #pragma once
 
 #include <atomic>
@@ -48,23 +52,16 @@ enum class MidiResult {
     InUse, // another program has the device for itself
     Gone,  // it is not there, or has just left
     Full,  // it has no room; later it may
-    Failed // what a stream needs cannot be had
+    Failed // memory, a thread or the like cannot be had
 };
 
 // Whoever takes what comes in.
 class MidiReceiver {
 public:
     virtual ~MidiReceiver() = default;
-    // microseconds: when it came in, on the machine's clock; not in the future. May destroy the
-    // stream that it comes from.
+    // microseconds: when it came in, on the machine's clock; not in the future. May close the
+    // device that it comes from.
     virtual void Received(std::uint32_t message, std::uint64_t microseconds) = 0;
-};
-
-class MidiStream {
-public:
-    virtual ~MidiStream() = default; // waits for nobody: a Received may be under way still
-    // Done, Gone or Full. Nobody sends to an input.
-    virtual MidiResult Send(std::uint32_t /*message*/) { return MidiResult::Gone; }
 };
 
 class MidiDevice {
@@ -79,11 +76,12 @@ public:
     bool Gone() const { return HasLeft.load(std::memory_order_acquire); }
     virtual std::uint32_t Support() const { return 0; } // dwSupport of an output's capabilities
 
-    // stream is set if it is Done. A back end holds the receiver, which is null for an output, so
-    // that it is still there for a message that crosses the end of its stream.
-    virtual MidiResult Open(std::shared_ptr<MidiReceiver> receiver,
-                            std::unique_ptr<MidiStream>& stream) = 0;
-
+    // Only while it is closed. Done, InUse, Gone or Failed. An output gets no receiver; an input
+    // holds its own while it calls it, so that a close does not wait for a message under way.
+    virtual MidiResult Open(const std::shared_ptr<MidiReceiver>& receiver) = 0;
+    virtual void Close() = 0;
+    // Done, Gone or Full. Only to an open output.
+    virtual MidiResult Send(std::uint32_t /*message*/) { return MidiResult::Gone; }
     // It has left for good, and lets go of all that it holds beyond this process.
     virtual void Forgotten() {}
 

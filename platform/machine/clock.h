@@ -6,7 +6,7 @@
 
 namespace machine {
 
-// The real clock: timeGetTime runs, and a thread for each calls back timers and MIDI input.
+// The real clock: timeGetTime runs, and one thread calls back timers and MIDI input in order.
 // Changing the clock drops everything that is still to come on the old one.
 void UseRealClock();
 

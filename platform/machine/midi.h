@@ -24,6 +24,20 @@ int AddMidiOutput(const std::string& name, std::uint32_t support = 0);
 // 65,536 messages are under way the outputs refuse more with MIDIERR_NOTREADY.
 void Connect(int output, int input, std::uint32_t latencyMilliseconds = 0);
 
+// Cables between the machines of different processes: what one program sends to a bridged output
+// arrives at the bridged inputs of others, without hardware. A cable has a name. Any number of
+// outputs and inputs, in any programs of the same user that have the same runtime folder, may hang
+// on it; every input gets what every output sends, each output's messages in order, stamped as they
+// arrive. Sending never waits, whatever the others do. 65,536 messages wait for a program that is
+// slow or stands still; one that has more to come misses the oldest of them, and nobody else any. A
+// program that has gone leaves nothing that anybody has to wait for.
+//
+// Hangs a device on the cable of that name; an empty name takes it off. Other cables stay as they
+// are. False if there is no such device, or no shared memory or thread to be had. It ends with the
+// device (RemoveMidiDevices, PowerOn) or the process; what was sent by then still arrives.
+bool BridgeOutput(int output, const std::string& name);
+bool BridgeInput(int input, const std::string& name);
+
 // Removes all MIDI devices and cables for good. An open handle finds its device gone.
 void RemoveMidiDevices();
 

@@ -7,12 +7,12 @@ namespace machine {
 ActionQueue::ActionQueue() : Table(Slots) {
     Spare.reserve(Slots);
     for (Token id = 0; id < Slots; ++id)
-        Orders[0].insert({.Due = 0, .Run = nullptr, .Context = nullptr, .Argument = 0, .Id = id});
-    while (!Orders[0].empty()) Spare.push_back(Orders[0].extract(Orders[0].begin()));
+        Lanes[0].insert({.Due = 0, .Run = nullptr, .Context = nullptr, .Argument = 0, .Id = id});
+    while (!Lanes[0].empty()) Spare.push_back(Lanes[0].extract(Lanes[0].begin()));
 }
 
 const PendingAction* ActionQueue::First(Lane lane) const {
-    const Order& order = Orders[static_cast<std::size_t>(lane)];
+    const Order& order = Lanes[static_cast<std::size_t>(lane)];
     return order.empty() ? nullptr : &*order.begin();
 }
 
@@ -48,7 +48,7 @@ bool ActionQueue::Remove(Token token) {
 
 std::vector<std::uint64_t> ActionQueue::Dues(Action run) const {
     std::vector<std::uint64_t> dues;
-    for (const Order& order : Orders)
+    for (const Order& order : Lanes)
         for (const PendingAction& action : order)
             if (action.Run == run) dues.push_back(action.Due);
     return dues;

@@ -33,10 +33,10 @@ public:
     Token Add(Lane lane, PendingAction action);  // 0 if it is full
     PendingAction TakeFirst(Lane lane);
     bool Remove(Token token); // false if it has been taken or removed
-    // Removes every action that the test is true for, on all lanes.
+    // Removes every action that the test is true for, on both lanes.
     template <class Test>
     void RemoveIf(Test test) {
-        for (Order& order : Orders)
+        for (Order& order : Lanes)
             for (auto at = order.begin(); at != order.end();) {
                 const auto next = std::next(at);
                 if (test(*at)) Extract(order, at);
@@ -57,11 +57,11 @@ private:
         Order::iterator At{};
     };
 
-    Order& Of(Lane lane) { return Orders[static_cast<std::size_t>(lane)]; }
+    Order& Of(Lane lane) { return Lanes[static_cast<std::size_t>(lane)]; }
     Slot& Of(Token token) { return Table[token % Slots]; }
     void Extract(Order& order, Order::iterator at);
 
-    std::array<Order, Lanes.size()> Orders;
+    std::array<Order, 2> Lanes;
     std::vector<Order::node_type> Spare;
     std::vector<Slot> Table;
     Token Last = 0;

@@ -18,6 +18,8 @@ namespace {
 using RealClock = std::chrono::steady_clock;
 static_assert(RealClock::is_steady);
 
+constexpr std::array Lanes{Lane::Timers, Lane::Audio};
+
 // The action that a thread is inside of: a lane's, or with the stepped clock the steering thread's.
 struct Runner {
     std::thread::id Thread; // none
@@ -81,7 +83,7 @@ void Run(Clock& clock, Lock& lock, Runner& runner, const PendingAction& action) 
 // ordinary again.
 void Hasten(Lane lane) {
     prctl(PR_SET_TIMERSLACK, 1);
-    if (lane == Lane::Audio) return;
+    if (lane != Lane::Timers) return;
     sched_param parameters{};
     parameters.sched_priority = sched_get_priority_min(SCHED_FIFO) + 10;
     sched_setscheduler(0, SCHED_FIFO | SCHED_RESET_ON_FORK, &parameters);
@@ -102,8 +104,7 @@ void RunOrWait(Clock& clock, Lock& lock, Lane lane) {
 
 void* LaneMain(void* argument) {
     const auto lane = static_cast<Lane>(reinterpret_cast<std::uintptr_t>(argument));
-    constexpr std::array names{"zor-timers", "zor-midi", "zor-audio"}; // as Lanes
-    pthread_setname_np(pthread_self(), names[static_cast<std::size_t>(lane)]);
+    pthread_setname_np(pthread_self(), lane == Lane::Timers ? "zor-timers" : "zor-audio");
     Hasten(lane);
     Clock& clock = The();
     for (Lock lock(clock.Lock);;) RunOrWait(clock, lock, lane);
@@ -159,12 +160,10 @@ void StandAt(std::uint64_t time) {
         steppedNow.store(time, std::memory_order_release);
 }
 
-// The lane whose first action comes before the others'.
+// The lane whose first action comes before the other's.
 Lane NextLane(const ActionQueue& queue) {
-    return *std::ranges::min_element(Lanes, [&queue](Lane a, Lane b) {
-        const PendingAction *const first = queue.First(a), *second = queue.First(b);
-        return first && (!second || *first < *second);
-    });
+    const PendingAction *const timer = queue.First(Lane::Timers), *sound = queue.First(Lane::Audio);
+    return !timer || (sound && *sound < *timer) ? Lane::Audio : Lane::Timers;
 }
 
 // Moves stepped time to the first thing due by the limit and runs it. False if there is none.

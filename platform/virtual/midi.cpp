@@ -23,8 +23,8 @@ struct UnderWay {
     }
 };
 
-// All messages on their way, in memory of their own and brought by a thread of their own: a flood
-// of them neither waits for the timers nor takes the room that these need.
+// All messages on their way, in memory of their own, so that a flood of them takes no room of the
+// timers'. They arrive on the timers' lane, where none meets what is being played.
 class Traffic {
 public:
     void Prepare();
@@ -56,7 +56,7 @@ Traffic& The() {
 
 // Fetches thread and memory, so that sending does not.
 void Traffic::Prepare() {
-    StartLane(Lane::Midi);
+    StartLane(Lane::Timers);
     const std::scoped_lock lock(Lock);
     Heap.reserve(Most);
 }
@@ -92,7 +92,7 @@ UnderWay Traffic::TakeFirst() {
 
 bool Traffic::Arm() {
     Unschedule(Armed);
-    Armed = Schedule(Lane::Midi, Heap.front().Due, ArriveFirst, this);
+    Armed = Schedule(Lane::Timers, Heap.front().Due, ArriveFirst, this);
     return Armed != 0;
 }
 
@@ -104,15 +104,6 @@ void Traffic::FollowClock() {
     Armed = 0;
 }
 
-class OutputStream final : public MidiStream {
-public:
-    explicit OutputStream(std::shared_ptr<VirtualOutput> device) : Device(std::move(device)) {}
-    MidiResult Send(std::uint32_t message) override { return Device->Send(message); }
-
-private:
-    const std::shared_ptr<VirtualOutput> Device;
-};
-
 // The first device of that name that is there or, if gone, has left; null for none.
 std::shared_ptr<MidiDevice> Named(MidiWay way, const std::string& name, bool gone) {
     for (const auto& device : KnownMidiDevices(way))
@@ -121,7 +112,8 @@ std::shared_ptr<MidiDevice> Named(MidiWay way, const std::string& name, bool gon
 }
 
 template <class Device, class... More>
-int Plug(MidiWay way, const std::string& name, More... more) {
+int Plug(const std::string& name, More... more) {
+    constexpr MidiWay way = Device::Direction;
     std::shared_ptr<MidiDevice> device = Named(way, name, true);
     if (device) {
         device->Return();
@@ -148,13 +140,10 @@ const AtPowerOn atPowerOn(ForgetMidiDevices);
 
 } // namespace
 
-MidiResult VirtualInput::Open(std::shared_ptr<MidiReceiver> receiver,
-                              std::unique_ptr<MidiStream>& stream) {
+MidiResult VirtualInput::Open(const std::shared_ptr<MidiReceiver>& receiver) {
     if (Gone()) return MidiResult::Gone;
     The().Prepare();
-    stream = std::make_unique<MidiStream>();
-    const std::scoped_lock lock(Lock);
-    Receiver = receiver;
+    SetReceiver(receiver);
     return MidiResult::Done;
 }
 
@@ -164,9 +153,14 @@ bool VirtualInput::Bring(std::uint32_t message, std::uint64_t latency) {
 
 void VirtualInput::Arrive(std::uint32_t message, std::uint64_t microseconds) {
     std::unique_lock lock(Lock);
-    const auto receiver = Receiver.lock();
+    const auto receiver = Receiver;
     lock.unlock();
     if (receiver && !Gone()) receiver->Received(message, microseconds);
+}
+
+void VirtualInput::SetReceiver(std::shared_ptr<MidiReceiver> receiver) {
+    const std::scoped_lock lock(Lock);
+    Receiver.swap(receiver);
 }
 
 void VirtualInput::SetSource(std::shared_ptr<void> source) {
@@ -174,10 +168,9 @@ void VirtualInput::SetSource(std::shared_ptr<void> source) {
     Source.swap(source);
 }
 
-MidiResult VirtualOutput::Open(std::shared_ptr<MidiReceiver>, std::unique_ptr<MidiStream>& stream) {
+MidiResult VirtualOutput::Open(const std::shared_ptr<MidiReceiver>&) {
     if (Gone()) return MidiResult::Gone;
     The().Prepare();
-    stream = std::make_unique<OutputStream>(shared_from_this());
     return MidiResult::Done;
 }
 
@@ -185,49 +178,43 @@ MidiResult VirtualOutput::Send(std::uint32_t message) {
     if (Gone()) return MidiResult::Gone;
     const std::scoped_lock lock(Lock);
     bool carried = true;
-    for (const Cable& cable : Cables) carried = cable.To->Bring(message, cable.Latency) && carried;
-    if (Sink) Sink(message);
+    for (const auto& [where, cable] : Cables) carried = (!cable || cable(message)) && carried;
     return carried ? MidiResult::Done : MidiResult::Full;
 }
 
-void VirtualOutput::Connect(std::shared_ptr<VirtualInput> input, std::uint64_t latency) {
+void VirtualOutput::Lead(const std::string& where, Cable cable) {
     const std::scoped_lock lock(Lock);
-    Cables.push_back({std::move(input), latency});
+    Cables[where].swap(cable);
 }
 
-void VirtualOutput::SetSink(MidiSink sink) {
-    const std::scoped_lock lock(Lock);
-    Sink.swap(sink);
+void VirtualOutput::Forgotten() {
+    std::unique_lock lock(Lock);
+    const auto cables = std::exchange(Cables, {});
+    lock.unlock();
 }
 
-std::shared_ptr<VirtualInput> FindVirtualInput(int number) {
-    return std::dynamic_pointer_cast<VirtualInput>(
-        MidiDeviceAt(MidiWay::In, static_cast<std::uint64_t>(number)));
-}
-
-std::shared_ptr<VirtualOutput> FindVirtualOutput(int number) {
-    return std::dynamic_pointer_cast<VirtualOutput>(
-        MidiDeviceAt(MidiWay::Out, static_cast<std::uint64_t>(number)));
-}
-
-int AddMidiInput(const std::string& name) { return Plug<VirtualInput>(MidiWay::In, name); }
+int AddMidiInput(const std::string& name) { return Plug<VirtualInput>(name); }
 
 int AddMidiOutput(const std::string& name, std::uint32_t support) {
-    return Plug<VirtualOutput>(MidiWay::Out, name, support);
+    return Plug<VirtualOutput>(name, support);
 }
 
 void Connect(int output, int input, std::uint32_t latencyMilliseconds) {
-    const auto from = FindVirtualOutput(output);
-    auto to = FindVirtualInput(input);
-    if (from && to) from->Connect(std::move(to), std::uint64_t{latencyMilliseconds} * 1000);
+    const auto from = FindVirtual<VirtualOutput>(output);
+    const auto to = FindVirtual<VirtualInput>(input);
+    if (!from || !to) return;
+    from->Lead(to->Id, [to, latency = std::uint64_t{latencyMilliseconds} * 1000](auto message) {
+        return to->Bring(message, latency);
+    });
 }
 
 void RemoveMidiDevices() { ForgetMidiDevices(); }
+
 void UnplugMidiInput(const std::string& name) { Unplug(MidiWay::In, name); }
 void UnplugMidiOutput(const std::string& name) { Unplug(MidiWay::Out, name); }
 
 void ReceiveMidi(int input, std::uint32_t packed) {
-    if (const auto device = FindVirtualInput(input)) device->Bring(packed, 0);
+    if (const auto device = FindVirtual<VirtualInput>(input)) device->Bring(packed, 0);
 }
 
 } // namespace machine

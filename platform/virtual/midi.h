@@ -4,16 +4,19 @@
 #include "platform/device/midi.h"
 
 #include <functional>
+#include <map>
 #include <mutex>
 
 namespace machine {
 
 class VirtualInput final : public MidiDevice, public std::enable_shared_from_this<VirtualInput> {
 public:
+    static constexpr MidiWay Direction = MidiWay::In;
     VirtualInput(std::string id, std::string name)
-        : MidiDevice(MidiWay::In, std::move(id), std::move(name)) {}
-    MidiResult Open(std::shared_ptr<MidiReceiver> receiver,
-                    std::unique_ptr<MidiStream>& stream) override;
+        : MidiDevice(Direction, std::move(id), std::move(name)) {}
+    MidiResult Open(const std::shared_ptr<MidiReceiver>& receiver) override;
+    void Close() override { SetReceiver(nullptr); }
+    void Forgotten() override { SetSource(nullptr); }
 
     // Sends a message on its way: it arrives when the latency (microseconds) has passed, if the
     // device is there and open by then. False if too many are under way. Real time.
@@ -21,43 +24,43 @@ public:
     void Arrive(std::uint32_t message, std::uint64_t microseconds);
     // Whoever brings messages from beyond the machine, destroyed when another takes his place.
     void SetSource(std::shared_ptr<void> source);
-    void Forgotten() override { SetSource(nullptr); }
 
 private:
+    void SetReceiver(std::shared_ptr<MidiReceiver> receiver);
+
     std::mutex Lock; // of the next two; held for moments
-    std::weak_ptr<MidiReceiver> Receiver;
+    std::shared_ptr<MidiReceiver> Receiver;
     std::shared_ptr<void> Source;
 };
 
-// Takes messages beyond the machine. Called on a real-time thread.
-using MidiSink = std::function<void(std::uint32_t message)>;
-
-class VirtualOutput final : public MidiDevice, public std::enable_shared_from_this<VirtualOutput> {
+class VirtualOutput final : public MidiDevice {
 public:
+    static constexpr MidiWay Direction = MidiWay::Out;
     VirtualOutput(std::string id, std::string name, std::uint32_t support)
-        : MidiDevice(MidiWay::Out, std::move(id), std::move(name)), Supported(support) {}
+        : MidiDevice(Direction, std::move(id), std::move(name)), Supported(support) {}
     std::uint32_t Support() const override { return Supported; }
-    MidiResult Open(std::shared_ptr<MidiReceiver>, std::unique_ptr<MidiStream>& stream) override;
+    MidiResult Open(const std::shared_ptr<MidiReceiver>&) override;
+    void Close() override {}
+    MidiResult Send(std::uint32_t message) override;
+    void Forgotten() override;
 
-    MidiResult Send(std::uint32_t message);
-    void Connect(std::shared_ptr<VirtualInput> input, std::uint64_t latency);
-    void SetSink(MidiSink sink);
-    void Forgotten() override { SetSink(nullptr); }
+    // Carries a message on, false if it cannot now. Real time.
+    using Cable = std::function<bool(std::uint32_t message)>;
+    // Takes the place of the one that led there; null for none.
+    void Lead(const std::string& where, Cable cable);
 
 private:
-    struct Cable {
-        std::shared_ptr<VirtualInput> To;
-        std::uint64_t Latency; // microseconds
-    };
     const std::uint32_t Supported;
 
-    std::mutex Lock; // of the next two; held for moments
-    std::vector<Cable> Cables;
-    MidiSink Sink;
+    std::mutex Lock; // of the next; held for moments
+    std::map<std::string, Cable> Cables;
 };
 
 // By device number. Null if there is none, or it is none of these.
-std::shared_ptr<VirtualInput> FindVirtualInput(int number);
-std::shared_ptr<VirtualOutput> FindVirtualOutput(int number);
+template <class Device>
+std::shared_ptr<Device> FindVirtual(int number) {
+    return std::dynamic_pointer_cast<Device>(
+        MidiDeviceAt(Device::Direction, static_cast<std::uint64_t>(number)));
+}
 
 } // namespace machine

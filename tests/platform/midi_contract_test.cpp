@@ -85,22 +85,6 @@ TEST_P(MidiContract, EveryMessageComesWholeInOrderWithItsTime) {
     EXPECT_LT(Stamps.back(), 600000u);
 }
 
-void CALLBACK AtTimer(UINT, UINT, DWORD_PTR run, DWORD_PTR, DWORD_PTR) {
-    (*reinterpret_cast<std::function<void()>*>(run))();
-}
-
-// Music that is played does not wait for music that comes in, nor the other way round.
-TEST_P(MidiContract, ComesWhileTheTimersAreBusy) {
-    std::binary_semaphore done{0};
-    std::function<void()> run = [&] {
-        Send({0xF8});
-        EXPECT_EQ(Await(1), Messages{0xF8});
-        done.release();
-    };
-    ASSERT_NE(timeSetEvent(1, 0, AtTimer, reinterpret_cast<DWORD_PTR>(&run), TIME_ONESHOT), 0u);
-    done.acquire();
-}
-
 TEST_P(MidiContract, NothingComesBehindStopAndClose) {
     std::atomic<bool> done{false};
     std::thread sender([&] {
