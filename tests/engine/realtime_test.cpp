@@ -1,41 +1,22 @@
 // Nothing on a real-time path allocates.
-#include "engine/queues.h"
-#include "engine/receive.h"
-#include "engine/zormidi.h"
-#include "platform/machine.h"
 #include "tests/allocations.h"
+#include "tests/support/machine_test.h"
 
-#include <filesystem>
-#include <fstream>
-#include <gtest/gtest.h>
 #include <memory>
-#include <string>
 
 namespace {
 
-class RealTime : public testing::Test {
+class RealTime : public MachineTest {
 protected:
     RealTime() {
-        namespace fs = std::filesystem;
-        machine::PowerOn();
-        machine::UseSteppedClock();
         machine::RecordSentMidi(false);
-        const fs::path folder = fs::absolute("realtime");
-        fs::create_directories(folder);
-        std::ofstream(folder / "ZORMIDI.INI") << "[MMEDRVR]\nOutName1=Strings\nInName1=Keys\n";
-        machine::SetModulePath((folder / "library.so").string());
         machine::AddMidiOutput("Strings");
         machine::AddMidiInput("Keys");
-        EXPECT_EQ(MIDISysInit(0), -1);
+        BringUp();
         for (std::int16_t queue = 0; queue < 3; ++queue) EXPECT_TRUE(ZorAllocMIDI(queue, 64));
         EXPECT_TRUE(ZorStartMIDI(1));
         EXPECT_EQ(machine::OpenMidiOutputs(), 1);
         EXPECT_EQ(machine::OpenMidiInputs(), 1);
-    }
-    ~RealTime() override {
-        ZorEchoMIDI(0, nullptr);
-        ZorStopMIDI();
-        MIDISysTerm();
     }
 };
 
