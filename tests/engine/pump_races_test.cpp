@@ -108,6 +108,7 @@ TEST_F(PumpRaces, AKillLeavesNothingArmedBehindIt) {
         drivers.TakeSent();
         drivers.TakeTrace();
         drivers.Rows[1].OnXmit = [&](const MIDIEvent& event) {
+            EXPECT_EQ(CountOf(1) + CountOf(2), 0); // emptied first
             if (event.Status == c.status && event.Data1 == c.data1) c.meanwhile();
         };
         ZorKillMIDI();
@@ -329,12 +330,22 @@ TEST_F(PumpRaces, WaitingForTheQueuesToRunDry) {
             Put(static_cast<std::uint16_t>(1 + i % 2), Note(c.spacing * (i + 1), 1));
         if (c.chain) ZorMIDIPlay();
         std::atomic<int> result{-1};
-        std::thread waiter([&] { result = ZorXmitEmpty(1); });
-        while (result < 0) {
-            machine::Advance(500);
-            std::this_thread::yield();
-        }
-        waiter.join();
+        std::uint32_t waited = 0; // milliseconds
+        const auto wait = [&] {
+            result = -1;
+            const std::uint32_t began = timeGetTime();
+            std::thread waiter([&] { result = ZorXmitEmpty(1); });
+            while (result < 0) {
+                machine::Advance(100);
+                std::this_thread::sleep_for(std::chrono::microseconds(100));
+            }
+            waiter.join();
+            waited = timeGetTime() - began;
+        };
+        wait();
+        // On a busy machine time may run on before the waiting thread looks, but not each time.
+        for (int again = 0; again < 50 && !c.chain && waited >= 12000; ++again) wait();
+        EXPECT_TRUE(c.chain || (waited >= 5000 && waited < 12000)) << waited;
         EXPECT_EQ(result != 0, c.dry);
         EXPECT_EQ(ZorXmitEmpty(0) != 0, c.dry);
         ZorZeroQueue(1);

@@ -12,15 +12,10 @@ class OpenTest : public MmeTest {
 protected:
     void SetUp() override {
         MmeTest::SetUp();
-        std::string ini = "[MMEDRVR]\n";
-        for (int row = 1; row <= Rows; ++row) {
-            const std::string number = std::to_string(row);
-            machine::AddMidiInput("In " + number);
-            machine::AddMidiOutput("Out " + number);
-            ini += "InName" + number + "=In " + number + "\nOutName" + number + "=Out " + number +
-                   "\n";
-        }
-        Load(ini);
+        const Lines inputs = {"In 1", "In 2", "In 3"}, outputs = {"Out 1", "Out 2", "Out 3"};
+        for (const std::string& name : inputs) machine::AddMidiInput(name);
+        for (const std::string& name : outputs) machine::AddMidiOutput(name);
+        Load(IniFor(inputs, outputs));
     }
 
     static void ExpectAllClosed() {

@@ -103,8 +103,8 @@ struct Pair {
         model.attack = random() % 2 ? static_cast<int>(1 + random() % 80) : 0;
         model.bend = random() % 2;
         model.raw = random() % 2;
-        const double references[] = {440, 442, 415, 466, 432, 100, 1000};
-        model.reference = references[random() % 7];
+        const double references[] = {440, 442, 415, 466, 432, 100, 1000, 5000};
+        model.reference = references[random() % 8];
         const int rates[] = {22050, 44100, 48000, 33075};
         model.rate = rates[random() % 4];
         model.channels = 1 + static_cast<int>(random() % 3);

@@ -26,8 +26,7 @@ std::vector<std::string> Names(Sonorel::SoundIn& input) {
 
 class DeviceTest : public BothCapturesTest {
 protected:
-    void SetUp() override {
-        BothCapturesTest::SetUp();
+    DeviceTest() {
         left = Add("Left microphone");
         right = Add("Right microphone");
         machine::FeedGenerator(left, Constant(0.5f));
@@ -106,10 +105,7 @@ TEST_P(DeviceTest, MovesNoControlThatIsNotTheMicrophones) {
     for (machine::MixerLine& destination : model.Destinations)
         for (machine::MixerLine& source : destination.Sources) source.Type = synthesizer;
     const auto mixer = machine::AddMixer(model);
-    machine::MicrophoneModel card;
-    card.Name = "Synth card";
-    card.WithMixer = false;
-    machine::SetMixerOf(machine::AddMicrophone(card), mixer);
+    machine::SetMixerOf(AddWithoutMixer("Synth card"), mixer);
     const machine::ControlPlace volume{MIXERLINE_COMPONENTTYPE_DST_WAVEIN, synthesizer,
                                        MIXERCONTROL_CONTROLTYPE_VOLUME};
     const machine::ControlPlace mute{MIXERLINE_COMPONENTTYPE_DST_SPEAKERS, synthesizer,

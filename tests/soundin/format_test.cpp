@@ -52,15 +52,8 @@ TEST_F(FormatTest, StepsToWhatTheDeviceOffers) {
     };
     for (const FormatCase& each : cases) {
         SCOPED_TRACE(each.Name);
-        machine::PowerOn();
-        machine::UseSteppedClock(StartTime);
-        machine::MicrophoneModel model;
-        model.Name = "Microphone";
-        model.Formats = each.Formats;
-        model.Channels = each.Channels;
-        model.MoreFormats = each.More;
-        machine::AddMicrophone(model);
-
+        Restart();
+        machine::AddMicrophone({"Microphone", each.Formats, each.Channels, each.More});
         Sonorel::SoundInWin input;
         Listener listener(input);
         EXPECT_EQ(each.Opens, input.Open(each.Asked));
@@ -80,7 +73,6 @@ TEST_F(FormatTest, StepsToWhatTheDeviceOffers) {
         }
         EXPECT_EQ(each.Opens ? 0u : 1u, machine::TakeBoxes().size());
         EXPECT_TRUE(input.Close());
-        EXPECT_EQ(0, machine::OpenWaveIns());
     }
 }
 
@@ -121,8 +113,7 @@ TEST_F(FormatTest, TellsTheUserWhyItCannotOpen) {
     };
     for (const auto& each : cases) {
         SCOPED_TRACE(each.Name);
-        machine::PowerOn();
-        machine::UseSteppedClock(StartTime);
+        Restart();
         Add("Microphone", each.Formats);
         Sonorel::SoundInWin input;
         if (each.Refused == machine::Call::GlobalAlloc)
@@ -136,8 +127,6 @@ TEST_F(FormatTest, TellsTheUserWhyItCannotOpen) {
         EXPECT_EQ(text, boxes[0].Text);
         EXPECT_EQ(nullptr, boxes[0].Owner);
         EXPECT_EQ(0x52010u, boxes[0].Flags);
-        EXPECT_EQ(0, machine::OpenWaveIns());
-        EXPECT_EQ(0, machine::OpenMixers());
     }
 }
 

@@ -36,24 +36,16 @@ class MixerTest : public CaptureTest {
 protected:
     // An open capture on a microphone whose only mixer has these destinations.
     void OpenWith(const std::vector<MixerLine>& destinations) {
-        machine::MicrophoneModel model;
-        model.Name = "Microphone";
-        model.WithMixer = false;
-        microphone = machine::AddMicrophone(model);
         mixer = machine::AddMixer({"Mixer", destinations});
-        machine::SetMixerOf(microphone, mixer);
+        machine::SetMixerOf(AddWithoutMixer("Microphone"), mixer);
         ASSERT_TRUE(input.Open(22050));
     }
-    void TearDown() override {
-        input.Close();
-        CaptureTest::TearDown();
-    }
+    ~MixerTest() override { input.Close(); }
     std::vector<std::uint32_t> Values(const machine::ControlPlace& place) const {
         return machine::ControlValues(mixer, place);
     }
 
     Sonorel::SoundInWin input;
-    machine::Microphone microphone{};
     machine::Mixer mixer = machine::Mixer::None;
 };
 
@@ -83,8 +75,7 @@ TEST_F(MixerTest, LevelOneIsHalfTheRange) {
     for (const auto& each : cases) {
         SCOPED_TRACE(testing::Message() << each.Level << " of " << each.Maximum);
         input.Close();
-        machine::PowerOn();
-        machine::UseSteppedClock(StartTime);
+        Restart();
         OpenWith({Line(WaveIn, {}, {Line(Mic, {VolumeUpTo(each.Maximum)})})});
         machine::MoveControl(mixer, machine::MicrophoneVolume, each.Maximum);
         EXPECT_TRUE(input.SetLevel(each.Level));
@@ -94,17 +85,10 @@ TEST_F(MixerTest, LevelOneIsHalfTheRange) {
     }
 }
 
-TEST_F(MixerTest, ReadsWhatTheUserMoved) {
+TEST_F(MixerTest, ReadsWhatTheUserMovedAndThroughIsTheMuteTurnedRound) {
     OpenWith(machine::MicrophoneMixer("Mixer").Destinations);
     ASSERT_TRUE(machine::MoveControl(mixer, machine::MicrophoneVolume, 65535));
     EXPECT_EQ(65535.0 / 32767, input.GetLevel());
-    EXPECT_EQ(0u, input.GetMicThru());
-    ASSERT_TRUE(machine::MoveControl(mixer, machine::MicrophoneMute, 0));
-    EXPECT_EQ(7u, input.GetMicThru());
-}
-
-TEST_F(MixerTest, ThroughIsTheMuteTurnedRound) {
-    OpenWith(machine::MicrophoneMixer("Mixer").Destinations);
     for (const std::uint32_t on : {1u, 7u, 0x80000000u}) {
         EXPECT_TRUE(input.SetMicThru(on));
         EXPECT_EQ(0u, Values(machine::MicrophoneMute).at(0));
@@ -115,17 +99,16 @@ TEST_F(MixerTest, ThroughIsTheMuteTurnedRound) {
     }
 }
 
-TEST_F(MixerTest, AUniformControlTakesOneValue) {
+TEST_F(MixerTest, AUniformControlAndAMonoLineTakeOneValue) {
     MixerControl uniform = VolumeUpTo(1000);
     uniform.Uniform = true;
-    OpenWith({Line(WaveIn, {}, {Line(Mic, {uniform})})});
-    EXPECT_EQ(std::vector{500u}, Values(machine::MicrophoneVolume));
-    EXPECT_EQ(1.0, input.GetLevel());
-}
-
-TEST_F(MixerTest, AMonoLineTakesOneValue) {
-    OpenWith({Line(WaveIn, {}, {Line(Mic, {VolumeUpTo(1000)}, {}, 1)})});
-    EXPECT_EQ(std::vector{500u}, Values(machine::MicrophoneVolume));
+    for (const MixerLine& line : {Line(Mic, {uniform}), Line(Mic, {VolumeUpTo(1000)}, {}, 1)}) {
+        input.Close();
+        Restart();
+        OpenWith({Line(WaveIn, {}, {line})});
+        EXPECT_EQ(std::vector{500u}, Values(machine::MicrophoneVolume));
+        EXPECT_EQ(1.0, input.GetLevel());
+    }
 }
 
 TEST_F(MixerTest, ADestinationWithoutSourcesIsTakenItself) {
@@ -158,10 +141,7 @@ TEST_F(MixerTest, TheTwoControlsAreFoundEachOnItsOwn) {
 }
 
 TEST_F(MixerTest, WithoutAnyMixer) {
-    machine::MicrophoneModel model;
-    model.Name = "Microphone";
-    model.WithMixer = false;
-    microphone = machine::AddMicrophone(model);
+    AddWithoutMixer("Microphone");
     ASSERT_TRUE(input.Open(22050));
     EXPECT_EQ(nullptr, input.Mixer);
     EXPECT_EQ(0.0, input.GetLevel());
@@ -235,15 +215,11 @@ TEST_F(CaptureTest, DirectSoundFindsItsMixerByName) {
     };
     for (const auto& each : cases) {
         SCOPED_TRACE(testing::Message() << each.Microphone << " at " << each.Mixers[0]);
-        machine::PowerOn();
-        machine::UseSteppedClock(StartTime);
+        Restart();
         std::vector<machine::Mixer> mixers;
         for (const std::string& name : each.Mixers)
             mixers.push_back(machine::AddMixer(machine::MicrophoneMixer(name)));
-        machine::MicrophoneModel model;
-        model.Name = each.Microphone;
-        model.WithMixer = false;
-        machine::AddMicrophone(model);
+        AddWithoutMixer(each.Microphone);
         Sonorel::SoundInDx input;
         input.SetDevice(1);
         if (each.Unopened)
@@ -261,10 +237,7 @@ TEST_F(CaptureTest, DirectSoundFindsItsMixerByName) {
 
 TEST_F(CaptureTest, WaveInFallsBackOnTheFirstMixer) {
     const auto first = machine::AddMixer(machine::MicrophoneMixer("First"));
-    machine::MicrophoneModel model;
-    model.Name = "Microphone";
-    model.WithMixer = false;
-    machine::AddMicrophone(model);
+    AddWithoutMixer("Microphone");
     Sonorel::SoundInWin input;
     ASSERT_TRUE(input.Open(22050));
     EXPECT_TRUE(input.SetLevel(0.25));
