@@ -21,6 +21,9 @@ struct Costs {
     float Harmonic = 2;
     // A frame without a pitch, against a note: consonants, bow noise, failed measurements.
     float Unvoiced = 1.5f;
+    // The same where it is so quiet that no pitch is searched for: the note has ended.
+    float Quiet = 3;
+    int QuietLevel = 10; // and below, of 128
     // A frame with a pitch, against the rest. One without costs the rest nothing.
     float VoicedRest = 2.5f;
 

@@ -27,7 +27,8 @@ Observer::Observer(const Costs& costs, double tuning)
 const Observation& Observer::Observe(const Frame& frame) {
     const double pitch = frame.Frequency > 0 ? PitchOf(frame.Frequency) : 0;
     const bool voiced = pitch > LowestPitch - 1 && pitch < HighestPitch + 1;
-    std::ranges::fill(Seen.Note, voiced ? Of.MostOff : Of.Unvoiced);
+    const float without = frame.Level <= Of.QuietLevel ? Of.Quiet : Of.Unvoiced;
+    std::ranges::fill(Seen.Note, voiced ? Of.MostOff : without);
     Seen.Rest = voiced ? Of.VoicedRest : 0;
     if (voiced) SeePitch(pitch);
     SeeRise(frame.Level);

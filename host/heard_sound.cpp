@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <memory>
@@ -120,7 +121,8 @@ private:
     Spool Samples;
     FrameMaker Maker;
     HeardSound Sound;
-    Progress Line;
+    Progress Line; // for what takes longer than a second
+    const std::chrono::steady_clock::time_point Begun = std::chrono::steady_clock::now();
 };
 
 void FileHearing::ReadAll() {
@@ -155,7 +157,8 @@ void FileHearing::Measure() {
 }
 
 void FileHearing::ShowProgress() {
-    if (!Line.Due()) return;
+    using namespace std::chrono_literals;
+    if (std::chrono::steady_clock::now() - Begun < 1s || !Line.Due()) return;
     const auto read = static_cast<std::int64_t>(File.Position() * 1000);
     const auto whole = static_cast<std::int64_t>(File.Announced() * 1000);
     Line.Show(Bar(read, whole, 30) + "  " + ClockText(read) + " of " + ClockText(whole));

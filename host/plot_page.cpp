@@ -119,7 +119,7 @@ void Row::DrawTimes() {
     for (const double next : {0.2, 0.5, 1.0}) {
         if (step * Scale.PixelsPerSecond < 70) step = next;
     }
-    for (double i = std::ceil(From / step - 1e-6); i * step <= To + 1e-6; ++i) {
+    for (int i = static_cast<int>(From / step + 1 - 1e-6); i * step <= To + 1e-6; ++i) {
         const double x = X(i * step);
         Append(Svg, "<path d='M%.1f %.1fV%.1fM%.1f %.1fV%.1f' stroke='#d3d8df'/>\n", x, PitchTop,
                PitchBase(), x, LevelBase() - LevelHeight, LevelBase());
@@ -178,7 +178,7 @@ void Row::DrawPitch() {
         if (frame.Frequency <= 0 || frame.Begin < From || frame.Begin >= To) continue;
         const double pitch = hearing::PitchOf(frame.Frequency);
         if (pitch < Scale.Low - 0.5 || pitch > Scale.High + 0.5) continue;
-        Append(Svg, "M%.1f %.1fh0", X(frame.Begin), Y(pitch));
+        Append(Svg, "M%.1f %.1fh0", X(frame.Begin + hearing::FrameSeconds / 2), Y(pitch));
     }
     Svg += "'/>\n";
 }
@@ -192,16 +192,16 @@ void Row::DrawLevel() {
         Append(Svg, "L%.1f %.1f", last, LevelY(frame.Level));
     }
     Append(Svg, "L%.1f %.1fZ'/>\n", last, LevelBase());
-    DrawGate(Of.Sound.OnLevel);
-    DrawGate(Of.Sound.OffLevel);
+    for (const int level : {Of.Sound.OnLevel, Of.Sound.OffLevel}) DrawGate(level);
+    for (const int level : {0, Of.Sound.OnLevel, FullLevel / 2, FullLevel}) {
+        Append(Svg, "<text x='%.1f' y='%.1f' text-anchor='end' class='k'>%d</text>\n", Left - 6,
+               LevelY(level) + 3.5, level);
+    }
 }
 
 void Row::DrawGate(int level) {
-    const double y = LevelY(level);
-    Append(Svg, "<path d='M%.1f %.1fH%.1f' stroke='#c2452d' stroke-dasharray='5 4'/>\n", Left, y,
-           X(To));
-    Append(Svg, "<text x='%.1f' y='%.1f' text-anchor='end' class='g'>%d</text>\n", Left - 6, y + 3,
-           level);
+    Append(Svg, "<path d='M%.1f %.1fH%.1f' stroke='#c2452d' stroke-dasharray='5 4'/>\n", Left,
+           LevelY(level), X(To));
 }
 
 } // namespace
@@ -248,7 +248,7 @@ std::string DrawPage(const Plot& plot, const PlotScale& scale, int page) {
            width, height, width, height);
     svg += "<style>text{font-family:sans-serif;font-size:11px;fill:#39424e}"
            ".t{font-size:15px;font-weight:bold}.k{fill:#77818d}.c{font-weight:bold}"
-           ".n{font-size:10px;fill:#1c4f8a}.g{font-size:10px;fill:#c2452d}.a{fill:#55606d}"
+           ".n{font-size:10px;fill:#1c4f8a}.a{fill:#55606d}"
            ".p{stroke:#b4331c;stroke-width:3;stroke-linecap:round;fill:none}</style>\n";
     Append(svg, "<rect width='%.0f' height='%.0f' fill='#ffffff'/>\n", width, height);
     svg += "<text x='" + std::to_string(static_cast<int>(Left)) + "' y='24' class='t'>" +
@@ -256,7 +256,7 @@ std::string DrawPage(const Plot& plot, const PlotScale& scale, int page) {
            "</text>\n";
     Append(svg,
            "<text x='%.0f' y='42' class='k'>bars: notes, with their exact pitch; dots: pitch of "
-           "each frame; below: level, dashed where a pitch is searched for</text>\n",
+           "each frame; below: level, dashed from where a pitch is searched for, and further on</text>\n",
            Left);
     for (int row = 0; row < rows; ++row) {
         Row(plot, scale, first + row * scale.RowSeconds, Top + row * Row::Height(scale), svg)

@@ -85,6 +85,7 @@ constexpr Variant Variants[] = {
     {"a limit on a frame's error", [](Costs& c) { c.MostOff = 12; }},
     {"octaves and twelfths at less", [](Costs& c) { c.Harmonic = c.MostOff; }},
     {"a note over frames without a pitch", [](Costs& c) { c.Unvoiced = c.MostOff; }},
+    {"the end by quiet", [](Costs& c) { c.Quiet = c.Unvoiced; }},
     {"a cost of changes", [](Costs& c) { c.Change = c.Begin = 2; }},
     {"the easier attack", [](Costs& c) { c.AttackShare = 1; }},
     {"the rise of the level", [](Costs& c) { c.Relief = c.RepeatRelief = 0; }},
