@@ -35,7 +35,7 @@ struct Costs {
     float Relief = 2;
     float FullRise = 15;     // decibels over two frames
     float Repeat = 10;       // from a note to the same one struck again
-    float RepeatRelief = 12; // for this nothing speaks but the level
+    float RepeatRelief = 12; // where it had sounded for a while; nothing else speaks for it
 
     // Of a note's first two frames only this share counts: scoops, pluck and bow noise.
     float AttackShare = 0.5f;

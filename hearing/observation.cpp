@@ -14,6 +14,10 @@ constexpr int Slips[] = {-24, -19, -12, 12, 19, 24}; // semitones
 // Below that a level is noise, whose rises mean nothing.
 constexpr int LeastLevel = 4;
 
+// Where a strike rises out of: the five frames before the last three. Without them it is a slow
+// attack that is still rising.
+constexpr unsigned SoundingBefore = 0b11111000;
+
 double Decibels(int level) { return 20 * std::log10(std::max(level, LeastLevel)); }
 
 } // namespace
@@ -59,6 +63,8 @@ void Observer::SeeRise(int level) {
     const double now = Decibels(level);
     const double rise = (now - std::min(Before[0], Before[1])) / Of.FullRise;
     Seen.Rise = static_cast<float>(std::clamp(rise, 0.0, 1.0));
+    Seen.Strike = (Sounded & SoundingBefore) == SoundingBefore ? Seen.Rise : 0;
+    Sounded = Sounded << 1 | (level > Of.QuietLevel ? 1u : 0u);
     Before[1] = Before[0];
     Before[0] = now;
 }

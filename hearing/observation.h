@@ -16,6 +16,7 @@ struct Observation {
     std::vector<float> Note; // cost of each place
     float Rest = 0;          // cost of the rest
     float Rise = 0;          // of the level, 0 to 1 for FullRise
+    float Strike = 0;        // the same where it had sounded for a while
 };
 
 class Observer {
@@ -39,6 +40,7 @@ private:
     double Lowest; // pitch of place 0
     Observation Seen;
     double Before[2] = {}; // decibels of the last two frames
+    unsigned Sounded = 0;  // a bit for each frame before: it was not quiet; the last one lowest
 };
 
 } // namespace hearing

@@ -46,7 +46,7 @@ Trellis::Entries Trellis::StepRest(const Observation& seen, Survivors& row) {
         .Silence = Rest + Of.Begin - Of.Relief * seen.Rise - least,
         .Best = best + change,
         .NextBest = Held[Index(row.NextBest)] + change,
-        .Same = Of.Repeat - Of.RepeatRelief * seen.Rise,
+        .Same = Of.Repeat - Of.RepeatRelief * seen.Strike,
     };
     row.Ended = ended < Rest;
     Rest = std::min(Rest, ended) - least + seen.Rest;

@@ -89,6 +89,7 @@ constexpr Variant Variants[] = {
     {"a cost of changes", [](Costs& c) { c.Change = c.Begin = 2; }},
     {"the easier attack", [](Costs& c) { c.AttackShare = 1; }},
     {"the rise of the level", [](Costs& c) { c.Relief = c.RepeatRelief = 0; }},
+    {"notes struck again", [](Costs& c) { c.RepeatRelief = 0; }},
 };
 
 void PrintAblation(const std::vector<Clip>& clips) {
