@@ -106,7 +106,8 @@ void Row::DrawKeys() {
         Append(Svg, "<rect x='%.1f' y='%.1f' width='%.1f' height='%.1f' fill='%s'/>\n", Left,
                Y(key + 0.5), X(To) - Left, Scale.KeyHeight, IsBlack(key) ? "#e9ecf1" : "#f8f9fb");
         const bool isC = key % 12 == 0;
-        if (!isC && (IsBlack(key) || Scale.KeyHeight < 8)) continue;
+        const bool isG = key % 12 == 7;
+        if (!isC && (IsBlack(key) || (!isG && Scale.KeyHeight < 12))) continue;
         Append(Svg, "<text x='%.1f' y='%.1f' text-anchor='end' class='%s'>%s</text>\n", Left - 6,
                Y(key) + 3.5, isC ? "c" : "k", NoteName(key).c_str());
     }
@@ -256,7 +257,8 @@ std::string DrawPage(const Plot& plot, const PlotScale& scale, int page) {
            "</text>\n";
     Append(svg,
            "<text x='%.0f' y='42' class='k'>bars: notes, with their exact pitch; dots: pitch of "
-           "each frame; below: level, dashed from where a pitch is searched for, and further on</text>\n",
+           "each frame; below: level, dashed from where a pitch is searched for, and further "
+           "on</text>\n",
            Left);
     for (int row = 0; row < rows; ++row) {
         Row(plot, scale, first + row * scale.RowSeconds, Top + row * Row::Height(scale), svg)
