@@ -21,9 +21,9 @@ public:
     bool Stop() override { return true; }
 };
 
+// Rounded: the half comes off again as what is above zero is cut.
 std::uint8_t Byte(float sample) {
-    const float scaled = std::clamp(sample * FullLevel, -128.0f, 127.0f);
-    return static_cast<std::uint8_t>(128 + std::lrint(scaled));
+    return static_cast<std::uint8_t>(std::clamp(sample * FullLevel + 128.5f, 0.0f, 255.0f));
 }
 
 } // namespace

@@ -18,27 +18,34 @@ public:
 
 private:
     // Butterworth by bilinear transform, as in R. Bristow-Johnson, "Cookbook formulae for audio
-    // equalizer biquad filter coefficients"; transposed direct form II.
-    float HighPass(float in) {
-        const float out = B0 * in + State1;
-        State1 = B1 * in - A1 * out + State2;
-        State2 = B0 * in - A2 * out;
-        return out;
+    // equalizer biquad filter coefficients". Direct form: what waits for the sample before is one
+    // product and one sum.
+    float HighPass(double in) {
+        const double ahead = B0 * (in - 2 * In1 + In2) - A2 * Out2;
+        const double out = ahead - A1 * Out1;
+        In2 = In1;
+        In1 = in;
+        Out2 = Out1;
+        Out1 = out;
+        return static_cast<float>(out);
     }
-    float LowPass(float in) { return Low += Smoothing * (in - Low); }
+    float LowPass(float in) { return Low = Smoothing * in + Kept * Low; }
 
     static constexpr double Rate = 22050;
     static constexpr double Turn = 2 * std::numbers::pi;
+    static constexpr double Angle = Turn * 40 / Rate;
 
-    const double Angle = Turn * 40 / Rate;
     const double Alpha = std::sin(Angle) / std::numbers::sqrt2;
-    const float B0 = static_cast<float>((1 + std::cos(Angle)) / 2 / (1 + Alpha));
-    const float B1 = -2 * B0;
-    const float A1 = static_cast<float>(-2 * std::cos(Angle) / (1 + Alpha));
-    const float A2 = static_cast<float>((1 - Alpha) / (1 + Alpha));
-    const float Smoothing = static_cast<float>(1 - std::exp(-Turn * 1500 / Rate));
-    float State1 = 0;
-    float State2 = 0;
+    const double B0 = (1 + std::cos(Angle)) / 2 / (1 + Alpha);
+    const double A1 = -2 * std::cos(Angle) / (1 + Alpha);
+    const double A2 = (1 - Alpha) / (1 + Alpha);
+    const float Kept = static_cast<float>(std::exp(-Turn * 1500 / Rate));
+    const float Smoothing = 1 - Kept;
+    // In double: so near to a pole rounding adds up.
+    double In1 = 0;
+    double In2 = 0;
+    double Out1 = 0;
+    double Out2 = 0;
     float Low = 0;
 };
 

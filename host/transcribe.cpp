@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <memory>
 
@@ -77,8 +78,8 @@ void PrintSummary(const Heard& heard, const TranscribeOptions& options) {
     std::printf("%zu notes in %.1f s of sound, heard in %.2f s: %.0f times as fast as it sounds\n",
                 heard.Of.Notes.size(), seconds, heard.Work, seconds / std::max(heard.Work, 1e-6));
     if (!options.AsLibrary && !options.AsListen) {
-        std::printf("Tuning of the take: A4 = %.1f Hz (%+.0f cents)\n",
-                    hearing::FrequencyOf(69 + heard.Of.Tuning), heard.Of.Tuning * 100);
+        std::printf("Tuning of the take: A4 = %.1f Hz (%+ld cents)\n",
+                    hearing::FrequencyOf(69 + heard.Of.Tuning), std::lround(heard.Of.Tuning * 100));
     }
     PrintGaps(heard.Of, heard.Sound);
 }

@@ -114,8 +114,9 @@ void PrintNotes(const Transcript& transcript) {
             std::printf(" %15d\n", note.Velocity);
             continue;
         }
-        const double cents = (note.Pitch - transcript.Tuning - note.Key) * 100;
-        std::printf(" %+5.0f %9d %5.0f%%\n", cents, note.Velocity, note.Sureness * 100);
+        const double off = note.Pitch - transcript.Tuning - note.Key;
+        std::printf(" %+5ld %9d %5.0f%%\n", std::lround(off * 100), note.Velocity,
+                    note.Sureness * 100);
     }
 }
 

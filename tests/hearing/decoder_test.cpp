@@ -97,7 +97,7 @@ TEST(Decoder, FindsTheBeginningTheEndAndTheExactPitch) {
     // The level rises two frames before there is a pitch.
     EXPECT_NEAR(notes[0].Onset, 10 * FrameSeconds, 0.001);
     EXPECT_NEAR(notes[0].Pitch, 60.3, 0.01);
-    EXPECT_NEAR(notes[0].Sureness, 0.9, 0.05);
+    EXPECT_NEAR(notes[0].Sureness, 0.95, 0.04);
     // The window fills before the new pitch is measured.
     EXPECT_NEAR(notes[1].Onset, 33 * FrameSeconds, 0.03);
     EXPECT_NEAR(notes[1].End, 53 * FrameSeconds, 0.001);
