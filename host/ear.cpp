@@ -1,57 +1,75 @@
 #include "host/ear.h"
 
+#include "hearing/pitch.h"
 #include "host/host_error.h"
 #include "host/names.h"
-#include "soundin/sound_in_dx.h"
-#include "soundin/sound_in_win.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <memory>
 
 namespace zorhost {
 
 namespace {
 
-constexpr std::int32_t Rate = 22050;
-
-// By DirectSound if the machine has it, else by waveIn.
-Sonorel::SoundIn* ChooseCapture() {
-    auto direct = std::make_unique<Sonorel::SoundInDx>();
-    const bool opens = direct->Open(Rate);
-    direct->Close();
-    if (opens) return direct.release();
-    return new Sonorel::SoundInWin;
+// -1 to 1.
+float SampleAt(const std::uint8_t* at, std::int32_t bits) {
+    if (bits == 8) return static_cast<float>(at[0] - 128) / 128;
+    return static_cast<float>(static_cast<std::int16_t>(at[0] | at[1] << 8)) / 32768;
 }
 
 } // namespace
 
-Ear::Ear() : Recogniser(ChooseCapture()) {
-    Recogniser.Input->SetCallback(Hear, this);
-    if (!Recogniser.Open(Rate) || !Recogniser.Enable(true)) {
-        throw HostError("the microphone cannot be opened");
-    }
+Ear::Ear() {
+    // Where the device has them: what is raised must not be coarse.
+    Capture.BitsPerSample = 16;
+    Capture.SetCallback(Hear, this);
+    const bool opened = Capture.Open(AnalysisRate);
+    if (opened && Capture.Start()) return;
+    Capture.Close();
+    throw HostError(opened ? "the microphone does not start" : "the microphone cannot be opened");
 }
 
-Ear::~Ear() { Recogniser.Enable(false); }
+Ear::~Ear() {
+    Capture.Stop();
+    Capture.Close();
+}
 
 // Thread: the delivering one.
 void Ear::Hear(std::uint32_t time, const std::uint8_t* data, std::int32_t bytes, void* self) {
-    Ear& ear = *static_cast<Ear*>(self);
-    Sonorel::PitchRecWaveIn& recogniser = ear.Recogniser;
-    Sonorel::PitchRecWaveIn::ProcessChunk(time, data, bytes, &recogniser);
-    std::int32_t ignored = 0;
-    while (recogniser.GetNote(&ignored, &ignored, &ignored, &ignored)) {
-        // The notes come from the library.
-    }
-    const std::size_t written = ear.Written.load(std::memory_order_relaxed);
-    if (written - ear.Read.load(std::memory_order_acquire) == ear.Ring.size()) return;
-    const Sonorel::FrameState& now = recogniser.Now;
-    ear.Ring[written % ear.Ring.size()] = {time, now.Amplitude, now.Frequency, now.ActiveNote};
-    ear.Written.store(written + 1, std::memory_order_release);
+    static_cast<Ear*>(self)->TakeBlock(time, data, bytes);
 }
 
-void Ear::Take(std::vector<Frame>& frames) {
+// The first channel; at higher rates of the device only every so many frames, as the library does.
+void Ear::TakeBlock(std::uint32_t time, const std::uint8_t* data, std::int32_t bytes) {
+    const auto every = std::max<std::int32_t>(
+        1, static_cast<std::int32_t>(Capture.GetSampleRate()) / AnalysisRate);
+    const std::int32_t stride = every * Capture.Channels * Capture.BitsPerSample / 8;
+    for (std::int32_t at = 0; at + stride <= bytes; at += stride) {
+        const float sample = SampleAt(data + at, Capture.BitsPerSample);
+        InputPeak = std::max(InputPeak, std::fabs(sample));
+        Gathered[Count++] = sample;
+        if (Count == FrameSamples) TakeGathered(time);
+    }
+}
+
+void Ear::TakeGathered(std::uint32_t time) {
+    Filter.Apply(Gathered);
+    const hearing::Frame frame = Maker.Take(Gathered, Gain.For(Gathered));
+    const auto level = static_cast<int>(std::lround(InputPeak * FullLevel));
+    Count = 0;
+    InputPeak = 0;
+    const std::size_t written = Written.load(std::memory_order_relaxed);
+    if (written == 0) {
+        Begun.store(time - static_cast<std::uint32_t>(hearing::FrameSeconds * 1000),
+                    std::memory_order_relaxed);
+    }
+    if (written - Read.load(std::memory_order_acquire) == Ring.size()) return;
+    Ring[written % Ring.size()] = {frame, level};
+    Written.store(written + 1, std::memory_order_release);
+}
+
+void Ear::Take(std::vector<HeardFrame>& frames) {
     std::size_t read = Read.load(std::memory_order_relaxed);
     const std::size_t written = Written.load(std::memory_order_acquire);
     while (read != written) frames.push_back(Ring[read++ % Ring.size()]);
@@ -60,7 +78,7 @@ void Ear::Take(std::vector<Frame>& frames) {
 
 std::string PitchText(double frequency) {
     if (frequency <= 0) return {};
-    const double exact = 69 + 12 * std::log2(frequency / 440);
+    const double exact = hearing::PitchOf(frequency);
     const int note = static_cast<int>(std::lround(exact));
     if (note < 0 || note > 127) return {};
     char text[32];

@@ -2,21 +2,23 @@
 // does not tell: the level and the exact pitch of each frame.
 #pragma once
 
-#include "pitchrec/pitch_rec.h"
+#include "host/frame_maker.h"
+#include "host/live_gain.h"
+#include "host/tone_filter.h"
+#include "soundin/sound_in_win.h"
 
 #include <array>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 namespace zorhost {
 
-struct Frame {
-    std::uint32_t Time; // of its end, milliseconds on the system's clock
-    std::int32_t Level; // greatest sample, 0 to 128
-    double Frequency;   // Hz, 0 for no pitch
-    std::int32_t Note;  // held as sounding, Sonorel::NoNote for none
+struct HeardFrame {
+    hearing::Frame Of;  // filtered and raised
+    int InputLevel = 0; // as the microphone gives it, 0 to 128
 };
 
 class Ear {
@@ -28,20 +30,30 @@ public:
     Ear& operator=(const Ear&) = delete;
 
     // Appends the frames since the last call. Some 20 seconds of them are kept for it.
-    void Take(std::vector<Frame>& frames);
-
-    // Levels at which a note can begin, and may go on.
-    std::int32_t OnLevel() const { return Recogniser.NoteOnThreshold; }
-    std::int32_t OffLevel() const { return Recogniser.NoteOffThreshold; }
+    void Take(std::vector<HeardFrame>& frames);
+    // When the first frame began, in milliseconds on the system's clock. Once there is one.
+    std::uint32_t StartTime() const { return Begun.load(std::memory_order_relaxed); }
 
 private:
     static void Hear(std::uint32_t time, const std::uint8_t* data, std::int32_t bytes, void* ear);
+    void TakeBlock(std::uint32_t time, const std::uint8_t* data, std::int32_t bytes);
+    void TakeGathered(std::uint32_t time);
 
-    Sonorel::PitchRecWaveIn Recogniser;
+    // Of the delivering thread.
+    ToneFilter Filter;
+    LiveGain Gain;
+    FrameMaker Maker;
+    std::array<float, FrameSamples> Gathered{};
+    std::size_t Count = 0; // of them
+    float InputPeak = 0;
+
     // One producer, the delivering thread, and one consumer; each writes its own count.
-    std::array<Frame, 1024> Ring{};
+    std::array<HeardFrame, 1024> Ring{};
     std::atomic<std::size_t> Written{0}; // released after the frame is in place
     std::atomic<std::size_t> Read{0};    // released after it has been taken
+    std::atomic<std::uint32_t> Begun{0}; // written before the first frame is released
+
+    Sonorel::SoundInWin Capture; // last: it is gone before what it writes to
 };
 
 // "A4 +12", or the empty text without a pitch.

@@ -4,12 +4,12 @@
 #include "host/host_error.h"
 #include "host/interrupt.h"
 #include "host/library.h"
-#include "host/melody.h"
 #include "host/microphone.h"
 #include "host/names.h"
 #include "host/progress.h"
 #include "host/recording.h"
 #include "host/settings.h"
+#include "host/transcript.h"
 #include "host/virtual_machine.h"
 
 #include <algorithm>
@@ -28,49 +28,90 @@ struct ListenOptions {
     std::vector<std::string> Thru;
     int Device = 1;
     double Seconds = 0; // 0: until Ctrl-C, or the end of the file
+    bool AsLibrary = false;
 };
 
-// Prints each note as it begins, above the meter.
+// Prints each note as soon as it is decided, above the meter.
 class Listener {
 public:
     Listener(const ListenOptions& options, const Microphone& microphone)
-        : Options(options), Mic(microphone) {}
+        : Options(options), Mic(microphone), Decoder(hearing::LiveLag) {}
 
     void Run();
     // With times from the beginning of the listening.
-    const std::vector<MIDIEvent>& Records() const { return All; }
+    std::vector<Note> Notes() const;
 
 private:
-    void PrintNotes(std::size_t from);
+    void PrintLibraryNotes(std::size_t from);
+    void Decode();
+    void PrintDecoded();
+    Note Timed(const hearing::Note& note) const;
     void ShowMeter();
     bool Over();
 
     const ListenOptions& Options;
     const Microphone& Mic;
     Progress Meter;
-    std::vector<MIDIEvent> All;
-    std::vector<Frame> Frames; // since the meter was last shown
-    std::int64_t EndTime = -1; // of the sound file; below 0 while it goes on
+    Ear Hears;
+    hearing::Decoder Decoder;
+    std::size_t Printed = 0; // of the decoder's notes
+    std::vector<MIDIEvent> FromLibrary;
+    std::vector<HeardFrame> Frames; // since the meter was last shown
+    std::size_t Decoded = 0;        // of them
+    std::uint32_t StartTime = 0;    // of the listening, milliseconds on the system's clock
+    std::int64_t EndTime = -1;      // of the sound file; below 0 while it goes on
 };
 
-void Listener::PrintNotes(std::size_t from) {
-    for (std::size_t i = from; i < All.size(); ++i) {
-        if (All[i].Status != 0x90 || All[i].Data2 == 0) continue;
+void Listener::PrintLibraryNotes(std::size_t from) {
+    for (std::size_t i = from; i < FromLibrary.size(); ++i) {
+        const MIDIEvent& record = FromLibrary[i];
+        if (record.Status != 0x90 || record.Data2 == 0) continue;
         Meter.End();
-        std::printf("%10.3f  %-4s velocity %d\n", All[i].Time / 1000.0,
-                    NoteName(All[i].Data1).c_str(), All[i].Data2);
-        std::fflush(stdout);
+        std::printf("%10.3f  %-4s velocity %-3d         the library\n", record.Time / 1000.0,
+                    NoteName(record.Data1).c_str(), record.Data2);
     }
+}
+
+void Listener::Decode() {
+    for (; Decoded < Frames.size(); ++Decoded) Decoder.Take(Frames[Decoded].Of);
+    PrintDecoded();
+}
+
+void Listener::PrintDecoded() {
+    const std::vector<hearing::Note>& notes = Decoder.Notes();
+    for (; Printed < notes.size(); ++Printed) {
+        const Note note = Timed(notes[Printed]);
+        Meter.End();
+        std::printf("%10.3f  %-4s velocity %-3d %+4.0f cents\n",
+                    static_cast<double>(note.Start) / 1000, NoteName(note.Key).c_str(),
+                    note.Velocity, (note.Pitch - note.Key) * 100);
+    }
+}
+
+Note Listener::Timed(const hearing::Note& note) const {
+    const double begin = static_cast<std::int32_t>(Hears.StartTime() - StartTime) / 1000.0;
+    hearing::Note timed = note;
+    timed.Onset += begin;
+    timed.End += begin;
+    return ToKey(timed, 0);
+}
+
+std::vector<Note> Listener::Notes() const {
+    if (Options.AsLibrary) return PairNotes(FromLibrary, 0);
+    std::vector<Note> notes;
+    for (const hearing::Note& note : Decoder.Notes()) notes.push_back(Timed(note));
+    return notes;
 }
 
 void Listener::ShowMeter() {
     if (Frames.empty() || !Meter.Due()) return;
     int level = 0;
-    for (const Frame& frame : Frames) level = std::max(level, frame.Level);
-    const Frame& now = Frames.back();
-    const std::string pitch = now.Note == Sonorel::NoNote ? "" : PitchText(now.Frequency);
-    Meter.Show("level " + Bar(level, 128, 32) + "  " + pitch + (pitch.empty() ? "" : " cents"));
+    for (const HeardFrame& frame : Frames) level = std::max(level, frame.InputLevel);
+    const std::string pitch = PitchText(Frames.back().Of.Frequency);
+    Meter.Show("level " + Bar(level, FullLevel, 32) + "  " + pitch +
+               (pitch.empty() ? "" : " cents"));
     Frames.clear();
+    Decoded = 0;
 }
 
 bool Listener::Over() {
@@ -84,22 +125,28 @@ bool Listener::Over() {
 }
 
 void Listener::Run() {
-    Ear ear;
     Library library;
     StartOptions start;
     start.Thru = !Options.Thru.empty();
     start.ThruMap = ParseChannelMap({});
     library.Start(start);
-    std::fprintf(stderr, "Listening; Ctrl-C ends\n");
+    StartTime = static_cast<std::uint32_t>(machine::Microseconds() / 1000) -
+                static_cast<std::uint32_t>(ZorTimeMIDI(0));
+    std::fprintf(stderr, "Listening; each note is told %.0f ms after it has begun. Ctrl-C ends\n",
+                 hearing::LiveLag * hearing::FrameSeconds * 1000);
     for (bool over = false; !over;) {
         Nap(4);
         over = Over();
-        const std::size_t before = All.size();
-        Library::TakeReceived(All);
-        PrintNotes(before);
-        ear.Take(Frames);
+        const std::size_t before = FromLibrary.size();
+        Library::TakeReceived(FromLibrary);
+        if (Options.AsLibrary) PrintLibraryNotes(before);
+        Hears.Take(Frames);
+        Decode();
+        std::fflush(stdout);
         ShowMeter();
     }
+    Decoder.Finish();
+    PrintDecoded();
     if (start.Thru) Library::Silence({});
 }
 
@@ -125,11 +172,11 @@ void Run(const GlobalOptions& global, const ListenOptions& options) {
     Listener listener(options, microphone);
     listener.Run();
     microphone.CheckRead();
-    const std::size_t notes = PairNotes(listener.Records(), 0).size();
-    std::printf("%zu notes\n", notes);
+    const std::vector<Note> notes = listener.Notes();
+    std::printf("%zu notes\n", notes.size());
     if (!out) return;
-    if (notes == 0) throw HostError("no note was heard, so no MIDI file is written");
-    WriteRecording(listener.Records(), {}, *out);
+    if (notes.empty()) throw HostError("no note was heard, so no MIDI file is written");
+    WriteRecording(ToRecords(notes), {}, *out);
     std::printf("Wrote %s at 120 quarter notes a minute\n", out->Path().c_str());
 }
 
@@ -152,9 +199,13 @@ void AddListen(CLI::App& app, const GlobalOptions& global) {
         ->type_name("N");
     command->add_option("-o,--out", options->Out, "Write the notes to this MIDI file at the end")
         ->type_name("OUT.mid");
+    command->add_flag("--as-library", options->AsLibrary,
+                      "Print and write the notes of the library's microphone; print the decoded "
+                      "ones beside them");
     command
         ->add_option("--thru", options->Thru,
-                     "Output device that plays the notes at once; give it again for several")
+                     "Output device that plays the library's notes at once; give it again for "
+                     "several")
         ->type_name("NAME")
         ->allow_extra_args(false);
     command->callback([&global, options] { Run(global, *options); });

@@ -1,26 +1,30 @@
-// One picture of what the recogniser made of a sound, as SVG.
+// Pictures of what was heard in a sound, as SVG: pages of a minute each, in rows like a score's.
 #pragma once
 
-#include "host/ear.h"
-#include "host/melody.h"
+#include "host/heard_sound.h"
+#include "host/recording.h"
+#include "host/transcript.h"
 
 #include <string>
-#include <vector>
 
 namespace zorhost {
 
 struct Plot {
     std::string Title;
-    std::vector<Frame> Frames; // Time in milliseconds from the beginning of the sound
-    std::vector<Note> Notes;   // likewise
-    std::int64_t Milliseconds; // of the sound
-    int OnLevel;
-    int OffLevel;
+    const HeardSound& Sound;
+    const Transcript& Of;
 };
 
-// The longest sound that one picture can show, in milliseconds. What comes after is left out.
-constexpr std::int64_t LongestPlot = 10 * 60 * 1000;
+class PlotFiles {
+public:
+    // Of the first page; the second is "OUT-2.svg" where the first is "OUT.svg". Throws HostError
+    // if it cannot be written.
+    explicit PlotFiles(const std::string& path) : First(path) {}
+    // As many pages as it takes, no more than an hour's. Tells their names. Throws HostError.
+    void Write(const Plot& plot);
 
-std::string DrawPlot(const Plot& plot);
+private:
+    OutputFile First;
+};
 
 } // namespace zorhost

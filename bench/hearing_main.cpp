@@ -1,0 +1,112 @@
+// A sound file to notes, beside what reading and resampling it alone take; and a frame of the
+// decoder, beside the recogniser's.
+#include "bench/table.h"
+#include "hearing/decoder.h"
+#include "host/resampled.h"
+#include "host/transcript.h"
+
+#include <benchmark/benchmark.h>
+#include <cmath>
+#include <cstdlib>
+#include <numbers>
+#include <unistd.h>
+
+namespace {
+
+constexpr char ReadOnly[] = "read and resample a minute";
+constexpr char Whole[] = "a minute of sound to its notes";
+constexpr char OneFrame[] = "recogniser, one frame";
+constexpr char Live[] = "decoder live, one frame";
+constexpr char File[] = "decoder of files, one frame";
+
+// A minute of a scale in half seconds, 44,100 Hz, 2 channels, 16 bits.
+class Song {
+public:
+    Song() {
+        close(mkstemp(Name.data()));
+        SF_INFO info = {};
+        info.samplerate = Rate;
+        info.channels = 2;
+        info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
+        SNDFILE* file = sf_open(Name.c_str(), SFM_WRITE, &info);
+        double phase = 0;
+        for (int i = 0; i < 60 * Rate; ++i) {
+            phase += 220 * std::exp2(i / (Rate / 2) % 13 / 12.0) / Rate;
+            float sample = 0;
+            for (int h = 1; h <= 6; ++h) {
+                sample += static_cast<float>(std::sin(2 * std::numbers::pi * h * phase)) * 0.2f /
+                          static_cast<float>(h);
+            }
+            const float both[] = {sample, sample};
+            sf_writef_float(file, both, 1);
+        }
+        sf_close(file);
+    }
+    ~Song() { std::remove(Name.c_str()); }
+    const std::string& Path() const { return Name; }
+
+private:
+    static constexpr int Rate = 44100;
+    std::string Name = "/tmp/zor-bench-XXXXXX";
+};
+
+const std::string& SongPath() {
+    static const Song song;
+    return song.Path();
+}
+
+void ReadAndResample(benchmark::State& state) {
+    const std::string& path = SongPath();
+    for (auto _ : state) {
+        zorhost::SoundFile file(path);
+        zorhost::Resampled source(file);
+        zorhost::Block block;
+        while (source.Read(block) == block.size()) benchmark::DoNotOptimize(block.data());
+    }
+}
+BENCHMARK(ReadAndResample)->Name(ReadOnly);
+
+void ToNotes(benchmark::State& state) {
+    const std::string& path = SongPath();
+    for (auto _ : state) {
+        const auto sound = zorhost::HearFile(path, zorhost::Loudness::Raised);
+        benchmark::DoNotOptimize(zorhost::Decode(sound, zorhost::Loudness::Raised));
+    }
+}
+BENCHMARK(ToNotes)->Name(Whole);
+
+void Recognise(benchmark::State& state) {
+    zorhost::SoundFile file(SongPath());
+    zorhost::Resampled source(file);
+    std::vector<zorhost::Block> blocks(2048);
+    for (zorhost::Block& block : blocks) source.Read(block);
+    zorhost::FrameMaker maker;
+    std::size_t next = 0;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(maker.Take(blocks[next], 1));
+        next = (next + 1) % blocks.size();
+    }
+}
+BENCHMARK(Recognise)->Name(OneFrame);
+
+void Decode(benchmark::State& state, int lag) {
+    const auto sound = zorhost::HearFile(SongPath(), zorhost::Loudness::Raised);
+    hearing::Decoder decoder(lag);
+    std::size_t next = 0;
+    for (auto _ : state) {
+        decoder.Take(sound.Frames[next]);
+        next = (next + 1) % sound.Frames.size();
+    }
+}
+BENCHMARK_CAPTURE(Decode, live, hearing::LiveLag)->Name(Live);
+BENCHMARK_CAPTURE(Decode, file, hearing::FileLag)->Name(File);
+
+constexpr bench::Ratio Lines[] = {{Whole, ReadOnly, 1.5}, {Live, OneFrame, 0}, {File, OneFrame, 0}};
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const bench::Results results = bench::RunBenchmarks(argc, argv);
+    bench::PrintSection("Sound files to notes", results, Lines);
+    return 0;
+}

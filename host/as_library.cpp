@@ -1,0 +1,55 @@
+#include "host/as_library.h"
+
+#include "host/host_error.h"
+#include "host/interrupt.h"
+#include "host/library.h"
+#include "host/microphone.h"
+#include "host/progress.h"
+#include "host/settings.h"
+#include "host/virtual_machine.h"
+
+#include <algorithm>
+#include <filesystem>
+
+namespace zorhost {
+
+namespace {
+
+constexpr std::uint32_t Step = 20;  // milliseconds of sound between two looks
+constexpr std::uint32_t Tail = 500; // of silence after the sound, in which the last note ends
+
+// The sound begins with the library's time base.
+std::vector<MIDIEvent> Listen(const Microphone& microphone) {
+    std::vector<MIDIEvent> records;
+    Library library;
+    library.Start({});
+    Progress progress;
+    for (std::uint32_t left = Tail; left > 0 && !Interrupted();) {
+        machine::Advance(Step);
+        Library::TakeReceived(records);
+        if (microphone.Ended()) left -= std::min(left, Step);
+        if (!progress.Due()) continue;
+        const auto heard = static_cast<std::int64_t>(microphone.SecondsHeard() * 1000);
+        const auto whole = static_cast<std::int64_t>(microphone.Seconds() * 1000);
+        progress.Show(Bar(heard, whole, 30) + "  " + ClockText(heard) + " of " + ClockText(whole));
+    }
+    return records;
+}
+
+} // namespace
+
+std::vector<MIDIEvent> HearAsLibrary(const std::string& path, const std::string& iniFolder) {
+    if (std::filesystem::exists(path) && !std::filesystem::is_regular_file(path)) {
+        throw HostError("\"" + path + "\" is no file; the library's microphone hears files only");
+    }
+    const VirtualMachine machine(Cables::None);
+    machine::UseSteppedClock();
+    const Microphone microphone(path);
+    RunChanges changes;
+    changes.Microphone = true;
+    changes.MicrophoneChannel = 1;
+    const RunSettings settings(SettingsFolder(iniFolder), changes);
+    return Listen(microphone);
+}
+
+} // namespace zorhost

@@ -1,0 +1,99 @@
+#include "host/heard_sound.h"
+
+#include "host/frame_maker.h"
+#include "host/host_error.h"
+#include "host/interrupt.h"
+#include "host/live_gain.h"
+#include "host/progress.h"
+#include "host/resampled.h"
+#include "host/sound_file.h"
+#include "host/spool.h"
+#include "host/tone_filter.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+
+namespace zorhost {
+
+namespace {
+
+float PeakOf(const Block& block) {
+    float peak = 0;
+    for (const float sample : block) peak = std::max(peak, std::fabs(sample));
+    return peak;
+}
+
+class FileHearing {
+public:
+    FileHearing(const std::string& path, Loudness loudness) : File(path), How(loudness) {
+        Sound.Announced = File.Announced();
+        Sound.OnLevel = Maker.OnLevel();
+        Sound.OffLevel = Maker.OffLevel();
+    }
+    HeardSound Hear() {
+        ReadAll();
+        Measure();
+        return std::move(Sound);
+    }
+
+private:
+    void ReadAll();
+    void Measure();
+    void ShowProgress();
+
+    SoundFile File;
+    Loudness How;
+    Spool Samples;
+    FrameMaker Maker;
+    HeardSound Sound;
+    Progress Line; // for what takes longer than a second
+    const std::chrono::steady_clock::time_point Begun = std::chrono::steady_clock::now();
+};
+
+void FileHearing::ReadAll() {
+    Resampled source(File);
+    ToneFilter filter;
+    Block block;
+    for (std::size_t got = block.size(); got == block.size() && !Interrupted();) {
+        got = source.Read(block);
+        std::fill(block.begin() + static_cast<std::ptrdiff_t>(got), block.end(), 0.0f);
+        if (got == 0) break;
+        if (How != Loudness::AsItIs) filter.Apply(block);
+        Sound.Peak = std::max<double>(Sound.Peak, PeakOf(block));
+        Samples.Write(block);
+        ShowProgress();
+    }
+    Sound.Seconds = File.Position();
+    Sound.BrokeOff = !Interrupted() && File.BrokeOff();
+    Line.End();
+}
+
+void FileHearing::Measure() {
+    Samples.Rewind();
+    LiveGain follower;
+    const float raised = GoodPeak / std::max(static_cast<float>(Sound.Peak), 1e-6f);
+    Block block;
+    while (Samples.Read(block)) {
+        const float gain = How == Loudness::AsItIs   ? 1.0f
+                           : How == Loudness::Raised ? raised
+                                                     : follower.For(block);
+        Sound.Frames.push_back(Maker.Take(block, gain));
+    }
+}
+
+void FileHearing::ShowProgress() {
+    using namespace std::chrono_literals;
+    if (std::chrono::steady_clock::now() - Begun < 1s || !Line.Due()) return;
+    const auto read = static_cast<std::int64_t>(File.Position() * 1000);
+    const auto whole = static_cast<std::int64_t>(File.Announced() * 1000);
+    Line.Show(Bar(read, whole, 30) + "  " + ClockText(read) + " of " + ClockText(whole));
+}
+
+} // namespace
+
+HeardSound HearFile(const std::string& path, Loudness loudness) {
+    return FileHearing(path, loudness).Hear();
+}
+
+} // namespace zorhost

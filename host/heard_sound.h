@@ -1,0 +1,33 @@
+// A sound file as the recogniser's frames, on the straight road: read, brought to 22,050 Hz,
+// filtered, raised to a good level, measured. No device and no second thread.
+#pragma once
+
+#include "hearing/frame.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace zorhost {
+
+enum class Loudness {
+    Raised,   // the whole file to one good peak
+    Followed, // as live, by the peak of the last seconds
+    AsItIs,   // unfiltered too
+};
+
+struct HeardSound {
+    std::vector<hearing::Frame> Frames;
+    double Seconds = 0;   // heard
+    double Announced = 0; // what the file says of its length
+    double Peak = 0;      // 1 is full scale
+    int OnLevel = 0;      // from which a pitch is searched for, and further on
+    int OffLevel = 0;
+    bool BrokeOff = false; // there should have been more
+};
+
+// Takes memory for the frames only, some 5 MB for an hour, and 160 MB an hour on the disk
+// meanwhile. Ends early if interrupted. Throws HostError.
+HeardSound HearFile(const std::string& path, Loudness loudness);
+
+} // namespace zorhost

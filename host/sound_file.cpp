@@ -1,0 +1,105 @@
+#include "host/sound_file.h"
+
+#include "host/host_error.h"
+#include "host/interrupt.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <sys/stat.h>
+
+namespace zorhost {
+
+namespace {
+
+constexpr sf_count_t Chunk = 4096; // frames
+
+[[noreturn]] void CannotRead(const std::string& path, const std::string& why) {
+    throw HostError("\"" + path + "\" cannot be read: " + why);
+}
+
+// What the formats need to go back and forth in.
+std::FILE* Spooled(std::FILE* from, const std::string& path) {
+    std::FILE* to = std::tmpfile();
+    if (!to) CannotRead(path, std::strerror(errno));
+    std::array<char, 65536> bytes;
+    while (!Interrupted()) {
+        const std::size_t got = std::fread(bytes.data(), 1, bytes.size(), from);
+        if (got == 0) break;
+        if (std::fwrite(bytes.data(), 1, got, to) == got) continue;
+        std::fclose(to);
+        CannotRead(path, "there is no room to keep it");
+    }
+    std::fflush(to);
+    std::rewind(to);
+    return to;
+}
+
+} // namespace
+
+SoundFile::SoundFile(const std::string& path) : Channels() {
+    OpenStream(path);
+    File.reset(sf_open_fd(fileno(Stream.get()), SFM_READ, &Info, SF_FALSE));
+    if (!File) CannotRead(path, "it is not a sound file of a kind that is known");
+    if (Info.frames <= 0 || Info.channels < 1 || Info.samplerate < 1) {
+        throw HostError("\"" + path + "\" holds no sound");
+    }
+    Channels.resize(static_cast<std::size_t>(Chunk * Info.channels));
+}
+
+void SoundFile::OpenStream(const std::string& path) {
+    Stream.reset(std::fopen(path.c_str(), "rb"));
+    struct stat about = {};
+    if (!Stream || fstat(fileno(Stream.get()), &about) != 0) {
+        CannotRead(path, std::strerror(errno));
+    }
+    if (S_ISDIR(about.st_mode)) CannotRead(path, "it is a folder");
+    if (!S_ISREG(about.st_mode)) {
+        Stream.reset(Spooled(Stream.get(), path));
+        fstat(fileno(Stream.get()), &about);
+    }
+    if (about.st_size == 0) CannotRead(path, "it is empty");
+}
+
+double SoundFile::Announced() const {
+    return static_cast<double>(Info.frames) / static_cast<double>(Info.samplerate);
+}
+
+std::size_t SoundFile::Read(std::span<float> samples) {
+    std::size_t done = 0;
+    while (done < samples.size()) {
+        const auto wanted =
+            std::min<sf_count_t>(Chunk, static_cast<sf_count_t>(samples.size() - done));
+        const sf_count_t got = sf_readf_float(File.get(), Channels.data(), wanted);
+        if (got <= 0) break;
+        Taken += got;
+        const float* from = Channels.data();
+        for (sf_count_t frame = 0; frame < got; ++frame) {
+            float sum = 0;
+            for (int channel = 0; channel < Info.channels; ++channel) sum += *from++;
+            samples[done++] = sum / static_cast<float>(Info.channels);
+        }
+    }
+    return done;
+}
+
+bool SoundFile::BrokeOff() const {
+    // Of an MP3 the length is only guessed.
+    if ((Info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_MPEG) return false;
+    return sf_error(File.get()) != SF_ERR_NO_ERROR || Taken < Info.frames || CutShort();
+}
+
+// A WAV or AIFF whose header tells of more sound than the file holds is taken as shorter without an
+// error; only the log of its reading says so.
+bool SoundFile::CutShort() const {
+    std::array<char, 16384> log = {};
+    sf_command(File.get(), SFC_GET_LOG_INFO, log.data(), static_cast<int>(log.size() - 1));
+    const char* data = std::strstr(log.data(), "data :");
+    if (!data) data = std::strstr(log.data(), "SSND :");
+    if (!data) return false;
+    const std::string line(data, std::strcspn(data, "\n"));
+    return line.find("should be") != std::string::npos;
+}
+
+} // namespace zorhost

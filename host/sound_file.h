@@ -1,0 +1,50 @@
+// A sound file, read once from its beginning to its end as one channel.
+#pragma once
+
+#include <sndfile.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace zorhost {
+
+class SoundFile {
+public:
+    // A pipe or a terminal is read to its end first, into a file without a name. Throws HostError
+    // if that is no sound of a kind that can be read.
+    explicit SoundFile(const std::string& path);
+
+    int Rate() const { return Info.samplerate; }
+    // What the file says of itself, in seconds; of some kinds a guess.
+    double Announced() const;
+    // Fills with the mean of the channels, -1 to 1. Less than asked for at the end only.
+    std::size_t Read(std::span<float> samples);
+    // Seconds read.
+    double Position() const { return static_cast<double>(Taken) / Info.samplerate; }
+    // After the end: whether there should have been more.
+    bool BrokeOff() const;
+
+private:
+    struct CloseStream {
+        void operator()(std::FILE* file) const { std::fclose(file); }
+    };
+    struct CloseSound {
+        void operator()(SNDFILE* file) const { sf_close(file); }
+    };
+
+    void OpenStream(const std::string& path);
+    bool CutShort() const;
+
+    std::unique_ptr<std::FILE, CloseStream> Stream;
+    std::unique_ptr<SNDFILE, CloseSound> File;
+    SF_INFO Info = {};
+    std::int64_t Taken = 0; // frames
+    std::vector<float> Channels;
+};
+
+} // namespace zorhost

@@ -1,0 +1,143 @@
+// Notes out of frames as voices and instruments make them.
+#include "hearing/decoder.h"
+#include "hearing/pitch.h"
+#include "hearing/tuning.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <random>
+
+namespace {
+
+using namespace hearing;
+
+constexpr int Unvoiced = 0; // as a pitch
+
+struct Stretch {
+    int Frames;
+    double Pitch;
+    int Level = 60;
+    double Slope = 0;   // semitones a frame
+    double Vibrato = 0; // semitones to each side, 5.5 Hz
+};
+
+using Sound = std::vector<Stretch>;
+
+constexpr Stretch Silence = {10, Unvoiced, 0};
+
+std::vector<Frame> Frames(const Sound& sound) {
+    std::vector<Frame> frames;
+    for (const Stretch& stretch : sound) {
+        for (int i = 0; i < stretch.Frames; ++i) {
+            const double begin = static_cast<double>(frames.size()) * FrameSeconds;
+            const double pitch =
+                stretch.Pitch + stretch.Slope * i + stretch.Vibrato * std::sin(i * 0.8);
+            const double frequency = stretch.Pitch == Unvoiced ? 0 : FrequencyOf(pitch);
+            frames.push_back({begin, begin, frequency, stretch.Level});
+        }
+    }
+    return frames;
+}
+
+std::vector<Note> Notes(const std::vector<Frame>& frames, int lag, double tuning = 0) {
+    Decoder decoder(lag, tuning);
+    for (const Frame& frame : frames) decoder.Take(frame);
+    decoder.Finish();
+    return decoder.Notes();
+}
+
+TEST(Decoder, HearsWhatWasMeantAtAnyLag) {
+    const struct {
+        const char* Name;
+        Sound Of;
+        std::vector<int> Keys;
+    } cases[] = {
+        {"a held note", {{20, 60}}, {60}},
+        {"wide vibrato", {{50, 60, 60, 0, 0.9}}, {60}},
+        {"an octave slip", {{10, 60}, {2, 72}, {10, 60}}, {60}},
+        {"a subharmonic", {{10, 67}, {2, 48}, {10, 67}}, {67}},
+        {"frames that fail", {{10, 60}, {2, Unvoiced}, {10, 60}}, {60}},
+        {"a scoop", {{5, 58, 50, 0.4}, {20, 60}}, {60}},
+        {"a noisy attack", {{2, Unvoiced, 80}, {1, 93.3, 90}, {15, 60}}, {60}},
+        {"legato", {{12, 60}, {12, 62}, {12, 61}}, {60, 62, 61}},
+        {"an octave that is meant", {{15, 60}, {15, 72}}, {60, 72}},
+        {"struck again", {{12, 60}, {1, 60, 10}, {12, 60, 80}}, {60, 60}},
+        {"with a gap", {{12, 60}, {4, Unvoiced, 3}, {12, 60}}, {60, 60}},
+        {"a swell", {{12, 60, 30}, {5, 60, 45}, {12, 60, 80}}, {60}},
+        {"noise", {{1, 93, 40}, {1, Unvoiced, 40}, {1, 55, 40}, {1, 88, 40}}, {}},
+        {"too short", {{1, 60}}, {}},
+        {"nothing", {}, {}},
+    };
+    for (const auto& c : cases) {
+        Sound sound = {Silence};
+        sound.insert(sound.end(), c.Of.begin(), c.Of.end());
+        sound.push_back(Silence);
+        for (const int lag : {LiveLag, FileLag}) {
+            std::vector<int> keys;
+            for (const Note& note : Notes(Frames(sound), lag)) {
+                keys.push_back(static_cast<int>(std::lround(note.Pitch)));
+                EXPECT_FALSE(note.Open) << c.Name;
+                EXPECT_LE(note.Onset, note.End) << c.Name;
+            }
+            EXPECT_EQ(keys, c.Keys) << c.Name << " at " << lag;
+        }
+    }
+}
+
+TEST(Decoder, FindsTheBeginningTheEndAndTheExactPitch) {
+    const auto notes = Notes(Frames({Silence,
+                                     {1, Unvoiced, 20},
+                                     {1, Unvoiced, 35},
+                                     {1, 47, 50},
+                                     {20, 60.3, 60},
+                                     {20, 62.2, 60, 0, 0.2},
+                                     Silence}),
+                             FileLag);
+    ASSERT_EQ(notes.size(), 2u);
+    // The level rises two frames before there is a pitch.
+    EXPECT_NEAR(notes[0].Onset, 10 * FrameSeconds, 0.001);
+    EXPECT_NEAR(notes[0].Pitch, 60.3, 0.01);
+    EXPECT_NEAR(notes[0].Sureness, 0.95, 0.04);
+    // The window fills before the new pitch is measured.
+    EXPECT_NEAR(notes[1].Onset, 33 * FrameSeconds, 0.03);
+    EXPECT_NEAR(notes[1].End, 53 * FrameSeconds, 0.001);
+    EXPECT_NEAR(notes[1].Pitch, 62.2, 0.1);
+}
+
+TEST(Decoder, TellsANoteLiveAsSoonAsItsLagIsOver) {
+    Decoder decoder(LiveLag);
+    const auto frames = Frames({Silence, {30, 60}});
+    for (std::size_t i = 0; i < 10 + LiveLag + 1; ++i) decoder.Take(frames[i]);
+    ASSERT_EQ(decoder.Notes().size(), 1u);
+    EXPECT_TRUE(decoder.Notes()[0].Open);
+    EXPECT_EQ(decoder.Notes()[0].Pitch, 60);
+}
+
+TEST(Decoder, GivesTheSameWhereverALongFileIsCut) {
+    std::mt19937 random(1);
+    Sound sound;
+    for (int i = 0; i < 800; ++i) {
+        const auto pitch = static_cast<double>(random() % 5 ? 50 + random() % 20 : Unvoiced);
+        sound.push_back({static_cast<int>(2 + random() % 12), pitch,
+                         static_cast<int>(5 + random() % 90), 0, 0.4});
+    }
+    const auto frames = Frames(sound);
+    ASSERT_GT(frames.size(), 4u * FileLag);
+    const auto cut = Notes(frames, FileLag);
+    const auto whole = Notes(frames, static_cast<int>(frames.size()));
+    ASSERT_EQ(cut.size(), whole.size());
+    for (std::size_t i = 0; i < cut.size(); ++i) {
+        EXPECT_EQ(cut[i].Onset, whole[i].Onset) << i;
+        EXPECT_EQ(cut[i].Pitch, whole[i].Pitch) << i;
+    }
+}
+
+TEST(Tuning, IsThatOfTheTakeWhateverItsNotes) {
+    for (const double tuning : {-0.45, -0.2, 0.0, 0.3}) {
+        const auto frames = Frames({{20, 60 + tuning}, Silence, {30, 67 + tuning, 60, 0, 0.1}});
+        EXPECT_NEAR(TuningOf(frames), tuning, 0.01);
+    }
+    EXPECT_EQ(TuningOf({}), 0);
+}
+
+} // namespace
