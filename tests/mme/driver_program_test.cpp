@@ -22,6 +22,7 @@ protected:
         ZorEchoMIDI(1, nullptr);
         MidiOutReset = 1;
     }
+    ~DriverProgramTest() override { machine::InsideMidiOut(nullptr); } // its test is over
     static void CallBack() { machine::CallBackMidi(0, MIM_DATA, 0x403C90, 0); }
 };
 
