@@ -5,7 +5,6 @@
 #include "platform/machine/fault_point.h"
 #include "platform/system/midi.h"
 
-#include <algorithm>
 #include <mutex>
 
 namespace machine {
@@ -47,13 +46,18 @@ public:
     }
     // The port of a handle, null for none.
     std::shared_ptr<Port> Of(const void* handle) {
-        const auto value = reinterpret_cast<std::uintptr_t>(handle);
-        return Find([value](const Port& port) { return port.Handle == value; });
+        const std::scoped_lock lock(Lock);
+        for (const auto& port : Ports)
+            if (port->Handle == reinterpret_cast<std::uintptr_t>(handle)) return port;
+        return nullptr;
     }
     // The port that holds the device of that number, null for none.
     std::shared_ptr<Port> On(MidiWay way, int number) {
         const auto device = MidiDeviceAt(way, static_cast<std::uint64_t>(number));
-        return Find([&device](const Port& port) { return port.Device == device; });
+        const std::scoped_lock lock(Lock);
+        for (const auto& port : Ports)
+            if (port->Device == device) return port;
+        return nullptr;
     }
     std::vector<std::shared_ptr<Port>> All() {
         const std::scoped_lock lock(Lock);
@@ -68,13 +72,6 @@ private:
         port->Handle = Last += 2;
         Ports.push_back(port);
         return true;
-    }
-    template <class Test>
-    std::shared_ptr<Port> Find(Test test) {
-        const std::scoped_lock lock(Lock);
-        const auto found =
-            std::ranges::find_if(Ports, [&](const auto& each) { return test(*each); });
-        return found != Ports.end() ? *found : nullptr;
     }
 
     std::mutex Lock;

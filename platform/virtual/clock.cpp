@@ -147,12 +147,12 @@ void ChangeClock(bool toStepped, std::uint64_t start, std::thread::id steering) 
     Clock& clock = The();
     Lock lock(clock.Lock);
     Forget(clock, nullptr);
-    changes.fetch_add(1, std::memory_order_release);
     steppedNow.store(start, std::memory_order_relaxed);
     stepped.store(toStepped, std::memory_order_release);
     for (LaneState& state : clock.States) state.Wake.notify_all();
     clock.ActionDone.wait(lock, [&clock] { return !OthersRun(clock, nullptr); });
     Forget(clock, nullptr); // what those actions have scheduled
+    changes.fetch_add(1, std::memory_order_release);
 }
 
 void StandAt(std::uint64_t time) {

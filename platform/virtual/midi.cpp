@@ -67,8 +67,9 @@ bool Traffic::Add(std::shared_ptr<VirtualInput> to, std::uint32_t message, std::
     if (Heap.size() >= Most) return false;
     Heap.push_back({Microseconds() + latency, ++Last, std::move(to), message});
     std::ranges::push_heap(Heap, std::less<>());
-    if (Heap.front().Number != Last || Arm()) return true;
-    TakeFirst(); // the clock has no thread for it
+    const bool first = Heap.front().Number == Last;
+    if ((!first && Armed != 0) || Arm() || !first) return true;
+    TakeFirst(); // the clock has no thread for it, or no room
     return false;
 }
 
@@ -185,12 +186,6 @@ MidiResult VirtualOutput::Send(std::uint32_t message) {
 void VirtualOutput::Lead(const std::string& where, Cable cable) {
     const std::scoped_lock lock(Lock);
     Cables[where].swap(cable);
-}
-
-void VirtualOutput::Forgotten() {
-    std::unique_lock lock(Lock);
-    const auto cables = std::exchange(Cables, {});
-    lock.unlock();
 }
 
 int AddMidiInput(const std::string& name) { return Plug<VirtualInput>(name); }

@@ -42,7 +42,10 @@ public:
     MidiResult Open(const std::shared_ptr<MidiReceiver>&) override;
     void Close() override {}
     MidiResult Send(std::uint32_t message) override;
-    void Forgotten() override;
+    void Forgotten() override {
+        const std::scoped_lock lock(Lock);
+        Cables.clear();
+    }
 
     // Carries a message on, false if it cannot now. Real time.
     using Cable = std::function<bool(std::uint32_t message)>;
