@@ -49,7 +49,10 @@ int CountOf(int queue);
 class EngineTest : public MachineTest {
 protected:
     explicit EngineTest(std::uint32_t clock = 1000);
-    ~EngineTest() override { PowerOff(); } // while the fake drivers are still there
+    ~EngineTest() override { // while the fake drivers are still there
+        drivers.Rows[0] = drivers.Rows[1] = {};
+        PowerOff();
+    }
 
     FakeDrivers drivers;
 };

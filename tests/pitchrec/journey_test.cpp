@@ -185,7 +185,7 @@ protected:
         ASSERT_TRUE(ChoosePRecDevice(NumberOf(Second)));
     }
     void TearDown() override {
-        machine::WhileBoxIsUp(nullptr);
+        MachineTest::TearDown();
         PRecClose();
         EXPECT_EQ(machine::OpenWaveIns() + OpenCaptureObjects(), 0);
     }

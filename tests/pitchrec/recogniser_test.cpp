@@ -54,15 +54,6 @@ TEST(Recogniser, SettersCheckAndScale) {
     EXPECT_EQ(recogniser.GetDevice(), 3);
 }
 
-TEST(Recogniser, RunsWhenItsCaptureDoes) {
-    Player player;
-    EXPECT_TRUE(player.Recogniser.IsRunning());
-    // The result is the capture's, which is true for a stop too.
-    EXPECT_TRUE(player.Recogniser.Enable(false));
-    EXPECT_FALSE(player.Recogniser.IsRunning());
-    EXPECT_EQ(player.Recogniser.Enabled, 1);
-}
-
 TEST(Recogniser, WithoutACaptureIsHarmless) {
     PitchRecWaveIn recogniser(nullptr);
     std::int32_t time = 0, status = 0, data1 = 0, data2 = 0;

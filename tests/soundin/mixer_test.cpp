@@ -49,10 +49,6 @@ protected:
     machine::Mixer mixer = machine::Mixer::None;
 };
 
-constexpr machine::ControlPlace LineVolume = {WaveIn, LineIn, Volume};
-constexpr machine::ControlPlace RecordingVolume = {WaveIn, 0, Volume};
-constexpr machine::ControlPlace MasterMute = {Speakers, 0, Mute};
-
 } // namespace
 
 TEST_F(MixerTest, LevelOneIsHalfTheRange) {
@@ -111,33 +107,49 @@ TEST_F(MixerTest, AUniformControlAndAMonoLineTakeOneValue) {
     }
 }
 
-TEST_F(MixerTest, ADestinationWithoutSourcesIsTakenItself) {
-    OpenWith({Line(Speakers, {MuteControl()}), Line(WaveIn, {VolumeUpTo(100)})});
-    EXPECT_EQ((std::vector{50u, 50u}), Values(RecordingVolume));
-    EXPECT_EQ(1.0, input.GetLevel());
-    EXPECT_TRUE(input.SetMicThru(1));
-    EXPECT_EQ(0u, Values(MasterMute).at(0));
-}
-
-// The line of another instrument is not the microphone's: it is left alone.
-TEST_F(MixerTest, WithoutAMicrophoneLineNothingIsMoved) {
-    OpenWith({Line(Speakers, {MuteControl()}, {Line(LineIn, {MuteControl()})}),
-              Line(WaveIn, {VolumeUpTo(100)}, {Line(LineIn, {VolumeUpTo(100)})})});
-    EXPECT_FALSE(input.SetLevel(2.0));
-    EXPECT_EQ(0.0, input.GetLevel());
-    EXPECT_EQ((std::vector{0u, 0u}), Values(LineVolume));
-    EXPECT_EQ((std::vector{0u, 0u}), Values(RecordingVolume));
-    EXPECT_FALSE(input.SetMicThru(1));
-    EXPECT_EQ(0u, input.GetMicThru());
-    EXPECT_EQ(1u, Values({Speakers, LineIn, Mute}).at(0));
-}
-
-TEST_F(MixerTest, TheTwoControlsAreFoundEachOnItsOwn) {
-    OpenWith({Line(Speakers, {}, {Line(LineIn, {}), Line(Mic, {MuteControl()})})});
-    EXPECT_EQ(0.0, input.GetLevel());
-    EXPECT_FALSE(input.SetLevel(1.0));
-    EXPECT_TRUE(input.SetMicThru(1));
-    EXPECT_EQ(7u, input.GetMicThru());
+// A destination without sources is taken itself; a line of another instrument is not the
+// microphone's, and left alone; the two controls are found each on its own.
+TEST_F(MixerTest, FindsTheMicrophonesControls) {
+    struct {
+        const char* Name;
+        std::vector<MixerLine> Destinations;
+        bool Level, Through;
+        machine::ControlPlace Volume, Mute;
+    } const cases[] = {
+        {"no sources",
+         {Line(Speakers, {MuteControl()}), Line(WaveIn, {VolumeUpTo(100)})},
+         true,
+         true,
+         {WaveIn, 0, Volume},
+         {Speakers, 0, Mute}},
+        {"no microphone",
+         {Line(Speakers, {MuteControl()}, {Line(LineIn, {MuteControl()})}),
+          Line(WaveIn, {VolumeUpTo(100)}, {Line(LineIn, {VolumeUpTo(100)})})},
+         false,
+         false,
+         {WaveIn, LineIn, Volume},
+         {Speakers, LineIn, Mute}},
+        {"one of two",
+         {Line(WaveIn, {VolumeUpTo(100)}, {Line(LineIn, {})}),
+          Line(Speakers, {}, {Line(LineIn, {}), Line(Mic, {MuteControl()})})},
+         false,
+         true,
+         {WaveIn, 0, Volume},
+         {Speakers, Mic, Mute}},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.Name);
+        input.Close();
+        Restart();
+        OpenWith(each.Destinations);
+        EXPECT_EQ(each.Level, input.SetLevel(1.5));
+        EXPECT_EQ(each.Level ? 1.5 : 0.0, input.GetLevel());
+        EXPECT_EQ(each.Level ? 75u : 0u, Values(each.Volume).at(0));
+        EXPECT_EQ(0u, input.GetMicThru());
+        EXPECT_EQ(each.Through, input.SetMicThru(1));
+        EXPECT_EQ(each.Through ? 0u : 1u, Values(each.Mute).at(0));
+        EXPECT_EQ(each.Through ? 7u : 0u, input.GetMicThru());
+    }
 }
 
 TEST_F(MixerTest, WithoutAnyMixer) {
@@ -163,40 +175,11 @@ TEST_F(MixerTest, Refusals) {
     EXPECT_FALSE(input.SetMicThru(0));
 }
 
-TEST_F(MixerTest, LineSearch) {
-    OpenWith({Line(Speakers, {}, {}),
-              Line(WaveIn, {}, {Line(LineIn, {}), Line(Mic, {}), Line(LineIn, {})})});
-    constexpr auto info = machine::Call::mixerGetLineInfoA;
-    constexpr MMRESULT refused = MMSYSERR_NODRIVER;
-    struct {
-        const char* Name;
-        std::uint32_t Destination;
-        std::uint32_t Source;
-        int Failing; // the nth query
-        MMRESULT Result;
-        std::uint32_t FoundType;
-    } const cases[] = {
-        {"found", WaveIn, Mic, 0, 0, Mic},
-        {"behind a source that cannot be read", WaveIn, Mic, 2, 0, Mic},
-        {"itself unreadable", WaveIn, Mic, 3, MIXERR_INVALLINE, 0},
-        {"last source unreadable", WaveIn, 0x1005, 4, refused, 0},
-        {"no source of the type", WaveIn, 0x1005, 0, MIXERR_INVALLINE, 0},
-        {"destination itself", WaveIn, 0, 0, 0, WaveIn},
-        {"destination without sources", Speakers, Mic, 0, 0, Speakers},
-        {"no such destination", 5, Mic, 0, MIXERR_INVALLINE, 0},
-        {"destination unreadable", WaveIn, Mic, 1, refused, 0},
-    };
-    for (const auto& each : cases) {
-        SCOPED_TRACE(each.Name);
-        machine::ClearFaults();
-        if (each.Failing) machine::FailCall(info, each.Failing, refused);
-        MIXERLINEA line;
-        EXPECT_EQ(each.Result,
-                  Sonorel::GetMixerLine(input.Mixer, each.Destination, each.Source, line));
-        if (each.Result == 0) {
-            EXPECT_EQ(each.FoundType, line.dwComponentType);
-        }
-    }
+// A source that cannot be read is no reason to give up those behind it.
+TEST_F(MixerTest, LooksOnBehindASourceThatCannotBeRead) {
+    machine::FailCall(machine::Call::mixerGetLineInfoA, 2, MMSYSERR_NODRIVER);
+    OpenWith({Line(WaveIn, {}, {Line(LineIn, {}), Line(Mic, {VolumeUpTo(100)})})});
+    EXPECT_EQ(1.0, input.GetLevel());
 }
 
 // DirectSound tells nothing of mixers: the one whose whole name begins the description is taken.

@@ -15,6 +15,12 @@ void MachineTest::PowerOn(std::uint32_t clock) {
     machine::SetModulePath((std::filesystem::current_path() / "libzormidi.so").string());
 }
 
+void MachineTest::TearDown() {
+    machine::ClearFaults();
+    machine::InsideMidiOut(nullptr);
+    machine::WhileBoxIsUp(nullptr);
+}
+
 void MachineTest::PowerOff() {
     machine::ClearFaults();
     ZorEchoMIDI(0, nullptr);

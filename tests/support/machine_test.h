@@ -15,6 +15,7 @@ class MachineTest : public testing::Test {
 protected:
     explicit MachineTest(std::uint32_t clock = 1000) { PowerOn(clock); }
     ~MachineTest() override { PowerOff(); }
+    void TearDown() override; // what a test has the machine do reaches into the test
 
     // As freshly loaded, in the middle of a test.
     static void PowerOn(std::uint32_t clock = 1000);
