@@ -33,7 +33,7 @@ struct Costs {
     // A rise of the level makes a beginning likelier: at FullRise or more a Begin or Change costs
     // that much less.
     float Relief = 2;
-    float FullRise = 11;     // decibels over two frames
+    float FullRise = 12;     // decibels over two frames
     float Repeat = 10;       // from a note to the same one struck again
     float RepeatRelief = 12; // where it had sounded for a while; nothing else speaks for it
 

@@ -1,7 +1,7 @@
 #include "hearing/trellis.h"
 
 #include <algorithm>
-#include <cstdlib>
+#include <span>
 
 namespace hearing {
 
@@ -10,6 +10,16 @@ namespace {
 constexpr float Never = 1e9f;
 
 std::size_t Index(int place) { return static_cast<std::size_t>(place); }
+
+// -1 if there is none. In two passes, which both take many at once.
+int FindLeast(const std::vector<float>& costs, int from, int to) {
+    if (from >= to) return -1;
+    const std::span<const float> part(costs.data() + from, Index(to - from));
+    float least = part[0];
+    for (const float cost : part) least = std::min(least, cost);
+    const auto at = std::ranges::find(part, least) - part.begin();
+    return from + static_cast<int>(at);
+}
 
 } // namespace
 
@@ -26,14 +36,11 @@ void Trellis::Step(const Observation& seen) {
 }
 
 void Trellis::FindBest(Survivors& row) const {
-    const auto best = std::ranges::min_element(Held);
-    row.Best = static_cast<int>(best - Held.begin());
-    const auto below = Held.begin() + std::max(row.Best - Of.PlacesPerSemitone + 1, 0);
-    const auto above = Held.begin() + std::min(row.Best + Of.PlacesPerSemitone, Places);
-    auto next = std::min_element(Held.begin(), below);
-    const auto other = std::min_element(above, Held.end());
-    if (next == below || (other != Held.end() && *other < *next)) next = other;
-    row.NextBest = static_cast<int>(next - Held.begin());
+    row.Best = FindLeast(Held, 0, Places);
+    const int below = FindLeast(Held, 0, row.Best - Of.PlacesPerSemitone + 1);
+    const int above = FindLeast(Held, row.Best + Of.PlacesPerSemitone, Places);
+    const bool isBelow = above < 0 || (below >= 0 && Held[Index(below)] < Held[Index(above)]);
+    row.NextBest = isBelow ? below : above;
 }
 
 Trellis::Entries Trellis::StepRest(const Observation& seen, Survivors& row) {
@@ -53,24 +60,30 @@ Trellis::Entries Trellis::StepRest(const Observation& seen, Survivors& row) {
     return entries;
 }
 
-// The one loop that every frame goes through for every place.
+// The one loop that every frame goes through for every place: no branches, so that many go at once.
 void Trellis::StepPlaces(const Observation& seen, const Entries& entries, Survivors& row) {
-    for (int place = 0; place < Places; ++place) {
-        const std::size_t i = Index(place);
-        const float held = Held[i] - entries.Least;
-        const float second = Second[i] - entries.Least;
-        const bool apart = std::abs(place - row.Best) >= Of.PlacesPerSemitone;
-        const float change = apart ? entries.Best : entries.NextBest;
+    const int low = row.Best - Of.PlacesPerSemitone;
+    const int high = row.Best + Of.PlacesPerSemitone;
+    const float* note = seen.Note.data();
+    float* first = First.data();
+    float* second = Second.data();
+    float* held = Held.data();
+    std::int32_t* survivors = row.Places.data();
+    for (int i = 0; i < Places; ++i) {
+        const float stays = held[i] - entries.Least;
+        const float grows = second[i] - entries.Least;
+        const bool near = (i > low) & (i < high);
+        const float change = near ? entries.NextBest : entries.Best;
         const float entered = std::min(entries.Silence, change);
-        const float again = held + entries.Same;
+        const float again = stays + entries.Same;
 
-        std::uint8_t from = entries.Silence <= change ? Silence : apart ? Best : NextBest;
-        if (again < entered) from = Same;
-        row.Places[i] = static_cast<std::uint8_t>(from | (second <= held ? BeganHere : 0));
+        const std::int32_t other = near ? NextBest : Best;
+        const std::int32_t from = entries.Silence <= change ? Silence : other;
+        survivors[i] = (again < entered ? Same : from) | (grows <= stays ? BeganHere : 0);
 
-        Held[i] = std::min(held, second) + seen.Note[i];
-        Second[i] = First[i] - entries.Least + Of.AttackShare * seen.Note[i];
-        First[i] = std::min(entered, again) + Of.AttackShare * seen.Note[i];
+        held[i] = std::min(stays, grows) + note[i];
+        second[i] = first[i] - entries.Least + Of.AttackShare * note[i];
+        first[i] = std::min(entered, again) + Of.AttackShare * note[i];
     }
 }
 
@@ -90,7 +103,7 @@ State Trellis::Cheapest() const {
 }
 
 State Trellis::Before(State state, const Survivors& row) const {
-    const std::uint8_t survivor = row.Places[Index(state.Place)];
+    const std::int32_t survivor = row.Places[Index(state.Place)];
     switch (state.In) {
     case Phase::Rest:
         return row.Ended ? State{Phase::Held, row.Best} : State{};

@@ -38,16 +38,16 @@ public:
 
 private:
     // Where a First came from.
-    enum From : std::uint8_t { Silence, Best, NextBest, Same };
-    static constexpr std::uint8_t FromMask = 3;
-    static constexpr std::uint8_t BeganHere = 4; // Held came from Second
+    enum From : std::int32_t { Silence, Best, NextBest, Same };
+    static constexpr std::int32_t FromMask = 3;
+    static constexpr std::int32_t BeganHere = 4; // Held came from Second
 
     // What a step leaves behind for the tracing.
     struct Survivors {
         int Best = 0;       // place of the cheapest Held before the step
         int NextBest = 0;   // of the cheapest that is at least a semitone away from it
         bool Ended = false; // the rest came from Best
-        std::vector<std::uint8_t> Places;
+        std::vector<std::int32_t> Places; // as wide as a cost, so that many go at once
     };
 
     // Costs of a First by where it comes from, all less the least before the step, so that hours

@@ -18,12 +18,6 @@ namespace zorhost {
 
 namespace {
 
-float PeakOf(const Block& block) {
-    float peak = 0;
-    for (const float sample : block) peak = std::max(peak, std::fabs(sample));
-    return peak;
-}
-
 class FileHearing {
 public:
     FileHearing(const std::string& path, Loudness loudness) : File(path), How(loudness) {
@@ -60,10 +54,10 @@ void FileHearing::ReadAll() {
         std::fill(block.begin() + static_cast<std::ptrdiff_t>(got), block.end(), 0.0f);
         if (got == 0) break;
         if (How != Loudness::AsItIs) filter.Apply(block);
-        Sound.Peak = std::max<double>(Sound.Peak, PeakOf(block));
         Samples.Write(block);
         ShowProgress();
     }
+    Sound.Peak = Samples.Peak();
     Sound.Seconds = File.Position();
     Sound.BrokeOff = !Interrupted() && File.BrokeOff();
     Line.End();

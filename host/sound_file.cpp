@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cmath>
 #include <cstring>
 #include <sys/stat.h>
 
@@ -14,6 +15,7 @@ namespace zorhost {
 namespace {
 
 constexpr sf_count_t Chunk = 4096; // frames
+constexpr float Absurd = 1e6f;     // of full scale
 
 [[noreturn]] void CannotRead(const std::string& path, const std::string& why) {
     throw HostError("\"" + path + "\" cannot be read: " + why);
@@ -78,7 +80,9 @@ std::size_t SoundFile::Read(std::span<float> samples) {
         for (sf_count_t frame = 0; frame < got; ++frame) {
             float sum = 0;
             for (int channel = 0; channel < Info.channels; ++channel) sum += *from++;
-            samples[done++] = sum / static_cast<float>(Info.channels);
+            const float mean = sum / static_cast<float>(Info.channels);
+            // A file of floats can hold what is no number, which would stay in every filter.
+            samples[done++] = std::fabs(mean) < Absurd ? mean : 0;
         }
     }
     return done;
