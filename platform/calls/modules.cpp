@@ -10,6 +10,7 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <filesystem>
+#include <map>
 #include <mutex>
 #include <strings.h>
 
@@ -24,8 +25,7 @@ struct SystemModule {
 struct Modules {
     std::mutex Lock;
     std::string Path;
-    HINSTANCE Attached = nullptr;
-    Resources Carried;
+    std::map<HINSTANCE, Resources> Attached;
     SystemModule System;
 };
 
@@ -65,18 +65,18 @@ void SetModulePath(const std::string& path) {
 
 void AttachModule(HINSTANCE module, const Resources& resources) {
     const Lock lock(The().Lock);
-    The().Attached = module;
-    The().Carried = resources;
+    The().Attached[module] = resources;
 }
 
 void DetachModule(HINSTANCE module) {
     const Lock lock(The().Lock);
-    if (The().Attached == module) The().Carried = {};
+    The().Attached.erase(module);
 }
 
 Resources ResourcesOf(HINSTANCE module) {
     const Lock lock(The().Lock);
-    return The().Attached == module ? The().Carried : Resources{};
+    const auto found = The().Attached.find(module);
+    return found == The().Attached.end() ? Resources{} : found->second;
 }
 
 void OfferModule(const char* name, std::span<const ModuleExport> exports) {
