@@ -1,5 +1,5 @@
-// The library as a module: where it lies, and what it carries. The one system module that it may
-// load.
+// The library as a module: where it seems to lie, and what it carries. The one system module that
+// it may load.
 #include "platform/machine/modules.h"
 
 #include "platform/calls/resources.h"
@@ -7,6 +7,7 @@
 #include "platform/machine/power.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
 #include <filesystem>
@@ -38,15 +39,6 @@ using Lock = std::lock_guard<std::mutex>;
 
 HMODULE SystemHandle() { return reinterpret_cast<HMODULE>(&The().System); }
 
-// The file that the given address was loaded from.
-std::string FileOf(const void* address) {
-    Dl_info module{};
-    if (!address || dladdr(address, &module) == 0 || !module.dli_fname) return {};
-    std::error_code failed;
-    const auto full = std::filesystem::canonical(module.dli_fname, failed);
-    return failed ? module.dli_fname : full.string();
-}
-
 // Cut to the buffer; the number of characters without the terminator.
 std::size_t GiveText(std::string_view text, LPSTR buffer, std::size_t size) {
     const std::size_t length = text.copy(buffer, size - 1);
@@ -61,6 +53,17 @@ const AtPowerOn atPowerOn([] { SetModulePath({}); });
 void SetModulePath(const std::string& path) {
     const Lock lock(The().Lock);
     The().Path = path;
+}
+
+std::string ModulePath() {
+    const Lock lock(The().Lock);
+    if (!The().Path.empty()) return The().Path;
+    const char* config = std::getenv("XDG_CONFIG_HOME");
+    const char* home = std::getenv("HOME");
+    const std::filesystem::path folder = config && *config == '/'
+                                             ? std::filesystem::path(config)
+                                             : std::filesystem::path(home ? home : "/") / ".config";
+    return folder / "zormidi" / "libzormidi.so";
 }
 
 void AttachModule(HINSTANCE module, const Resources& resources) {
@@ -91,10 +94,9 @@ namespace zorsystem {
 
 using namespace machine;
 
-DWORD GetModuleFileNameA(HMODULE module, LPSTR path, DWORD size) {
+DWORD GetModuleFileNameA(HMODULE, LPSTR path, DWORD size) {
     if (!path || size == 0) return 0;
-    const Lock lock(The().Lock);
-    const std::string file = The().Path.empty() ? FileOf(module) : The().Path;
+    const std::string file = ModulePath();
     const std::size_t length = GiveText(file, path, size);
     return length == file.size() ? static_cast<DWORD>(length) : size; // size itself tells of a cut
 }

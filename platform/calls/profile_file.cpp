@@ -103,6 +103,8 @@ const ProfileText& ReadProfile(const std::string& path) {
 
 bool ReplaceProfile(const std::string& path, const std::string& bytes) {
     const fs::path place = Locate(path);
+    std::error_code there; // that it cannot be made shows below
+    fs::create_directories(place.parent_path(), there);
     struct stat status {};
     const struct stat* const old = stat(place.c_str(), &status) == 0 ? &status : nullptr;
     if (!MayReplace(place, old)) return false;

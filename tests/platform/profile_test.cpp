@@ -141,7 +141,9 @@ TEST_F(Profile, AMissingFileIsEmptyAndMadeByTheFirstWrite) {
     EXPECT_EQ(GetPrivateProfileIntA("S", "k", 4, Path.c_str()), 4u);
     EXPECT_TRUE(Write("S", "k", "v"));
     EXPECT_EQ(Get(), "[S]\r\nk=v\r\n");
-    EXPECT_FALSE(WritePrivateProfileStringA("S", "k", "v", (Folder / "none" / "x.ini").c_str()));
+    EXPECT_FALSE(WritePrivateProfileStringA("S", "k", "v", (Path / "x.ini").c_str()));
+    EXPECT_TRUE(
+        WritePrivateProfileStringA("S", "k", "v", (Folder / "new" / "er" / "x.ini").c_str()));
 }
 
 TEST_F(Profile, EveryChangeFromOutsideIsSeen) {
