@@ -93,12 +93,11 @@ BOOL SetDlgItemInt(HWND dialog, int id, UINT value, BOOL isSigned) {
     return SetDlgItemTextA(dialog, id, text.c_str());
 }
 
-UINT GetDlgItemInt(HWND dialog, int id, BOOL* translated, BOOL isSigned) {
+UINT GetDlgItemInt(HWND dialog, int id, BOOL*, BOOL isSigned) {
     const Control* control = ItemOf(dialog, id);
     UINT value = 0;
     const auto reader = isSigned ? ReadNumber<int> : ReadNumber<UINT>;
     const bool read = control && reader(control->Text, value);
-    if (translated) *translated = read;
     return read ? value : 0;
 }
 

@@ -42,14 +42,9 @@ public:
 };
 
 // A box or a disc to check, with its text beside it.
-class CheckButton : public Worked<Fl_Button> {
+class CheckButton : public Button {
 public:
-    explicit CheckButton(Control& control) : Worked(control, control.Text) {
-        callback([](Fl_Widget* widget, void*) {
-            const auto& button = *static_cast<CheckButton*>(widget);
-            button.In.Click(button.Of);
-        });
-    }
+    using Button::Button;
     int handle(int event) override {
         if (event == FL_FOCUS && Of.Is(Kind::RadioButton) && Fl::event() == FL_KEYBOARD) {
             // The group is one stop of the Tab key; its arrows choose.

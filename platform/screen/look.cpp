@@ -152,10 +152,6 @@ void Picture::Panel(bool focused, Rgb fill, Rgb border) {
     Framed(line, line, Width - 2 * line, Height - 2 * line, Radius * line, fill, border, line);
 }
 
-void Picture::Disc(double x, double y, double radius, Rgb colour) {
-    Cover(colour, [=](double px, double py) { return std::hypot(px - x, py - y) - radius; });
-}
-
 void Picture::Stroke(double x1, double y1, double x2, double y2, double width, Rgb colour) {
     const double dx = x2 - x1, dy = y2 - y1, square = std::max(dx * dx + dy * dy, 1e-9);
     Cover(colour, [=](double x, double y) {

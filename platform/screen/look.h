@@ -58,7 +58,9 @@ public:
                 Rgb border, double line);
     // The whole of it: a sheet with a border, and round it the mark of the focus.
     void Panel(bool focused, Rgb fill, Rgb border);
-    void Disc(double x, double y, double radius, Rgb colour);
+    void Disc(double x, double y, double radius, Rgb colour) {
+        Stroke(x, y, x, y, 2 * radius, colour);
+    }
     void Stroke(double x1, double y1, double x2, double y2, double width, Rgb colour);
     void Fill(int left, int top, int width, int height, Rgb colour);
     void Draw(int x, int y) const;

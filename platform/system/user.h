@@ -72,8 +72,8 @@ PLATFORM_API HWND GetWindow(HWND window, UINT relation);
 
 PLATFORM_API BOOL SetDlgItemTextA(HWND dialog, int id, LPCSTR text);
 PLATFORM_API BOOL SetDlgItemInt(HWND dialog, int id, UINT value, BOOL isSigned);
-// Reads the number that the text begins with, after blanks; 0 with translated FALSE if there is
-// none or it is out of range.
+// Reads the number that the text begins with, after blanks; 0 if there is none or it is out of
+// range. translated must be null.
 PLATFORM_API UINT GetDlgItemInt(HWND dialog, int id, BOOL* translated, BOOL isSigned);
 PLATFORM_API BOOL CheckDlgButton(HWND dialog, int id, UINT check);
 PLATFORM_API UINT IsDlgButtonChecked(HWND dialog, int id);

@@ -38,9 +38,9 @@ TEST_F(MidiSetupTest, TheListsHoldEachDeviceOnceWithItsNumber) {
             EXPECT_EQ(user.Items(InList(row)), inputs);
             EXPECT_EQ(user.Items(OutList(row)), outputs);
         }
-        for (int i = 0; i < 7; ++i)
+        for (std::size_t i = 0; i < 7; ++i)
             inNumbers.push_back(static_cast<std::int16_t>(user.ItemData(InList(3), i)));
-        for (int i = 0; i < 5; ++i)
+        for (std::size_t i = 0; i < 5; ++i)
             outNumbers.push_back(static_cast<std::int16_t>(user.ItemData(OutList(3), i)));
         EXPECT_EQ(inNumbers, (std::vector<std::intptr_t>{NoDevice, 1, 5, 3, 4, 2, 0}));
         EXPECT_EQ(outNumbers, (std::vector<std::intptr_t>{NoDevice, -1, 1, 2, 0}));
@@ -209,18 +209,6 @@ TEST_F(MidiSetupTest, StoredNamesFindTheirEntry) {
     EXPECT_EQ(Key("InName1"), "(none)");
     EXPECT_EQ(Key("InName2"), "Grand Piano");
     EXPECT_EQ(Key("OutName1"), "(none)");
-}
-
-TEST_F(MidiSetupTest, NoDeviceAtAll) {
-    InLarge([](DialogUser& user) {
-        EXPECT_EQ(user.Items(InList(0)), (std::vector<std::string>{"(none)"}));
-        EXPECT_EQ(user.Items(OutList(7)), (std::vector<std::string>{"(none)", Default}));
-        user.Click(IDOK);
-        EXPECT_TRUE(user.Ended());
-    });
-    EXPECT_EQ(Key("InName1"), "(none)");
-    EXPECT_EQ(Key("OutName1"), Default);
-    EXPECT_EQ(Key("OutMatch8"), "1");
 }
 
 TEST_F(MidiSetupTest, CancelStoresNothing) {

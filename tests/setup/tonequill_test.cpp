@@ -266,19 +266,6 @@ TEST_P(TonequillTest, TheMeterPaintsTheLevelToThePixel) {
     }
 }
 
-TEST_P(TonequillTest, WithoutADeviceContextTheTickGoesOn) {
-    const machine::Microphone headset = AddMicrophone("Headset");
-    Mic([&](DialogUser& user) {
-        machine::FailCall(machine::Call::GetDC, 1, 0);
-        machine::MoveControl(machine::MixerOf(headset), machine::MicrophoneVolume, 0);
-        user.Wait(50);
-        EXPECT_TRUE(user.Pixels(tonequill::Meter).empty());
-        EXPECT_EQ(Percent(user), 0);
-        user.Wait(50);
-        EXPECT_FALSE(user.Pixels(tonequill::Meter).empty());
-    });
-}
-
 TEST_P(TonequillTest, TheMeterHearsTheMicrophoneAndNotesAreDropped) {
     const machine::Microphone headset = AddMicrophone("Headset");
     Sing(headset, 100);

@@ -31,13 +31,6 @@ ScriptScreen screen;
 
 } // namespace
 
-HWND DialogUser::Handle() const { return At.Handle; }
-std::string DialogUser::Title() const { return At.Title; }
-bool DialogUser::Ended() const { return At.Ended; }
-int DialogUser::Width() const { return At.Place.Width; }
-int DialogUser::Height() const { return At.Place.Height; }
-int DialogUser::Focus() const { return At.Focus ? At.Focus->Id : -1; }
-
 // Of a control that is not there: one of its own, of which nothing is known.
 ui::Control& DialogUser::The(int id) const {
     static ui::Control none;
@@ -58,12 +51,6 @@ bool DialogUser::Shown(int id) const {
            control.Place.Top < At.Place.Height;
 }
 
-bool DialogUser::Enabled(int id) const { return The(id).Enabled; }
-bool DialogUser::Checked(int id) const { return The(id).Checked; }
-int DialogUser::Selection(int id) const { return The(id).Selection; }
-int DialogUser::Position(int id) const { return The(id).Position; }
-std::vector<std::uint32_t> DialogUser::Pixels(int id) const { return The(id).Picture.Pixels; }
-
 std::string DialogUser::Text(int id) const {
     const ui::Control& control = The(id);
     if (!control.Is(ui::Kind::List)) return control.Text;
@@ -74,10 +61,6 @@ std::vector<std::string> DialogUser::Items(int id) const {
     std::vector<std::string> texts;
     for (const ui::Item& item : The(id).Items) texts.push_back(item.Text);
     return texts;
-}
-
-std::intptr_t DialogUser::ItemData(int id, int index) const {
-    return The(id).Items.at(static_cast<std::size_t>(index)).Data;
 }
 
 // The user's hands are where he works.
@@ -111,8 +94,6 @@ bool DialogUser::Select(int id, const std::string& entry) {
 bool DialogUser::Slide(int id, int position) {
     return Do(id, [&](ui::Control& slider) { At.Slide(slider, position); });
 }
-
-void DialogUser::Enter() { At.PressEnter(); }
 
 void DialogUser::Escape() {
     At.Close();

@@ -2,16 +2,11 @@
 #pragma once
 
 #include "platform/platform.h"
+#include "platform/ui/dialog.h"
 
-#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
-
-namespace ui {
-class Dialog;
-struct Control;
-} // namespace ui
 
 // The user of one open dialog: he reaches only what is shown and enabled. Actions give false for
 // what he could not do. Controls are named by their ids.
@@ -19,30 +14,30 @@ class DialogUser {
 public:
     explicit DialogUser(ui::Dialog& dialog) : At(dialog) {}
 
-    HWND Handle() const;
-    std::string Title() const;
-    bool Ended() const; // nothing has an effect any more
-    int Width() const;  // pixels, of the whole dialog
-    int Height() const;
-    int Focus() const; // id, -1 for none
+    HWND Handle() const { return At.Handle; }
+    std::string Title() const { return At.Title; }
+    bool Ended() const { return At.Ended; }      // nothing has an effect any more
+    int Width() const { return At.Place.Width; } // pixels, of the whole dialog
+    int Height() const { return At.Place.Height; }
+    int Focus() const { return At.Focus ? At.Focus->Id : -1; } // id, -1 for none
 
     bool Shown(int id) const; // visible, and its corner inside the dialog
-    bool Enabled(int id) const;
-    bool Checked(int id) const;
+    bool Enabled(int id) const { return The(id).Enabled; }
+    bool Checked(int id) const { return The(id).Checked; }
     std::string Text(int id) const; // of a list, the selected entry's
     std::vector<std::string> Items(int id) const;
-    std::intptr_t ItemData(int id, int index) const;
-    int Selection(int id) const; // -1 for none
-    int Position(int id) const;  // of a slider
+    std::intptr_t ItemData(int id, std::size_t index) const { return The(id).Items.at(index).Data; }
+    int Selection(int id) const { return The(id).Selection; } // -1 for none
+    int Position(int id) const { return The(id).Position; }   // of a slider
     // What has been drawn into it, row by row, 0x00BBGGRR; 0xFFFFFFFF where nothing was.
-    std::vector<std::uint32_t> Pixels(int id) const;
+    std::vector<std::uint32_t> Pixels(int id) const { return The(id).Picture.Pixels; }
 
     bool Click(int id);                         // a push button, check box or radio button
     bool Type(int id, const std::string& text); // clicks into the field and replaces its text
     bool Select(int id, const std::string& entry);
     bool Select(int id, int index);
     bool Slide(int id, int position);
-    void Enter();
+    void Enter() { At.PressEnter(); }
     void Escape(); // or the close box
 
     // Lets time pass for the dialog's timer, and with the stepped clock for the whole machine.
