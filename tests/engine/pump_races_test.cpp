@@ -68,14 +68,6 @@ TEST_F(PumpRaces, RingThatChangesUnderACopiedRecord) {
     }
 }
 
-// A queue that is freed or replaced while its record is out keeps nothing of that record.
-TEST_F(PumpRaces, NothingOfAnOldQueueReachesTheNewOne) {
-    During(1, [] { ZorAllocMIDI(1, 8); });
-    machine::Advance(50);
-    EXPECT_EQ(ZorEtimeMIDI(1, nullptr), 0);
-    EXPECT_EQ(CountOf(1), 0);
-}
-
 // Starting a timer that runs restarts no chain; that is for ZorMIDIPlay.
 TEST_F(PumpRaces, AKilledChainStandsUntilTheHostPlays) {
     ZorKillMIDI();
