@@ -91,13 +91,16 @@ TEST_F(Hammer, EverythingAtOnce) {
     EXPECT_TRUE(ZorStartMIDI(1));
     Beside([](int i) { Play(i, 1); });
     Beside([](int i) { Play(i, 2); });
-    Beside([](int i) {
-        const int key = i & 127;
-        machine::ReceiveMidi(i % Ports,
-                             static_cast<std::uint32_t>(0xB0 | key << 8 | Check(key, 0) << 16));
-        machine::ReceiveMidi(0, i % 50 == 0 ? 0xFA : 0xF8);
-        std::this_thread::sleep_for(std::chrono::microseconds(200));
-    });
+    // Both inputs call back by themselves as well, together.
+    for (int input = 0; input < Ports; ++input)
+        Beside([input](int i) {
+            const int key = i & 127;
+            const auto control = static_cast<std::uint32_t>(0xB0 | key << 8 | Check(key, 0) << 16);
+            machine::ReceiveMidi(input, control);
+            machine::ReceiveMidi(input, i % 50 == 0 ? 0xFA : 0xF8);
+            machine::CallBackMidi(input, MIM_DATA, control, 1);
+            std::this_thread::sleep_for(std::chrono::microseconds(200));
+        });
     Beside([](int) {
         MMETimerCallBack(0, 0, 0, 0, 0);
         ZorMIDIPlay();

@@ -87,8 +87,9 @@ protected:
         for (int index : {1, 2}) {
             const auto& expected = model.Queues[index];
             EXPECT_EQ(CountOf(index), static_cast<int>(expected.Records.size()));
-            EXPECT_EQ(MIDIQueues[index].Etime.load(), expected.Etime);
-            EXPECT_EQ(MIDIQueues[index].Marker.load(), expected.Marker);
+            std::uint16_t marker = 0;
+            EXPECT_EQ(ZorEtimeMIDI(static_cast<std::int16_t>(index), &marker), expected.Etime);
+            EXPECT_EQ(marker, expected.Marker);
         }
         const auto sent = drivers.TakeSent();
         ASSERT_EQ(sent.size(), model.Sent.size());
