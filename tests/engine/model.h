@@ -1,5 +1,6 @@
 // A second engine, written for reading: plain containers, wide integers, milliseconds counted one
-// by one. The queues, the pump and the time in internal sync; no echo, no clock from outside.
+// by one. The output queues, the pump and the time in internal sync; no echo, no clock from
+// outside.
 #pragma once
 
 #include "engine/zormidi.h"
@@ -30,11 +31,9 @@ struct EngineModel {
 
     std::int32_t Time() const { return Running ? static_cast<std::int32_t>(Now - Origin) : 0; }
 
-    bool Push(Queue& queue, const MIDIEvent& event, bool overwrite) {
-        const bool full = queue.Records.size() + 1 >= queue.Slots;
-        if (queue.Slots == 0 || (full && !overwrite)) return false;
+    bool Push(Queue& queue, const MIDIEvent& event) {
+        if (queue.Records.size() + 1 >= queue.Slots) return false;
         queue.Records.push_back(event);
-        if (full) queue.Records.pop_front();
         return true;
     }
     void Play() {
