@@ -73,9 +73,11 @@ private:
     }
     void Arm(std::int32_t time) {
         std::int64_t delay = INT32_MAX;
-        for (int index : {1, 2})
-            for (std::size_t i = 0; i < std::min<std::size_t>(Queues[index].Records.size(), 1); ++i)
-                delay = std::min(delay, std::int64_t{Queues[index].Records[i].Time} - time);
+        for (int index : {1, 2}) {
+            const auto& records = Queues[index].Records;
+            if (records.empty()) continue;
+            delay = std::min(delay, std::int64_t{records[0].Time} - time);
+        }
         Expiry.reset();
         if (delay >= INT32_MAX) delay = 0;
         if (Running) Expiry = Now + static_cast<std::uint32_t>(std::max<std::int64_t>(delay, 4));
