@@ -71,13 +71,11 @@ TEST_F(RealTime, NoBlockOfSoundAllocates) {
     SetDirectSound(DirectSound::Present);
     Sonorel::SoundInDx direct;
     Sonorel::SoundInWin wave;
-    for (Sonorel::SoundIn* input : {static_cast<Sonorel::SoundIn*>(&direct), {&wave}}) {
+    for (Sonorel::SoundIn* input : std::initializer_list<Sonorel::SoundIn*>{&direct, &wave}) {
         std::atomic<int> blocks{0};
-        input->SetCallback(
-            [](std::uint32_t, const std::uint8_t*, std::int32_t, void* context) {
-                ++*static_cast<std::atomic<int>*>(context);
-            },
-            &blocks);
+        input->SetCallback([](std::uint32_t, const std::uint8_t*, std::int32_t,
+                              void* context) { ++*static_cast<std::atomic<int>*>(context); },
+                           &blocks);
         ASSERT_TRUE(input->Open(22050));
         input->Start();
         machine::Advance(50);

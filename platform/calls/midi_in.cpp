@@ -8,7 +8,6 @@
 #include "platform/machine/power.h"
 
 #include <condition_variable>
-#include <cstring>
 #include <thread>
 
 namespace machine {
@@ -119,7 +118,7 @@ MMRESULT InputPort::Close() {
 
 // Counts the call, meets an ordered failure, finds the port, and goes on with it.
 MMRESULT WithPort(Call call, HMIDIIN handle, MMRESULT (InputPort::*operation)()) {
-    if (const auto failure = OrderedFailure(call)) return static_cast<MMRESULT>(*failure);
+    if (const Failure failure{call}) return failure;
     const auto port = Ports().Of(handle);
     return port ? (port.get()->*operation)() : MMSYSERR_INVALHANDLE;
 }
@@ -142,20 +141,17 @@ using namespace machine;
 UINT midiInGetNumDevs() { return NumberOf(MidiWay::In, nullptr); }
 
 MMRESULT midiInGetDevCapsA(UINT_PTR number, MIDIINCAPSA* caps, UINT size) {
-    if (const auto failure = OrderedFailure(Call::midiInGetDevCapsA))
-        return static_cast<MMRESULT>(*failure);
+    if (const Failure failure{Call::midiInGetDevCapsA}) return failure;
     const auto device = MidiDeviceAt(MidiWay::In, number);
     if (!device) return MMSYSERR_BADDEVICEID;
     MIDIINCAPSA told{};
     CopyName(told.szPname, device->Name);
-    std::memcpy(caps, &told, std::min<std::size_t>(size, sizeof told));
-    return MMSYSERR_NOERROR;
+    return Give(told, caps, size);
 }
 
 MMRESULT midiInOpen(HMIDIIN* handle, UINT number, DWORD_PTR callback, DWORD_PTR instance,
                     DWORD flags) {
-    if (const auto failure = OrderedFailure(Call::midiInOpen))
-        return static_cast<MMRESULT>(*failure);
+    if (const Failure failure{Call::midiInOpen}) return failure;
     if ((flags & ~MIDI_IO_STATUS) != CALLBACK_FUNCTION) return MMSYSERR_INVALFLAG;
     auto device = MidiDeviceAt(MidiWay::In, number);
     if (!device) return MMSYSERR_BADDEVICEID;

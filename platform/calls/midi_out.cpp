@@ -8,7 +8,6 @@
 #include <array>
 #include <atomic>
 #include <bitset>
-#include <cstring>
 
 namespace machine {
 namespace {
@@ -160,7 +159,7 @@ std::vector<WORD> OutputPort::Cached() {
 // it, and goes on with it.
 template <class Operation>
 MMRESULT WithPort(Call call, HMIDIOUT handle, Operation operation) {
-    if (const auto failure = OrderedFailure(call)) return static_cast<MMRESULT>(*failure);
+    if (const Failure failure{call}) return failure;
     const auto port = Ports().Of(handle);
     if (!port) return MMSYSERR_INVALHANDLE;
     RunDriver(*port->Device, call);
@@ -203,21 +202,18 @@ using namespace machine;
 UINT midiOutGetNumDevs() { return NumberOf(MidiWay::Out, nullptr); }
 
 MMRESULT midiOutGetDevCapsA(UINT_PTR number, MIDIOUTCAPSA* caps, UINT size) {
-    if (const auto failure = OrderedFailure(Call::midiOutGetDevCapsA))
-        return static_cast<MMRESULT>(*failure);
+    if (const Failure failure{Call::midiOutGetDevCapsA}) return failure;
     const auto device = DeviceAt(static_cast<UINT>(number));
     if (!device) return MMSYSERR_BADDEVICEID;
     MIDIOUTCAPSA told{};
     CopyName(told.szPname, static_cast<UINT>(number) == MIDI_MAPPER ? "MIDI Mapper" : device->Name);
     told.dwSupport = device->Support();
-    std::memcpy(caps, &told, std::min<std::size_t>(size, sizeof told));
-    return MMSYSERR_NOERROR;
+    return Give(told, caps, size);
 }
 
 MMRESULT midiOutOpen(HMIDIOUT* handle, UINT number, DWORD_PTR /*callback*/, DWORD_PTR /*instance*/,
                      DWORD flags) {
-    if (const auto failure = OrderedFailure(Call::midiOutOpen))
-        return static_cast<MMRESULT>(*failure);
+    if (const Failure failure{Call::midiOutOpen}) return failure;
     if (flags != CALLBACK_NULL) return MMSYSERR_INVALFLAG;
     auto device = DeviceAt(number);
     if (!device) return number == MIDI_MAPPER ? MIDIERR_NODEVICE : MMSYSERR_BADDEVICEID;

@@ -5,6 +5,8 @@
 #include "platform/machine/fault_point.h"
 #include "platform/system/midi.h"
 
+#include <algorithm>
+#include <cstring>
 #include <mutex>
 
 namespace machine {
@@ -13,6 +15,13 @@ constexpr MMRESULT ErrorOf(MidiResult result) {
     constexpr MMRESULT errors[] = {MMSYSERR_NOERROR, MMSYSERR_ALLOCATED, MMSYSERR_NODRIVER,
                                    MIDIERR_NOTREADY, MMSYSERR_NOMEM};
     return errors[static_cast<int>(result)];
+}
+
+// As much of a device's capabilities as the caller has room for.
+template <class Capabilities>
+MMRESULT Give(const Capabilities& told, Capabilities* to, UINT size) {
+    std::memcpy(to, &told, std::min<std::size_t>(size, sizeof told));
+    return MMSYSERR_NOERROR;
 }
 
 // An open device.

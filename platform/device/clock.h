@@ -9,8 +9,7 @@
 // - A lane's thread goes before ordinary ones as far as the system lets it: a timer that comes late
 //   is heard. The other lane is sound, and may never hold it up.
 // - Threads outlive everything: the process ends, or the library is unloaded, without a word to
-// them,
-//   so nothing that they touch is ever destroyed. LetActionsEnd is called before code goes.
+//   them, so nothing that they touch is ever destroyed. LetActionsEnd is called before code goes.
 // - No lock is held while an action runs, so that an action may call anything here.
 // - Changing the clock drops what is to come, and is over when no action of the old one runs on.
 // Thread and real time: everything here may be called from any thread, inside actions too. "Real

@@ -1,5 +1,6 @@
 // A second engine, written for reading: plain containers, wide integers, milliseconds counted one
-// by one. The queues, the pump and the time in internal sync; no echo, no clock from outside.
+// by one. The output queues, the pump and the time in internal sync; no echo, no clock from
+// outside.
 #pragma once
 
 #include "engine/zormidi.h"
@@ -30,11 +31,9 @@ struct EngineModel {
 
     std::int32_t Time() const { return Running ? static_cast<std::int32_t>(Now - Origin) : 0; }
 
-    bool Push(Queue& queue, const MIDIEvent& event, bool overwrite) {
-        const bool full = queue.Records.size() + 1 >= queue.Slots;
-        if (queue.Slots == 0 || (full && !overwrite)) return false;
+    bool Push(Queue& queue, const MIDIEvent& event) {
+        if (queue.Records.size() + 1 >= queue.Slots) return false;
         queue.Records.push_back(event);
-        if (full) queue.Records.pop_front();
         return true;
     }
     void Play() {
@@ -74,9 +73,11 @@ private:
     }
     void Arm(std::int32_t time) {
         std::int64_t delay = INT32_MAX;
-        for (int index : {1, 2})
-            for (std::size_t i = 0; i < std::min<std::size_t>(Queues[index].Records.size(), 1); ++i)
-                delay = std::min(delay, std::int64_t{Queues[index].Records[i].Time} - time);
+        for (int index : {1, 2}) {
+            const auto& records = Queues[index].Records;
+            if (records.empty()) continue;
+            delay = std::min(delay, std::int64_t{records[0].Time} - time);
+        }
         Expiry.reset();
         if (delay >= INT32_MAX) delay = 0;
         if (Running) Expiry = Now + static_cast<std::uint32_t>(std::max<std::int64_t>(delay, 4));

@@ -68,27 +68,6 @@ TEST_F(PumpRaces, RingThatChangesUnderACopiedRecord) {
     }
 }
 
-// A queue that is freed or replaced while its record is out keeps nothing of that record.
-TEST_F(PumpRaces, NothingOfAnOldQueueReachesTheNewOne) {
-    During(1, [] { ZorAllocMIDI(1, 8); });
-    machine::Advance(50);
-    EXPECT_EQ(ZorEtimeMIDI(1, nullptr), 0);
-    EXPECT_EQ(CountOf(1), 0);
-}
-
-// Starting a timer that runs restarts no chain; that is for ZorMIDIPlay.
-TEST_F(PumpRaces, AKilledChainStandsUntilTheHostPlays) {
-    ZorKillMIDI();
-    std::uint8_t timed = 0;
-    ZorMIDIStatus(nullptr, &timed);
-    EXPECT_TRUE(timed);
-    EXPECT_TRUE(ZorStartTimer());
-    EXPECT_EQ(Pending(), 0u);
-    Put(1, Note(60, 5));
-    ZorMIDIPlay();
-    EXPECT_EQ(PlayedBy(100), "5@60");
-}
-
 TEST_F(PumpRaces, AKillLeavesNothingArmedBehindIt) {
     struct Case {
         const char* name;
@@ -112,6 +91,7 @@ TEST_F(PumpRaces, AKillLeavesNothingArmedBehindIt) {
             if (event.Status == c.status && event.Data1 == c.data1) c.meanwhile();
         };
         ZorKillMIDI();
+        EXPECT_TRUE(ZorStartTimer()); // it runs; the chain stands until the host plays
         EXPECT_EQ(Pending(), 0u);
         EXPECT_EQ(CountOf(1) + CountOf(2), 0);
         EXPECT_EQ(CountOf(0), 1); // what was received stays

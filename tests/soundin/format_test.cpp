@@ -95,36 +95,32 @@ TEST_F(FormatTest, ChannelsAndBitsStaySteppedUntilAnotherDevice) {
 }
 
 TEST_F(FormatTest, TellsTheUserWhyItCannotOpen) {
-    const std::string text =
-        "Could not open waveIn device.\n"
-        "The is a problem with the record device.\n"
-        "It is either in use by another application or this soundcard does not "
-        "support simultaneous record/playback.\n";
-    struct {
-        const char* Name;
-        machine::Call Refused;
+    using machine::Call;
+    const struct {
+        Call Refused;
+        int Nth;
+        std::intptr_t Result;
         std::uint32_t Formats;
         const char* Caption;
-    } const cases[] = {
-        {"capabilities", machine::Call::waveInGetDevCapsA, 0xFFF, "waveInOpen Error 2"},
-        {"no format", machine::Call::Count, 0x00F, "waveInOpen Error 32"},
-        {"device", machine::Call::waveInOpen, 0xFFF, "waveInOpen Error 2"},
-        {"memory", machine::Call::GlobalAlloc, 0xFFF, "waveInOpen Error 7"},
+    } cases[] = {
+        {Call::waveInGetDevCapsA, 1, MMSYSERR_BADDEVICEID, 0xFFF, "waveInOpen Error 2"},
+        {Call::waveInOpen, 1, MMSYSERR_ALLOCATED, 0x00F, "waveInOpen Error 32"}, // no format
+        {Call::waveInOpen, 1, MMSYSERR_BADDEVICEID, 0xFFF, "waveInOpen Error 2"},
+        {Call::GlobalAlloc, 40, 0, 0xFFF, "waveInOpen Error 7"},
     };
     for (const auto& each : cases) {
-        SCOPED_TRACE(each.Name);
         Restart();
         Add("Microphone", each.Formats);
         Sonorel::SoundInWin input;
-        if (each.Refused == machine::Call::GlobalAlloc)
-            machine::FailCall(each.Refused, 40, 0);
-        else if (each.Refused != machine::Call::Count)
-            machine::FailCall(each.Refused, 1, MMSYSERR_BADDEVICEID);
+        machine::FailCall(each.Refused, each.Nth, each.Result);
         EXPECT_FALSE(input.Open(22050));
         const auto boxes = machine::TakeBoxes();
         ASSERT_EQ(1u, boxes.size());
         EXPECT_EQ(each.Caption, boxes[0].Caption);
-        EXPECT_EQ(text, boxes[0].Text);
+        EXPECT_EQ("Could not open waveIn device.\nThe is a problem with the record device.\n"
+                  "It is either in use by another application or this soundcard does not support "
+                  "simultaneous record/playback.\n",
+                  boxes[0].Text);
         EXPECT_EQ(nullptr, boxes[0].Owner);
         EXPECT_EQ(0x52010u, boxes[0].Flags);
     }

@@ -79,6 +79,8 @@ TEST_P(HammerTest, StopWaitsForTheCallbackUnderWay) {
     std::thread opener([&] {
         while (input->Running) std::this_thread::yield();
         Sleep(30);
+        // A device is not reset under its callback.
+        EXPECT_EQ(0u, machine::CallCount(machine::Call::waveInReset));
         SetEvent(gate.Proceed);
     });
     // The machine's own stop waits for the callback, which systems need not do: left out here.

@@ -138,21 +138,6 @@ TEST_P(LifecycleTest, LosesNothingToAFailingCall) {
     }
 }
 
-TEST_P(LifecycleTest, OpeningPutsTheLevelInTheMiddle) {
-    const auto microphone = Add("Microphone");
-    const auto mixer = machine::MixerOf(microphone);
-    const auto input = Make(GetParam());
-    for (int round = 0; round < 2; ++round) {
-        machine::MoveControl(mixer, machine::MicrophoneVolume, 65535);
-        ASSERT_TRUE(input->Open(22050));
-        EXPECT_EQ((std::vector<std::uint32_t>{32767, 32767}),
-                  machine::ControlValues(mixer, machine::MicrophoneVolume));
-        EXPECT_TRUE(input->SetLevel(1.5));
-        EXPECT_EQ(1.0, input->Level);
-        input->Close();
-    }
-}
-
 TEST_F(CaptureTest, SecondDirectSoundOpenLeavesTheFirst) {
     Add("Microphone");
     Sonorel::SoundInDx input;
