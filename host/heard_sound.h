@@ -26,8 +26,8 @@ struct HeardSound {
     bool BrokeOff = false; // there should have been more
 };
 
-// Takes memory for the frames only, some 5 MB for an hour, and 160 MB an hour on the disk
-// meanwhile. Ends early if interrupted. Throws HostError.
+// Takes 64 MB of memory at most and 5 MB an hour for the frames; what is longer than 12 minutes
+// waits on the disk meanwhile, 320 MB an hour. Ends early if interrupted. Throws HostError.
 HeardSound HearFile(const std::string& path, Loudness loudness);
 
 } // namespace zorhost

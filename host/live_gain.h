@@ -21,8 +21,9 @@ public:
     }
 
 private:
-    static constexpr float Fall = 0.99466f;          // a block: half in three seconds
-    static constexpr float LeastPeak = GoodPeak / 16; // so the noise of a room stays below the notes
+    static constexpr float Fall = 0.99466f; // a block: half in three seconds
+    static constexpr float LeastPeak =
+        GoodPeak / 16;      // so the noise of a room stays below the notes
     float Peak = LeastPeak; // what is louder lowers the gain at once
 };
 

@@ -76,16 +76,22 @@ std::size_t SoundFile::Read(std::span<float> samples) {
         const sf_count_t got = sf_readf_float(File.get(), Channels.data(), wanted);
         if (got <= 0) break;
         Taken += got;
-        const float* from = Channels.data();
-        for (sf_count_t frame = 0; frame < got; ++frame) {
-            float sum = 0;
-            for (int channel = 0; channel < Info.channels; ++channel) sum += *from++;
-            const float mean = sum / static_cast<float>(Info.channels);
-            // A file of floats can hold what is no number, which would stay in every filter.
-            samples[done++] = std::fabs(mean) < Absurd ? mean : 0;
-        }
+        Mix(samples.subspan(done, static_cast<std::size_t>(got)));
+        done += static_cast<std::size_t>(got);
     }
     return done;
+}
+
+// A file of floats can hold what is no number, which would stay in every filter.
+void SoundFile::Mix(std::span<float> mean) const {
+    const auto count = static_cast<std::size_t>(Info.channels);
+    const float share = 1 / static_cast<float>(count);
+    const float* from = Channels.data();
+    for (std::size_t i = 0; i < mean.size(); ++i) {
+        float sum = from[i * count];
+        for (std::size_t channel = 1; channel < count; ++channel) sum += from[i * count + channel];
+        mean[i] = std::fabs(sum) < Absurd ? sum * share : 0;
+    }
 }
 
 bool SoundFile::BrokeOff() const {

@@ -37,6 +37,7 @@ private:
         void operator()(SNDFILE* file) const { sf_close(file); }
     };
 
+    void Mix(std::span<float> mean) const;
     void OpenStream(const std::string& path);
     bool CutShort() const;
 
