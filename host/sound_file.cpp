@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstring>
 #include <sys/stat.h>
+#include <type_traits>
 
 namespace zorhost {
 
@@ -19,6 +20,20 @@ constexpr float Absurd = 1e6f;     // of full scale
 
 [[noreturn]] void CannotRead(const std::string& path, const std::string& why) {
     throw HostError("\"" + path + "\" cannot be read: " + why);
+}
+
+// Count is a number or, so that the compiler can take many frames at once, a constant. A file of
+// floats can hold what is no number, which would stay in every filter.
+template <class Count>
+void MixChannels(const float* from, Count count, std::span<float> mean) {
+    const float share = 1 / static_cast<float>(count);
+    float* to = mean.data();
+    const std::size_t frames = mean.size();
+    for (std::size_t i = 0; i < frames; ++i) {
+        float sum = 0;
+        for (std::size_t channel = 0; channel < count; ++channel) sum += from[i * count + channel];
+        to[i] = std::fabs(sum) < Absurd ? sum * share : 0;
+    }
 }
 
 // What the formats need to go back and forth in.
@@ -82,16 +97,13 @@ std::size_t SoundFile::Read(std::span<float> samples) {
     return done;
 }
 
-// A file of floats can hold what is no number, which would stay in every filter.
 void SoundFile::Mix(std::span<float> mean) const {
     const auto count = static_cast<std::size_t>(Info.channels);
-    const float share = 1 / static_cast<float>(count);
-    const float* from = Channels.data();
-    for (std::size_t i = 0; i < mean.size(); ++i) {
-        float sum = from[i * count];
-        for (std::size_t channel = 1; channel < count; ++channel) sum += from[i * count + channel];
-        mean[i] = std::fabs(sum) < Absurd ? sum * share : 0;
-    }
+    if (count == 1)
+        return MixChannels(Channels.data(), std::integral_constant<std::size_t, 1>(), mean);
+    if (count == 2)
+        return MixChannels(Channels.data(), std::integral_constant<std::size_t, 2>(), mean);
+    MixChannels(Channels.data(), count, mean);
 }
 
 bool SoundFile::BrokeOff() const {
