@@ -42,7 +42,7 @@ hearing::Frame FrameMaker::Take(std::span<const float, FrameSamples> samples, fl
     Sonorel::PitchRecWaveIn::ProcessChunk(end, Bytes.data(), 2 * FrameSamples, &Recogniser);
     // Its notes are not asked for: a full ring takes no more.
     const Sonorel::FrameState& now = Recogniser.Now;
-    return {begin, std::max(begin, now.OnsetTime / 1000.0), now.Frequency, now.Amplitude};
+    return {begin, std::max(begin, now.OnsetTime / 1000.0), now.Frequency, now.Amplitude, gain};
 }
 
 } // namespace zorhost

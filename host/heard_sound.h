@@ -11,7 +11,7 @@
 namespace zorhost {
 
 enum class Loudness {
-    Raised,   // the whole file to one good peak
+    Raised,   // the file to a good peak, its soft stretches more
     Followed, // as live, by the peak of the last seconds
     AsItIs,   // unfiltered too
 };
