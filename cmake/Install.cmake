@@ -1,10 +1,24 @@
-# What `cmake --install` gives: the header, the library and the system's stand-in, zorhost, a CMake
-# package and a pkg-config file.
+# What `cmake --install` gives: the header, the library and the system's stand-in with the headers to
+# steer it, zorhost, a CMake package and a pkg-config file.
 include(CMakePackageConfigHelpers)
 
 set_target_properties(zormidi zorplatform PROPERTIES INSTALL_RPATH "$ORIGIN")
 install(TARGETS zormidi zorplatform EXPORT zormidiTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(FILES engine/zormidi.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+# machine.h and all that it includes.
+set(steering platform/machine.h)
+foreach(depth RANGE 3) # none lies deeper
+  foreach(header ${steering})
+    file(STRINGS ${header} lines REGEX "^#include \"platform/")
+    list(TRANSFORM lines REPLACE ".*\"(.*)\".*" "\\1")
+    list(APPEND steering ${lines})
+  endforeach()
+  list(REMOVE_DUPLICATES steering)
+endforeach()
+foreach(header ${steering})
+  cmake_path(GET header PARENT_PATH folder)
+  install(FILES ${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zormidi/${folder})
+endforeach()
 install(EXPORT zormidiTargets NAMESPACE zormidi:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zormidi)
 
 configure_package_config_file(cmake/zormidiConfig.cmake.in zormidiConfig.cmake

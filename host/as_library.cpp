@@ -8,15 +8,13 @@
 #include "host/settings.h"
 #include "host/virtual_machine.h"
 
-#include <algorithm>
 #include <filesystem>
 
 namespace zorhost {
 
 namespace {
 
-constexpr std::uint32_t Step = 20;  // milliseconds of sound between two looks
-constexpr std::uint32_t Tail = 500; // of silence after the sound, in which the last note ends
+constexpr int Step = 20; // milliseconds of sound between two looks
 
 // The sound begins with the library's time base.
 std::vector<MIDIEvent> Listen(const Microphone& microphone) {
@@ -24,10 +22,10 @@ std::vector<MIDIEvent> Listen(const Microphone& microphone) {
     Library library;
     library.Start({});
     Progress progress;
-    for (std::uint32_t left = Tail; left > 0 && !Interrupted();) {
+    for (int left = MicrophoneTail; left > 0 && !Interrupted();) {
         machine::Advance(Step);
         Library::TakeReceived(records);
-        if (microphone.Ended()) left -= std::min(left, Step);
+        if (microphone.Ended()) left -= Step;
         if (!progress.Due()) continue;
         const auto heard = static_cast<std::int64_t>(microphone.SecondsHeard() * 1000);
         const auto whole = static_cast<std::int64_t>(microphone.Seconds() * 1000);

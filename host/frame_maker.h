@@ -13,6 +13,7 @@ namespace zorhost {
 
 constexpr std::int32_t AnalysisRate = 22050; // Hz
 constexpr std::size_t FrameSamples = 512;
+static_assert(hearing::FrameSeconds == FrameSamples / double{AnalysisRate});
 constexpr int FullLevel = 128;
 
 class FrameMaker {

@@ -20,8 +20,6 @@ namespace zorhost {
 
 namespace {
 
-constexpr int Tail = 500; // milliseconds after the end of a sound file, in which the last note ends
-
 struct ListenOptions {
     std::string Mic;
     std::string Out;
@@ -121,7 +119,7 @@ bool Listener::Over() {
         return true;
     }
     if (EndTime < 0 && Mic.Ended()) EndTime = now;
-    return EndTime >= 0 && now >= EndTime + Tail;
+    return EndTime >= 0 && now >= EndTime + MicrophoneTail;
 }
 
 void Listener::Run() {

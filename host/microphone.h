@@ -37,6 +37,9 @@ private:
 // The channel of the microphone's notes where --mic switches it on: behind those of four ports.
 constexpr int MicrophoneChannel = 65;
 
+// Milliseconds of silence after a sound file, in which its last note ends.
+constexpr int MicrophoneTail = 500;
+
 // The microphone that a run needs: one that hears the file if one is given; a silent one if the
 // settings switch it on, with a word on standard error; else none.
 std::unique_ptr<Microphone> PlugMicrophone(const std::string& file, const PortMap& map);

@@ -23,7 +23,6 @@ namespace zorhost {
 
 namespace {
 
-constexpr int MicTail = 500;       // of silence after a sound file, in which its last note ends
 constexpr std::int64_t Lead = 100; // milliseconds from the start of the timer to the first record
 
 struct PlayOptions {
@@ -124,7 +123,7 @@ void Performance::AwaitRest() {
 // The sound file may be longer than the piece; its last note ends in the silence behind it.
 void Performance::AwaitMicrophone(const Microphone& mic) {
     Progress progress;
-    for (int left = MicTail; left > 0 && !Interrupted(); Nap(20)) {
+    for (int left = MicrophoneTail; left > 0 && !Interrupted(); Nap(20)) {
         Library::TakeReceived(Incoming);
         if (mic.Ended()) left -= 20;
         if (progress.Due()) progress.Show("listening to the end of the sound file");

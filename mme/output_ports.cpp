@@ -1,24 +1,10 @@
 // Opening and closing the output ports.
 #include "mme/devices.h"
+#include "support/locked_memory.h"
 
 #include <utility>
 
 namespace {
-
-// A zero-filled table that stays at one address, or null.
-std::uint8_t* NewNoteCounts() {
-    const HGLOBAL memory = GlobalAlloc(GMEM_ZEROINIT, PortKeys);
-    if (!memory) return nullptr;
-    void* const address = GlobalLock(memory);
-    if (!address) GlobalFree(memory);
-    return static_cast<std::uint8_t*>(address);
-}
-
-void FreeNoteCounts(std::uint8_t* counts) {
-    const HGLOBAL memory = GlobalHandle(counts);
-    GlobalUnlock(memory);
-    GlobalFree(memory);
-}
 
 // Gives the port another table, or none, and returns the one it had. Waits for a message that
 // another thread is just sending.
@@ -34,11 +20,11 @@ MMRESULT OpenPort(MMEOutPort& port, std::int32_t device) {
     if (!handle) return MMSYSERR_NOERROR;
     port.Handle = handle;
     if (const MMRESULT code = midiOutReset(handle)) return code;
-    std::uint8_t* const counts = NewNoteCounts();
+    void* const counts = Sonorel::AllocateLocked(GMEM_ZEROINIT, PortKeys);
     if (!counts) return MMSYSERR_NOMEM;
     const LockScope gate(port.Gate);
     port.LastStatus = 0;
-    port.NoteCounts = counts;
+    port.NoteCounts = static_cast<std::uint8_t*>(counts);
     return MMSYSERR_NOERROR;
 }
 
@@ -51,7 +37,7 @@ MMRESULT CloseDevice(HMIDIOUT handle) {
 
 void MarkClosed(MMEOutPort& port, std::uint8_t* counts) {
     port.Handle = nullptr;
-    if (counts) FreeNoteCounts(counts);
+    Sonorel::FreeLocked(counts);
 }
 
 // Without its table nobody sends on the port any more, so that no lock has to be held while the

@@ -11,11 +11,10 @@
 #include "platform/machine/clock.h"
 #include "platform/machine/faults.h"
 #include "platform/machine/level.h"
+#include "platform/machine/midi.h"
 #include "platform/machine/modules.h"
 #include "platform/virtual/boxes.h"
-#include "platform/virtual/bridge.h"
 #include "platform/virtual/dialogs.h"
-#include "platform/virtual/midi.h"
 
 namespace machine {
 

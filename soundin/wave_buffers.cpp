@@ -1,6 +1,7 @@
 #include "soundin/wave_buffers.h"
 
 #include "soundin/sound_in_win.h"
+#include "support/locked_memory.h"
 
 #include <algorithm>
 #include <utility>
@@ -17,20 +18,7 @@ constexpr DWORD WaitStep = 10; // milliseconds
 // either.
 WaveBuffers* Kept = nullptr;
 
-void* AllocateLocked(std::size_t bytes) {
-    const HGLOBAL memory = GlobalAlloc(GMEM_ZEROINIT | GMEM_SHARE, bytes);
-    if (!memory) return nullptr;
-    void* address = GlobalLock(memory);
-    if (!address) GlobalFree(memory);
-    return address;
-}
-
-void FreeLocked(void* address) {
-    if (!address) return;
-    const HGLOBAL memory = GlobalHandle(address);
-    GlobalUnlock(memory);
-    GlobalFree(memory);
-}
+void* NewBlock(std::size_t bytes) { return AllocateLocked(GMEM_ZEROINIT | GMEM_SHARE, bytes); }
 
 } // namespace
 
@@ -43,10 +31,10 @@ WaveBuffers::~WaveBuffers() {
 
 bool WaveBuffers::Allocate(std::size_t bytes) {
     for (std::size_t index = 0; index < Count; ++index) {
-        auto* header = static_cast<WAVEHDR*>(AllocateLocked(sizeof(WAVEHDR)));
+        auto* header = static_cast<WAVEHDR*>(NewBlock(sizeof(WAVEHDR)));
         if (!header) return false;
         Headers[index] = header;
-        header->lpData = static_cast<char*>(AllocateLocked(bytes));
+        header->lpData = static_cast<char*>(NewBlock(bytes));
         if (!header->lpData) return false;
         header->dwBufferLength = static_cast<DWORD>(bytes);
         header->dwUser = index;

@@ -5,8 +5,8 @@
 #include "platform/calls/resources.h"
 #include "platform/machine/fault_point.h"
 #include "platform/machine/power.h"
+#include "platform/system/kernel.h"
 
-#include <algorithm>
 #include <cstring>
 #include <dlfcn.h>
 #include <filesystem>
@@ -16,17 +16,13 @@
 namespace machine {
 namespace {
 
-struct SystemModule {
-    const char* Name = nullptr;
-    std::span<const ModuleExport> Exports;
-};
-
 struct Modules {
     std::mutex Lock;
     std::string Path;
     HINSTANCE Attached = nullptr;
     Resources Carried;
-    SystemModule System;
+    const char* SystemName = nullptr; // its handle is this place
+    std::span<const ModuleExport> SystemExports;
 };
 
 Modules& The() {
@@ -36,7 +32,7 @@ Modules& The() {
 
 using Lock = std::lock_guard<std::mutex>;
 
-HMODULE SystemHandle() { return reinterpret_cast<HMODULE>(&The().System); }
+HMODULE SystemHandle() { return reinterpret_cast<HMODULE>(&The().SystemName); }
 
 // The file that the given address was loaded from.
 std::string FileOf(const void* address) {
@@ -81,8 +77,8 @@ Resources ResourcesOf(HINSTANCE module) {
 
 void OfferModule(const char* name, std::span<const ModuleExport> exports) {
     const Lock lock(The().Lock);
-    The().System.Name = name;
-    if (name) The().System.Exports = exports;
+    The().SystemName = name;
+    if (name) The().SystemExports = exports;
 }
 
 } // namespace machine
@@ -92,17 +88,16 @@ namespace zorsystem {
 using namespace machine;
 
 DWORD GetModuleFileNameA(HMODULE module, LPSTR path, DWORD size) {
-    if (!path || size == 0) return 0;
     const Lock lock(The().Lock);
     const std::string file = The().Path.empty() ? FileOf(module) : The().Path;
     const std::size_t length = GiveText(file, path, size);
     return length == file.size() ? static_cast<DWORD>(length) : size; // size itself tells of a cut
 }
 
-BOOL GetModuleHandleExA(DWORD flags, LPCSTR address, HMODULE* module) {
-    constexpr DWORD known = GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS;
+// The module of that address; it stays loaded.
+BOOL GetModuleHandleExA(DWORD /*flags*/, LPCSTR address, HMODULE* module) {
     Dl_info found{};
-    if (flags != known || !module || dladdr(address, &found) == 0) return FALSE;
+    if (dladdr(address, &found) == 0) return FALSE;
     *module = reinterpret_cast<HMODULE>(found.dli_fbase);
     // Null for the program itself, which is never unloaded.
     if (void* const self = dlopen(found.dli_fname, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE))
@@ -112,35 +107,29 @@ BOOL GetModuleHandleExA(DWORD flags, LPCSTR address, HMODULE* module) {
 
 void _splitpath(const char* path, char* drive, char* directory, char* /*name*/,
                 char* /*extension*/) {
-    std::string_view rest = path;
-    const std::size_t afterDrive = rest.find(':') == 1 ? 2 : 0;
-    GiveText(rest.substr(0, afterDrive), drive, _MAX_DRIVE);
-    rest.remove_prefix(afterDrive);
-    GiveText(rest.substr(0, rest.find_last_of("/\\") + 1), directory, _MAX_DIR);
+    const std::string_view whole = path;
+    GiveText({}, drive, _MAX_DRIVE);
+    GiveText(whole.substr(0, whole.rfind('/') + 1), directory, _MAX_DIR);
 }
 
 HMODULE LoadLibraryA(LPCSTR name) {
-    if (const auto failure = OrderedFailure(Call::LoadLibraryA))
-        return reinterpret_cast<HMODULE>(*failure);
+    if (const Failure failure{Call::LoadLibraryA}) return failure;
     const Lock lock(The().Lock);
-    const char* const there = The().System.Name;
+    const char* const there = The().SystemName;
     return there && strcasecmp(there, name) == 0 ? SystemHandle() : nullptr;
 }
 
-FARPROC GetProcAddress(HMODULE module, LPCSTR name) {
-    if (const auto failure = OrderedFailure(Call::GetProcAddress))
-        return reinterpret_cast<FARPROC>(*failure);
+FARPROC GetProcAddress(HMODULE /*module*/, LPCSTR name) {
+    if (const Failure failure{Call::GetProcAddress}) return failure;
     const Lock lock(The().Lock);
-    if (module != SystemHandle()) return nullptr;
-    for (const ModuleExport& entry : The().System.Exports)
+    for (const ModuleExport& entry : The().SystemExports)
         if (std::strcmp(entry.Name, name) == 0) return entry.Address;
     return nullptr;
 }
 
-BOOL FreeLibrary(HMODULE module) { return module == SystemHandle(); }
+BOOL FreeLibrary(HMODULE /*module*/) { return TRUE; }
 
 int LoadStringA(HINSTANCE module, UINT id, LPSTR buffer, int size) {
-    if (!buffer || size <= 0) return 0;
     buffer[0] = '\0';
     for (const StringResource& entry : ResourcesOf(module).Strings)
         if (entry.Id == id)

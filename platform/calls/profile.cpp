@@ -1,16 +1,80 @@
-#include "platform/calls/profile_file.h"
+// Private-profile files on disk.
+#include "platform/calls/profile_text.h"
 #include "platform/machine/fault_point.h"
 #include "platform/system/kernel.h"
 
+#include <cctype>
+#include <filesystem>
+#include <fstream>
 #include <mutex>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace machine {
 namespace {
 
+namespace fs = std::filesystem;
+
 std::mutex profileLock; // a change reads the whole file and writes it back
 
-std::string_view WithoutTrailingBlanks(std::string_view text) {
-    return text.substr(0, text.find_last_not_of(" \t") + 1);
+// The file that a path means, through links. One written all in small letters stands in for a
+// missing one: names of files go without case where such files come from.
+fs::path Locate(const fs::path& wanted) {
+    std::error_code failed;
+    if (const fs::path real = fs::canonical(wanted, failed); !failed) return real;
+    std::string small = wanted.filename().string();
+    for (char& c : small) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    const fs::path real = fs::canonical(fs::path(wanted).replace_filename(small), failed);
+    return failed ? wanted : real;
+}
+
+// The file's text, empty for one that is missing or cannot be read. Its bytes are read at every
+// call, so that what others write is seen; its lines only when they have changed. With the lock
+// held; valid until the next call.
+const ProfileText& ReadProfile(const fs::path& place) {
+    static ProfileText& kept = *new ProfileText; // asked for until the process's very end
+    std::error_code failed;
+    const auto size = fs::file_size(place, failed);
+    std::string bytes(failed ? 0 : size, '\0');
+    std::ifstream file(place, std::ios::binary);
+    file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    bytes.resize(static_cast<std::size_t>(file.gcount()));
+    if (bytes != kept.Bytes()) kept = ProfileText(std::move(bytes));
+    return kept;
+}
+
+// Nobody may write it. The superuser could all the same, but a setting that says so is meant.
+bool IsReadOnly(const fs::path& place, const fs::file_status& status) {
+    constexpr auto any = fs::perms::owner_write | fs::perms::group_write | fs::perms::others_write;
+    return (status.permissions() & any) == fs::perms::none || access(place.c_str(), W_OK) != 0;
+}
+
+// Writes beside the file and puts the result in its place in one step, so that neither a full disk
+// nor a reader at the same moment finds half a file. Keeps the file's permissions, and its owner
+// where the writer may give files away. False, with the file as it was, if it or its folder is
+// read-only or anything else goes wrong.
+bool ReplaceProfile(const fs::path& place, const std::string& bytes) {
+    std::error_code failed;
+    const fs::path folder = fs::absolute(place).parent_path();
+    const fs::file_status old = fs::status(place, failed);
+    if (IsReadOnly(folder, fs::status(folder, failed)) ||
+        (fs::exists(old) && (!fs::is_regular_file(old) || IsReadOnly(place, old))))
+        return false;
+    const fs::path beside = place.string() + "." + std::to_string(getpid()) + ".new";
+    std::ofstream file(beside, std::ios::binary | std::ios::trunc);
+    file << bytes;
+    file.close();
+    failed = file ? std::error_code() : std::make_error_code(std::errc::io_error);
+    struct stat owned {};
+    // The owner first, since a new one takes some permissions away.
+    if (stat(place.c_str(), &owned) == 0 && geteuid() == 0 &&
+        chown(beside.c_str(), owned.st_uid, owned.st_gid) != 0)
+        failed = std::make_error_code(std::errc::operation_not_permitted);
+    if (!failed && fs::exists(old)) fs::permissions(beside, old.permissions(), failed);
+    if (!failed) fs::rename(beside, place, failed);
+    std::error_code ignored;
+    if (failed) fs::remove(beside, ignored);
+    return !failed;
 }
 
 // Blanks, a sign, and digits up to the first character that is none; wraps after 32 bits.
@@ -26,11 +90,6 @@ UINT ReadInteger(std::string_view text) {
     return negative ? 0 - value : value;
 }
 
-std::optional<std::string> Value(LPCSTR section, LPCSTR key, LPCSTR file) {
-    std::lock_guard lock(profileLock);
-    return ReadProfile(file).Value(section, key);
-}
-
 } // namespace
 } // namespace machine
 
@@ -40,26 +99,29 @@ using namespace machine;
 
 DWORD GetPrivateProfileStringA(LPCSTR section, LPCSTR key, LPCSTR fallback, LPSTR buffer,
                                DWORD size, LPCSTR file) {
-    if (size == 0) return 0;
-    const std::optional<std::string> value = Value(section, key, file);
-    const std::string_view text = value ? *value : WithoutTrailingBlanks(fallback);
+    const std::lock_guard lock(profileLock);
+    const std::string_view blank = fallback;
+    const std::string_view text = ReadProfile(Locate(file))
+                                      .Value(section, key)
+                                      .value_or(blank.substr(0, blank.find_last_not_of(" \t") + 1));
     const std::size_t length = text.copy(buffer, size - 1);
     buffer[length] = '\0';
     return static_cast<DWORD>(length);
 }
 
 UINT GetPrivateProfileIntA(LPCSTR section, LPCSTR key, int fallback, LPCSTR file) {
-    const std::optional<std::string> value = Value(section, key, file);
+    const std::lock_guard lock(profileLock);
+    const auto value = ReadProfile(Locate(file)).Value(section, key);
     return value && !value->empty() ? ReadInteger(*value) : static_cast<UINT>(fallback);
 }
 
 BOOL WritePrivateProfileStringA(LPCSTR section, LPCSTR key, LPCSTR value, LPCSTR file) {
-    if (const auto failure = OrderedFailure(Call::WritePrivateProfileStringA))
-        return static_cast<BOOL>(*failure);
-    std::lock_guard lock(profileLock);
-    const ProfileText& before = ReadProfile(file);
+    if (const Failure failure{Call::WritePrivateProfileStringA}) return failure;
+    const std::lock_guard lock(profileLock);
+    const fs::path place = Locate(file);
+    const ProfileText& before = ReadProfile(place);
     const std::string after = before.With(section, key, value);
-    return after == before.Bytes() || ReplaceProfile(file, after);
+    return after == before.Bytes() || ReplaceProfile(place, after);
 }
 
 } // namespace zorsystem

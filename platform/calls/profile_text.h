@@ -13,13 +13,12 @@ namespace machine {
 // two sections or keys with the same name the first counts. A byte-order mark is kept.
 class ProfileText {
 public:
-    ProfileText() = default;
     // Reads the bytes once; after that a value is found without going through them again.
-    explicit ProfileText(std::string bytes);
+    explicit ProfileText(std::string bytes = {});
     const std::string& Bytes() const { return Text; }
 
     // The value without the blanks around it and without one pair of quotes around the rest.
-    std::optional<std::string> Value(std::string_view section, std::string_view key) const;
+    std::optional<std::string_view> Value(std::string_view section, std::string_view key) const;
 
     // The bytes with the key set: in its place, at the end of its section, or in a new section at
     // the end. The value goes in as it stands.
@@ -29,9 +28,9 @@ private:
     struct Entry {
         std::size_t At, Length; // of its line, without the line's end
     };
-
-    void ReadLines();
-    std::string_view Line(const Entry& entry) const;
+    std::string_view Line(const Entry& entry) const {
+        return std::string_view(Text).substr(entry.At, entry.Length);
+    }
     std::string WithLine(std::size_t at, const std::string& line) const;
 
     std::string Text;

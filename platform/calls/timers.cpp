@@ -15,6 +15,10 @@ struct Timers {
     std::mutex Lock;
     TIMECAPS Caps{1, 1000000};
     std::vector<unsigned> Periods;
+
+    bool InRange(UINT milliseconds) const {
+        return milliseconds >= Caps.wPeriodMin && milliseconds <= Caps.wPeriodMax;
+    }
 };
 
 Timers& The() {
@@ -22,25 +26,22 @@ Timers& The() {
     return timers;
 }
 
+using Lock = std::lock_guard<std::mutex>;
+
 void Expire(void* callback, std::uintptr_t user) {
     reinterpret_cast<LPTIMECALLBACK>(callback)(ActionToken(), 0, user, 0, 0);
 }
 
-void Reset() {
-    std::lock_guard lock(The().Lock);
+const AtPowerOn atPowerOn([] {
+    const Lock lock(The().Lock);
     The().Caps = {1, 1000000};
     The().Periods.clear();
-}
-const AtPowerOn atPowerOn(Reset);
-
-bool InRange(const Timers& timers, UINT milliseconds) {
-    return milliseconds >= timers.Caps.wPeriodMin && milliseconds <= timers.Caps.wPeriodMax;
-}
+});
 
 } // namespace
 
 void SetTimerCaps(unsigned periodMin, unsigned periodMax) {
-    std::lock_guard lock(The().Lock);
+    const Lock lock(The().Lock);
     The().Caps = {periodMin, periodMax};
 }
 
@@ -52,7 +53,7 @@ std::vector<std::uint32_t> PendingTimers() {
 }
 
 std::vector<unsigned> OpenTimerPeriods() {
-    std::lock_guard lock(The().Lock);
+    const Lock lock(The().Lock);
     return The().Periods;
 }
 
@@ -65,43 +66,38 @@ using namespace machine;
 DWORD timeGetTime() { return static_cast<DWORD>(Microseconds() / 1000); }
 DWORD GetTickCount() { return timeGetTime(); }
 
-MMRESULT timeGetDevCaps(TIMECAPS* caps, UINT size) {
-    if (const auto failure = OrderedFailure(Call::timeGetDevCaps))
-        return static_cast<MMRESULT>(*failure);
-    if (!caps || size < sizeof(TIMECAPS)) return TIMERR_NOCANDO;
-    std::lock_guard lock(The().Lock);
+MMRESULT timeGetDevCaps(TIMECAPS* caps, UINT /*size*/) {
+    if (const Failure failure{Call::timeGetDevCaps}) return failure;
+    const Lock lock(The().Lock);
     *caps = The().Caps;
     return TIMERR_NOERROR;
 }
 
 MMRESULT timeBeginPeriod(UINT milliseconds) {
-    if (const auto failure = OrderedFailure(Call::timeBeginPeriod))
-        return static_cast<MMRESULT>(*failure);
+    if (const Failure failure{Call::timeBeginPeriod}) return failure;
     StartLane(Lane::Timers);
-    std::lock_guard lock(The().Lock);
-    if (!InRange(The(), milliseconds)) return TIMERR_NOCANDO;
+    const Lock lock(The().Lock);
+    if (!The().InRange(milliseconds)) return TIMERR_NOCANDO;
     The().Periods.push_back(milliseconds);
     return TIMERR_NOERROR;
 }
 
 MMRESULT timeEndPeriod(UINT milliseconds) {
-    if (const auto failure = OrderedFailure(Call::timeEndPeriod))
-        return static_cast<MMRESULT>(*failure);
-    std::lock_guard lock(The().Lock);
+    if (const Failure failure{Call::timeEndPeriod}) return failure;
+    const Lock lock(The().Lock);
     std::vector<unsigned>& periods = The().Periods;
-    const auto period = std::find(periods.begin(), periods.end(), milliseconds);
+    const auto period = std::ranges::find(periods, milliseconds);
     if (period == periods.end()) return TIMERR_NOCANDO;
     periods.erase(period);
     return TIMERR_NOERROR;
 }
 
 MMRESULT timeSetEvent(UINT delay, UINT /*resolution*/, LPTIMECALLBACK callback, DWORD_PTR user,
-                      UINT flags) {
-    if (const auto failure = OrderedFailure(Call::timeSetEvent))
-        return static_cast<MMRESULT>(*failure);
+                      UINT /*flags*/) {
+    if (const Failure failure{Call::timeSetEvent}) return failure;
     {
-        std::lock_guard lock(The().Lock);
-        if (!callback || flags != TIME_ONESHOT || !InRange(The(), delay)) return 0;
+        const Lock lock(The().Lock);
+        if (!The().InRange(delay)) return 0;
     }
     // Counted from the millisecond that timeGetTime reads now: at the expiry it reads that
     // millisecond plus the delay, never one less.
@@ -110,8 +106,7 @@ MMRESULT timeSetEvent(UINT delay, UINT /*resolution*/, LPTIMECALLBACK callback, 
 }
 
 MMRESULT timeKillEvent(UINT id) {
-    if (const auto failure = OrderedFailure(Call::timeKillEvent))
-        return static_cast<MMRESULT>(*failure);
+    if (const Failure failure{Call::timeKillEvent}) return failure;
     return Unschedule(id) ? TIMERR_NOERROR : MMSYSERR_INVALPARAM;
 }
 

@@ -3,32 +3,27 @@
 // A signal is handed over on the spot: whoever signals an object finds the waits that it ends, and
 // takes them off the list before it goes on. So a thread whose wait has ended counts as at work
 // from that moment, and the stepped clock never moves on in the gap before it really runs.
+#include "platform/calls/handles.h"
 #include "platform/device/clock.h"
 #include "platform/machine/fault_point.h"
 #include "platform/machine/power.h"
 #include "platform/system/kernel.h"
 
-#include <algorithm>
 #include <array>
 #include <chrono>
 #include <condition_variable>
-#include <memory>
-#include <mutex>
 #include <pthread.h>
 #include <span>
 #include <thread>
-#include <unordered_map>
-#include <vector>
 
 namespace machine {
 namespace {
 
-struct Object {
-    bool Signalled;
+struct Object {  // an event, or a thread that ends
     bool Manual; // stays signalled when a wait has seen it
+    bool Signalled;
 };
-using ObjectPointer = std::shared_ptr<Object>;
-using Objects = std::span<const ObjectPointer>;
+using Objects = std::span<const std::shared_ptr<Object>>;
 
 struct Waiter {
     Objects For;          // none: asleep
@@ -39,9 +34,8 @@ struct Waiter {
 };
 
 struct Kernel {
-    std::mutex Lock;
-    std::unordered_map<std::uintptr_t, ObjectPointer> Handles;
-    std::uintptr_t LastHandle = 0;
+    Handles<Object> Open;
+    std::mutex Lock;              // of all below and of what objects and waiters hold
     std::vector<Waiter*> Waiters; // the oldest first: of several waits for one signal it gets it
     int AtWork = 0;               // threads of the library's that do not wait
     std::condition_variable NoneAtWork;
@@ -56,21 +50,10 @@ thread_local bool libraryThread = false;
 
 using Lock = std::unique_lock<std::mutex>;
 
-std::uintptr_t NewHandle(Kernel& kernel, ObjectPointer object) {
-    kernel.LastHandle += 4;
-    kernel.Handles.emplace(kernel.LastHandle, std::move(object));
-    return kernel.LastHandle;
-}
-
-ObjectPointer Find(const Kernel& kernel, HANDLE handle) {
-    const auto found = kernel.Handles.find(reinterpret_cast<std::uintptr_t>(handle));
-    return found == kernel.Handles.end() ? nullptr : found->second;
-}
-
 // Ends a wait if one of its objects allows, and takes that one's signal with it.
 bool Satisfied(Objects objects, DWORD& result) {
-    const auto first = std::find_if(objects.begin(), objects.end(),
-                                    [](const ObjectPointer& object) { return object->Signalled; });
+    const auto first =
+        std::ranges::find_if(objects, [](const auto& each) { return each->Signalled; });
     if (first == objects.end()) return false;
     if (!(*first)->Manual) (*first)->Signalled = false;
     result = WAIT_OBJECT_0 + static_cast<DWORD>(first - objects.begin());
@@ -103,42 +86,26 @@ void Signal(Kernel& kernel, Object& object) {
 
 // The time-out of a wait on stepped time.
 void TimeOut(void* context, std::uintptr_t /*argument*/) {
-    Kernel& kernel = The();
-    const Lock lock(kernel.Lock);
+    const Lock lock(The().Lock);
     Waiter& waiter = *static_cast<Waiter*>(context);
-    if (!waiter.Done) End(kernel, waiter, WAIT_TIMEOUT);
-}
-
-void Enlist(Kernel& kernel, Waiter& waiter) {
-    kernel.Waiters.push_back(&waiter);
-    Leave(kernel);
-}
-
-void WaitOnSteppedTime(Kernel& kernel, Lock& lock, Waiter& waiter, std::uint64_t deadline) {
-    // Scheduled before the thread counts as waiting: from then on time may reach the deadline.
-    if (deadline != Forever) Schedule(Lane::Timers, deadline, TimeOut, &waiter);
-    Enlist(kernel, waiter);
-    waiter.Wake.wait(lock, [&waiter] { return waiter.Done; });
-    lock.unlock();
-    UnscheduleAll(&waiter);
-}
-
-void WaitOnRealTime(Kernel& kernel, Lock& lock, Waiter& waiter, std::uint64_t deadline) {
-    Enlist(kernel, waiter);
-    const auto done = [&waiter] { return waiter.Done; };
-    const std::chrono::steady_clock::time_point until{std::chrono::microseconds(deadline)};
-    if (deadline == Forever)
-        waiter.Wake.wait(lock, done);
-    else if (!waiter.Wake.wait_until(lock, until, done))
-        End(kernel, waiter, WAIT_TIMEOUT);
+    if (!waiter.Done) End(The(), waiter, WAIT_TIMEOUT);
 }
 
 DWORD Block(Kernel& kernel, Lock& lock, Objects objects, std::uint64_t deadline) {
     Waiter waiter{.For = objects, .Counted = libraryThread};
-    if (ClockIsStepped())
-        WaitOnSteppedTime(kernel, lock, waiter, deadline);
-    else
-        WaitOnRealTime(kernel, lock, waiter, deadline);
+    const auto done = [&waiter] { return waiter.Done; };
+    const std::chrono::steady_clock::time_point until{std::chrono::microseconds(deadline)};
+    const bool timed = deadline != Forever, stepped = ClockIsStepped();
+    // Scheduled before the thread counts as waiting: from then on time may reach the deadline.
+    if (timed && stepped) Schedule(Lane::Timers, deadline, TimeOut, &waiter);
+    kernel.Waiters.push_back(&waiter);
+    Leave(kernel);
+    if (!timed || stepped)
+        waiter.Wake.wait(lock, done);
+    else if (!waiter.Wake.wait_until(lock, until, done))
+        End(kernel, waiter, WAIT_TIMEOUT);
+    lock.unlock();
+    if (timed && stepped) UnscheduleAll(&waiter);
     return waiter.Result;
 }
 
@@ -157,7 +124,9 @@ DWORD WaitSteering(Kernel& kernel, Lock& lock, Objects objects, std::uint64_t de
     }
 }
 
-DWORD Wait(Kernel& kernel, Lock& lock, Objects objects, DWORD milliseconds) {
+DWORD Wait(Objects objects, DWORD milliseconds) {
+    Kernel& kernel = The();
+    Lock lock(kernel.Lock);
     DWORD result = 0;
     if (Satisfied(objects, result)) return result;
     if (milliseconds == 0) return WAIT_TIMEOUT;
@@ -171,24 +140,20 @@ DWORD Wait(Kernel& kernel, Lock& lock, Objects objects, DWORD milliseconds) {
 struct ThreadStart {
     unsigned(WINAPI* Body)(void*);
     void* Argument;
-    ObjectPointer Object;
+    std::shared_ptr<Object> End;
 };
 
 void* ThreadMain(void* argument) {
     const std::unique_ptr<ThreadStart> start(static_cast<ThreadStart*>(argument));
     libraryThread = true;
     start->Body(start->Argument);
-    Kernel& kernel = The();
-    const Lock lock(kernel.Lock);
-    Signal(kernel, *start->Object);
-    Leave(kernel);
+    const Lock lock(The().Lock);
+    Signal(The(), *start->End);
+    Leave(The());
     return nullptr;
 }
 
-const AtPowerOn atPowerOn([] {
-    const Lock lock(The().Lock);
-    The().Handles.clear();
-});
+const AtPowerOn atPowerOn([] { The().Open.TakeAll(); });
 
 } // namespace
 
@@ -205,78 +170,58 @@ namespace zorsystem {
 using namespace machine;
 
 HANDLE CreateEventA(void* /*security*/, BOOL manualReset, BOOL signalled, LPCSTR /*name*/) {
-    if (const auto failure = OrderedFailure(Call::CreateEventA))
-        return reinterpret_cast<HANDLE>(*failure);
-    Kernel& kernel = The();
-    const Lock lock(kernel.Lock);
-    return reinterpret_cast<HANDLE>(NewHandle(
-        kernel,
-        std::make_shared<Object>(Object{.Signalled = signalled != 0, .Manual = manualReset != 0})));
+    if (const Failure failure{Call::CreateEventA}) return failure;
+    return The().Open.Add<HANDLE>(
+        std::make_shared<Object>(Object{manualReset != 0, signalled != 0}));
 }
 
 BOOL SetEvent(HANDLE event) {
-    Kernel& kernel = The();
-    const Lock lock(kernel.Lock);
-    const ObjectPointer object = Find(kernel, event);
-    if (!object) return FALSE;
-    Signal(kernel, *object);
-    return TRUE;
+    const auto object = The().Open.Find(event);
+    const Lock lock(The().Lock);
+    if (object) Signal(The(), *object);
+    return object != nullptr;
 }
 
 BOOL ResetEvent(HANDLE event) {
-    Kernel& kernel = The();
-    const Lock lock(kernel.Lock);
-    const ObjectPointer object = Find(kernel, event);
-    if (!object) return FALSE;
-    object->Signalled = false;
-    return TRUE;
+    const auto object = The().Open.Find(event);
+    const Lock lock(The().Lock);
+    if (object) object->Signalled = false;
+    return object != nullptr;
 }
 
 DWORD WaitForSingleObject(HANDLE object, DWORD milliseconds) {
     return WaitForMultipleObjects(1, &object, FALSE, milliseconds);
 }
 
-DWORD WaitForMultipleObjects(DWORD count, const HANDLE* objects, BOOL all, DWORD milliseconds) {
-    if (count == 0 || count > MAXIMUM_WAIT_OBJECTS || all) return WAIT_FAILED;
-    Kernel& kernel = The();
+DWORD WaitForMultipleObjects(DWORD count, const HANDLE* objects, BOOL /*all*/, DWORD milliseconds) {
     // Held for the length of the wait, so that closing a handle meanwhile does no harm.
-    std::array<ObjectPointer, MAXIMUM_WAIT_OBJECTS> held;
-    Lock lock(kernel.Lock);
-    for (DWORD i = 0; i < count; ++i) {
-        held[i] = Find(kernel, objects[i]);
-        if (!held[i]) return WAIT_FAILED;
-    }
-    return Wait(kernel, lock, Objects(held.data(), count), milliseconds);
+    std::array<std::shared_ptr<Object>, MAXIMUM_WAIT_OBJECTS> held;
+    for (DWORD i = 0; i < count; ++i)
+        if (!(held[i] = The().Open.Find(objects[i]))) return WAIT_FAILED;
+    return Wait(Objects(held.data(), count), milliseconds);
 }
 
-BOOL CloseHandle(HANDLE handle) {
-    const Lock lock(The().Lock);
-    return The().Handles.erase(reinterpret_cast<std::uintptr_t>(handle)) != 0;
-}
+BOOL CloseHandle(HANDLE handle) { return The().Open.Take(handle) != nullptr; }
 
 // Stacks have the system's own size, which no caller here exceeds.
 std::uintptr_t _beginthreadex(void* /*security*/, unsigned /*stackSize*/,
                               unsigned(WINAPI* start)(void*), void* argument, unsigned /*flags*/,
                               unsigned* /*id*/) {
-    if (const auto failure = OrderedFailure(Call::_beginthreadex))
-        return static_cast<std::uintptr_t>(*failure);
-    const auto object = std::make_shared<Object>(Object{.Signalled = false, .Manual = true});
-    auto owned = std::make_unique<ThreadStart>(ThreadStart{start, argument, object});
-    Kernel& kernel = The();
-    const Lock lock(kernel.Lock);
+    if (const Failure failure{Call::_beginthreadex}) return failure;
+    const auto end = std::make_shared<Object>(Object{.Manual = true, .Signalled = false});
+    auto owned = std::make_unique<ThreadStart>(ThreadStart{start, argument, end});
+    const Lock lock(The().Lock);
     pthread_t thread;
     if (pthread_create(&thread, nullptr, ThreadMain, owned.get()) != 0) return 0;
     pthread_detach(thread);
     static_cast<void>(owned.release());
-    ++kernel.AtWork;
-    return NewHandle(kernel, object);
+    ++The().AtWork;
+    return The().Open.Add<std::uintptr_t>(end);
 }
 
 void Sleep(DWORD milliseconds) {
     if (milliseconds == 0) return std::this_thread::yield();
-    Kernel& kernel = The();
-    Lock lock(kernel.Lock);
-    Wait(kernel, lock, {}, milliseconds);
+    Wait({}, milliseconds);
 }
 
 } // namespace zorsystem

@@ -1,72 +1,251 @@
-// The waveIn calls: devices and handles by number, arguments checked, faults met.
+// The waveIn calls: an open device is the queue of an application's buffers, and the stream that
+// fills them.
 #include "platform/system/wave.h"
 
+#include "platform/calls/handles.h"
 #include "platform/calls/names.h"
-#include "platform/calls/wave_in_handle.h"
+#include "platform/device/capture.h"
 #include "platform/machine/capture.h"
 #include "platform/machine/fault_point.h"
 #include "platform/machine/power.h"
 
-#include <algorithm>
-#include <cstring>
-#include <optional>
-#include <utility>
+#include <atomic>
+#include <vector>
 
 namespace machine {
 namespace {
 
-// Never destroyed, since lanes run until the process ends.
-struct HandleList {
-    std::mutex Lock;
-    std::vector<std::shared_ptr<WaveInHandle>> Handles;
+// Ordered by nothing.
+std::atomic<int> prepared{0};
+std::atomic<int> duringReset{0};
+std::atomic<unsigned> positionUnit{0};
+
+struct Listener {
+    void (*Function)(HWAVEIN, UINT, DWORD_PTR, DWORD_PTR, DWORD_PTR);
+    DWORD_PTR Instance;
 };
-HandleList& All() {
-    static HandleList& list = *new HandleList;
-    return list;
+
+// Public functions run on any thread, but for the ones that the system forbids inside a callback.
+// The callback runs on the capturing thread with nothing locked; on the caller's inside Close, Stop
+// and Reset, which hand buffers back themselves.
+class WaveIn final : public CaptureOwner, public std::enable_shared_from_this<WaveIn> {
+public:
+    WaveIn(CaptureDevice& device, const PcmFormat& format, const Listener& listener)
+        : Rate(format.Rate), FrameBytes(format.Channels * format.Bits / 8), Client(listener),
+          Stream(device.Open(format, *this)) {}
+    ~WaveIn() { Abandon(); }
+
+    // False: the device is not to be had. Every other function needs it.
+    bool IsOpen() const { return Stream != nullptr; }
+    void Tell(UINT message, WAVEHDR* header = nullptr) {
+        Client.Function(reinterpret_cast<HWAVEIN>(this), message, Client.Instance,
+                        reinterpret_cast<DWORD_PTR>(header), 0);
+    }
+
+    MMRESULT Prepare(WAVEHDR& header);
+    MMRESULT Unprepare(WAVEHDR& header);
+    MMRESULT Add(WAVEHDR& header);
+    MMRESULT Start();
+    MMRESULT Stop();
+    MMRESULT Reset();
+    MMRESULT Position(MMTIME& time);
+    // WAVERR_STILLPLAYING while buffers are queued, unless the device is gone.
+    MMRESULT MayClose();
+    // Ends capturing without handing anything back.
+    void Abandon();
+
+private:
+    void NoteHeaderCall() const { // before the lock
+        if (Endings > 0) duringReset.fetch_add(1, std::memory_order_relaxed);
+    }
+    void Captured() override;
+    WAVEHDR* TakeFilled(std::uint64_t position); // locked, as the next three
+    WAVEHDR* FillFirst(std::uint64_t position);
+    std::uint64_t PositionNow() const;
+    std::uint64_t EndOfFirst() const { // frame of the stream
+        return Filled + Queue.front()->dwBufferLength / FrameBytes;
+    }
+    void GiveBack(std::unique_lock<std::mutex>& lock, WAVEHDR* header);
+    void EndCapture(bool handBackAll);
+
+    const unsigned Rate;
+    const unsigned FrameBytes;
+    const Listener Client;
+
+    std::atomic<int> Endings{0}; // stops and resets under way
+
+    std::mutex Lock; // of all below; never held in the callback
+    const std::unique_ptr<CaptureStream> Stream;
+    bool Started = false;
+    bool Ending = false;         // a stop or reset is waiting for the callback
+    std::vector<WAVEHDR*> Queue; // to be filled; a few, and room for them stays
+    std::uint64_t Filled = 0;    // frames of the stream taken out, by a buffer or lost
+    std::uint64_t Lost = 0;      // of these
+    std::uint64_t Before = 0;    // recorded since the last reset, before the present Start
+};
+
+MMRESULT WaveIn::Prepare(WAVEHDR& header) {
+    NoteHeaderCall();
+    if (Stream->Gone()) return MMSYSERR_NODRIVER;
+    if ((header.dwFlags & WHDR_PREPARED) == 0) prepared.fetch_add(1, std::memory_order_relaxed);
+    header.dwFlags = WHDR_PREPARED;
+    return MMSYSERR_NOERROR;
 }
 
-void Reset() {
-    std::unique_lock lock(All().Lock);
-    const auto dropped = std::exchange(All().Handles, {});
+// Works on a device that is gone too, since the application has to free its memory.
+MMRESULT WaveIn::Unprepare(WAVEHDR& header) {
+    NoteHeaderCall();
+    const std::scoped_lock lock(Lock);
+    if ((header.dwFlags & WHDR_INQUEUE) != 0) return WAVERR_STILLPLAYING;
+    if ((header.dwFlags & WHDR_PREPARED) != 0) prepared.fetch_sub(1, std::memory_order_relaxed);
+    header.dwFlags &= ~WHDR_PREPARED;
+    return MMSYSERR_NOERROR;
+}
+
+// What was captured while there was no buffer is lost.
+MMRESULT WaveIn::Add(WAVEHDR& header) {
+    NoteHeaderCall();
+    const std::scoped_lock lock(Lock);
+    if ((header.dwFlags & WHDR_PREPARED) == 0) return WAVERR_UNPREPARED;
+    if (Stream->Gone()) return MMSYSERR_NODRIVER;
+    header.dwFlags = WHDR_PREPARED | WHDR_INQUEUE;
+    header.dwBytesRecorded = 0;
+    Queue.push_back(&header);
+    if (Queue.size() > 1 || !Started) return MMSYSERR_NOERROR;
+    const std::uint64_t missed = Stream->Position() - Filled;
+    Stream->Read(nullptr, missed);
+    Lost += missed;
+    Filled += missed;
+    Stream->WakeAt(EndOfFirst());
+    return MMSYSERR_NOERROR;
+}
+
+MMRESULT WaveIn::Start() {
+    const std::scoped_lock lock(Lock);
+    if (Started) return MMSYSERR_NOERROR;
+    if (!Stream->Start()) return MMSYSERR_NODRIVER;
+    Started = true;
+    if (!Queue.empty()) Stream->WakeAt(EndOfFirst());
+    return MMSYSERR_NOERROR;
+}
+
+MMRESULT WaveIn::Stop() {
+    if (Stream->Gone()) return MMSYSERR_NODRIVER;
+    EndCapture(false);
+    return MMSYSERR_NOERROR;
+}
+
+MMRESULT WaveIn::Reset() {
+    EndCapture(true);
+    const std::scoped_lock lock(Lock);
+    Before = 0;
+    return Stream->Gone() ? MMSYSERR_NODRIVER : MMSYSERR_NOERROR;
+}
+
+MMRESULT WaveIn::Position(MMTIME& time) {
+    const std::scoped_lock lock(Lock);
+    if (Stream->Gone()) return MMSYSERR_NODRIVER;
+    const std::uint64_t frames = PositionNow();
+    if (const unsigned unit = positionUnit.load(std::memory_order_relaxed)) time.wType = unit;
+    if (time.wType == TIME_MS)
+        time.u.ms = static_cast<DWORD>(frames * 1000 / Rate);
+    else
+        time.u.sample = static_cast<DWORD>(time.wType == TIME_BYTES ? frames * FrameBytes : frames);
+    return MMSYSERR_NOERROR;
+}
+
+// Frames lost for want of a buffer were not recorded, so they do not count.
+std::uint64_t WaveIn::PositionNow() const {
+    if (!Started) return Before;
+    return Before + (Queue.empty() ? Filled : Stream->Position()) - Lost;
+}
+
+MMRESULT WaveIn::MayClose() {
+    const std::scoped_lock lock(Lock);
+    return Queue.empty() || Stream->Gone() ? MMSYSERR_NOERROR : WAVERR_STILLPLAYING;
+}
+
+void WaveIn::Abandon() {
+    if (Stream) Stream->Stop();
+    const std::scoped_lock lock(Lock);
+    Started = false;
+}
+
+// One buffer at each wake: a slow callback then delays no other device more than itself.
+void WaveIn::Captured() {
+    const auto self = shared_from_this(); // a callback may drop the last handle
+    std::unique_lock lock(Lock);
+    if (!Started || Ending) return;
+    if (WAVEHDR* const full = TakeFilled(Stream->Position())) GiveBack(lock, full);
+    if (Started && !Ending && !Queue.empty()) Stream->WakeAt(EndOfFirst());
+}
+
+// The next buffer, if its end has come by then.
+WAVEHDR* WaveIn::TakeFilled(std::uint64_t position) {
+    if (Queue.empty() || position < EndOfFirst()) return nullptr;
+    return FillFirst(EndOfFirst());
+}
+
+WAVEHDR* WaveIn::FillFirst(std::uint64_t position) {
+    WAVEHDR* const header = Queue.front();
+    Queue.erase(Queue.begin());
+    Stream->Read(header->lpData, position - Filled);
+    header->dwBytesRecorded = static_cast<DWORD>((position - Filled) * FrameBytes);
+    Filled = position;
+    return header;
+}
+
+void WaveIn::GiveBack(std::unique_lock<std::mutex>& lock, WAVEHDR* header) {
+    header->dwFlags = (header->dwFlags & ~WHDR_INQUEUE) | WHDR_DONE;
     lock.unlock();
-    for (const auto& handle : dropped) handle->Abandon();
-    ForgetHeaderCounts();
+    Tell(WIM_DATA, header);
+    lock.lock();
+}
+
+// All is settled before the first buffer goes back, since its callback may call anything.
+void WaveIn::EndCapture(bool handBackAll) {
+    ++Endings;
+    std::unique_lock lock(Lock);
+    Ending = true;
+    lock.unlock();
+    Stream->Stop(); // the callback under way may need the lock
+    lock.lock();
+    Ending = false;
+    std::vector<WAVEHDR*> back;
+    if (Started) {
+        const std::uint64_t position = Stream->Position();
+        while (WAVEHDR* const full = TakeFilled(position)) back.push_back(full);
+        if (!Queue.empty() && position > Filled) back.push_back(FillFirst(position));
+        Started = false;
+        Before += Filled - Lost;
+        Filled = Lost = 0;
+    }
+    if (handBackAll) {
+        back.insert(back.end(), Queue.begin(), Queue.end());
+        Queue.clear();
+    }
+    for (WAVEHDR* const header : back) GiveBack(lock, header);
+    --Endings;
+}
+
+Handles<WaveIn>& Open() {
+    static Handles<WaveIn>& open = *new Handles<WaveIn>;
+    return open;
+}
+
+const AtPowerOn atPowerOn([] {
+    for (const auto& handle : Open().TakeAll()) handle->Abandon();
+    prepared = duringReset = 0;
     AnswerPositionsIn(0);
-}
-const AtPowerOn atPowerOn(Reset);
+});
 
-std::shared_ptr<WaveInHandle> Find(HWAVEIN handle) {
-    const std::scoped_lock lock(All().Lock);
-    for (const auto& open : All().Handles)
-        if (open->Handle() == handle) return open;
-    return nullptr;
-}
-
-// Counts the call, meets an ordered failure, finds the handle, and goes on with it.
-template <class Operation>
-MMRESULT WithHandle(Call call, HWAVEIN handle, Operation operation) {
-    if (const auto failure = OrderedFailure(call)) return static_cast<MMRESULT>(*failure);
-    const auto open = Find(handle);
-    return open ? operation(*open) : MMSYSERR_INVALHANDLE;
-}
-
-using HeaderCall = MMRESULT (WaveInHandle::*)(WAVEHDR&);
-MMRESULT WithHeader(Call call, HWAVEIN handle, WAVEHDR* header, UINT size, HeaderCall operation) {
-    return WithHandle(call, handle, [&](WaveInHandle& open) {
-        if (header == nullptr || size < sizeof(WAVEHDR)) return MMSYSERR_INVALPARAM;
-        return (open.*operation)(*header);
-    });
-}
-
-// Nothing for a record that contradicts itself or is no PCM of 8 or 16 bits, mono or stereo.
-std::optional<PcmFormat> FormatOf(const WAVEFORMATEX& wave) {
-    const bool known = wave.wFormatTag == WAVE_FORMAT_PCM && wave.nSamplesPerSec > 0 &&
-                       (wave.nChannels == 1 || wave.nChannels == 2) &&
-                       (wave.wBitsPerSample == 8 || wave.wBitsPerSample == 16);
-    if (!known || wave.nBlockAlign != wave.nChannels * wave.wBitsPerSample / 8 ||
-        wave.nAvgBytesPerSec != wave.nSamplesPerSec * wave.nBlockAlign)
-        return std::nullopt;
-    return PcmFormat{wave.nSamplesPerSec, wave.nChannels, wave.wBitsPerSample};
+// Counts the call and goes on with what is open under the handle.
+template <class... Parameters, class... Arguments>
+MMRESULT On(Call call, HWAVEIN handle, MMRESULT (WaveIn::*operation)(Parameters...),
+            Arguments&... arguments) {
+    if (const Failure failure{call}) return failure;
+    const auto open = Open().Find(handle);
+    return open ? ((*open).*operation)(arguments...) : MMSYSERR_INVALHANDLE;
 }
 
 // dwFormats: at each rate mono and stereo of 8 bits, then of 16.
@@ -84,10 +263,10 @@ DWORD FormatsOf(const CaptureDevice& device) {
 
 } // namespace
 
-int OpenWaveIns() {
-    const std::scoped_lock lock(All().Lock);
-    return static_cast<int>(All().Handles.size());
-}
+int OpenWaveIns() { return Open().Count(); }
+int PreparedWaveHeaders() { return prepared.load(std::memory_order_relaxed); }
+int WaveCallsDuringReset() { return duringReset.load(std::memory_order_relaxed); }
+void AnswerPositionsIn(unsigned unit) { positionUnit.store(unit, std::memory_order_relaxed); }
 
 } // namespace machine
 
@@ -97,87 +276,54 @@ using namespace machine;
 
 UINT waveInGetNumDevs() { return static_cast<UINT>(CaptureDevices().size()); }
 
-MMRESULT waveInGetDevCapsA(UINT_PTR number, WAVEINCAPSA* caps, UINT size) {
-    if (const auto failure = OrderedFailure(Call::waveInGetDevCapsA))
-        return static_cast<MMRESULT>(*failure);
+MMRESULT waveInGetDevCapsA(UINT_PTR number, WAVEINCAPSA* caps, UINT /*size*/) {
+    if (const Failure failure{Call::waveInGetDevCapsA}) return failure;
     const auto devices = CaptureDevices();
     if (number >= devices.size()) return MMSYSERR_BADDEVICEID;
-    if (caps == nullptr) return MMSYSERR_INVALPARAM;
-    WAVEINCAPSA told = {};
-    CopyName(told.szPname, devices[number]->Name());
-    told.dwFormats = FormatsOf(*devices[number]);
-    told.wChannels = static_cast<WORD>(devices[number]->Channels());
-    std::memcpy(caps, &told, std::min<std::size_t>(size, sizeof told));
+    CopyName(caps->szPname, devices[number]->Name());
+    caps->dwFormats = FormatsOf(*devices[number]);
+    caps->wChannels = static_cast<WORD>(devices[number]->Channels());
     return MMSYSERR_NOERROR;
 }
 
 MMRESULT waveInOpen(HWAVEIN* handle, UINT number, const WAVEFORMATEX* wave, DWORD_PTR callback,
-                    DWORD_PTR instance, DWORD flags) {
-    if (const auto failure = OrderedFailure(Call::waveInOpen))
-        return static_cast<MMRESULT>(*failure);
-    if (flags != CALLBACK_NULL && flags != CALLBACK_FUNCTION) return MMSYSERR_INVALFLAG;
-    if (wave == nullptr || handle == nullptr) return MMSYSERR_INVALPARAM;
+                    DWORD_PTR instance, DWORD /*flags*/) {
+    if (const Failure failure{Call::waveInOpen}) return failure;
     const auto devices = CaptureDevices();
     if (number >= devices.size()) return MMSYSERR_BADDEVICEID;
-    const auto format = FormatOf(*wave);
-    if (!format || !devices[number]->Supports(*format)) return WAVERR_BADFORMAT;
-    WaveInHandle::Listener listener{nullptr, instance};
-    if (flags == CALLBACK_FUNCTION)
-        listener.Function = reinterpret_cast<decltype(listener.Function)>(callback);
-    const auto open = std::make_shared<WaveInHandle>(*devices[number], *format, listener);
+    const PcmFormat format{wave->nSamplesPerSec, wave->nChannels, wave->wBitsPerSample};
+    if (!devices[number]->Supports(format)) return WAVERR_BADFORMAT;
+    const Listener listener{reinterpret_cast<decltype(Listener::Function)>(callback), instance};
+    const auto open = std::make_shared<WaveIn>(*devices[number], format, listener);
     if (!open->IsOpen()) return MMSYSERR_ALLOCATED;
-    {
-        const std::scoped_lock lock(All().Lock);
-        All().Handles.push_back(open);
-    }
-    *handle = open->Handle();
+    *handle = Open().Add<HWAVEIN>(open);
     open->Tell(WIM_OPEN);
     return MMSYSERR_NOERROR;
 }
 
 MMRESULT waveInClose(HWAVEIN handle) {
-    return WithHandle(Call::waveInClose, handle, [handle](WaveInHandle& open) {
-        if (const MMRESULT result = open.MayClose(); result != MMSYSERR_NOERROR) return result;
-        {
-            const std::scoped_lock lock(All().Lock);
-            std::erase_if(All().Handles,
-                          [handle](const auto& each) { return each->Handle() == handle; });
-        }
-        open.Abandon();
-        open.Tell(WIM_CLOSE);
-        return MMSYSERR_NOERROR;
-    });
+    if (const MMRESULT fault = On(Call::waveInClose, handle, &WaveIn::MayClose)) return fault;
+    const auto closed = Open().Take(handle);
+    if (!closed) return MMSYSERR_INVALHANDLE;
+    closed->Abandon();
+    closed->Tell(WIM_CLOSE);
+    return MMSYSERR_NOERROR;
 }
 
-MMRESULT waveInPrepareHeader(HWAVEIN handle, WAVEHDR* header, UINT size) {
-    return WithHeader(Call::waveInPrepareHeader, handle, header, size, &WaveInHandle::Prepare);
+MMRESULT waveInPrepareHeader(HWAVEIN handle, WAVEHDR* header, UINT /*size*/) {
+    return On(Call::waveInPrepareHeader, handle, &WaveIn::Prepare, *header);
 }
-
-MMRESULT waveInUnprepareHeader(HWAVEIN handle, WAVEHDR* header, UINT size) {
-    return WithHeader(Call::waveInUnprepareHeader, handle, header, size, &WaveInHandle::Unprepare);
+MMRESULT waveInUnprepareHeader(HWAVEIN handle, WAVEHDR* header, UINT /*size*/) {
+    return On(Call::waveInUnprepareHeader, handle, &WaveIn::Unprepare, *header);
 }
-
-MMRESULT waveInAddBuffer(HWAVEIN handle, WAVEHDR* header, UINT size) {
-    return WithHeader(Call::waveInAddBuffer, handle, header, size, &WaveInHandle::Add);
+MMRESULT waveInAddBuffer(HWAVEIN handle, WAVEHDR* header, UINT /*size*/) {
+    return On(Call::waveInAddBuffer, handle, &WaveIn::Add, *header);
 }
-
-MMRESULT waveInStart(HWAVEIN handle) {
-    return WithHandle(Call::waveInStart, handle, [](WaveInHandle& open) { return open.Start(); });
-}
-
-MMRESULT waveInStop(HWAVEIN handle) {
-    return WithHandle(Call::waveInStop, handle, [](WaveInHandle& open) { return open.Stop(); });
-}
-
-MMRESULT waveInReset(HWAVEIN handle) {
-    return WithHandle(Call::waveInReset, handle, [](WaveInHandle& open) { return open.Reset(); });
-}
-
-MMRESULT waveInGetPosition(HWAVEIN handle, MMTIME* time, UINT size) {
-    return WithHandle(Call::waveInGetPosition, handle, [time, size](WaveInHandle& open) {
-        if (time == nullptr || size < sizeof(MMTIME)) return MMSYSERR_INVALPARAM;
-        return open.Position(*time);
-    });
+MMRESULT waveInStart(HWAVEIN handle) { return On(Call::waveInStart, handle, &WaveIn::Start); }
+MMRESULT waveInStop(HWAVEIN handle) { return On(Call::waveInStop, handle, &WaveIn::Stop); }
+MMRESULT waveInReset(HWAVEIN handle) { return On(Call::waveInReset, handle, &WaveIn::Reset); }
+MMRESULT waveInGetPosition(HWAVEIN handle, MMTIME* time, UINT /*size*/) {
+    return On(Call::waveInGetPosition, handle, &WaveIn::Position, *time);
 }
 
 } // namespace zorsystem

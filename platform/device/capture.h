@@ -1,11 +1,11 @@
 // The seam of sound capture. Above it waveIn queues the application's buffers; below it a back end
 // turns one kind of device into frames of PCM.
 //
-// To write the next back end: derive a CaptureDevice and a CaptureStream, announce each device by
-// AddCaptureDevice when it is found, and let Gone say when it has left. Nothing else is asked. The
-// suite in tests/platform/capture_contract_test.cpp is what it has to pass. The virtual microphone
-// (virtual/capture.cpp) is the example; it paces itself by the machine's clock, where a device of
-// its own has the hardware's.
+// To write the next back end: derive a CaptureDevice and a CaptureStream, add each device to
+// Roster<CaptureDevice> when it is found, and let Gone say when it has left. Nothing else is asked.
+// The suite in tests/platform/capture_contract_test.cpp is what it has to pass. The virtual
+// microphone (virtual/capture.cpp) is the example; it paces itself by the machine's clock, where a
+// device of its own has the hardware's.
 //
 // Threads. A stream has one owner, which makes one call at a time but for Position and Gone, and a
 // capturing thread of the back end's choice, which calls Captured. Devices are asked by any thread.
@@ -79,10 +79,7 @@ public:
     virtual std::shared_ptr<LevelDevice> Levels() const = 0;
 };
 
-// The machine's capture devices. Thread: any.
-void AddCaptureDevice(std::shared_ptr<CaptureDevice> device);
-// Those that are there, in the order of their coming: the first is the default one.
+// Those that are there, as Roster<CaptureDevice>::Present gives them. Thread: any.
 std::vector<std::shared_ptr<CaptureDevice>> CaptureDevices();
-void ForgetCaptureDevices();
 
 } // namespace machine

@@ -9,8 +9,7 @@
 // - A lane's thread goes before ordinary ones as far as the system lets it: a timer that comes late
 //   is heard. The other lane is sound, and may never hold it up.
 // - Threads outlive everything: the process ends, or the library is unloaded, without a word to
-// them,
-//   so nothing that they touch is ever destroyed. LetActionsEnd is called before code goes.
+//   them, so nothing that they touch is ever destroyed. LetActionsEnd is called before code goes.
 // - No lock is held while an action runs, so that an action may call anything here.
 // - Changing the clock drops what is to come, and is over when no action of the old one runs on.
 // Thread and real time: everything here may be called from any thread, inside actions too. "Real
@@ -62,6 +61,9 @@ std::vector<std::uint64_t> PendingDues(Action action);
 // Waits until no other thread is inside an action, for five seconds at the most: for a module
 // that is about to leave memory, which a callback may still be in. Real time: no.
 void LetActionsEnd();
+
+// How often the clock has been changed: what was meant for an earlier one is over. Real time: yes.
+std::uint32_t ClockChanges();
 
 // ---- stepped time and waits --------------------------------------------------------------------
 // A thread that waits for an object lets stepped time pass if it is the one that moves it. A clock

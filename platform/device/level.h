@@ -1,11 +1,11 @@
 // The seam of levels: volumes and mutes, as the mixer calls present them.
 //
 // To write the next back end: derive a Level for each control that the sound server or the driver
-// has, hang them into a LevelDevice by the lines that applications look for, and announce it by
-// AddLevelDevice; a capture device names it in CaptureDevice::Levels. A microphone needs a line
-// SRC_MICROPHONE below DST_WAVEIN with a VOLUME, and, where it can be heard through the speakers,
-// one below DST_SPEAKERS with a MUTE. What the device lacks is left out, and applications do
-// without.
+// has, hang them into a LevelDevice by the lines that applications look for, and add it to
+// Roster<LevelDevice>; a capture device names it in CaptureDevice::Levels. A microphone needs a
+// line MicrophoneLine below RecordingLine with a Volume, and, where it can be heard through the
+// speakers, one below SpeakersLine with a Mute. What the device lacks is left out, and applications
+// do without.
 //
 // A user moves levels in other programs at any time, and nobody is told: applications ask when
 // they want to know, so Read tells what holds now and nothing is remembered above the seam.
@@ -24,24 +24,30 @@
 
 namespace machine {
 
-// One control, a value for each of its line's channels or one for all of them.
+// Types of lines and controls. There are more of them: these are what applications look for.
+constexpr std::uint32_t SpeakersLine = 4, RecordingLine = 7;          // destinations
+constexpr std::uint32_t LineInLine = 0x1002, MicrophoneLine = 0x1003; // their sources
+constexpr std::uint32_t VolumeControl = 0x50030001, MuteControl = 0x20010002;
+
+// One control.
 class Level {
 public:
+    Level(std::uint32_t type, std::uint32_t maximum, std::size_t values)
+        : Type(type), Maximum(maximum), Values(values) {}
+    Level(const Level&) = delete;
+    Level& operator=(const Level&) = delete;
     virtual ~Level() = default;
 
-    virtual std::uint32_t Type() const = 0; // MIXERCONTROL_CONTROLTYPE_...
-    virtual std::uint32_t Minimum() const = 0;
-    virtual std::uint32_t Maximum() const = 0; // 1 for a mute, which is on at 1
-    virtual std::size_t Values() const = 0;    // 1, or one for each channel
-    // values: the first of them, at most as many as there are.
+    const std::uint32_t Type;
+    const std::uint32_t Maximum; // the least is 0; 1 for a mute, which is on at 1
+    const std::size_t Values;    // one for each channel of its line, or one for all of them
+    // values: one for each, when writing within the range.
     virtual bool Read(std::span<std::uint32_t> values) const = 0;
-    // values: one for each, within the range.
     virtual bool Write(std::span<const std::uint32_t> values) = 0;
 };
 
 struct LevelLine {
-    std::uint32_t Type; // MIXERLINE_COMPONENTTYPE_...
-    std::string Name;
+    std::uint32_t Type;
     unsigned Channels;
     std::vector<std::shared_ptr<Level>> Levels;
     std::vector<LevelLine> Sources; // of a destination
@@ -61,11 +67,5 @@ public:
 private:
     std::atomic<bool> HasLeft{false};
 };
-
-// The machine's level devices. Thread: any.
-void AddLevelDevice(std::shared_ptr<LevelDevice> device);
-// Those that are there, in the order of their coming: mixer numbers.
-std::vector<std::shared_ptr<LevelDevice>> LevelDevices();
-void ForgetLevelDevices();
 
 } // namespace machine

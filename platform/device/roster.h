@@ -1,34 +1,19 @@
-// The devices of one kind that are there, in the order of their coming.
+// The devices of one kind that are there.
 #pragma once
 
-#include <memory>
-#include <mutex>
-#include <utility>
-#include <vector>
+#include "platform/device/capture.h"
+#include "platform/device/level.h"
 
 namespace machine {
 
-// Thread: any. Never destroyed where it is used, since devices' threads run until the process ends.
+// For CaptureDevice and LevelDevice. Back ends add; the calls look. Thread: any.
 template <class Device>
 class Roster {
 public:
-    void Add(std::shared_ptr<Device> device) {
-        const std::scoped_lock lock(Lock);
-        Devices.push_back(std::move(device));
-    }
-    std::vector<std::shared_ptr<Device>> Present() {
-        const std::scoped_lock lock(Lock);
-        std::erase_if(Devices, [](const auto& device) { return device->Gone(); });
-        return Devices;
-    }
-    void Forget() {
-        const std::scoped_lock lock(Lock);
-        Devices.clear();
-    }
-
-private:
-    std::mutex Lock;
-    std::vector<std::shared_ptr<Device>> Devices;
+    static void Add(std::shared_ptr<Device> device);
+    // In the order of their coming, which gives them their numbers: the first is the default one.
+    static std::vector<std::shared_ptr<Device>> Present();
+    static void Forget();
 };
 
 } // namespace machine

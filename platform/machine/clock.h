@@ -24,10 +24,6 @@ bool ClockIsStepped();
 // is due now.
 void Advance(std::uint32_t milliseconds);
 
-// Moves stepped time to the next thing due, if there is one within the limit, and runs it. False if
-// there was none: time has then moved by the whole limit.
-bool AdvanceToNext(std::uint32_t limitMilliseconds);
-
 // Microseconds on the machine's clock, for measuring lateness. Same origin as timeGetTime.
 std::uint64_t Microseconds();
 

@@ -1,15 +1,64 @@
-// Making system calls fail, and counting them.
+// Making system calls fail, and counting them. Thread: any.
 #pragma once
 
 #include <cstdint>
 
 namespace machine {
 
-// The calls that can fail, one enumerator for each line of calls.inc.
+// The system calls that can be counted and made to fail.
 enum class Call : int {
-#define CALL(name) name,
-#include "platform/machine/calls.inc"
-#undef CALL
+    GlobalAlloc,
+    GlobalLock,
+    LoadLibraryA,
+    GetProcAddress,
+    WritePrivateProfileStringA,
+    CreateEventA,
+    _beginthreadex,
+    timeGetDevCaps,
+    timeBeginPeriod,
+    timeEndPeriod,
+    timeSetEvent,
+    timeKillEvent,
+    midiInGetDevCapsA,
+    midiInOpen,
+    midiInStart,
+    midiInStop,
+    midiInReset,
+    midiInClose,
+    midiOutGetDevCapsA,
+    midiOutOpen,
+    midiOutReset,
+    midiOutClose,
+    midiOutShortMsg,
+    midiOutCachePatches,
+    waveInGetDevCapsA,
+    waveInOpen,
+    waveInClose,
+    waveInPrepareHeader,
+    waveInUnprepareHeader,
+    waveInAddBuffer,
+    waveInStart,
+    waveInStop,
+    waveInReset,
+    waveInGetPosition,
+    mixerGetDevCapsA,
+    mixerOpen,
+    mixerClose,
+    mixerGetLineInfoA,
+    mixerGetLineControlsA,
+    mixerGetControlDetailsA,
+    mixerSetControlDetails,
+    DirectSoundCaptureEnumerateA,
+    DirectSoundCaptureCreate,
+    CreateCaptureBuffer,
+    CaptureBufferQueryInterface,
+    SetNotificationPositions,
+    CaptureBufferStart,
+    CaptureBufferStop,
+    CaptureBufferGetCurrentPosition,
+    CaptureBufferLock,
+    DialogBoxParamA,
+    GetDC,
     Count
 };
 

@@ -1,8 +1,7 @@
 // The machine's mixers: destination lines, their source lines, and the controls on each, with
-// values that a user (here: who steers) can move at any time. Thread: any that steers.
+// values that a user (here: who steers) can move at any time. Thread: the one that steers; values
+// any. Real time: no.
 #pragma once
-
-#include "platform/system/mixer.h"
 
 #include <cstdint>
 #include <string>
@@ -11,15 +10,13 @@
 namespace machine {
 
 struct MixerControl {
-    std::uint32_t Type; // MIXERCONTROL_CONTROLTYPE_...
-    std::uint32_t Minimum = 0;
-    std::uint32_t Maximum = 65535; // 1 for a mute
+    std::uint32_t Type;            // as the system numbers them
+    std::uint32_t Maximum = 65535; // from 0 on; 1 for a mute
     std::uint32_t Value = 0;       // of every channel at first
     bool Uniform = false;          // one value for all channels
 };
 struct MixerLine {
-    std::uint32_t Type; // MIXERLINE_COMPONENTTYPE_...
-    std::string Name;
+    std::uint32_t Type; // as the system numbers them
     unsigned Channels = 2;
     std::vector<MixerControl> Controls = {};
     std::vector<MixerLine> Sources = {}; // of a destination
@@ -34,11 +31,11 @@ enum class Mixer : int { None = -1 };
 
 Mixer AddMixer(const MixerModel& model);
 
-// What AddMicrophone adds: destination WAVEIN with the sources MICROPHONE (volume 0 to 65535 at
-// half, two channels) and LINE; destination SPEAKERS with the source MICROPHONE (mute, on).
+// What AddMicrophone adds: a recording destination with the sources microphone (volume 0 to 65535
+// at half, two channels) and line; a speakers destination with the source microphone (mute, on).
 MixerModel MicrophoneMixer(const std::string& name);
 
-// Not listed any more; calls on an open handle but mixerClose fail with MMSYSERR_NODRIVER.
+// Not listed any more; all but closing fails on an open handle.
 void RemoveMixer(Mixer mixer);
 
 // A control is found by where it lies: the first of its type on the given source line of the given
@@ -48,17 +45,13 @@ struct ControlPlace {
     std::uint32_t Source;
     std::uint32_t Control;
 };
-constexpr ControlPlace MicrophoneVolume = {MIXERLINE_COMPONENTTYPE_DST_WAVEIN,
-                                           MIXERLINE_COMPONENTTYPE_SRC_MICROPHONE,
-                                           MIXERCONTROL_CONTROLTYPE_VOLUME};
-constexpr ControlPlace MicrophoneMute = {MIXERLINE_COMPONENTTYPE_DST_SPEAKERS,
-                                         MIXERLINE_COMPONENTTYPE_SRC_MICROPHONE,
-                                         MIXERCONTROL_CONTROLTYPE_MUTE};
+extern const ControlPlace MicrophoneVolume;
+extern const ControlPlace MicrophoneMute;
 // One value for each channel (one in all if uniform); empty if there is no such control.
 std::vector<std::uint32_t> ControlValues(Mixer mixer, const ControlPlace& place);
-// The user moves a control: every channel, clamped to its range. False if there is none.
+// The user moves a control: every channel, up to its maximum. False if there is none.
 bool MoveControl(Mixer mixer, const ControlPlace& place, std::uint32_t value);
-// From now on reads, writes or both are refused with MMSYSERR_NOTSUPPORTED.
+// From now on reads, writes or both are refused.
 bool RefuseControl(Mixer mixer, const ControlPlace& place, bool reads, bool writes);
 
 int OpenMixers(); // handles

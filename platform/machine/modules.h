@@ -1,23 +1,23 @@
-// Modules: where the library seems to lie, and what system modules there are.
+// Modules: where the library seems to lie, and what system modules there are. Thread: the one that
+// steers.
 #pragma once
 
-#include "platform/system/kernel.h"
-
+#include <cstdint>
 #include <span>
 #include <string>
 
 namespace machine {
 
-// What GetModuleFileNameA answers for the library, so that its ini file lies in a folder of the
-// caller's choice. Empty: where the library really lies.
+// The file that the library seems to be, so that its ini file lies in a folder of the caller's
+// choice. Empty: where the library really lies.
 void SetModulePath(const std::string& path);
 
 struct ModuleExport {
     const char* Name;
-    FARPROC Address;
+    std::intptr_t (*Address)();
 };
-// The one system module that LoadLibraryA finds, by its name without regard to case, and what
-// GetProcAddress finds in it. Null: there is none; whoever has it keeps it. The exports stay the
+// The one system module that the library can load, by its name without regard to case, and the
+// functions that it finds in it. Null: there is none; whoever has it keeps it. The exports stay the
 // caller's. PowerOn changes nothing here.
 void OfferModule(const char* name, std::span<const ModuleExport> exports);
 

@@ -14,7 +14,6 @@ struct GUID {
     std::uint8_t Data4[8];
     friend bool operator==(const GUID&, const GUID&) = default;
 };
-static_assert(sizeof(GUID) == 16);
 using REFIID = const GUID&;
 using LPGUID = GUID*;
 using LPCGUID = const GUID*;
@@ -40,17 +39,6 @@ constexpr bool SUCCEEDED(HRESULT result) { return result >= 0; }
 constexpr bool FAILED(HRESULT result) { return result < 0; }
 
 constexpr DWORD DSCBSTART_LOOPING = 1;
-// The system's record has grown since; a caller that wants the first form sets dwSize to
-// DSCBUFFERDESC1's size.
-struct DSCBUFFERDESC {
-    DWORD dwSize;
-    DWORD dwFlags;
-    DWORD dwBufferBytes;
-    DWORD dwReserved;
-    WAVEFORMATEX* lpwfxFormat;
-    DWORD dwFXCount;
-    void* lpDSCFXDesc;
-};
 struct DSCBUFFERDESC1 {
     DWORD dwSize;
     DWORD dwFlags;
@@ -58,6 +46,8 @@ struct DSCBUFFERDESC1 {
     DWORD dwReserved;
     WAVEFORMATEX* lpwfxFormat;
 };
+// The system's record has grown since; a caller that wants the first form tells so in dwSize.
+struct DSCBUFFERDESC : DSCBUFFERDESC1 {};
 struct DSBPOSITIONNOTIFY {
     DWORD dwOffset;
     HANDLE hEventNotify;

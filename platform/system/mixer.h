@@ -8,74 +8,31 @@ namespace zorsystem {
 PLATFORM_HANDLE(HMIXER);
 PLATFORM_HANDLE(HMIXEROBJ);
 
-constexpr int MIXER_SHORT_NAME_CHARS = 16;
-constexpr int MIXER_LONG_NAME_CHARS = 64;
-
+// Of the system's records just the members in use.
 struct MIXERCAPSA {
-    WORD wMid;
-    WORD wPid;
-    UINT vDriverVersion;
     char szPname[MAXPNAMELEN];
-    DWORD fdwSupport;
-    DWORD cDestinations;
 };
 struct MIXERLINEA {
     DWORD cbStruct;
     DWORD dwDestination;
     DWORD dwSource;
     DWORD dwLineID;
-    DWORD fdwLine;
-    DWORD_PTR dwUser;
     DWORD dwComponentType;
     DWORD cChannels;
     DWORD cConnections;
-    DWORD cControls;
-    char szShortName[MIXER_SHORT_NAME_CHARS];
-    char szName[MIXER_LONG_NAME_CHARS];
-    struct {
-        DWORD dwType;
-        DWORD dwDeviceID;
-        WORD wMid;
-        WORD wPid;
-        UINT vDriverVersion;
-        char szPname[MAXPNAMELEN];
-    } Target;
 };
-// The bounds are told by nameless records in a union, as the system declares them.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wpedantic"
 struct MIXERCONTROLA {
-    DWORD cbStruct;
     DWORD dwControlID;
     DWORD dwControlType;
     DWORD fdwControl;
-    DWORD cMultipleItems;
-    char szShortName[MIXER_SHORT_NAME_CHARS];
-    char szName[MIXER_LONG_NAME_CHARS];
-    union {
-        struct {
-            LONG lMinimum, lMaximum;
-        };
-        struct {
-            DWORD dwMinimum, dwMaximum;
-        };
-        DWORD dwReserved[6];
+    struct {
+        DWORD dwMaximum;
     } Bounds;
-    union {
-        DWORD cSteps;
-        DWORD cbCustomData;
-        DWORD dwReserved[6];
-    } Metrics;
 };
-#pragma GCC diagnostic pop
-static_assert(sizeof(MIXERCONTROLA) == 148);
 struct MIXERLINECONTROLSA {
     DWORD cbStruct;
     DWORD dwLineID;
-    union {
-        DWORD dwControlID;
-        DWORD dwControlType;
-    };
+    DWORD dwControlType;
     DWORD cControls;
     DWORD cbmxctrl;
     MIXERCONTROLA* pamxctrl;
@@ -84,10 +41,7 @@ struct MIXERCONTROLDETAILS {
     DWORD cbStruct;
     DWORD dwControlID;
     DWORD cChannels;
-    union {
-        HWND hwndOwner;
-        DWORD cMultipleItems;
-    };
+    DWORD cMultipleItems;
     DWORD cbDetails;
     LPVOID paDetails;
 };

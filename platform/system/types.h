@@ -6,12 +6,10 @@
 
 #define WINAPI
 #define CALLBACK
-#define APIENTRY
 #define PLATFORM_API __attribute__((visibility("default")))
 
 namespace zorsystem {
 
-using BYTE = std::uint8_t;
 using WORD = std::uint16_t;
 using DWORD = std::uint32_t;
 using UINT = unsigned int;

@@ -1,4 +1,4 @@
-// Audio capture by the waveIn functions.
+// Audio capture by the waveIn functions. Of the system's records just the members in use.
 #pragma once
 
 #include "platform/system/types.h"
@@ -22,33 +22,20 @@ struct WAVEHDR {
     DWORD dwBytesRecorded;
     DWORD_PTR dwUser;
     DWORD dwFlags;
-    DWORD dwLoops;
-    WAVEHDR* lpNext;
-    DWORD_PTR reserved;
 };
 struct WAVEINCAPSA {
-    WORD wMid;
-    WORD wPid;
-    UINT vDriverVersion;
     char szPname[MAXPNAMELEN];
     DWORD dwFormats;
     WORD wChannels;
-    WORD wReserved1;
 };
-static_assert(sizeof(WAVEINCAPSA) == 48);
 struct MMTIME {
     UINT wType;
     union {
         DWORD ms;
         DWORD sample;
         DWORD cb;
-        DWORD ticks;
-        struct {
-            BYTE hour, min, sec, frame, fps, dummy, pad[2];
-        } smpte;
     } u;
 };
-static_assert(sizeof(MMTIME) == 12);
 
 constexpr WORD WAVE_FORMAT_PCM = 1;
 constexpr UINT WIM_OPEN = 0x3BE;

@@ -1,10 +1,11 @@
-// The clock's memory: a fixed number of entries, and a heap of their tokens for each lane. No
-// locking of its own, and no allocation after construction.
+// The clock's memory: what is to come on each lane, in order. Its entries are made at the start and
+// used over and over: no allocation after construction. No locking of its own.
 #pragma once
 
 #include "platform/device/clock.h"
 
 #include <array>
+#include <set>
 #include <vector>
 
 namespace machine {
@@ -15,6 +16,12 @@ struct PendingAction {
     void* Context;
     std::uintptr_t Argument;
     Token Id = 0;
+
+    // By due time, equal times in the order of scheduling. Tokens wrap, so that their difference
+    // tells the age.
+    bool operator<(const PendingAction& other) const {
+        return Due != other.Due ? Due < other.Due : static_cast<std::int32_t>(Id - other.Id) < 0;
+    }
 };
 
 class ActionQueue {
@@ -22,46 +29,42 @@ public:
     static constexpr Token Slots = 1u << 14;
 
     ActionQueue();
-    const PendingAction* First(Lane lane) const;       // null if the lane has none
-    Token Add(Lane lane, const PendingAction& action); // 0 when every slot is taken
+    const PendingAction* First(Lane lane) const; // null if the lane has none
+    Token Add(Lane lane, PendingAction action);  // 0 if it is full
     PendingAction TakeFirst(Lane lane);
     bool Remove(Token token); // false if it has been taken or removed
-    void RemoveAll(const void* context);
-    void Clear();
+    // Removes every action that the test is true for, on both lanes.
+    template <class Test>
+    void RemoveIf(Test test) {
+        for (Order& order : Lanes)
+            for (auto at = order.begin(); at != order.end();) {
+                const auto next = std::next(at);
+                if (test(*at)) Extract(order, at);
+                at = next;
+            }
+    }
 
-    // When the actions of this kind are due, in no order.
+    // When the actions of this kind are due, in order for each lane.
     std::vector<std::uint64_t> Dues(Action run) const;
 
-    // By due time, equal times in the order of scheduling.
-    static bool Before(const PendingAction& a, const PendingAction& b);
-
 private:
-    struct Entry {
-        PendingAction What; // its Id is 0 while the slot is free; Run is null once removed
-        Lane Where;
-    };
-    // A removed entry keeps its place until it comes to the top or half of the heap is such. The
-    // top is never one.
-    struct Heap {
-        std::vector<Token> Tokens;
-        std::size_t Removed = 0;
-    };
-
+    using Order = std::set<PendingAction>;
     // The slot follows from the token, which counts on from action to action: one that is gone
     // names no other before the count has gone round its 32 bits.
-    Entry& Of(Token token) { return Entries[token % Slots]; }
-    const Entry& Of(Token token) const { return Entries[token % Slots]; }
-    Heap& Of(Lane lane) { return Heaps[static_cast<std::size_t>(lane)]; }
-    bool Later(Token a, Token b) const { return Before(Of(b).What, Of(a).What); }
-    Token NextFree();
-    void Pop(Heap& heap);
-    void Tidy(Heap& heap);
-    void Sweep(Heap& heap);
+    struct Slot {
+        Token Id = 0; // 0 while free
+        Lane Where = Lane::Timers;
+        Order::iterator At{};
+    };
 
-    std::vector<Entry> Entries; // written once at the start, so that no page is missing later
-    std::array<Heap, 2> Heaps;
+    Order& Of(Lane lane) { return Lanes[static_cast<std::size_t>(lane)]; }
+    Slot& Of(Token token) { return Table[token % Slots]; }
+    void Extract(Order& order, Order::iterator at);
+
+    std::array<Order, 2> Lanes;
+    std::vector<Order::node_type> Spare;
+    std::vector<Slot> Table;
     Token Last = 0;
-    Token Taken = 0;
 };
 
 } // namespace machine

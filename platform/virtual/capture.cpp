@@ -1,18 +1,16 @@
 // The virtual microphone: hears a feed, is paced by the machine's clock, and can get into trouble
 // on demand.
-#include "platform/device/capture.h"
-
-#include "platform/device/clock.h"
 #include "platform/machine/capture.h"
-#include "platform/machine/clock.h"
+#include "platform/device/clock.h"
+#include "platform/device/roster.h"
 #include "platform/machine/power.h"
 #include "platform/virtual/feed.h"
 #include "platform/virtual/level.h"
-#include "platform/virtual/pcm.h"
 
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cmath>
 #include <mutex>
 
 namespace machine {
@@ -28,6 +26,29 @@ std::uint32_t FormatBit(const PcmFormat& format) {
     if (rate == rates.end()) return 0;
     const unsigned within = (format.Channels - 1) + (format.Bits == 16 ? 2 : 0);
     return 1u << (4 * static_cast<unsigned>(rate - rates.begin()) + within);
+}
+
+// Not-a-number counts as silence.
+long Quantise(float sample, float fullScale) {
+    const float scaled = sample * fullScale;
+    if (!(scaled == scaled)) return 0;
+    return std::lrintf(std::clamp(scaled, -fullScale, fullScale - 1));
+}
+
+// count samples of -1 to 1, clipped, as PCM. A sample that came from a file of the same width comes
+// out as it was.
+void ToPcm(const float* samples, std::size_t count, unsigned bits, void* pcm) {
+    auto* bytes = static_cast<std::uint8_t*>(pcm);
+    if (bits == 8) {
+        for (std::size_t i = 0; i < count; ++i)
+            bytes[i] = static_cast<std::uint8_t>(Quantise(samples[i], 128) + 128);
+        return;
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        const auto word = static_cast<std::uint16_t>(Quantise(samples[i], 32768));
+        bytes[2 * i] = static_cast<std::uint8_t>(word);
+        bytes[2 * i + 1] = static_cast<std::uint8_t>(word >> 8);
+    }
 }
 
 class VirtualMicrophone : public CaptureDevice,
@@ -75,8 +96,7 @@ public:
 
     // Steering.
     std::atomic<Mixer> MixerOfIt{Mixer::None};
-    std::atomic<bool> Silent{false};
-    std::atomic<int> Behind{0}; // times that nobody is told
+    std::atomic<int> Quiet{0}; // times that nobody is told; below 0 for ever
 
 private:
     const MicrophoneModel Model;
@@ -150,9 +170,10 @@ std::unique_ptr<FeedReader> VirtualMicrophone::JoinFeed(std::uint64_t now,
 }
 
 bool VirtualMicrophone::KeepsSilent() {
-    if (Silent.load(std::memory_order_acquire)) return true;
-    if (Behind.load(std::memory_order_relaxed) <= 0) return false;
-    return Behind.fetch_sub(1, std::memory_order_relaxed) > 0;
+    int times = Quiet.load(std::memory_order_acquire);
+    while (times > 0 && !Quiet.compare_exchange_weak(times, times - 1)) {
+    }
+    return times != 0;
 }
 
 void VirtualMicrophone::Progress(const FeedProgress& progress) {
@@ -239,13 +260,12 @@ std::mutex microphonesLock;
 std::vector<std::shared_ptr<VirtualMicrophone>> microphones; // of this machine, also those gone
 
 // Who still has one open finds it gone.
-void Reset() {
+const AtPowerOn atPowerOn([] {
     const std::scoped_lock lock(microphonesLock);
     for (const auto& microphone : microphones) microphone->Unplug();
     microphones.clear();
-    ForgetCaptureDevices();
-}
-const AtPowerOn atPowerOn(Reset);
+    Roster<CaptureDevice>::Forget();
+});
 
 // Null for one that was never added, or was forgotten at a PowerOn.
 std::shared_ptr<VirtualMicrophone> Find(Microphone microphone) {
@@ -261,7 +281,7 @@ Microphone AddMicrophone(const MicrophoneModel& model) {
     if (model.WithMixer) microphone->MixerOfIt = AddMixer(MicrophoneMixer(model.Name));
     const std::scoped_lock lock(microphonesLock);
     microphones.push_back(microphone);
-    AddCaptureDevice(std::move(microphone));
+    Roster<CaptureDevice>::Add(std::move(microphone));
     return Microphone{static_cast<int>(microphones.size()) - 1};
 }
 
@@ -297,11 +317,11 @@ void Unplug(Microphone microphone) {
 }
 
 void StopNotifying(Microphone microphone, bool on) {
-    if (const auto mute = Find(microphone)) mute->Silent.store(on, std::memory_order_release);
+    if (const auto mute = Find(microphone)) mute->Quiet = on ? -1 : 0;
 }
 
 void FallBehind(Microphone microphone, unsigned times) {
-    if (const auto late = Find(microphone)) late->Behind = static_cast<int>(times);
+    if (const auto late = Find(microphone)) late->Quiet = static_cast<int>(times);
 }
 
 CaptureStats StatsOf(Microphone microphone) {

@@ -52,6 +52,7 @@ using Lock = std::unique_lock<std::mutex>;
 
 std::atomic<bool> stepped{false};
 std::atomic<std::uint64_t> steppedNow{0};
+std::atomic<std::uint32_t> changes{0};
 std::atomic<std::thread::id> steeringThread;
 std::mutex steerLock; // one thread at a time moves stepped time
 
@@ -132,6 +133,12 @@ bool OthersRun(const Clock& clock, const void* context) {
                        [&runs](const LaneState& state) { return runs(state.Running); });
 }
 
+// Every action of this context, or of any if context is null.
+void Forget(Clock& clock, const void* context) {
+    clock.Queue.RemoveIf(
+        [context](const PendingAction& action) { return !context || action.Context == context; });
+}
+
 // ---- stepped time ----------------------------------------------------------------------------
 
 // Drops everything to come and changes the clock; returns when no action runs on another thread.
@@ -139,12 +146,13 @@ void ChangeClock(bool toStepped, std::uint64_t start, std::thread::id steering) 
     steeringThread.store(steering, std::memory_order_relaxed);
     Clock& clock = The();
     Lock lock(clock.Lock);
-    clock.Queue.Clear();
+    Forget(clock, nullptr);
     steppedNow.store(start, std::memory_order_relaxed);
     stepped.store(toStepped, std::memory_order_release);
     for (LaneState& state : clock.States) state.Wake.notify_all();
     clock.ActionDone.wait(lock, [&clock] { return !OthersRun(clock, nullptr); });
-    clock.Queue.Clear(); // what those actions have scheduled
+    Forget(clock, nullptr); // what those actions have scheduled
+    changes.fetch_add(1, std::memory_order_release);
 }
 
 void StandAt(std::uint64_t time) {
@@ -155,7 +163,7 @@ void StandAt(std::uint64_t time) {
 // The lane whose first action comes before the other's.
 Lane NextLane(const ActionQueue& queue) {
     const PendingAction *const timer = queue.First(Lane::Timers), *sound = queue.First(Lane::Audio);
-    return !timer || (sound && ActionQueue::Before(*sound, *timer)) ? Lane::Audio : Lane::Timers;
+    return !timer || (sound && *sound < *timer) ? Lane::Audio : Lane::Timers;
 }
 
 // Moves stepped time to the first thing due by the limit and runs it. False if there is none.
@@ -171,17 +179,6 @@ bool StepOnce(std::uint64_t limit) {
     Run(clock, lock, clock.Steering, action);
     return true;
 }
-
-bool MaySteer() { return ClockIsStepped() && !InsideAction(); }
-
-// Holds the right to move time.
-class Steer {
-public:
-    Steer() { steeringThread.store(std::this_thread::get_id(), std::memory_order_relaxed); }
-
-private:
-    std::lock_guard<std::mutex> Alone{steerLock};
-};
 
 constexpr std::uint64_t InMicroseconds(std::uint32_t milliseconds) {
     return std::uint64_t{milliseconds} * 1000;
@@ -214,10 +211,10 @@ bool Unschedule(Token token) {
 void UnscheduleAll(void* context) {
     Clock& clock = The();
     Lock lock(clock.Lock);
-    clock.Queue.RemoveAll(context);
+    Forget(clock, context);
     while (OthersRun(clock, context)) {
         clock.ActionDone.wait(lock);
-        clock.Queue.RemoveAll(context); // what that action has scheduled
+        Forget(clock, context); // what that action has scheduled
     }
 }
 
@@ -238,6 +235,8 @@ std::vector<std::uint64_t> PendingDues(Action action) {
 std::uint64_t ActionDue() { return running ? running->Due : Microseconds(); }
 Token ActionToken() { return running ? running->Id : 0; }
 bool InsideAction() { return running != nullptr; }
+
+std::uint32_t ClockChanges() { return changes.load(std::memory_order_acquire); }
 
 bool ThisThreadSteers() {
     return ClockIsStepped() &&
@@ -266,25 +265,13 @@ std::uint64_t Microseconds() {
 }
 
 void Advance(std::uint32_t milliseconds) {
-    if (!MaySteer()) return;
-    const Steer steer;
+    if (!ClockIsStepped() || InsideAction()) return;
+    const std::lock_guard alone(steerLock);
+    steeringThread.store(std::this_thread::get_id(), std::memory_order_relaxed);
     const std::uint64_t target = Microseconds() + InMicroseconds(milliseconds);
     while (StepOnce(target)) {
     }
     StandAt(target);
-}
-
-bool AdvanceToNext(std::uint32_t limitMilliseconds) {
-    if (!MaySteer()) return false;
-    const Steer steer;
-    const std::uint64_t limit = Microseconds() + InMicroseconds(limitMilliseconds);
-    if (!StepOnce(limit)) {
-        StandAt(limit);
-        return false;
-    }
-    while (StepOnce(Microseconds())) {
-    }
-    return true;
 }
 
 } // namespace machine

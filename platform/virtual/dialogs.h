@@ -21,7 +21,7 @@ class DialogUser {
 public:
     explicit DialogUser(ui::Dialog& dialog) : At(dialog) {}
 
-    HWND Handle() const;
+    zorsystem::HWND Handle() const;
     int Resource() const;
     std::string Title() const;
     bool Ended() const; // nothing has an effect any more
@@ -84,8 +84,8 @@ bool CloseDialog();
 // open, on the thread that shows it.
 using WindowProcedure =
     std::function<void(unsigned message, std::uintptr_t first, std::intptr_t second)>;
-HWND CreateHostWindow(WindowProcedure procedure);
-void DestroyHostWindow(HWND window);
+zorsystem::HWND CreateHostWindow(WindowProcedure procedure);
+void DestroyHostWindow(zorsystem::HWND window);
 
 // Programs that scripted dialogs have started since the last call.
 struct StartedProgram {

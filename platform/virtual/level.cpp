@@ -1,26 +1,28 @@
 // Mixers in memory.
 #include "platform/virtual/level.h"
 
+#include "platform/device/roster.h"
 #include "platform/machine/power.h"
 
 #include <algorithm>
 #include <mutex>
 
 namespace machine {
+
+const ControlPlace MicrophoneVolume = {RecordingLine, MicrophoneLine, VolumeControl};
+const ControlPlace MicrophoneMute = {SpeakersLine, MicrophoneLine, MuteControl};
+
 namespace {
 
 class VirtualLevel : public Level {
 public:
     VirtualLevel(const MixerControl& model, unsigned channels)
-        : Model(model), Held(model.Uniform ? 1 : std::max(1u, channels), model.Value) {}
+        : Level(model.Type, model.Maximum, model.Uniform ? 1 : channels),
+          Held(Values, model.Value) {}
 
-    std::uint32_t Type() const override { return Model.Type; }
-    std::uint32_t Minimum() const override { return Model.Minimum; }
-    std::uint32_t Maximum() const override { return Model.Maximum; }
-    std::size_t Values() const override { return Held.size(); }
     bool Read(std::span<std::uint32_t> values) const override {
         const std::scoped_lock lock(Lock);
-        if (Readable) std::copy_n(Held.begin(), values.size(), values.begin());
+        if (Readable) std::ranges::copy(Held, values.begin());
         return Readable;
     }
     bool Write(std::span<const std::uint32_t> values) override {
@@ -36,7 +38,7 @@ public:
     }
     void Move(std::uint32_t value) {
         const std::scoped_lock lock(Lock);
-        std::ranges::fill(Held, std::clamp(value, Model.Minimum, Model.Maximum));
+        std::ranges::fill(Held, std::min(value, Maximum));
     }
     void Refuse(bool reads, bool writes) {
         const std::scoped_lock lock(Lock);
@@ -45,7 +47,6 @@ public:
     }
 
 private:
-    const MixerControl Model;
     mutable std::mutex Lock; // of all below
     std::vector<std::uint32_t> Held;
     bool Readable = true;
@@ -55,18 +56,17 @@ private:
 std::mutex mixersLock;
 std::vector<std::shared_ptr<LevelDevice>> mixers; // of this machine, also those removed
 
-void Reset() {
+const AtPowerOn atPowerOn([] {
     const std::scoped_lock lock(mixersLock);
     for (const auto& mixer : mixers) mixer->Left(); // for whoever still has it open
     mixers.clear();
-    ForgetLevelDevices();
-}
-const AtPowerOn atPowerOn(Reset);
+    Roster<LevelDevice>::Forget();
+});
 
 std::vector<LevelLine> MakeLines(const std::vector<MixerLine>& models) {
     std::vector<LevelLine> lines;
     for (const MixerLine& model : models) {
-        LevelLine line{model.Type, model.Name, model.Channels, {}, MakeLines(model.Sources)};
+        LevelLine line{model.Type, model.Channels, {}, MakeLines(model.Sources)};
         for (const MixerControl& control : model.Controls)
             line.Levels.push_back(std::make_shared<VirtualLevel>(control, model.Channels));
         lines.push_back(std::move(line));
@@ -85,7 +85,7 @@ VirtualLevel* Find(Mixer mixer, const ControlPlace& place) {
     if (line && place.Source != 0) line = FindLine(line->Sources, place.Source);
     if (!line) return nullptr;
     for (const auto& level : line->Levels)
-        if (level->Type() == place.Control) return static_cast<VirtualLevel*>(level.get());
+        if (level->Type == place.Control) return static_cast<VirtualLevel*>(level.get());
     return nullptr;
 }
 
@@ -100,20 +100,19 @@ std::shared_ptr<LevelDevice> FindMixer(Mixer mixer) {
 Mixer AddMixer(const MixerModel& model) {
     const std::scoped_lock lock(mixersLock);
     mixers.push_back(std::make_shared<LevelDevice>(model.Name, MakeLines(model.Destinations)));
-    AddLevelDevice(mixers.back());
+    Roster<LevelDevice>::Add(mixers.back());
     return Mixer{static_cast<int>(mixers.size()) - 1};
 }
 
 MixerModel MicrophoneMixer(const std::string& name) {
-    constexpr std::uint32_t Full = 65535;
-    const MixerControl volume{MIXERCONTROL_CONTROLTYPE_VOLUME, 0, Full, Full / 2};
-    const MixerControl mute{MIXERCONTROL_CONTROLTYPE_MUTE, 0, 1, 1, true};
-    const MixerLine microphone{MIXERLINE_COMPONENTTYPE_SRC_MICROPHONE, "Microphone", 2, {volume}};
-    const MixerLine line{MIXERLINE_COMPONENTTYPE_SRC_LINE, "Line In", 2, {volume}};
-    const MixerLine heard{MIXERLINE_COMPONENTTYPE_SRC_MICROPHONE, "Microphone", 2, {volume, mute}};
-    return {name,
-            {{MIXERLINE_COMPONENTTYPE_DST_SPEAKERS, "Speakers", 2, {volume, mute}, {heard}},
-             {MIXERLINE_COMPONENTTYPE_DST_WAVEIN, "Recording", 2, {}, {line, microphone}}}};
+    const MixerControl volume{.Type = VolumeControl, .Value = 65535 / 2};
+    const MixerControl mute{MuteControl, 1, 1, true};
+    const MixerLine microphone{MicrophoneLine, 2, {volume}};
+    const MixerLine line{LineInLine, 2, {volume}};
+    const MixerLine heard{MicrophoneLine, 2, {volume, mute}};
+    return {
+        name,
+        {{SpeakersLine, 2, {volume, mute}, {heard}}, {RecordingLine, 2, {}, {line, microphone}}}};
 }
 
 void RemoveMixer(Mixer mixer) {

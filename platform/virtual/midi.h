@@ -1,65 +1,69 @@
-// The machine's MIDI devices: named ports in memory, and cables between them.
+// The virtual ports, for those who carry their messages beyond this machine.
 #pragma once
 
-#include "platform/machine/faults.h"
+#include "platform/device/midi.h"
 
-#include <cstdint>
 #include <functional>
-#include <string>
-#include <vector>
+#include <map>
+#include <mutex>
 
 namespace machine {
 
-// Adds a device and gives its device number. Names are cut to 31 characters, as the system does.
-// A device refuses a second open with MMSYSERR_ALLOCATED. support is dwSupport of its capabilities.
-int AddMidiInput(const std::string& name);
-int AddMidiOutput(const std::string& name, std::uint32_t support = 0);
+class VirtualInput final : public MidiDevice, public std::enable_shared_from_this<VirtualInput> {
+public:
+    static constexpr MidiWay Direction = MidiWay::In;
+    VirtualInput(std::string id, std::string name)
+        : MidiDevice(Direction, std::move(id), std::move(name)) {}
+    MidiResult Open(const std::shared_ptr<MidiReceiver>& receiver) override;
+    void Close() override { SetReceiver(nullptr); }
+    void Forgotten() override { SetSource(nullptr); }
 
-// Whatever is sent to the output device arrives at the input device, latency milliseconds later.
-// An output that MIDI_MAPPER opens is device 0's. What arrives are the bytes that a wire would
-// carry: data bytes clamped to 127, none beyond those that the status calls for, no system
-// exclusive. A reset of the output arrives as a note off for each note that still sounds. When tens
-// of thousands of messages are under way the output refuses more with MIDIERR_NOTREADY.
-void Connect(int output, int input, std::uint32_t latencyMilliseconds = 0);
+    // Sends a message on its way: it arrives when the latency (microseconds) has passed, if the
+    // device is there and open by then. False if too many are under way. Real time.
+    bool Bring(std::uint32_t message, std::uint64_t latency);
+    void Arrive(std::uint32_t message, std::uint64_t microseconds);
+    // Whoever brings messages from beyond the machine, destroyed when another takes his place.
+    void SetSource(std::shared_ptr<void> source);
 
-// Removes all MIDI devices and cables. All handles must be closed.
-void RemoveMidiDevices();
+private:
+    void SetReceiver(std::shared_ptr<MidiReceiver> receiver);
 
-// A device that has been unplugged is no longer listed; on an open handle stop, reset and close
-// succeed, and all else fails with MMSYSERR_NODRIVER. Device numbers behind it move down.
-void UnplugMidiInput(const std::string& name);
-void UnplugMidiOutput(const std::string& name);
-
-// A message arriving at an input from outside, now. Lost unless the device is open and started, as
-// on a real one. packed is status, data 1, data 2 from the low byte up. The callback runs on the
-// machine's callback thread, or with the stepped clock inside the next Advance.
-void ReceiveMidi(int input, std::uint32_t packed);
-
-// As the device layer would call back by itself: runs the callback that midiInOpen was given, on
-// the calling thread, with any message code. False if the device is not open.
-bool CallBackMidi(int input, unsigned message, std::uintptr_t first, std::uintptr_t second);
-
-// What an output device was sent, in order, while recording is on (on after PowerOn; the record
-// then grows). With recording off a send allocates nothing.
-struct SentMidi {
-    std::uint64_t Microseconds; // on the machine's clock
-    int Device;
-    std::uint32_t Message; // packed, top byte 0
-    bool Reset;            // midiOutReset, Message 0
+    std::mutex Lock; // of the next two; held for moments
+    std::shared_ptr<MidiReceiver> Receiver;
+    std::shared_ptr<void> Source;
 };
-void RecordSentMidi(bool on);
-std::vector<SentMidi> TakeSentMidi();
 
-// The driver of the output devices is a program of its own: from now on this runs inside each
-// midiOutShortMsg, midiOutReset and midiOutClose, on the thread that called and before the device
-// takes the message. It may make any call itself. Null for none, as at PowerOn.
-void InsideMidiOut(std::function<void(Call call, int device)> driver);
+class VirtualOutput final : public MidiDevice {
+public:
+    static constexpr MidiWay Direction = MidiWay::Out;
+    VirtualOutput(std::string id, std::string name, std::uint32_t support)
+        : MidiDevice(Direction, std::move(id), std::move(name)), Supported(support) {}
+    std::uint32_t Support() const override { return Supported; }
+    MidiResult Open(const std::shared_ptr<MidiReceiver>&) override;
+    void Close() override {}
+    MidiResult Send(std::uint32_t message) override;
+    void Forgotten() override {
+        const std::scoped_lock lock(Lock);
+        Cables.clear();
+    }
 
-// Handles open now.
-int OpenMidiInputs();
-int OpenMidiOutputs();
+    // Carries a message on, false if it cannot now. Real time.
+    using Cable = std::function<bool(std::uint32_t message)>;
+    // Takes the place of the one that led there; null for none.
+    void Lead(const std::string& where, Cable cable);
 
-// Patches that a device with MIDICAPS_CACHE has cached: for each patch a mask of channels.
-std::vector<std::uint16_t> CachedPatches(int output);
+private:
+    const std::uint32_t Supported;
+
+    std::mutex Lock; // of the next; held for moments
+    std::map<std::string, Cable> Cables;
+};
+
+// By device number. Null if there is none, or it is none of these.
+template <class Device>
+std::shared_ptr<Device> FindVirtual(int number) {
+    return std::dynamic_pointer_cast<Device>(
+        MidiDeviceAt(Device::Direction, static_cast<std::uint64_t>(number)));
+}
 
 } // namespace machine

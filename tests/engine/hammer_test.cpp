@@ -2,15 +2,10 @@
 // thread sanitizer this finds races; everywhere it finds torn records and threads that hang.
 #include "engine/sections.h"
 #include "engine/time_base.h"
-#include "engine/zormidi.h"
-#include "platform/machine.h"
+#include "tests/support/machine_test.h"
 
 #include <atomic>
-#include <filesystem>
-#include <fstream>
-#include <gtest/gtest.h>
 #include <thread>
-#include <vector>
 
 namespace {
 
@@ -22,35 +17,24 @@ std::uint8_t Check(int data1, int channel) {
     return static_cast<std::uint8_t>((data1 * 5 + channel * 11) & 0x7F);
 }
 
-class Hammer : public testing::Test {
+class Hammer : public MachineTest {
 protected:
     Hammer() {
-        namespace fs = std::filesystem;
-        machine::PowerOn();
+        machine::UseRealClock();
         machine::RecordSentMidi(false);
-        const fs::path folder = fs::absolute("hammer");
-        fs::create_directories(folder);
-        std::ofstream ini(folder / "ZORMIDI.INI");
-        ini << "[ZORMIDI]\nMMESpeed=1\n[MMEDRVR]\n";
+        std::string ini = "[ZORMIDI]\nMMESpeed=1\n[MMEDRVR]\n";
         for (int port = 0; port < Ports; ++port) {
             const std::string name = "Cable " + std::to_string(port);
-            const int output = machine::AddMidiOutput(name);
-            machine::Connect(output, machine::AddMidiInput(name));
-            ini << "OutName" << port + 1 << "=" << name << "\nOutBase" << port + 1 << "="
-                << port * 16 + 1 << "\n"
-                << "InName" << port + 1 << "=" << name << "\nInBase" << port + 1 << "="
-                << port * 16 + 1 << "\n";
+            machine::Connect(machine::AddMidiOutput(name), machine::AddMidiInput(name));
+            const std::string row = std::to_string(port + 1);
+            const std::string base = std::to_string(port * 16 + 1);
+            for (const std::string side : {"Out", "In"})
+                ini += side + "Name" + row + "=" + name + "\n" + side + "Base" + row + "=" + base +
+                       "\n";
         }
-        ini.close();
-        machine::SetModulePath((folder / "library.so").string());
+        WriteIni(ini);
         EXPECT_EQ(MIDISysInit(0), -1);
         for (std::int16_t queue = 0; queue < 3; ++queue) EXPECT_TRUE(ZorAllocMIDI(queue, 64));
-    }
-    ~Hammer() override {
-        ZorEchoMIDI(0, nullptr);
-        ZorStopMIDI();
-        MIDISysTerm();
-        machine::SetModulePath("");
     }
 
     // Runs the action over and over on a thread of its own, as long as the host is at work.
@@ -98,13 +82,16 @@ TEST_F(Hammer, EverythingAtOnce) {
     EXPECT_TRUE(ZorStartMIDI(1));
     Beside([](int i) { Play(i, 1); });
     Beside([](int i) { Play(i, 2); });
-    Beside([](int i) {
-        const int key = i & 127;
-        machine::ReceiveMidi(i % Ports,
-                             static_cast<std::uint32_t>(0xB0 | key << 8 | Check(key, 0) << 16));
-        machine::ReceiveMidi(0, i % 50 == 0 ? 0xFA : 0xF8);
-        std::this_thread::sleep_for(std::chrono::microseconds(200));
-    });
+    // Both inputs call back by themselves as well, together.
+    for (int input = 0; input < Ports; ++input)
+        Beside([input](int i) {
+            const int key = i & 127;
+            const auto control = static_cast<std::uint32_t>(0xB0 | key << 8 | Check(key, 0) << 16);
+            machine::ReceiveMidi(input, control);
+            machine::ReceiveMidi(input, i % 50 == 0 ? 0xFA : 0xF8);
+            machine::CallBackMidi(input, MIM_DATA, control, 1);
+            std::this_thread::sleep_for(std::chrono::microseconds(200));
+        });
     Beside([](int) {
         MMETimerCallBack(0, 0, 0, 0, 0);
         ZorMIDIPlay();
@@ -213,9 +200,6 @@ TEST_F(Hammer, DownAndUpAmongLateCallbacks) {
         MIDISysTerm();
     }
     Join();
-    EXPECT_EQ(machine::OpenMidiInputs() + machine::OpenMidiOutputs(), 0);
-    EXPECT_TRUE(machine::OpenTimerPeriods().empty());
-    EXPECT_EQ(MIDISysInit(0), -1);
 }
 
 } // namespace

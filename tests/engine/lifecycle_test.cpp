@@ -1,6 +1,7 @@
 #include "tests/engine/rig.h"
 
 #include "engine/module.h"
+#include "engine/time_base.h"
 
 #include <cstring>
 #include <filesystem>
@@ -83,7 +84,9 @@ TEST_F(Life, ReportsTheLastRowThatDidNotComeUp) {
     drivers.Rows[0].InitResult = DriverSuccess;
     MIDISysInit(1);
     Trace();
-    ZorSyncMIDI(2); // a row that is not up hears nothing
+    MIDIDrivers[1].Error = 1;
+    EXPECT_EQ(ZorErrorMIDI(nullptr), -1); // what a row that is not up has to tell, nobody asks
+    ZorSyncMIDI(2);                       // and it hears nothing
     MIDISysTerm();
     EXPECT_EQ(Trace(), "Sync0:2 Term0");
 }
@@ -110,11 +113,17 @@ TEST_F(Life, EchoKeepsTheDriversOpen) {
     ZorEchoMIDI(1, nullptr);
     EXPECT_EQ(Trace(), "Open0 Open1");
     ZorXmit(1, &event);
+    const std::uint32_t origin = ReadTimeBase().TimeOrigin;
+    machine::Advance(50);
+    EXPECT_TRUE(ZorStartMIDI(0)); // the time stands, and stays as it was set
+    EXPECT_EQ(ReadTimeBase().TimeOrigin, origin);
+    ZorXmit(1, &event);
+    Receive(0x90, 60, 1);
     ZorStartTimer();
     machine::Advance(50);
     EXPECT_TRUE(ZorStartMIDI(0)); // opens nothing, empties the queues, sets time to 0
     EXPECT_EQ(Trace(), "");
-    EXPECT_EQ(CountOf(1), 0);
+    EXPECT_EQ(CountOf(0) + CountOf(1), 0);
     EXPECT_EQ(ZorTimeMIDI(0), 0);
     ZorXmit(1, &event);
     ZorEchoMIDI(1, nullptr); // they are open: the queues stay
@@ -130,6 +139,11 @@ TEST_F(Life, EchoKeepsTheDriversOpen) {
     ZorXmit(1, &event);
     EXPECT_TRUE(ZorStartMIDI(0)); // already open: not even the queues
     EXPECT_EQ(CountOf(1), 1);
+    drivers.Rows[0].OnClose = [] { EXPECT_FALSE(Timed()); }; // no expiry meets a closing
+    ZorStartTimer();
+    ZorStopMIDI();
+    drivers.Rows[0].OnClose = nullptr;
+    EXPECT_TRUE(ZorStartMIDI(0));
     ZorEchoMIDI(0, nullptr); // closes what ZorStartMIDI opened
     EXPECT_FALSE(Open());
 }

@@ -99,59 +99,6 @@ TEST_F(Pump, LimitsDelaysToWhatATimeCanHold) {
     }
 }
 
-TEST_F(Pump, MovesPositionAndMarker) {
-    struct Case {
-        const char* name;
-        std::uint8_t length, status, data1;
-        bool sent;
-        std::int32_t etime;
-        std::uint16_t marker;
-    };
-    const Case cases[] = {
-        {"note", 2, 0x90, 60, true, 0x12345, 7},
-        {"marker", 0, 0x00, 1, false, 5, 0x2345},
-        {"status 0 with data", 1, 0x00, 1, true, 0x12345, 7},
-        {"position", 0, 0xF8, 1, false, 0x12345, 7},
-        {"clock", 0, 0xF8, 0, true, 0x12345, 7},
-        {"start", 0, 0xFA, 1, true, 0x12345, 7},
-    };
-    for (const Case& c : cases) {
-        for (const std::int16_t queue : {1, 2}) {
-            SCOPED_TRACE(c.name);
-            ZorTimeMIDI(1);
-            MIDIQueues[queue].Etime = 5;
-            MIDIQueues[queue].Marker = 7;
-            Put(static_cast<std::uint16_t>(queue),
-                {100, 0x12345, 3, c.length, c.status, c.data1, 9});
-            machine::Advance(99);
-            std::uint16_t marker = 0;
-            EXPECT_EQ(ZorEtimeMIDI(queue, &marker), 5);
-            EXPECT_EQ(marker, 7);
-            machine::Advance(1);
-            EXPECT_EQ(ZorEtimeMIDI(queue, &marker), c.etime);
-            EXPECT_EQ(marker, c.marker);
-            EXPECT_EQ(drivers.TakeSent().size(), c.sent ? 1u : 0u);
-            ZorZeroQueue(queue); // empties the ring, and no more
-            EXPECT_EQ(ZorEtimeMIDI(queue, nullptr), c.etime);
-            ZorAllocMIDI(queue, 16);
-            EXPECT_EQ(ZorEtimeMIDI(queue, &marker), 0);
-            EXPECT_EQ(marker, 0);
-            EXPECT_EQ(ZorEtimeMIDI(3 - queue, nullptr), 0);
-        }
-    }
-}
-
-TEST_F(Pump, PlaysWhatIsDueAtZeroWhileTheTimerIsStopped) {
-    ZorStopMIDI();
-    ZorStartMIDI(0);
-    Put(1, Note(-3, 1));
-    Put(1, Note(0, 2));
-    Put(1, Note(1, 3));
-    ZorMIDIPlay();
-    EXPECT_EQ(Played(drivers.TakeSent()), "1@0 2@0");
-    EXPECT_EQ(PendingDelay(), -1);
-}
-
 TEST_F(Pump, SendsToNobodyWithNoDriverOpen) {
     ZorRestoreMIDI();
     Put(1, Note(0, 1, 77));
@@ -190,20 +137,6 @@ TEST_F(Pump, WaitsForTheExternalClock) {
     ZorSyncMIDI(ZOR_SYNC_INTERNAL);
     ZorMIDIPlay();
     EXPECT_EQ(drivers.TakeSent().size(), 1u);
-}
-
-TEST_F(Pump, GoesOnWhenTheTimeJumps) {
-    Put(1, Note(500, 1));
-    Put(1, Note(900, 2));
-    drivers.Rows[0].OnXmit = [&](const MIDIEvent& event) {
-        if (event.Data1 == 1) ZorSetMIDITimer(900); // the next one comes due during this pass
-    };
-    EXPECT_EQ(PlayedBy(500), "1@500 2@900");
-    drivers.Rows[0].OnXmit = nullptr;
-    Put(1, Note(1000, 3));
-    machine::Advance(4);
-    ZorSetMIDITimer(0); // the pending expiry stays, finds nothing due, and the chain goes on
-    EXPECT_EQ(PlayedBy(1100), "3@1000");
 }
 
 } // namespace

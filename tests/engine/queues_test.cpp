@@ -37,6 +37,7 @@ TEST_F(Queues, ReceivedRecordsReplaceTheOldest) {
         Receive(0x90, i, 1);
         EXPECT_EQ(CountOf(0), std::min<int>(i, 3));
     }
+    EXPECT_FALSE(Put(ZOR_QUEUE_INPUT, 10)); // the host's own replace none
     MIDIEvent event;
     for (int expected : {7, 8, 9}) {
         EXPECT_TRUE(ZorRcv(&event, 1)); // a look changes nothing

@@ -38,6 +38,14 @@ TEST_F(Input, FiltersByClass) {
     }
 }
 
+TEST_F(Input, KeepsItsFilterWhenTheDriversOpenAnew) {
+    ZorFilterMIDI(2, 0);
+    ZorRestoreMIDI();
+    ZorStartMIDI(0);
+    Receive(0x90, 60, 1);
+    EXPECT_FALSE(Filed());
+}
+
 TEST_F(Input, EchoesWhateverTheFilterSays) {
     std::uint8_t map[64];
     for (int i = 0; i < 64; ++i) map[i] = static_cast<std::uint8_t>(i == 7 ? 255 : 63 - i);

@@ -3,13 +3,9 @@
 
 #include "engine/driver_table.h"
 #include "engine/receive.h"
-#include "engine/zormidi.h"
-#include "platform/machine.h"
+#include "tests/support/machine_test.h"
 
 #include <functional>
-#include <gtest/gtest.h>
-#include <string>
-#include <vector>
 
 // What a fake driver row does when it is called.
 struct FakeRow {
@@ -22,7 +18,7 @@ struct FakeRow {
 };
 
 // Takes the place of the two drivers for its life. Slots called are written down as "Open0",
-// "Sync1 2" and so on.
+// "Sync1:2" and so on.
 class FakeDrivers {
 public:
     FakeDrivers();
@@ -30,7 +26,7 @@ public:
     FakeDrivers(const FakeDrivers&) = delete;
     FakeDrivers& operator=(const FakeDrivers&) = delete;
 
-    static FakeRow Rows[DriverRows];
+    static inline FakeRow Rows[DriverRows];
     // Slots called since the last call of this, Xmit left out.
     static std::string TakeTrace();
     // What row 0 was sent since the last call, with the time base's time of sending.
@@ -39,9 +35,6 @@ public:
         MIDIEvent Event;
     };
     static std::vector<Sent> TakeSent();
-
-    static std::string trace;
-    static std::vector<Sent> sent;
 };
 
 MIDIEvent Note(std::int32_t time, std::uint8_t note, std::int32_t etime = 0);
@@ -53,10 +46,13 @@ std::string Played(const std::vector<FakeDrivers::Sent>& sent);
 int CountOf(int queue);
 
 // A library that is up, with three queues of 16 slots, on a clock that a test steps.
-class EngineTest : public testing::Test {
+class EngineTest : public MachineTest {
 protected:
     explicit EngineTest(std::uint32_t clock = 1000);
-    ~EngineTest() override;
+    ~EngineTest() override { // while the fake drivers are still there
+        drivers.Rows[0] = drivers.Rows[1] = {};
+        PowerOff();
+    }
 
     FakeDrivers drivers;
 };

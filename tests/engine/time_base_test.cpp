@@ -96,7 +96,8 @@ TEST_F(Time, FollowsTheClockAndFillsTheGaps) {
     EXPECT_EQ(Now(), 1024);
     machine::Advance(10);
     EXPECT_EQ(Now(), 1045);
-    Receive(Stop); // stands at the last clock
+    EXPECT_EQ(ZorEtimeMIDI(1, nullptr), 1045); // the position is the clock's too
+    Receive(Stop);                             // stands at the last clock
     machine::Advance(10);
     EXPECT_EQ(Now(), 1024);
     Clocks(5, 20);
@@ -210,6 +211,9 @@ TEST_F(Time, MeasuresGapsOverBothWraps) {
         EXPECT_EQ(Now(), 85);
         machine::Advance(10);
         EXPECT_EQ(Now(), ClocksToTime(2, c.gap, c.gap ? 10 : 0));
+        ZorKillMIDI();                // so that nothing expires
+        machine::Advance(0x80000000); // longer than a difference of two moments can be
+        EXPECT_EQ(Now(), 85);
         Receive(Stop);
         ZorStopMIDI();
     }

@@ -21,33 +21,17 @@ TrackEvents RandomTrack(unsigned seed, int channel, int notes) {
     TrackEvents track;
     int tick = 0;
     for (int i = 0; i < notes; ++i) {
-        const unsigned char key = pick(128);
-        track.push_back({tick, {status(0x90), key, static_cast<unsigned char>(1 + pick(127))}});
-        switch (pick(6)) {
-        case 0:
-            track.push_back({tick, {status(0xA0), key, pick(128)}});
-            break;
-        case 1:
-            track.push_back({tick, {status(0xB0), pick(64), pick(128)}});
-            break;
-        case 2:
-            track.push_back({tick, {status(0xC0), pick(128)}});
-            break;
-        case 3:
-            track.push_back({tick, {status(0xD0), pick(128)}});
-            break;
-        case 4:
-            track.push_back({tick, {status(0xE0), pick(128), pick(128)}});
-            break;
-        default:
-            break;
-        }
+        const unsigned char key = pick(128), velocity = static_cast<unsigned char>(1 + pick(127));
+        const Bytes others[] = {{status(0xA0), key, pick(128)},
+                                {status(0xB0), pick(64), pick(128)},
+                                {status(0xC0), pick(128)},
+                                {status(0xD0), pick(128)},
+                                {status(0xE0), pick(128), pick(128)}};
+        track.push_back({tick, {status(0x90), key, velocity}});
+        if (const int other = pick(6); other < 5) track.push_back({tick, others[other]});
         tick += 1 + pick(4);
-        if (pick(2)) {
-            track.push_back({tick, {status(0x80), key, pick(128)}});
-        } else {
-            track.push_back({tick, {status(0x90), key, 0}});
-        }
+        const bool off = pick(2);
+        track.push_back({tick, {status(off ? 0x80 : 0x90), key, off ? pick(128) : pick(1)}});
         tick += pick(3);
     }
     return track;

@@ -1,11 +1,12 @@
 #include "tests/host/program.h"
 
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sstream>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -32,12 +33,9 @@ const std::string& TestFolder() {
 std::string InFolder(const std::string& name) { return TestFolder() + "/" + name; }
 
 std::string ReadText(const std::string& path) {
-    std::string text;
-    std::FILE* file = std::fopen(path.c_str(), "rb");
-    if (!file) return text;
-    for (int c = std::fgetc(file); c != EOF; c = std::fgetc(file)) text += static_cast<char>(c);
-    std::fclose(file);
-    return text;
+    std::ostringstream text;
+    text << std::ifstream(path, std::ios::binary).rdbuf();
+    return text.str();
 }
 
 Program::Program(const std::vector<std::string>& arguments) {

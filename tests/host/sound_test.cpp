@@ -8,6 +8,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <random>
+#include <sndfile.h>
 
 namespace {
 
@@ -20,53 +21,45 @@ struct Tone {
     double Level = 0.5;
 };
 
-void AppendNumber(Bytes& to, unsigned value, int bytes) {
-    for (int i = 0; i < bytes; ++i) to.push_back(static_cast<unsigned char>(value >> 8 * i & 255));
-}
-
-// A 16-bit mono WAV of tones with six harmonics.
-Bytes Wav(double seconds, const std::vector<Tone>& tones) {
+// A 16-bit mono WAV of tones with six harmonics. Gives the path.
+std::string WriteWav(const std::string& name, double seconds, const std::vector<Tone>& tones) {
     std::mt19937 random(1);
-    const auto frames = static_cast<unsigned>(seconds * Rate);
-    Bytes bytes = {'R', 'I', 'F', 'F'};
-    AppendNumber(bytes, 36 + 2 * frames, 4);
-    for (const char c : std::string("WAVEfmt ")) bytes.push_back(static_cast<unsigned char>(c));
-    AppendNumber(bytes, 16, 4);
-    AppendNumber(bytes, 1, 2);
-    AppendNumber(bytes, 1, 2);
-    AppendNumber(bytes, Rate, 4);
-    AppendNumber(bytes, 2 * Rate, 4);
-    AppendNumber(bytes, 2, 2);
-    AppendNumber(bytes, 16, 2);
-    for (const char c : std::string("data")) bytes.push_back(static_cast<unsigned char>(c));
-    AppendNumber(bytes, 2 * frames, 4);
-    for (unsigned i = 0; i < frames; ++i) {
+    std::vector<double> samples;
+    for (int i = 0; i < seconds * Rate; ++i) {
         const double t = static_cast<double>(i) / Rate;
         double sample = 0;
         for (const Tone& tone : tones) {
             if (t < tone.Start || t >= tone.End) continue;
             if (tone.Key < 0) sample += static_cast<double>(random() % 2001) / 1000 - 1;
             const double cycles = (t - tone.Start) * 440 * std::pow(2, (tone.Key - 69) / 12.0);
-            for (int n = 1; tone.Key >= 0 && n <= 6; ++n) {
-                sample += 0.5 / n * std::sin(cycles * n * 2 * 3.14159265358979);
-            }
+            for (int n = 1; tone.Key >= 0 && n <= 6; ++n)
+                sample += 0.5 / n * std::sin(cycles * n * 2 * M_PI);
             sample *= tone.Level;
         }
-        AppendNumber(bytes, static_cast<unsigned>(static_cast<int>(std::lround(sample * 32000))),
-                     2);
+        samples.push_back(sample);
     }
-    return bytes;
+    SF_INFO info{};
+    info.samplerate = Rate;
+    info.channels = 1;
+    info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
+    const std::string path = InFolder(name);
+    SNDFILE* const file = sf_open(path.c_str(), SFM_WRITE, &info);
+    sf_write_double(file, samples.data(), static_cast<sf_count_t>(samples.size()));
+    sf_close(file);
+    return path;
 }
 
 const std::vector<Tone> Three = {{0.5, 0.9, 60}, {1.0, 1.4, 67}, {1.6, 2.0, 64}};
 
 TEST(Transcribe, FindsTheNotesAndTheirTimes) {
-    const Bytes whole = Wav(2.4, Three);
-    const Bytes cut(whole.begin(), whole.end() - Rate * 2 / 4); // a quarter of a second
+    const std::string whole = WriteWav("whole.wav", 2.4, Three);
+    const std::string bytes = ReadText(whole);
+    const std::string cut = // by a quarter of a second
+        WriteBytes("cut.wav", Bytes(bytes.begin(), bytes.end() - Rate * 2 / 4));
     const std::string midi = InFolder("three.mid");
     for (const char* tempo : {"60", "97.5"}) {
         const bool isCut = std::string(tempo) == "60";
-        const std::string sound = WriteBytes("three.wav", isCut ? cut : whole);
+        const std::string& sound = isCut ? cut : whole;
         const Result result = RunZorhost({"transcribe", sound, "-o", midi, "--tempo", tempo});
         EXPECT_EQ(result.Code, isCut ? 1 : 0) << result.Err;
         EXPECT_EQ(result.Err.find("breaks off after 0:02.1") != std::string::npos, isCut);
@@ -110,34 +103,32 @@ TEST(Transcribe, ThePlayedMelodyInTheTreeIsHeardAsWritten) {
 
 TEST(Transcribe, TellsWhatItDidNotUnderstand) {
     const std::string sound =
-        WriteBytes("noise.wav", Wav(2.2, {{0.3, 0.7, 60}, {1.0, 1.5, -1}, {1.7, 2.0, 62}}));
+        WriteWav("noise.wav", 2.2, {{0.3, 0.7, 60}, {1.0, 1.5, -1}, {1.7, 2.0, 62}});
     const Result result = RunZorhost({"transcribe", sound});
     EXPECT_EQ(result.Code, 0) << result.Err;
     EXPECT_NE(result.Out.find("Not understood: 0."), std::string::npos) << result.Out;
 }
 
 TEST(Transcribe, AnswersSoundsThatHoldNoNote) {
-    const Bytes whole = Wav(0.5, {{0.1, 0.4, 60}});
     const std::string text = "no sound at all";
+    const std::string header = ReadText(WriteWav("whole.wav", 0.5, {{0.1, 0.4, 60}})).substr(0, 44);
     const struct {
-        const char* Name;
-        Bytes File;
+        std::string Path;
         const char* Says;
     } cases[] = {
-        {"nothing.wav", {}, "nothing.wav"},
-        {"text.wav", Bytes(text.begin(), text.end()), "text.wav"},
-        {"header.wav", Bytes(whole.begin(), whole.begin() + 44), "holds no sound"},
-        {"short.wav", Wav(0.03, {{0, 1, 60}}), "is too short"},
-        {"silent.wav", Wav(1, {}), "is silent"},
-        {"hiss.wav", Wav(1, {{0.2, 0.3, -1}}), "no note was understood"},
+        {WriteBytes("nothing.wav", {}), "nothing.wav"},
+        {WriteBytes("text.wav", Bytes(text.begin(), text.end())), "text.wav"},
+        {WriteBytes("header.wav", Bytes(header.begin(), header.end())), "holds no sound"},
+        {WriteWav("short.wav", 0.03, {{0, 1, 60}}), "is too short"},
+        {WriteWav("silent.wav", 1, {}), "is silent"},
+        {WriteWav("hiss.wav", 1, {{0.2, 0.3, -1}}), "no note was understood"},
     };
     for (const auto& c : cases) {
-        const std::string path = WriteBytes(c.Name, c.File);
         const std::string midi = InFolder("none.mid");
-        const Result result = RunZorhost({"transcribe", path, "-o", midi});
-        EXPECT_EQ(result.Code, 1) << c.Name;
-        EXPECT_NE(result.Err.find(c.Says), std::string::npos) << c.Name << ": " << result.Err;
-        EXPECT_EQ(ReadText(midi), "") << c.Name;
+        const Result result = RunZorhost({"transcribe", c.Path, "-o", midi});
+        EXPECT_EQ(result.Code, 1) << c.Path;
+        EXPECT_NE(result.Err.find(c.Says), std::string::npos) << c.Path << ": " << result.Err;
+        EXPECT_EQ(ReadText(midi), "") << c.Path;
     }
     const Result missing = RunZorhost({"transcribe", InFolder("absent.wav")});
     EXPECT_EQ(missing.Code, 1);
@@ -146,7 +137,7 @@ TEST(Transcribe, AnswersSoundsThatHoldNoNote) {
 
 TEST(Listen, PrintsPlaysAndWritesTheNotesOfAMicrophone) {
     Peer peer("Loopback MIDI 2");
-    const std::string sound = WriteBytes("three.wav", Wav(2.4, Three));
+    const std::string sound = WriteWav("three.wav", 2.4, Three);
     const std::string midi = InFolder("listened.mid");
     const Result result =
         RunZorhost({"listen", "--mic", sound, "--thru", "Loopback MIDI 2", "-o", midi});
@@ -167,7 +158,7 @@ TEST(Listen, PrintsPlaysAndWritesTheNotesOfAMicrophone) {
 }
 
 TEST(Microphone, IsHeardBesideThePorts) {
-    const std::string sound = WriteBytes("three.wav", Wav(2.4, Three));
+    const std::string sound = WriteWav("three.wav", 2.4, Three);
     const std::string midi = InFolder("both.mid");
     Program record({"record", midi, "--mic", sound, "--seconds", "3"});
     ASSERT_TRUE(record.Await("Listening to Loopback MIDI 1, the microphone"));
@@ -192,7 +183,7 @@ TEST(Microphone, OfTheSettingsHearsSilenceAndStopsNothing) {
 }
 
 TEST(Microphone, IsComparedWithWhatWasWritten) {
-    const std::string sound = WriteBytes("three.wav", Wav(2.4, Three));
+    const std::string sound = WriteWav("three.wav", 2.4, Three);
     // 480 ticks a quarter at 120: 960 a second.
     const std::string written = WriteMidi("written.mid", 0, 480,
                                           {{{480, {0x90, 60, 90}},

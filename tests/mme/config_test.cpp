@@ -3,114 +3,89 @@
 
 namespace {
 
-const char Default[] = "Default MIDI Output Device";
+// "row: name @device +base" of a row that has a name, rows from 1.
+template <class Port>
+std::string Describe(const Port* ports) {
+    std::string text;
+    for (int row = 0; row < PortRows; ++row) {
+        if (!ports[row].Name[0]) continue;
+        const std::int32_t device = ports[row].DeviceID;
+        text += std::to_string(row + 1) + ": " + ports[row].Name + " @" +
+                (device == NoDevice ? "none" : std::to_string(device)) + " +" +
+                std::to_string(ports[row].BaseChannel) + "; ";
+    }
+    return text;
+}
 
-struct Row {
-    int Number; // from 0
-    const char* Name;
-    int DeviceID;
-    int Base; // BaseChannel
-};
+#define DEFAULT "Default MIDI Output Device"
+#define MAPPER "1: " DEFAULT " @-1 +0; "
 
 struct LoadCase {
     const char* What;
-    std::vector<const char*> Devices; // inputs and outputs alike
-    const char* Ini;
-    std::vector<Row> Inputs;
-    std::vector<Row> Outputs;
+    Lines Devices; // inputs and outputs alike
+    const char *Ini, *Inputs, *Outputs;
 };
 
 const LoadCase LoadCases[] = {
-    {"nothing there",
-     {},
-     "",
-     {{0, "", NoDevice, 0}, {1, "", NoDevice, 16}, {7, "", NoDevice, 0}},
-     {{0, Default, MapperDevice, 0}, {3, "", NoDevice, 48}, {4, "", NoDevice, 0}}},
-    {"a name that says MIDI", {"Aa", "USB MIDI In", "MPU-401"}, "", {{0, "USB MIDI In", 1, 0}}, {}},
-    {"in any case, as a word of its own", {"USBMIDI", "Usb Midi"}, "", {{0, "Usb Midi", 1, 0}}, {}},
-    {"else one that says 401", {"Aa", "MPU-401"}, "", {{0, "MPU-401", 1, 0}}, {}},
-    {"MIDI before 401, wherever it stands", {"MPU-401", "A MIDI"}, "", {{0, "A MIDI", 1, 0}}, {}},
-    {"the first of several", {"A MIDI 401", "B MIDI", "C 401"}, "", {{0, "A MIDI 401", 0, 0}}, {}},
-    {"else the first", {"Aa", "Bb"}, "", {{0, "Aa", 0, 0}}, {}},
+    {"nothing there", {}, "", "", MAPPER},
+    {"a name that says MIDI", {"Aa", "USB MIDI In", "401"}, "", "1: USB MIDI In @1 +0; ", MAPPER},
+    {"in any case, as a word", {"USBMIDI", "Usb Midi"}, "", "1: Usb Midi @1 +0; ", MAPPER},
+    {"else the first of 401", {"Aa", "B 401", "C 401"}, "", "1: B 401 @1 +0; ", MAPPER},
+    {"else the first", {"Aa", "Bb"}, "", "1: Aa @0 +0; ", MAPPER},
     {"a stored name wins over the choice",
      {"Aa", "B MIDI"},
      "InName1=Aa\nOutName1=Aa\n",
-     {{0, "Aa", 0, 0}},
-     {{0, "Aa", 0, 0}}},
+     "1: Aa @0 +0; ",
+     "1: Aa @0 +0; "},
     {"(none) on row 0 leaves the choice",
      {"Aa"},
      "InName1=(none)\nOutName1=(none)\n",
-     {{0, "(none)", 0, 0}},
-     {{0, "(none)", MapperDevice, 0}}},
-    {"(none) elsewhere",
-     {"Aa"},
-     "InName2=(none)\nOutName8=(none)\n",
-     {{1, "(none)", NoDevice, 16}},
-     {{7, "(none)", NoDevice, 112}}},
+     "1: (none) @0 +0; ",
+     "1: (none) @-1 +0; "},
     {"a stored device that is gone",
      {"Aa"},
-     "InName3=Zz\nInBase3=5\nOutName3=Zz\nOutBase3=6\n",
-     {{2, "Zz", NoDevice, 4}},
-     {{2, "Zz", NoDevice, 5}}},
-    {"case of a name counts, and its end",
+     "InName3=Zz\nInBase3=5\nOutName8=Zz\nOutBase8=6\n",
+     "1: Aa @0 +0; 3: Zz @none +4; ",
+     MAPPER "8: Zz @none +5; "},
+    {"case counts, and the end",
      {"Aa"},
      "InName2=aa\nOutName2=A\n",
-     {{1, "aa", NoDevice, 16}},
-     {{1, "A", NoDevice, 16}}},
+     "1: Aa @0 +0; 2: aa @none +16; ",
+     MAPPER "2: A @none +16; "},
     {"the default device on any row",
-     {"Aa"},
-     "OutName3=Default MIDI Output Device\n",
      {},
-     {{2, Default, MapperDevice, 32}}},
-    {"one device on two rows",
-     {"Aa"},
-     "InName1=Aa\nInName2=Aa\nOutName1=Aa\nOutName5=Aa\n",
-     {{0, "Aa", 0, 0}, {1, "Aa", 0, 16}},
-     {{0, "Aa", 0, 0}, {4, "Aa", 0, 64}}},
-    {"equal names: the first",
+     "OutName3=" DEFAULT "\n",
+     "",
+     MAPPER "3: " DEFAULT " @-1 +32; "},
+    {"two of a name on two rows",
      {"Aa", "Aa"},
-     "InName2=Aa\nOutName2=Aa\n",
-     {{1, "Aa", 0, 16}},
-     {{1, "Aa", 0, 16}}},
-    {"a name without a base",
-     {},
-     "InName5=Aa\nOutName6=Aa\n",
-     {{4, "Aa", NoDevice, 64}},
-     {{5, "Aa", NoDevice, 80}}},
+     "InName1=Aa\nInName5=Aa\nOutName5=Aa\n",
+     "1: Aa @0 +0; 5: Aa @0 +64; ",
+     MAPPER "5: Aa @0 +64; "},
     {"bases edited by hand",
      {},
-     "InName1=Aa\nInBase1=0\nInName2=Aa\nInBase2=-7\nInName3=Aa\nInBase3=abc\n"
-     "InName4=Aa\nInBase4=500\nOutName1=Aa\nOutBase1=99999\nOutName2=Aa\nOutBase2=64\n",
-     {{0, "Aa", NoDevice, 0},
-      {1, "Aa", NoDevice, 0},
-      {2, "Aa", NoDevice, 0},
-      {3, "Aa", NoDevice, 499}},
-     {{0, "Aa", MapperDevice, 32751}, {1, "Aa", NoDevice, 63}}},
+     "InName1=A\nInBase1=0\nInName2=A\nInBase2=-7\nInName3=A\nInBase3=abc\nInName4=A\n"
+     "InBase4=500\nOutName1=A\nOutBase1=99999\nOutName2=A\nOutBase2=64\n",
+     "1: A @none +0; 2: A @none +0; 3: A @none +0; 4: A @none +499; ",
+     "1: A @-1 +32751; 2: A @none +63; "},
     {"a long name is cut, as the device's own is",
      {"0123456789012345678901234567890123456789"},
      "InName2=0123456789012345678901234567890123456789\n",
-     {{0, "0123456789012345678901234567890", 0, 0}, {1, "0123456789012345678901234567890", 0, 16}},
-     {}},
+     "1: 0123456789012345678901234567890 @0 +0; 2: 0123456789012345678901234567890 @0 +16; ",
+     MAPPER},
 };
-
-template <class Port>
-void ExpectRow(const Port& port, const Row& row, const char* side) {
-    EXPECT_STREQ(port.Name, row.Name) << side << row.Number;
-    EXPECT_EQ(port.DeviceID, row.DeviceID) << side << row.Number;
-    EXPECT_EQ(port.BaseChannel, row.Base) << side << row.Number;
-}
 
 TEST_F(MmeTest, TablesFollowFileAndDevices) {
     for (const LoadCase& test : LoadCases) {
         SCOPED_TRACE(test.What);
         Restart();
-        for (const char* name : test.Devices) {
+        for (const std::string& name : test.Devices) {
             machine::AddMidiInput(name);
             machine::AddMidiOutput(name);
         }
         Load(*test.Ini ? std::string("[mmedrvr]\n") + test.Ini : "");
-        for (const Row& row : test.Inputs) ExpectRow(InPorts[row.Number], row, "input row ");
-        for (const Row& row : test.Outputs) ExpectRow(OutPorts[row.Number], row, "output row ");
+        EXPECT_EQ(Describe(InPorts), test.Inputs);
+        EXPECT_EQ(Describe(OutPorts), test.Outputs);
     }
 }
 

@@ -4,7 +4,7 @@
 
 namespace {
 
-using Names = std::vector<std::string>;
+using Names = Lines;
 
 // The device that each of the first three rows has open, on both sides alike; "" for none.
 Names Opened() {
@@ -47,15 +47,6 @@ const char CutAtBlank[] = "A name of more than thirty-one characters";
 const char AsCut[] = "A name of more than thirty-one ";
 const char AsStored[] = "A name of more than thirty-one";
 
-std::string IniFor(const Names& rows) {
-    std::string ini = "[MMEDRVR]\n";
-    for (std::size_t row = 0; row < rows.size(); ++row) {
-        const std::string number = std::to_string(row + 1);
-        ini += "InName" + number + "=" + rows[row] + "\nOutName" + number + "=" + rows[row] + "\n";
-    }
-    return ini;
-}
-
 TEST_F(MmeTest, ARowOpensItsOwnDeviceOrNone) {
     const struct {
         Names Rows, Unplugged, Plugged; // the devices A, B, C and D are there at first
@@ -68,10 +59,10 @@ TEST_F(MmeTest, ARowOpensItsOwnDeviceOrNone) {
         {{"A", "B", AsStored}, {"C"}, {}, {"A", "B", AsCut}, {"A", "B", AsCut}},
     };
     for (const auto& test : cases) {
-        SCOPED_TRACE(IniFor(test.Rows));
+        SCOPED_TRACE(IniFor(test.Rows, test.Rows));
         Restart();
         Plug({"A", "B", "C", "D", CutAtBlank});
-        Load(IniFor(test.Rows));
+        Load(IniFor(test.Rows, test.Rows));
         Unplug(test.Unplugged);
         Plug(test.Plugged);
         ASSERT_TRUE(ZorStartMIDI(0));
@@ -102,6 +93,20 @@ TEST_F(MmeTest, ACutNameIsKnownAgainAfterTheDialogHasStoredIt) {
         ASSERT_EQ(MIDISysInit(1), -1);
         EXPECT_EQ(InPorts[0].DeviceID, 1);
         EXPECT_EQ(OutPorts[0].DeviceID, 1);
+    }
+}
+
+// It is neither chosen nor found by its name, and nobody is told.
+TEST_F(MmeTest, ADeviceThatCannotTellItsNameIsPassedOver) {
+    Plug({"MIDI", "B"});
+    for (const std::string& ini : {std::string(), IniFor({"MIDI"}, {"MIDI"})}) {
+        machine::FailCall(machine::Call::midiInGetDevCapsA, 1, MMSYSERR_NODRIVER,
+                          ini.empty() ? 1 : 3);
+        machine::FailCall(machine::Call::midiOutGetDevCapsA, 1, MMSYSERR_NODRIVER);
+        Load(ini);
+        EXPECT_EQ(InPorts[0].DeviceID, 1);
+        EXPECT_EQ(OutPorts[0].DeviceID, MapperDevice);
+        machine::ClearFaults();
     }
 }
 

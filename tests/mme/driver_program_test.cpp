@@ -22,6 +22,7 @@ protected:
         ZorEchoMIDI(1, nullptr);
         MidiOutReset = 1;
     }
+    ~DriverProgramTest() override { machine::InsideMidiOut(nullptr); } // its test is over
     static void CallBack() { machine::CallBackMidi(0, MIM_DATA, 0x403C90, 0); }
 };
 
@@ -68,7 +69,9 @@ TEST_F(DriverProgramTest, NoLockOfOursMeetsItsOwn) {
 
 TEST_F(DriverProgramTest, WhileItClosesOthersSend) {
     machine::InsideMidiOut([](Call call, int device) {
-        if (device == 0 && call != Call::midiOutShortMsg)
+        if (call == Call::midiOutShortMsg) return;
+        EXPECT_EQ(machine::CallCount(Call::midiInStop), 1u); // nothing is echoed any more
+        if (device == 0)
             std::thread([] {
                 EXPECT_TRUE(Send(0, 0x90, Key, 9) && Send(16, 0x90, Key, 9));
             }).join();
@@ -81,13 +84,15 @@ TEST_F(DriverProgramTest, AKillReleasesWhatIsBeingSentAndNothingFollowsIt) {
     OutPorts[1].BaseChannel = 0;
     const MIDIEvent note = Event(3, 0x90, Key, 9);
     std::thread killer;
+    std::atomic<bool> begun{false}; // the kill sends too
     machine::InsideMidiOut([&](Call, int) {
-        if (killer.joinable()) return;
+        if (begun.exchange(true)) return;
         killer = std::thread([] { ZorKillMIDI(); });
         while (StillWanted()) std::this_thread::yield();
     });
     EXPECT_TRUE(ZorXmit(ZOR_IMMEDIATE, &note));
     killer.join();
+    machine::InsideMidiOut(nullptr); // which holds what ends here
     Lines first, second;
     for (const std::string& line : Sent()) (line[0] == '0' ? first : second).push_back(line);
     EXPECT_EQ(first, (Lines{Line(0, 0x93, Key, 9), Line(0, 0xB0, 64, 0), Line(0, 0xB0, 123, 0),

@@ -53,37 +53,4 @@ TEST_F(MmeTest, CountsStayRightWhoeverSends) {
             ASSERT_EQ(OutPorts[row].NoteCounts[key], (sounding[{row, key}]));
 }
 
-// Messages on both inputs at once, while the host switches sync and closes and opens the ports.
-TEST_F(MmeTest, InputsMayCallTogether) {
-    OpenInputs({0, 16});
-    std::atomic<int> delivering{2};
-    const auto deliver = [&](int input) {
-        for (int i = 0; i < 20000; ++i)
-            for (const unsigned message : {0x403C93u, 0xF8u, 0xFAu, 0x003C93u})
-                machine::CallBackMidi(input, MIM_DATA, message, 1);
-        --delivering;
-    };
-    int taken = 0;
-    const auto take = [&] {
-        for (MIDIEvent event; ZorRcv(&event, 0); ++taken)
-            ASSERT_TRUE((event.Status == 0x90 && (event.Channel == 3 || event.Channel == 19) &&
-                         event.Data1 == 0x3C) ||
-                        (event.Status >= 0xF8 && (event.Channel == 0 || event.Channel == 16)));
-    };
-    std::thread first(deliver, 0), second(deliver, 1);
-    for (int turn = 1; delivering > 0; ++turn) {
-        take();
-        MMESync(turn % 2 ? 2 : 0);
-        std::this_thread::yield();
-        if (turn % 16 != 0) continue;
-        EXPECT_TRUE(MMEClose());
-        EXPECT_TRUE(MMEOpen());
-    }
-    first.join();
-    second.join();
-    take();
-    EXPECT_GT(taken, 0);
-    EXPECT_TRUE(machine::TakeBoxes().empty());
-}
-
 } // namespace

@@ -73,9 +73,9 @@ TEST_F(PRecDriver, ReadsItsSettingsOnce) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.Lines);
-        WriteIni(c.Lines);
+        WriteSettings(c.Lines);
         BringUp(); // ends a session before it, so that the file is read again
-        WriteIni("EnablePitchRec=1\nChannel=77\n");
+        WriteSettings("EnablePitchRec=1\nChannel=77\n");
         EXPECT_EQ(PRecInit(), DriverSuccess); // not read again without an end
         EXPECT_EQ(PRecReady(), c.Enabled);
         EXPECT_EQ(PRecChannel, c.Channel);
@@ -85,7 +85,7 @@ TEST_F(PRecDriver, ReadsItsSettingsOnce) {
 }
 
 TEST_F(PRecDriver, HandsNotesOnWithTheirAge) {
-    WriteIni("Channel=3\nNoteRangeMax=60\n"); // a range that filters nothing
+    WriteSettings("Channel=3\nNoteRangeMax=60\n"); // a range that filters nothing
     BringUp();
     ASSERT_TRUE(ZorStartTimer());
     machine::Advance(500);
@@ -115,7 +115,19 @@ TEST_F(PRecDriver, IsPolledByTheTimer) {
     ASSERT_TRUE(ZorStartTimer());
     MadeUpRecogniser& recogniser = PutIn();
     recogniser.Waiting = {{0, 0x90, 69, 100}};
+    // And before the queues are played: what is sung is not late behind what is written.
+    ZorEchoMIDI(1, nullptr);
+    ASSERT_TRUE(ZorAllocMIDI(ZOR_QUEUE_OUTPUT, 4));
+    const MIDIEvent due = {0, 0, 0, 2, 0x90, 70, 1};
+    EXPECT_TRUE(ZorXmit(ZOR_QUEUE_OUTPUT, &due));
+    machine::RecordSentMidi(true);
+    machine::TakeSentMidi();
     machine::Advance(50);
+    const auto sent = machine::TakeSentMidi();
+    ASSERT_EQ(sent.size(), 2u);
+    EXPECT_EQ(sent[0].Message, 0x644590u);
+    EXPECT_EQ(sent[1].Message, 0x014690u);
+    ZorEchoMIDI(0, nullptr);
     EXPECT_EQ(TakeReceived().size(), 1u);
     recogniser.Runs = false; // no notes are fetched from one that does not listen
     recogniser.Waiting = {{0, 0x90, 69, 100}};

@@ -32,7 +32,8 @@ struct Model {
     std::vector<Entry> entries; // never full: the reader empties it after each block
 
     void Push(int time, int status, int data1, int data2) {
-        entries.push_back({time, static_cast<std::uint32_t>(status * 65536 + data1 * 256 + data2)});
+        entries.push_back(
+            {time, static_cast<std::uint32_t>(status * 65536 + (data1 & 255) * 256 + data2)});
     }
 
     void Block(std::uint32_t time, const std::uint8_t* data, int bytes) {

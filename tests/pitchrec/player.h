@@ -22,14 +22,6 @@ using Sound = std::function<double(int)>;
 inline Sound Sine(double hertz, double peak, double rate = 22050) {
     return [=](int i) { return peak * std::sin(2 * M_PI * hertz * i / rate); };
 }
-inline Sound Silence() {
-    return [](int) { return 0.0; };
-}
-// Alternating halves, so that peak and amplitude are known exactly.
-inline Sound Square(int halfPeriod, double peak) {
-    return [=](int i) { return i / halfPeriod % 2 ? -peak : peak; };
-}
-
 // Mono, 8 bits, 22,050 Hz unless told otherwise; block b ends at 1000 + 23 (b + 1) ms.
 class Player {
 public:

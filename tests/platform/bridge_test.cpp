@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <mutex>
@@ -47,11 +48,9 @@ public:
         std::fflush(Input);
     }
     std::string Line() {
-        std::array<char, 100> text{};
-        if (!std::fgets(text.data(), text.size(), Output)) return "(end)";
-        std::string line = text.data();
-        while (line.ends_with('\n')) line.pop_back();
-        return line;
+        char text[100] = "(end)\n";
+        if (!std::fgets(text, sizeof text, Output)) return "(end)";
+        return {text, std::strcspn(text, "\n")};
     }
     void Stop() {
         kill(Process, SIGSTOP);
@@ -73,29 +72,6 @@ private:
     std::FILE* Output = nullptr;
 };
 
-// What arrives here, gathered on the callback thread.
-class Arrivals {
-public:
-    static void CALLBACK CallBack(void*, UINT message, DWORD_PTR instance, DWORD_PTR first,
-                                  DWORD_PTR) {
-        auto& arrivals = *reinterpret_cast<Arrivals*>(instance);
-        if (message != MIM_DATA) return;
-        std::lock_guard lock(arrivals.Lock);
-        arrivals.Messages.push_back(static_cast<DWORD>(first));
-        arrivals.More.notify_all();
-    }
-    std::vector<DWORD> Take(std::size_t count) {
-        std::unique_lock lock(Lock);
-        More.wait(lock, [&] { return Messages.size() >= count; });
-        return std::exchange(Messages, {});
-    }
-
-private:
-    std::mutex Lock;
-    std::condition_variable More;
-    std::vector<DWORD> Messages;
-};
-
 class Bridge : public MachineTest {
 protected:
     Bridge() {
@@ -103,14 +79,25 @@ protected:
         setenv("XDG_RUNTIME_DIR", ("/test/" + std::to_string(getpid())).c_str(), 1);
         machine::AddMidiInput("In");
         machine::AddMidiOutput("Out");
-        midiInOpen(&In, 0, reinterpret_cast<DWORD_PTR>(&Arrivals::CallBack),
-                   reinterpret_cast<DWORD_PTR>(&Here), CALLBACK_FUNCTION);
+        midiInOpen(&In, 0, reinterpret_cast<DWORD_PTR>(&OnMidi), reinterpret_cast<DWORD_PTR>(this),
+                   CALLBACK_FUNCTION);
         midiInStart(In);
         midiOutOpen(&Out, 0, 0, 0, 0);
     }
     ~Bridge() override {
         midiInClose(In);
         midiOutClose(Out);
+    }
+    static void CALLBACK OnMidi(void*, UINT, DWORD_PTR self, DWORD_PTR first, DWORD_PTR) {
+        auto& here = *reinterpret_cast<Bridge*>(self);
+        const std::lock_guard lock(here.Lock);
+        here.Messages.push_back(static_cast<DWORD>(first));
+        here.More.notify_all();
+    }
+    std::vector<DWORD> Take(std::size_t count) {
+        std::unique_lock lock(Lock);
+        More.wait(lock, [&] { return Messages.size() >= count; });
+        return std::exchange(Messages, {});
     }
     // The one file of shared memory that this process uses.
     static std::string Memory() {
@@ -121,21 +108,26 @@ protected:
         return {};
     }
 
-    Arrivals Here;
     HMIDIIN In = nullptr;
     HMIDIOUT Out = nullptr;
+    std::mutex Lock; // of the next two
+    std::condition_variable More;
+    std::vector<DWORD> Messages;
 };
 
-TEST_F(Bridge, MessagesCrossBothWays) {
-    ASSERT_TRUE(machine::BridgeOutput(0, "one to peer")); // there before the peer is
-    Peer peer("one");
-    ASSERT_TRUE(machine::BridgeInput(0, "one from peer")); // and here after it
+TEST_F(Bridge, EveryInputOnTheCableHearsEveryOutput) {
+    ASSERT_TRUE(machine::BridgeOutput(0, "many to peer")); // there before the peers are
+    Peer first("many"), second("many"), elsewhere("else");
+    ASSERT_TRUE(machine::BridgeInput(0, "many to peer")); // this machine's own input too
     for (const DWORD message : {0x403C90u, 0x7FC2u, 0xF8u}) midiOutShortMsg(Out, message);
-    EXPECT_EQ(peer.Line(), "403C90");
-    EXPECT_EQ(peer.Line(), "7FC2");
-    EXPECT_EQ(peer.Line(), "F8");
-    peer.Say("send 403C91");
-    EXPECT_EQ(Here.Take(1), (std::vector<DWORD>{0x403C91}));
+    EXPECT_EQ(Take(3), (std::vector<DWORD>{0x403C90, 0x7FC2, 0xF8}));
+    for (Peer* peer : {&first, &second})
+        for (const char* line : {"403C90", "7FC2", "F8"}) EXPECT_EQ(peer->Line(), line);
+    elsewhere.End("quit");
+    EXPECT_EQ(elsewhere.Line(), "(end)");
+    ASSERT_TRUE(machine::BridgeInput(0, "many from peer")); // and here after them
+    second.Say("send 403C91");
+    EXPECT_EQ(Take(1), (std::vector<DWORD>{0x403C91}));
 }
 
 DWORD Numbered(DWORD i) { return 0xF2 | (i & 0x7F) << 8 | (i >> 7 & 0x7F) << 16; }
@@ -145,7 +137,7 @@ TEST_F(Bridge, WhatWasSentArrivesThoughItsSenderHasEnded) {
     Peer peer("burst");
     peer.Say("burst 4000");
     peer.End("quit");
-    const std::vector<DWORD> got = Here.Take(4000);
+    const std::vector<DWORD> got = Take(4000);
     ASSERT_EQ(got.size(), 4000u);
     for (DWORD i = 0; i < 4000; ++i) ASSERT_EQ(got[i], Numbered(i));
 }
@@ -161,24 +153,12 @@ TEST_F(Bridge, WaitsForAPeerThatIsSlow) {
         peer.Stop();
         for (DWORD i = 0; i < Most + lost; ++i) {
             ASSERT_EQ(midiOutShortMsg(Out, Numbered(i)), MMSYSERR_NOERROR);
-            if (i % 1000 == 0) Here.Take(1); // this machine's input keeps up meanwhile
+            if (i % 1000 == 0) Take(1); // this machine's input keeps up meanwhile
         }
         peer.GoOn();
         for (DWORD i = lost; i < Most + lost; ++i)
             ASSERT_EQ(std::stoul(peer.Line(), nullptr, 16), Numbered(i)) << i;
     }
-}
-
-TEST_F(Bridge, EveryInputOnTheCableHearsEveryOutput) {
-    ASSERT_TRUE(machine::BridgeOutput(0, "many to peer"));
-    ASSERT_TRUE(machine::BridgeInput(0, "many to peer")); // this machine's own input too
-    Peer first("many"), second("many"), elsewhere("else");
-    midiOutShortMsg(Out, 0xFA);
-    EXPECT_EQ(first.Line(), "FA");
-    EXPECT_EQ(second.Line(), "FA");
-    EXPECT_EQ(Here.Take(1), (std::vector<DWORD>{0xFA}));
-    elsewhere.End("quit");
-    EXPECT_EQ(elsewhere.Line(), "(end)");
 }
 
 TEST_F(Bridge, SurvivesPeersThatDie) {

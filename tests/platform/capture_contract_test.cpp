@@ -1,8 +1,7 @@
 // What every back end of sound capture has to do, whatever it hears and whoever's clock paces it:
 // the virtual microphone on the real clock, so that threads meet. Nothing here asks how long
 // anything took.
-#include "platform/device/capture.h"
-#include "platform/device/level.h"
+#include "platform/device/roster.h"
 #include "platform/machine.h"
 
 #include <gtest/gtest.h>
@@ -156,21 +155,18 @@ TEST_P(CaptureContract, OnceGoneItStandsStillAndStaysGone) {
 
 TEST_P(CaptureContract, ItsVolumeTakesWhatIsWritten) {
     const auto mixer = Device->Levels();
-    ASSERT_TRUE(mixer);
-    ASSERT_EQ(LevelDevices(), std::vector{mixer});
+    ASSERT_EQ(Roster<LevelDevice>::Present(), std::vector{mixer});
     const auto named = [](const auto& lines, std::uint32_t type) {
         return *std::ranges::find(lines, type, &LevelLine::Type);
     };
-    const LevelLine line =
-        named(named(mixer->Destinations, MIXERLINE_COMPONENTTYPE_DST_WAVEIN).Sources,
-              MIXERLINE_COMPONENTTYPE_SRC_MICROPHONE);
+    const LevelLine line = named(named(mixer->Destinations, RecordingLine).Sources, MicrophoneLine);
     ASSERT_FALSE(line.Levels.empty());
     Level& volume = *line.Levels[0];
-    EXPECT_EQ(volume.Type(), MIXERCONTROL_CONTROLTYPE_VOLUME);
-    ASSERT_LT(volume.Minimum(), volume.Maximum());
-    for (const std::uint32_t value : {volume.Minimum(), volume.Maximum()}) {
-        const std::vector<std::uint32_t> written(volume.Values(), value);
-        std::vector<std::uint32_t> read(volume.Values());
+    EXPECT_EQ(volume.Type, VolumeControl);
+    ASSERT_GT(volume.Maximum, 0u);
+    for (const std::uint32_t value : {0u, volume.Maximum}) {
+        const std::vector<std::uint32_t> written(volume.Values, value);
+        std::vector<std::uint32_t> read(volume.Values);
         EXPECT_TRUE(volume.Write(written));
         EXPECT_TRUE(volume.Read(read));
         EXPECT_EQ(read, written);

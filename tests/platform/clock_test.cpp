@@ -1,7 +1,12 @@
+#include "platform/device/clock.h"
+
 #include "tests/platform/machine_test.h"
 
+#include <array>
 #include <atomic>
 #include <functional>
+#include <map>
+#include <random>
 #include <thread>
 #include <vector>
 
@@ -27,18 +32,6 @@ UINT Set(Expiries& expiries, UINT delay) {
 
 using Clock = SteppedTest;
 
-TEST_F(Clock, TimersComeAtTheirMillisecondInOrderOfTime) {
-    Expiries expiries;
-    for (const UINT delay : {30u, 5u, 500u, 5u, 1u}) EXPECT_NE(Set(expiries, delay), 0u);
-    EXPECT_EQ(machine::PendingTimers(), (Dues{1001, 1005, 1005, 1030, 1500}));
-    machine::Advance(4);
-    EXPECT_EQ(expiries.At, (Dues{1001}));
-    machine::Advance(1000);
-    EXPECT_EQ(expiries.At, (Dues{1001, 1005, 1005, 1030, 1500}));
-    EXPECT_EQ(timeGetTime(), 2004u);
-    EXPECT_TRUE(machine::PendingTimers().empty());
-}
-
 TEST_F(Clock, AChainOfOneShotsKeepsItsGridAcrossTheWrap) {
     machine::UseSteppedClock(0xFFFFFFF0u);
     Expiries expiries;
@@ -51,24 +44,10 @@ TEST_F(Clock, AChainOfOneShotsKeepsItsGridAcrossTheWrap) {
     EXPECT_EQ(GetTickCount(), 29u);
 }
 
-TEST_F(Clock, StepsFromOneThingDueToTheNext) {
-    Expiries expiries;
-    Set(expiries, 20);
-    Set(expiries, 20);
-    Set(expiries, 70);
-    EXPECT_TRUE(machine::AdvanceToNext(100));
-    EXPECT_EQ(expiries.At, (Dues{1020, 1020}));
-    EXPECT_FALSE(machine::AdvanceToNext(10));
-    EXPECT_EQ(timeGetTime(), 1030u);
-    EXPECT_TRUE(machine::AdvanceToNext(40));
-    EXPECT_EQ(timeGetTime(), 1070u);
-}
-
 TEST_F(Clock, CallbacksCannotMoveTime) {
     Expiries expiries;
     expiries.Then = [](UINT) {
         machine::Advance(50);
-        EXPECT_FALSE(machine::AdvanceToNext(50));
         Sleep(50);
     };
     Set(expiries, 10);
@@ -83,7 +62,6 @@ TEST_F(Clock, KillingATimer) {
     const UINT pending = Set(expiries, 10);
     EXPECT_EQ(timeKillEvent(pending), TIMERR_NOERROR);
     EXPECT_EQ(timeKillEvent(pending), MMSYSERR_INVALPARAM);
-    EXPECT_EQ(timeKillEvent(0), MMSYSERR_INVALPARAM);
 
     // From inside its own callback, with a new one set already: the new one stays.
     expiries.Then = [&](UINT id) {
@@ -95,37 +73,6 @@ TEST_F(Clock, KillingATimer) {
     Set(expiries, 10);
     machine::Advance(100);
     EXPECT_EQ(expiries.At, (Dues{1010, 1015}));
-}
-
-TEST_F(Clock, AnOldIdentifierNeverNamesANewTimer) {
-    Expiries expiries;
-    const UINT old = Set(expiries, 1);
-    machine::Advance(1);
-    for (int i = 0; i < 40000; ++i) { // several times round the slots
-        const UINT next = Set(expiries, 1);
-        ASSERT_NE(next, 0u);
-        ASSERT_NE(next, old);
-        machine::Advance(1);
-    }
-    EXPECT_EQ(expiries.At.size(), 40001u);
-}
-
-TEST_F(Clock, PeriodsAndDelaysKeepToTheRangeThatIsTold) {
-    machine::SetTimerCaps(2, 100);
-    TIMECAPS caps{};
-    EXPECT_EQ(timeGetDevCaps(&caps, sizeof caps), TIMERR_NOERROR);
-    EXPECT_EQ(caps.wPeriodMin, 2u);
-    EXPECT_EQ(caps.wPeriodMax, 100u);
-    Expiries expiries;
-    for (const UINT milliseconds : {0u, 1u, 2u, 100u, 101u}) {
-        const bool possible = milliseconds >= 2 && milliseconds <= 100;
-        EXPECT_EQ(Set(expiries, milliseconds) != 0, possible) << milliseconds;
-        EXPECT_EQ(timeBeginPeriod(milliseconds) == TIMERR_NOERROR, possible) << milliseconds;
-    }
-    EXPECT_EQ(machine::OpenTimerPeriods(), (std::vector<unsigned>{2, 100}));
-    EXPECT_EQ(timeEndPeriod(100), TIMERR_NOERROR);
-    EXPECT_EQ(timeEndPeriod(100), TIMERR_NOCANDO);
-    EXPECT_EQ(machine::OpenTimerPeriods(), (std::vector<unsigned>{2}));
 }
 
 // With the real clock no more can be said of a timer than that it never comes early, in whichever
@@ -154,6 +101,145 @@ TEST_F(MachineTest, RealTimersNeverComeBeforeTheirMillisecond) {
     timeSetEvent(1, 1, callback, reinterpret_cast<DWORD_PTR>(&link), 0);
     while (link.Left > 0) std::this_thread::yield();
     EXPECT_EQ(link.Early, 0);
+}
+
+// ---- what all devices share --------------------------------------------------------------------
+
+using machine::Lane;
+using machine::Schedule;
+using machine::Token;
+
+std::vector<std::uintptr_t> ran;
+void Keep(void*, std::uintptr_t argument) { ran.push_back(argument); }
+
+std::uint64_t In(std::uint64_t microseconds) { return machine::Microseconds() + microseconds; }
+
+// Against a plain list of what should be left, with adding, forgetting and time all mixed.
+TEST_F(Clock, KeepsOrderUnderARandomLoad) {
+    std::mt19937 random(7);
+    std::map<std::pair<std::uint64_t, Token>, std::uintptr_t> model; // by due time, then by age
+    std::array<int, 3> contexts{};
+    std::map<std::uintptr_t, void*> contextOf;
+    ran.clear();
+    std::vector<std::uintptr_t> expected;
+    for (std::uintptr_t step = 1; step < 20000; ++step) {
+        const unsigned choice = random() % 100;
+        if (choice < 60) {
+            void* const context = &contexts[random() % contexts.size()];
+            const std::uint64_t due = In(random() % 300 * 100);
+            const Lane lane = random() % 2 ? Lane::Audio : Lane::Timers;
+            model[{due, Schedule(lane, due, Keep, context, step)}] = step;
+            contextOf[step] = context;
+        } else if (choice < 90 && !model.empty()) {
+            const auto some =
+                std::next(model.begin(), random() % std::min<std::size_t>(model.size(), 50));
+            EXPECT_TRUE(machine::Unschedule(some->first.second));
+            EXPECT_FALSE(machine::Unschedule(some->first.second));
+            model.erase(some);
+        } else if (choice == 90) {
+            void* const context = &contexts[random() % contexts.size()];
+            machine::UnscheduleAll(context);
+            std::erase_if(model,
+                          [&](const auto& entry) { return contextOf[entry.second] == context; });
+        } else {
+            machine::Advance(1);
+            while (!model.empty() && model.begin()->first.first <= machine::Microseconds()) {
+                expected.push_back(model.begin()->second);
+                model.erase(model.begin());
+            }
+        }
+    }
+    EXPECT_EQ(ran, expected);
+}
+
+TEST_F(Clock, AFullQueueRefusesAndRecovers) {
+    // What was forgotten long before its time takes no room.
+    for (int i = 0; i < 100000; ++i)
+        ASSERT_TRUE(machine::Unschedule(Schedule(Lane::Timers, In(9000000), Keep, nullptr)));
+    std::vector<Token> tokens;
+    while (const Token token = Schedule(Lane::Timers, In(1000), Keep, nullptr))
+        tokens.push_back(token);
+    EXPECT_GT(tokens.size(), 1000u);
+    EXPECT_TRUE(machine::Unschedule(tokens.front()));
+    const Token again = Schedule(Lane::Timers, In(1000), Keep, nullptr);
+    EXPECT_NE(again, 0u);
+    EXPECT_NE(again, tokens.front());
+    EXPECT_EQ(Schedule(Lane::Timers, In(1000), Keep, nullptr), 0u);
+    ran.clear();
+    machine::Advance(1);
+    EXPECT_EQ(ran.size(), tokens.size());
+}
+
+TEST_F(Clock, AnActionKnowsWhenItWasDueAndMayForgetItself) {
+    static std::uint64_t due;
+    static Token token;
+    const auto action = [](void* context, std::uintptr_t) {
+        due = machine::ActionDue();
+        EXPECT_FALSE(machine::Unschedule(token));
+        machine::UnscheduleAll(context); // does not wait for itself
+    };
+    int context = 0;
+    token = Schedule(Lane::Timers, In(1500), action, &context);
+    const Token later = Schedule(Lane::Audio, In(1600), action, &context);
+    machine::Advance(10);
+    EXPECT_EQ(due, 1001500u);
+    EXPECT_FALSE(machine::Unschedule(later));
+    EXPECT_EQ(machine::ActionDue(), machine::Microseconds());
+}
+
+TEST_F(MachineTest, ForgettingAContextWaitsForItsActionUnderWay) {
+    struct State {
+        std::atomic<bool> Inside{false}, MayEnd{false}, Ended{false};
+    } state;
+    const auto action = [](void* context, std::uintptr_t) {
+        auto& s = *static_cast<State*>(context);
+        s.Inside = true;
+        while (!s.MayEnd) std::this_thread::yield();
+        s.Ended = true;
+    };
+    Schedule(Lane::Audio, machine::Microseconds(), action, &state);
+    while (!state.Inside) std::this_thread::yield();
+    int other = 0;
+    machine::UnscheduleAll(&other); // of no concern to this one
+    EXPECT_FALSE(state.Ended);
+    std::thread helper([&] { state.MayEnd = true; });
+    machine::UnscheduleAll(&state);
+    EXPECT_TRUE(state.Ended);
+    helper.join();
+
+    // The same for whoever leaves memory.
+    state.Inside = state.MayEnd = state.Ended = false;
+    Schedule(Lane::Timers, machine::Microseconds(), action, &state);
+    while (!state.Inside) std::this_thread::yield();
+    std::thread again([&] { state.MayEnd = true; });
+    machine::LetActionsEnd();
+    EXPECT_TRUE(state.Ended);
+    again.join();
+}
+
+// Many threads at once on the real clock: nothing is lost, and nothing runs twice.
+TEST_F(MachineTest, EveryActionRunsOnceUnlessItWasForgotten) {
+    static std::atomic<int> runs;
+    runs = 0;
+    std::atomic<int> forgotten{0}, scheduled{0};
+    const auto load = [&](unsigned seed) {
+        std::mt19937 random(seed);
+        for (int i = 0; i < 2000; ++i) {
+            const Token token = Schedule(
+                random() % 2 ? Lane::Audio : Lane::Timers, In(random() % 500),
+                [](void*, std::uintptr_t) { ++runs; }, nullptr);
+            if (token != 0) ++scheduled;
+            if (random() % 3 == 0 && machine::Unschedule(token)) ++forgotten;
+        }
+    };
+    std::thread first(load, 1), second(load, 2);
+    first.join();
+    second.join();
+    while (runs + forgotten < scheduled) std::this_thread::yield();
+    // Whatever is still to come now came too often.
+    machine::UseSteppedClock();
+    EXPECT_EQ(runs + forgotten, scheduled);
+    EXPECT_EQ(scheduled, 4000);
 }
 
 } // namespace

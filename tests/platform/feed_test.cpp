@@ -1,6 +1,5 @@
 // What a capture hears of a file: samples, rates, channels, ends and broken files.
 #include "platform/virtual/feed.h"
-#include "platform/virtual/pcm.h"
 #include "tests/platform/ramp.h"
 
 #include <gtest/gtest.h>
@@ -9,7 +8,6 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
-#include <fstream>
 #include <numbers>
 
 namespace {
@@ -76,23 +74,6 @@ float Sine(double frequency, double seconds) {
     return static_cast<float>(0.5 * std::sin(2 * std::numbers::pi * frequency * seconds));
 }
 
-TEST(Pcm, RoundsClipsAndKeepsWhatWasPcmBefore) {
-    for (int value = -32768; value < 32768; ++value) {
-        const float sample = static_cast<float>(value) / 32768.0f;
-        std::int16_t word = 0;
-        machine::ToPcm(&sample, 1, 16, &word);
-        ASSERT_EQ(word, value);
-    }
-    const std::vector<float> in = {0, -1, 1, 2, -2, NAN, 127 / 128.0f, 0.4f / 128, -0.6f / 128};
-    std::vector<std::uint8_t> bytes(in.size());
-    machine::ToPcm(in.data(), in.size(), 8, bytes.data());
-    EXPECT_EQ(bytes, (std::vector<std::uint8_t>{128, 0, 255, 255, 0, 128, 255, 128, 127}));
-    std::vector<std::int16_t> words(in.size());
-    machine::ToPcm(in.data(), 5, 16, words.data());
-    EXPECT_EQ(words[2], 32767);
-    EXPECT_EQ(words[4], -32768);
-}
-
 TEST(FileFeed, SameRateAndChannelsComeThroughToTheBit) {
     struct Case {
         const char* Name;
@@ -133,9 +114,9 @@ TEST(FileFeed, OtherRatesKeepLevelPitchAndTime) {
     };
     const int wav = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
     const int ogg = SF_FORMAT_OGG | SF_FORMAT_VORBIS;
-    const Case cases[] = {{44100, 22050, 440, wav, 2e-4},   {48000, 22050, 4000, wav, 2e-4},
-                          {96000, 44100, 10000, wav, 2e-4}, {8000, 22050, 1000, wav, 2e-4},
-                          {11025, 44100, 3000, wav, 2e-4},  {44100, 22050, 440, ogg, 2e-2}};
+    const Case cases[] = {{48000, 22050, 4000, wav, 2e-4},
+                          {11025, 44100, 3000, wav, 2e-4},
+                          {44100, 22050, 440, ogg, 2e-2}};
     for (const Case& c : cases) {
         SCOPED_TRACE(testing::Message() << c.From << " to " << c.To);
         const TempFile file(c.Format == ogg ? "sine.ogg" : "sine.wav");
@@ -154,33 +135,6 @@ TEST(FileFeed, OtherRatesKeepLevelPitchAndTime) {
     }
 }
 
-TEST(FileFeed, AReaderThatJoinsLaterHearsTheSame) {
-    for (const unsigned rate : {22050u, 48000u}) {
-        SCOPED_TRACE(rate);
-        const TempFile file("long.flac");
-        WriteSound(file.Path(), SF_FORMAT_FLAC | SF_FORMAT_PCM_16, rate, 2, rate * 2,
-                   [rate](std::uint64_t f, unsigned channel) {
-                       return Sine(300 + 100 * channel, static_cast<double>(f) / rate);
-                   });
-        const auto feed = OpenFeed(file.Path());
-        const std::vector<float> whole = Take(*feed(0, 22050, 2), 40000, 2);
-        for (const std::size_t join : {1000u, 5512u, 5513u, 20000u}) {
-            const std::vector<float> part = Take(*feed(join, 22050, 2), 10000, 2);
-            for (std::size_t i = 1000; i < part.size(); ++i)
-                ASSERT_NEAR(part[i], whole[2 * join + i], rate == 22050 ? 0 : 2e-2) << join;
-        }
-    }
-}
-
-TEST(FileFeed, OtherChannelsHearTheirMean) {
-    const TempFile file("five.wav");
-    WriteSound(file.Path(), SF_FORMAT_WAV | SF_FORMAT_FLOAT, 22050, 5, 5000,
-               [](std::uint64_t, unsigned channel) { return channel == 4 ? -0.5f : 0.25f; });
-    for (const unsigned channels : {1u, 2u})
-        for (const float sample : Take(*OpenFeed(file.Path())(0, 22050, channels), 5000, channels))
-            ASSERT_FLOAT_EQ(sample, 0.1f);
-}
-
 TEST(FileFeed, TellsOfItsEndAndIsSilentBehindIt) {
     const TempFile file("short.wav");
     WriteSound(file.Path(), SF_FORMAT_WAV | SF_FORMAT_PCM_16, 44100, 1, 4410,
@@ -194,29 +148,6 @@ TEST(FileFeed, TellsOfItsEndAndIsSilentBehindIt) {
     for (const float sample : Take(*reader, 5000, 1)) ASSERT_EQ(sample, 0);
     EXPECT_EQ(reader->Progress().FileFrames, 4410u);
     EXPECT_FALSE(reader->Progress().Failed);
-}
-
-TEST(FileFeed, SaysWhatIsWrongWithAFile) {
-    const TempFile file("thing.wav");
-    const std::string folder = std::filesystem::path(file.Path()).parent_path().string();
-    const auto write = [&file](const std::string& text) {
-        std::ofstream(file.Path(), std::ios::binary) << text;
-        return file.Path();
-    };
-    const auto problem = [](const std::string& path) {
-        FileFeed told;
-        EXPECT_FALSE(machine::OpenFileFeed(path, told));
-        EXPECT_NE(told.Error.find(path), std::string::npos);
-        return told.Error;
-    };
-    EXPECT_NE(problem(file.Path()).find("no such file"), std::string::npos);
-    EXPECT_NE(problem(folder).find("folder"), std::string::npos);
-    EXPECT_NE(problem(write("")).find("empty"), std::string::npos);
-    EXPECT_NE(problem(write("do re mi fa so la ti do")).find("not a sound file"),
-              std::string::npos);
-    EXPECT_NE(problem(write("RIFF")).find("not a sound file"), std::string::npos);
-    WriteSound(file.Path(), SF_FORMAT_WAV | SF_FORMAT_PCM_16, 22050, 1, 0, {});
-    EXPECT_NE(problem(file.Path()).find("no sound"), std::string::npos);
 }
 
 TEST(FileFeed, AFileThatBreaksOffOrGoesAwayTurnsSilent) {

@@ -1,21 +1,16 @@
 // A machine with stepped clock and microphones, and a listener that keeps what it is given.
 #pragma once
 
-#include "platform/machine.h"
 #include "soundin/sound_in_dx.h"
 #include "soundin/sound_in_win.h"
 #include "tests/support/direct_sound.h"
-
-#include <gtest/gtest.h>
+#include "tests/support/machine_test.h"
 
 #include <cmath>
-#include <cstdint>
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <string>
 #include <utility>
-#include <vector>
 
 struct Block {
     std::uint32_t Time;
@@ -71,31 +66,32 @@ inline std::uint32_t Of(const std::uint8_t* frame) { return frame[0] / 8u + fram
 
 } // namespace place_feed
 
-class CaptureTest : public testing::Test {
+class CaptureTest : public MachineTest {
 protected:
-    void SetUp() override {
-        machine::PowerOn();
-        machine::UseSteppedClock(StartTime);
+    CaptureTest() : MachineTest(StartTime) { SetDirectSound(DirectSound::Present); }
+    ~CaptureTest() override {
+        EXPECT_EQ(0, OpenCaptureObjects());
+        SetDirectSound(DirectSound::Absent);
+    }
+    // Another machine in the middle of a test. Nothing may be left of the one before.
+    static void Restart() {
+        EXPECT_EQ(0, OpenCaptureObjects());
+        PowerOff();
+        PowerOn(StartTime);
         SetDirectSound(DirectSound::Present);
     }
 
-    // Nothing that a test opened may be left.
-    void TearDown() override {
-        EXPECT_EQ(0, machine::OpenWaveIns());
-        EXPECT_EQ(0, OpenCaptureObjects());
-        EXPECT_EQ(0, machine::PreparedWaveHeaders());
-        EXPECT_EQ(0, machine::OpenMixers());
-        EXPECT_EQ(0, machine::WaveCallsDuringReset());
-        machine::PowerOn();
-    }
-
     static machine::Microphone Add(const std::string& name, std::uint32_t formats = 0xFFF,
-                                   unsigned channels = 2) {
+                                   unsigned channels = 2, bool withMixer = true) {
         machine::MicrophoneModel model;
         model.Name = name;
         model.Formats = formats;
         model.Channels = channels;
+        model.WithMixer = withMixer;
         return machine::AddMicrophone(model);
+    }
+    static machine::Microphone AddWithoutMixer(const std::string& name) {
+        return Add(name, 0xFFF, 2, false);
     }
 
     // Time that the next count blocks take, and a little more.

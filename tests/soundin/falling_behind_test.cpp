@@ -5,9 +5,7 @@ namespace {
 
 class FallingBehindTest : public CaptureTest {
 protected:
-    void SetUp() override {
-        CaptureTest::SetUp();
-        microphone = Add("Microphone");
+    FallingBehindTest() : microphone(Add("Microphone")) {
         machine::FeedGenerator(microphone, place_feed::Generator());
     }
 
@@ -19,7 +17,7 @@ protected:
         return std::llround(age * 22050.0 / 1000 / 512) - 1;
     }
 
-    machine::Microphone microphone{};
+    machine::Microphone microphone;
 };
 
 } // namespace

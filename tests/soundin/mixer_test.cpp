@@ -29,37 +29,25 @@ MixerControl MuteControl() {
 
 MixerLine Line(std::uint32_t type, std::vector<MixerControl> controls,
                std::vector<MixerLine> sources = {}, unsigned channels = 2) {
-    return {type, "Line", channels, std::move(controls), std::move(sources)};
+    return {type, channels, std::move(controls), std::move(sources)};
 }
 
 class MixerTest : public CaptureTest {
 protected:
     // An open capture on a microphone whose only mixer has these destinations.
     void OpenWith(const std::vector<MixerLine>& destinations) {
-        machine::MicrophoneModel model;
-        model.Name = "Microphone";
-        model.WithMixer = false;
-        microphone = machine::AddMicrophone(model);
         mixer = machine::AddMixer({"Mixer", destinations});
-        machine::SetMixerOf(microphone, mixer);
+        machine::SetMixerOf(AddWithoutMixer("Microphone"), mixer);
         ASSERT_TRUE(input.Open(22050));
     }
-    void TearDown() override {
-        input.Close();
-        CaptureTest::TearDown();
-    }
+    ~MixerTest() override { input.Close(); }
     std::vector<std::uint32_t> Values(const machine::ControlPlace& place) const {
         return machine::ControlValues(mixer, place);
     }
 
     Sonorel::SoundInWin input;
-    machine::Microphone microphone{};
     machine::Mixer mixer = machine::Mixer::None;
 };
-
-constexpr machine::ControlPlace LineVolume = {WaveIn, LineIn, Volume};
-constexpr machine::ControlPlace RecordingVolume = {WaveIn, 0, Volume};
-constexpr machine::ControlPlace MasterMute = {Speakers, 0, Mute};
 
 } // namespace
 
@@ -83,8 +71,7 @@ TEST_F(MixerTest, LevelOneIsHalfTheRange) {
     for (const auto& each : cases) {
         SCOPED_TRACE(testing::Message() << each.Level << " of " << each.Maximum);
         input.Close();
-        machine::PowerOn();
-        machine::UseSteppedClock(StartTime);
+        Restart();
         OpenWith({Line(WaveIn, {}, {Line(Mic, {VolumeUpTo(each.Maximum)})})});
         machine::MoveControl(mixer, machine::MicrophoneVolume, each.Maximum);
         EXPECT_TRUE(input.SetLevel(each.Level));
@@ -94,17 +81,10 @@ TEST_F(MixerTest, LevelOneIsHalfTheRange) {
     }
 }
 
-TEST_F(MixerTest, ReadsWhatTheUserMoved) {
+TEST_F(MixerTest, ReadsWhatTheUserMovedAndThroughIsTheMuteTurnedRound) {
     OpenWith(machine::MicrophoneMixer("Mixer").Destinations);
     ASSERT_TRUE(machine::MoveControl(mixer, machine::MicrophoneVolume, 65535));
     EXPECT_EQ(65535.0 / 32767, input.GetLevel());
-    EXPECT_EQ(0u, input.GetMicThru());
-    ASSERT_TRUE(machine::MoveControl(mixer, machine::MicrophoneMute, 0));
-    EXPECT_EQ(7u, input.GetMicThru());
-}
-
-TEST_F(MixerTest, ThroughIsTheMuteTurnedRound) {
-    OpenWith(machine::MicrophoneMixer("Mixer").Destinations);
     for (const std::uint32_t on : {1u, 7u, 0x80000000u}) {
         EXPECT_TRUE(input.SetMicThru(on));
         EXPECT_EQ(0u, Values(machine::MicrophoneMute).at(0));
@@ -115,53 +95,65 @@ TEST_F(MixerTest, ThroughIsTheMuteTurnedRound) {
     }
 }
 
-TEST_F(MixerTest, AUniformControlTakesOneValue) {
+TEST_F(MixerTest, AUniformControlAndAMonoLineTakeOneValue) {
     MixerControl uniform = VolumeUpTo(1000);
     uniform.Uniform = true;
-    OpenWith({Line(WaveIn, {}, {Line(Mic, {uniform})})});
-    EXPECT_EQ(std::vector{500u}, Values(machine::MicrophoneVolume));
-    EXPECT_EQ(1.0, input.GetLevel());
+    for (const MixerLine& line : {Line(Mic, {uniform}), Line(Mic, {VolumeUpTo(1000)}, {}, 1)}) {
+        input.Close();
+        Restart();
+        OpenWith({Line(WaveIn, {}, {line})});
+        EXPECT_EQ(std::vector{500u}, Values(machine::MicrophoneVolume));
+        EXPECT_EQ(1.0, input.GetLevel());
+    }
 }
 
-TEST_F(MixerTest, AMonoLineTakesOneValue) {
-    OpenWith({Line(WaveIn, {}, {Line(Mic, {VolumeUpTo(1000)}, {}, 1)})});
-    EXPECT_EQ(std::vector{500u}, Values(machine::MicrophoneVolume));
-}
-
-TEST_F(MixerTest, ADestinationWithoutSourcesIsTakenItself) {
-    OpenWith({Line(Speakers, {MuteControl()}), Line(WaveIn, {VolumeUpTo(100)})});
-    EXPECT_EQ((std::vector{50u, 50u}), Values(RecordingVolume));
-    EXPECT_EQ(1.0, input.GetLevel());
-    EXPECT_TRUE(input.SetMicThru(1));
-    EXPECT_EQ(0u, Values(MasterMute).at(0));
-}
-
-// The line of another instrument is not the microphone's: it is left alone.
-TEST_F(MixerTest, WithoutAMicrophoneLineNothingIsMoved) {
-    OpenWith({Line(Speakers, {MuteControl()}, {Line(LineIn, {MuteControl()})}),
-              Line(WaveIn, {VolumeUpTo(100)}, {Line(LineIn, {VolumeUpTo(100)})})});
-    EXPECT_FALSE(input.SetLevel(2.0));
-    EXPECT_EQ(0.0, input.GetLevel());
-    EXPECT_EQ((std::vector{0u, 0u}), Values(LineVolume));
-    EXPECT_EQ((std::vector{0u, 0u}), Values(RecordingVolume));
-    EXPECT_FALSE(input.SetMicThru(1));
-    EXPECT_EQ(0u, input.GetMicThru());
-    EXPECT_EQ(1u, Values({Speakers, LineIn, Mute}).at(0));
-}
-
-TEST_F(MixerTest, TheTwoControlsAreFoundEachOnItsOwn) {
-    OpenWith({Line(Speakers, {}, {Line(LineIn, {}), Line(Mic, {MuteControl()})})});
-    EXPECT_EQ(0.0, input.GetLevel());
-    EXPECT_FALSE(input.SetLevel(1.0));
-    EXPECT_TRUE(input.SetMicThru(1));
-    EXPECT_EQ(7u, input.GetMicThru());
+// A destination without sources is taken itself; a line of another instrument is not the
+// microphone's, and left alone; the two controls are found each on its own.
+TEST_F(MixerTest, FindsTheMicrophonesControls) {
+    struct {
+        const char* Name;
+        std::vector<MixerLine> Destinations;
+        bool Level, Through;
+        machine::ControlPlace Volume, Mute;
+    } const cases[] = {
+        {"no sources",
+         {Line(Speakers, {MuteControl()}), Line(WaveIn, {VolumeUpTo(100)})},
+         true,
+         true,
+         {WaveIn, 0, Volume},
+         {Speakers, 0, Mute}},
+        {"no microphone",
+         {Line(Speakers, {MuteControl()}, {Line(LineIn, {MuteControl()})}),
+          Line(WaveIn, {VolumeUpTo(100)}, {Line(LineIn, {VolumeUpTo(100)})})},
+         false,
+         false,
+         {WaveIn, LineIn, Volume},
+         {Speakers, LineIn, Mute}},
+        {"one of two",
+         {Line(WaveIn, {VolumeUpTo(100)}, {Line(LineIn, {})}),
+          Line(Speakers, {}, {Line(LineIn, {}), Line(Mic, {MuteControl()})})},
+         false,
+         true,
+         {WaveIn, 0, Volume},
+         {Speakers, Mic, Mute}},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.Name);
+        input.Close();
+        Restart();
+        OpenWith(each.Destinations);
+        EXPECT_EQ(each.Level, input.SetLevel(1.5));
+        EXPECT_EQ(each.Level ? 1.5 : 0.0, input.GetLevel());
+        EXPECT_EQ(each.Level ? 75u : 0u, Values(each.Volume).at(0));
+        EXPECT_EQ(0u, input.GetMicThru());
+        EXPECT_EQ(each.Through, input.SetMicThru(1));
+        EXPECT_EQ(each.Through ? 0u : 1u, Values(each.Mute).at(0));
+        EXPECT_EQ(each.Through ? 7u : 0u, input.GetMicThru());
+    }
 }
 
 TEST_F(MixerTest, WithoutAnyMixer) {
-    machine::MicrophoneModel model;
-    model.Name = "Microphone";
-    model.WithMixer = false;
-    microphone = machine::AddMicrophone(model);
+    AddWithoutMixer("Microphone");
     ASSERT_TRUE(input.Open(22050));
     EXPECT_EQ(nullptr, input.Mixer);
     EXPECT_EQ(0.0, input.GetLevel());
@@ -183,40 +175,11 @@ TEST_F(MixerTest, Refusals) {
     EXPECT_FALSE(input.SetMicThru(0));
 }
 
-TEST_F(MixerTest, LineSearch) {
-    OpenWith({Line(Speakers, {}, {}),
-              Line(WaveIn, {}, {Line(LineIn, {}), Line(Mic, {}), Line(LineIn, {})})});
-    constexpr auto info = machine::Call::mixerGetLineInfoA;
-    constexpr MMRESULT refused = MMSYSERR_NODRIVER;
-    struct {
-        const char* Name;
-        std::uint32_t Destination;
-        std::uint32_t Source;
-        int Failing; // the nth query
-        MMRESULT Result;
-        std::uint32_t FoundType;
-    } const cases[] = {
-        {"found", WaveIn, Mic, 0, 0, Mic},
-        {"behind a source that cannot be read", WaveIn, Mic, 2, 0, Mic},
-        {"itself unreadable", WaveIn, Mic, 3, MIXERR_INVALLINE, 0},
-        {"last source unreadable", WaveIn, 0x1005, 4, refused, 0},
-        {"no source of the type", WaveIn, 0x1005, 0, MIXERR_INVALLINE, 0},
-        {"destination itself", WaveIn, 0, 0, 0, WaveIn},
-        {"destination without sources", Speakers, Mic, 0, 0, Speakers},
-        {"no such destination", 5, Mic, 0, MIXERR_INVALLINE, 0},
-        {"destination unreadable", WaveIn, Mic, 1, refused, 0},
-    };
-    for (const auto& each : cases) {
-        SCOPED_TRACE(each.Name);
-        machine::ClearFaults();
-        if (each.Failing) machine::FailCall(info, each.Failing, refused);
-        MIXERLINEA line;
-        EXPECT_EQ(each.Result,
-                  Sonorel::GetMixerLine(input.Mixer, each.Destination, each.Source, line));
-        if (each.Result == 0) {
-            EXPECT_EQ(each.FoundType, line.dwComponentType);
-        }
-    }
+// A source that cannot be read is no reason to give up those behind it.
+TEST_F(MixerTest, LooksOnBehindASourceThatCannotBeRead) {
+    machine::FailCall(machine::Call::mixerGetLineInfoA, 2, MMSYSERR_NODRIVER);
+    OpenWith({Line(WaveIn, {}, {Line(LineIn, {}), Line(Mic, {VolumeUpTo(100)})})});
+    EXPECT_EQ(1.0, input.GetLevel());
 }
 
 // DirectSound tells nothing of mixers: the one whose whole name begins the description is taken.
@@ -235,15 +198,11 @@ TEST_F(CaptureTest, DirectSoundFindsItsMixerByName) {
     };
     for (const auto& each : cases) {
         SCOPED_TRACE(testing::Message() << each.Microphone << " at " << each.Mixers[0]);
-        machine::PowerOn();
-        machine::UseSteppedClock(StartTime);
+        Restart();
         std::vector<machine::Mixer> mixers;
         for (const std::string& name : each.Mixers)
             mixers.push_back(machine::AddMixer(machine::MicrophoneMixer(name)));
-        machine::MicrophoneModel model;
-        model.Name = each.Microphone;
-        model.WithMixer = false;
-        machine::AddMicrophone(model);
+        AddWithoutMixer(each.Microphone);
         Sonorel::SoundInDx input;
         input.SetDevice(1);
         if (each.Unopened)
@@ -261,10 +220,7 @@ TEST_F(CaptureTest, DirectSoundFindsItsMixerByName) {
 
 TEST_F(CaptureTest, WaveInFallsBackOnTheFirstMixer) {
     const auto first = machine::AddMixer(machine::MicrophoneMixer("First"));
-    machine::MicrophoneModel model;
-    model.Name = "Microphone";
-    model.WithMixer = false;
-    machine::AddMicrophone(model);
+    AddWithoutMixer("Microphone");
     Sonorel::SoundInWin input;
     ASSERT_TRUE(input.Open(22050));
     EXPECT_TRUE(input.SetLevel(0.25));

@@ -1,7 +1,6 @@
 #include "tests/support/scarce_memory.h"
 
 #include <cstddef>
-#include <cstdlib>
 #include <new>
 
 namespace {
@@ -11,18 +10,10 @@ bool Scarce = false;
 ScarceMemory::ScarceMemory() { Scarce = true; }
 ScarceMemory::~ScarceMemory() { Scarce = false; }
 
+// Only those that take a refusal; all else is the C++ library's.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return Scarce ? nullptr : std::malloc(size ? size : 1);
+    return Scarce ? nullptr : operator new(size);
 }
 void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-    return Scarce ? nullptr : std::malloc(size ? size : 1);
+    return Scarce ? nullptr : operator new[](size);
 }
-void* operator new(std::size_t size) {
-    if (void* block = std::malloc(size ? size : 1)) return block;
-    throw std::bad_alloc();
-}
-void* operator new[](std::size_t size) { return operator new(size); }
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete[](void* block) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t) noexcept { std::free(block); }
-void operator delete[](void* block, std::size_t) noexcept { std::free(block); }

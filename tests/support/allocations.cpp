@@ -1,4 +1,4 @@
-#include "tests/allocations.h"
+#include "tests/support/allocations.h"
 
 #include <atomic>
 #include <cstddef>

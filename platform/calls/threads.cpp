@@ -1,4 +1,4 @@
-// Pointers of each thread's own.
+// Critical sections, and pointers of each thread's own.
 #include "platform/system/kernel.h"
 
 #include <atomic>
@@ -15,13 +15,19 @@ constinit thread_local LPVOID slots[SlotCount] __attribute__((tls_model("initial
 
 } // namespace
 
+// A section is there from its construction and holds nothing that must be given back.
+void InitializeCriticalSection(CRITICAL_SECTION* /*section*/) {}
+void DeleteCriticalSection(CRITICAL_SECTION* /*section*/) {}
+
+void EnterCriticalSection(CRITICAL_SECTION* section) { section->Mutex.lock(); }
+BOOL TryEnterCriticalSection(CRITICAL_SECTION* section) { return section->Mutex.try_lock(); }
+void LeaveCriticalSection(CRITICAL_SECTION* section) { section->Mutex.unlock(); }
+
 DWORD TlsAlloc() {
     const DWORD index = taken.fetch_add(1, std::memory_order_relaxed);
     return index < SlotCount ? index : TLS_OUT_OF_INDEXES;
 }
-
 LPVOID TlsGetValue(DWORD index) { return index < SlotCount ? slots[index] : nullptr; }
-
 BOOL TlsSetValue(DWORD index, LPVOID value) {
     if (index >= SlotCount) return FALSE;
     slots[index] = value;

@@ -1,0 +1,180 @@
+// The calls of MIDI input. However a back end delivers, and from whatever thread: an application is
+// called back between its start and its stop only, and never again once a close has returned. Of
+// its buffers, openings and closings it hears nothing, since the library asks for messages only.
+#include "platform/calls/midi_ports.h"
+#include "platform/calls/names.h"
+#include "platform/machine/clock.h"
+#include "platform/machine/midi.h"
+#include "platform/machine/power.h"
+
+#include <condition_variable>
+#include <thread>
+
+namespace machine {
+namespace {
+
+// What midiInOpen is given: it takes the handle as a plain pointer, as a function does whose own
+// header knows none of the system's types.
+using Callback = void(CALLBACK*)(void*, UINT, DWORD_PTR, DWORD_PTR, DWORD_PTR);
+
+DWORD Milliseconds(std::uint64_t microseconds) { return static_cast<DWORD>(microseconds / 1000); }
+
+class InputPort final : public MidiPort, public MidiReceiver {
+public:
+    InputPort(std::shared_ptr<MidiDevice> device, Callback client, DWORD_PTR instance)
+        : MidiPort(std::move(device)), Client(client), Instance(instance) {
+        Callers.reserve(16); // so that no callback allocates
+    }
+
+    MMRESULT Start();
+    MMRESULT Stop();
+    MMRESULT Close();
+    bool CallBack(UINT message, DWORD_PTR first, DWORD_PTR second);
+    void Received(std::uint32_t message, std::uint64_t microseconds) override;
+
+private:
+    using Locked = std::unique_lock<std::mutex>;
+    void Tell(Locked& lock, UINT message, DWORD_PTR first, DWORD_PTR second);
+    void Silence(Locked& lock);
+
+    const Callback Client;
+    const DWORD_PTR Instance;
+    std::condition_variable CallbackDone;
+    std::vector<std::thread::id> Callers; // inside the callback, once for each time
+    bool Started = false;
+    DWORD StartTime = 0;
+};
+
+MidiPorts<InputPort>& Ports() {
+    static auto& ports = *new MidiPorts<InputPort>(1);
+    return ports;
+}
+
+const AtPowerOn atPowerOn([] {
+    for (const auto& port : Ports().All()) port->Close();
+});
+
+void InputPort::Tell(Locked& lock, UINT message, DWORD_PTR first, DWORD_PTR second) {
+    const std::thread::id self = std::this_thread::get_id();
+    Callers.push_back(self);
+    lock.unlock();
+    Client(reinterpret_cast<void*>(Handle), message, Instance, first, second);
+    lock.lock();
+    Callers.erase(std::ranges::find(Callers, self));
+    CallbackDone.notify_all();
+}
+
+// Waits for callbacks that other threads are inside of.
+void InputPort::Silence(Locked& lock) {
+    Started = false;
+    CallbackDone.wait(lock, [this, self = std::this_thread::get_id()] {
+        return std::ranges::count(Callers, self) == std::ssize(Callers);
+    });
+}
+
+void InputPort::Received(std::uint32_t message, std::uint64_t microseconds) {
+    Locked lock(Lock);
+    if (!Started) return;
+    // What was on its way when the port was started came before it.
+    const DWORD stamp = Milliseconds(microseconds) - StartTime;
+    Tell(lock, MIM_DATA, message, static_cast<std::int32_t>(stamp) < 0 ? 0 : stamp);
+}
+
+bool InputPort::CallBack(UINT message, DWORD_PTR first, DWORD_PTR second) {
+    Locked lock(Lock);
+    if (Closed) return false;
+    Tell(lock, message, first, second);
+    return true;
+}
+
+MMRESULT InputPort::Start() {
+    const Locked lock(Lock);
+    if (Closed) return MMSYSERR_INVALHANDLE;
+    if (Device->Gone()) return MMSYSERR_NODRIVER;
+    if (!Started) StartTime = Milliseconds(Microseconds());
+    Started = true;
+    return MMSYSERR_NOERROR;
+}
+
+// A device that has gone delivers nothing any more, so that there is nothing in which stopping it
+// could fail: whoever holds its handle gets rid of it.
+MMRESULT InputPort::Stop() {
+    Locked lock(Lock);
+    if (Closed) return MMSYSERR_INVALHANDLE;
+    Silence(lock);
+    return MMSYSERR_NOERROR;
+}
+
+MMRESULT InputPort::Close() {
+    Locked lock(Lock);
+    // Closed at once, so that no other thread begins a callback or closes it as well meanwhile.
+    if (std::exchange(Closed, true)) return MMSYSERR_INVALHANDLE;
+    Silence(lock);
+    lock.unlock();
+    Device->Close();
+    Ports().Remove(*this);
+    return MMSYSERR_NOERROR;
+}
+
+// Counts the call, meets an ordered failure, finds the port, and goes on with it.
+MMRESULT WithPort(Call call, HMIDIIN handle, MMRESULT (InputPort::*operation)()) {
+    if (const Failure failure{call}) return failure;
+    const auto port = Ports().Of(handle);
+    return port ? (port.get()->*operation)() : MMSYSERR_INVALHANDLE;
+}
+
+} // namespace
+
+bool CallBackMidi(int input, unsigned message, std::uintptr_t first, std::uintptr_t second) {
+    const auto port = Ports().On(MidiWay::In, input);
+    return port && port->CallBack(message, first, second);
+}
+
+int OpenMidiInputs() { return static_cast<int>(Ports().All().size()); }
+
+} // namespace machine
+
+namespace zorsystem {
+
+using namespace machine;
+
+UINT midiInGetNumDevs() { return NumberOf(MidiWay::In, nullptr); }
+
+MMRESULT midiInGetDevCapsA(UINT_PTR number, MIDIINCAPSA* caps, UINT size) {
+    if (const Failure failure{Call::midiInGetDevCapsA}) return failure;
+    const auto device = MidiDeviceAt(MidiWay::In, number);
+    if (!device) return MMSYSERR_BADDEVICEID;
+    MIDIINCAPSA told{};
+    CopyName(told.szPname, device->Name);
+    return Give(told, caps, size);
+}
+
+MMRESULT midiInOpen(HMIDIIN* handle, UINT number, DWORD_PTR callback, DWORD_PTR instance,
+                    DWORD flags) {
+    if (const Failure failure{Call::midiInOpen}) return failure;
+    if ((flags & ~MIDI_IO_STATUS) != CALLBACK_FUNCTION) return MMSYSERR_INVALFLAG;
+    auto device = MidiDeviceAt(MidiWay::In, number);
+    if (!device) return MMSYSERR_BADDEVICEID;
+    const auto port = std::make_shared<InputPort>(std::move(device),
+                                                  reinterpret_cast<Callback>(callback), instance);
+    const MMRESULT result = Ports().Open(port, port);
+    if (result == MMSYSERR_NOERROR) *handle = reinterpret_cast<HMIDIIN>(port->Handle);
+    return result;
+}
+
+MMRESULT midiInStart(HMIDIIN handle) {
+    return WithPort(Call::midiInStart, handle, &InputPort::Start);
+}
+
+MMRESULT midiInStop(HMIDIIN handle) { return WithPort(Call::midiInStop, handle, &InputPort::Stop); }
+
+// There are no buffers for long messages to give back, so a reset is a stop.
+MMRESULT midiInReset(HMIDIIN handle) {
+    return WithPort(Call::midiInReset, handle, &InputPort::Stop);
+}
+
+MMRESULT midiInClose(HMIDIIN handle) {
+    return WithPort(Call::midiInClose, handle, &InputPort::Close);
+}
+
+} // namespace zorsystem

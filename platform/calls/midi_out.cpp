@@ -1,0 +1,244 @@
+// The calls of MIDI output: what goes over the wire, and what still sounds at its far end.
+#include "platform/calls/midi_ports.h"
+#include "platform/calls/names.h"
+#include "platform/machine/clock.h"
+#include "platform/machine/midi.h"
+#include "platform/machine/power.h"
+
+#include <array>
+#include <atomic>
+#include <bitset>
+
+namespace machine {
+namespace {
+
+// Each port has a lock of its own, so that none waits for another's device.
+class OutputPort final : public MidiPort {
+public:
+    using MidiPort::MidiPort;
+    MMRESULT Send(DWORD message);
+    MMRESULT Reset();
+    MMRESULT Close();
+    MMRESULT Cache(WORD* patches, UINT flag);
+    std::vector<WORD> Cached();
+
+private:
+    MMRESULT Check(); // locked, as the next
+    MidiResult Carry(std::uint32_t message);
+    void KeepSounding(std::uint32_t message);
+
+    std::bitset<16 * 128> Sounding; // notes that have been struck and not released, by channel
+    std::array<WORD, MIDIPATCHSIZE> Patches{};
+};
+
+MidiPorts<OutputPort>& Ports() {
+    static auto& ports = *new MidiPorts<OutputPort>(0);
+    return ports;
+}
+
+// What those who steer do to sending and see of it.
+using Driver = std::function<void(Call call, int device)>;
+struct Steering {
+    std::atomic<bool> Recording{false}; // ordered by nothing
+    std::mutex Lock;                    // of the next two
+    std::vector<SentMidi> Sent;
+    std::shared_ptr<const Driver> Program; // null for none
+};
+Steering& The() {
+    static Steering& steering = *new Steering;
+    return steering;
+}
+
+const AtPowerOn atPowerOn([] {
+    for (const auto& port : Ports().All()) port->Close();
+    InsideMidiOut(nullptr);
+    TakeSentMidi();
+    RecordSentMidi(true);
+});
+
+int Number(const MidiDevice& device) { return static_cast<int>(NumberOf(MidiWay::Out, &device)); }
+
+void Record(const MidiDevice& device, std::uint32_t message, bool reset) {
+    if (!The().Recording) return;
+    const int number = Number(device);
+    const std::scoped_lock lock(The().Lock);
+    The().Sent.push_back({Microseconds(), number, message, reset});
+}
+
+void RunDriver(const MidiDevice& device, Call call) {
+    std::unique_lock lock(The().Lock);
+    const auto program = The().Program;
+    lock.unlock();
+    if (program) (*program)(call, Number(device));
+}
+
+std::uint32_t ClampData(std::uint32_t message) {
+    const std::uint32_t first = std::min(message >> 8 & 0xFF, 0x7Fu);
+    const std::uint32_t second = std::min(message >> 16 & 0xFF, 0x7Fu);
+    return (message & 0xFF) | first << 8 | second << 16;
+}
+
+// Just the bytes that the status calls for.
+std::uint32_t OnTheWire(std::uint32_t message) {
+    return message & ((1u << 8 * (1 + MidiDataBytes(message & 0xFF))) - 1);
+}
+
+void OutputPort::KeepSounding(std::uint32_t message) {
+    const std::uint32_t type = message & 0xF0, note = message >> 8 & 0x7F;
+    const std::size_t place = (message & 0x0F) * 128 + note;
+    if (type == 0x90) Sounding.set(place, message >> 16 != 0);
+    if (type == 0x80) Sounding.reset(place);
+}
+
+MidiResult OutputPort::Carry(std::uint32_t message) {
+    const std::uint32_t status = message & 0xFF;
+    // Without a status, or with that of a long message, nothing whole would arrive.
+    if (status < 0x80 || status == 0xF0 || status == 0xF7) return MidiResult::Done;
+    const std::uint32_t wire = OnTheWire(message);
+    KeepSounding(wire);
+    return Device->Send(wire);
+}
+
+MMRESULT OutputPort::Check() {
+    if (Closed) return MMSYSERR_INVALHANDLE;
+    if (!Device->Gone()) return MMSYSERR_NOERROR;
+    Sounding.reset(); // it has fallen silent, and will be when it returns
+    return MMSYSERR_NODRIVER;
+}
+
+MMRESULT OutputPort::Send(DWORD message) {
+    const std::scoped_lock lock(Lock);
+    if (const MMRESULT error = Check()) return error;
+    const std::uint32_t clamped = ClampData(message);
+    Record(*Device, clamped, false);
+    return ErrorOf(Carry(clamped));
+}
+
+// Releases every note that still sounds. Whoever holds a device that has gone gets rid of it.
+MMRESULT OutputPort::Reset() {
+    const std::scoped_lock lock(Lock);
+    if (const MMRESULT error = Check())
+        return error == MMSYSERR_NODRIVER ? MMSYSERR_NOERROR : error;
+    Record(*Device, 0, true);
+    for (std::uint32_t place = 0; Sounding.any() && place < Sounding.size(); ++place)
+        if (Sounding[place]) Carry(0x80u | place / 128 | (place % 128) << 8);
+    return MMSYSERR_NOERROR;
+}
+
+MMRESULT OutputPort::Close() {
+    std::unique_lock lock(Lock);
+    if (std::exchange(Closed, true)) return MMSYSERR_INVALHANDLE;
+    Device->Close();
+    lock.unlock();
+    Ports().Remove(*this);
+    return MMSYSERR_NOERROR;
+}
+
+// Asks which channels have each patch, or adds those that are to have it.
+MMRESULT OutputPort::Cache(WORD* patches, UINT flag) {
+    const std::scoped_lock lock(Lock);
+    if (const MMRESULT error = Check()) return error;
+    if (!(Device->Support() & MIDICAPS_CACHE)) return MMSYSERR_NOTSUPPORTED;
+    if (flag != MIDI_CACHE_QUERY && flag != MIDI_CACHE_BESTFIT) return MMSYSERR_INVALFLAG;
+    for (WORD& cached : Patches) {
+        WORD& asked = *patches++;
+        if (flag == MIDI_CACHE_QUERY)
+            asked = cached;
+        else
+            cached = static_cast<WORD>(cached | asked);
+    }
+    return MMSYSERR_NOERROR;
+}
+
+std::vector<WORD> OutputPort::Cached() {
+    const std::scoped_lock lock(Lock);
+    return {Patches.begin(), Patches.end()};
+}
+
+// Counts the call, meets an ordered failure, finds the port, lets the driver run, which may close
+// it, and goes on with it.
+template <class Operation>
+MMRESULT WithPort(Call call, HMIDIOUT handle, Operation operation) {
+    if (const Failure failure{call}) return failure;
+    const auto port = Ports().Of(handle);
+    if (!port) return MMSYSERR_INVALHANDLE;
+    RunDriver(*port->Device, call);
+    return operation(*port);
+}
+
+// The system's default output is the first one.
+std::shared_ptr<MidiDevice> DeviceAt(UINT number) {
+    return MidiDeviceAt(MidiWay::Out, number == MIDI_MAPPER ? 0 : number);
+}
+
+} // namespace
+
+void InsideMidiOut(std::function<void(Call call, int device)> driver) {
+    auto program = driver ? std::make_shared<const Driver>(std::move(driver)) : nullptr;
+    const std::scoped_lock lock(The().Lock);
+    The().Program.swap(program);
+}
+
+void RecordSentMidi(bool on) { The().Recording = on; }
+
+std::vector<SentMidi> TakeSentMidi() {
+    const std::scoped_lock lock(The().Lock);
+    return std::exchange(The().Sent, {});
+}
+
+int OpenMidiOutputs() { return static_cast<int>(Ports().All().size()); }
+
+std::vector<std::uint16_t> CachedPatches(int output) {
+    const auto port = Ports().On(MidiWay::Out, output);
+    return port ? port->Cached() : std::vector<std::uint16_t>{};
+}
+
+} // namespace machine
+
+namespace zorsystem {
+
+using namespace machine;
+
+UINT midiOutGetNumDevs() { return NumberOf(MidiWay::Out, nullptr); }
+
+MMRESULT midiOutGetDevCapsA(UINT_PTR number, MIDIOUTCAPSA* caps, UINT size) {
+    if (const Failure failure{Call::midiOutGetDevCapsA}) return failure;
+    const auto device = DeviceAt(static_cast<UINT>(number));
+    if (!device) return MMSYSERR_BADDEVICEID;
+    MIDIOUTCAPSA told{};
+    CopyName(told.szPname, static_cast<UINT>(number) == MIDI_MAPPER ? "MIDI Mapper" : device->Name);
+    told.dwSupport = device->Support();
+    return Give(told, caps, size);
+}
+
+MMRESULT midiOutOpen(HMIDIOUT* handle, UINT number, DWORD_PTR /*callback*/, DWORD_PTR /*instance*/,
+                     DWORD flags) {
+    if (const Failure failure{Call::midiOutOpen}) return failure;
+    if (flags != CALLBACK_NULL) return MMSYSERR_INVALFLAG;
+    auto device = DeviceAt(number);
+    if (!device) return number == MIDI_MAPPER ? MIDIERR_NODEVICE : MMSYSERR_BADDEVICEID;
+    const auto port = std::make_shared<OutputPort>(std::move(device));
+    const MMRESULT result = Ports().Open(port, nullptr);
+    if (result == MMSYSERR_NOERROR) *handle = reinterpret_cast<HMIDIOUT>(port->Handle);
+    return result;
+}
+
+MMRESULT midiOutReset(HMIDIOUT handle) {
+    return WithPort(Call::midiOutReset, handle, [](OutputPort& port) { return port.Reset(); });
+}
+
+MMRESULT midiOutClose(HMIDIOUT handle) {
+    return WithPort(Call::midiOutClose, handle, [](OutputPort& port) { return port.Close(); });
+}
+
+MMRESULT midiOutShortMsg(HMIDIOUT handle, DWORD message) {
+    return WithPort(Call::midiOutShortMsg, handle,
+                    [message](OutputPort& port) { return port.Send(message); });
+}
+
+MMRESULT midiOutCachePatches(HMIDIOUT handle, UINT /*bank*/, WORD* patches, UINT flag) {
+    return WithPort(Call::midiOutCachePatches, handle,
+                    [=](OutputPort& port) { return port.Cache(patches, flag); });
+}
+
+} // namespace zorsystem

@@ -1,0 +1,47 @@
+// The texts of the MIDI calls' error codes.
+#include "platform/system/midi.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <iterator>
+
+namespace zorsystem {
+namespace {
+
+struct ErrorText {
+    MMRESULT Code;
+    const char* Text;
+};
+constexpr ErrorText Texts[] = {
+    {MMSYSERR_NOERROR, "The command was carried out."},
+    {MMSYSERR_ERROR, "Undefined external error."},
+    {MMSYSERR_BADDEVICEID, "A device ID has been used that is out of range for your system."},
+    {MMSYSERR_ALLOCATED, "The specified device is already in use.  Wait until it is free, and then "
+                         "try again."},
+    {MMSYSERR_INVALHANDLE, "The specified device handle is invalid."},
+    {MMSYSERR_NODRIVER, "There is no driver installed on your system."},
+    {MMSYSERR_NOMEM, "There is not enough memory available for this task.  Quit one or more "
+                     "applications to increase available memory, and then try again."},
+    {MMSYSERR_NOTSUPPORTED, "This function is not supported."},
+    {MMSYSERR_INVALFLAG, "An invalid flag was passed to a system function."},
+    {MMSYSERR_INVALPARAM, "An invalid parameter was passed to a system function."},
+    {MIDIERR_STILLPLAYING, "Cannot perform this operation while media data is still playing.  "
+                           "Reset the device, or wait until the data is finished playing."},
+    {MIDIERR_NOTREADY, "The port is transmitting data to the device.  Wait until the data has been "
+                       "transmitted, and then try again."},
+    {MIDIERR_NODEVICE, "No MIDI port was found."}};
+
+} // namespace
+
+MMRESULT midiOutGetErrorTextA(MMRESULT code, LPSTR text, UINT size) {
+    const auto* const found = std::ranges::find(Texts, code, &ErrorText::Code);
+    const bool known = found != std::end(Texts);
+    std::snprintf(text, size, "%s", known ? found->Text : "");
+    return known ? MMSYSERR_NOERROR : MMSYSERR_BADERRNUM;
+}
+
+MMRESULT midiInGetErrorTextA(MMRESULT code, LPSTR text, UINT size) {
+    return midiOutGetErrorTextA(code, text, size);
+}
+
+} // namespace zorsystem

@@ -1,0 +1,175 @@
+// What every back end of MIDI has to do, seen through the calls: an output and an input that are
+// joined, on the real clock, so that threads meet. Nothing here asks how long anything took.
+#include "platform/device/midi.h"
+#include "tests/platform/machine_test.h"
+
+#include <algorithm>
+#include <atomic>
+#include <functional>
+#include <semaphore>
+#include <thread>
+
+namespace {
+
+using Messages = std::vector<DWORD>;
+
+struct BackEnd {
+    const char* Name;
+    void (*Plug)(); // one output and one input: what is sent to the one arrives at the other
+    void (*Unplug)();
+    void (*PlugAgain)();
+};
+
+const BackEnd BackEnds[] = {
+    {"Virtual",
+     [] { machine::Connect(machine::AddMidiOutput("Wire"), machine::AddMidiInput("Wire")); },
+     [] {
+         machine::UnplugMidiOutput("Wire");
+         machine::UnplugMidiInput("Wire");
+     },
+     [] { machine::AddMidiOutput("Wire"), machine::AddMidiInput("Wire"); }}};
+
+class MidiContract : public testing::TestWithParam<BackEnd> {
+protected:
+    void SetUp() override {
+        machine::PowerOn();
+        machine::RecordSentMidi(false);
+        GetParam().Plug();
+        ASSERT_EQ(midiOutOpen(&Out, 0, 0, 0, CALLBACK_NULL), MMSYSERR_NOERROR);
+        OpenInput();
+    }
+    void TearDown() override {
+        midiInClose(In);
+        midiOutClose(Out);
+        machine::PowerOn();
+    }
+    void OpenInput() {
+        ASSERT_EQ(midiInOpen(&In, 0, reinterpret_cast<DWORD_PTR>(&OnMidi),
+                             reinterpret_cast<DWORD_PTR>(this), CALLBACK_FUNCTION),
+                  MMSYSERR_NOERROR);
+        ASSERT_EQ(midiInStart(In), MMSYSERR_NOERROR);
+    }
+    static void CALLBACK OnMidi(void*, UINT, DWORD_PTR self, DWORD_PTR first, DWORD_PTR stamp) {
+        auto& test = *reinterpret_cast<MidiContract*>(self);
+        test.Got.push_back(static_cast<DWORD>(first));
+        test.Stamps.push_back(static_cast<DWORD>(stamp));
+        if (test.Within) test.Within();
+        test.Came.release();
+    }
+    void Send(const Messages& messages) {
+        for (const DWORD message : messages)
+            while (midiOutShortMsg(Out, message) == MIDIERR_NOTREADY) std::this_thread::yield();
+    }
+    Messages Await(std::size_t count) {
+        for (std::size_t i = 0; i < count; ++i) Came.acquire();
+        return std::exchange(Got, {});
+    }
+
+    HMIDIOUT Out = nullptr;
+    HMIDIIN In = nullptr;
+    // Plain on purpose: a sanitizer, too, tells of a callback that is still under way.
+    Messages Got, Stamps;
+    std::function<void()> Within;
+    std::counting_semaphore<> Came{0};
+};
+INSTANTIATE_TEST_SUITE_P(Every, MidiContract, testing::ValuesIn(BackEnds),
+                         [](const auto& each) { return each.param.Name; });
+
+TEST_P(MidiContract, EveryMessageComesWholeInOrderWithItsTime) {
+    Messages sent = {0x403C90, 0x003C90, 0x33C2, 0x44D0, 0x4400E0, 0x22F3, 0xF6, 0xF8};
+    for (DWORD i = 0; i < 5000; ++i) sent.push_back(0xF2 | (i & 0x7F) << 8 | (i >> 7) << 16);
+    Send(sent);
+    EXPECT_EQ(Await(sent.size()), sent);
+    midiInStop(In);
+    EXPECT_TRUE(std::ranges::is_sorted(Stamps));
+    EXPECT_LT(Stamps.back(), 600000u);
+}
+
+TEST_P(MidiContract, NothingComesBehindStopAndClose) {
+    std::atomic<bool> done{false};
+    std::thread sender([&] {
+        for (; !done; std::this_thread::yield()) midiOutShortMsg(Out, 0xF8);
+    });
+    for (int run = 0; run < 300; ++run) {
+        Came.acquire();
+        if (run % 2)
+            midiInStop(In);
+        else
+            midiInClose(In);
+        const std::size_t kept = Got.size();
+        std::this_thread::yield();
+        EXPECT_EQ(Got.size(), kept);
+        if (run % 2) midiInClose(In);
+        OpenInput();
+    }
+    done = true;
+    sender.join();
+}
+
+TEST_P(MidiContract, ACallbackMaySendAndMayCloseItsOwnDevice) {
+    Within = [&] {
+        if (Got.size() < 5)
+            Send({0xF8}); // an echo that feeds itself, and then an end to it
+        else
+            EXPECT_EQ(midiInClose(In), MMSYSERR_NOERROR);
+    };
+    Send({0xF8, 0xF8});
+    Await(5);
+    Within = nullptr;
+    EXPECT_EQ(midiInClose(In), MMSYSERR_INVALHANDLE);
+    OpenInput(); // it is free again
+    Send({0xFE});
+    EXPECT_EQ(Await(1).back(), 0xFEu);
+}
+
+TEST_P(MidiContract, ADeviceOpensOnceAndAHandleThatWasHandedBackIsDead) {
+    HMIDIIN in = nullptr;
+    HMIDIOUT out = nullptr;
+    EXPECT_EQ(midiInOpen(&in, 0, reinterpret_cast<DWORD_PTR>(&OnMidi), 0, CALLBACK_FUNCTION),
+              MMSYSERR_ALLOCATED);
+    EXPECT_EQ(midiOutOpen(&out, MIDI_MAPPER, 0, 0, CALLBACK_NULL), MMSYSERR_ALLOCATED);
+    EXPECT_EQ(midiInStart(reinterpret_cast<HMIDIIN>(Out)), MMSYSERR_INVALHANDLE);
+    const HMIDIIN old = In;
+    EXPECT_EQ(midiInClose(In), MMSYSERR_NOERROR);
+    OpenInput();
+    EXPECT_EQ(midiInReset(old), MMSYSERR_INVALHANDLE);
+    EXPECT_EQ(midiOutClose(Out), MMSYSERR_NOERROR);
+    EXPECT_EQ(midiOutShortMsg(Out, 0xF8), MMSYSERR_INVALHANDLE);
+}
+
+TEST_P(MidiContract, PulledOutItSaysSoAndPluggedInAgainItGoesOn) {
+    std::atomic<int> told{0};
+    machine::WatchMidiDevices([&told] { ++told; });
+    const auto device = machine::MidiDeviceAt(machine::MidiWay::Out, 0);
+    Send({0x403C90});
+    Await(1);
+    GetParam().Unplug();
+    EXPECT_EQ(told, 2);
+    EXPECT_EQ(midiInGetNumDevs() + midiOutGetNumDevs(), 0u);
+    EXPECT_EQ(midiOutShortMsg(Out, 0xF8), MMSYSERR_NODRIVER);
+    EXPECT_EQ(midiInStart(In), MMSYSERR_NODRIVER);
+    // What leads to the end of a handle succeeds.
+    EXPECT_EQ(midiOutReset(Out), MMSYSERR_NOERROR);
+    GetParam().PlugAgain();
+    EXPECT_EQ(told, 4);
+    EXPECT_EQ(machine::MidiDeviceAt(machine::MidiWay::Out, 0), device);
+    EXPECT_EQ(midiOutReset(Out), MMSYSERR_NOERROR); // nothing sounds there any more
+    Send({0xFE});
+    EXPECT_EQ(Await(1), Messages{0xFE});
+    GetParam().Unplug();
+    EXPECT_EQ(midiInStop(In), MMSYSERR_NOERROR);
+    EXPECT_EQ(midiInClose(In), MMSYSERR_NOERROR);
+    EXPECT_EQ(midiOutClose(Out), MMSYSERR_NOERROR);
+    machine::WatchMidiDevices(nullptr);
+}
+
+TEST_P(MidiContract, AResetReleasesWhatSounds) {
+    Send({0x403C90, 0x403D91, 0x403E90, 0x003E90, 0x403F90, 0x403F80});
+    Await(6);
+    midiOutReset(Out);
+    midiOutReset(Out);
+    Send({0xFE});
+    EXPECT_EQ(Await(3), (Messages{0x3C80, 0x3D81, 0xFE}));
+}
+
+} // namespace
