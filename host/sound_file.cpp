@@ -10,6 +10,7 @@
 #include <cstring>
 #include <sys/stat.h>
 #include <type_traits>
+#include <unistd.h>
 
 namespace zorhost {
 
@@ -66,7 +67,8 @@ SoundFile::SoundFile(const std::string& path) : Channels() {
 }
 
 void SoundFile::OpenStream(const std::string& path) {
-    Stream.reset(std::fopen(path.c_str(), "rb"));
+    Stream.reset(path == StandardInput ? fdopen(dup(STDIN_FILENO), "rb")
+                                       : std::fopen(path.c_str(), "rb"));
     struct stat about = {};
     if (!Stream || fstat(fileno(Stream.get()), &about) != 0) {
         CannotRead(path, std::strerror(errno));

@@ -12,6 +12,9 @@
 
 namespace zorhost {
 
+// The path of what is piped in.
+constexpr char StandardInput[] = "-";
+
 class SoundFile {
 public:
     // A pipe or a terminal is read to its end first, into a file without a name. Throws HostError
