@@ -26,7 +26,7 @@ struct HeardSound {
     bool BrokeOff = false; // there should have been more
 };
 
-// Takes 64 MB of memory at most and 5 MB an hour for the frames; what is longer than 12 minutes
+// Takes 64 MB of memory at most and 6 MB an hour for the frames; what is longer than 12 minutes
 // waits on the disk meanwhile, 320 MB an hour. Ends early if interrupted. Throws HostError.
 HeardSound HearFile(const std::string& path, Loudness loudness);
 
