@@ -14,7 +14,7 @@ struct Costs {
 
     // A frame that measured a pitch, against a note. A frame's error is small or anything at all:
     // a line that is cut off, not a parabola.
-    float PerSemitone = 2.5f;
+    float PerSemitone = 2.8f;
     float MostOff = 3;
     // A note an octave, two octaves or a twelfth from the measured pitch: the detector's usual
     // slip.
@@ -25,14 +25,14 @@ struct Costs {
     float Quiet = 3;
     int QuietLevel = 10; // and below, of 128
     // A frame with a pitch, against the rest. One without costs the rest nothing.
-    float VoicedRest = 2.5f;
+    float VoicedRest = 2.25f;
 
-    float Begin = 6;   // from the rest to a note
-    float End = 1.5f;  // back
-    float Change = 10; // from note to note: more than a swing of vibrato or two slips can save
+    float Begin = 6.5f; // from the rest to a note
+    float End = 1.5f;   // back
+    float Change = 10;  // from note to note: more than a swing of vibrato or two slips can save
     // A rise of the level makes a beginning likelier: at FullRise or more a Begin or Change costs
     // that much less.
-    float Relief = 2;
+    float Relief = 3;
     float FullRise = 12;     // decibels over two frames
     float Repeat = 10;       // from a note to the same one struck again
     float RepeatRelief = 12; // where it had sounded for a while; nothing else speaks for it

@@ -15,7 +15,7 @@ namespace hearing {
 
 // Frames from a frame to its decision. Live: 93 ms.
 constexpr int LiveLag = 4;
-constexpr int FileLag = 1024;
+constexpr int FileLag = 256;
 
 // No thread of its own: one at a time. Takes at most 2 us for a frame; allocates where a note
 // begins or grows. Its memory does not grow but for the notes.

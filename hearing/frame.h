@@ -11,6 +11,7 @@ struct Frame {
     double Loud = 0;      // likewise, of its first loud sample; Begin if it has none
     double Frequency = 0; // Hz; 0: no period found
     int Level = 0;        // greatest absolute sample, 0 to 128
+    double Gain = 1;      // by which it had been raised beyond the take as a whole
 };
 
 } // namespace hearing

@@ -30,12 +30,19 @@ double Median(std::vector<double>& values) {
     return *middle;
 }
 
-int PeakOf(std::span<const Frame> frames) {
-    int peak = 0;
+// What the recogniser saw, and what it was in the take.
+struct Peaks {
+    int Raised = 0;
+    double Own = 0;
+};
+
+Peaks PeaksOf(std::span<const Frame> frames) {
+    Peaks peaks;
     for (const Frame& frame : frames.first(std::min(frames.size(), AttackFrames))) {
-        peak = std::max(peak, frame.Level);
+        peaks.Raised = std::max(peaks.Raised, frame.Level);
+        peaks.Own = std::max(peaks.Own, frame.Level / frame.Gain);
     }
-    return peak;
+    return peaks;
 }
 
 } // namespace
@@ -67,13 +74,13 @@ void NoteWriter::Take(State state, double pitch, std::span<const Frame> frames) 
 void NoteWriter::Open(std::span<const Frame> frames) {
     const bool straight = Last.In != Phase::Rest;
     Close();
-    const int peak = PeakOf(frames);
+    const Peaks peaks = PeaksOf(frames);
+    const auto least = static_cast<int>(std::lround(peaks.Raised * FootShare));
     const Frame& first = frames.front();
     Note note;
-    note.Onset = straight ? first.Loud - ChangeDelay
-                          : FootOfRise(static_cast<int>(std::lround(peak * FootShare)), first);
+    note.Onset = straight ? first.Loud - ChangeDelay : FootOfRise(least, first);
     if (!Written.empty()) note.Onset = std::max(note.Onset, Written.back().Onset + FrameSeconds);
-    note.Level = peak;
+    note.Level = static_cast<int>(std::lround(peaks.Own));
     note.Open = true;
     Written.push_back(note);
     Silent.clear();

@@ -60,30 +60,33 @@ Trellis::Entries Trellis::StepRest(const Observation& seen, Survivors& row) {
     return entries;
 }
 
-// The one loop that every frame goes through for every place: no branches, so that many go at once.
-void Trellis::StepPlaces(const Observation& seen, const Entries& entries, Survivors& row) {
+// The one loop that every frame goes through for every place: no branches, and nothing read that a
+// cost written could change, so that many go at once.
+void Trellis::StepPlaces(const Observation& seen, const Entries from, Survivors& row) {
+    const int places = Places;
     const int low = row.Best - Of.PlacesPerSemitone;
     const int high = row.Best + Of.PlacesPerSemitone;
+    const float attackShare = Of.AttackShare;
     const float* note = seen.Note.data();
     float* first = First.data();
     float* second = Second.data();
     float* held = Held.data();
     std::int32_t* survivors = row.Places.data();
-    for (int i = 0; i < Places; ++i) {
-        const float stays = held[i] - entries.Least;
-        const float grows = second[i] - entries.Least;
+    for (int i = 0; i < places; ++i) {
+        const float stays = held[i] - from.Least;
+        const float grows = second[i] - from.Least;
         const bool near = (i > low) & (i < high);
-        const float change = near ? entries.NextBest : entries.Best;
-        const float entered = std::min(entries.Silence, change);
-        const float again = stays + entries.Same;
+        const float change = near ? from.NextBest : from.Best;
+        const float entered = std::min(from.Silence, change);
+        const float again = stays + from.Same;
 
         const std::int32_t other = near ? NextBest : Best;
-        const std::int32_t from = entries.Silence <= change ? Silence : other;
-        survivors[i] = (again < entered ? Same : from) | (grows <= stays ? BeganHere : 0);
+        const std::int32_t entry = from.Silence <= change ? Silence : other;
+        survivors[i] = (again < entered ? Same : entry) | (grows <= stays ? BeganHere : 0);
 
         held[i] = std::min(stays, grows) + note[i];
-        second[i] = first[i] - entries.Least + Of.AttackShare * note[i];
-        first[i] = std::min(entered, again) + Of.AttackShare * note[i];
+        second[i] = first[i] - from.Least + attackShare * note[i];
+        first[i] = std::min(entered, again) + attackShare * note[i];
     }
 }
 

@@ -62,7 +62,7 @@ private:
 
     void FindBest(Survivors& row) const;
     Entries StepRest(const Observation& seen, Survivors& row);
-    void StepPlaces(const Observation& seen, const Entries& entries, Survivors& row);
+    void StepPlaces(const Observation& seen, Entries from, Survivors& row);
     State Cheapest() const;
     State Before(State state, const Survivors& row) const;
 

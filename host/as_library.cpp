@@ -6,6 +6,7 @@
 #include "host/microphone.h"
 #include "host/progress.h"
 #include "host/settings.h"
+#include "host/sound_file.h"
 #include "host/virtual_machine.h"
 
 #include <filesystem>
@@ -37,7 +38,8 @@ std::vector<MIDIEvent> Listen(const Microphone& microphone) {
 } // namespace
 
 std::vector<MIDIEvent> HearAsLibrary(const std::string& path, const std::string& iniFolder) {
-    if (std::filesystem::exists(path) && !std::filesystem::is_regular_file(path)) {
+    const bool exists = path == StandardInput || std::filesystem::exists(path);
+    if (exists && !std::filesystem::is_regular_file(path)) {
         throw HostError("\"" + path + "\" is no file; the library's microphone hears files only");
     }
     const VirtualMachine machine(Cables::None);

@@ -41,7 +41,7 @@ private:
 
     // Of the delivering thread.
     ToneFilter Filter;
-    LiveGain Gain;
+    LiveGain Gain{LeastLivePeak};
     FrameMaker Maker;
     std::array<float, FrameSamples> Gathered{};
     std::size_t Count = 0; // of them

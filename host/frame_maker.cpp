@@ -13,7 +13,6 @@ namespace {
 // The blocks are handed in.
 class NoDevice : public Sonorel::SoundIn {
 public:
-    NoDevice() { Channels = BytesPerFrame = 1; }
     std::uint32_t GetSampleRate() override { return AnalysisRate; }
     bool Open(std::uint32_t) override { return true; }
     bool Close() override { return true; }
@@ -23,7 +22,9 @@ public:
 
 // Rounded: the half comes off again as what is above zero is cut.
 std::uint8_t Byte(float sample) {
-    return static_cast<std::uint8_t>(std::clamp(sample * FullLevel + 128.5f, 0.0f, 255.0f));
+    const float shifted = sample * FullLevel + 128.5f;
+    const float positive = shifted > 0 ? shifted : 0;
+    return static_cast<std::uint8_t>(static_cast<int>(positive < 255 ? positive : 255));
 }
 
 } // namespace
@@ -33,14 +34,15 @@ FrameMaker::FrameMaker() : Recogniser(new NoDevice) {
 }
 
 hearing::Frame FrameMaker::Take(std::span<const float, FrameSamples> samples, float gain) {
-    std::ranges::transform(samples, Bytes.begin(),
-                           [gain](float sample) { return Byte(sample * gain); });
+    for (std::size_t i = 0; i < FrameSamples; ++i) {
+        Bytes[2 * i] = Bytes[2 * i + 1] = Byte(samples[i] * gain);
+    }
     const double begin = static_cast<double>(Frames++) * hearing::FrameSeconds;
     const auto end = static_cast<std::uint32_t>(Frames * 1000 * FrameSamples / AnalysisRate);
-    Sonorel::PitchRecWaveIn::ProcessChunk(end, Bytes.data(), FrameSamples, &Recogniser);
+    Sonorel::PitchRecWaveIn::ProcessChunk(end, Bytes.data(), 2 * FrameSamples, &Recogniser);
     // Its notes are not asked for: a full ring takes no more.
     const Sonorel::FrameState& now = Recogniser.Now;
-    return {begin, std::max(begin, now.OnsetTime / 1000.0), now.Frequency, now.Amplitude};
+    return {begin, std::max(begin, now.OnsetTime / 1000.0), now.Frequency, now.Amplitude, gain};
 }
 
 } // namespace zorhost

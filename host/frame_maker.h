@@ -30,7 +30,8 @@ public:
 
 private:
     Sonorel::PitchRecWaveIn Recogniser;
-    std::array<std::uint8_t, FrameSamples> Bytes{};
+    // Both channels of the usual capture, which the recogniser takes fastest.
+    std::array<std::uint8_t, 2 * FrameSamples> Bytes{};
     std::int64_t Frames = 0;
 };
 

@@ -63,16 +63,18 @@ void FileHearing::ReadAll() {
     Line.End();
 }
 
+// Soft stretches of a file are raised up to 12 dB more than its peak allows.
 void FileHearing::Measure() {
     Samples.Rewind();
-    LiveGain follower;
-    const float raised = GoodPeak / std::max(static_cast<float>(Sound.Peak), 1e-6f);
+    const float peak = std::max(static_cast<float>(Sound.Peak), 1e-6f);
+    LiveGain follower(How == Loudness::Followed ? LeastLivePeak : peak / 4);
+    const float own = How == Loudness::Raised ? GoodPeak / peak : 1;
     Block block;
     while (Samples.Read(block)) {
-        const float gain = How == Loudness::AsItIs   ? 1.0f
-                           : How == Loudness::Raised ? raised
-                                                     : follower.For(block);
-        Sound.Frames.push_back(Maker.Take(block, gain));
+        const float gain = How == Loudness::AsItIs ? 1 : follower.For(block);
+        hearing::Frame frame = Maker.Take(block, gain);
+        frame.Gain /= own;
+        Sound.Frames.push_back(frame);
     }
 }
 

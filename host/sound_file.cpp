@@ -9,6 +9,8 @@
 #include <cmath>
 #include <cstring>
 #include <sys/stat.h>
+#include <type_traits>
+#include <unistd.h>
 
 namespace zorhost {
 
@@ -19,6 +21,20 @@ constexpr float Absurd = 1e6f;     // of full scale
 
 [[noreturn]] void CannotRead(const std::string& path, const std::string& why) {
     throw HostError("\"" + path + "\" cannot be read: " + why);
+}
+
+// Count is a number or, so that the compiler can take many frames at once, a constant. A file of
+// floats can hold what is no number, which would stay in every filter.
+template <class Count>
+void MixChannels(const float* from, Count count, std::span<float> mean) {
+    const float share = 1 / static_cast<float>(count);
+    float* to = mean.data();
+    const std::size_t frames = mean.size();
+    for (std::size_t i = 0; i < frames; ++i) {
+        float sum = 0;
+        for (std::size_t channel = 0; channel < count; ++channel) sum += from[i * count + channel];
+        to[i] = std::fabs(sum) < Absurd ? sum * share : 0;
+    }
 }
 
 // What the formats need to go back and forth in.
@@ -51,7 +67,8 @@ SoundFile::SoundFile(const std::string& path) : Channels() {
 }
 
 void SoundFile::OpenStream(const std::string& path) {
-    Stream.reset(std::fopen(path.c_str(), "rb"));
+    Stream.reset(path == StandardInput ? fdopen(dup(STDIN_FILENO), "rb")
+                                       : std::fopen(path.c_str(), "rb"));
     struct stat about = {};
     if (!Stream || fstat(fileno(Stream.get()), &about) != 0) {
         CannotRead(path, std::strerror(errno));
@@ -76,16 +93,19 @@ std::size_t SoundFile::Read(std::span<float> samples) {
         const sf_count_t got = sf_readf_float(File.get(), Channels.data(), wanted);
         if (got <= 0) break;
         Taken += got;
-        const float* from = Channels.data();
-        for (sf_count_t frame = 0; frame < got; ++frame) {
-            float sum = 0;
-            for (int channel = 0; channel < Info.channels; ++channel) sum += *from++;
-            const float mean = sum / static_cast<float>(Info.channels);
-            // A file of floats can hold what is no number, which would stay in every filter.
-            samples[done++] = std::fabs(mean) < Absurd ? mean : 0;
-        }
+        Mix(samples.subspan(done, static_cast<std::size_t>(got)));
+        done += static_cast<std::size_t>(got);
     }
     return done;
+}
+
+void SoundFile::Mix(std::span<float> mean) const {
+    const auto count = static_cast<std::size_t>(Info.channels);
+    if (count == 1)
+        return MixChannels(Channels.data(), std::integral_constant<std::size_t, 1>(), mean);
+    if (count == 2)
+        return MixChannels(Channels.data(), std::integral_constant<std::size_t, 2>(), mean);
+    MixChannels(Channels.data(), count, mean);
 }
 
 bool SoundFile::BrokeOff() const {

@@ -12,6 +12,9 @@
 
 namespace zorhost {
 
+// The path of what is piped in.
+constexpr char StandardInput[] = "-";
+
 class SoundFile {
 public:
     // A pipe or a terminal is read to its end first, into a file without a name. Throws HostError
@@ -36,6 +39,7 @@ private:
         void operator()(SNDFILE* file) const { sf_close(file); }
     };
 
+    void Mix(std::span<float> mean) const;
     void OpenStream(const std::string& path);
     bool CutShort() const;
 

@@ -2,38 +2,31 @@
 
 #include "host/host_error.h"
 
+#include <algorithm>
+#include <cmath>
+
 namespace zorhost {
 
-std::pair<std::int16_t, std::int16_t> Spool::Extremes(const Packed& packed) {
-    std::int16_t least = 0;
-    std::int16_t most = 0;
-    for (const std::int16_t sample : packed) {
-        least = std::min(least, sample);
-        most = std::max(most, sample);
-    }
-    return {least, most};
+namespace {
+
+float PeakOf(const Block& block) {
+    float peak = 0;
+    for (const float sample : block) peak = std::max(peak, std::fabs(sample));
+    return peak;
 }
 
-// In loops that the compiler can take many samples at once through. The half that rounds comes off
-// again as what is above zero is cut.
+} // namespace
+
 void Spool::Write(const Block& block) {
     if (Memory.size() == MostInMemory) Spill();
-    Packed& packed = Memory.emplace_back();
-    for (std::size_t i = 0; i < packed.size(); ++i) {
-        const float high = block[i] < 1 ? block[i] : 1;
-        const float sample = high > -1 ? high : -1;
-        packed[i] =
-            static_cast<std::int16_t>(static_cast<int>(sample * FullScale + 32768.5f) - 32768);
-    }
-    const auto [least, most] = Extremes(packed);
-    Least = std::min(Least, least);
-    Most = std::max(Most, most);
+    Memory.push_back(block);
+    Greatest = std::max(Greatest, PeakOf(block));
 }
 
 void Spool::Spill() {
     if (!File) File.reset(std::tmpfile());
-    for (const Packed& packed : Memory) {
-        if (File && std::fwrite(packed.data(), sizeof packed, 1, File.get()) == 1) continue;
+    for (const Block& block : Memory) {
+        if (File && std::fwrite(block.data(), sizeof block, 1, File.get()) == 1) continue;
         throw HostError("there is no room to keep the sound while it is measured");
     }
     Memory.clear();
@@ -46,17 +39,10 @@ void Spool::Rewind() {
 }
 
 bool Spool::Read(Block& block) {
-    Packed packed;
-    if (File) {
-        if (std::fread(packed.data(), sizeof packed, 1, File.get()) != 1) return false;
-    } else {
-        if (Memory.empty()) return false;
-        packed = Memory.front();
-        Memory.pop_front();
-    }
-    std::ranges::transform(packed, block.begin(), [](std::int16_t sample) {
-        return static_cast<float>(sample) / FullScale;
-    });
+    if (File) return std::fread(block.data(), sizeof block, 1, File.get()) == 1;
+    if (Memory.empty()) return false;
+    block = Memory.front();
+    Memory.pop_front();
     return true;
 }
 

@@ -2,8 +2,10 @@
 // that rise over the fundamental.
 #pragma once
 
-#include <cmath>
-#include <numbers>
+#include "host/frame_maker.h"
+
+#include <array>
+#include <cstddef>
 #include <span>
 
 namespace zorhost {
@@ -12,41 +14,19 @@ namespace zorhost {
 // time: yes.
 class ToneFilter {
 public:
-    void Apply(std::span<float> samples) {
-        for (float& sample : samples) sample = LowPass(HighPass(sample));
-    }
+    ToneFilter();
+    void Apply(std::span<float, FrameSamples> samples);
 
 private:
-    // Butterworth by bilinear transform, as in R. Bristow-Johnson, "Cookbook formulae for audio
-    // equalizer biquad filter coefficients". Direct form: what waits for the sample before is one
-    // product and one sum.
-    float HighPass(double in) {
-        const double ahead = B0 * (in - 2 * In1 + In2) - A2 * Out2;
-        const double out = ahead - A1 * Out1;
-        In2 = In1;
-        In1 = in;
-        Out2 = Out1;
-        Out1 = out;
-        return static_cast<float>(out);
-    }
-    float LowPass(float in) { return Low = Smoothing * in + Kept * Low; }
+    static constexpr std::size_t Order = 3;
 
-    static constexpr double Rate = 22050;
-    static constexpr double Turn = 2 * std::numbers::pi;
-    static constexpr double Angle = Turn * 40 / Rate;
-
-    const double Alpha = std::sin(Angle) / std::numbers::sqrt2;
-    const double B0 = (1 + std::cos(Angle)) / 2 / (1 + Alpha);
-    const double A1 = -2 * std::cos(Angle) / (1 + Alpha);
-    const double A2 = (1 - Alpha) / (1 + Alpha);
-    const float Kept = static_cast<float>(std::exp(-Turn * 1500 / Rate));
-    const float Smoothing = 1 - Kept;
-    // In double: so near to a pole rounding adds up.
-    double In1 = 0;
-    double In2 = 0;
-    double Out1 = 0;
-    double Out2 = 0;
-    float Low = 0;
+    // The two as one: what goes in by Ahead, what came out by Back, newest first.
+    std::array<double, Order> Ahead;
+    std::array<double, Order> Back;
+    // Oldest first: the end of the block before, then the block. In double: so near to a pole
+    // rounding adds up.
+    std::array<double, Order + FrameSamples> In{};
+    std::array<double, Order + FrameSamples> Out{};
 };
 
 } // namespace zorhost

@@ -124,7 +124,9 @@ void AddTranscribe(CLI::App& app, const GlobalOptions& global) {
         "transcribe", "Turn a recording of one voice or melody instrument into notes");
     const auto options = std::make_shared<TranscribeOptions>();
     command
-        ->add_option("IN", options->File, "The sound: WAV, FLAC, Ogg, MP3 and others; a pipe too")
+        ->add_option(
+            "IN", options->File,
+            "The sound: WAV, FLAC, Ogg, MP3 and others; a pipe too, and - for what is piped in")
         ->required();
     command->add_option("-o,--out", options->Out, "Write the notes to this MIDI file")
         ->type_name("OUT.mid");
