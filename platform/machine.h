@@ -13,6 +13,7 @@
 #include "platform/machine/level.h"
 #include "platform/machine/midi.h"
 #include "platform/machine/modules.h"
+#include "platform/machine/native.h"
 #include "platform/virtual/boxes.h"
 #include "platform/virtual/dialogs.h"
 

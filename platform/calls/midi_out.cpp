@@ -27,6 +27,7 @@ private:
     MidiResult Carry(std::uint32_t message);
     void KeepSounding(std::uint32_t message);
 
+    unsigned Departures = Device->Departures();
     std::bitset<16 * 128> Sounding; // notes that have been struck and not released, by channel
     std::array<WORD, MIDIPATCHSIZE> Patches{};
 };
@@ -101,9 +102,10 @@ MidiResult OutputPort::Carry(std::uint32_t message) {
 
 MMRESULT OutputPort::Check() {
     if (Closed) return MMSYSERR_INVALHANDLE;
-    if (!Device->Gone()) return MMSYSERR_NOERROR;
-    Sounding.reset(); // it has fallen silent, and will be when it returns
-    return MMSYSERR_NODRIVER;
+    // What has left fell silent, also if it was back at once.
+    const unsigned departures = Device->Departures();
+    if (std::exchange(Departures, departures) != departures) Sounding.reset();
+    return Device->Gone() ? MMSYSERR_NODRIVER : MMSYSERR_NOERROR;
 }
 
 MMRESULT OutputPort::Send(DWORD message) {
