@@ -9,9 +9,9 @@ namespace machine {
 std::string UseNativeMidi() {
     ForgetMidiDevices();
     std::string reason;
-    const auto open = reinterpret_cast<OpenMidiFunction*>(
-        NativeFunction("midi", "OpenZorNativeMidi", reason));
-    if (!open) return "The MIDI devices of this computer cannot be reached: " + reason;
+    const auto open =
+        reinterpret_cast<OpenMidiFunction*>(NativeFunction("midi", "OpenZorNativeMidi", reason));
+    if (!open) return "the part that reaches MIDI devices cannot be loaded: " + reason;
     SetMidiFinder(std::unique_ptr<MidiFinder>(open(reason)));
     return reason;
 }

@@ -41,16 +41,20 @@ private:
     // In the kernel what comes too fast for a program is lost, so it is a fast one.
     void Run() {
         machine::HastenThread();
-        snd_seq_event_t* event = nullptr;
-        while (snd_seq_event_input(Handle, &event) >= 0 && event->type != SND_SEQ_EVENT_USR0) {
-            if (event->type == SND_SEQ_EVENT_PORT_SUBSCRIBED ||
-                event->type == SND_SEQ_EVENT_PORT_UNSUBSCRIBED)
-                continue;
+        for (snd_seq_event_t* event = nullptr; Next(event);) {
             snd_seq_ev_set_source(event, 0);
             snd_seq_ev_set_subs(event);
             snd_seq_ev_set_direct(event);
             snd_seq_event_output_direct(Handle, event);
         }
+    }
+    // False at the end. Joining it is announced to it as well.
+    bool Next(snd_seq_event_t*& event) {
+        int result = 0;
+        do result = snd_seq_event_input(Handle, &event);
+        while (result == -ENOSPC || (result >= 0 && event->type >= SND_SEQ_EVENT_CLIENT_START &&
+                                     event->type <= SND_SEQ_EVENT_PORT_UNSUBSCRIBED));
+        return result >= 0 && event->type != SND_SEQ_EVENT_USR0;
     }
 
     snd_seq_t* Handle = nullptr;

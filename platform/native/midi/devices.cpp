@@ -40,8 +40,8 @@ MidiResult NativeOutput::Open(const std::shared_ptr<MidiReceiver>&) {
     return Far->Open(Name);
 }
 
-// To the device itself rather than to whoever is joined, so that the kernel says at once if it has
-// gone.
+// To the device itself, which our port holds open by being joined to it, so that the kernel says at
+// once if it has gone.
 MidiResult NativeOutput::Send(std::uint32_t message) {
     const Address to = Far->Far();
     if (to == Nowhere) return MidiResult::Gone;
@@ -53,7 +53,6 @@ MidiResult NativeOutput::Send(std::uint32_t message) {
     const long used = snd_midi_event_encode(Encoder, bytes.data(), count, &event);
     // A status that no one has given a meaning goes nowhere.
     if (used < 0 || event.type == SND_SEQ_EVENT_NONE) return MidiResult::Done;
-    snd_seq_ev_set_source(&event, static_cast<unsigned char>(Far->Port()));
     event.dest = Unpacked(to);
     snd_seq_ev_set_direct(&event);
     return Far->Client->Write(event);

@@ -191,7 +191,7 @@ machine::MidiFinder* OpenZorNativeMidi(std::string& reason) try {
     using namespace machine;
     auto client = SequencerClient::Open(reason);
     if (client) return new Finder(std::move(client));
-    reason = "This computer's MIDI devices cannot be reached: ALSA's sequencer: " + reason;
+    reason = "ALSA's sequencer cannot be opened: " + reason;
     return nullptr;
 } catch (const std::exception& error) {
     reason = error.what();

@@ -16,11 +16,8 @@ std::uint64_t InMicroseconds(const snd_seq_real_time_t& time) {
 // Without a queue, of which there are few, what comes in is as old as it is when it is read.
 void InputClock::Begin(snd_seq_port_info_t* port) {
     const std::scoped_lock lock(Lock);
-    if (++Inputs == 1) {
-        Queue = snd_seq_alloc_queue(Sequencer);
-        if (Queue >= 0) snd_seq_start_queue(Sequencer, Queue, nullptr);
-        snd_seq_drain_output(Sequencer);
-    }
+    if (Queue < 0) Queue = snd_seq_alloc_queue(Owner);
+    if (++Inputs == 1) Control(SND_SEQ_EVENT_START);
     if (Queue < 0) return;
     snd_seq_port_info_set_timestamping(port, 1);
     snd_seq_port_info_set_timestamp_real(port, 1);
@@ -29,8 +26,12 @@ void InputClock::Begin(snd_seq_port_info_t* port) {
 
 void InputClock::End() {
     const std::scoped_lock lock(Lock);
-    if (--Inputs > 0) return;
-    if (const int queue = Queue.exchange(-1); queue >= 0) snd_seq_free_queue(Sequencer, queue);
+    if (--Inputs == 0) Control(SND_SEQ_EVENT_STOP);
+}
+
+void InputClock::Control(int event) {
+    if (Queue >= 0) snd_seq_control_queue(Owner, Queue, event, 0, nullptr);
+    snd_seq_drain_output(Owner);
 }
 
 std::uint64_t InputClock::TimeOf(const snd_seq_event_t& event) {
@@ -49,7 +50,7 @@ std::uint64_t InputClock::Age(const snd_seq_event_t& event, std::uint64_t& now) 
     std::uint64_t before = 0;
     for (int attempt = 0; attempt < 3; ++attempt) {
         before = Microseconds();
-        read = snd_seq_get_queue_status(Sequencer, Queue, status) >= 0;
+        read = snd_seq_get_queue_status(Reader, Queue, status) >= 0;
         now = Microseconds();
         if (now - before < together) break;
     }

@@ -60,34 +60,41 @@ public:
 
 } // namespace
 
-std::shared_ptr<SequencerClient> SequencerClient::Open(std::string& reason) {
-    const Quiet quiet;
-    snd_seq_t* handle = nullptr;
-    int error = snd_seq_open(&handle, "default", SND_SEQ_OPEN_DUPLEX, SND_SEQ_NONBLOCK);
+SequencerClient::Handle SequencerClient::OpenOne(int streams, std::string& reason) {
+    snd_seq_t* client = nullptr;
+    const int error = snd_seq_open(&client, "default", streams, SND_SEQ_NONBLOCK);
     if (error < 0) return reason = snd_strerror(error), nullptr;
-    std::shared_ptr<SequencerClient> client(
-        new SequencerClient(handle, eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)));
-    if (client->Bell >= 0 && client->HearAnnouncements()) return client;
-    return reason = "the sequencer has no room", nullptr;
+    snd_seq_set_client_name(client, program_invocation_short_name);
+    return Handle(client);
 }
 
-SequencerClient::SequencerClient(snd_seq_t* handle, int bell)
-    : Handle(handle), Number(snd_seq_client_id(handle)), Bell(bell), Times(handle) {}
+std::shared_ptr<SequencerClient> SequencerClient::Open(std::string& reason) {
+    const Quiet quiet;
+    Handle owner = OpenOne(SND_SEQ_OPEN_DUPLEX, reason);
+    Handle outlet = owner ? OpenOne(SND_SEQ_OPEN_OUTPUT, reason) : nullptr;
+    if (!outlet) return nullptr;
+    const int bell = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    std::shared_ptr<SequencerClient> client(
+        new SequencerClient(std::move(owner), std::move(outlet), bell));
+    if (bell >= 0 && client->HearAnnouncements()) return client;
+    return reason = "it has no room", nullptr;
+}
+
+SequencerClient::SequencerClient(Handle owner, Handle outlet, int bell)
+    : Owner(std::move(owner)), Outlet(std::move(outlet)), Number(snd_seq_client_id(Owner.get())),
+      Bell(bell), Times(Owner.get(), Outlet.get()) {}
 
 SequencerClient::~SequencerClient() {
-    const Quiet quiet;
-    snd_seq_close(Handle);
     if (Bell >= 0) close(Bell);
 }
 
 // The first port, which stays.
 bool SequencerClient::HearAnnouncements() {
-    snd_seq_set_client_name(Handle, program_invocation_short_name);
-    snd_seq_set_client_pool_input(Handle, EventsKept);
-    const int port = snd_seq_create_simple_port(
-        Handle, "announcements", SND_SEQ_PORT_CAP_WRITE | SND_SEQ_PORT_CAP_NO_EXPORT,
-        SND_SEQ_PORT_TYPE_APPLICATION);
-    return port >= 0 && snd_seq_connect_from(Handle, port, SND_SEQ_CLIENT_SYSTEM,
+    snd_seq_set_client_pool_input(Owner.get(), EventsKept);
+    const int port = snd_seq_create_simple_port(Owner.get(), "announcements",
+                                                SND_SEQ_PORT_CAP_WRITE | SND_SEQ_PORT_CAP_NO_EXPORT,
+                                                SND_SEQ_PORT_TYPE_APPLICATION);
+    return port >= 0 && snd_seq_connect_from(Owner.get(), port, SND_SEQ_CLIENT_SYSTEM,
                                              SND_SEQ_PORT_SYSTEM_ANNOUNCE) >= 0;
 }
 
@@ -99,14 +106,14 @@ std::vector<FoundPort> SequencerClient::Ports() {
     snd_seq_client_info_alloca(&client);
     snd_seq_port_info_alloca(&port);
     snd_seq_client_info_set_client(client, -1);
-    while (snd_seq_query_next_client(Handle, client) >= 0) {
+    while (snd_seq_query_next_client(Owner.get(), client) >= 0) {
         const int number = snd_seq_client_info_get_client(client);
         if (number == SND_SEQ_CLIENT_SYSTEM || number == Number ||
             IsPlumbing(snd_seq_client_info_get_name(client)))
             continue;
         snd_seq_port_info_set_client(port, number);
         snd_seq_port_info_set_port(port, -1);
-        while (snd_seq_query_next_port(Handle, port) >= 0)
+        while (snd_seq_query_next_port(Owner.get(), port) >= 0)
             found.push_back(Describe(client, port));
     }
     std::erase_if(found, [](const FoundPort& each) { return !each.In && !each.Out; });
@@ -126,9 +133,9 @@ std::vector<std::string> SequencerClient::Users(MidiWay way, Address port) {
                                                                : SND_SEQ_QUERY_SUBS_WRITE);
     for (int i = 0;; ++i) {
         snd_seq_query_subscribe_set_index(query, i);
-        if (snd_seq_query_port_subscribers(Handle, query) < 0) return users;
+        if (snd_seq_query_port_subscribers(Owner.get(), query) < 0) return users;
         const snd_seq_addr_t* user = snd_seq_query_subscribe_get_addr(query);
-        if (!IsOurs(*user) && snd_seq_get_any_client_info(Handle, user->client, client) >= 0)
+        if (!IsOurs(*user) && snd_seq_get_any_client_info(Owner.get(), user->client, client) >= 0)
             users.emplace_back(snd_seq_client_info_get_name(client));
     }
 }
@@ -141,17 +148,18 @@ int SequencerClient::CreatePort(MidiWay way, const std::string& name) {
     snd_seq_port_info_set_capability(
         port, SND_SEQ_PORT_CAP_NO_EXPORT |
                   (way == MidiWay::In ? SND_SEQ_PORT_CAP_WRITE : SND_SEQ_PORT_CAP_READ));
-    snd_seq_port_info_set_type(port, SND_SEQ_PORT_TYPE_MIDI_GENERIC | SND_SEQ_PORT_TYPE_APPLICATION);
+    snd_seq_port_info_set_type(port,
+                               SND_SEQ_PORT_TYPE_MIDI_GENERIC | SND_SEQ_PORT_TYPE_APPLICATION);
     snd_seq_port_info_set_midi_channels(port, 16);
     if (way == MidiWay::In) Times.Begin(port);
-    if (snd_seq_create_port(Handle, port) >= 0) return snd_seq_port_info_get_port(port);
+    if (snd_seq_create_port(Owner.get(), port) >= 0) return snd_seq_port_info_get_port(port);
     if (way == MidiWay::In) Times.End();
     return -1;
 }
 
 void SequencerClient::DeletePort(MidiWay way, int port) {
     const Quiet quiet;
-    snd_seq_delete_port(Handle, port);
+    snd_seq_delete_port(Owner.get(), port);
     if (way == MidiWay::In) Times.End();
 }
 
@@ -161,7 +169,7 @@ MidiResult SequencerClient::Join(MidiWay way, int port, Address device) {
                                  static_cast<unsigned char>(port)};
     const Subscription subscription(way, ours, Unpacked(device));
     if (!subscription.Record) return MidiResult::Failed;
-    return ResultOf(snd_seq_subscribe_port(Handle, subscription.Record));
+    return ResultOf(snd_seq_subscribe_port(Owner.get(), subscription.Record));
 }
 
 bool SequencerClient::Joined(MidiWay way, int port, Address device) {
@@ -170,18 +178,18 @@ bool SequencerClient::Joined(MidiWay way, int port, Address device) {
                                  static_cast<unsigned char>(port)};
     const Subscription subscription(way, ours, Unpacked(device));
     return subscription.Record &&
-           snd_seq_get_port_subscription(Handle, subscription.Record) >= 0;
+           snd_seq_get_port_subscription(Owner.get(), subscription.Record) >= 0;
 }
 
 MidiResult SequencerClient::Write(snd_seq_event_t& event) {
-    const int error = snd_seq_event_output_direct(Handle, &event);
+    const int error = snd_seq_event_output_direct(Outlet.get(), &event);
     if (error >= 0) return MidiResult::Done;
     return error == -EAGAIN || error == -ENOMEM ? MidiResult::Full : MidiResult::Gone;
 }
 
 void SequencerClient::Wait(int milliseconds) {
     pollfd files[2] = {{Bell, POLLIN, 0}, {}};
-    snd_seq_poll_descriptors(Handle, files + 1, 1, POLLIN);
+    snd_seq_poll_descriptors(Owner.get(), files + 1, 1, POLLIN);
     poll(files, 2, milliseconds);
     std::uint64_t rung = 0;
     if (files[0].revents) (void)!read(Bell, &rung, sizeof rung);
@@ -194,10 +202,10 @@ void SequencerClient::Wake() {
 
 const snd_seq_event_t* SequencerClient::Read(bool& lost) {
     snd_seq_event_t* event = nullptr;
-    int error = snd_seq_event_input(Handle, &event);
+    int error = snd_seq_event_input(Owner.get(), &event);
     if (error == -ENOSPC) {
         lost = true;
-        error = snd_seq_event_input(Handle, &event);
+        error = snd_seq_event_input(Owner.get(), &event);
     }
     return error >= 0 ? event : nullptr;
 }

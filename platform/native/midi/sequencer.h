@@ -1,7 +1,8 @@
-// This program's client of ALSA's sequencer.
+// This program at ALSA's sequencer: a client that has the ports, and a second one that only sends.
+// The kernel does one thing at a time for a client, and joining a device or making a queue may take
+// it long; whoever sends waits for none of that.
 //
-// Thread: any, but for what says otherwise; none of it waits, and only opening prints or allocates
-// more than moments' worth.
+// Thread: any, but for what says otherwise. Prints nothing.
 #pragma once
 
 #include "platform/device/midi.h"
@@ -54,11 +55,18 @@ public:
     InputClock& Clock() { return Times; }
 
 private:
-    SequencerClient(snd_seq_t* handle, int bell);
+    struct Close {
+        void operator()(snd_seq_t* client) const { snd_seq_close(client); }
+    };
+    using Handle = std::unique_ptr<snd_seq_t, Close>;
+
+    SequencerClient(Handle ports, Handle outlet, int bell);
+    static Handle OpenOne(int streams, std::string& reason);
     bool HearAnnouncements();
 
-    snd_seq_t* const Handle;
-    const int Number; // of the client
+    const Handle Owner;
+    const Handle Outlet;
+    const int Number; // of the owner
     const int Bell;   // an event file
     InputClock Times;
 };
