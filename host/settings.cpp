@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 
@@ -57,6 +56,19 @@ void WritePorts(const std::string& ini, const std::string& kind,
     }
 }
 
+// The settings of a zorhost that had a folder of its own; nothing is done twice, and nothing taken
+// away.
+void TakeOver(const fs::path& old, const fs::path& present) {
+    std::error_code failed;
+    if (!fs::exists(old, failed) || fs::exists(present, failed)) return;
+    fs::create_directories(present.parent_path(), failed);
+    fs::copy_file(old, present, failed);
+    if (failed) {
+        throw HostError("\"" + old.string() + "\" cannot be copied to \"" + present.string() +
+                        "\": " + failed.message());
+    }
+}
+
 } // namespace
 
 std::string SettingsFolder(const std::string& iniOption) {
@@ -66,10 +78,9 @@ std::string SettingsFolder(const std::string& iniOption) {
         }
         return fs::absolute(iniOption).string();
     }
-    const char* config = std::getenv("XDG_CONFIG_HOME");
-    if (config && fs::path(config).is_absolute()) return (fs::path(config) / "zorhost").string();
-    const char* home = std::getenv("HOME");
-    return (fs::path(home && *home ? home : "/") / ".config" / "zorhost").string();
+    const fs::path folder = fs::path(machine::ModulePath()).parent_path();
+    TakeOver(folder.parent_path() / "zorhost" / IniName, folder / IniName);
+    return folder.string();
 }
 
 RunSettings::RunSettings(const std::string& folder, const RunChanges& changes) {

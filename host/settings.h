@@ -6,8 +6,9 @@
 
 namespace zorhost {
 
-// The user's own folder for settings: --ini, or zorhost in the user's configuration folder. It need
-// not exist.
+// The folder of the settings: --ini, or that of every host of this user, which need not exist.
+// Settings of former versions of zorhost are brought there. Throws HostError if that is not
+// possible, or --ini names no folder. The machine has no module path of its own yet.
 std::string SettingsFolder(const std::string& iniOption);
 
 // Changes for one run, beside what the ini file says. The user's file is never written: the library

@@ -5,15 +5,14 @@
 #include "host/interrupt.h"
 #include "host/library.h"
 #include "host/microphone.h"
+#include "host/setting_keys.h"
 #include "host/settings.h"
-#include "host/setup_form.h"
 #include "host/virtual_machine.h"
 
+#include "platform/machine.h"
 #include "platform/platform.h"
 
 #include <cstdio>
-#include <exception>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <sstream>
@@ -24,7 +23,6 @@ namespace zorhost {
 
 namespace {
 
-constexpr int OkButton = 1, CancelButton = 2;
 constexpr unsigned HelpMessage = 1024; // from a dialog to its parent; the user word says which
 constexpr LONG_PTR MidiDialog = 6000;
 
@@ -49,7 +47,7 @@ public:
     ~HelpWindow() { machine::DestroyHostWindow(Handle); }
     HelpWindow(const HelpWindow&) = delete;
     HelpWindow& operator=(const HelpWindow&) = delete;
-    HWND Handle = machine::CreateHostWindow(Hear);
+    void* Handle = machine::CreateHostWindow(Hear);
 
 private:
     static void Hear(unsigned message, std::uintptr_t, std::intptr_t dialog) {
@@ -58,8 +56,6 @@ private:
         PrintPage(which == MidiDialog ? MidiSetupPage : MicrophoneSetupPage);
     }
 };
-
-std::int16_t RowOf(SetupDialog dialog) { return dialog == SetupDialog::Midi ? 0 : 1; }
 
 // Ctrl-C closes the dialog, storing nothing.
 void WatchInterrupts(const std::stop_token& done) {
@@ -71,66 +67,23 @@ void WatchInterrupts(const std::stop_token& done) {
 
 // On the screen, until the user closes it.
 void ShowDialog(SetupDialog dialog) {
+    // So that the level can be set: those of this computer are not reached yet.
+    std::optional<Microphone> silent;
+    if (dialog == SetupDialog::Microphone) silent.emplace();
+    const Library library;
     const HelpWindow parent;
     const std::jthread watch(WatchInterrupts);
-    ZorConfigMIDIDriver(parent.Handle, RowOf(dialog));
+    ZorConfigMIDIDriver(parent.Handle, dialog == SetupDialog::Midi ? 0 : 1);
     if (const std::string reason = machine::DialogError(); !reason.empty())
         throw HostError("the dialog cannot be shown: " + reason +
                         "\nUse --print and --set to see and change the settings here.");
 }
 
-// Without a screen: the same dialog, worked by the given function.
-void RunDialog(SetupDialog dialog, const std::function<void(machine::DialogUser&)>& work) {
-    std::exception_ptr trouble;
-    machine::ScriptDialogs([&](machine::DialogUser& user) {
-        // Nothing may be thrown through the library.
-        try {
-            work(user);
-        } catch (...) {
-            trouble = std::current_exception();
-            user.Click(CancelButton);
-        }
-    });
-    ZorConfigMIDIDriver(nullptr, RowOf(dialog));
-    machine::ScriptDialogs(nullptr);
-    if (trouble) std::rethrow_exception(trouble);
-}
-
-void ChangeSettings(const SetupOptions& options) {
-    std::vector<Setting> settings;
-    for (const std::string& text : options.Set) settings.push_back(ParseSetting(text));
-    RunDialog(options.Dialog, [&](machine::DialogUser& user) {
-        for (const Setting& setting : settings) MakeSetting(options.Dialog, user, setting);
-        user.Click(OkButton);
-        if (!user.Ended())
-            throw HostError("the settings were refused; those of the ports before are stored");
-    });
-}
-
-void PrintSettings(SetupDialog dialog) {
-    RunDialog(dialog, [&](machine::DialogUser& user) {
-        for (const Choices& choices : ReadChoices(dialog, user)) {
-            std::printf("# %s:\n", choices.Keys.c_str());
-            for (const std::string& entry : choices.Entries) std::printf("#   %s\n", entry.c_str());
-        }
-        for (const Setting& setting : ReadSettings(dialog, user))
-            std::printf("%s=%s\n", setting.Key.c_str(), setting.Value.c_str());
-    });
-}
-
 void Setup(const GlobalOptions& global, const SetupOptions& options) {
-    const std::string folder = SettingsFolder(global.IniFolder);
-    const bool changes = !options.Print || !options.Set.empty();
-    std::error_code none;
-    if (changes) std::filesystem::create_directories(folder, none);
-    if (none) throw HostError("the folder " + folder + " cannot be made: " + none.message());
     const VirtualMachine machine;
-    // So that the level can be set: those of this computer are not reached yet.
-    std::optional<Microphone> silent;
-    if (options.Dialog == SetupDialog::Microphone) silent.emplace();
-    const RunSettings settings(folder, {});
-    const Library library;
-    if (!options.Set.empty()) ChangeSettings(options);
+    const RunSettings settings(SettingsFolder(global.IniFolder), {});
+    UseIni(settings.IniPath());
+    if (!options.Set.empty()) ChangeSettings(options.Dialog, options.Set);
     if (options.Print) PrintSettings(options.Dialog);
     if (!options.Print && options.Set.empty()) ShowDialog(options.Dialog);
 }

@@ -59,7 +59,34 @@ MidiDevice Find(UINT devices, MidiDevice (*at)(UINT number), const char* name) {
     return {};
 }
 
+std::vector<MidiDevice> All(UINT devices, MidiDevice (*at)(UINT number)) {
+    std::vector<MidiDevice> all;
+    for (UINT number = 0; number < devices; ++number) {
+        const MidiDevice device = at(number);
+        if (device.ID != NoDevice) all.push_back(device);
+    }
+    return all;
+}
+
+MidiDevice None() {
+    MidiDevice none;
+    LoadText(NoDeviceName, none.Name);
+    return none;
+}
+
 } // namespace
+
+std::vector<MidiDevice> InputChoices() {
+    std::vector<MidiDevice> all = All(midiInGetNumDevs(), InputAt);
+    all.push_back(None());
+    return all;
+}
+
+std::vector<MidiDevice> OutputChoices() {
+    std::vector<MidiDevice> all = All(midiOutGetNumDevs(), OutputAt);
+    all.insert(all.end(), {DefaultOutput(), None()});
+    return all;
+}
 
 bool SameName(const char* one, const char* other) {
     return WithoutBlanksAtTheEnd(one) == WithoutBlanksAtTheEnd(other);

@@ -4,6 +4,8 @@
 
 #include "mme/ports.h"
 
+#include <vector>
+
 struct MidiDevice {
     std::int32_t ID = NoDevice; // device number, MapperDevice or NoDevice
     char Name[NameSize] = "";
@@ -13,6 +15,10 @@ struct MidiDevice {
 // Blanks at the end do not count: the ini file loses them, and a name that the system has cut to
 // its size may end in one.
 bool SameName(const char* one, const char* other);
+
+// What a user can choose for a row: the devices, for an output also the system's default, and none.
+std::vector<MidiDevice> InputChoices();
+std::vector<MidiDevice> OutputChoices();
 
 // Until the user chooses: an input that calls itself MIDI, else one like an MPU-401, else the
 // first.

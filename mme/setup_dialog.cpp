@@ -2,7 +2,7 @@
 
 #include "engine/driver_table.h"
 #include "engine/module.h"
-#include "mme/ports.h"
+#include "mme/devices.h"
 
 using namespace midisetup;
 
@@ -18,15 +18,13 @@ public:
 
     // The list sorts itself, and names may be equal or begin alike: only the index that comes back
     // tells which entry is the new one.
-    void Add(const char* name, std::int32_t device) const {
-        const LRESULT index = SendMessageA(List, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(name));
-        if (index < 0) return;
-        SendMessageA(List, CB_SETITEMDATA, static_cast<WPARAM>(index), device);
-    }
-    void AddString(UINT id, std::int32_t device) const {
-        char text[NameSize] = "";
-        LoadStringA(ModuleInstance, id, text, sizeof text);
-        Add(text, device);
+    void Add(const std::vector<MidiDevice>& devices) const {
+        for (const MidiDevice& device : devices) {
+            const auto name = reinterpret_cast<LPARAM>(device.Name);
+            const LRESULT index = SendMessageA(List, CB_ADDSTRING, 0, name);
+            if (index >= 0)
+                SendMessageA(List, CB_SETITEMDATA, static_cast<WPARAM>(index), device.ID);
+        }
     }
     void Select(const char* name) const {
         LRESULT index = name[0] ? Find(name) : CB_ERR;
@@ -48,27 +46,14 @@ private:
 
 void ShowInput(HWND dialog, int row) {
     const DeviceList list(dialog, InDevice + row);
-    const UINT devices = midiInGetNumDevs();
-    for (UINT device = 0; device < devices; ++device) {
-        MIDIINCAPSA caps = {};
-        if (midiInGetDevCapsA(device, &caps, sizeof caps) == MMSYSERR_NOERROR)
-            list.Add(caps.szPname, static_cast<std::int32_t>(device));
-    }
-    list.AddString(NoDeviceName, NoDevice);
+    list.Add(InputChoices());
     list.Select(InPorts[row].Name);
     SetDlgItemInt(dialog, InBase + row, static_cast<UINT>(InPorts[row].BaseChannel + 1), TRUE);
 }
 
 void ShowOutput(HWND dialog, int row) {
     const DeviceList list(dialog, OutDevice + row);
-    const UINT devices = midiOutGetNumDevs();
-    for (UINT device = 0; device < devices; ++device) {
-        MIDIOUTCAPSA caps = {};
-        if (midiOutGetDevCapsA(device, &caps, sizeof caps) == MMSYSERR_NOERROR)
-            list.Add(caps.szPname, static_cast<std::int32_t>(device));
-    }
-    list.AddString(MapperName, MapperDevice);
-    list.AddString(NoDeviceName, NoDevice);
+    list.Add(OutputChoices());
     list.Select(OutPorts[row].Name);
     SetDlgItemInt(dialog, OutBase + row, static_cast<UINT>(OutPorts[row].BaseChannel + 1), TRUE);
 }

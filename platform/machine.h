@@ -7,15 +7,15 @@
 // boxes printed on standard error, nothing recorded. Whoever steers begins with PowerOn.
 #pragma once
 
+#include "platform/machine/boxes.h"
 #include "platform/machine/capture.h"
 #include "platform/machine/clock.h"
+#include "platform/machine/dialogs.h"
 #include "platform/machine/faults.h"
 #include "platform/machine/level.h"
 #include "platform/machine/midi.h"
 #include "platform/machine/modules.h"
 #include "platform/machine/native.h"
-#include "platform/virtual/boxes.h"
-#include "platform/virtual/dialogs.h"
 
 namespace machine {
 

@@ -2,7 +2,6 @@
 
 #include "engine/driver_table.h"
 #include "engine/module.h"
-#include "mme/profile.h"
 #include "pitchrec/driver/listening.h"
 #include "pitchrec/driver/prec_driver.h"
 #include "support/text_string_array.h"
@@ -27,18 +26,6 @@ LRESULT Slider(HWND dialog, UINT message, WPARAM first, LPARAM second) {
 }
 int SliderPercent(HWND dialog) {
     return FullScale - static_cast<int>(Slider(dialog, TBM_GETPOS, 0, 0));
-}
-
-// Stored as people read a 16-bit value: with its sign.
-void WriteSetting(const char* key, std::uint16_t value) {
-    WriteProfileInt(PRecSection, key, static_cast<std::int16_t>(value), IniPath);
-}
-
-void WriteSettings() {
-    WriteSetting("EnablePitchRec", EnablePitchRec);
-    WriteSetting("Channel", PRecChannel);
-    WriteSetting("NoteRangeMin", NoteRangeMin);
-    WriteSetting("NoteRangeMax", NoteRangeMax);
 }
 
 void ShowDevices(HWND dialog) {
@@ -160,7 +147,7 @@ INT_PTR Command(HWND dialog, int id, WORD code) {
     switch (id) {
     case IDOK:
         LeaveField(dialog);
-        WriteSettings();
+        WritePRecSettings();
         CloseDialog(dialog, 1);
         return 1;
     case IDCANCEL:

@@ -2,17 +2,12 @@
 #include "pitchrec/driver/prec_driver.h"
 
 #include "engine/driver_table.h"
-#include "engine/module.h"
 #include "pitchrec/driver/listening.h"
 
 #include <memory>
 #include <utility>
 
 Sonorel::PitchRec* Recogniser = nullptr;
-std::atomic<std::uint8_t> EnablePitchRec{0};
-std::atomic<std::uint16_t> PRecChannel{0};
-std::atomic<std::uint16_t> NoteRangeMin{0};
-std::atomic<std::uint16_t> NoteRangeMax{127};
 std::atomic<std::int32_t> PRecLevel{0};
 std::atomic<std::int32_t> PRecDialogs{0};
 
@@ -20,18 +15,7 @@ namespace {
 
 bool PRecInited = false;
 
-UINT ReadSetting(const char* key, int fallback) {
-    return GetPrivateProfileIntA(PRecSection, key, fallback, IniPath);
-}
-
 } // namespace
-
-void ReadPRecSettings() {
-    EnablePitchRec = ReadSetting("EnablePitchRec", 0) != 0 ? 1 : 0;
-    PRecChannel = static_cast<std::uint16_t>(ReadSetting("Channel", 0));
-    NoteRangeMin = static_cast<std::uint16_t>(ReadSetting("NoteRangeMin", 0));
-    NoteRangeMax = static_cast<std::uint16_t>(ReadSetting("NoteRangeMax", 127));
-}
 
 std::uint16_t PRecInit() {
     if (PRecInited) return DriverSuccess;

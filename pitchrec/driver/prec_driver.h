@@ -2,6 +2,7 @@
 // EnablePitchRec are declared in engine/driver_table.h.
 #pragma once
 
+#include "pitchrec/driver/settings.h"
 #include "pitchrec/pitch_rec.h"
 
 #include <atomic>
@@ -10,16 +11,6 @@
 // The one recogniser; null while the row is closed. Written on the host's thread, where the setup
 // dialog may read it freely; the poll reads it under a guard that Close waits for.
 extern Sonorel::PitchRec* Recogniser;
-
-// The settings of section PRECDRVR, as the dialog shows and stores them. Relaxed: single values.
-extern std::atomic<std::uint16_t> PRecChannel;  // zero-based Channel of every recognised note
-extern std::atomic<std::uint16_t> NoteRangeMin; // shown in the dialog; filters nothing
-extern std::atomic<std::uint16_t> NoteRangeMax;
-
-// The section of the ini file that they stand in.
-constexpr const char* PRecSection = "PRECDRVR";
-// Reads them and EnablePitchRec from it. Thread: host.
-void ReadPRecSettings();
 
 // Microphone dialogs that are up. Meanwhile the notes in the ring are theirs, and the poll takes
 // none. Relaxed: a note taken just before is one that was sung before.

@@ -1,5 +1,5 @@
-// The library as a module: where it lies, and what it carries. The one system module that it may
-// load.
+// The library as a module: where it seems to lie, and what it carries. The one system module that
+// it may load.
 #include "platform/machine/modules.h"
 
 #include "platform/calls/resources.h"
@@ -7,9 +7,12 @@
 #include "platform/machine/power.h"
 #include "platform/system/kernel.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
 #include <filesystem>
+#include <map>
 #include <mutex>
 #include <strings.h>
 
@@ -19,8 +22,7 @@ namespace {
 struct Modules {
     std::mutex Lock;
     std::string Path;
-    HINSTANCE Attached = nullptr;
-    Resources Carried;
+    std::map<HINSTANCE, Resources> Attached;
     const char* SystemName = nullptr; // its handle is this place
     std::span<const ModuleExport> SystemExports;
 };
@@ -33,15 +35,6 @@ Modules& The() {
 using Lock = std::lock_guard<std::mutex>;
 
 HMODULE SystemHandle() { return reinterpret_cast<HMODULE>(&The().SystemName); }
-
-// The file that the given address was loaded from.
-std::string FileOf(const void* address) {
-    Dl_info module{};
-    if (!address || dladdr(address, &module) == 0 || !module.dli_fname) return {};
-    std::error_code failed;
-    const auto full = std::filesystem::canonical(module.dli_fname, failed);
-    return failed ? module.dli_fname : full.string();
-}
 
 // Cut to the buffer; the number of characters without the terminator.
 std::size_t GiveText(std::string_view text, LPSTR buffer, std::size_t size) {
@@ -59,20 +52,31 @@ void SetModulePath(const std::string& path) {
     The().Path = path;
 }
 
+std::string ModulePath() {
+    const Lock lock(The().Lock);
+    if (!The().Path.empty()) return The().Path;
+    const char* config = std::getenv("XDG_CONFIG_HOME");
+    const char* home = std::getenv("HOME");
+    const std::filesystem::path folder = config && *config == '/'
+                                             ? std::filesystem::path(config)
+                                             : std::filesystem::path(home ? home : "/") / ".config";
+    return folder / "zormidi" / "libzormidi.so";
+}
+
 void AttachModule(HINSTANCE module, const Resources& resources) {
     const Lock lock(The().Lock);
-    The().Attached = module;
-    The().Carried = resources;
+    The().Attached[module] = resources;
 }
 
 void DetachModule(HINSTANCE module) {
     const Lock lock(The().Lock);
-    if (The().Attached == module) The().Carried = {};
+    The().Attached.erase(module);
 }
 
 Resources ResourcesOf(HINSTANCE module) {
     const Lock lock(The().Lock);
-    return The().Attached == module ? The().Carried : Resources{};
+    const auto found = The().Attached.find(module);
+    return found == The().Attached.end() ? Resources{} : found->second;
 }
 
 void OfferModule(const char* name, std::span<const ModuleExport> exports) {
@@ -87,9 +91,8 @@ namespace zorsystem {
 
 using namespace machine;
 
-DWORD GetModuleFileNameA(HMODULE module, LPSTR path, DWORD size) {
-    const Lock lock(The().Lock);
-    const std::string file = The().Path.empty() ? FileOf(module) : The().Path;
+DWORD GetModuleFileNameA(HMODULE, LPSTR path, DWORD size) {
+    const std::string file = ModulePath();
     const std::size_t length = GiveText(file, path, size);
     return length == file.size() ? static_cast<DWORD>(length) : size; // size itself tells of a cut
 }

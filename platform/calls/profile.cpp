@@ -56,6 +56,7 @@ bool IsReadOnly(const fs::path& place, const fs::file_status& status) {
 bool ReplaceProfile(const fs::path& place, const std::string& bytes) {
     std::error_code failed;
     const fs::path folder = fs::absolute(place).parent_path();
+    fs::create_directories(folder, failed); // that it cannot be made shows below
     const fs::file_status old = fs::status(place, failed);
     if (IsReadOnly(folder, fs::status(folder, failed)) ||
         (fs::exists(old) && (!fs::is_regular_file(old) || IsReadOnly(place, old))))

@@ -1,4 +1,4 @@
-// The module's resources: its strings and its dialogs, as tables.
+// Modules' resources: their strings and dialogs, as tables.
 #pragma once
 
 #include "platform/ui/template.h"
@@ -17,10 +17,9 @@ struct Resources {
     std::span<const ui::DialogTemplate> Dialogs;
 };
 
-// Called by the module as it is loaded, with its handle: the address of something in it, from which
-// GetModuleFileNameA finds its file. The tables stay the module's. Of two modules the later counts.
+// Called by a module as it is loaded, with its handle. The tables stay the module's.
 void AttachModule(HINSTANCE module, const Resources& resources);
-// Called by the module as it is unloaded.
+// Called as it is unloaded.
 void DetachModule(HINSTANCE module);
 
 // The resources of this module; empty tables if it is not attached.

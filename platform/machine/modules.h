@@ -9,8 +9,12 @@
 namespace machine {
 
 // The file that the library seems to be, so that its ini file lies in a folder of the caller's
-// choice. Empty: where the library really lies.
+// choice. Empty, as at load: one in the user's folder for settings, where every host finds
+// the same file: zormidi/ in $XDG_CONFIG_HOME if that is an absolute path, else in ~/.config. The
+// folder is made when something is stored.
 void SetModulePath(const std::string& path);
+// That answer.
+std::string ModulePath();
 
 struct ModuleExport {
     const char* Name;

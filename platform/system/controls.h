@@ -23,15 +23,12 @@ constexpr DWORD SS_BLACKFRAME = 7;
 constexpr DWORD SS_TYPEMASK = 0x1F;
 
 constexpr DWORD ES_AUTOHSCROLL = 0x80;
-constexpr WORD EN_SETFOCUS = 0x0100;
 constexpr WORD EN_KILLFOCUS = 0x0200;
 constexpr WORD EN_CHANGE = 0x0300;
-constexpr WORD EN_UPDATE = 0x0400;
 
 constexpr DWORD CBS_DROPDOWNLIST = 0x3;
 constexpr DWORD CBS_SORT = 0x100;
 constexpr UINT CB_ADDSTRING = 0x0143;
-constexpr UINT CB_GETCOUNT = 0x0146;
 constexpr UINT CB_GETCURSEL = 0x0147;
 constexpr UINT CB_GETLBTEXT = 0x0148;
 constexpr UINT CB_GETLBTEXTLEN = 0x0149;
@@ -42,8 +39,6 @@ constexpr UINT CB_GETITEMDATA = 0x0150;
 constexpr UINT CB_SETITEMDATA = 0x0151;
 constexpr LRESULT CB_ERR = -1;
 constexpr WORD CBN_SELCHANGE = 1;
-constexpr WORD CBN_SETFOCUS = 3;
-constexpr WORD CBN_KILLFOCUS = 4;
 
 // The trackbar, of class "msctls_trackbar32". It reports by WM_VSCROLL with its handle.
 constexpr DWORD TBS_AUTOTICKS = 0x1;
@@ -54,15 +49,8 @@ constexpr UINT TBM_SETPOS = 0x0405;      // second parameter the position; first
 constexpr UINT TBM_SETRANGEMIN = 0x0407; // as TBM_SETPOS
 constexpr UINT TBM_SETRANGEMAX = 0x0408; // as TBM_SETPOS
 constexpr UINT TBM_SETTICFREQ = 0x0414;
-constexpr UINT TBM_SETPAGESIZE = 0x0415;
-constexpr WORD TB_LINEUP = 0;
-constexpr WORD TB_LINEDOWN = 1;
-constexpr WORD TB_PAGEUP = 2;
-constexpr WORD TB_PAGEDOWN = 3;
+constexpr UINT TBM_SETPAGESIZE = 0x0415; // pages have no size here
 constexpr WORD TB_THUMBTRACK = 5;
-constexpr WORD TB_TOP = 6;
-constexpr WORD TB_BOTTOM = 7;
-constexpr WORD TB_ENDTRACK = 8;
 
 // The trackbar is always there; on the other system this call brings it in.
 PLATFORM_API void InitCommonControls();

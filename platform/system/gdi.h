@@ -23,7 +23,7 @@ constexpr int PS_NULL = 5;
 PLATFORM_API HPEN CreatePen(int style, int width, COLORREF colour);
 // Gives the object of that kind that was selected before.
 PLATFORM_API HGDIOBJ SelectObject(HDC dc, HGDIOBJ object);
-// Fails for an object that is selected into a DC.
+// Not while it is selected into a DC.
 PLATFORM_API BOOL DeleteObject(HGDIOBJ object);
 // Outline in the pen, inside in the brush. right and bottom lie outside; with PS_NULL there is no
 // outline, and one pixel less at the right and at the bottom.

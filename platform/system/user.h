@@ -56,24 +56,24 @@ PLATFORM_API INT_PTR DialogBoxParamA(HINSTANCE module, LPCSTR resource, HWND par
                                      DLGPROC procedure, LPARAM init);
 PLATFORM_API BOOL EndDialog(HWND dialog, INT_PTR result);
 
-// Only PostMessageA may be called on other threads than the dialog's.
-PLATFORM_API LRESULT SendMessageA(HWND window, UINT message, WPARAM first, LPARAM second);
+// Only PostMessageA may be called on other threads than the dialog's. It reaches dialogs and
+// windows of the host.
+PLATFORM_API LRESULT SendMessageA(HWND control, UINT message, WPARAM first, LPARAM second);
 PLATFORM_API LRESULT SendDlgItemMessageA(HWND dialog, int id, UINT message, WPARAM first,
                                          LPARAM second);
 PLATFORM_API BOOL PostMessageA(HWND window, UINT message, WPARAM first, LPARAM second);
 
 PLATFORM_API HWND GetDlgItem(HWND dialog, int id);
 PLATFORM_API int GetDlgCtrlID(HWND control);
-PLATFORM_API HWND GetParent(HWND window);
-constexpr UINT GW_HWNDNEXT = 2;
-constexpr UINT GW_CHILD = 5;
+PLATFORM_API HWND GetParent(HWND dialog);
+constexpr UINT GW_HWNDNEXT = 2; // of a control
+constexpr UINT GW_CHILD = 5;    // of a dialog
 PLATFORM_API HWND GetWindow(HWND window, UINT relation);
 
 PLATFORM_API BOOL SetDlgItemTextA(HWND dialog, int id, LPCSTR text);
-PLATFORM_API UINT GetDlgItemTextA(HWND dialog, int id, LPSTR buffer, int size);
 PLATFORM_API BOOL SetDlgItemInt(HWND dialog, int id, UINT value, BOOL isSigned);
-// Reads the number that the text begins with, after blanks; 0 with translated FALSE if there is
-// none or it is out of range.
+// Reads the number that the text begins with, after blanks; 0 if there is none or it is out of
+// range. translated must be null.
 PLATFORM_API UINT GetDlgItemInt(HWND dialog, int id, BOOL* translated, BOOL isSigned);
 PLATFORM_API BOOL CheckDlgButton(HWND dialog, int id, UINT check);
 PLATFORM_API UINT IsDlgButtonChecked(HWND dialog, int id);
@@ -81,26 +81,24 @@ PLATFORM_API UINT IsDlgButtonChecked(HWND dialog, int id);
 // In pixels of the screen; of the window itself with its top left corner at 0, 0.
 PLATFORM_API BOOL GetWindowRect(HWND window, RECT* place);
 PLATFORM_API BOOL GetClientRect(HWND window, RECT* area);
-PLATFORM_API BOOL MoveWindow(HWND window, int x, int y, int width, int height, BOOL repaint);
-// Whether it and its dialog are both shown.
-PLATFORM_API BOOL IsWindowVisible(HWND window);
+PLATFORM_API BOOL MoveWindow(HWND dialog, int x, int y, int width, int height, BOOL repaint);
+PLATFORM_API BOOL IsWindowVisible(HWND control);
 constexpr int SW_HIDE = 0;
 constexpr int SW_SHOWNORMAL = 1;
 constexpr int SW_SHOW = 5;
 // Gives whether it was shown before.
-PLATFORM_API BOOL ShowWindow(HWND window, int command);
+PLATFORM_API BOOL ShowWindow(HWND control, int command);
 // Gives whether it was disabled before.
-PLATFORM_API BOOL EnableWindow(HWND window, BOOL enable);
-PLATFORM_API BOOL IsWindowEnabled(HWND window);
+PLATFORM_API BOOL EnableWindow(HWND control, BOOL enable);
 
 // The dialog's user word.
 constexpr int DWLP_USER = 2 * static_cast<int>(sizeof(LONG_PTR));
-PLATFORM_API LONG_PTR SetWindowLongPtrA(HWND window, int index, LONG_PTR value);
-PLATFORM_API LONG_PTR GetWindowLongPtrA(HWND window, int index);
+PLATFORM_API LONG_PTR SetWindowLongPtrA(HWND dialog, int index, LONG_PTR value);
+PLATFORM_API LONG_PTR GetWindowLongPtrA(HWND dialog, int index);
 
-// Sends WM_TIMER to a dialog every so many milliseconds until KillTimer or its end. procedure must
-// be null.
-PLATFORM_API UINT_PTR SetTimer(HWND window, UINT_PTR id, UINT milliseconds, TIMERPROC procedure);
-PLATFORM_API BOOL KillTimer(HWND window, UINT_PTR id);
+// Sends WM_TIMER to a dialog every so many milliseconds until KillTimer or its end. A dialog has
+// one timer; procedure must be null.
+PLATFORM_API UINT_PTR SetTimer(HWND dialog, UINT_PTR id, UINT milliseconds, TIMERPROC procedure);
+PLATFORM_API BOOL KillTimer(HWND dialog, UINT_PTR id);
 
 } // namespace zorsystem

@@ -5,46 +5,50 @@
 #include "platform/ui/dialog.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstring>
 #include <strings.h>
 
 namespace ui {
 namespace {
 
-char Lower(char c) { return static_cast<char>(std::tolower(static_cast<unsigned char>(c))); }
-
-Kind ButtonKind(DWORD style) {
-    switch (style & BS_TYPEMASK) {
-    case BS_AUTOCHECKBOX:
-        return Kind::CheckBox;
-    case BS_AUTORADIOBUTTON:
-        return Kind::RadioButton;
-    case BS_GROUPBOX:
-        return Kind::GroupBox;
-    default:
-        return Kind::PushButton;
-    }
-}
+// What the window classes of templates are here, by the bits of the style that tell kinds apart.
+// The first that fits counts.
+struct Class {
+    const char* Name;
+    DWORD Mask, Style;
+    Kind What;
+    Align Side = Align::Left;
+};
+constexpr Class Classes[] = {
+    {"BUTTON", BS_TYPEMASK, BS_AUTOCHECKBOX, Kind::CheckBox},
+    {"BUTTON", BS_TYPEMASK, BS_AUTORADIOBUTTON, Kind::RadioButton},
+    {"BUTTON", BS_TYPEMASK, BS_GROUPBOX, Kind::GroupBox},
+    {"BUTTON", 0, 0, Kind::PushButton},
+    {"EDIT", 0, 0, Kind::Edit},
+    {"COMBOBOX", 0, 0, Kind::List},
+    {"msctls_trackbar32", 0, 0, Kind::Slider},
+    {"STATIC", SS_TYPEMASK, SS_BLACKFRAME, Kind::Frame},
+    {"STATIC", SS_TYPEMASK, SS_ICON, Kind::Icon},
+    {"STATIC", SS_TYPEMASK, SS_CENTER, Kind::Label, Align::Centre},
+    {"STATIC", SS_TYPEMASK, SS_RIGHT, Kind::Label, Align::Right},
+    {"STATIC", 0, 0, Kind::Label},
+};
 
 bool ValidEntry(const Control& list, WPARAM index) { return index < list.Items.size(); }
 
+bool SortsBefore(const Item& one, const Item& other) {
+    return strcasecmp(one.Text.c_str(), other.Text.c_str()) < 0;
+}
+
 LRESULT AddEntry(Control& list, const char* text) {
     const Item item{text, 0};
-    auto at = list.Items.end();
-    if (list.Style & CBS_SORT)
-        at = std::upper_bound(
-            list.Items.begin(), list.Items.end(), item,
-            [](const Item& one, const Item& other) { return SortsBefore(one.Text, other.Text); });
+    const auto at = list.Sorted
+                        ? std::upper_bound(list.Items.begin(), list.Items.end(), item, SortsBefore)
+                        : list.Items.end();
     const int index = static_cast<int>(at - list.Items.begin());
     list.Items.insert(at, item);
     if (list.Selection >= index) ++list.Selection;
     return index;
-}
-
-LRESULT SelectEntry(Control& list, WPARAM index) {
-    list.Selection = ValidEntry(list, index) ? static_cast<int>(index) : -1;
-    return list.Selection;
 }
 
 LRESULT CopyEntry(const Control& list, WPARAM index, char* buffer) {
@@ -58,12 +62,10 @@ LRESULT AnswerList(Control& list, UINT message, WPARAM first, LPARAM second) {
     switch (message) {
     case CB_ADDSTRING:
         return AddEntry(list, reinterpret_cast<const char*>(second));
-    case CB_GETCOUNT:
-        return static_cast<LRESULT>(list.Items.size());
     case CB_GETCURSEL:
         return list.Selection;
     case CB_SETCURSEL:
-        return SelectEntry(list, first);
+        return list.Selection = ValidEntry(list, first) ? static_cast<int>(first) : -1;
     case CB_GETLBTEXT:
         return CopyEntry(list, first, reinterpret_cast<char*>(second));
     case CB_GETLBTEXTLEN:
@@ -85,54 +87,46 @@ LRESULT AnswerList(Control& list, UINT message, WPARAM first, LPARAM second) {
     }
 }
 
-void KeepInRange(Control& slider) {
+LRESULT AnswerSlider(Control& slider, UINT message, WPARAM first, LPARAM second) {
+    const int value = static_cast<int>(second);
+    if (message == TBM_GETPOS) return slider.Position;
+    if (message == TBM_SETPOS) slider.Position = value;
+    if (message == TBM_SETRANGEMIN) slider.Minimum = value;
+    if (message == TBM_SETRANGEMAX) slider.Maximum = value;
+    if (message == TBM_SETTICFREQ) slider.TickEvery = std::max(static_cast<int>(first), 1);
     slider.Maximum = std::max(slider.Minimum, slider.Maximum);
     slider.Position = std::clamp(slider.Position, slider.Minimum, slider.Maximum);
-}
-
-LRESULT AnswerSlider(Control& slider, UINT message, WPARAM first, LPARAM second) {
-    switch (message) {
-    case TBM_GETPOS:
-        return slider.Position;
-    case TBM_SETPOS:
-        slider.Position = static_cast<int>(second);
-        break;
-    case TBM_SETRANGEMIN:
-        slider.Minimum = static_cast<int>(second);
-        break;
-    case TBM_SETRANGEMAX:
-        slider.Maximum = static_cast<int>(second);
-        break;
-    case TBM_SETTICFREQ:
-        slider.TickEvery = std::max(static_cast<int>(first), 1);
-        break;
-    case TBM_SETPAGESIZE: {
-        const int before = slider.PageSize;
-        slider.PageSize = static_cast<int>(second);
-        return before;
-    }
-    default:
-        return 0;
-    }
-    KeepInRange(slider);
     return 0;
 }
 
 } // namespace
 
-Kind KindOf(const ControlTemplate& control) {
-    if (strcasecmp(control.Class, "BUTTON") == 0) return ButtonKind(control.Style);
-    if (strcasecmp(control.Class, "EDIT") == 0) return Kind::Edit;
-    if (strcasecmp(control.Class, "COMBOBOX") == 0) return Kind::List;
-    if (strcasecmp(control.Class, "msctls_trackbar32") == 0) return Kind::Slider;
-    switch (control.Style & SS_TYPEMASK) {
-    case SS_BLACKFRAME:
-        return Kind::Frame;
-    case SS_ICON:
-        return Kind::Icon;
-    default:
-        return Kind::Label;
+Canvas::Canvas(int width, int height)
+    : Width(width), Height(height),
+      Pixels(static_cast<std::size_t>(width) * static_cast<std::size_t>(height), Untouched) {}
+
+void Canvas::Fill(int left, int top, int right, int bottom, COLORREF colour) {
+    left = std::max(left, 0);
+    right = std::min(right, Width);
+    for (int y = std::max(top, 0); y < std::min(bottom, Height); ++y) {
+        const auto row = Pixels.begin() + static_cast<std::ptrdiff_t>(y) * Width;
+        if (left < right) std::fill(row + left, row + right, colour & 0x00FFFFFF);
     }
+}
+
+Control FromTemplate(const ControlTemplate& form) {
+    const auto* found = std::ranges::find_if(Classes, [&](const Class& known) {
+        return strcasecmp(form.Class, known.Name) == 0 && (form.Style & known.Mask) == known.Style;
+    });
+    Control control;
+    control.Id = form.Id;
+    control.What = found->What;
+    control.Side = found->Side;
+    control.Default = control.Is(Kind::PushButton) && (form.Style & BS_DEFPUSHBUTTON) != 0;
+    control.Sorted = control.Is(Kind::List) && (form.Style & CBS_SORT) != 0;
+    control.Text = form.Text;
+    control.Visible = (form.Style & WS_VISIBLE) != 0;
+    return control;
 }
 
 bool Control::TakesFocus() const {
@@ -141,7 +135,7 @@ bool Control::TakesFocus() const {
 }
 
 bool Control::TabStop() const {
-    return TakesFocus() && Visible && Enabled && (Style & WS_TABSTOP) != 0;
+    return TakesFocus() && Visible && Enabled && (!Is(Kind::RadioButton) || Checked);
 }
 
 bool Control::Reachable() const {
@@ -149,27 +143,10 @@ bool Control::Reachable() const {
            Place.Left < Owner->Place.Width && Place.Top < Owner->Place.Height;
 }
 
-char Control::Mnemonic() const {
-    const std::size_t mark = Text.find('&');
-    return mark != std::string::npos && mark + 1 < Text.size() ? Lower(Text[mark + 1]) : '\0';
-}
-
 LRESULT Answer(Control& control, UINT message, WPARAM first, LPARAM second) {
-    switch (control.What) {
-    case Kind::List:
-        return AnswerList(control, message, first, second);
-    case Kind::Slider:
-        return AnswerSlider(control, message, first, second);
-    default:
-        return 0;
-    }
-}
-
-bool SortsBefore(const std::string& one, const std::string& other) {
-    return std::lexicographical_compare(
-        one.begin(), one.end(), other.begin(), other.end(), [](char a, char b) {
-            return static_cast<unsigned char>(Lower(a)) < static_cast<unsigned char>(Lower(b));
-        });
+    if (control.Is(Kind::List)) return AnswerList(control, message, first, second);
+    if (control.Is(Kind::Slider)) return AnswerSlider(control, message, first, second);
+    return 0;
 }
 
 int FindEntry(const Control& list, int start, const std::string& text) {

@@ -2,8 +2,7 @@
 
 #include "platform/machine/clock.h"
 #include "platform/system/controls.h"
-#include "platform/ui/handles.h"
-#include "platform/virtual/boxes.h"
+#include "platform/ui/windows.h"
 
 #include <algorithm>
 #include <utility>
@@ -13,52 +12,35 @@ namespace {
 
 constexpr int ListHeight = 12; // of a closed list, dialog units: that of a field beside it
 
-int Scale(int units, int base, int per) { return (units * base + per / 2) / per; }
+// From dialog units.
+Box Pixels(const Metrics& metrics, int x, int y, int width, int height) {
+    const auto across = [&](int units) { return (units * metrics.BaseX + 2) / 4; };
+    const auto down = [&](int units) { return (units * metrics.BaseY + 4) / 8; };
+    return {across(x), down(y), across(width), down(height)};
+}
 
-// The group of a control reaches from the last WS_GROUP before it up to the next one.
-std::pair<std::size_t, std::size_t> GroupOf(const Dialog& dialog, const Control& control) {
-    const auto& all = dialog.Controls;
-    std::size_t at = 0;
-    while (at < all.size() && all[at].get() != &control) ++at;
-    std::size_t first = at, last = at + 1;
-    while (first > 0 && !(all[first]->Style & WS_GROUP)) --first;
-    while (last < all.size() && !(all[last]->Style & WS_GROUP)) ++last;
-    return {first, last};
+auto Named(const Control& control) {
+    return [&control](const auto& other) { return other.get() == &control; };
 }
 
 } // namespace
 
 Dialog::Dialog(const DialogTemplate& form, const Metrics& metrics, HWND parent, DLGPROC procedure)
-    : Handle(NewHandle({this, nullptr})), Parent(parent), Resource(form.Id), Title(form.Caption),
-      Look(metrics), Procedure(procedure) {
-    Place = Pixels(form.X, form.Y, form.Width, form.Height);
-    Controls.reserve(form.Controls.size());
-    for (const ControlTemplate& control : form.Controls) AddControl(control);
+    : Handle(NewWindow({.Owner = this})), Parent(parent), Resource(form.Id), Title(form.Caption),
+      Place(Pixels(metrics, form.X, form.Y, form.Width, form.Height)), Procedure(procedure) {
+    for (const ControlTemplate& part : form.Controls) {
+        Control& control = *Controls.emplace_back(std::make_unique<Control>(FromTemplate(part)));
+        control.Owner = this;
+        control.Handle = NewWindow({this, &control, nullptr});
+        // The template tells how far a list drops down.
+        const int height = control.Is(Kind::List) ? ListHeight : part.Height;
+        control.Place = Pixels(metrics, part.X, part.Y, part.Width, height);
+    }
 }
 
 Dialog::~Dialog() {
-    for (const auto& control : Controls) DropHandle(control->Handle);
-    DropHandle(Handle);
-}
-
-Box Dialog::Pixels(int x, int y, int width, int height) const {
-    return {Scale(x, Look.BaseX, 4), Scale(y, Look.BaseY, 8), Scale(width, Look.BaseX, 4),
-            Scale(height, Look.BaseY, 8)};
-}
-
-void Dialog::AddControl(const ControlTemplate& form) {
-    auto control = std::make_unique<Control>();
-    control->Owner = this;
-    control->Handle = NewHandle({this, control.get()});
-    control->Id = form.Id;
-    control->What = KindOf(form);
-    control->Style = form.Style;
-    control->Visible = (form.Style & WS_VISIBLE) != 0;
-    control->Place = Pixels(form.X, form.Y, form.Width, form.Height);
-    control->Text = form.Text;
-    // The template tells how far a list drops down.
-    if (control->Is(Kind::List)) control->Place.Height = Scale(ListHeight, Look.BaseY, 8);
-    Controls.push_back(std::move(control));
+    for (const auto& control : Controls) DropWindow(control->Handle);
+    DropWindow(Handle);
 }
 
 void Dialog::Start(LPARAM init) {
@@ -66,8 +48,6 @@ void Dialog::Start(LPARAM init) {
     Control* wished = first == Controls.end() ? nullptr : first->get();
     const INT_PTR takeIt =
         Send(WM_INITDIALOG, reinterpret_cast<WPARAM>(wished ? wished->Handle : nullptr), init);
-    if (Ended) return;
-    Visible = true;
     if (takeIt && wished && wished->TabStop()) MoveFocus(wished);
 }
 
@@ -77,11 +57,13 @@ void Dialog::End(INT_PTR result) {
     MoveFocus(nullptr);
     Result = result;
     Ended = true;
-    Visible = false;
 }
 
 INT_PTR Dialog::Send(UINT message, WPARAM first, LPARAM second) {
-    return Procedure(Handle, message, first, second);
+    if (Procedure(Handle, message, first, second)) return 1;
+    // What a dialog does by itself when it is closed.
+    if (message == WM_CLOSE) Close();
+    return 0;
 }
 
 void Dialog::Notify(Control& control, WORD code) {
@@ -90,86 +72,82 @@ void Dialog::Notify(Control& control, WORD code) {
 }
 
 Control* Dialog::Find(int id) const {
-    for (const auto& control : Controls)
-        if (control->Id == id) return control.get();
-    return nullptr;
+    const auto at = std::ranges::find_if(Controls, [id](const auto& c) { return c->Id == id; });
+    return at == Controls.end() ? nullptr : at->get();
 }
 
 Control* Dialog::After(const Control& control) const {
-    const auto at =
-        std::ranges::find_if(Controls, [&](const auto& c) { return c.get() == &control; });
+    const auto at = std::ranges::find_if(Controls, Named(control));
     return at == Controls.end() || at + 1 == Controls.end() ? nullptr : (at + 1)->get();
-}
-
-void Dialog::NotifyFocus(Control& control, bool got) {
-    if (control.Is(Kind::Edit)) Notify(control, got ? EN_SETFOCUS : EN_KILLFOCUS);
-    if (control.Is(Kind::List)) Notify(control, got ? CBN_SETFOCUS : CBN_KILLFOCUS);
 }
 
 void Dialog::MoveFocus(Control* control) {
     if (Ended || control == Focus) return;
     Control* before = std::exchange(Focus, control);
-    machine::SetFocusWindow(control ? control->Handle : nullptr);
-    if (before) NotifyFocus(*before, false);
-    if (control && Focus == control) NotifyFocus(*control, true);
+    if (before && before->Is(Kind::Edit)) Notify(*before, EN_KILLFOCUS);
 }
 
-Control* Dialog::NextInGroup(Control& control, int step) const {
-    const auto [first, last] = GroupOf(*this, control);
-    const std::size_t size = last - first;
-    std::size_t at = first;
-    while (Controls[at].get() != &control) ++at;
-    for (std::size_t tried = 1; tried < size; ++tried) {
-        const std::size_t move = step > 0 ? tried : size - tried;
-        Control& next = *Controls[first + (at - first + move) % size];
-        if (next.TakesFocus() && next.Visible && next.Enabled) return &next;
-    }
-    return nullptr;
+// Its neighbours of the same kind are its group.
+void Dialog::CheckRadio(Control& radio) {
+    const auto other = [](const auto& control) { return !control->Is(Kind::RadioButton); };
+    const auto at = std::ranges::find_if(Controls, Named(radio));
+    const auto first = std::find_if(std::make_reverse_iterator(at), Controls.rend(), other).base();
+    for (auto button = first; button != std::find_if(at, Controls.end(), other); ++button)
+        (*button)->Checked = button == at;
 }
 
-void Dialog::StartTimer(UINT_PTR id, UINT milliseconds) {
-    StopTimer(id);
-    const std::uint64_t period = std::uint64_t{std::max(milliseconds, 10u)} * 1000;
-    Timers.push_back({id, period, machine::Microseconds() + period});
+void Dialog::Click(Control& button) {
+    if (Ended || !button.Reachable()) return;
+    MoveFocus(&button);
+    if (Ended) return;
+    if (button.Is(Kind::CheckBox)) button.Checked = !button.Checked;
+    if (button.Is(Kind::RadioButton)) CheckRadio(button);
+    Notify(button, BN_CLICKED);
 }
 
-bool Dialog::StopTimer(UINT_PTR id) {
-    return std::erase_if(Timers, [id](const Timer& timer) { return timer.Id == id; }) > 0;
+void Dialog::PressEnter() {
+    const auto at = std::ranges::find_if(Controls, [](const auto& c) { return c->Default; });
+    if (!Ended && at != Controls.end() && (*at)->Enabled) Notify(**at, BN_CLICKED);
 }
 
-std::uint64_t Dialog::NextTimer() const {
-    std::uint64_t next = ~std::uint64_t{0};
-    for (const Timer& timer : Timers) next = std::min(next, timer.Due);
-    return next;
+void Dialog::Type(Control& edit, const std::string& text) {
+    if (Ended || !edit.Reachable() || edit.Text == text) return;
+    edit.Text = text;
+    Notify(edit, EN_CHANGE);
 }
 
-// A timer that has been due more than once is told once. The procedure may stop any timer.
-void Dialog::RunTimers() {
+void Dialog::Choose(Control& list, int index) {
+    const int count = static_cast<int>(list.Items.size());
+    if (Ended || !list.Reachable() || index < 0 || index >= count || index == list.Selection)
+        return;
+    list.Selection = index;
+    Notify(list, CBN_SELCHANGE);
+}
+
+void Dialog::Slide(Control& slider, int position) {
+    if (Ended || !slider.Reachable()) return;
+    slider.Position = std::clamp(position, slider.Minimum, slider.Maximum);
+    Send(WM_VSCROLL, MAKEWPARAM(TB_THUMBTRACK, static_cast<WORD>(slider.Position)),
+         reinterpret_cast<LPARAM>(slider.Handle));
+}
+
+void Dialog::Close() {
+    if (!Ended) Send(WM_COMMAND, IDCANCEL, 0);
+}
+
+void Dialog::SetTimer(UINT_PTR id, UINT milliseconds) {
+    TimerId = id;
+    TimerPeriod = std::uint64_t{std::max(milliseconds, 10u)} * 1000;
+    TimerDue = milliseconds ? machine::Microseconds() + TimerPeriod : ~std::uint64_t{0};
+}
+
+// A timer that has been due more than once is told once.
+void Dialog::Pump() {
+    DispatchPosted();
     const std::uint64_t now = machine::Microseconds();
-    std::vector<UINT_PTR> due;
-    for (Timer& timer : Timers) {
-        if (timer.Due > now) continue;
-        timer.Due = std::max(timer.Due + timer.Period, now + 1);
-        due.push_back(timer.Id);
-    }
-    for (const UINT_PTR id : due) {
-        const bool running =
-            std::ranges::any_of(Timers, [id](const Timer& timer) { return timer.Id == id; });
-        if (running && !Ended) Send(WM_TIMER, id, 0);
-    }
-}
-
-void CheckRadio(Control& radio) {
-    const auto [first, last] = GroupOf(*radio.Owner, radio);
-    for (std::size_t i = first; i < last; ++i) {
-        Control& other = *radio.Owner->Controls[i];
-        if (!other.Is(Kind::RadioButton)) continue;
-        other.Checked = &other == &radio;
-        if (other.Checked)
-            other.Style |= WS_TABSTOP;
-        else
-            other.Style &= ~WS_TABSTOP;
-    }
+    if (Ended || TimerDue > now) return;
+    TimerDue = std::max(TimerDue + TimerPeriod, now + 1);
+    Send(WM_TIMER, TimerId, 0);
 }
 
 } // namespace ui

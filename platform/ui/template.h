@@ -17,13 +17,13 @@ struct ControlTemplate {
 };
 
 struct DialogTemplate {
-    int Id;
-    const char* Caption;
-    DWORD Style;
-    int X, Y, Width, Height;
-    int Points; // of the font
-    const char* Font;
-    std::span<const ControlTemplate> Controls; // in the order of the Tab key
+    int Id = 0;
+    const char* Caption = "";
+    DWORD Style = 0;
+    int X = 0, Y = 0, Width = 0, Height = 0;
+    int Points = 0; // of the font
+    const char* Font = "";
+    std::span<const ControlTemplate> Controls{}; // in the order of the Tab key
 };
 
 } // namespace ui

@@ -1,6 +1,7 @@
 // Devices that come, go and change their numbers.
 #include "mme/setup_dialog.h"
 #include "mme_test.h"
+#include "tests/support/dialog_user.h"
 
 namespace {
 
@@ -81,7 +82,7 @@ TEST_F(MmeTest, ACutNameIsKnownAgainAfterTheDialogHasStoredIt) {
     Plug({"A", CutAtBlank, "A name of more than thirty-one, or so"});
     Load();
     for (const bool choose : {true, false}) {
-        machine::ScriptDialogs([&](machine::DialogUser& user) {
+        ScriptDialogs([&](DialogUser& user) {
             for (const int list : {midisetup::InDevice, midisetup::OutDevice}) {
                 if (choose) user.Select(list, AsCut);
                 EXPECT_EQ(user.Text(list), AsCut);
@@ -89,7 +90,7 @@ TEST_F(MmeTest, ACutNameIsKnownAgainAfterTheDialogHasStoredIt) {
             user.Click(IDOK);
         });
         ZorConfigMIDIDriver(nullptr, MMERow);
-        machine::ScriptDialogs(nullptr);
+        ScriptDialogs(nullptr);
         ASSERT_EQ(MIDISysInit(1), -1);
         EXPECT_EQ(InPorts[0].DeviceID, 1);
         EXPECT_EQ(OutPorts[0].DeviceID, 1);

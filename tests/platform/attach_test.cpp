@@ -1,4 +1,4 @@
-// The shared library as a host meets it: loaded at run time from a folder that holds its settings.
+// The shared library as a host meets it: loaded at run time, with the user's settings.
 #include "tests/platform/machine_test.h"
 
 #include <dlfcn.h>
@@ -31,9 +31,10 @@ private:
 
 TEST_F(MachineTest, ALoadedLibraryHasItsStringsAndItsFolder) {
     const fs::path folder = fs::path(testing::TempDir()) / ("attach-" + std::to_string(getpid()));
-    fs::create_directory(folder);
+    fs::create_directories(folder / "zormidi");
+    setenv("XDG_CONFIG_HOME", folder.c_str(), 1);
     fs::copy_file(ZORMIDI_LIBRARY, folder / "libzormidi.so");
-    std::ofstream(folder / "ZORMIDI.INI") << "[ZORMIDI]\nMMESpeed=9\n";
+    std::ofstream(folder / "zormidi" / "ZORMIDI.INI") << "[ZORMIDI]\nMMESpeed=9\n";
 
     for (const bool again : {false, true}) { // unloaded in between
         const Library library(folder / "libzormidi.so");

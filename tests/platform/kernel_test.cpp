@@ -31,11 +31,13 @@ TEST_F(Kernel, GlobalMemory) {
 
 TEST_F(Kernel, AModuleKnowsWhereItLies) {
     char path[MAX_PATH], drive[_MAX_DRIVE], directory[_MAX_DIR];
-    // Something that lies in the stand-in's own library.
-    const auto there = reinterpret_cast<HMODULE>(&midiInGetNumDevs);
-    GetModuleFileNameA(there, path, MAX_PATH);
-    EXPECT_NE(std::string(path).find("/libzorplatform.so"), std::string::npos) << path;
-
+    const HMODULE there = nullptr;
+    for (const char* config : {"/etc/x", "relative"}) {
+        setenv("XDG_CONFIG_HOME", config, 1);
+        setenv("HOME", "/home/me", 1);
+        const std::string folder = *config == '/' ? config : "/home/me/.config";
+        EXPECT_EQ(machine::ModulePath(), folder + "/zormidi/libzormidi.so");
+    }
     machine::SetModulePath("/some/where.d/zormidi.so");
     EXPECT_EQ(GetModuleFileNameA(there, path, MAX_PATH), 24u);
     _splitpath(path, drive, directory, nullptr, nullptr);

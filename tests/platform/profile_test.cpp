@@ -141,7 +141,11 @@ TEST_F(Profile, WhatOthersWriteIsSeen) {
     }
     fs::remove(Path);
     EXPECT_EQ(Read("S", "k"), "?");
-    EXPECT_FALSE(WritePrivateProfileStringA("S", "k", "v", (Folder / "none" / "x.ini").c_str()));
+    // Below a file no folder can be made, elsewhere it is.
+    Put("");
+    EXPECT_FALSE(WritePrivateProfileStringA("S", "k", "v", (Path / "x.ini").c_str()));
+    EXPECT_TRUE(
+        WritePrivateProfileStringA("S", "k", "v", (Folder / "new" / "er" / "x.ini").c_str()));
 }
 
 TEST_F(Profile, AFileInSmallLettersStandsIn) {

@@ -6,6 +6,7 @@
 #include "mme/setup_dialog.h"
 #include "platform/machine.h"
 #include "platform/platform.h"
+#include "tests/support/dialog_user.h"
 
 #include <filesystem>
 #include <fstream>
@@ -71,11 +72,11 @@ protected:
     }
 
     // Shows the dialog of a driver row to a user who does this.
-    void Show(int row, machine::DialogScript user) {
+    void Show(int row, DialogScript user) {
         if (!Up) Up = MIDISysInit(0) == -1;
         ASSERT_TRUE(Up);
         int shown = 0;
-        machine::ScriptDialogs([&](machine::DialogUser& at) {
+        ScriptDialogs([&](DialogUser& at) {
             ++shown;
             user(at);
         });
@@ -85,7 +86,7 @@ protected:
 
     std::filesystem::path IniFile() const { return Folder / "ZORMIDI.INI"; }
     std::filesystem::path Folder;
-    HWND Parent = nullptr;
+    void* Parent = nullptr;
     std::vector<Heard> HostHeard;
     bool Up = false;
 };

@@ -45,7 +45,7 @@ int main(int count, char** arguments) {
     AddDevices();
     AddMicrophones();
     if (MIDISysInit(0) != -1) return 1;
-    const HWND parent =
+    void* const parent =
         machine::CreateHostWindow([](unsigned message, std::uintptr_t, std::intptr_t dialog) {
             const auto number = GetWindowLongPtrA(reinterpret_cast<HWND>(dialog), DWLP_USER);
             std::printf("message %u from dialog %d\n", message, static_cast<int>(number));

@@ -1,0 +1,84 @@
+// Drawing into controls. A handle is the object itself.
+#include "platform/machine/fault_point.h"
+#include "platform/system/gdi.h"
+#include "platform/ui/control.h"
+#include "platform/ui/windows.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace zorsystem {
+
+namespace {
+
+struct Object {
+    enum { Brush, Pen } What;
+    int Style; // of a pen
+    COLORREF Colour;
+};
+
+// What every context begins with.
+Object whiteBrush{Object::Brush, 0, 0x00FFFFFF};
+Object blackPen{Object::Pen, PS_SOLID, 0};
+
+struct Context {
+    ui::Canvas& Picture;
+    Object* Brush = &whiteBrush;
+    Object* Pen = &blackPen;
+};
+
+Context& Of(HDC dc) { return *reinterpret_cast<Context*>(dc); }
+
+template <typename Handle>
+Handle New(Object object) {
+    return reinterpret_cast<Handle>(new Object(object));
+}
+
+} // namespace
+
+DWORD GetSysColor(int index) { return index == COLOR_BTNFACE ? ui::FaceColour : 0; }
+
+HDC GetDC(HWND window) {
+    if (const auto failure = machine::OrderedFailure(machine::Call::GetDC))
+        return reinterpret_cast<HDC>(*failure);
+    ui::Control* control = ui::Resolve(window).Item;
+    if (!control) return nullptr;
+    ui::Canvas& picture = control->Picture;
+    if (picture.Width == 0) picture = ui::Canvas(control->Place.Width, control->Place.Height);
+    return reinterpret_cast<HDC>(new Context{picture});
+}
+
+int ReleaseDC(HWND, HDC dc) {
+    delete &Of(dc);
+    return 1;
+}
+
+HBRUSH CreateSolidBrush(COLORREF colour) { return New<HBRUSH>({Object::Brush, 0, colour}); }
+HPEN CreatePen(int style, int, COLORREF colour) { return New<HPEN>({Object::Pen, style, colour}); }
+
+HGDIOBJ SelectObject(HDC dc, HGDIOBJ handle) {
+    auto* object = static_cast<Object*>(handle);
+    return std::exchange(object->What == Object::Brush ? Of(dc).Brush : Of(dc).Pen, object);
+}
+
+BOOL DeleteObject(HGDIOBJ handle) {
+    delete static_cast<Object*>(handle);
+    return TRUE;
+}
+
+BOOL Rectangle(HDC dc, int left, int top, int right, int bottom) {
+    const Context& context = Of(dc);
+    if (left > right) std::swap(left, right);
+    if (top > bottom) std::swap(top, bottom);
+    if (left == right || top == bottom) return TRUE;
+    const COLORREF inside = context.Brush->Colour;
+    if (context.Pen->Style == PS_NULL) {
+        context.Picture.Fill(left, top, right - 1, bottom - 1, inside);
+        return TRUE;
+    }
+    context.Picture.Fill(left, top, right, bottom, context.Pen->Colour);
+    context.Picture.Fill(left + 1, top + 1, right - 1, bottom - 1, inside);
+    return TRUE;
+}
+
+} // namespace zorsystem

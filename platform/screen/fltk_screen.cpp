@@ -1,0 +1,90 @@
+// The screen of this system's displays.
+#include "platform/device/screen.h"
+#include "platform/machine/clock.h"
+#include "platform/screen/look.h"
+#include "platform/screen/window.h"
+
+#include <FL/Fl.H>
+#include <FL/fl_draw.H>
+#include <FL/x.H>
+#include <cstdlib>
+
+namespace ui {
+namespace {
+
+constexpr int DialogPoints = 8;
+constexpr double Forever = 1e20;
+
+// The toolkit is the dialog's thread's for as long as it shows one.
+class Locked {
+public:
+    Locked() { Fl::lock(); }
+    ~Locked() { Fl::unlock(); }
+    Locked(const Locked&) = delete;
+    Locked& operator=(const Locked&) = delete;
+};
+
+double UntilTimer(const Dialog& dialog) {
+    const std::uint64_t next = dialog.NextTimer(), now = machine::Microseconds();
+    if (next == ~std::uint64_t{0}) return Forever;
+    return next > now ? static_cast<double>(next - now) / 1e6 : 0;
+}
+
+class DisplayScreen : public machine::Screen {
+public:
+    DisplayScreen() {
+        const Locked once; // from now on Wake reaches a waiting thread
+    }
+    Metrics Measure() override { return look::Measure(DialogPoints); }
+
+    void MeasureText(const char* text, int& width, int& height) override {
+        look::UseFont();
+        fl_measure(text, width, height, 0);
+    }
+
+    void Run(Dialog& dialog) override {
+        const Locked locked;
+        Fl_Group::current(nullptr);
+        DialogWindow window(dialog);
+        window.Sync();
+        window.show();
+        while (!dialog.Ended) {
+            dialog.Pump();
+            window.Sync();
+            if (!dialog.Ended) Fl::wait(UntilTimer(dialog));
+        }
+        window.hide();
+        Fl::flush();
+    }
+
+    void Wake() override { Fl::awake(); }
+
+    // The programs that people have for this, the likeliest first.
+    bool OpenVolume(bool recording) override {
+        const std::string programs = recording
+                                         ? "pavucontrol --tab=4 || gnome-control-center sound || "
+                                           "x-terminal-emulator -e alsamixer -V capture"
+                                         : "pavucontrol --tab=3 || gnome-control-center sound || "
+                                           "x-terminal-emulator -e alsamixer";
+        return std::system(("{ " + programs + "; } >/dev/null 2>&1 &").c_str()) == 0;
+    }
+};
+
+} // namespace
+} // namespace ui
+
+extern "C" __attribute__((visibility("default"))) machine::Screen*
+OpenZorScreen(std::string* reason) {
+    // The toolkit ends the process where there is no display: looked for first, by its own call.
+    Display* display = XOpenDisplay(nullptr);
+    if (!display) {
+        const char* name = std::getenv("DISPLAY");
+        *reason = name && *name ? std::string("No display answers at \"") + name + "\"."
+                                : std::string("There is no display: DISPLAY is not set.");
+        return nullptr;
+    }
+    XCloseDisplay(display);
+    fl_open_display();
+    static ui::DisplayScreen screen;
+    return &screen;
+}

@@ -1,0 +1,165 @@
+#include "platform/screen/look.h"
+
+#include <FL/Fl.H>
+#include <FL/fl_draw.H>
+#include <FL/x.H>
+#include <X11/Xresource.h>
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+
+namespace ui::look {
+namespace {
+
+constexpr Fl_Font DialogFont = FL_HELVETICA; // the display's own sans serif
+constexpr double OrdinaryDpi = 96;
+
+int fontPixels = 11;
+double scale = 1;
+
+// What the user's desktop says, else what the display says if it is a fine one: many displays tell
+// a resolution that nobody ever looked at.
+double DisplayDpi() {
+    if (const char* told = XGetDefault(fl_display, "Xft", "dpi"))
+        if (const double dpi = std::atof(told); dpi >= 48 && dpi <= 960) return dpi;
+    float across = 0, down = 0;
+    Fl::screen_dpi(across, down);
+    return down >= 140 ? std::round(static_cast<double>(down) / OrdinaryDpi * 2) / 2 * OrdinaryDpi
+                       : OrdinaryDpi;
+}
+
+Fl_Align FlAlign(Align align, bool lines) {
+    Fl_Align how = lines ? FL_ALIGN_TOP | FL_ALIGN_WRAP : FL_ALIGN_CENTER;
+    if (align == Align::Left) how |= FL_ALIGN_LEFT;
+    if (align == Align::Right) how |= FL_ALIGN_RIGHT;
+    return how | FL_ALIGN_INSIDE;
+}
+
+} // namespace
+
+Fl_Color ColourOf(Rgb colour) {
+    return fl_rgb_color(static_cast<uchar>(colour >> 16), static_cast<uchar>(colour >> 8),
+                        static_cast<uchar>(colour));
+}
+
+Metrics Measure(int points) {
+    const double dpi = DisplayDpi();
+    scale = dpi / OrdinaryDpi;
+    fontPixels = static_cast<int>(std::lround(points * dpi / 72));
+    UseFont();
+    const double letters = fl_width("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz");
+    Metrics metrics;
+    metrics.BaseX = static_cast<int>((std::lround(letters) / 26 + 1) / 2);
+    metrics.BaseY = LineHeight();
+    return metrics;
+}
+
+void UseFont() { fl_font(DialogFont, fontPixels); }
+int FontPixels() { return fontPixels; }
+
+int LineHeight() {
+    UseFont();
+    return fl_height();
+}
+
+int Line() { return std::max(1, static_cast<int>(scale + 0.25)); }
+int Scaled(int pixels) { return static_cast<int>(std::lround(pixels * scale)); }
+
+void DrawLabel(const std::string& text, const Box& box, Align align, bool lines, Rgb ink) {
+    UseFont();
+    fl_color(ColourOf(ink));
+    const int before = fl_draw_shortcut;
+    fl_draw_shortcut = 1;
+    fl_draw(text.c_str(), box.Left, box.Top, box.Width, box.Height, FlAlign(align, lines), nullptr,
+            0);
+    fl_draw_shortcut = static_cast<char>(before);
+}
+
+int LabelWidth(const std::string& text) {
+    UseFont();
+    std::string plain = text;
+    if (const std::size_t mark = plain.find('&'); mark != std::string::npos) plain.erase(mark, 1);
+    return static_cast<int>(std::ceil(fl_width(plain.c_str())));
+}
+
+void DrawPlain(const std::string& text, const Box& box, Rgb ink) {
+    UseFont();
+    fl_color(ColourOf(ink));
+    fl_push_clip(box.Left, box.Top, box.Width, box.Height);
+    const int baseline = box.Top + (box.Height - fl_height()) / 2 + fl_height() - fl_descent();
+    fl_draw(text.c_str(), box.Left, baseline);
+    fl_pop_clip();
+}
+
+void FillBox(const Box& box, Rgb colour) {
+    fl_color(ColourOf(colour));
+    fl_rectf(box.Left, box.Top, box.Width, box.Height);
+}
+
+Picture::Picture(int width, int height)
+    : Width(std::max(width, 1)), Height(std::max(height, 1)),
+      Bytes(static_cast<std::size_t>(Width) * static_cast<std::size_t>(Height) * 3) {
+    Fill(0, 0, Width, Height, Ground);
+}
+
+void Picture::Fill(int left, int top, int width, int height, Rgb colour) {
+    for (int y = std::max(top, 0); y < std::min(top + height, Height); ++y)
+        for (int x = std::max(left, 0); x < std::min(left + width, Width); ++x)
+            for (int part = 0; part < 3; ++part)
+                Bytes[static_cast<std::size_t>(y * Width + x) * 3 +
+                      static_cast<std::size_t>(part)] =
+                    static_cast<std::uint8_t>(colour >> (16 - 8 * part));
+}
+
+// Blends the colour in by how far each pixel's middle lies inside; distance is negative there.
+template <typename Distance>
+void Picture::Cover(Rgb colour, Distance distance) {
+    for (int y = 0; y < Height; ++y)
+        for (int x = 0; x < Width; ++x) {
+            const double share = std::clamp(0.5 - distance(x + 0.5, y + 0.5), 0.0, 1.0);
+            if (share <= 0) continue;
+            std::uint8_t* pixel = &Bytes[static_cast<std::size_t>(y * Width + x) * 3];
+            for (int part = 0; part < 3; ++part) {
+                const double wanted = colour >> (16 - 8 * part) & 0xFF;
+                pixel[part] = static_cast<std::uint8_t>(
+                    std::lround(pixel[part] + share * (wanted - pixel[part])));
+            }
+        }
+}
+
+void Picture::RoundBox(double left, double top, double width, double height, double radius,
+                       Rgb colour) {
+    const double midX = left + width / 2, midY = top + height / 2;
+    Cover(colour, [=](double x, double y) {
+        const double outX = std::abs(x - midX) - width / 2 + radius;
+        const double outY = std::abs(y - midY) - height / 2 + radius;
+        return std::hypot(std::max(outX, 0.0), std::max(outY, 0.0)) +
+               std::min(std::max(outX, outY), 0.0) - radius;
+    });
+}
+
+void Picture::Framed(double left, double top, double width, double height, double radius, Rgb fill,
+                     Rgb border, double line) {
+    RoundBox(left, top, width, height, radius, border);
+    RoundBox(left + line, top + line, width - 2 * line, height - 2 * line,
+             std::max(radius - line, 0.0), fill);
+}
+
+void Picture::Panel(bool focused, Rgb fill, Rgb border) {
+    const double line = Line();
+    if (focused) RoundBox(0, 0, Width, Height, (Radius + 1) * line, Halo);
+    Framed(line, line, Width - 2 * line, Height - 2 * line, Radius * line, fill, border, line);
+}
+
+void Picture::Stroke(double x1, double y1, double x2, double y2, double width, Rgb colour) {
+    const double dx = x2 - x1, dy = y2 - y1, square = std::max(dx * dx + dy * dy, 1e-9);
+    Cover(colour, [=](double x, double y) {
+        const double along = std::clamp(((x - x1) * dx + (y - y1) * dy) / square, 0.0, 1.0);
+        return std::hypot(x - x1 - along * dx, y - y1 - along * dy) - width / 2;
+    });
+}
+
+void Picture::Draw(int x, int y) const { fl_draw_image(Bytes.data(), x, y, Width, Height, 3); }
+
+} // namespace ui::look

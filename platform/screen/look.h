@@ -1,0 +1,76 @@
+// How everything on the screen looks: one font, a few colours, smooth shapes.
+#pragma once
+
+#include "platform/ui/dialog.h"
+
+#include <FL/Enumerations.H>
+#include <cstdint>
+#include <vector>
+
+namespace ui::look {
+
+using Rgb = std::uint32_t; // 0xRRGGBB
+
+constexpr Rgb Ground = FaceColour; // a grey: the same in either order of its bytes
+constexpr Rgb Paper = 0xFFFFFF;
+constexpr Rgb Border = 0x8C9196;
+constexpr Rgb Groove = 0xC4C8CC;
+constexpr Rgb Ink = 0x1B1D1F;
+constexpr Rgb Dim = 0x9A9FA4; // of what is disabled
+constexpr Rgb Accent = 0x2668B0;
+constexpr Rgb Halo = 0xA9C6E8; // round what has the focus
+constexpr Rgb ButtonTop = 0xFDFDFD;
+constexpr Rgb ButtonPressed = 0xD8DDE3;
+constexpr Rgb ButtonHover = 0xE9F1FA;
+constexpr double Radius = 3; // of corners, in lines
+
+Fl_Color ColourOf(Rgb colour); // as the toolkit has it
+
+// Chooses the font's size for the display, and measures it. points: of the template's font.
+Metrics Measure(int points);
+
+// Selects the dialog font for drawing and measuring text.
+void UseFont();
+int FontPixels();
+int LineHeight();
+// Width of lines on this display in pixels, 1 and up; what is given in pixels of an ordinary
+// display in pixels of this one.
+int Line();
+int Scaled(int pixels);
+
+// Text with '&' before its underlined letter, within a box. lines: wraps and begins at the top;
+// otherwise one line, centred in the height.
+void DrawLabel(const std::string& text, const Box& box, Align align, bool lines, Rgb ink);
+int LabelWidth(const std::string& text); // without its '&'
+// Text as it stands, cut at the box, centred in its height.
+void DrawPlain(const std::string& text, const Box& box, Rgb ink);
+
+void FillBox(const Box& box, Rgb colour);
+
+// A small picture with smooth edges, drawn onto the window at once. Places are within it.
+class Picture {
+public:
+    Picture(int width, int height); // the ground
+
+    void RoundBox(double left, double top, double width, double height, double radius, Rgb colour);
+    // The same with a border of the given width inside it.
+    void Framed(double left, double top, double width, double height, double radius, Rgb fill,
+                Rgb border, double line);
+    // The whole of it: a sheet with a border, and round it the mark of the focus.
+    void Panel(bool focused, Rgb fill, Rgb border);
+    void Disc(double x, double y, double radius, Rgb colour) {
+        Stroke(x, y, x, y, 2 * radius, colour);
+    }
+    void Stroke(double x1, double y1, double x2, double y2, double width, Rgb colour);
+    void Fill(int left, int top, int width, int height, Rgb colour);
+    void Draw(int x, int y) const;
+
+    int Width, Height;
+
+private:
+    template <typename Distance>
+    void Cover(Rgb colour, Distance distance);
+    std::vector<std::uint8_t> Bytes; // red, green, blue, row by row
+};
+
+} // namespace ui::look
