@@ -36,10 +36,18 @@ void FindOnce() {
     The().Found.store(true, std::memory_order_release);
 }
 
+std::vector<std::string> UsersOf(MidiWay way, int number) {
+    const auto device = MidiDeviceAt(way, static_cast<std::uint64_t>(number));
+    return device ? device->Users() : std::vector<std::string>{};
+}
+
 } // namespace
 
 void MidiDevice::Become(bool gone) {
-    if (gone && !Gone()) Left.fetch_add(1, std::memory_order_acq_rel); // before it shows as gone
+    if (gone && !Gone()) {
+        Leaving();
+        Left.fetch_add(1, std::memory_order_acq_rel); // before it shows as gone
+    }
     if (HasLeft.exchange(gone, std::memory_order_acq_rel) != gone) TellWatcher();
 }
 
@@ -82,6 +90,9 @@ void SetMidiFinder(std::unique_ptr<MidiFinder> finder) {
     const std::scoped_lock lock(The().Lock);
     The().Finder.swap(finder);
 }
+
+std::vector<std::string> UsersOfMidiInput(int number) { return UsersOf(MidiWay::In, number); }
+std::vector<std::string> UsersOfMidiOutput(int number) { return UsersOf(MidiWay::Out, number); }
 
 void ForgetMidiDevices() {
     The().Found = true;

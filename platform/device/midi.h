@@ -17,8 +17,9 @@
 // list, as the system does, so a number moves down when one before it leaves, and back to where it
 // was when that one returns. Whoever means a device keeps its object or its name, not its number.
 //
-// Leaving. An open device that leaves stays open: an output says Gone at each Send, an input falls
-// silent. When it returns, the back end joins it again by itself and both go on.
+// Leaving. An open device that leaves stays open: an output says Gone at each Send, an input
+// releases the notes that are held on it, since nobody else will, and falls silent. When it
+// returns, the back end joins it again by itself and both go on.
 //
 // Messages are whole: the status in the lowest byte, never a running one and never F0 or F7, then
 // as many data bytes as MidiDataBytes says, each below 128, and zeros.
@@ -95,6 +96,7 @@ public:
 
 private:
     void Become(bool gone);
+    virtual void Leaving() {} // while it is still there
 
     std::atomic<bool> HasLeft{false};
     std::atomic<unsigned> Left{0};

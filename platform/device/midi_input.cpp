@@ -7,6 +7,8 @@
 namespace machine {
 namespace {
 
+constexpr std::uint32_t ReleaseAll = 0; // no message: note offs for all that are held
+
 struct UnderWay {
     std::uint64_t Due; // microseconds
     std::uint64_t Number;
@@ -121,15 +123,29 @@ bool MidiInput::Bring(std::uint32_t message, std::uint64_t latency, std::uint64_
     return Gone() || The().Add(shared_from_this(), message, latency, came);
 }
 
+// Behind all that came in before.
+void MidiInput::Leaving() {
+    std::unique_lock lock(Lock);
+    const bool open = Receiver != nullptr;
+    lock.unlock();
+    if (open) Bring(ReleaseAll, 0);
+}
+
 void MidiInput::Arrive(std::uint32_t message, std::uint64_t microseconds) {
     std::unique_lock lock(Lock);
     const auto receiver = Receiver;
+    if (!receiver || (Gone() && message != ReleaseAll)) return;
+    Held.Follow(message);
+    SoundingNotes held;
+    if (message == ReleaseAll) std::swap(held, Held);
     lock.unlock();
-    if (receiver && !Gone()) receiver->Received(message, microseconds);
+    if (message != ReleaseAll) return receiver->Received(message, microseconds);
+    held.Release([&](std::uint32_t noteOff) { receiver->Received(noteOff, microseconds); });
 }
 
 void MidiInput::SetReceiver(std::shared_ptr<MidiReceiver> receiver) {
     const std::scoped_lock lock(Lock);
+    Held.Forget();
     Receiver.swap(receiver);
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "platform/device/midi.h"
+#include "platform/device/sounding_notes.h"
 
 #include <mutex>
 
@@ -25,10 +26,12 @@ public:
     void Arrive(std::uint32_t message, std::uint64_t microseconds);
 
 private:
+    void Leaving() override;
     void SetReceiver(std::shared_ptr<MidiReceiver> receiver);
 
-    std::mutex Lock; // of the next; held for moments
+    std::mutex Lock; // of the next two; held for moments
     std::shared_ptr<MidiReceiver> Receiver;
+    SoundingNotes Held;
 };
 
 // Fetches what Bring needs, so that it allocates nothing. Real time: no.

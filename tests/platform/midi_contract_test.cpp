@@ -157,6 +157,7 @@ TEST_P(MidiContract, PulledOutItSaysSoAndPluggedInAgainItGoesOn) {
     Await(1);
     GetParam().Unplug();
     awaitBoth();
+    EXPECT_EQ(Await(1), Messages{0x3C80}); // which was held
     EXPECT_EQ(midiInGetNumDevs() + midiOutGetNumDevs(), 0u);
     EXPECT_EQ(midiOutShortMsg(Out, 0xF8), MMSYSERR_NODRIVER);
     EXPECT_EQ(midiInStart(In), MMSYSERR_NODRIVER);
