@@ -87,16 +87,22 @@ public:
     virtual void Close() = 0;
     // Done, Gone or Full. Only to an open output.
     virtual MidiResult Send(std::uint32_t /*message*/) { return MidiResult::Gone; }
-    // It has left for good, and lets go of all that it holds beyond this process.
-    virtual void Forgotten() {}
-
     // The back end's to call, holding nothing, since whoever watches is told before they return.
-    void Leave() { Become(true); }
+    void Leave() {
+        Leaving();
+        Become(true);
+    }
     void Return() { Become(false); }
+    // The list's, when all is forgotten: nobody may be called back any more.
+    void LeaveForGood() {
+        Become(true);
+        Forgotten();
+    }
 
 private:
     void Become(bool gone);
-    virtual void Leaving() {} // while it is still there
+    virtual void Leaving() {}   // is called while it is still there
+    virtual void Forgotten() {} // lets go of all that it holds beyond this process
 
     std::atomic<bool> HasLeft{false};
     std::atomic<unsigned> Left{0};
