@@ -44,8 +44,11 @@ std::vector<std::string> UsersOf(MidiWay way, int number) {
 } // namespace
 
 void MidiDevice::Become(bool gone) {
-    if (gone && !Gone()) Left.fetch_add(1, std::memory_order_acq_rel); // before it shows as gone
-    if (HasLeft.exchange(gone, std::memory_order_acq_rel) != gone) TellWatcher();
+    unsigned moves = Moves();
+    do
+        if ((moves % 2 != 0) == gone) return;
+    while (!Moved.compare_exchange_weak(moves, moves + 1, std::memory_order_acq_rel));
+    TellWatcher();
 }
 
 void AddMidiDevice(std::shared_ptr<MidiDevice> device) {
