@@ -12,7 +12,9 @@ std::string UseNativeMidi() {
     const auto open =
         reinterpret_cast<OpenMidiFunction*>(NativeFunction("midi", "OpenZorNativeMidi", reason));
     if (!open) return "the part that reaches MIDI devices cannot be loaded: " + reason;
-    SetMidiFinder(std::unique_ptr<MidiFinder>(open(reason)));
+    std::unique_ptr<MidiFinder> finder(open(reason));
+    if (!finder) ForgetMidiDevices(); // what it found before it failed
+    SetMidiFinder(std::move(finder));
     return reason;
 }
 

@@ -13,6 +13,7 @@ namespace machine {
 namespace {
 
 constexpr int RetryTime = 1000; // milliseconds
+constexpr long MostBytes = 16;  // of the messages that one event may be
 
 // A device for as long as the finder lives. Its name, not its address, says which one it is.
 struct Known {
@@ -26,6 +27,13 @@ struct Known {
         return At(port.Where) && port.Is(Device->Way) && port.Name == Whole;
     }
 };
+
+// Whether what has gone, by the event, took this port along.
+bool IsOf(Address port, const snd_seq_event_t& event) {
+    const snd_seq_addr_t there = Unpacked(port);
+    return there.client == event.data.addr.client &&
+           (event.type == SND_SEQ_EVENT_CLIENT_EXIT || there.port == event.data.addr.port);
+}
 
 class Finder final : public MidiFinder {
 public:
@@ -43,8 +51,12 @@ private:
     void Add(MidiWay way, const FoundPort& port);
     bool Retry();
 
+    struct Free {
+        void operator()(snd_midi_event_t* decoder) const { snd_midi_event_free(decoder); }
+    };
+
     const std::shared_ptr<SequencerClient> Client;
-    snd_midi_event_t* Decoder = nullptr;
+    std::unique_ptr<snd_midi_event_t, Free> Decoder;
     std::vector<Known> Devices; // the thread's alone, once it runs
     std::atomic<bool> Ending{false};
     std::thread Thread;
@@ -52,8 +64,10 @@ private:
 
 // What is there already is known before this returns.
 Finder::Finder(std::shared_ptr<SequencerClient> client) : Client(std::move(client)) {
-    if (snd_midi_event_new(16, &Decoder) < 0) throw std::bad_alloc();
-    snd_midi_event_no_status(Decoder, 1); // no running status
+    snd_midi_event_t* decoder = nullptr;
+    if (snd_midi_event_new(MostBytes, &decoder) < 0) throw std::bad_alloc();
+    Decoder.reset(decoder);
+    snd_midi_event_no_status(decoder, 1); // no running status
     Look();
     Thread = std::thread([this] { Run(); });
 }
@@ -61,8 +75,7 @@ Finder::Finder(std::shared_ptr<SequencerClient> client) : Client(std::move(clien
 Finder::~Finder() {
     Ending = true;
     Client->Wake();
-    if (Thread.joinable()) Thread.join();
-    snd_midi_event_free(Decoder);
+    Thread.join();
 }
 
 void Finder::Run() {
@@ -88,17 +101,18 @@ void Finder::Take(const snd_seq_event_t& event) {
         Deliver(event);
 }
 
-// An event from another program may be several messages.
+// An event from another program may be several messages. Long ones, the only ones of variable
+// length, are not for the library.
 void Finder::Deliver(const snd_seq_event_t& event) {
     const auto to = std::ranges::find_if(Devices, [&event](const Known& known) {
         return known.Device->Way == MidiWay::In && known.Far->Port() == event.dest.port &&
                known.Far->Far() == Packed(event.source);
     });
-    if (to == Devices.end()) return;
-    unsigned char bytes[16] = {};
-    snd_midi_event_reset_decode(Decoder);
-    const long count = snd_midi_event_decode(Decoder, bytes, sizeof bytes, &event);
-    if (count <= 0 || bytes[0] == 0xF0) return;
+    if (to == Devices.end() || snd_seq_ev_is_variable(&event)) return;
+    unsigned char bytes[MostBytes + 2] = {}; // the last one's data, whatever it is
+    snd_midi_event_reset_decode(Decoder.get());
+    const long count = snd_midi_event_decode(Decoder.get(), bytes, MostBytes, &event);
+    if (count <= 0) return;
     const std::uint64_t time = Client->Clock().TimeOf(event);
     for (long i = 0; i < count; i += 1 + MidiDataBytes(bytes[i])) {
         std::uint32_t message = bytes[i];
@@ -109,19 +123,19 @@ void Finder::Deliver(const snd_seq_event_t& event) {
 }
 
 void Finder::Announce(const snd_seq_event_t& event) {
-    const snd_seq_addr_t& who = event.data.addr;
-    if (Client->IsOurs(who)) return;
+    if (Client->IsOurs(event.data.addr)) return;
     switch (event.type) {
     case SND_SEQ_EVENT_PORT_EXIT:
+    case SND_SEQ_EVENT_CLIENT_EXIT: // with all its ports
         for (Known& known : Devices)
-            if (known.At(Packed(who))) Lose(known);
+            if (known.Here() && IsOf(known.Far->Where(), event)) Lose(known);
         break;
     case SND_SEQ_EVENT_PORT_START:
     case SND_SEQ_EVENT_PORT_CHANGE:
     case SND_SEQ_EVENT_CLIENT_CHANGE:
         Look();
         break;
-    default: // a client's ports are announced one by one
+    default: // new clients' ports are announced one by one
         break;
     }
 }
