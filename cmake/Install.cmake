@@ -32,10 +32,14 @@ file(RELATIVE_PATH ZOR_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(cmake/zormidi.pc.in zormidi.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zormidi.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-# Loaded from beside zorplatform, by whoever shows a dialog.
+# Loaded from beside zorplatform, by whoever shows a dialog or has real devices.
+get_property(loaded GLOBAL PROPERTY ZOR_NATIVE)
 if(TARGET zorscreen)
-  set_target_properties(zorscreen PROPERTIES INSTALL_RPATH "$ORIGIN")
-  install(TARGETS zorscreen LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_SKIP)
+  list(APPEND loaded zorscreen)
+endif()
+if(loaded)
+  set_target_properties(${loaded} PROPERTIES INSTALL_RPATH "$ORIGIN")
+  install(TARGETS ${loaded} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_SKIP)
 endif()
 
 if(TARGET zorhost)

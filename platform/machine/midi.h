@@ -41,9 +41,10 @@ bool BridgeInput(int input, const std::string& name);
 // Removes all MIDI devices and cables for good. An open handle finds its device gone.
 void RemoveMidiDevices();
 
-// A device that has been unplugged is not listed, and device numbers behind it move down. On an
-// open handle stop, reset and close succeed, and all else fails with MMSYSERR_NODRIVER, until it is
-// plugged in again; then the handle goes on, and the device has its place in the list again.
+// A device that has been unplugged is not listed, and device numbers behind it move down. Until it
+// is plugged in again, stop, reset and close of an open handle succeed, midiOutShortMsg fails with
+// MMSYSERR_NODRIVER once and then sends nothing, and all else fails so each time. Then the handle
+// goes on, and the device has its place in the list again.
 void UnplugMidiInput(const std::string& name);
 void UnplugMidiOutput(const std::string& name);
 
@@ -55,9 +56,13 @@ void ReceiveMidi(int input, std::uint32_t packed);
 // ------------------------------------------------------------------------------------------------
 
 // Called whenever a device has come, left or returned, on the thread where that was found, with
-// nothing locked that the MIDI calls need. Null, as at load, for none: on return the former watcher
-// is not being called, unless this is called from inside it.
+// nothing locked that the MIDI calls need; it may not switch the machine on anew. Null, as at load,
+// for none: on return the former watcher is not being called, unless this is called from inside it.
 void WatchMidiDevices(std::function<void()> watcher);
+
+// The other programs that have a device, by their names, as far as the system tells.
+std::vector<std::string> UsersOfMidiInput(int number);
+std::vector<std::string> UsersOfMidiOutput(int number);
 
 // As the device layer would call back by itself: runs the callback that midiInOpen was given, on
 // the calling thread, with any message code. False if the device is not open.
