@@ -15,6 +15,7 @@
 #include "platform/machine/level.h"
 #include "platform/machine/midi.h"
 #include "platform/machine/modules.h"
+#include "platform/machine/native.h"
 
 namespace machine {
 
