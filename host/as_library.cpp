@@ -3,10 +3,10 @@
 #include "host/host_error.h"
 #include "host/interrupt.h"
 #include "host/library.h"
+#include "host/machine.h"
 #include "host/microphone.h"
 #include "host/progress.h"
 #include "host/settings.h"
-#include "host/virtual_machine.h"
 
 #include <filesystem>
 
@@ -40,7 +40,7 @@ std::vector<MIDIEvent> HearAsLibrary(const std::string& path, const std::string&
     if (std::filesystem::exists(path) && !std::filesystem::is_regular_file(path)) {
         throw HostError("\"" + path + "\" is no file; the library's microphone hears files only");
     }
-    const VirtualMachine machine(Cables::None);
+    const Machine machine({}, Cables::Nowhere);
     machine::UseSteppedClock();
     const Microphone microphone(path);
     RunChanges changes;

@@ -2,9 +2,9 @@
 #include "host/commands.h"
 #include "host/interrupt.h"
 #include "host/library.h"
+#include "host/machine.h"
 #include "host/progress.h"
 #include "host/settings.h"
-#include "host/virtual_machine.h"
 
 #include <cmath>
 #include <cstdio>
@@ -68,7 +68,7 @@ private:
 };
 
 void Run(const GlobalOptions& global, const ClockOptions& options) {
-    const VirtualMachine machine;
+    const Machine machine(global);
     RunChanges changes;
     changes.Outputs = options.To;
     const RunSettings settings(SettingsFolder(global.IniFolder), changes);

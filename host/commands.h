@@ -10,6 +10,7 @@ namespace zorhost {
 
 struct GlobalOptions {
     std::string IniFolder; // --ini, empty for the user's own
+    bool Virtual = false;  // --virtual: loopback ports, whatever devices there are
 };
 
 void AddDevices(CLI::App& app, const GlobalOptions& global);

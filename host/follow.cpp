@@ -3,12 +3,12 @@
 #include "host/host_error.h"
 #include "host/interrupt.h"
 #include "host/library.h"
+#include "host/machine.h"
 #include "host/midi_file.h"
 #include "host/player.h"
 #include "host/port_map.h"
 #include "host/progress.h"
 #include "host/settings.h"
-#include "host/virtual_machine.h"
 
 #include <algorithm>
 #include <chrono>
@@ -198,7 +198,7 @@ void SayWaiting(const PortMap& map) {
 
 void Run(const GlobalOptions& global, const FollowOptions& options) {
     Follower follower(ReadMidiFile(options.File));
-    const VirtualMachine machine;
+    const Machine machine(global);
     RunChanges changes;
     changes.Inputs = options.In;
     changes.Outputs = options.To;

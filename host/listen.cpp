@@ -4,13 +4,13 @@
 #include "host/host_error.h"
 #include "host/interrupt.h"
 #include "host/library.h"
+#include "host/machine.h"
 #include "host/microphone.h"
 #include "host/names.h"
 #include "host/progress.h"
 #include "host/recording.h"
 #include "host/settings.h"
 #include "host/transcript.h"
-#include "host/virtual_machine.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -160,7 +160,7 @@ void Run(const GlobalOptions& global, const ListenOptions& options) {
     std::unique_ptr<OutputFile> out;
     if (!options.Out.empty()) out = std::make_unique<OutputFile>(options.Out);
     // Without inputs: what is played thru must not be taken for what is heard.
-    const VirtualMachine machine(options.Thru.empty() ? Cables::None : Cables::OutputsOnly);
+    const Machine machine(global, options.Thru.empty() ? Cables::Nowhere : Cables::OutputsOnly);
     const Microphone microphone(options.Mic);
     RunChanges changes;
     changes.Microphone = true;

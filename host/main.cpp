@@ -27,6 +27,9 @@ int Run(int count, char** arguments) {
     zorhost::GlobalOptions global;
     app.add_option("--ini", global.IniFolder, "Folder of the settings file ZORMIDI.INI")
         ->type_name("FOLDER");
+    app.add_flag("--virtual", global.Virtual,
+                 "Use loopback ports, which lead to other zorhosts too, in place of this "
+                 "computer's MIDI devices");
     zorhost::AddDevices(app, global);
     zorhost::AddPlay(app, global);
     zorhost::AddRecord(app, global);

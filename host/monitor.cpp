@@ -1,9 +1,9 @@
 // zorhost monitor
 #include "host/commands.h"
 #include "host/input.h"
+#include "host/machine.h"
 #include "host/port_map.h"
 #include "host/thru_loop.h"
-#include "host/virtual_machine.h"
 
 #include <cstdio>
 #include <memory>
@@ -35,7 +35,7 @@ std::string Line(const MIDIEvent& record, const PortMap& map) {
 }
 
 void Run(const GlobalOptions& global, const InputOptions& options) {
-    const VirtualMachine machine;
+    const Machine machine(global);
     const RunSettings settings(SettingsFolder(global.IniFolder), options.Changes());
     const PortMap map = ReadPortMap(settings.IniPath());
     RefuseThruLoop(map, options);

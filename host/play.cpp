@@ -3,6 +3,7 @@
 #include "host/host_error.h"
 #include "host/interrupt.h"
 #include "host/library.h"
+#include "host/machine.h"
 #include "host/melody.h"
 #include "host/microphone.h"
 #include "host/midi_file.h"
@@ -12,7 +13,6 @@
 #include "host/recording.h"
 #include "host/report.h"
 #include "host/settings.h"
-#include "host/virtual_machine.h"
 
 #include <cstdio>
 #include <limits>
@@ -239,7 +239,7 @@ void Run(const GlobalOptions& global, const PlayOptions& options) {
     Performance performance(options, std::move(file));
     std::unique_ptr<OutputFile> record;
     if (!options.Record.empty()) record = std::make_unique<OutputFile>(options.Record);
-    const VirtualMachine machine(options.Report ? Cables::Private : Cables::Shared);
+    const Machine machine(global, options.Report ? Cables::Private : Cables::Shared);
     RunChanges changes;
     changes.Outputs = options.To;
     changes.Microphone = !options.Mic.empty();
@@ -286,7 +286,7 @@ void AddPlay(CLI::App& app, const GlobalOptions& global) {
         ->capture_default_str();
     command->add_flag("--report", options->Report,
                       "Compare every message sent with what came back, and say how late it was. "
-                      "The loopback ports are then not shared with other zorhosts");
+                      "It uses loopback ports of its own");
     CLI::Option* mic =
         command
             ->add_option("--mic", options->Mic,

@@ -2,10 +2,10 @@
 #include "host/commands.h"
 #include "host/host_error.h"
 #include "host/input.h"
+#include "host/machine.h"
 #include "host/progress.h"
 #include "host/recording.h"
 #include "host/thru_loop.h"
-#include "host/virtual_machine.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -29,7 +29,7 @@ std::string CountText(std::size_t notes, std::size_t messages) {
 
 void Run(const GlobalOptions& global, const RecordOptions& options) {
     OutputFile file(options.File);
-    const VirtualMachine machine;
+    const Machine machine(global);
     const RunSettings settings(SettingsFolder(global.IniFolder), options.Input.Changes());
     const PortMap map = ReadPortMap(settings.IniPath());
     RefuseThruLoop(map, options.Input);

@@ -4,10 +4,10 @@
 #include "host/host_error.h"
 #include "host/interrupt.h"
 #include "host/library.h"
+#include "host/machine.h"
 #include "host/microphone.h"
 #include "host/setting_keys.h"
 #include "host/settings.h"
-#include "host/virtual_machine.h"
 
 #include "platform/machine.h"
 #include "platform/platform.h"
@@ -80,7 +80,7 @@ void ShowDialog(SetupDialog dialog) {
 }
 
 void Setup(const GlobalOptions& global, const SetupOptions& options) {
-    const VirtualMachine machine;
+    const Machine machine(global);
     const RunSettings settings(SettingsFolder(global.IniFolder), {});
     UseIni(settings.IniPath());
     if (!options.Set.empty()) ChangeSettings(options.Dialog, options.Set);

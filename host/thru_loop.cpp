@@ -1,7 +1,7 @@
 #include "host/thru_loop.h"
 
 #include "host/host_error.h"
-#include "host/virtual_machine.h"
+#include "host/machine.h"
 
 namespace zorhost {
 
@@ -10,7 +10,7 @@ void RefuseThruLoop(const PortMap& map, const InputOptions& options) {
     for (const Port& output : map.Outputs) {
         for (const Port& input : map.Inputs) {
             if (output.Device.empty() || output.Device != input.Device) continue;
-            if (!VirtualMachine::IsLoopback(output.Device)) continue;
+            if (!Machine::IsLoopback(output.Device)) continue;
             throw HostError(
                 "--thru: \"" + output.Device +
                     "\" plays into an input that is listened to, so every message would "

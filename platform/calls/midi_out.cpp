@@ -1,13 +1,13 @@
 // The calls of MIDI output: what goes over the wire, and what still sounds at its far end.
 #include "platform/calls/midi_ports.h"
 #include "platform/calls/names.h"
+#include "platform/device/sounding_notes.h"
 #include "platform/machine/clock.h"
 #include "platform/machine/midi.h"
 #include "platform/machine/power.h"
 
 #include <array>
 #include <atomic>
-#include <bitset>
 
 namespace machine {
 namespace {
@@ -25,9 +25,9 @@ public:
 private:
     MMRESULT Check(); // locked, as the next
     MidiResult Carry(std::uint32_t message);
-    void KeepSounding(std::uint32_t message);
 
-    std::bitset<16 * 128> Sounding; // notes that have been struck and not released, by channel
+    unsigned Departures = Device->Departures();
+    SoundingNotes Sounding;
     std::array<WORD, MIDIPATCHSIZE> Patches{};
 };
 
@@ -83,27 +83,21 @@ std::uint32_t OnTheWire(std::uint32_t message) {
     return message & ((1u << 8 * (1 + MidiDataBytes(message & 0xFF))) - 1);
 }
 
-void OutputPort::KeepSounding(std::uint32_t message) {
-    const std::uint32_t type = message & 0xF0, note = message >> 8 & 0x7F;
-    const std::size_t place = (message & 0x0F) * 128 + note;
-    if (type == 0x90) Sounding.set(place, message >> 16 != 0);
-    if (type == 0x80) Sounding.reset(place);
-}
-
 MidiResult OutputPort::Carry(std::uint32_t message) {
     const std::uint32_t status = message & 0xFF;
     // Without a status, or with that of a long message, nothing whole would arrive.
     if (status < 0x80 || status == 0xF0 || status == 0xF7) return MidiResult::Done;
     const std::uint32_t wire = OnTheWire(message);
-    KeepSounding(wire);
+    Sounding.Follow(wire);
     return Device->Send(wire);
 }
 
 MMRESULT OutputPort::Check() {
     if (Closed) return MMSYSERR_INVALHANDLE;
-    if (!Device->Gone()) return MMSYSERR_NOERROR;
-    Sounding.reset(); // it has fallen silent, and will be when it returns
-    return MMSYSERR_NODRIVER;
+    // What has left fell silent, also if it was back at once.
+    const unsigned departures = Device->Departures();
+    if (std::exchange(Departures, departures) != departures) Sounding.Forget();
+    return Device->Gone() ? MMSYSERR_NODRIVER : MMSYSERR_NOERROR;
 }
 
 MMRESULT OutputPort::Send(DWORD message) {
@@ -120,8 +114,7 @@ MMRESULT OutputPort::Reset() {
     if (const MMRESULT error = Check())
         return error == MMSYSERR_NODRIVER ? MMSYSERR_NOERROR : error;
     Record(*Device, 0, true);
-    for (std::uint32_t place = 0; Sounding.any() && place < Sounding.size(); ++place)
-        if (Sounding[place]) Carry(0x80u | place / 128 | (place % 128) << 8);
+    Sounding.Release([this](std::uint32_t message) { Carry(message); });
     return MMSYSERR_NOERROR;
 }
 

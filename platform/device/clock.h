@@ -55,6 +55,10 @@ void UnscheduleAll(void* context);
 std::uint64_t ActionDue();
 Token ActionToken();
 
+// Lets the calling thread go before ordinary ones, where the system allows it, as the timers' lane
+// does. What it starts is ordinary again. Real time: no.
+void HastenThread();
+
 // When the actions of this kind that have not begun are due, ascending. Real time: no, allocates.
 std::vector<std::uint64_t> PendingDues(Action action);
 

@@ -11,8 +11,12 @@ namespace {
 struct DeviceList {
     std::mutex Lock;
     std::vector<std::shared_ptr<MidiDevice>> Known;
+    std::unique_ptr<MidiFinder> Finder;
     std::recursive_mutex WatchLock; // the watcher may set another one
     std::function<void()> Watcher;
+    std::recursive_mutex FindLock; // finding looks, too
+    bool Finding = false;
+    std::atomic<bool> Found{false};
 };
 DeviceList& The() {
     static DeviceList& list = *new DeviceList;
@@ -24,9 +28,26 @@ void TellWatcher() {
     if (const auto watcher = The().Watcher) watcher();
 }
 
+void FindOnce() {
+    if (The().Found.load(std::memory_order_acquire)) return;
+    const std::scoped_lock lock(The().FindLock);
+    if (std::exchange(The().Finding, true)) return;
+    FindMidiDevices();
+    The().Found.store(true, std::memory_order_release);
+}
+
+std::vector<std::string> UsersOf(MidiWay way, int number) {
+    const auto device = MidiDeviceAt(way, static_cast<std::uint64_t>(number));
+    return device ? device->Users() : std::vector<std::string>{};
+}
+
 } // namespace
 
 void MidiDevice::Become(bool gone) {
+    if (gone && !Gone()) {
+        Leaving();
+        Left.fetch_add(1, std::memory_order_acq_rel); // before it shows as gone
+    }
     if (HasLeft.exchange(gone, std::memory_order_acq_rel) != gone) TellWatcher();
 }
 
@@ -39,6 +60,7 @@ void AddMidiDevice(std::shared_ptr<MidiDevice> device) {
 }
 
 std::vector<std::shared_ptr<MidiDevice>> KnownMidiDevices(MidiWay way) {
+    FindOnce();
     const std::scoped_lock lock(The().Lock);
     std::vector<std::shared_ptr<MidiDevice>> known = The().Known;
     std::erase_if(known, [way](const auto& device) { return device->Way != way; });
@@ -46,6 +68,7 @@ std::vector<std::shared_ptr<MidiDevice>> KnownMidiDevices(MidiWay way) {
 }
 
 std::shared_ptr<MidiDevice> MidiDeviceAt(MidiWay way, std::uint64_t number) {
+    FindOnce();
     const std::scoped_lock lock(The().Lock);
     for (const auto& device : The().Known)
         if (device->Way == way && !device->Gone() && number-- == 0) return device;
@@ -53,6 +76,7 @@ std::shared_ptr<MidiDevice> MidiDeviceAt(MidiWay way, std::uint64_t number) {
 }
 
 unsigned NumberOf(MidiWay way, const MidiDevice* sought) {
+    FindOnce();
     const std::scoped_lock lock(The().Lock);
     unsigned number = 0;
     for (const auto& device : The().Known) {
@@ -62,8 +86,21 @@ unsigned NumberOf(MidiWay way, const MidiDevice* sought) {
     return number;
 }
 
+void SetMidiFinder(std::unique_ptr<MidiFinder> finder) {
+    const std::scoped_lock lock(The().Lock);
+    The().Finder.swap(finder);
+}
+
+std::vector<std::string> UsersOfMidiInput(int number) { return UsersOf(MidiWay::In, number); }
+std::vector<std::string> UsersOfMidiOutput(int number) { return UsersOf(MidiWay::Out, number); }
+
 void ForgetMidiDevices() {
+    The().Found = true;
     std::unique_lock lock(The().Lock);
+    auto finder = std::move(The().Finder);
+    lock.unlock();
+    finder.reset(); // what it has just found is forgotten as well
+    lock.lock();
     const auto forgotten = std::exchange(The().Known, {});
     lock.unlock();
     for (const auto& device : forgotten) {

@@ -17,8 +17,9 @@
 // list, as the system does, so a number moves down when one before it leaves, and back to where it
 // was when that one returns. Whoever means a device keeps its object or its name, not its number.
 //
-// Leaving. An open device that leaves stays open: an output says Gone at each Send, an input falls
-// silent. When it returns, the back end joins it again by itself and both go on.
+// Leaving. An open device that leaves stays open: an output says Gone at each Send, an input
+// releases the notes that are held on it, since nobody else will, and falls silent. When it
+// returns, the back end joins it again by itself and both go on.
 //
 // Messages are whole: the status in the lowest byte, never a running one and never F0 or F7, then
 // as many data bytes as MidiDataBytes says, each below 128, and zeros.
@@ -74,7 +75,11 @@ public:
     const std::string Id;
     const std::string Name; // UTF-8; applications get 31 characters
     bool Gone() const { return HasLeft.load(std::memory_order_acquire); }
+    // How often it has left: what sounded there before is silent.
+    unsigned Departures() const { return Left.load(std::memory_order_acquire); }
     virtual std::uint32_t Support() const { return 0; } // dwSupport of an output's capabilities
+    // The other programs that have it, by their names, as far as the system tells.
+    virtual std::vector<std::string> Users() const { return {}; }
 
     // Only while it is closed. Done, InUse, Gone or Failed. An output gets no receiver; an input
     // holds its own while it calls it, so that a close does not wait for a message under way.
@@ -91,8 +96,17 @@ public:
 
 private:
     void Become(bool gone);
+    virtual void Leaving() {} // while it is still there
 
     std::atomic<bool> HasLeft{false};
+    std::atomic<unsigned> Left{0};
+};
+
+// A back end that finds its devices by itself, for as long as it lives. It ends on a thread that
+// steers, and tells of nothing any more when it has.
+class MidiFinder {
+public:
+    virtual ~MidiFinder() = default;
 };
 
 // The machine's MIDI devices, in the order of their first coming. Thread: any. Real time: the
@@ -101,7 +115,12 @@ void AddMidiDevice(std::shared_ptr<MidiDevice> device);
 std::vector<std::shared_ptr<MidiDevice>> KnownMidiDevices(MidiWay way); // also those that have left
 std::shared_ptr<MidiDevice> MidiDeviceAt(MidiWay way, std::uint64_t number); // null for none
 unsigned NumberOf(MidiWay way, const MidiDevice* device); // how many there are, if it is not there
-void ForgetMidiDevices();                                 // all of them leave for good
+void SetMidiFinder(std::unique_ptr<MidiFinder> finder);
+void ForgetMidiDevices(); // ends the finder, and all of them leave for good
+
+// Given by whoever chooses the back end: what a machine has that nobody steers. Called once, when
+// the devices are first asked for.
+void FindMidiDevices();
 
 // Data bytes that follow a status byte.
 constexpr int MidiDataBytes(std::uint32_t status) {

@@ -55,9 +55,13 @@ void ReceiveMidi(int input, std::uint32_t packed);
 // ------------------------------------------------------------------------------------------------
 
 // Called whenever a device has come, left or returned, on the thread where that was found, with
-// nothing locked that the MIDI calls need. Null, as at load, for none: on return the former watcher
-// is not being called, unless this is called from inside it.
+// nothing locked that the MIDI calls need; it may not switch the machine on anew. Null, as at load,
+// for none: on return the former watcher is not being called, unless this is called from inside it.
 void WatchMidiDevices(std::function<void()> watcher);
+
+// The other programs that have a device, by their names, as far as the system tells.
+std::vector<std::string> UsersOfMidiInput(int number);
+std::vector<std::string> UsersOfMidiOutput(int number);
 
 // As the device layer would call back by itself: runs the callback that midiInOpen was given, on
 // the calling thread, with any message code. False if the device is not open.

@@ -10,7 +10,8 @@ void* NativeFunction(const char* backEnd, const char* function, std::string& rea
     std::string path;
     if (dladdr(reinterpret_cast<void*>(&NativeFunction), &self) != 0 && self.dli_fname)
         path = self.dli_fname;
-    path = path.substr(0, path.rfind('/') + 1) + "libzornative-" + backEnd + ".so." ZOR_VERSION;
+    path = path.substr(0, path.rfind('/') + 1) + "libzornative-" + backEnd +
+           ".so." ZOR_BACK_END_VERSION;
     void* const module = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
     void* const found = module ? dlsym(module, function) : nullptr;
     if (!found) reason = dlerror();

@@ -78,17 +78,6 @@ void Run(Clock& clock, Lock& lock, Runner& runner, const PendingAction& action) 
 
 // ---- lanes -----------------------------------------------------------------------------------
 
-// Timers and MIDI go before ordinary threads where the system allows it, and where it does not they
-// at least wake without the slack that it gives to ordinary threads. What a callback starts is
-// ordinary again.
-void Hasten(Lane lane) {
-    prctl(PR_SET_TIMERSLACK, 1);
-    if (lane != Lane::Timers) return;
-    sched_param parameters{};
-    parameters.sched_priority = sched_get_priority_min(SCHED_FIFO) + 10;
-    sched_setscheduler(0, SCHED_FIFO | SCHED_RESET_ON_FORK, &parameters);
-}
-
 // Waits for the lane's next action, or runs it if it is due.
 void RunOrWait(Clock& clock, Lock& lock, Lane lane) {
     LaneState& state = clock.Of(lane);
@@ -105,7 +94,8 @@ void RunOrWait(Clock& clock, Lock& lock, Lane lane) {
 void* LaneMain(void* argument) {
     const auto lane = static_cast<Lane>(reinterpret_cast<std::uintptr_t>(argument));
     pthread_setname_np(pthread_self(), lane == Lane::Timers ? "zor-timers" : "zor-audio");
-    Hasten(lane);
+    if (lane == Lane::Timers) HastenThread();
+    prctl(PR_SET_TIMERSLACK, 1); // of ordinary threads, which sound's is
     Clock& clock = The();
     for (Lock lock(clock.Lock);;) RunOrWait(clock, lock, lane);
 }
@@ -223,6 +213,12 @@ void LetActionsEnd() {
     Lock lock(clock.Lock);
     clock.ActionDone.wait_for(lock, std::chrono::seconds(5),
                               [&clock] { return !OthersRun(clock, nullptr); });
+}
+
+void HastenThread() {
+    sched_param parameters{};
+    parameters.sched_priority = sched_get_priority_min(SCHED_FIFO) + 10;
+    sched_setscheduler(0, SCHED_FIFO | SCHED_RESET_ON_FORK, &parameters);
 }
 
 std::vector<std::uint64_t> PendingDues(Action action) {

@@ -1,35 +1,23 @@
 // The virtual ports, for those who carry their messages beyond this machine.
 #pragma once
 
-#include "platform/device/midi.h"
+#include "platform/device/midi_input.h"
 
 #include <functional>
 #include <map>
-#include <mutex>
 
 namespace machine {
 
-class VirtualInput final : public MidiDevice, public std::enable_shared_from_this<VirtualInput> {
+class VirtualInput final : public MidiInput {
 public:
-    static constexpr MidiWay Direction = MidiWay::In;
-    VirtualInput(std::string id, std::string name)
-        : MidiDevice(Direction, std::move(id), std::move(name)) {}
-    MidiResult Open(const std::shared_ptr<MidiReceiver>& receiver) override;
-    void Close() override { SetReceiver(nullptr); }
+    using MidiInput::MidiInput;
     void Forgotten() override { SetSource(nullptr); }
 
-    // Sends a message on its way: it arrives when the latency (microseconds) has passed, if the
-    // device is there and open by then. False if too many are under way. Real time.
-    bool Bring(std::uint32_t message, std::uint64_t latency);
-    void Arrive(std::uint32_t message, std::uint64_t microseconds);
     // Whoever brings messages from beyond the machine, destroyed when another takes his place.
     void SetSource(std::shared_ptr<void> source);
 
 private:
-    void SetReceiver(std::shared_ptr<MidiReceiver> receiver);
-
-    std::mutex Lock; // of the next two; held for moments
-    std::shared_ptr<MidiReceiver> Receiver;
+    std::mutex Lock; // of the next; held for moments
     std::shared_ptr<void> Source;
 };
 

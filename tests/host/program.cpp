@@ -43,7 +43,7 @@ Program::Program(const std::vector<std::string>& arguments) {
     int out[2];
     int err[2];
     if (pipe(out) != 0 || pipe(err) != 0) std::abort();
-    std::vector<std::string> words = {ZORHOST};
+    std::vector<std::string> words = {ZORHOST, "--virtual"};
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<char*> pointers;
     for (std::string& word : words) pointers.push_back(word.data());

@@ -1,0 +1,25 @@
+// Choosing the MIDI devices of the machine.
+#include "platform/machine/midi.h"
+#include "platform/machine/native.h"
+#include "platform/native/midi.h"
+#include "platform/native/module.h"
+
+namespace machine {
+
+std::string UseNativeMidi() {
+    ForgetMidiDevices();
+    std::string reason;
+    const auto open =
+        reinterpret_cast<OpenMidiFunction*>(NativeFunction("midi", "OpenZorNativeMidi", reason));
+    if (!open) return "the part that reaches MIDI devices cannot be loaded: " + reason;
+    SetMidiFinder(std::unique_ptr<MidiFinder>(open(reason)));
+    return reason;
+}
+
+// A host that does not steer gets the computer's devices or, without any means to them, one output
+// whose messages come back at one input.
+void FindMidiDevices() {
+    if (!UseNativeMidi().empty()) Connect(AddMidiOutput("Loopback"), AddMidiInput("Loopback"), 1);
+}
+
+} // namespace machine
