@@ -32,11 +32,15 @@ file(RELATIVE_PATH ZOR_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(cmake/zormidi.pc.in zormidi.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zormidi.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-# Loaded from beside zorplatform, by whoever shows a dialog.
+# Loaded from beside zorplatform, by whoever shows a dialog or uses the computer's own devices.
+get_property(modules GLOBAL PROPERTY ZOR_NATIVE)
 if(TARGET zorscreen)
-  set_target_properties(zorscreen PROPERTIES INSTALL_RPATH "$ORIGIN")
-  install(TARGETS zorscreen LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_SKIP)
+  list(APPEND modules zorscreen)
 endif()
+foreach(module ${modules})
+  set_target_properties(${module} PROPERTIES INSTALL_RPATH "$ORIGIN")
+  install(TARGETS ${module} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_SKIP)
+endforeach()
 
 if(TARGET zorhost)
   set_target_properties(zorhost PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
