@@ -63,12 +63,11 @@ public:
         if (!Capture.Open(Rate)) std::exit(1);
         Capture.Start();
     }
-    ~Ear() {
-        Capture.Stop();
-        Capture.Close();
-    }
+    ~Ear() { Capture.Close(); }
+    // No block comes any more.
+    void Stop() { Capture.Stop(); }
     std::atomic<std::uint32_t> Onset{0}; // of the last pluck, on the system's clock
-    std::vector<double> Ages;            // milliseconds, of each block; read after the end
+    std::vector<double> Ages;            // milliseconds, of each block; to be read after Stop
 
 private:
     void Hear(std::uint32_t time, const std::uint8_t* data, std::int32_t bytes) {
@@ -107,6 +106,7 @@ void Measure() {
         told = ear.Onset;
         delays.push_back(timeGetTime() - told);
     }
+    ear.Stop();
     Print("from a plucked tone to its note", delays);
     Print("age of a block when delivered", ear.Ages);
 }

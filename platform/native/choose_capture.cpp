@@ -13,10 +13,17 @@ namespace {
 
 std::atomic<bool> native{true}; // settled before the library's threads look
 
-// Of the next three.
-std::mutex chosenLock;
-std::string problem;
-std::string preferred;
+struct Choice {
+    std::mutex Lock;
+    std::string Problem;
+    std::string Preferred;
+};
+
+// Never destroyed, since the library may be closed at the process's very end.
+Choice& The() {
+    static Choice& choice = *new Choice;
+    return choice;
+}
 
 const AtPowerOn atPowerOn([] {
     native = false;
@@ -41,13 +48,13 @@ CaptureFinder* Finder(std::string& reason) {
 void UseNativeMicrophones() { native = true; }
 
 void PreferMicrophone(const std::string& id) {
-    const std::scoped_lock lock(chosenLock);
-    preferred = id;
+    const std::scoped_lock lock(The().Lock);
+    The().Preferred = id;
 }
 
 std::string MicrophoneProblem() {
-    const std::scoped_lock lock(chosenLock);
-    return problem;
+    const std::scoped_lock lock(The().Lock);
+    return The().Problem;
 }
 
 std::vector<FoundMicrophone> FindMicrophones() {
@@ -62,10 +69,10 @@ std::vector<std::shared_ptr<CaptureDevice>> NativeCaptureDevices() {
     std::string reason;
     CaptureFinder* const finder = Finder(reason);
     auto devices = finder ? finder->Find(reason) : std::vector<std::shared_ptr<CaptureDevice>>{};
-    const std::scoped_lock lock(chosenLock);
-    problem = reason;
-    std::ranges::stable_partition(devices,
-                                  [](const auto& device) { return device->Id() == preferred; });
+    const std::scoped_lock lock(The().Lock);
+    The().Problem = reason;
+    std::ranges::stable_partition(
+        devices, [](const auto& device) { return device->Id() == The().Preferred; });
     return devices;
 }
 

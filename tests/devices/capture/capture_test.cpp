@@ -1,17 +1,20 @@
 // Microphones of a sound server: heard, pulled out, put back, turned up and down, and the server
 // itself stalled, killed and started again. Nothing is asked but what comes of it, in which order.
-#include "tests/devices/capture/sound_server.h"
 #include "tests/platform/capture_back_end.h"
 
 #include "platform/device/capture.h"
 #include "platform/device/level.h"
 #include "soundin/sound_in_win.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <complex>
+#include <cstdlib>
 #include <numbers>
+#include <thread>
 
 namespace {
 
@@ -20,6 +23,40 @@ using namespace machine;
 constexpr int Rate = 22050;
 constexpr std::size_t BlockFrames = 512;
 constexpr double Tone = 440;
+
+bool Shell(const std::string& command) { return std::system(command.c_str()) == 0; }
+// The script "server", for the server of this run.
+bool Server(const std::string& what) {
+    return Shell("\"$SOUND_SERVER\" \"$SOUND_SERVER_KIND\" " + what);
+}
+
+// Whether something comes true: at once, or after the servers and this busy machine took their
+// time.
+template <class Condition>
+bool Comes(Condition condition) {
+    for (int tries = 0; tries < 3000; ++tries) {
+        if (condition()) return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return false;
+}
+
+bool Listed() {
+    return std::ranges::any_of(FindMicrophones(),
+                               [](const auto& each) { return each.Name == "Voice"; });
+}
+
+} // namespace
+
+void PlugMicrophone() {
+    UseNativeMicrophones();
+    EXPECT_TRUE(Server("plug") && Comes(Listed));
+}
+void UnplugMicrophone() {
+    EXPECT_TRUE(Server("unplug") && Comes([] { return !Listed(); }));
+}
+
+namespace {
 
 // Judges each block of a capture: does it go on with the tone where the one before has ended.
 class Ear {
