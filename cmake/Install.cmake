@@ -32,15 +32,15 @@ file(RELATIVE_PATH ZOR_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(cmake/zormidi.pc.in zormidi.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zormidi.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-# Loaded from beside zorplatform, by whoever shows a dialog or uses the computer's own devices.
-get_property(modules GLOBAL PROPERTY ZOR_NATIVE)
+# Loaded from beside zorplatform, by whoever shows a dialog or has real devices.
+get_property(loaded GLOBAL PROPERTY ZOR_NATIVE)
 if(TARGET zorscreen)
-  list(APPEND modules zorscreen)
+  list(APPEND loaded zorscreen)
 endif()
-foreach(module ${modules})
-  set_target_properties(${module} PROPERTIES INSTALL_RPATH "$ORIGIN")
-  install(TARGETS ${module} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_SKIP)
-endforeach()
+if(loaded)
+  set_target_properties(${loaded} PROPERTIES INSTALL_RPATH "$ORIGIN")
+  install(TARGETS ${loaded} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_SKIP)
+endif()
 
 if(TARGET zorhost)
   set_target_properties(zorhost PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")

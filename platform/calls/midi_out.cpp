@@ -23,10 +23,12 @@ public:
     std::vector<WORD> Cached();
 
 private:
-    MMRESULT Check(); // locked, as the next
+    MMRESULT Check(); // locked, as the next two
+    MMRESULT Miss();
     MidiResult Carry(std::uint32_t message);
 
-    unsigned Departures = Device->Departures();
+    unsigned Moves = Device->Moves();
+    unsigned Told = 0; // the number of the departure; 0: of none
     SoundingNotes Sounding;
     std::array<WORD, MIDIPATCHSIZE> Patches{};
 };
@@ -95,17 +97,27 @@ MidiResult OutputPort::Carry(std::uint32_t message) {
 MMRESULT OutputPort::Check() {
     if (Closed) return MMSYSERR_INVALHANDLE;
     // What has left fell silent, also if it was back at once.
-    const unsigned departures = Device->Departures();
-    if (std::exchange(Departures, departures) != departures) Sounding.Forget();
-    return Device->Gone() ? MMSYSERR_NODRIVER : MMSYSERR_NOERROR;
+    const unsigned moves = Device->Moves();
+    if (std::exchange(Moves, moves) != moves) Sounding.Forget();
+    return moves % 2 != 0 ? MMSYSERR_NODRIVER : MMSYSERR_NOERROR;
+}
+
+// Whoever plays a piece would show its user each failure: of a departure he is told once, and what
+// he sends until the return goes nowhere. The device itself may know of it before it is announced.
+MMRESULT OutputPort::Miss() {
+    const unsigned departure = Moves / 2 + 1;
+    return std::exchange(Told, departure) == departure ? MMSYSERR_NOERROR : MMSYSERR_NODRIVER;
 }
 
 MMRESULT OutputPort::Send(DWORD message) {
     const std::scoped_lock lock(Lock);
-    if (const MMRESULT error = Check()) return error;
-    const std::uint32_t clamped = ClampData(message);
-    Record(*Device, clamped, false);
-    return ErrorOf(Carry(clamped));
+    MMRESULT error = Check();
+    if (error == MMSYSERR_NOERROR) {
+        const std::uint32_t clamped = ClampData(message);
+        Record(*Device, clamped, false);
+        error = ErrorOf(Carry(clamped));
+    }
+    return error == MMSYSERR_NODRIVER ? Miss() : error;
 }
 
 // Releases every note that still sounds. Whoever holds a device that has gone gets rid of it.

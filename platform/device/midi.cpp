@@ -44,11 +44,11 @@ std::vector<std::string> UsersOf(MidiWay way, int number) {
 } // namespace
 
 void MidiDevice::Become(bool gone) {
-    if (gone && !Gone()) {
-        Leaving();
-        Left.fetch_add(1, std::memory_order_acq_rel); // before it shows as gone
-    }
-    if (HasLeft.exchange(gone, std::memory_order_acq_rel) != gone) TellWatcher();
+    unsigned moves = Moves();
+    do
+        if ((moves % 2 != 0) == gone) return;
+    while (!Moved.compare_exchange_weak(moves, moves + 1, std::memory_order_acq_rel));
+    TellWatcher();
 }
 
 void AddMidiDevice(std::shared_ptr<MidiDevice> device) {
@@ -103,10 +103,7 @@ void ForgetMidiDevices() {
     lock.lock();
     const auto forgotten = std::exchange(The().Known, {});
     lock.unlock();
-    for (const auto& device : forgotten) {
-        device->Leave();
-        device->Forgotten();
-    }
+    for (const auto& device : forgotten) device->LeaveForGood();
 }
 
 void WatchMidiDevices(std::function<void()> watcher) {

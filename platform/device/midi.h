@@ -74,9 +74,9 @@ public:
     const MidiWay Way;
     const std::string Id;
     const std::string Name; // UTF-8; applications get 31 characters
-    bool Gone() const { return HasLeft.load(std::memory_order_acquire); }
-    // How often it has left: what sounded there before is silent.
-    unsigned Departures() const { return Left.load(std::memory_order_acquire); }
+    bool Gone() const { return Moves() % 2 != 0; }
+    // How often it has left and returned, all in all.
+    unsigned Moves() const { return Moved.load(std::memory_order_acquire); }
     virtual std::uint32_t Support() const { return 0; } // dwSupport of an output's capabilities
     // The other programs that have it, by their names, as far as the system tells.
     virtual std::vector<std::string> Users() const { return {}; }
@@ -87,19 +87,24 @@ public:
     virtual void Close() = 0;
     // Done, Gone or Full. Only to an open output.
     virtual MidiResult Send(std::uint32_t /*message*/) { return MidiResult::Gone; }
-    // It has left for good, and lets go of all that it holds beyond this process.
-    virtual void Forgotten() {}
-
     // The back end's to call, holding nothing, since whoever watches is told before they return.
-    void Leave() { Become(true); }
+    void Leave() {
+        Leaving();
+        Become(true);
+    }
     void Return() { Become(false); }
+    // The list's, when all is forgotten: nobody may be called back any more.
+    void LeaveForGood() {
+        Become(true);
+        Forgotten();
+    }
 
 private:
     void Become(bool gone);
-    virtual void Leaving() {} // while it is still there
+    virtual void Leaving() {}   // is called while it is still there
+    virtual void Forgotten() {} // lets go of all that it holds beyond this process
 
-    std::atomic<bool> HasLeft{false};
-    std::atomic<unsigned> Left{0};
+    std::atomic<unsigned> Moved{0};
 };
 
 // A back end that finds its devices by itself, for as long as it lives. It ends on a thread that

@@ -41,9 +41,10 @@ bool BridgeInput(int input, const std::string& name);
 // Removes all MIDI devices and cables for good. An open handle finds its device gone.
 void RemoveMidiDevices();
 
-// A device that has been unplugged is not listed, and device numbers behind it move down. On an
-// open handle stop, reset and close succeed, and all else fails with MMSYSERR_NODRIVER, until it is
-// plugged in again; then the handle goes on, and the device has its place in the list again.
+// A device that has been unplugged is not listed, and device numbers behind it move down. Until it
+// is plugged in again, stop, reset and close of an open handle succeed, midiOutShortMsg fails with
+// MMSYSERR_NODRIVER once and then sends nothing, and all else fails so each time. Then the handle
+// goes on, and the device has its place in the list again.
 void UnplugMidiInput(const std::string& name);
 void UnplugMidiOutput(const std::string& name);
 

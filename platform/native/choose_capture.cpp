@@ -71,8 +71,8 @@ std::vector<std::shared_ptr<CaptureDevice>> NativeCaptureDevices() {
     auto devices = finder ? finder->Find(reason) : std::vector<std::shared_ptr<CaptureDevice>>{};
     const std::scoped_lock lock(The().Lock);
     The().Problem = reason;
-    std::ranges::stable_partition(
-        devices, [](const auto& device) { return device->Id() == The().Preferred; });
+    std::stable_partition(devices.begin(), devices.end(),
+                          [](const auto& device) { return device->Id() == The().Preferred; });
     return devices;
 }
 

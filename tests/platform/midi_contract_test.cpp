@@ -159,7 +159,8 @@ TEST_P(MidiContract, PulledOutItSaysSoAndPluggedInAgainItGoesOn) {
     awaitBoth();
     EXPECT_EQ(Await(1), Messages{0x3C80}); // which was held
     EXPECT_EQ(midiInGetNumDevs() + midiOutGetNumDevs(), 0u);
-    EXPECT_EQ(midiOutShortMsg(Out, 0xF8), MMSYSERR_NODRIVER);
+    for (const MMRESULT result : {MMSYSERR_NODRIVER, MMSYSERR_NOERROR, MMSYSERR_NOERROR})
+        EXPECT_EQ(midiOutShortMsg(Out, 0xF8), result); // once, not for each message of a piece
     EXPECT_EQ(midiInStart(In), MMSYSERR_NODRIVER);
     // What leads to the end of a handle succeeds.
     EXPECT_EQ(midiOutReset(Out), MMSYSERR_NOERROR);
@@ -171,6 +172,7 @@ TEST_P(MidiContract, PulledOutItSaysSoAndPluggedInAgainItGoesOn) {
     Send({0xFE});
     EXPECT_EQ(Await(1), Messages{0xFE});
     GetParam().Unplug();
+    EXPECT_EQ(midiOutShortMsg(Out, 0xF8), MMSYSERR_NODRIVER);
     EXPECT_EQ(midiInStop(In), MMSYSERR_NOERROR);
     EXPECT_EQ(midiInClose(In), MMSYSERR_NOERROR);
     EXPECT_EQ(midiOutClose(Out), MMSYSERR_NOERROR);

@@ -1,0 +1,35 @@
+// What the computer's MIDI ports are called.
+#include "platform/native/midi/names.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(NativeNames, AreTheSystemsWithoutWhatChangesEachTime) {
+    const struct {
+        const char *Client, *Port, *Whole;
+    } cases[] = {{"Acme Keyboard 49", "Acme Keyboard 49 MIDI 1", "Acme Keyboard 49 MIDI 1"},
+                 {"Acme", "Out", "Acme Out"},
+                 {"Acme", "", "Acme"},
+                 {"Synth (123)", "Synth input (123:0)", "Synth input"},
+                 {"Synth (1234)", "in", "Synth (1234) in"}};
+    for (const auto& c : cases)
+        EXPECT_EQ(machine::WholeName(c.Client, c.Port, 123), c.Whole) << c.Client;
+}
+
+TEST(NativeNames, AreOneOfAKindAndFit) {
+    const char* const wholes[] = {"Keys",
+                                  "Keys",
+                                  "Keys",
+                                  "A very long name that goes on, MIDI 1",
+                                  "A very long name that goes on, MIDI 2",
+                                  "Ein sehr langer Name bis zum \xC3\x9C\xC3\x9C"};
+    std::vector<std::string> names;
+    for (const char* whole : wholes) names.push_back(machine::UniqueName(whole, names));
+    EXPECT_EQ(names, (std::vector<std::string>{"Keys", "Keys #2", "Keys #3",
+                                               "A very long name that goes on,",
+                                               "A very long name that goes o #2",
+                                               "Ein sehr langer Name bis zum \xC3\x9C"}));
+}
+
+} // namespace
