@@ -181,7 +181,8 @@ TEST_F(RealMicrophone, GoesOnWithTheServerThatComesBack) {
     EXPECT_NE(MicrophoneProblem().find("No sound server"), std::string::npos);
     ASSERT_TRUE(Server("start") && Server("plug"));
     EXPECT_TRUE(ear.HearsTone());
-    EXPECT_EQ(MicrophoneProblem() + FindMicrophones()[0].Name, "Voice");
+    EXPECT_EQ(FindMicrophones()[0].Name, "Voice");
+    EXPECT_EQ(MicrophoneProblem(), "");
 }
 
 TEST_F(RealMicrophone, ItsLevelIsThatOfItsOwnStream) {
