@@ -1,6 +1,7 @@
 // zorhost devices
 #include "host/commands.h"
 #include "host/machine.h"
+#include "host/microphone.h"
 #include "host/port_map.h"
 #include "host/settings.h"
 #include "host/watch.h"
@@ -90,8 +91,8 @@ void Devices(const GlobalOptions& global, bool watch) {
     const PortMap map = ReadPortMap(settings.IniPath());
     PrintDevices("Input devices", InputDevices(), InputState, map.Inputs);
     PrintDevices("Output devices", OutputDevices(), OutputState, map.Outputs);
-    std::printf("Microphones\n  (those of this computer are not reached yet; --mic lets one hear a "
-                "sound file)\n");
+    std::printf("Microphones\n");
+    PrintMicrophones();
     const bool there = std::filesystem::exists(settings.IniPath());
     std::printf("Ports by %s%s\n", settings.IniPath().c_str(),
                 there ? "" : " (not there: defaults)");

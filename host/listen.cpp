@@ -32,8 +32,8 @@ struct ListenOptions {
 // Prints each note as soon as it is decided, above the meter.
 class Listener {
 public:
-    Listener(const ListenOptions& options, const Microphone& microphone)
-        : Options(options), Mic(microphone), Decoder(hearing::LiveLag) {}
+    Listener(const ListenOptions& options, const Microphone* file)
+        : Options(options), File(file), Decoder(hearing::LiveLag) {}
 
     void Run();
     // With times from the beginning of the listening.
@@ -48,7 +48,7 @@ private:
     bool Over();
 
     const ListenOptions& Options;
-    const Microphone& Mic;
+    const Microphone* const File; // that the microphone hears; null for a real one
     Progress Meter;
     Ear Hears;
     hearing::Decoder Decoder;
@@ -118,7 +118,7 @@ bool Listener::Over() {
         (Options.Seconds > 0 && static_cast<double>(now) >= Options.Seconds * 1000)) {
         return true;
     }
-    if (EndTime < 0 && Mic.Ended()) EndTime = now;
+    if (EndTime < 0 && File && File->Ended()) EndTime = now;
     return EndTime >= 0 && now >= EndTime + MicrophoneTail;
 }
 
@@ -148,28 +148,32 @@ void Listener::Run() {
     if (start.Thru) Library::Silence({});
 }
 
-void Run(const GlobalOptions& global, const ListenOptions& options) {
+// Null for a microphone of this computer.
+std::unique_ptr<Microphone> Microphones(const ListenOptions& options) {
     if (options.Mic.empty()) {
-        throw HostError("the microphones of this computer are not reached yet; --mic FILE lets a "
-                        "microphone of the machine hear a sound file");
+        ChooseMicrophone(options.Device);
+        return nullptr;
     }
-    if (options.Device != 1) {
+    if (options.Device != 1)
         throw HostError("there is no microphone " + std::to_string(options.Device) +
                         "; there is:\n  1  Sound file");
-    }
+    return std::make_unique<Microphone>(options.Mic);
+}
+
+void Run(const GlobalOptions& global, const ListenOptions& options) {
     std::unique_ptr<OutputFile> out;
     if (!options.Out.empty()) out = std::make_unique<OutputFile>(options.Out);
     // Without inputs: what is played thru must not be taken for what is heard.
     const Machine machine(global, options.Thru.empty() ? Cables::Nowhere : Cables::OutputsOnly);
-    const Microphone microphone(options.Mic);
+    const std::unique_ptr<Microphone> file = Microphones(options);
     RunChanges changes;
     changes.Microphone = true;
     changes.MicrophoneChannel = 1;
     changes.Outputs = options.Thru;
     const RunSettings settings(SettingsFolder(global.IniFolder), changes);
-    Listener listener(options, microphone);
+    Listener listener(options, file.get());
     listener.Run();
-    microphone.CheckRead();
+    if (file) file->CheckRead();
     const std::vector<Note> notes = listener.Notes();
     std::printf("%zu notes\n", notes.size());
     if (!out) return;
@@ -186,10 +190,11 @@ void AddListen(CLI::App& app, const GlobalOptions& global) {
     const auto options = std::make_shared<ListenOptions>();
     command
         ->add_option("--mic", options->Mic,
-                     "Sound file that the microphone hears, for as long as those of this computer "
-                     "are not reached")
+                     "Sound file to hear in place of a microphone of this computer")
         ->type_name("FILE");
-    command->add_option("--device", options->Device, "Which microphone, from 1")
+    command
+        ->add_option("--device", options->Device,
+                     "Which microphone, as `zorhost devices` lists them, from 1")
         ->type_name("N")
         ->capture_default_str();
     command->add_option("--seconds", options->Seconds, "Stop after so many seconds")

@@ -65,6 +65,7 @@ Machine::Machine(const GlobalOptions& global, Cables cables) {
     machine::PowerOn();
     machine::PrintBoxes(true);
     machine::RecordSentMidi(false);
+    if (!global.Virtual) machine::UseNativeMicrophones();
     if (cables == Cables::Nowhere) {
         AddNowhere();
         return;

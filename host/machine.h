@@ -17,8 +17,8 @@ enum class Cables {
 };
 
 // Gives the machine its MIDI devices, and says on standard error which: those of this computer, or
-// loopback ports if it has none, or if the user wants those. One at a time; the library is closed
-// before it goes.
+// loopback ports if it has none, or if the user wants those. Its microphones are this computer's,
+// unless one is made to hear something else. One at a time; the library is closed before it goes.
 class Machine {
 public:
     // Throws HostError if the devices of this computer are wanted only, and cannot be asked for.

@@ -13,6 +13,13 @@ machine::MicrophoneModel Model(const char* name) {
     model.Name = name;
     return model;
 }
+
+// None was looked for where the user wants virtual devices only.
+std::string WhyNone() {
+    const std::string problem = machine::MicrophoneProblem();
+    return problem.empty() ? "This computer's are not asked for." : problem;
+}
+
 } // namespace
 
 Microphone::Microphone() : Device(machine::AddMicrophone(Model("Silence"))) {}
@@ -44,11 +51,37 @@ std::int64_t Microphone::StartTime() const {
     return ZorTimeMIDI(0) - static_cast<std::int64_t>(age / 1000);
 }
 
+void PrintMicrophones() {
+    const auto found = machine::FindMicrophones();
+    for (const auto& each : found)
+        std::printf("  %-31s  %s\n", each.Name.c_str(),
+                    &each == &found.front() ? "the default one"
+                    : each.Monitor          ? "what is played"
+                                            : "");
+    if (found.empty()) std::printf("  (none) %s\n", WhyNone().c_str());
+}
+
+void ChooseMicrophone(int number) {
+    const auto found = machine::FindMicrophones();
+    if (found.empty()) throw HostError("there is no microphone. " + WhyNone());
+    if (number < 1 || number > static_cast<int>(found.size())) {
+        std::string text = "there is no microphone " + std::to_string(number) + "; there are:";
+        for (std::size_t i = 0; i < found.size(); ++i)
+            text += "\n  " + std::to_string(i + 1) + "  " + found[i].Name;
+        throw HostError(text);
+    }
+    const auto& chosen = found[static_cast<std::size_t>(number) - 1];
+    machine::PreferMicrophone(chosen.Id);
+    std::fprintf(stderr, "Microphone: %s\n", chosen.Name.c_str());
+}
+
 std::unique_ptr<Microphone> PlugMicrophone(const std::string& file, const PortMap& map) {
     if (!file.empty()) return std::make_unique<Microphone>(file);
-    if (!map.Microphone) return nullptr;
-    std::fprintf(stderr, "The settings switch the microphone on. Those of this computer are not "
-                         "reached yet, so it hears silence; --mic gives it a sound file.\n");
+    if (!map.Microphone || !machine::FindMicrophones().empty()) return nullptr;
+    std::fprintf(stderr,
+                 "The settings switch the microphone on, and it hears silence. %s --mic gives it a "
+                 "sound file.\n",
+                 WhyNone().c_str());
     return std::make_unique<Microphone>();
 }
 

@@ -1,5 +1,4 @@
-// What the machine's microphone hears. Microphones of the computer itself are not reached yet, so
-// it hears a sound file, or silence.
+// What the library's microphone hears: a microphone of this computer, a sound file or silence.
 #pragma once
 
 #include "host/port_map.h"
@@ -11,6 +10,7 @@
 
 namespace zorhost {
 
+// One that the machine has in place of this computer's.
 class Microphone {
 public:
     // Hears the file from the moment that capture starts, once. Throws HostError if it is no sound.
@@ -40,8 +40,16 @@ constexpr int MicrophoneChannel = 65;
 // Milliseconds of silence after a sound file, in which its last note ends.
 constexpr int MicrophoneTail = 500;
 
-// The microphone that a run needs: one that hears the file if one is given; a silent one if the
-// settings switch it on, with a word on standard error; else none.
+// Prints the microphones of this computer, or why there are none.
+void PrintMicrophones();
+
+// Makes the microphone of that number, from 1, the one that is heard, and says on standard error
+// which it is. Throws HostError if it is not there, naming those that are.
+void ChooseMicrophone(int number);
+
+// What a run needs that is not to hear a microphone of this computer: one that hears the file if
+// one is given; a silent one, with a word on standard error, if the settings switch the microphone
+// on and there is none. Else null.
 std::unique_ptr<Microphone> PlugMicrophone(const std::string& file, const PortMap& map);
 
 } // namespace zorhost

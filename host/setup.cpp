@@ -5,7 +5,6 @@
 #include "host/interrupt.h"
 #include "host/library.h"
 #include "host/machine.h"
-#include "host/microphone.h"
 #include "host/setting_keys.h"
 #include "host/settings.h"
 
@@ -14,7 +13,6 @@
 
 #include <cstdio>
 #include <memory>
-#include <optional>
 #include <sstream>
 #include <stop_token>
 #include <thread>
@@ -67,9 +65,8 @@ void WatchInterrupts(const std::stop_token& done) {
 
 // On the screen, until the user closes it.
 void ShowDialog(SetupDialog dialog) {
-    // So that the level can be set: those of this computer are not reached yet.
-    std::optional<Microphone> silent;
-    if (dialog == SetupDialog::Microphone) silent.emplace();
+    if (dialog == SetupDialog::Microphone && machine::FindMicrophones().empty())
+        std::fprintf(stderr, "There is no microphone. %s\n", machine::MicrophoneProblem().c_str());
     const Library library;
     const HelpWindow parent;
     const std::jthread watch(WatchInterrupts);

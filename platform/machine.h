@@ -2,11 +2,11 @@
 //
 // The machine is virtual: its devices live in memory and in files, its clock is real or stepped by
 // hand, and any call can be made to fail. Each kind of device has a header of its own. Its MIDI
-// devices may be this computer's instead (native.h).
+// devices and its microphones may be this computer's instead (native.h).
 //
-// At load it suits a host that does not steer it: this computer's MIDI devices or, where they cannot
-// be reached, one loopback cable named "Loopback"; message boxes printed on standard error, nothing
-// recorded. Whoever steers begins with PowerOn.
+// At load it suits a host that does not steer it: this computer's microphones and MIDI devices or,
+// where the latter cannot be reached, one loopback cable named "Loopback"; message boxes printed on
+// standard error, nothing recorded. Whoever steers begins with PowerOn.
 #pragma once
 
 #include "platform/machine/boxes.h"

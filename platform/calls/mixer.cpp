@@ -4,7 +4,8 @@
 
 #include "platform/calls/handles.h"
 #include "platform/calls/names.h"
-#include "platform/device/roster.h"
+#include "platform/device/capture.h"
+#include "platform/device/level.h"
 #include "platform/machine/fault_point.h"
 #include "platform/machine/level.h"
 #include "platform/machine/power.h"
@@ -78,11 +79,11 @@ namespace zorsystem {
 
 using namespace machine;
 
-UINT mixerGetNumDevs() { return static_cast<UINT>(Roster<LevelDevice>::Present().size()); }
+UINT mixerGetNumDevs() { return static_cast<UINT>(LevelDevices().size()); }
 
 MMRESULT mixerGetDevCapsA(UINT_PTR number, MIXERCAPSA* caps, UINT /*size*/) {
     if (const Failure failure{Call::mixerGetDevCapsA}) return failure;
-    const auto mixers = Roster<LevelDevice>::Present();
+    const auto mixers = LevelDevices();
     if (number >= mixers.size()) return MMSYSERR_BADDEVICEID;
     CopyName(caps->szPname, mixers[number]->Name);
     return MMSYSERR_NOERROR;
@@ -91,7 +92,7 @@ MMRESULT mixerGetDevCapsA(UINT_PTR number, MIXERCAPSA* caps, UINT /*size*/) {
 MMRESULT mixerOpen(HMIXER* handle, UINT number, DWORD_PTR, DWORD_PTR, DWORD flags) {
     if (const Failure failure{Call::mixerOpen}) return failure;
     const bool byCapture = flags == MIXER_OBJECTF_WAVEIN;
-    const auto mixers = Roster<LevelDevice>::Present();
+    const auto mixers = LevelDevices();
     const auto captures = CaptureDevices();
     if (number >= (byCapture ? captures.size() : mixers.size())) return MMSYSERR_BADDEVICEID;
     auto mixer = byCapture ? captures[number]->Levels() : mixers[number];

@@ -157,7 +157,7 @@ MMRESULT WaveIn::Position(MMTIME& time) {
 // Frames lost for want of a buffer were not recorded, so they do not count.
 std::uint64_t WaveIn::PositionNow() const {
     if (!Started) return Before;
-    return Before + (Queue.empty() ? Filled : Stream->Position()) - Lost;
+    return Before + (Queue.empty() ? Filled : Stream->DevicePosition()) - Lost;
 }
 
 MMRESULT WaveIn::MayClose() {

@@ -68,4 +68,8 @@ private:
     std::atomic<bool> HasLeft{false};
 };
 
+// Those that are there; their places are their numbers. Where none has been added to
+// Roster<LevelDevice> they are those of the computer's own capture devices. Thread: any.
+std::vector<std::shared_ptr<LevelDevice>> LevelDevices();
+
 } // namespace machine

@@ -45,7 +45,15 @@ template class Roster<CaptureDevice>;
 template class Roster<LevelDevice>;
 
 std::vector<std::shared_ptr<CaptureDevice>> CaptureDevices() {
-    return Roster<CaptureDevice>::Present();
+    auto added = Roster<CaptureDevice>::Present();
+    return added.empty() ? NativeCaptureDevices() : std::move(added);
+}
+
+std::vector<std::shared_ptr<LevelDevice>> LevelDevices() {
+    auto levels = Roster<LevelDevice>::Present();
+    if (!levels.empty()) return levels;
+    for (const auto& device : NativeCaptureDevices()) levels.push_back(device->Levels());
+    return levels;
 }
 
 } // namespace machine

@@ -7,6 +7,7 @@
 #include <FL/Fl.H>
 #include <FL/fl_draw.H>
 #include <FL/x.H>
+#include <algorithm>
 #include <cstdlib>
 
 namespace ui {
@@ -28,6 +29,27 @@ double UntilTimer(const Dialog& dialog) {
     const std::uint64_t next = dialog.NextTimer(), now = machine::Microseconds();
     if (next == ~std::uint64_t{0}) return Forever;
     return next > now ? static_cast<double>(next - now) / 1e6 : 0;
+}
+
+// The programs that people have for this, the likeliest first.
+struct VolumeProgram {
+    const char* Name;
+    const char *Recording, *Playing; // arguments
+};
+constexpr VolumeProgram VolumePrograms[] = {
+    {"pavucontrol", "--tab=4", "--tab=3"},
+    {"pavucontrol-qt", "--tab=4", "--tab=3"},
+    {"gnome-control-center", "sound", "sound"},
+    {"systemsettings", "kcm_pulseaudio", "kcm_pulseaudio"},
+    {"x-terminal-emulator", "-e alsamixer -V capture", "-e alsamixer"},
+};
+
+// False if it is not there.
+bool Start(const std::string& program, const std::string& arguments) {
+    const std::string quiet = " >/dev/null 2>&1";
+    return std::system(("command -v " + program + quiet + " && { " + program + " " + arguments +
+                        quiet + " & }")
+                           .c_str()) == 0;
 }
 
 class DisplayScreen : public machine::Screen {
@@ -59,14 +81,10 @@ public:
 
     void Wake() override { Fl::awake(); }
 
-    // The programs that people have for this, the likeliest first.
     bool OpenVolume(bool recording) override {
-        const std::string programs = recording
-                                         ? "pavucontrol --tab=4 || gnome-control-center sound || "
-                                           "x-terminal-emulator -e alsamixer -V capture"
-                                         : "pavucontrol --tab=3 || gnome-control-center sound || "
-                                           "x-terminal-emulator -e alsamixer";
-        return std::system(("{ " + programs + "; } >/dev/null 2>&1 &").c_str()) == 0;
+        return std::ranges::any_of(VolumePrograms, [recording](const VolumeProgram& each) {
+            return Start(each.Name, recording ? each.Recording : each.Playing);
+        });
     }
 };
 

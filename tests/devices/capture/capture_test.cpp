@@ -1,0 +1,234 @@
+// Microphones of a sound server: heard, pulled out, put back, turned up and down, and the server
+// itself stalled, killed and started again. Nothing is asked but what comes of it, in which order.
+#include "tests/platform/capture_back_end.h"
+
+#include "platform/device/capture.h"
+#include "platform/device/level.h"
+#include "soundin/sound_in_win.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <complex>
+#include <cstdlib>
+#include <numbers>
+#include <thread>
+
+namespace {
+
+using namespace machine;
+
+constexpr int Rate = 22050;
+constexpr std::size_t BlockFrames = 512;
+constexpr double Tone = 440;
+
+bool Shell(const std::string& command) { return std::system(command.c_str()) == 0; }
+// The script "server", for the server of this run.
+bool Server(const std::string& what) {
+    return Shell("\"$SOUND_SERVER\" \"$SOUND_SERVER_KIND\" " + what);
+}
+
+// Whether something comes true: at once, or after the servers and this busy machine took their
+// time.
+template <class Condition>
+bool Comes(Condition condition) {
+    for (int tries = 0; tries < 3000; ++tries) {
+        if (condition()) return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return false;
+}
+
+bool Listed() {
+    return std::ranges::any_of(FindMicrophones(),
+                               [](const auto& each) { return each.Name == "Voice"; });
+}
+
+} // namespace
+
+void PlugMicrophone() {
+    UseNativeMicrophones();
+    EXPECT_TRUE(Server("plug") && Comes(Listed));
+}
+void UnplugMicrophone() {
+    EXPECT_TRUE(Server("unplug") && Comes([] { return !Listed(); }));
+}
+
+namespace {
+
+// Judges each block of a capture: does it go on with the tone where the one before has ended.
+class Ear {
+public:
+    Ear() {
+        Capture.SetCallback(
+            [](std::uint32_t time, const std::uint8_t* data, std::int32_t bytes, void* self) {
+                static_cast<Ear*>(self)->Hear(time, data, static_cast<std::size_t>(bytes));
+            },
+            this);
+        EXPECT_TRUE(Capture.Open(Rate));
+        EXPECT_TRUE(Capture.Start());
+    }
+    ~Ear() {
+        Capture.Stop();
+        Capture.Close();
+    }
+    // A second of the tone without a gap, from now on.
+    bool HearsTone() {
+        Unbroken = 0;
+        return Comes([this] { return Unbroken >= Rate / static_cast<int>(BlockFrames); });
+    }
+    bool HearsNothing() { // comes to an end, whatever was still on its way
+        return Comes([this, last = Blocks.load()]() mutable {
+            std::this_thread::sleep_for(std::chrono::milliseconds(300));
+            return Blocks == std::exchange(last, Blocks.load());
+        });
+    }
+
+    Sonorel::SoundInWin Capture;
+    std::atomic<int> Blocks{0};
+    std::atomic<double> Loudness{0}; // of the tone, 0 to 1
+    std::atomic<double> Hertz{0};
+    std::atomic<std::uint32_t> Time{0};
+    std::atomic<bool> StampsRise{true};
+
+private:
+    void Hear(std::uint32_t time, const std::uint8_t* data, std::size_t bytes) {
+        if (bytes != 2 * BlockFrames) ADD_FAILURE() << "a block of " << bytes << " bytes";
+        std::complex<double> sum = 0;
+        for (std::size_t i = 0; i < BlockFrames; ++i)
+            sum += (data[2 * i] - 128) / 128.0 *
+                   std::polar(1.0, -2 * std::numbers::pi * Tone * static_cast<double>(i) / Rate);
+        const double loudness = 2 * std::abs(sum) / BlockFrames;
+        const double off =
+            std::remainder(std::arg(sum) - Phase - 2 * std::numbers::pi * Tone * BlockFrames / Rate,
+                           2 * std::numbers::pi);
+        Unbroken = loudness > 0.02 && std::abs(off) < 0.2 ? Unbroken + 1 : 0;
+        Hertz = Tone + off / (2 * std::numbers::pi) * Rate / BlockFrames;
+        Phase = std::arg(sum);
+        Loudness = loudness;
+        if (Blocks > 0 && static_cast<std::int32_t>(time - Time) < 0) StampsRise = false;
+        Time = time;
+        ++Blocks;
+    }
+
+    std::atomic<int> Unbroken{0}; // blocks
+    double Phase = 0;
+};
+
+class RealMicrophone : public testing::Test {
+protected:
+    void SetUp() override {
+        PowerOn();
+        PlugMicrophone();
+        PreferMicrophone("voice");
+        ASSERT_FALSE(FindMicrophones().empty());
+        ASSERT_EQ(FindMicrophones()[0].Name, "Voice");
+    }
+    void TearDown() override {
+        Server("unplug");
+        PowerOn();
+    }
+    static std::uint32_t Level() {
+        std::uint32_t value = 0;
+        EXPECT_TRUE(Control(RecordingLine).Read({&value, 1}));
+        return value;
+    }
+    static machine::Level& Control(std::uint32_t destination) {
+        const auto mixer = CaptureDevices()[0]->Levels();
+        for (const LevelLine& line : mixer->Destinations)
+            if (line.Type == destination) return *line.Sources[0].Levels[0];
+        ADD_FAILURE();
+        std::abort();
+    }
+    static bool Set(std::uint32_t destination, std::uint32_t value) {
+        return Control(destination).Write({&value, 1});
+    }
+};
+
+TEST_F(RealMicrophone, IsHeardWithoutGaps) {
+    Ear ear;
+    EXPECT_TRUE(ear.HearsTone());
+    EXPECT_NEAR(ear.Hertz, Tone, 1);
+    EXPECT_TRUE(ear.StampsRise);
+    EXPECT_LT(timeGetTime() - ear.Time, 30000u);
+}
+
+TEST_F(RealMicrophone, PulledOutItFallsSilentAndPutBackItGoesOn) {
+    Ear ear;
+    for (int time = 0; time < 2; ++time) {
+        ASSERT_TRUE(ear.HearsTone());
+        UnplugMicrophone();
+        EXPECT_TRUE(ear.HearsNothing());
+        PlugMicrophone();
+    }
+    ASSERT_TRUE(ear.HearsTone());
+    EXPECT_TRUE(Server("unplug") && Server("plug")); // a loose contact
+    EXPECT_TRUE(ear.HearsTone());
+}
+
+TEST_F(RealMicrophone, GoesOnWithTheServerThatComesBack) {
+    Ear ear;
+    ASSERT_TRUE(ear.HearsTone());
+    ASSERT_TRUE(Server("stall"));
+    EXPECT_TRUE(ear.HearsNothing());
+    ASSERT_TRUE(Server("go_on"));
+    EXPECT_TRUE(ear.HearsTone());
+    ASSERT_TRUE(Server("stop"));
+    EXPECT_TRUE(ear.HearsNothing());
+    EXPECT_TRUE(FindMicrophones().empty());
+    EXPECT_NE(MicrophoneProblem().find("No sound server"), std::string::npos);
+    ASSERT_TRUE(Server("start") && Server("plug"));
+    EXPECT_TRUE(ear.HearsTone());
+    EXPECT_EQ(FindMicrophones()[0].Name, "Voice");
+    EXPECT_EQ(MicrophoneProblem(), "");
+}
+
+TEST_F(RealMicrophone, ItsLevelIsThatOfItsOwnStream) {
+    const std::string stream = "$(pactl list short source-outputs | awk '$5 ~ /u8/ {print $1}')";
+    ASSERT_TRUE(Set(RecordingLine, 0));
+    Ear ear; // sets the level at its opening
+    ASSERT_TRUE(ear.HearsTone());
+    const double plain = ear.Loudness;
+    EXPECT_EQ(Level(), 32767u);
+    EXPECT_TRUE(Shell("pactl set-source-output-volume " + stream + " 50%"));
+    EXPECT_TRUE(Comes([] { return std::abs(static_cast<int>(Level()) - 16384) < 50; }));
+    EXPECT_TRUE(Comes([&] { return std::abs(ear.Loudness / plain - 0.125) < 0.03; }));
+    EXPECT_TRUE(Shell("pactl set-source-output-mute " + stream + " 1"));
+    EXPECT_TRUE(Comes([] { return Level() == 0; }));
+    EXPECT_TRUE(Set(RecordingLine, 32767));
+    EXPECT_TRUE(Comes([&] { return std::abs(ear.Loudness / plain - 1) < 0.1; }));
+    EXPECT_TRUE(
+        Shell("pactl get-source-volume voice | grep -q ' 100%'")); // is nobody's business here
+    EXPECT_EQ(Level(), 32767u);
+}
+
+TEST_F(RealMicrophone, IsHeardInTheSpeakersWhileItIsLetThrough) {
+    const auto plays = [] {
+        return Shell("pactl list sink-inputs | grep -q 'media.name = \"Microphone\"'");
+    };
+    EXPECT_FALSE(plays());
+    EXPECT_TRUE(Set(SpeakersLine, 0));
+    EXPECT_TRUE(Comes(plays));
+    EXPECT_TRUE(Set(SpeakersLine, 1));
+    EXPECT_TRUE(Comes([&] { return !plays(); }));
+}
+
+TEST_F(RealMicrophone, EachHasANameOfItsOwnAndMonitorsComeLast) {
+    for (const char* name : {"one", "two"})
+        ASSERT_TRUE(Shell(std::string("pactl load-module module-remap-source master=mic.monitor "
+                                      "source_name=") +
+                          name +
+                          " source_properties=device.description=Stimme_über_einunddreißig_Bytes >>"
+                          "$XDG_RUNTIME_DIR/twins"));
+    EXPECT_TRUE(Comes([] { return FindMicrophones().size() == 4; }));
+    const auto found = FindMicrophones();
+    ASSERT_EQ(found.size(), 4u);
+    EXPECT_EQ(found[1].Name, "Stimme_über_einunddreißig_Byt");
+    EXPECT_EQ(found[2].Name, "Stimme_über_einunddreißig_ #2");
+    EXPECT_TRUE(found[3].Monitor && !found[2].Monitor);
+    EXPECT_TRUE(Shell("xargs -n 1 pactl unload-module <$XDG_RUNTIME_DIR/twins"));
+}
+
+} // namespace
