@@ -1,9 +1,6 @@
 // zorhost monitor
 #include "host/commands.h"
 #include "host/input.h"
-#include "host/port_map.h"
-#include "host/thru_loop.h"
-#include "host/virtual_machine.h"
 
 #include <cstdio>
 #include <memory>
@@ -35,13 +32,12 @@ std::string Line(const MIDIEvent& record, const PortMap& map) {
 }
 
 void Run(const GlobalOptions& global, const InputOptions& options) {
-    const VirtualMachine machine;
-    const RunSettings settings(SettingsFolder(global.IniFolder), options.Changes());
-    const PortMap map = ReadPortMap(settings.IniPath());
-    RefuseThruLoop(map, options);
-    RunInput(options, map, [&](const std::vector<MIDIEvent>& received) {
-        for (const MIDIEvent& record : received) std::printf("%s\n", Line(record, map).c_str());
-        if (!received.empty()) std::fflush(stdout);
+    Session session(global, options.Plan());
+    if (!options.Thru.empty()) session.RefuseLoop("--thru");
+    RunInput(session, options, 0, [&](const std::vector<MIDIEvent>& received) {
+        for (const MIDIEvent& record : received)
+            std::printf("%s\n", Line(record, session.Ports()).c_str());
+        return received.empty() || std::fflush(stdout) == 0;
     });
 }
 

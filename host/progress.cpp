@@ -1,18 +1,20 @@
 #include "host/progress.h"
 
+#include "host/terminal.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <unistd.h>
 
 namespace zorhost {
 
-Progress::Progress() : Terminal(isatty(STDERR_FILENO) != 0) {}
+Progress::Progress() : Terminal(IsTerminal(STDERR_FILENO)) {}
 
 void Progress::Show(const std::string& line) {
     using namespace std::chrono_literals;
     if (Terminal) {
-        std::fprintf(stderr, "\r%-*s", static_cast<int>(Width), line.c_str());
-        Width = line.size();
+        const auto room = static_cast<std::size_t>(TerminalWidth() - 1);
+        std::fprintf(stderr, "\r%s\033[K", line.substr(0, room).c_str());
         Open = true;
     } else {
         std::fprintf(stderr, "%s\n", line.c_str());
@@ -24,7 +26,6 @@ void Progress::Show(const std::string& line) {
 void Progress::End() {
     if (Open) std::fputc('\n', stderr);
     Open = false;
-    Width = 0;
 }
 
 std::string ClockText(std::int64_t milliseconds) {

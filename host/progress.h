@@ -23,7 +23,6 @@ public:
 private:
     bool Terminal;
     bool Open = false;
-    std::size_t Width = 0;
     std::chrono::steady_clock::time_point Next;
 };
 

@@ -110,7 +110,8 @@ TEST(Record, WritesWhatCameInAndPlaysItThruByTheMap) {
     EXPECT_EQ(record.Finish(), 0) << record.Err;
     const std::vector<Bytes> expected = {{0x90, 60, 100}, {0x92, 62, 90}, {0x93, 64, 80},
                                          {0x90, 70, 1},   {0x95, 71, 1},  {0x90, 70, 0},
-                                         {0x95, 71, 0}};
+                                         {0x95, 71, 0},   {0x90, 60, 0},  {0x92, 62, 0},
+                                         {0x93, 64, 0}}; // those held end with the recording
     EXPECT_EQ(Messages(ReadBack(copy)), expected);
 }
 

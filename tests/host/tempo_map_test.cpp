@@ -1,13 +1,13 @@
-#include "host/tempo_map.h"
+#include "midifile/tempo_map.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-using zorhost::BarBeat;
-using zorhost::Meter;
-using zorhost::Tempo;
-using zorhost::TempoMap;
+using midifile::BarBeat;
+using midifile::Meter;
+using midifile::Tempo;
+using midifile::TempoMap;
 
 // 4/4 at 120; from bar 3 a 3/8 bar line at 60; a 4/4 that cuts a 3/8 bar short; slower again.
 TempoMap Sample() {
