@@ -2,6 +2,7 @@
 
 #include "host/interrupt.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <sstream>
@@ -40,20 +41,20 @@ bool HasColours() {
     return isatty(STDOUT_FILENO) && !(none && *none) && !(kind && !std::strcmp(kind, "dumb"));
 }
 
-std::string WrappedLine(const std::string& line, std::size_t width, std::size_t indent) {
+// One line of a text, which begins at a column; what it begins with stays.
+std::string WrappedLine(const std::string& line, std::size_t width, std::size_t indent,
+                        std::size_t column) {
     std::istringstream words(line);
-    std::string text;
-    std::size_t column = 0;
-    for (std::string word; words >> word;) {
-        if (column > indent && column + 1 + word.size() > width) {
+    std::string text(std::min(line.find_first_not_of(' '), line.size()), ' ');
+    column += text.size();
+    bool begun = false;
+    for (std::string word; words >> word; begun = true) {
+        if (begun && column + 1 + word.size() > width) {
             text += "\n" + std::string(indent, ' ');
             column = indent;
-        } else if (column > 0) {
+        } else if (begun) {
             text += ' ';
             ++column;
-        } else { // what the line begins with stays
-            column = line.find_first_not_of(' ');
-            text += std::string(column, ' ');
         }
         text += word;
         column += word.size();
@@ -70,7 +71,9 @@ int TerminalWidth() {
     for (const int handle : {STDOUT_FILENO, STDERR_FILENO}) {
         if (ioctl(handle, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) return size.ws_col;
     }
-    return 80;
+    const char* const said = std::getenv("COLUMNS");
+    const int columns = said ? std::atoi(said) : 0;
+    return columns > 0 ? columns : 80;
 }
 
 std::string Coloured(const std::string& text, Colour colour) {
@@ -78,12 +81,14 @@ std::string Coloured(const std::string& text, Colour colour) {
     return colours && colour != Colour::Plain ? Code(colour) + text + "\033[0m" : text;
 }
 
-std::string Wrapped(const std::string& text, int width, int indent) {
+std::string Wrapped(const std::string& text, int width, int indent, int first) {
+    const auto edge = static_cast<std::size_t>(indent);
+    auto column = static_cast<std::size_t>(first);
     std::istringstream lines(text);
     std::string all;
-    for (std::string line; std::getline(lines, line);) {
-        if (!all.empty()) all += "\n" + std::string(static_cast<std::size_t>(indent), ' ');
-        all += WrappedLine(line, static_cast<std::size_t>(width), static_cast<std::size_t>(indent));
+    for (std::string line; std::getline(lines, line); column = edge) {
+        if (!all.empty()) all += "\n" + std::string(edge, ' ');
+        all += WrappedLine(line, static_cast<std::size_t>(width), edge, column);
     }
     return all;
 }

@@ -15,9 +15,9 @@ enum class Colour { Plain, Green, Yellow, Cyan, Magenta, Dim };
 // For standard output: coloured on a terminal, unless NO_COLOR is set.
 std::string Coloured(const std::string& text, Colour colour);
 
-// Broken between words into lines of so many columns, those after the first indented. Line ends in
-// the text stay.
-std::string Wrapped(const std::string& text, int width, int indent = 0);
+// Broken between words into lines of so many columns, those after the first indented; the first
+// begins at a column of its own. Line ends in the text stay.
+std::string Wrapped(const std::string& text, int width, int indent = 0, int first = 0);
 
 enum class Key { None, Other, Space, Left, Right, Home, Quit };
 

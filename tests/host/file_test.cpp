@@ -52,7 +52,7 @@ std::vector<Case> FaultyFiles() {
         {"RIFF", Behind({'R', 'I', 'F', 'F', 9, 0, 0, 0, 'R', 'M', 'I', 'D'}, good), "RIFF", 2},
         {"junk before", Behind({1, 2, 3}, good), "3 bytes before its header", 2},
         {"junk behind", Behind(good, {1, 2, 3}), "bytes behind the end", 2},
-        {"length too short", With(good, 21, {2}), "bytes behind the end", 2},
+        {"length too short", With(good, 21, {2}), "wrong length", 2},
         {"length too long", With(Behind(good, TrackChunk(text)), 18, {1}), "wrong length", 2},
         {"no end mark", With(good, 32, {0xFF, 1, 0}), "without an end mark", 2},
         {"data byte as status", With(good, 23, {0x10}), "make no sense", 1},
