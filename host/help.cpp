@@ -103,14 +103,20 @@ public:
 std::string Troff(const std::string& text) {
     std::string out;
     for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == '\\')
+        const bool begins = i == 0 || text[i - 1] == '\n';
+        switch (text[i]) {
+        case '\\':
             out += "\\e";
-        else if (text[i] == '-')
+            break;
+        case '-':
             out += "\\-";
-        else if (text[i] == '.' && (i == 0 || text[i - 1] == '\n'))
-            out += "\\&.";
-        else
-            out += text[i] == '\n' ? std::string("\n.br\n") : std::string(1, text[i]);
+            break;
+        case '\n':
+            out += begins ? ".PP\n" : text.substr(i, 2) == "\n\n" ? "\n" : "\n.br\n";
+            break;
+        default:
+            out += (begins && text[i] == '.' ? "\\&" : "") + std::string(1, text[i]);
+        }
     }
     return out;
 }

@@ -4,6 +4,7 @@
 #include "host/json.h"
 #include "host/names.h"
 #include "host/options.h"
+#include "host/player.h"
 #include "host/progress.h"
 #include "host/song_file.h"
 
@@ -18,7 +19,8 @@ namespace {
 
 using midifile::Song;
 
-constexpr std::size_t MostChanges = 12; // of tempo or meter that are printed
+constexpr std::size_t MostChanges = 12;         // of tempo or meter that are printed
+constexpr double Longest = 0x7FFFFFFF / 1000.0; // seconds that the library's time counts
 
 struct InfoOptions {
     Piece Of;
@@ -70,6 +72,10 @@ std::string Joined(const Range& values) {
     return text;
 }
 
+double Seconds(const Song& song) {
+    return static_cast<double>(song.Map.MicrosecondsAt(song.EndTick)) / 1e6;
+}
+
 // What a player may trip over, beside what was put right.
 std::vector<std::string> Warnings(const Song& song) {
     std::vector<std::string> lines = song.Findings;
@@ -78,11 +84,10 @@ std::vector<std::string> Warnings(const Song& song) {
                         " system exclusive messages, which play leaves out");
     }
     if (song.Events.empty()) lines.push_back("it holds no notes");
+    if (Seconds(song) > Longest) lines.push_back("what comes after 24 days is not played");
+    if (LeavesSounding(PassageOf(song, 0).Records))
+        lines.push_back("a note or a pedal is still down at its end");
     return lines;
-}
-
-double Seconds(const Song& song) {
-    return static_cast<double>(song.Map.MicrosecondsAt(song.EndTick)) / 1e6;
 }
 
 double BeatsPerMinute(const midifile::Tempo& tempo) { return 60e6 / tempo.MicrosecondsPerQuarter; }

@@ -26,7 +26,6 @@ using Words = std::vector<std::string>;
 
 void AddCommands(CLI::App& app, zorhost::GlobalOptions& global) {
     app.name("zorhost");
-    app.footer(Footer);
     app.formatter(zorhost::HelpFormat());
     app.require_subcommand(1);
     app.fallthrough();
@@ -45,6 +44,7 @@ void AddCommands(CLI::App& app, zorhost::GlobalOptions& global) {
     zorhost::AddTranscribe(app, global);
     zorhost::AddListen(app, global);
     zorhost::AddSetup(app, global);
+    app.footer(Footer); // last, so that no command inherits it
 }
 
 // What was meant by the first word that is no command and no option's value.

@@ -30,9 +30,16 @@ void Progress::End() {
 
 std::string ClockText(std::int64_t milliseconds) {
     const std::int64_t tenths = std::max<std::int64_t>(0, milliseconds) / 100;
-    char text[32];
-    std::snprintf(text, sizeof text, "%lld:%02d.%d", static_cast<long long>(tenths / 600),
-                  static_cast<int>(tenths / 10 % 60), static_cast<int>(tenths % 10));
+    const auto hours = static_cast<long long>(tenths / 36000);
+    const int minutes = static_cast<int>(tenths / 600 % 60);
+    char text[64];
+    if (hours > 0) {
+        std::snprintf(text, sizeof text, "%lld:%02d:%02d.%d", hours, minutes,
+                      static_cast<int>(tenths / 10 % 60), static_cast<int>(tenths % 10));
+    } else {
+        std::snprintf(text, sizeof text, "%d:%02d.%d", minutes, static_cast<int>(tenths / 10 % 60),
+                      static_cast<int>(tenths % 10));
+    }
     return text;
 }
 

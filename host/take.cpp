@@ -1,6 +1,7 @@
 #include "host/take.h"
 
 #include "host/host_error.h"
+#include "host/interrupt.h"
 
 #include <cstdio>
 #include <filesystem>
@@ -42,6 +43,7 @@ std::string Take::SaveElsewhere(const RecordingPlan& plan) {
 }
 
 void Take::Finish(const RecordingPlan& plan) {
+    const InterruptsHeld untilSafe;
     try {
         WriteRecording(All, plan, File);
         if (Safe) Safe->Remove();
