@@ -13,7 +13,8 @@ namespace {
 
 void PrintNames(const char* title, const std::vector<std::string>& names) {
     std::printf("%s\n", title);
-    for (const std::string& name : names) std::printf("  %s\n", name.c_str());
+    int number = 0;
+    for (const std::string& name : names) std::printf("  %d  %s\n", ++number, name.c_str());
     if (names.empty()) std::printf("  (none)\n");
 }
 
