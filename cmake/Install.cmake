@@ -45,4 +45,7 @@ endif()
 if(TARGET zorhost)
   set_target_properties(zorhost PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
   install(TARGETS zorhost RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(FILES ${CMAKE_BINARY_DIR}/host/zorhost.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+  install(FILES host/completion.bash RENAME zorhost
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
 endif()

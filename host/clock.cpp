@@ -1,10 +1,9 @@
 // zorhost clock
 #include "host/commands.h"
 #include "host/interrupt.h"
-#include "host/library.h"
-#include "host/machine.h"
+#include "host/options.h"
 #include "host/progress.h"
-#include "host/settings.h"
+#include "host/session.h"
 
 #include <cmath>
 #include <cstdio>
@@ -23,7 +22,7 @@ constexpr int Ahead = 1000;   // milliseconds of clocks that wait in the queue
 struct ClockOptions {
     double BeatsPerMinute = 120;
     double Seconds = 0; // 0: until Ctrl-C
-    std::vector<std::string> To;
+    Texts To;
 };
 
 MIDIEvent SystemRecord(double time, std::uint8_t status) {
@@ -68,14 +67,10 @@ private:
 };
 
 void Run(const GlobalOptions& global, const ClockOptions& options) {
-    const Machine machine(global);
-    RunChanges changes;
-    changes.Outputs = options.To;
-    const RunSettings settings(SettingsFolder(global.IniFolder), changes);
+    Session session(global, {{}, options.To, "", Cables::Shared});
     ClockTrain train(options);
     Progress progress;
-    Library library;
-    library.Start({});
+    session.Start({});
     while (!Interrupted() && !(train.Done() && ZorXmitEmpty(0))) {
         const std::int32_t now = ZorTimeMIDI(0);
         train.Feed(now + Ahead);
@@ -102,13 +97,9 @@ void AddClock(CLI::App& app, const GlobalOptions& global) {
     const auto options = std::make_shared<ClockOptions>();
     command->add_option("BPM", options->BeatsPerMinute, "Quarter notes a minute")
         ->required()
-        ->check(CLI::Range(10.0, 500.0));
-    command->add_option("--to", options->To, "Output device to send to; give it again for several")
-        ->allow_extra_args(false)
-        ->type_name("NAME");
-    command->add_option("--seconds", options->Seconds, "Stop after so many seconds")
-        ->check(CLI::Range(0.001, 2000000.0))
-        ->type_name("N");
+        ->check(CLI::Range(10.0, 500.0).description("10 to 500"));
+    AddOutputs(*command, "--to", options->To, "Output to send to");
+    AddSeconds(*command, options->Seconds);
     command->callback([&global, options] { Run(global, *options); });
 }
 

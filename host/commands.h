@@ -15,6 +15,7 @@ struct GlobalOptions {
 
 void AddDevices(CLI::App& app, const GlobalOptions& global);
 void AddPlay(CLI::App& app, const GlobalOptions& global);
+void AddInfo(CLI::App& app, const GlobalOptions& global);
 void AddRecord(CLI::App& app, const GlobalOptions& global);
 void AddMonitor(CLI::App& app, const GlobalOptions& global);
 void AddFollow(CLI::App& app, const GlobalOptions& global);

@@ -61,12 +61,12 @@ void PrintDevices(const char* title, const std::vector<std::string>& devices,
                   std::string (*state)(unsigned number), const std::vector<Port>& ports) {
     std::printf("%s\n", title);
     for (unsigned i = 0; i < devices.size(); ++i)
-        std::printf("  %-31s  %-24s%s\n", devices[i].c_str(), state(i).c_str(),
+        std::printf("  %u  %-31s  %-24s%s\n", i + 1, devices[i].c_str(), state(i).c_str(),
                     Uses(ports, devices[i]).c_str());
     bool any = !devices.empty();
     for (const Port& port : ports) {
         if (!port.Device.empty() || Contains(devices, port.Name)) continue;
-        std::printf("  %-31s  %-24s  port %d\n", port.Name.c_str(), "not there", port.Row);
+        std::printf("     %-31s  %-24s  port %d\n", port.Name.c_str(), "not there", port.Row);
         any = true;
     }
     if (!any) std::printf("  (none)\n");

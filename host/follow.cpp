@@ -2,13 +2,11 @@
 #include "host/commands.h"
 #include "host/host_error.h"
 #include "host/interrupt.h"
-#include "host/library.h"
-#include "host/machine.h"
-#include "host/midi_file.h"
+#include "host/options.h"
 #include "host/player.h"
-#include "host/port_map.h"
 #include "host/progress.h"
-#include "host/settings.h"
+#include "host/session.h"
+#include "host/song_file.h"
 
 #include <algorithm>
 #include <chrono>
@@ -21,21 +19,22 @@ namespace {
 
 constexpr int UnitsPerQuarter = 1024; // of the library's time in external sync
 constexpr int UnitsPerSixteenth = UnitsPerQuarter / 4;
-constexpr int UnitsPerClock = 43; // rounded up
+constexpr int UnitsPerClock = 43;             // rounded up
+constexpr std::int32_t LastUnit = 0x7FFFFFFF; // no clock gets there
 // A clock that stays away for longer has stopped: twice the distance of two at 10 quarters a
 // minute.
 constexpr auto LongestGap = std::chrono::milliseconds(500);
 
 struct FollowOptions {
-    std::string File;
-    std::vector<std::string> To;
-    std::vector<std::string> In;
+    Piece Of;
+    Texts To;
+    Texts In;
 };
 
 // Plays the piece at the places where the clock's sender is.
 class Follower {
 public:
-    explicit Follower(MidiFile file) : File(std::move(file)), Play({}) { GoTo(0); }
+    explicit Follower(midifile::Song file) : File(std::move(file)), Play({}) { GoTo(0); }
 
     // Before the first clock comes.
     void Begin();
@@ -43,8 +42,9 @@ public:
     bool Complete() const { return Play.AllFed() && !Interrupted(); }
 
 private:
-    std::int64_t UnitsAt(std::int64_t tick) const {
-        return tick * UnitsPerQuarter / File.Map.TicksPerQuarter();
+    std::int32_t UnitsAt(std::int64_t tick) const {
+        const std::int64_t units = tick * UnitsPerQuarter / File.Map.TicksPerQuarter();
+        return static_cast<std::int32_t>(std::min<std::int64_t>(units, LastUnit));
     }
     std::int64_t TickAtUnits(std::int64_t units) const {
         return units * File.Map.TicksPerQuarter() / UnitsPerQuarter;
@@ -57,7 +57,7 @@ private:
     void WatchTime(std::int32_t now);
     void ShowProgress(Progress& progress) const;
 
-    const MidiFile File;
+    const midifile::Song File;
     Player Play;
     bool Running = false;
     // The time as last seen, since when it stands there, and whether it has gone on since the clock
@@ -69,17 +69,16 @@ private:
 
 // Replaces what is queued by the piece from that tick on.
 void Follower::GoTo(std::int64_t tick) {
-    std::vector<MIDIEvent> records = EventsFrom(File, tick);
-    for (MIDIEvent& record : records) {
-        record.Time = static_cast<std::int32_t>(UnitsAt(record.Etime));
-    }
-    Play = Player(std::move(records));
+    Passage passage = PassageOf(File, tick);
+    for (std::size_t i = 0; i < passage.Records.size(); ++i)
+        passage.Records[i].Time = UnitsAt(passage.Ticks[i]);
+    Play = Player(std::move(passage));
 }
 
 // The tick of the first event that has not been sent yet.
 std::int64_t Follower::NextTick() const {
     const std::size_t sent = Play.Fed() - static_cast<std::size_t>(OutputFill().Count);
-    return sent < Play.All().size() ? Play.All()[sent].Etime : File.EndTick + 1;
+    return sent < Play.All().size() ? Play.Ticks()[sent] : File.EndTick + 1;
 }
 
 // The clock's sender has gone to that place. Song positions are sixteenths, and the next clock
@@ -147,7 +146,7 @@ void Follower::WatchTime(std::int32_t now) {
 
 void Follower::ShowProgress(Progress& progress) const {
     const std::int64_t tick = TickAtUnits(std::max(0, ZorTimeMIDI(0)));
-    const BarBeat place = File.Map.BarBeatAt(std::min(tick, File.EndTick));
+    const midifile::BarBeat place = File.Map.BarBeatAt(std::min(tick, File.EndTick));
     const QueueFill fill = OutputFill();
     char line[128];
     std::snprintf(line, sizeof line, "%s  bar %4lld beat %2d  queue %4d/%d  %s",
@@ -197,20 +196,17 @@ void SayWaiting(const PortMap& map) {
 }
 
 void Run(const GlobalOptions& global, const FollowOptions& options) {
-    Follower follower(ReadMidiFile(options.File));
-    const Machine machine(global);
-    RunChanges changes;
-    changes.Inputs = options.In;
-    changes.Outputs = options.To;
-    const RunSettings settings(SettingsFolder(global.IniFolder), changes);
+    midifile::Song song = ReadSong(options.Of.File, options.Of.Strict);
+    CheckNotEmpty(song, options.Of.File);
+    Follower follower(std::move(song));
     StartOptions start;
     start.Sync = ZOR_SYNC_EXTERNAL;
     start.Keep.Classes = 0x80FF; // only what steers the piece comes in
     start.Keep.System = 0xFFFF & ~(1 << 2 | 1 << 10 | 1 << 11 | 1 << 12);
-    Library library;
-    library.Start(start);
+    Session session(global, {options.In, options.To, "", Cables::Shared});
+    session.Start(start);
     follower.Begin();
-    SayWaiting(ReadPortMap(settings.IniPath()));
+    SayWaiting(session.Ports());
     follower.Run();
     std::printf("%s\n", follower.Complete() ? "Played to the end" : "Stopped");
 }
@@ -221,13 +217,9 @@ void AddFollow(CLI::App& app, const GlobalOptions& global) {
     CLI::App* command =
         app.add_subcommand("follow", "Play a MIDI file in time with the MIDI clock that comes in");
     const auto options = std::make_shared<FollowOptions>();
-    command->add_option("FILE", options->File, "The piece, a .mid file")->required();
-    command->add_option("--to", options->To, "Output device to play on; give it again for several")
-        ->allow_extra_args(false)
-        ->type_name("NAME");
-    command->add_option("--in", options->In, "Input device that the clock comes from")
-        ->allow_extra_args(false)
-        ->type_name("NAME");
+    AddPiece(*command, options->Of);
+    AddOutputs(*command, "--to", options->To, "Output to play on");
+    AddInputs(*command, options->In, "Input that the clock comes from");
     command->callback([&global, options] { Run(global, *options); });
 }
 

@@ -3,6 +3,7 @@
 
 namespace zorhost {
 
+extern const char Version[]; // of zorhost and the library
 extern const char MidiSetupPage[];
 extern const char MicrophoneSetupPage[];
 

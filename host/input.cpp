@@ -2,7 +2,6 @@
 
 #include "host/host_error.h"
 #include "host/interrupt.h"
-#include "host/microphone.h"
 
 #include <cstdio>
 
@@ -23,44 +22,22 @@ void SayListening(const PortMap& map) {
 } // namespace
 
 void InputOptions::AddTo(CLI::App& command) {
-    command
-        .add_option("--in", In,
-                    "Input device to listen to; give it again for several. Without it: the "
-                    "inputs of the settings")
-        ->allow_extra_args(false)
-        ->type_name("NAME");
+    AddInputs(command, In, "Input to listen to");
     command.add_option("--filter", Filter, "Keep messages out: " + FilterWords())
         ->allow_extra_args(false)
         ->type_name("KIND,...")
         ->delimiter(',');
-    command
-        .add_option("--thru", Thru,
-                    "Output device that plays at once what comes in, filtered or not; give it "
-                    "again for several")
-        ->allow_extra_args(false)
-        ->type_name("NAME");
+    AddOutputs(command, "--thru", Thru, "Output that plays at once what comes in, filtered or not");
     command.add_option("--map", Map, "With --thru: channels to play on, 1:10 for in 1, out 10")
         ->allow_extra_args(false)
         ->type_name("IN:OUT,...")
         ->delimiter(',')
         ->needs("--thru");
-    command
-        .add_option("--mic", Mic,
-                    "Sound file that the microphone hears; its notes come in on channel 65")
-        ->type_name("FILE");
-    command.add_option("--seconds", Seconds, "Stop after so many seconds, not only at Ctrl-C")
-        ->check(CLI::Range(0.001, 2000000.0))
-        ->type_name("N");
+    AddMicrophoneFile(command, Mic);
+    AddSeconds(command, Seconds);
 }
 
-RunChanges InputOptions::Changes() const {
-    RunChanges changes;
-    changes.Inputs = In;
-    changes.Outputs = Thru;
-    changes.Microphone = !Mic.empty();
-    changes.MicrophoneChannel = Mic.empty() ? 0 : MicrophoneChannel;
-    return changes;
-}
+SessionPlan InputOptions::Plan() const { return {In, Thru, Mic, Cables::Shared}; }
 
 StartOptions InputOptions::Start() const {
     StartOptions start;
@@ -70,22 +47,19 @@ StartOptions InputOptions::Start() const {
     return start;
 }
 
-void RunInput(const InputOptions& options, const PortMap& map,
-              const std::function<void(const std::vector<MIDIEvent>&)>& take) {
+void RunInput(Session& session, const InputOptions& options, std::int64_t lead,
+              const std::function<bool(const std::vector<MIDIEvent>&)>& take) {
     const StartOptions start = options.Start();
-    const double milliseconds = options.Seconds * 1000;
-    const std::unique_ptr<Microphone> microphone = PlugMicrophone(options.Mic, map);
-    Library library;
-    library.Start(start);
-    SayListening(map);
+    const double end = options.Seconds * 1000 + static_cast<double>(lead);
+    session.Start(start);
+    SayListening(session.Ports());
     std::vector<MIDIEvent> records;
-    bool last = false;
-    while (!last) {
+    for (bool last = false; !last;) {
         Nap(4);
-        last = Interrupted() || (milliseconds > 0 && ZorTimeMIDI(0) >= milliseconds);
+        last = Interrupted() || (options.Seconds > 0 && ZorTimeMIDI(0) >= end);
         records.clear();
         Library::TakeReceived(records);
-        take(records);
+        if (!take(records)) last = true;
     }
     if (start.Thru) Library::Silence({});
 }

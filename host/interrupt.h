@@ -3,9 +3,21 @@
 
 namespace zorhost {
 
-// From now on SIGINT, SIGTERM and SIGHUP set the flag. A second one ends the program at once.
+// From now on SIGINT, SIGTERM and SIGHUP set the flag. A second SIGINT or SIGTERM ends the program
+// at once; a terminal that closes may send SIGHUP more than once.
 void CatchInterrupts();
 bool Interrupted();
+// What is to be done before that end, of what a signal may do; null for nothing.
+void AtSecondInterrupt(void (*last)());
+
+// While one lives, no second one ends the program: a file is being put in its place.
+class InterruptsHeld {
+public:
+    InterruptsHeld();
+    ~InterruptsHeld();
+    InterruptsHeld(const InterruptsHeld&) = delete;
+    InterruptsHeld& operator=(const InterruptsHeld&) = delete;
+};
 
 // Sleeps so many milliseconds, less if a signal comes.
 void Nap(int milliseconds);

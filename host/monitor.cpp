@@ -1,9 +1,8 @@
 // zorhost monitor
 #include "host/commands.h"
 #include "host/input.h"
-#include "host/machine.h"
-#include "host/port_map.h"
-#include "host/thru_loop.h"
+#include "host/json.h"
+#include "host/terminal.h"
 
 #include <cstdio>
 #include <memory>
@@ -12,36 +11,74 @@ namespace zorhost {
 
 namespace {
 
-// Time in seconds, port, channel within the port, message.
-std::string Line(const MIDIEvent& record, const PortMap& map) {
-    const Port* port = map.InputOf(record.Channel);
-    std::string name = "?";
-    int channel = record.Channel + 1;
-    if (port) {
-        name = port->Device;
-        channel -= port->Channel - 1;
-    } else if (map.Microphone && channel == map.MicrophoneChannel) {
-        name = "Microphone";
-    }
-    char text[160];
-    if (record.Status >= 0xF0) {
-        std::snprintf(text, sizeof text, "%10.3f  %-20s          %s", record.Time / 1000.0,
-                      name.c_str(), MessageText(record).c_str());
-    } else {
-        std::snprintf(text, sizeof text, "%10.3f  %-20s  ch %3d  %s", record.Time / 1000.0,
-                      name.c_str(), channel, MessageText(record).c_str());
-    }
-    return text;
+struct MonitorOptions {
+    InputOptions Input;
+    bool AsJson = false;
+};
+
+struct Source {
+    std::string Name;
+    int Channel; // within the port, from 1
+};
+
+Source SourceOf(const MIDIEvent& record, const PortMap& map) {
+    const int channel = record.Channel + 1;
+    if (const Port* const port = map.InputOf(record.Channel))
+        return {port->Device, channel - port->Channel + 1};
+    const bool mic = map.Microphone && channel == map.MicrophoneChannel;
+    return {mic ? "Microphone" : "?", channel};
 }
 
-void Run(const GlobalOptions& global, const InputOptions& options) {
-    const Machine machine(global);
-    const RunSettings settings(SettingsFolder(global.IniFolder), options.Changes());
-    const PortMap map = ReadPortMap(settings.IniPath());
-    RefuseThruLoop(map, options);
-    RunInput(options, map, [&](const std::vector<MIDIEvent>& received) {
-        for (const MIDIEvent& record : received) std::printf("%s\n", Line(record, map).c_str());
-        if (!received.empty()) std::fflush(stdout);
+Colour ColourOf(std::uint8_t status) {
+    switch (status & 0xF0) {
+    case 0x80:
+        return Colour::Dim;
+    case 0x90:
+        return Colour::Green;
+    case 0xB0:
+        return Colour::Yellow;
+    case 0xC0:
+        return Colour::Magenta;
+    case 0xF0:
+        return Colour::Dim;
+    default:
+        return Colour::Cyan;
+    }
+}
+
+// Time in seconds, port, channel within the port, message.
+void PrintLine(const MIDIEvent& record, const PortMap& map) {
+    const Source source = SourceOf(record, map);
+    const std::string channel = record.Status >= 0xF0
+                                    ? "      "
+                                    : "ch " + std::string(source.Channel < 100, ' ') +
+                                          std::string(source.Channel < 10, ' ') +
+                                          std::to_string(source.Channel);
+    const bool ends = (record.Status & 0xF0) == 0x90 && record.Data2 == 0;
+    std::printf(
+        "%10.3f  %-20s  %s  %s\n", record.Time / 1000.0, source.Name.c_str(), channel.c_str(),
+        Coloured(MessageText(record), ends ? Colour::Dim : ColourOf(record.Status)).c_str());
+}
+
+void PrintJson(const MIDIEvent& record, const PortMap& map) {
+    const Source source = SourceOf(record, map);
+    Json line;
+    line.Add("time", record.Time / 1000.0).Add("port", source.Name);
+    if (record.Status < 0xF0) line.Add("channel", source.Channel);
+    line.Add("status", record.Status)
+        .Add("data1", record.Data1)
+        .Add("data2", record.Data2)
+        .Add("text", MessageText(record))
+        .Print();
+}
+
+void Run(const GlobalOptions& global, const MonitorOptions& options) {
+    Session session(global, options.Input.Plan());
+    if (!options.Input.Thru.empty()) session.RefuseLoop("--thru");
+    RunInput(session, options.Input, 0, [&](const std::vector<MIDIEvent>& received) {
+        for (const MIDIEvent& record : received)
+            (options.AsJson ? PrintJson : PrintLine)(record, session.Ports());
+        return received.empty() || std::fflush(stdout) == 0;
     });
 }
 
@@ -51,8 +88,10 @@ void AddMonitor(CLI::App& app, const GlobalOptions& global) {
     CLI::App* command =
         app.add_subcommand("monitor", "Print each message as it comes in: seconds, port, channel, "
                                       "message");
-    const auto options = std::make_shared<InputOptions>();
-    options->AddTo(*command);
+    const auto options = std::make_shared<MonitorOptions>();
+    options->Input.AddTo(*command);
+    AddJson(*command, options->AsJson, "an object a line");
+    command->footer("Example: zorhost monitor --in piano --filter clock");
     command->callback([&global, options] { Run(global, *options); });
 }
 

@@ -1,5 +1,6 @@
 #include "host/names.h"
 
+#include "host/general_midi.h"
 #include "host/host_error.h"
 
 #include <array>
@@ -74,10 +75,10 @@ std::string MessageText(const MIDIEvent& event) {
         print("pressure  %-4s %d", NoteName(one).c_str(), two);
         break;
     case 0xB0:
-        print("control   %-4d value %d", one, two);
+        print("control   %-4d value %-4d%s", one, two, ControllerName(one));
         break;
     case 0xC0:
-        print("program   %d", one + 1);
+        print("program   %-4d %s", one + 1, ProgramName(one));
         break;
     case 0xD0:
         print("pressure  %d", one);
@@ -94,7 +95,9 @@ std::string MessageText(const MIDIEvent& event) {
             print("%s", SystemText(event.Status));
         }
     }
-    return text;
+    std::string whole = text;
+    whole.erase(whole.find_last_not_of(' ') + 1);
+    return whole;
 }
 
 std::string FilterWords() {

@@ -3,26 +3,34 @@
 #include <algorithm>
 #include <map>
 #include <set>
+#include <span>
 
 namespace zorhost {
 
 namespace {
 
-MIDIEvent Record(const FileEvent& event, std::int64_t tick) {
+using midifile::Event;
+
+MIDIEvent Record(const Event& event) {
     return {0,
-            static_cast<std::int32_t>(tick),
+            0,
             static_cast<std::int16_t>(event.Status & 15),
-            static_cast<std::uint8_t>(DataBytes(event.Status)),
+            static_cast<std::uint8_t>(midifile::DataBytes(event.Status)),
             static_cast<std::uint8_t>(event.Status & 0xF0),
             event.Data1,
             event.Data2};
+}
+
+void Add(Passage& passage, const MIDIEvent& record, std::int64_t tick) {
+    passage.Records.push_back(record);
+    passage.Ticks.push_back(tick);
 }
 
 enum class Chase { Never, Last, Always };
 
 // Bank selects act at the next program change, and parameter numbers at the next data entry: they
 // are sent whole and in order. Of all else that lasts, the last setting counts.
-Chase ChaseRule(const FileEvent& event) {
+Chase ChaseRule(const Event& event) {
     switch (event.Status & 0xF0) {
     case 0xC0:
     case 0xD0:
@@ -42,32 +50,29 @@ Chase ChaseRule(const FileEvent& event) {
     return Chase::Last;
 }
 
-} // namespace
+using Events = std::span<const Event>;
 
-std::vector<MIDIEvent> EventsFrom(const MidiFile& file, std::int64_t startTick) {
-    const auto start = std::find_if(file.Events.begin(), file.Events.end(),
-                                    [&](const FileEvent& e) { return e.Tick >= startTick; });
-    std::vector<MIDIEvent> records;
+void AddChased(Passage& passage, Events before, std::int64_t tick) {
     std::set<int> seen;
-    for (auto event = start; event != file.Events.begin();) {
-        --event;
+    std::vector<MIDIEvent> chased;
+    for (auto event = before.rbegin(); event != before.rend(); ++event) {
         const Chase rule = ChaseRule(*event);
         const int number = (event->Status & 0xF0) == 0xB0 ? event->Data1 : 0;
         if (rule == Chase::Always ||
             (rule == Chase::Last && seen.insert(event->Status << 8 | number).second)) {
-            records.push_back(Record(*event, startTick));
+            chased.push_back(Record(*event));
         }
     }
-    std::reverse(records.begin(), records.end());
-    for (auto event = start; event != file.Events.end(); ++event) {
-        records.push_back(Record(*event, event->Tick));
-    }
-    return records;
+    for (auto record = chased.rbegin(); record != chased.rend(); ++record)
+        Add(passage, *record, tick);
 }
 
-bool LeavesSounding(const std::vector<MIDIEvent>& records) {
-    constexpr int SustainPedal = 128; // beside the 128 notes
-    std::map<int, int> held;
+// A key for each note and each sustain pedal, with how often it is down.
+using Held = std::map<int, int>;
+constexpr int SustainPedal = 128; // beside the 128 notes
+
+Held HeldAfter(const std::vector<MIDIEvent>& records) {
+    Held held;
     for (const MIDIEvent& record : records) {
         const int key = record.Channel * 256;
         if (record.Status == 0x90 && record.Data2 > 0) {
@@ -79,8 +84,37 @@ bool LeavesSounding(const std::vector<MIDIEvent>& records) {
             held[key + SustainPedal] = record.Data2 >= 64;
         }
     }
-    return std::any_of(held.begin(), held.end(),
-                       [](const auto& entry) { return entry.second > 0; });
+    return held;
+}
+
+void AddNoteOffs(Passage& passage, std::int64_t tick) {
+    for (const auto& [key, count] : HeldAfter(passage.Records)) {
+        const MIDIEvent off = {0, 0,    static_cast<std::int16_t>(key / 256),
+                               2, 0x80, static_cast<std::uint8_t>(key % 256),
+                               64};
+        for (int i = 0; i < count && key % 256 < SustainPedal; ++i) Add(passage, off, tick);
+    }
+}
+
+} // namespace
+
+Passage PassageOf(const midifile::Song& song, std::int64_t from, std::int64_t to) {
+    const Events all = song.Events;
+    const auto at = [&](std::int64_t tick) {
+        const auto place = std::ranges::lower_bound(all, tick, {}, &Event::Tick);
+        return static_cast<std::size_t>(place - all.begin());
+    };
+    Passage passage;
+    AddChased(passage, all.first(at(from)), from);
+    for (const Event& event : all.subspan(at(from), at(to) - at(from)))
+        Add(passage, Record(event), event.Tick);
+    if (to != ToTheEnd) AddNoteOffs(passage, to);
+    return passage;
+}
+
+bool LeavesSounding(const std::vector<MIDIEvent>& records) {
+    return std::ranges::any_of(HeldAfter(records),
+                               [](const auto& entry) { return entry.second > 0; });
 }
 
 QueueFill OutputFill() {

@@ -1,18 +1,20 @@
 #include "host/progress.h"
 
+#include "host/terminal.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <unistd.h>
 
 namespace zorhost {
 
-Progress::Progress() : Terminal(isatty(STDERR_FILENO) != 0) {}
+Progress::Progress() : Terminal(IsTerminal(STDERR_FILENO)) {}
 
 void Progress::Show(const std::string& line) {
     using namespace std::chrono_literals;
     if (Terminal) {
-        std::fprintf(stderr, "\r%-*s", static_cast<int>(Width), line.c_str());
-        Width = line.size();
+        const auto room = static_cast<std::size_t>(TerminalWidth() - 1);
+        std::fprintf(stderr, "\r%s\033[K", line.substr(0, room).c_str());
         Open = true;
     } else {
         std::fprintf(stderr, "%s\n", line.c_str());
@@ -24,14 +26,20 @@ void Progress::Show(const std::string& line) {
 void Progress::End() {
     if (Open) std::fputc('\n', stderr);
     Open = false;
-    Width = 0;
 }
 
 std::string ClockText(std::int64_t milliseconds) {
     const std::int64_t tenths = std::max<std::int64_t>(0, milliseconds) / 100;
-    char text[32];
-    std::snprintf(text, sizeof text, "%lld:%02d.%d", static_cast<long long>(tenths / 600),
-                  static_cast<int>(tenths / 10 % 60), static_cast<int>(tenths % 10));
+    const auto hours = static_cast<long long>(tenths / 36000);
+    const int minutes = static_cast<int>(tenths / 600 % 60);
+    char text[64];
+    if (hours > 0) {
+        std::snprintf(text, sizeof text, "%lld:%02d:%02d.%d", hours, minutes,
+                      static_cast<int>(tenths / 10 % 60), static_cast<int>(tenths % 10));
+    } else {
+        std::snprintf(text, sizeof text, "%d:%02d.%d", minutes, static_cast<int>(tenths / 10 % 60),
+                      static_cast<int>(tenths % 10));
+    }
     return text;
 }
 

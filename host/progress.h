@@ -23,11 +23,10 @@ public:
 private:
     bool Terminal;
     bool Open = false;
-    std::size_t Width = 0;
     std::chrono::steady_clock::time_point Next;
 };
 
-// "1:23.4"
+// "1:23.4", with hours "2:01:23.4"
 std::string ClockText(std::int64_t milliseconds);
 // "[#####-----]", filled as part is of whole.
 std::string Bar(std::int64_t part, std::int64_t whole, int width);

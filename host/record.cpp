@@ -1,11 +1,13 @@
 // zorhost record
+#include "host/click.h"
 #include "host/commands.h"
 #include "host/host_error.h"
 #include "host/input.h"
-#include "host/machine.h"
+#include "host/interrupt.h"
 #include "host/progress.h"
-#include "host/recording.h"
-#include "host/thru_loop.h"
+#include "host/song_file.h"
+#include "host/take.h"
+#include "host/transport.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -15,40 +17,120 @@ namespace zorhost {
 
 namespace {
 
+constexpr std::int64_t Ahead = 1000; // milliseconds of clicks that wait in the queue
+constexpr std::int64_t OverdubLead = 500;
+
 struct RecordOptions {
     std::string File;
+    Texts Click;
+    Piece Under;
+    Texts To;
     InputOptions Input;
 };
 
-std::string CountText(std::size_t notes, std::size_t messages) {
-    char text[96];
-    std::snprintf(text, sizeof text, "%s  %zu notes, %zu messages",
-                  ClockText(ZorTimeMIDI(0)).c_str(), notes, messages);
-    return text;
+// What sounds meanwhile, if anything: a metronome or a piece.
+class Accompaniment {
+public:
+    explicit Accompaniment(const RecordOptions& options) {
+        if (!options.Click.empty()) Beat.emplace(options.Click);
+        if (options.Under.File.empty()) return;
+        Under.emplace(ReadSong(options.Under.File, options.Under.Strict));
+        Music.emplace(*Under, Route{});
+    }
+
+    // When the recording begins, in milliseconds of the time base.
+    std::int64_t Lead() const { return Beat ? Beat->Lead() : Music ? OverdubLead : 0; }
+    bool Sounds() const { return Beat || Music; }
+    void Begin() {
+        if (Music) Music->Begin(OverdubLead);
+    }
+    void Step() {
+        if (Beat) Beat->Feed(ZorTimeMIDI(0) + Ahead);
+        if (Music) Music->Step();
+    }
+    // Only a piece has an end; a recording goes on behind it.
+    void Silence() {
+        if (Music) Music->Silence();
+        if (Beat) Library::Silence({});
+    }
+    RecordingPlan Plan() const;
+
+private:
+    std::optional<Click> Beat;
+    std::optional<midifile::Song> Under;
+    std::optional<Transport> Music;
+};
+
+RecordingPlan Accompaniment::Plan() const {
+    RecordingPlan plan;
+    if (Beat) {
+        plan.Map.Add(Tempo{0, static_cast<int>(60e6 / Beat->BeatsPerMinute())});
+        plan.Map.Add(Meter{0, Beat->Beats(), 4});
+    }
+    if (Under) {
+        plan.Map = Under->Map;
+        plan.Under = &*Under;
+    }
+    return plan;
+}
+
+// What is played up to half a second before the first beat belongs to it; before that, it was for
+// warming up.
+void TakeAll(const std::vector<MIDIEvent>& received, std::int64_t lead, Take& take) {
+    constexpr std::int64_t early = 500;
+    for (MIDIEvent record : received) {
+        if (lead > 0 && record.Time < lead - early && (record.Status & 0xE0) == 0x80) continue;
+        record.Time = static_cast<std::int32_t>(std::max<std::int64_t>(0, record.Time - lead));
+        take.Add(record);
+    }
+}
+
+std::string CountText(std::int64_t now, const Take& take) {
+    if (now < 0) return "counting in, " + std::to_string(-now / 1000 + 1) + " s";
+    return ClockText(now) + "  " + std::to_string(take.Notes()) + " notes, " +
+           std::to_string(take.Records().size()) + " messages";
 }
 
 void Run(const GlobalOptions& global, const RecordOptions& options) {
-    OutputFile file(options.File);
-    const Machine machine(global);
-    const RunSettings settings(SettingsFolder(global.IniFolder), options.Input.Changes());
-    const PortMap map = ReadPortMap(settings.IniPath());
-    RefuseThruLoop(map, options.Input);
-    std::vector<MIDIEvent> records;
-    std::size_t notes = 0;
-    Progress progress;
-    RunInput(options.Input, map, [&](const std::vector<MIDIEvent>& received) {
-        for (const MIDIEvent& record : received) {
-            if (record.Status >= 0xF0) continue; // no place in a MIDI file
-            records.push_back(record);
-            if (record.Status == 0x90 && record.Data2 > 0) ++notes;
-        }
-        if (progress.Due()) progress.Show(CountText(notes, records.size()));
-    });
-    progress.End();
-    if (records.empty()) throw HostError("nothing came in, so nothing is written");
-    WriteRecording(records, {}, file);
-    std::printf("Recorded %zu notes, %zu messages in %s, at 120 quarter notes a minute\n", notes,
-                records.size(), file.Path().c_str());
+    Take take(options.File);
+    Accompaniment along(options);
+    SessionPlan plan = options.Input.Plan();
+    plan.Outputs.insert(plan.Outputs.end(), options.To.begin(), options.To.end());
+    Session session(global, plan);
+    if (!options.Input.Thru.empty()) session.RefuseLoop("--thru");
+    if (along.Sounds()) session.RefuseLoop(options.Click.empty() ? "--overdub" : "--click");
+    std::int64_t now = 0;
+    {
+        Progress progress;
+        along.Begin();
+        RunInput(session, options.Input, along.Lead(), [&](const std::vector<MIDIEvent>& received) {
+            along.Step();
+            now = ZorTimeMIDI(0) - along.Lead();
+            TakeAll(received, along.Lead(), take);
+            take.Save(static_cast<std::int32_t>(std::max<std::int64_t>(0, now)));
+            if (progress.Due()) progress.Show(CountText(now, take));
+            return true;
+        });
+        along.Silence();
+    }
+    if (take.Records().empty()) throw HostError("nothing came in, so nothing is written");
+    RecordingPlan recording = along.Plan();
+    recording.EndTime = static_cast<std::int32_t>(std::max<std::int64_t>(0, now));
+    take.Finish(recording);
+    std::printf("Recorded %zu notes, %zu messages in %s\n", take.Notes(), take.Records().size(),
+                take.Path().c_str());
+}
+
+// "--click 120 take.mid": the second word is only beats if it is a number.
+void SortWords(RecordOptions& options) {
+    const bool file = options.File.empty() && options.Click.size() == 2 &&
+                      options.Click[1].find_first_not_of("0123456789") != std::string::npos;
+    if (file) {
+        options.File = options.Click[1];
+        options.Click.pop_back();
+    }
+    if (options.File.empty())
+        throw HostError("OUT is missing: name the MIDI file to write", ExitWrongUse);
 }
 
 } // namespace
@@ -56,9 +138,27 @@ void Run(const GlobalOptions& global, const RecordOptions& options) {
 void AddRecord(CLI::App& app, const GlobalOptions& global) {
     CLI::App* command = app.add_subcommand("record", "Record what comes in as a MIDI file");
     const auto options = std::make_shared<RecordOptions>();
-    command->add_option("OUT", options->File, "The MIDI file to write")->required();
+    command->add_option("OUT", options->File, "The MIDI file to write");
     options->Input.AddTo(*command);
-    command->callback([&global, options] { Run(global, *options); });
+    CLI::Option* click =
+        command
+            ->add_option("--click", options->Click,
+                         "Count one bar in and click on: beats a minute, and beats a bar if not 4")
+            ->type_name("BPM [BEATS]")
+            ->expected(1, 2);
+    command
+        ->add_option("--overdub", options->Under.File,
+                     "Play this MIDI file meanwhile, and write its tracks and the new one")
+        ->type_name("FILE")
+        ->excludes(click);
+    AddOutputs(*command, "--to", options->To, "Output for --click and --overdub");
+    command->footer("Example: zorhost record take.mid --in piano --click 96 3 --to synth\n"
+                    "A recording is on the disk while it goes on, as take.part.mid. What is broken "
+                    "off, the next recording into that folder finds and keeps.");
+    command->callback([&global, options] {
+        SortWords(*options);
+        Run(global, *options);
+    });
 }
 
 } // namespace zorhost

@@ -1,32 +1,31 @@
 #include "host/recording.h"
 
 #include "host/host_error.h"
-#include "host/midi_file.h"
-#include "host/smf_library.h"
+#include "host/progress.h"
+#include "midifile/findings.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <filesystem>
 #include <map>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace zorhost {
 
 namespace {
 
-[[noreturn]] void CannotWrite(const std::string& path, const std::string& why) {
-    throw HostError("\"" + path + "\" cannot be written: " + why);
+using midifile::TrackWriter;
+
+constexpr int FineTicks = 960;         // a quarter, so that milliseconds survive
+constexpr int MostTicks = 32767;       // that a file can say
+constexpr int ShortestQuarter = 1000;  // microseconds of a piece whose bar lines are of use
+constexpr std::size_t Many = 1u << 16; // records between two looks at the progress
+
+int Factor(const TempoMap& map) {
+    const int ticks = map.TicksPerQuarter();
+    return std::min(std::max(1, (FineTicks + ticks - 1) / ticks), MostTicks / ticks);
 }
 
-// Finer than a millisecond, so that times survive, at any tempo of the piece that is followed.
 TempoMap Finer(const TempoMap& coarse) {
-    const int ticks = coarse.TicksPerQuarter();
-    const int factor = std::min(std::max(1, (960 + ticks - 1) / ticks), 32767 / ticks);
-    TempoMap fine(ticks * factor);
+    const int factor = Factor(coarse);
+    TempoMap fine(coarse.TicksPerQuarter() * factor);
     for (const Tempo& tempo : coarse.Tempos()) {
         fine.Add(Tempo{tempo.Tick * factor, tempo.MicrosecondsPerQuarter});
     }
@@ -36,112 +35,108 @@ TempoMap Finer(const TempoMap& coarse) {
     return fine;
 }
 
-void AddMeta(smf_track_t* track, std::int64_t tick, std::vector<unsigned char> bytes) {
-    smf_event_t* event = smf_event_new_from_pointer(bytes.data(), static_cast<int>(bytes.size()));
-    if (event) smf_track_add_event_pulses(track, event, static_cast<int>(tick));
+// Only for music: at tempos that no music has, ticks would be beyond counting.
+RecordingPlan Usable(const RecordingPlan& plan) {
+    const std::vector<Tempo> tempos = plan.Map.Tempos();
+    const bool music = std::ranges::all_of(
+        tempos, [](const Tempo& tempo) { return tempo.MicrosecondsPerQuarter >= ShortestQuarter; });
+    RecordingPlan plain;
+    plain.EndTime = plan.EndTime;
+    return music ? plan : plain;
 }
 
-smf_track_t* NewTrack(smf_t* smf) {
-    smf_track_t* track = smf_track_new();
-    if (!track) throw HostError("out of memory");
-    smf_add_track(smf, track);
-    return track;
-}
-
-void AddConductor(smf_track_t* track, const TempoMap& map, int percent) {
-    struct Change {
-        std::int64_t Tick;
-        std::vector<unsigned char> Bytes;
-    };
-    std::vector<Change> changes;
-    for (const Meter& meter : map.Meters()) {
-        int power = 0;
-        while ((1 << power) < meter.BeatUnit) ++power;
-        changes.push_back({meter.Tick,
-                           {0xFF, 0x58, 4, static_cast<unsigned char>(meter.Beats),
-                            static_cast<unsigned char>(power), 24, 8}});
+// The channel messages by time: notes from a microphone come in later than what was played at the
+// same time. Each note on that has no note off gets one at the end.
+std::vector<MIDIEvent> Complete(const std::vector<MIDIEvent>& records, std::int32_t end) {
+    std::vector<MIDIEvent> all;
+    std::ranges::copy_if(records, std::back_inserter(all), [](const MIDIEvent& record) {
+        return record.Status >= 0x80 && record.Status < 0xF0;
+    });
+    std::ranges::stable_sort(all, {}, [](const MIDIEvent& record) { return record.Time; });
+    std::map<std::pair<int, int>, int> sounding;
+    for (const MIDIEvent& record : all) {
+        end = std::max(end, record.Time);
+        if (record.Status > 0x90) continue;
+        int& count = sounding[{record.Channel, record.Data1}];
+        count = std::max(0, count + (record.Status == 0x90 && record.Data2 > 0 ? 1 : -1));
     }
-    for (const Tempo& tempo : map.Tempos()) {
-        const std::int64_t scaled = std::int64_t{tempo.MicrosecondsPerQuarter} * 100 / percent;
-        const std::int64_t length = std::clamp<std::int64_t>(scaled, 1, 0xFFFFFF);
-        changes.push_back({tempo.Tick,
-                           {0xFF, 0x51, 3, static_cast<unsigned char>(length >> 16),
-                            static_cast<unsigned char>(length >> 8 & 0xFF),
-                            static_cast<unsigned char>(length & 0xFF)}});
+    for (const auto& [note, count] : sounding) {
+        const MIDIEvent off = {end, 0,    static_cast<std::int16_t>(note.first),
+                               2,   0x80, static_cast<std::uint8_t>(note.second),
+                               64};
+        all.insert(all.end(), static_cast<std::size_t>(count), off);
     }
-    std::stable_sort(changes.begin(), changes.end(),
-                     [](const Change& a, const Change& b) { return a.Tick < b.Tick; });
-    for (const Change& change : changes) AddMeta(track, change.Tick, change.Bytes);
+    return all;
 }
 
-void AddRecord(smf_track_t* track, std::int64_t tick, const MIDIEvent& record) {
-    const int status = record.Status | (record.Channel & 15);
-    unsigned char bytes[] = {static_cast<unsigned char>(status), record.Data1, record.Data2};
-    smf_event_t* event = smf_event_new_from_pointer(bytes, 1 + DataBytes(record.Status));
-    if (event) smf_track_add_event_pulses(track, event, static_cast<int>(tick));
+// The bar lines, and what a recording is laid over.
+std::vector<TrackWriter> FirstTracks(const RecordingPlan& plan, const TempoMap& map) {
+    std::vector<TrackWriter> tracks;
+    midifile::AddMap(tracks.emplace_back(), map, plan.TempoPercent);
+    if (!plan.Under) return tracks;
+    const int factor = Factor(plan.Map);
+    for (const auto& events : plan.Under->Tracks) {
+        TrackWriter& track = tracks.emplace_back();
+        for (const midifile::TrackEvent& event : events) {
+            const bool line = event.Status == 0xFF && (event.Type == midifile::MetaTempo ||
+                                                       event.Type == midifile::MetaMeter);
+            if (!line) track.Add(event.Tick * factor, event);
+        }
+    }
+    return tracks;
+}
+
+class Saving {
+public:
+    explicit Saving(std::size_t whole) : Whole(whole) {}
+    void Step() {
+        if (++Done % Many == 0 && Line.Due()) {
+            Line.Show("saving " +
+                      Bar(static_cast<std::int64_t>(Done), static_cast<std::int64_t>(Whole), 20));
+        }
+    }
+
+private:
+    Progress Line;
+    std::size_t Whole;
+    std::size_t Done = 0;
+};
+
+std::vector<TrackWriter> MakeTracks(const std::vector<MIDIEvent>& records,
+                                    const RecordingPlan& plan, const TempoMap& map) {
+    std::vector<TrackWriter> tracks = FirstTracks(plan, map);
+    std::map<int, std::size_t> blocks;
+    Saving saving(records.size());
+    for (const MIDIEvent& record : records) {
+        const auto [block, fresh] = blocks.try_emplace(record.Channel >> 4, tracks.size());
+        if (fresh) tracks.emplace_back();
+        const std::int64_t sinceStart = std::int64_t{record.Time} * 1000 * plan.TempoPercent / 100;
+        const std::int64_t tick = map.TickAt(plan.StartMicroseconds + sinceStart);
+        AddRecord(tracks[block->second], std::max<std::int64_t>(0, tick), record);
+        saving.Step();
+    }
+    return tracks;
 }
 
 } // namespace
 
-OutputFile::OutputFile(const std::string& path) : Final(path) {
-    if (std::filesystem::is_directory(path)) CannotWrite(path, "it is a folder");
-    const std::filesystem::path whole(path);
-    if (!whole.has_filename()) CannotWrite(path, "it has no file name");
-    Temporary = (whole.parent_path() / ("." + whole.filename().string() + ".XXXXXX")).string();
-    const int handle = mkstemp(Temporary.data());
-    if (handle < 0) CannotWrite(path, std::strerror(errno));
-    // As any new file: readable by others as far as the user's mask allows.
-    const mode_t mask = umask(0);
-    umask(mask);
-    fchmod(handle, 0666 & ~mask);
-    close(handle);
+void AddRecord(TrackWriter& track, std::int64_t tick, const MIDIEvent& record) {
+    const auto status = static_cast<unsigned char>(record.Status | (record.Channel & 15));
+    const unsigned char bytes[] = {status, record.Data1, record.Data2};
+    const auto count = static_cast<std::size_t>(1 + midifile::DataBytes(record.Status));
+    track.Add(tick, midifile::ByteSpan(bytes, count));
 }
 
-OutputFile::~OutputFile() {
-    if (!Temporary.empty()) unlink(Temporary.c_str());
-}
-
-void OutputFile::Keep() {
-    if (rename(Temporary.c_str(), Final.c_str()) != 0) CannotWrite(Final, std::strerror(errno));
-    Temporary.clear();
-}
-
-void WriteText(const std::string& text, OutputFile& file) {
-    std::FILE* out = std::fopen(file.TemporaryPath().c_str(), "wb");
-    if (!out) CannotWrite(file.Path(), std::strerror(errno));
-    const bool written = std::fwrite(text.data(), 1, text.size(), out) == text.size();
-    if (std::fclose(out) != 0 || !written) CannotWrite(file.Path(), std::strerror(errno));
-    file.Keep();
-}
-
-void WriteRecording(const std::vector<MIDIEvent>& records, const RecordingPlan& plan,
-                    OutputFile& file) {
-    SmfErrors errors;
-    const SmfPointer smf(smf_new());
-    if (!smf) throw HostError("out of memory");
+void WriteRecording(const std::vector<MIDIEvent>& records, const RecordingPlan& wanted,
+                    const OutputFile& file) {
+    const RecordingPlan plan = Usable(wanted);
     const TempoMap map = Finer(plan.Map);
-    const bool fits =
-        smf_set_format(smf.get(), 1) == 0 && smf_set_ppqn(smf.get(), map.TicksPerQuarter()) == 0;
-    if (!fits) CannotWrite(file.Path(), errors.Text());
-
-    AddConductor(NewTrack(smf.get()), map, plan.TempoPercent);
-    // Notes from the microphone come in later than what was played at the same time.
-    std::vector<MIDIEvent> sorted(records);
-    std::stable_sort(sorted.begin(), sorted.end(),
-                     [](const MIDIEvent& a, const MIDIEvent& b) { return a.Time < b.Time; });
-    std::map<int, smf_track_t*> blocks;
-    for (const MIDIEvent& record : sorted) {
-        if (record.Status < 0x80 || record.Status >= 0xF0) continue;
-        smf_track_t*& track = blocks[record.Channel >> 4];
-        if (!track) track = NewTrack(smf.get());
-        const std::int64_t sinceStart = std::int64_t{record.Time} * 1000 * plan.TempoPercent / 100;
-        const std::int64_t tick = map.TickAt(plan.StartMicroseconds + sinceStart);
-        AddRecord(track, std::max<std::int64_t>(0, tick), record);
+    try {
+        file.Write(midifile::Write(MakeTracks(Complete(records, plan.EndTime), plan, map),
+                                   map.TicksPerQuarter()));
+    } catch (const midifile::Error& error) {
+        throw HostError("\"" + file.Path() + "\" " + error.what());
     }
-    if (smf_save(smf.get(), file.TemporaryPath().c_str()) != 0) {
-        CannotWrite(file.Path(), errors.Text());
-    }
-    file.Keep();
 }
 
 } // namespace zorhost

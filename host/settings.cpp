@@ -6,7 +6,9 @@
 #include "platform/platform.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
+#include <charconv>
 #include <cstring>
 #include <filesystem>
 
@@ -19,23 +21,54 @@ namespace {
 constexpr char IniName[] = "ZORMIDI.INI";
 constexpr std::size_t Rows = 8;
 
-void CheckNames(const std::vector<std::string>& wanted, const std::vector<std::string>& present,
-                const std::string& kind) {
-    for (const std::string& name : wanted) {
-        if (std::find(present.begin(), present.end(), name) == present.end()) {
-            std::string text = "there is no " + kind + " device \"" + name + "\"";
-            text += present.empty() ? "; none is there" : "; there are:";
-            for (const std::string& other : present) text += "\n  " + other;
-            throw HostError(text);
-        }
-        if (std::count(wanted.begin(), wanted.end(), name) > 1) {
+std::string Lower(std::string text) {
+    std::ranges::transform(text, text.begin(), [](unsigned char c) { return std::tolower(c); });
+    return text;
+}
+
+std::string Listed(const std::vector<std::string>& names) {
+    std::string text;
+    for (const std::string& name : names) text += "\n  " + name;
+    return text;
+}
+
+// By its name, its number in the list, or a part that only one name has.
+std::string Resolve(const std::string& wanted, const std::vector<std::string>& present,
+                    const std::string& kind) {
+    if (std::ranges::find(present, wanted) != present.end()) return wanted;
+    std::size_t number = 0;
+    const auto [end, error] = std::from_chars(wanted.data(), wanted.data() + wanted.size(), number);
+    const bool isNumber = error == std::errc() && end == wanted.data() + wanted.size();
+    if (isNumber && number >= 1 && number <= present.size()) return present[number - 1];
+    std::vector<std::string> fitting;
+    std::ranges::copy_if(present, std::back_inserter(fitting), [&](const std::string& name) {
+        return !isNumber && !wanted.empty() && Lower(name).find(Lower(wanted)) != std::string::npos;
+    });
+    if (fitting.size() == 1) return fitting.front();
+    if (!fitting.empty()) {
+        throw HostError("more than one " + kind + " device fits \"" + wanted +
+                        "\":" + Listed(fitting) + "\nSay more of its name, or its number.");
+    }
+    throw HostError("there is no " + kind + " device \"" + wanted + "\"" +
+                    (present.empty() ? "; none is there" : "; there are:" + Listed(present)));
+}
+
+std::vector<std::string> ResolveAll(const std::vector<std::string>& wanted,
+                                    const std::vector<std::string>& present,
+                                    const std::string& kind) {
+    std::vector<std::string> names;
+    for (const std::string& text : wanted) {
+        const std::string name = Resolve(text, present, kind);
+        if (std::ranges::find(names, name) != names.end()) {
             throw HostError("\"" + name + "\" is named twice; a device can be opened only once",
                             ExitWrongUse);
         }
+        names.push_back(name);
     }
-    if (wanted.size() > Rows) {
+    if (names.size() > Rows) {
         throw HostError("at most 8 " + kind + " devices can be used at once", ExitWrongUse);
     }
+    return names;
 }
 
 void Write(const std::string& ini, const char* section, const std::string& key,
@@ -84,8 +117,8 @@ std::string SettingsFolder(const std::string& iniOption) {
 }
 
 RunSettings::RunSettings(const std::string& folder, const RunChanges& changes) {
-    CheckNames(changes.Inputs, InputDevices(), "input");
-    CheckNames(changes.Outputs, OutputDevices(), "output");
+    const std::vector<std::string> inputs = ResolveAll(changes.Inputs, InputDevices(), "input");
+    const std::vector<std::string> outputs = ResolveAll(changes.Outputs, OutputDevices(), "output");
     Path = (fs::path(folder) / IniName).string();
     if (!changes.None()) {
         Copy = (fs::temp_directory_path() / "zorhost.XXXXXX").string();
@@ -96,9 +129,9 @@ RunSettings::RunSettings(const std::string& folder, const RunChanges& changes) {
         const std::string original = Path;
         Path = (fs::path(Copy) / IniName).string();
         if (fs::exists(original)) fs::copy_file(original, Path);
-        WritePorts(Path, "In", changes.Inputs, 16);
-        WritePorts(Path, "Out", changes.Outputs, 0);
-        if (!changes.Inputs.empty()) Write(Path, "MMEDRVR", "SyncMaster", "0");
+        WritePorts(Path, "In", inputs, 16);
+        WritePorts(Path, "Out", outputs, 0);
+        if (!inputs.empty()) Write(Path, "MMEDRVR", "SyncMaster", "0");
         if (changes.Microphone) Write(Path, "PRECDRVR", "EnablePitchRec", "1");
         if (changes.MicrophoneChannel > 0) {
             Write(Path, "PRECDRVR", "Channel", std::to_string(changes.MicrophoneChannel - 1));

@@ -14,8 +14,9 @@ std::string SettingsFolder(const std::string& iniOption);
 // Changes for one run, beside what the ini file says. The user's file is never written: the library
 // reads a changed copy.
 struct RunChanges {
-    std::vector<std::string> Inputs;  // devices in place of the input ports, 16 channels each
-    std::vector<std::string> Outputs; // devices in place of the output ports, all on channels 1-16
+    // Devices by number, from 1, by name, or by a part that only one name has.
+    std::vector<std::string> Inputs;  // in place of the input ports, 16 channels each
+    std::vector<std::string> Outputs; // in place of the output ports, all on channels 1-16
     bool Microphone = false;          // the recogniser on, whatever the file says
     int MicrophoneChannel = 0;        // of its notes, from 1; 0: as the file says
     bool None() const { return Inputs.empty() && Outputs.empty() && !Microphone; }
@@ -24,8 +25,8 @@ struct RunChanges {
 // The library's ini file for this run. Tells the machine where the library finds it.
 class RunSettings {
 public:
-    // Throws HostError if a device is not there (naming those that are), is named twice, or is one
-    // of more than eight.
+    // Throws HostError if a device is not there or more than one fits (naming them), is named
+    // twice, or is one of more than eight.
     RunSettings(const std::string& folder, const RunChanges& changes);
     ~RunSettings();
     RunSettings(const RunSettings&) = delete;

@@ -39,8 +39,8 @@ TEST(Monitor, PrintsEachMessageInWords) {
         port + "ch   1  note on   C4   velocity 100",
         port + "ch  16  note off  C-1  velocity 64",
         port + "ch   2  pressure  G9   3",
-        port + "ch   3  control   7    value 99",
-        port + "ch   4  program   41",
+        port + "ch   3  control   7    value 99  volume",
+        port + "ch   4  program   41   Violin",
         port + "ch   5  pressure  55",
         port + "ch   6  bend      +0",
         port + "ch   6  bend      +8191",
@@ -55,28 +55,35 @@ TEST(Monitor, PrintsEachMessageInWords) {
     EXPECT_EQ(LinesAfterTime(monitor.Out), expected);
 }
 
-TEST(Monitor, NamesThePortOfEachOfSeveral) {
+TEST(Monitor, NamesThePortsAndFiltersWhatItIsTold) {
     Peer peer("Loopback MIDI 3");
-    Program monitor({"monitor", "--in", "Loopback MIDI 2", "--in", "Loopback MIDI 3"});
+    Program monitor({"monitor", "--in", "2", "--in", "midi 3", "--filter", "bend,clock"});
     ASSERT_TRUE(monitor.Await("Listening to Loopback MIDI 2, Loopback MIDI 3"));
-    peer.Send(Packed(0x94, 61, 1));
-    EXPECT_TRUE(monitor.Await("Loopback MIDI 3       ch   5  note on   C#4  velocity 1\n"))
-        << monitor.Out;
+    for (const std::uint32_t message : {Packed(0xE0, 0, 1), Packed(0xF8), Packed(0x94, 61, 1)})
+        peer.Send(message);
+    EXPECT_TRUE(monitor.Await("Loopback MIDI 3       ch   5  note on   C#4  velocity 1\n"));
+    EXPECT_EQ(LinesAfterTime(monitor.Out).size(), 1u) << monitor.Out;
 }
 
-TEST(Monitor, FiltersWhatItIsTold) {
-    Peer peer("Loopback MIDI 1");
-    Program monitor({"monitor", "--filter", "notes,bend,clock"});
-    ASSERT_TRUE(monitor.Await("Listening"));
-    for (const std::uint32_t message : {Packed(0x90, 60, 1), Packed(0xE0, 0, 1), Packed(0xF8),
-                                        Packed(0x80, 60), Packed(0xB0, 1, 2), Packed(0xFA)}) {
-        peer.Send(message);
+TEST(Record, WhatAKilledOneTookIsKeptByTheNext) {
+    const std::string copy = InFolder("killed.mid"), rescued = InFolder("killed.rescued.mid");
+    Program record({"record", copy});
+    ASSERT_TRUE(record.Await("Listening"));
+    {
+        Peer peer("Loopback MIDI 1");
+        peer.Send(Packed(0x90, 60, 100));
+        ASSERT_TRUE(peer.Await(Packed(0x90, 60, 100)));
     }
-    ASSERT_TRUE(monitor.Await("start"));
-    monitor.Signal(SIGINT);
-    monitor.Finish();
-    EXPECT_EQ(LinesAfterTime(monitor.Out).size(), 2u) << monitor.Out;
-    EXPECT_NE(monitor.Out.find("control   1"), std::string::npos);
+    ASSERT_TRUE(record.Await("1 notes"));
+    record.Err.clear(); // two seconds from one line to the next
+    ASSERT_TRUE(record.Await("1 notes"));
+    EXPECT_EQ(ReadBack(InFolder("killed.part.mid")).size(), 1u);
+    record.Signal(SIGKILL);
+    record.Finish();
+    const Result next = RunZorhost({"record", copy, "--seconds", "0.1"});
+    EXPECT_NE(next.Err.find("is kept in \"" + rescued), std::string::npos) << next.Err;
+    EXPECT_EQ(Messages(ReadBack(rescued)), (std::vector<Bytes>{{0x90, 60, 100}, {0x90, 60, 0}}));
+    EXPECT_NE(access(InFolder("killed.part.mid").c_str(), F_OK), 0);
 }
 
 TEST(Record, WritesWhatCameInAndPlaysItThruByTheMap) {
@@ -110,7 +117,8 @@ TEST(Record, WritesWhatCameInAndPlaysItThruByTheMap) {
     EXPECT_EQ(record.Finish(), 0) << record.Err;
     const std::vector<Bytes> expected = {{0x90, 60, 100}, {0x92, 62, 90}, {0x93, 64, 80},
                                          {0x90, 70, 1},   {0x95, 71, 1},  {0x90, 70, 0},
-                                         {0x95, 71, 0}};
+                                         {0x95, 71, 0},   {0x90, 60, 0},  {0x92, 62, 0},
+                                         {0x93, 64, 0}}; // those held end with the recording
     EXPECT_EQ(Messages(ReadBack(copy)), expected);
 }
 
@@ -123,16 +131,6 @@ TEST(Clock, SendsStartTwentyFourAQuarterAndStop) {
     expected.insert(expected.end(), 100, Packed(0xF8));
     expected.push_back(Packed(0xFC));
     EXPECT_EQ(peer.Heard(), expected);
-}
-
-TEST(Clock, CtrlCSendsStop) {
-    Peer peer("Loopback MIDI 1");
-    Program clock({"clock", "120"});
-    ASSERT_TRUE(peer.Await(Packed(0xF8)));
-    clock.Signal(SIGINT);
-    EXPECT_EQ(clock.Finish(), 0);
-    EXPECT_TRUE(peer.Await(Packed(0xFC)));
-    EXPECT_EQ(peer.Heard().back(), Packed(0xFC));
 }
 
 // A note on each of the first eight quarters, keys from 60 up; each ends as the next begins. All
@@ -195,15 +193,17 @@ TEST(Follow, GoesWhereTheClockIs) {
     EXPECT_NE(follow.Out.find("Played to the end"), std::string::npos);
 }
 
-TEST(Follow, AClockInAnotherTerminal) {
-    Peer peer("Loopback MIDI 2");
-    Program follow({"follow", Steps(), "--to", "Loopback MIDI 2"});
+TEST(Follow, AClockInAnotherTerminalWhichCtrlCStops) {
+    Peer peer("Loopback MIDI 1");
+    Program follow({"follow", Steps(), "--to", "1"});
     ASSERT_TRUE(follow.Await("Waiting"));
     Program clock({"clock", "500"});
     EXPECT_EQ(follow.Finish(), 0) << follow.Err;
     clock.Signal(SIGINT);
     EXPECT_EQ(clock.Finish(), 0);
     for (unsigned key = 60; key < 68; ++key) EXPECT_TRUE(peer.Await(Packed(0x90, key, 100))) << key;
+    ASSERT_TRUE(peer.Await(Packed(0xFC)));
+    EXPECT_EQ(peer.Heard().back(), Packed(0xFC));
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// MIDI files made byte by byte, and read back by the file library alone.
+// MIDI files made byte by byte, and read back by a program that is not ours.
 #pragma once
 
 #include <cstdint>

@@ -168,7 +168,7 @@ TEST(Microphone, IsHeardBesideThePorts) {
         ASSERT_TRUE(peer.Await(Packed(0x94, 40, 1)));
     }
     EXPECT_EQ(record.Finish(), 0) << record.Err;
-    EXPECT_EQ(ReadBack(midi).size(), 7u);
+    EXPECT_EQ(ReadBack(midi).size(), 8u);
 }
 
 TEST(Microphone, OfTheSettingsHearsSilenceAndStopsNothing) {

@@ -1,8 +1,8 @@
-#include "host/tempo_map.h"
+#include "midifile/tempo_map.h"
 
 #include <algorithm>
 
-namespace zorhost {
+namespace midifile {
 
 TempoMap::TempoMap(int ticksPerQuarter)
     : Quarter(ticksPerQuarter), Stretches{{{0, 500000}, 0}}, BarRuns{{{0, 4, 4}, 0}} {}
@@ -86,4 +86,4 @@ std::vector<Meter> TempoMap::Meters() const {
     return all;
 }
 
-} // namespace zorhost
+} // namespace midifile

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace zorhost {
+namespace midifile {
 
 struct Tempo {
     std::int64_t Tick;
@@ -57,4 +57,4 @@ private:
     std::vector<Bars> BarRuns;      // likewise
 };
 
-} // namespace zorhost
+} // namespace midifile

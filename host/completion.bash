@@ -1,0 +1,8 @@
+# Completion of zorhost's commands, options and ports, as the program itself knows them.
+_zorhost() {
+  local IFS=$'\n' words
+  words=($(zorhost --complete "${COMP_WORDS[@]:1:COMP_CWORD}" 2>/dev/null))
+  COMPREPLY=()
+  [ ${#words[@]} -gt 0 ] && COMPREPLY=($(printf '%q\n' "${words[@]}"))
+}
+complete -o default -F _zorhost zorhost

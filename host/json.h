@@ -1,0 +1,40 @@
+// One JSON object, for a line of output.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <string>
+
+namespace zorhost {
+
+// As text for a terminal or a program: bytes that are no UTF-8 are taken as Latin-1, which names in
+// MIDI files often are, and control characters become blanks.
+std::string Utf8(const std::string& raw);
+
+class Json {
+public:
+    Json& Add(const char* key, const std::string& text) { return AddRaw(key, Quoted(text)); }
+    Json& Add(const char* key, const char* text) { return Add(key, std::string(text)); }
+    Json& Add(const char* key, std::int64_t number) { return AddRaw(key, std::to_string(number)); }
+    Json& Add(const char* key, int number) { return Add(key, std::int64_t{number}); }
+    Json& Add(const char* key, std::size_t n) { return Add(key, static_cast<std::int64_t>(n)); }
+    Json& Add(const char* key, bool value) { return AddRaw(key, value ? "true" : "false"); }
+    // With three places.
+    Json& Add(const char* key, double number) {
+        char text[64];
+        std::snprintf(text, sizeof text, "%.3f", number);
+        return AddRaw(key, text);
+    }
+    void Print() const { std::printf("{%s}\n", Body.c_str()); }
+
+private:
+    Json& AddRaw(const char* key, const std::string& value) {
+        Body += (Body.empty() ? "" : ",") + Quoted(key) + ":" + value;
+        return *this;
+    }
+    static std::string Quoted(const std::string& text);
+
+    std::string Body;
+};
+
+} // namespace zorhost

@@ -1,0 +1,41 @@
+// What the terminal can do, and keys that are pressed on it.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <termios.h>
+
+namespace zorhost {
+
+bool IsTerminal(int handle);
+// Columns, 80 where it is not known.
+int TerminalWidth();
+
+enum class Colour { Plain, Green, Yellow, Cyan, Magenta, Dim };
+// For standard output: coloured on a terminal, unless NO_COLOR is set.
+std::string Coloured(const std::string& text, Colour colour);
+
+// Broken between words into lines of so many columns, those after the first indented; the first
+// begins at a column of its own. Line ends in the text stay.
+std::string Wrapped(const std::string& text, int width, int indent = 0, int first = 0);
+
+enum class Key { None, Other, Space, Left, Right, Home, Quit };
+
+// While one lives, keys come one by one and do not show. Not if standard input is no terminal, or
+// another program has it in front.
+class Keys {
+public:
+    Keys();
+    ~Keys();
+    Keys(const Keys&) = delete;
+    Keys& operator=(const Keys&) = delete;
+
+    bool Working() const { return Before.has_value(); }
+    // The next one that was pressed, or None. Does not wait.
+    Key Next();
+
+private:
+    std::optional<termios> Before;
+};
+
+} // namespace zorhost

@@ -1,0 +1,123 @@
+#include "midifile/writer.h"
+
+#include "midifile/findings.h"
+
+#include <algorithm>
+#include <bit>
+#include <limits>
+#include <utility>
+
+namespace midifile {
+
+namespace {
+
+constexpr std::int64_t LongestDelta = 0x0FFFFFFF;
+
+void Append(Bytes& to, ByteSpan more) { to.insert(to.end(), more.begin(), more.end()); }
+
+void AppendNumber(Bytes& to, std::size_t value, int bytes) {
+    for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8) {
+        to.push_back(static_cast<unsigned char>(value >> shift & 255));
+    }
+}
+
+} // namespace
+
+void TrackWriter::AddNumber(std::uint32_t value) {
+    for (int shift = 21; shift > 0; shift -= 7) {
+        if (value >> shift) {
+            Written.push_back(static_cast<unsigned char>((value >> shift & 127) | 128));
+        }
+    }
+    Written.push_back(static_cast<unsigned char>(value & 127));
+}
+
+// What is longer than a delta time can be is parted by empty texts.
+void TrackWriter::AddDelta(std::int64_t tick) {
+    static constexpr unsigned char emptyText[] = {0xFF, MetaText, 0};
+    for (; tick - Last > LongestDelta; Last += LongestDelta) {
+        AddNumber(LongestDelta);
+        Append(Written, emptyText);
+    }
+    AddNumber(static_cast<std::uint32_t>(std::max<std::int64_t>(0, tick - Last)));
+    Last = std::max(Last, tick);
+}
+
+void TrackWriter::Add(std::int64_t tick, ByteSpan message) {
+    AddDelta(tick);
+    Append(Written, message);
+}
+
+void TrackWriter::AddMeta(std::int64_t tick, std::uint8_t type, ByteSpan data) {
+    AddDelta(tick);
+    Written.push_back(0xFF);
+    Written.push_back(type);
+    AddNumber(static_cast<std::uint32_t>(data.size()));
+    Append(Written, data);
+}
+
+void TrackWriter::AddText(std::int64_t tick, std::uint8_t type, std::string_view text) {
+    AddMeta(tick, type, Bytes(text.begin(), text.end()));
+}
+
+void TrackWriter::Add(std::int64_t tick, const TrackEvent& event) {
+    if (event.Status == 0xFF) return AddMeta(tick, event.Type, event.Data);
+    AddDelta(tick);
+    Written.push_back(event.Status);
+    if (event.Status >= 0xF0) AddNumber(static_cast<std::uint32_t>(event.Data.size()));
+    Append(Written, event.Data);
+}
+
+ByteSpan EndOfTrack() {
+    static constexpr unsigned char bytes[] = {0, 0xFF, MetaEndOfTrack, 0};
+    return bytes;
+}
+
+Bytes TrackHead(std::size_t size) {
+    Bytes head = {'M', 'T', 'r', 'k'};
+    AppendNumber(head, size, 4);
+    return head;
+}
+
+Bytes FileHead(int format, std::size_t tracks, int ticks) {
+    Bytes head = {'M', 'T', 'h', 'd', 0, 0, 0, 6, 0, static_cast<unsigned char>(format)};
+    AppendNumber(head, tracks, 2);
+    AppendNumber(head, static_cast<std::size_t>(ticks), 2);
+    return head;
+}
+
+Bytes Write(const std::vector<TrackWriter>& tracks, int ticks) {
+    Bytes file = FileHead(tracks.size() == 1 ? 0 : 1, tracks.size(), ticks);
+    for (const TrackWriter& track : tracks) {
+        const std::size_t size = track.Body().size() + EndOfTrack().size();
+        if (size > std::numeric_limits<std::uint32_t>::max()) throw Error("would be too long");
+        Append(file, TrackHead(size));
+        Append(file, track.Body());
+        Append(file, EndOfTrack());
+    }
+    return file;
+}
+
+void AddMap(TrackWriter& track, const TempoMap& map, int percent) {
+    const std::vector<Tempo> tempos = map.Tempos();
+    const std::vector<Meter> meters = map.Meters();
+    auto tempo = tempos.begin();
+    for (auto meter = meters.begin(); tempo != tempos.end() || meter != meters.end();) {
+        if (tempo == tempos.end() || (meter != meters.end() && meter->Tick <= tempo->Tick)) {
+            const auto unit = static_cast<unsigned>(meter->BeatUnit);
+            const Bytes data = {static_cast<unsigned char>(meter->Beats),
+                                static_cast<unsigned char>(std::countr_zero(unit)), 24, 8};
+            track.AddMeta(meter->Tick, MetaMeter, data);
+            ++meter;
+        } else {
+            const std::int64_t scaled = std::int64_t{tempo->MicrosecondsPerQuarter} * 100 / percent;
+            Bytes data;
+            AppendNumber(data,
+                         std::clamp<std::size_t>(static_cast<std::size_t>(scaled), 1, 0xFFFFFF), 3);
+            track.AddMeta(tempo->Tick, MetaTempo, data);
+            ++tempo;
+        }
+    }
+}
+
+} // namespace midifile
