@@ -4,7 +4,6 @@
 #include "platform/machine/dialogs.h"
 #include "platform/machine/fault_point.h"
 #include "platform/machine/power.h"
-#include "platform/system/shell.h"
 #include "platform/ui/windows.h"
 
 #include <algorithm>

@@ -2,6 +2,7 @@
 // it may load.
 #include "platform/machine/modules.h"
 
+#include "platform/calls/names.h"
 #include "platform/machine/fault_point.h"
 #include "platform/machine/power.h"
 #include "platform/system/kernel.h"
@@ -33,13 +34,6 @@ Modules& The() {
 using Lock = std::lock_guard<std::mutex>;
 
 HMODULE SystemHandle() { return reinterpret_cast<HMODULE>(&The().SystemName); }
-
-// Cut to the buffer; the number of characters without the terminator.
-std::size_t GiveText(std::string_view text, LPSTR buffer, std::size_t size) {
-    const std::size_t length = text.copy(buffer, size - 1);
-    buffer[length] = '\0';
-    return length;
-}
 
 const AtPowerOn atPowerOn([] { SetModulePath({}); });
 
