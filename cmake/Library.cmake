@@ -14,9 +14,6 @@ if(WIN32)
   target_link_options(zormidi PRIVATE -static -Wl,--kill-at -Wl,--enable-stdcall-fixup)
   target_link_libraries(zormidi PRIVATE winmm user32 gdi32 comctl32 shell32)
 else()
-  # Loading on this system: hands the module its handle and its resources, as the loader of the
-  # other one does.
-  target_sources(zormidi PRIVATE platform/attach.cpp)
   target_link_libraries(zormidi PRIVATE zorplatform)
   set_target_properties(zormidi PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
     LINK_DEPENDS ${PROJECT_SOURCE_DIR}/engine/zormidi.map)
@@ -24,7 +21,7 @@ else()
     -Wl,--version-script=${PROJECT_SOURCE_DIR}/engine/zormidi.map ${ZOR_NO_UNDEFINED})
 
   # The same objects for tests and benches that look inside.
-  add_library(zor_inside STATIC ${zor_objects} platform/attach.cpp)
+  add_library(zor_inside STATIC ${zor_objects})
   target_link_libraries(zor_inside PUBLIC zor_options zorplatform)
-  target_link_options(zor_inside INTERFACE -Wl,--undefined=ZorModule) # keeps attach.cpp
+  target_link_options(zor_inside INTERFACE -Wl,--undefined=ZorModule) # keeps module.cpp
 endif()

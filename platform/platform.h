@@ -31,7 +31,6 @@
 #include "platform/system/midi.h"
 #include "platform/system/mixer.h"
 #include "platform/system/mmtime.h"
-#include "platform/system/shell.h"
 #include "platform/system/types.h"
 #include "platform/system/user.h"
 #include "platform/system/wave.h"

@@ -1,11 +1,9 @@
 // Running modal dialogs.
 #include "platform/calls/dialogs.h"
 
-#include "platform/calls/resources.h"
 #include "platform/machine/dialogs.h"
 #include "platform/machine/fault_point.h"
 #include "platform/machine/power.h"
-#include "platform/system/shell.h"
 #include "platform/ui/windows.h"
 
 #include <algorithm>
@@ -26,13 +24,6 @@ const AtPowerOn atPowerOn([] {
     UseScreen(nullptr);
     error.clear();
 });
-
-// Null if the module has no such dialog. The tables stay as long as the module does.
-const ui::DialogTemplate* FindTemplate(HINSTANCE module, int id) {
-    const auto dialogs = ResourcesOf(module).Dialogs;
-    const auto at = std::ranges::find(dialogs, id, &ui::DialogTemplate::Id);
-    return at == dialogs.end() ? nullptr : &*at;
-}
 
 } // namespace
 
@@ -72,11 +63,12 @@ using namespace machine;
 
 INT_PTR DialogBoxParamA(HINSTANCE module, LPCSTR resource, HWND parent, DLGPROC procedure,
                         LPARAM init) {
-    if (const auto failure = OrderedFailure(Call::DialogBoxParamA)) return *failure;
+    if (const Failure failure{Call::DialogBoxParamA}) return failure;
     const auto id = static_cast<int>(reinterpret_cast<std::uintptr_t>(resource));
-    const ui::DialogTemplate* form = FindTemplate(module, id);
-    error = form ? "" : "The module has no dialog " + std::to_string(id) + ".";
-    Screen* screen = form ? TheScreen(error) : nullptr;
+    const auto& dialogs = ui::ResourcesOf(module).Dialogs;
+    const auto form = std::ranges::find(dialogs, id, &ui::DialogTemplate::Id);
+    error.clear();
+    Screen* screen = form != dialogs.end() ? TheScreen(error) : nullptr;
     if (!screen) return -1;
     ui::Dialog dialog(*form, screen->Measure(), parent, procedure);
     return RunDialog(*screen, dialog, init);

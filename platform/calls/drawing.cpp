@@ -4,7 +4,6 @@
 #include "platform/ui/control.h"
 #include "platform/ui/windows.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace zorsystem {
@@ -39,8 +38,7 @@ Handle New(Object object) {
 DWORD GetSysColor(int index) { return index == COLOR_BTNFACE ? ui::FaceColour : 0; }
 
 HDC GetDC(HWND window) {
-    if (const auto failure = machine::OrderedFailure(machine::Call::GetDC))
-        return reinterpret_cast<HDC>(*failure);
+    if (const machine::Failure failure{machine::Call::GetDC}) return failure;
     ui::Control* control = ui::Resolve(window).Item;
     if (!control) return nullptr;
     ui::Canvas& picture = control->Picture;
@@ -68,16 +66,9 @@ BOOL DeleteObject(HGDIOBJ handle) {
 
 BOOL Rectangle(HDC dc, int left, int top, int right, int bottom) {
     const Context& context = Of(dc);
-    if (left > right) std::swap(left, right);
-    if (top > bottom) std::swap(top, bottom);
-    if (left == right || top == bottom) return TRUE;
-    const COLORREF inside = context.Brush->Colour;
-    if (context.Pen->Style == PS_NULL) {
-        context.Picture.Fill(left, top, right - 1, bottom - 1, inside);
-        return TRUE;
-    }
-    context.Picture.Fill(left, top, right, bottom, context.Pen->Colour);
-    context.Picture.Fill(left + 1, top + 1, right - 1, bottom - 1, inside);
+    const int line = context.Pen->Style == PS_NULL ? 0 : 1;
+    if (line) context.Picture.Fill(left, top, right, bottom, context.Pen->Colour);
+    context.Picture.Fill(left + line, top + line, right - 1, bottom - 1, context.Brush->Colour);
     return TRUE;
 }
 

@@ -1,13 +1,22 @@
-// Open handles of one kind: a handle is the address of what it stands for.
+// Open handles of one kind. A handle is a number that comes but once, so that one that was handed
+// back, or is of another kind, finds nothing.
 #pragma once
 
 #include <algorithm>
+#include <atomic>
+#include <cstdint>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <utility>
 #include <vector>
 
 namespace machine {
+
+inline void* NewHandle() {
+    static std::atomic<std::uintptr_t> last{0};
+    return reinterpret_cast<void*>(last += 4);
+}
 
 // Thread: any. To be kept for ever, since callers run until the process ends.
 template <class Object>
@@ -17,27 +26,40 @@ public:
 
     template <class Handle>
     Handle Add(Pointer object) {
+        void* const handle = NewHandle();
+        AddUnless([](const auto&) { return false; }, handle, std::move(object));
+        return reinterpret_cast<Handle>(handle);
+    }
+    // Under this new handle, unless the test is true for one that is open; false if it is.
+    template <class Test>
+    bool AddUnless(Test test, const void* handle, Pointer object) {
         const std::scoped_lock lock(Lock);
-        Open.push_back(std::move(object));
-        return reinterpret_cast<Handle>(Open.back().get());
+        const bool may = std::ranges::none_of(Open, test, &Entry::second);
+        if (may) Open.emplace(handle, std::move(object));
+        return may;
     }
     // Null if it is not open, here and below.
     Pointer Find(const void* handle) {
         const std::scoped_lock lock(Lock);
-        const auto found = std::ranges::find(Open, handle, &Pointer::get);
-        return found != Open.end() ? *found : nullptr;
+        const auto found = Open.find(handle);
+        return found != Open.end() ? found->second : nullptr;
+    }
+    template <class Test>
+    Pointer FindIf(Test test) {
+        const std::scoped_lock lock(Lock);
+        const auto found = std::ranges::find_if(Open, test, &Entry::second);
+        return found != Open.end() ? found->second : nullptr;
     }
     Pointer Take(const void* handle) {
         const std::scoped_lock lock(Lock);
-        const auto found = std::ranges::find(Open, handle, &Pointer::get);
-        if (found == Open.end()) return nullptr;
-        const Pointer taken = std::move(*found);
-        Open.erase(found);
-        return taken;
+        auto taken = Open.extract(handle);
+        return taken ? std::move(taken.mapped()) : nullptr;
     }
     std::vector<Pointer> TakeAll() {
         const std::scoped_lock lock(Lock);
-        return std::exchange(Open, {});
+        std::vector<Pointer> taken;
+        for (auto& open : std::exchange(Open, {})) taken.push_back(std::move(open.second));
+        return taken;
     }
     int Count() {
         const std::scoped_lock lock(Lock);
@@ -45,8 +67,9 @@ public:
     }
 
 private:
+    using Entry = std::pair<const void* const, Pointer>;
     std::mutex Lock;
-    std::vector<Pointer> Open;
+    std::map<const void*, Pointer> Open;
 };
 
 } // namespace machine

@@ -45,20 +45,20 @@ private:
     DWORD StartTime = 0;
 };
 
-MidiPorts<InputPort>& Ports() {
-    static auto& ports = *new MidiPorts<InputPort>(1);
+Handles<InputPort>& Ports() {
+    static auto& ports = *new Handles<InputPort>;
     return ports;
 }
 
 const AtPowerOn atPowerOn([] {
-    for (const auto& port : Ports().All()) port->Close();
+    for (const auto& port : Ports().TakeAll()) port->Close();
 });
 
 void InputPort::Tell(Locked& lock, UINT message, DWORD_PTR first, DWORD_PTR second) {
     const std::thread::id self = std::this_thread::get_id();
     Callers.push_back(self);
     lock.unlock();
-    Client(reinterpret_cast<void*>(Handle), message, Instance, first, second);
+    Client(Handle, message, Instance, first, second);
     lock.lock();
     Callers.erase(std::ranges::find(Callers, self));
     CallbackDone.notify_all();
@@ -112,25 +112,25 @@ MMRESULT InputPort::Close() {
     Silence(lock);
     lock.unlock();
     Device->Close();
-    Ports().Remove(*this);
+    Ports().Take(Handle);
     return MMSYSERR_NOERROR;
 }
 
 // Counts the call, meets an ordered failure, finds the port, and goes on with it.
 MMRESULT WithPort(Call call, HMIDIIN handle, MMRESULT (InputPort::*operation)()) {
     if (const Failure failure{call}) return failure;
-    const auto port = Ports().Of(handle);
+    const auto port = Ports().Find(handle);
     return port ? (port.get()->*operation)() : MMSYSERR_INVALHANDLE;
 }
 
 } // namespace
 
 bool CallBackMidi(int input, unsigned message, std::uintptr_t first, std::uintptr_t second) {
-    const auto port = Ports().On(MidiWay::In, input);
+    const auto port = PortOn(Ports(), MidiWay::In, input);
     return port && port->CallBack(message, first, second);
 }
 
-int OpenMidiInputs() { return static_cast<int>(Ports().All().size()); }
+int OpenMidiInputs() { return Ports().Count(); }
 
 } // namespace machine
 
@@ -140,26 +140,23 @@ using namespace machine;
 
 UINT midiInGetNumDevs() { return NumberOf(MidiWay::In, nullptr); }
 
-MMRESULT midiInGetDevCapsA(UINT_PTR number, MIDIINCAPSA* caps, UINT size) {
+MMRESULT midiInGetDevCapsA(UINT_PTR number, MIDIINCAPSA* caps, UINT /*size*/) {
     if (const Failure failure{Call::midiInGetDevCapsA}) return failure;
     const auto device = MidiDeviceAt(MidiWay::In, number);
     if (!device) return MMSYSERR_BADDEVICEID;
-    MIDIINCAPSA told{};
-    CopyName(told.szPname, device->Name);
-    return Give(told, caps, size);
+    CopyName(caps->szPname, device->Name);
+    caps->dwSupport = 0;
+    return MMSYSERR_NOERROR;
 }
 
 MMRESULT midiInOpen(HMIDIIN* handle, UINT number, DWORD_PTR callback, DWORD_PTR instance,
-                    DWORD flags) {
+                    DWORD /*flags*/) {
     if (const Failure failure{Call::midiInOpen}) return failure;
-    if ((flags & ~MIDI_IO_STATUS) != CALLBACK_FUNCTION) return MMSYSERR_INVALFLAG;
     auto device = MidiDeviceAt(MidiWay::In, number);
     if (!device) return MMSYSERR_BADDEVICEID;
     const auto port = std::make_shared<InputPort>(std::move(device),
                                                   reinterpret_cast<Callback>(callback), instance);
-    const MMRESULT result = Ports().Open(port, port);
-    if (result == MMSYSERR_NOERROR) *handle = reinterpret_cast<HMIDIIN>(port->Handle);
-    return result;
+    return OpenPort(Ports(), port, port, handle);
 }
 
 MMRESULT midiInStart(HMIDIIN handle) {

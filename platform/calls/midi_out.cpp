@@ -33,8 +33,8 @@ private:
     std::array<WORD, MIDIPATCHSIZE> Patches{};
 };
 
-MidiPorts<OutputPort>& Ports() {
-    static auto& ports = *new MidiPorts<OutputPort>(0);
+Handles<OutputPort>& Ports() {
+    static auto& ports = *new Handles<OutputPort>;
     return ports;
 }
 
@@ -52,7 +52,7 @@ Steering& The() {
 }
 
 const AtPowerOn atPowerOn([] {
-    for (const auto& port : Ports().All()) port->Close();
+    for (const auto& port : Ports().TakeAll()) port->Close();
     InsideMidiOut(nullptr);
     TakeSentMidi();
     RecordSentMidi(true);
@@ -135,7 +135,7 @@ MMRESULT OutputPort::Close() {
     if (std::exchange(Closed, true)) return MMSYSERR_INVALHANDLE;
     Device->Close();
     lock.unlock();
-    Ports().Remove(*this);
+    Ports().Take(Handle);
     return MMSYSERR_NOERROR;
 }
 
@@ -144,7 +144,6 @@ MMRESULT OutputPort::Cache(WORD* patches, UINT flag) {
     const std::scoped_lock lock(Lock);
     if (const MMRESULT error = Check()) return error;
     if (!(Device->Support() & MIDICAPS_CACHE)) return MMSYSERR_NOTSUPPORTED;
-    if (flag != MIDI_CACHE_QUERY && flag != MIDI_CACHE_BESTFIT) return MMSYSERR_INVALFLAG;
     for (WORD& cached : Patches) {
         WORD& asked = *patches++;
         if (flag == MIDI_CACHE_QUERY)
@@ -165,7 +164,7 @@ std::vector<WORD> OutputPort::Cached() {
 template <class Operation>
 MMRESULT WithPort(Call call, HMIDIOUT handle, Operation operation) {
     if (const Failure failure{call}) return failure;
-    const auto port = Ports().Of(handle);
+    const auto port = Ports().Find(handle);
     if (!port) return MMSYSERR_INVALHANDLE;
     RunDriver(*port->Device, call);
     return operation(*port);
@@ -191,10 +190,10 @@ std::vector<SentMidi> TakeSentMidi() {
     return std::exchange(The().Sent, {});
 }
 
-int OpenMidiOutputs() { return static_cast<int>(Ports().All().size()); }
+int OpenMidiOutputs() { return Ports().Count(); }
 
 std::vector<std::uint16_t> CachedPatches(int output) {
-    const auto port = Ports().On(MidiWay::Out, output);
+    const auto port = PortOn(Ports(), MidiWay::Out, output);
     return port ? port->Cached() : std::vector<std::uint16_t>{};
 }
 
@@ -206,26 +205,23 @@ using namespace machine;
 
 UINT midiOutGetNumDevs() { return NumberOf(MidiWay::Out, nullptr); }
 
-MMRESULT midiOutGetDevCapsA(UINT_PTR number, MIDIOUTCAPSA* caps, UINT size) {
+MMRESULT midiOutGetDevCapsA(UINT_PTR number, MIDIOUTCAPSA* caps, UINT /*size*/) {
     if (const Failure failure{Call::midiOutGetDevCapsA}) return failure;
     const auto device = DeviceAt(static_cast<UINT>(number));
     if (!device) return MMSYSERR_BADDEVICEID;
-    MIDIOUTCAPSA told{};
-    CopyName(told.szPname, static_cast<UINT>(number) == MIDI_MAPPER ? "MIDI Mapper" : device->Name);
-    told.dwSupport = device->Support();
-    return Give(told, caps, size);
+    CopyName(caps->szPname,
+             static_cast<UINT>(number) == MIDI_MAPPER ? "MIDI Mapper" : device->Name);
+    caps->dwSupport = device->Support();
+    return MMSYSERR_NOERROR;
 }
 
 MMRESULT midiOutOpen(HMIDIOUT* handle, UINT number, DWORD_PTR /*callback*/, DWORD_PTR /*instance*/,
-                     DWORD flags) {
+                     DWORD /*flags*/) {
     if (const Failure failure{Call::midiOutOpen}) return failure;
-    if (flags != CALLBACK_NULL) return MMSYSERR_INVALFLAG;
     auto device = DeviceAt(number);
     if (!device) return number == MIDI_MAPPER ? MIDIERR_NODEVICE : MMSYSERR_BADDEVICEID;
     const auto port = std::make_shared<OutputPort>(std::move(device));
-    const MMRESULT result = Ports().Open(port, nullptr);
-    if (result == MMSYSERR_NOERROR) *handle = reinterpret_cast<HMIDIOUT>(port->Handle);
-    return result;
+    return OpenPort(Ports(), port, nullptr, handle);
 }
 
 MMRESULT midiOutReset(HMIDIOUT handle) {

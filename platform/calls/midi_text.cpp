@@ -1,4 +1,4 @@
-// The texts of the MIDI calls' error codes.
+// The texts of the error codes that MIDI calls give.
 #include "platform/system/midi.h"
 
 #include <algorithm>
@@ -13,7 +13,6 @@ struct ErrorText {
     const char* Text;
 };
 constexpr ErrorText Texts[] = {
-    {MMSYSERR_NOERROR, "The command was carried out."},
     {MMSYSERR_ERROR, "Undefined external error."},
     {MMSYSERR_BADDEVICEID, "A device ID has been used that is out of range for your system."},
     {MMSYSERR_ALLOCATED, "The specified device is already in use.  Wait until it is free, and then "
@@ -23,10 +22,6 @@ constexpr ErrorText Texts[] = {
     {MMSYSERR_NOMEM, "There is not enough memory available for this task.  Quit one or more "
                      "applications to increase available memory, and then try again."},
     {MMSYSERR_NOTSUPPORTED, "This function is not supported."},
-    {MMSYSERR_INVALFLAG, "An invalid flag was passed to a system function."},
-    {MMSYSERR_INVALPARAM, "An invalid parameter was passed to a system function."},
-    {MIDIERR_STILLPLAYING, "Cannot perform this operation while media data is still playing.  "
-                           "Reset the device, or wait until the data is finished playing."},
     {MIDIERR_NOTREADY, "The port is transmitting data to the device.  Wait until the data has been "
                        "transmitted, and then try again."},
     {MIDIERR_NODEVICE, "No MIDI port was found."}};

@@ -2,17 +2,17 @@
 // it may load.
 #include "platform/machine/modules.h"
 
-#include "platform/calls/resources.h"
+#include "platform/calls/names.h"
 #include "platform/machine/fault_point.h"
 #include "platform/machine/power.h"
 #include "platform/system/kernel.h"
+#include "platform/ui/template.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
 #include <filesystem>
-#include <map>
 #include <mutex>
 #include <strings.h>
 
@@ -22,7 +22,6 @@ namespace {
 struct Modules {
     std::mutex Lock;
     std::string Path;
-    std::map<HINSTANCE, Resources> Attached;
     const char* SystemName = nullptr; // its handle is this place
     std::span<const ModuleExport> SystemExports;
 };
@@ -35,13 +34,6 @@ Modules& The() {
 using Lock = std::lock_guard<std::mutex>;
 
 HMODULE SystemHandle() { return reinterpret_cast<HMODULE>(&The().SystemName); }
-
-// Cut to the buffer; the number of characters without the terminator.
-std::size_t GiveText(std::string_view text, LPSTR buffer, std::size_t size) {
-    const std::size_t length = text.copy(buffer, size - 1);
-    buffer[length] = '\0';
-    return length;
-}
 
 const AtPowerOn atPowerOn([] { SetModulePath({}); });
 
@@ -61,22 +53,6 @@ std::string ModulePath() {
                                              ? std::filesystem::path(config)
                                              : std::filesystem::path(home ? home : "/") / ".config";
     return folder / "zormidi" / "libzormidi.so";
-}
-
-void AttachModule(HINSTANCE module, const Resources& resources) {
-    const Lock lock(The().Lock);
-    The().Attached[module] = resources;
-}
-
-void DetachModule(HINSTANCE module) {
-    const Lock lock(The().Lock);
-    The().Attached.erase(module);
-}
-
-Resources ResourcesOf(HINSTANCE module) {
-    const Lock lock(The().Lock);
-    const auto found = The().Attached.find(module);
-    return found == The().Attached.end() ? Resources{} : found->second;
 }
 
 void OfferModule(const char* name, std::span<const ModuleExport> exports) {
@@ -134,7 +110,7 @@ BOOL FreeLibrary(HMODULE /*module*/) { return TRUE; }
 
 int LoadStringA(HINSTANCE module, UINT id, LPSTR buffer, int size) {
     buffer[0] = '\0';
-    for (const StringResource& entry : ResourcesOf(module).Strings)
+    for (const ui::StringResource& entry : ui::ResourcesOf(module).Strings)
         if (entry.Id == id)
             return static_cast<int>(GiveText(entry.Text, buffer, static_cast<std::size_t>(size)));
     return 0;

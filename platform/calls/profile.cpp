@@ -1,4 +1,5 @@
 // Private-profile files on disk.
+#include "platform/calls/names.h"
 #include "platform/calls/profile_text.h"
 #include "platform/machine/fault_point.h"
 #include "platform/system/kernel.h"
@@ -15,7 +16,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::mutex profileLock; // a change reads the whole file and writes it back
+std::mutex changeLock; // a change reads the whole file and writes it back
 
 // The file that a path means, through links. One written all in small letters stands in for a
 // missing one: names of files go without case where such files come from.
@@ -28,19 +29,16 @@ fs::path Locate(const fs::path& wanted) {
     return failed ? wanted : real;
 }
 
-// The file's text, empty for one that is missing or cannot be read. Its bytes are read at every
-// call, so that what others write is seen; its lines only when they have changed. With the lock
-// held; valid until the next call.
-const ProfileText& ReadProfile(const fs::path& place) {
-    static ProfileText& kept = *new ProfileText; // asked for until the process's very end
+// The file's text, empty for one that is missing or cannot be read: read at every call, so that
+// what others write is seen.
+std::string ReadProfile(const fs::path& place) {
     std::error_code failed;
     const auto size = fs::file_size(place, failed);
-    std::string bytes(failed ? 0 : size, '\0');
+    std::string text(failed ? 0 : size, '\0');
     std::ifstream file(place, std::ios::binary);
-    file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    bytes.resize(static_cast<std::size_t>(file.gcount()));
-    if (bytes != kept.Bytes()) kept = ProfileText(std::move(bytes));
-    return kept;
+    file.read(text.data(), static_cast<std::streamsize>(text.size()));
+    text.resize(static_cast<std::size_t>(file.gcount()));
+    return text;
 }
 
 // Nobody may write it. The superuser could all the same, but a setting that says so is meant.
@@ -100,29 +98,27 @@ using namespace machine;
 
 DWORD GetPrivateProfileStringA(LPCSTR section, LPCSTR key, LPCSTR fallback, LPSTR buffer,
                                DWORD size, LPCSTR file) {
-    const std::lock_guard lock(profileLock);
+    const std::string text = ReadProfile(Locate(file));
     const std::string_view blank = fallback;
-    const std::string_view text = ReadProfile(Locate(file))
-                                      .Value(section, key)
-                                      .value_or(blank.substr(0, blank.find_last_not_of(" \t") + 1));
-    const std::size_t length = text.copy(buffer, size - 1);
-    buffer[length] = '\0';
-    return static_cast<DWORD>(length);
+    const std::string_view value =
+        ProfileValue(text, section, key)
+            .value_or(blank.substr(0, blank.find_last_not_of(" \t") + 1));
+    return static_cast<DWORD>(GiveText(value, buffer, size));
 }
 
 UINT GetPrivateProfileIntA(LPCSTR section, LPCSTR key, int fallback, LPCSTR file) {
-    const std::lock_guard lock(profileLock);
-    const auto value = ReadProfile(Locate(file)).Value(section, key);
+    const std::string text = ReadProfile(Locate(file));
+    const auto value = ProfileValue(text, section, key);
     return value && !value->empty() ? ReadInteger(*value) : static_cast<UINT>(fallback);
 }
 
 BOOL WritePrivateProfileStringA(LPCSTR section, LPCSTR key, LPCSTR value, LPCSTR file) {
     if (const Failure failure{Call::WritePrivateProfileStringA}) return failure;
-    const std::lock_guard lock(profileLock);
+    const std::lock_guard lock(changeLock);
     const fs::path place = Locate(file);
-    const ProfileText& before = ReadProfile(place);
-    const std::string after = before.With(section, key, value);
-    return after == before.Bytes() || ReplaceProfile(place, after);
+    const std::string before = ReadProfile(place);
+    const std::string after = WithProfileValue(before, section, key, value);
+    return after == before || ReplaceProfile(place, after);
 }
 
 } // namespace zorsystem

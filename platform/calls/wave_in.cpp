@@ -38,8 +38,7 @@ public:
     // False: the device is not to be had. Every other function needs it.
     bool IsOpen() const { return Stream != nullptr; }
     void Tell(UINT message, WAVEHDR* header = nullptr) {
-        Client.Function(reinterpret_cast<HWAVEIN>(this), message, Client.Instance,
-                        reinterpret_cast<DWORD_PTR>(header), 0);
+        Client.Function(Handle, message, Client.Instance, reinterpret_cast<DWORD_PTR>(header), 0);
     }
 
     MMRESULT Prepare(WAVEHDR& header);
@@ -53,6 +52,8 @@ public:
     MMRESULT MayClose();
     // Ends capturing without handing anything back.
     void Abandon();
+
+    HWAVEIN Handle = nullptr; // given before it is told of anything
 
 private:
     void NoteHeaderCall() const { // before the lock
@@ -296,7 +297,7 @@ MMRESULT waveInOpen(HWAVEIN* handle, UINT number, const WAVEFORMATEX* wave, DWOR
     const Listener listener{reinterpret_cast<decltype(Listener::Function)>(callback), instance};
     const auto open = std::make_shared<WaveIn>(*devices[number], format, listener);
     if (!open->IsOpen()) return MMSYSERR_ALLOCATED;
-    *handle = Open().Add<HWAVEIN>(open);
+    *handle = open->Handle = Open().Add<HWAVEIN>(open);
     open->Tell(WIM_OPEN);
     return MMSYSERR_NOERROR;
 }

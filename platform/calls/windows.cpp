@@ -177,7 +177,7 @@ LONG_PTR GetWindowLongPtrA(HWND dialog, int) {
     return owner ? owner->UserWord : 0;
 }
 
-UINT_PTR SetTimer(HWND dialog, UINT_PTR id, UINT milliseconds, TIMERPROC) {
+UINT_PTR SetTimer(HWND dialog, UINT_PTR id, UINT milliseconds, LPVOID) {
     Dialog* owner = DialogOf(dialog);
     if (!owner) return 0;
     owner->SetTimer(id, milliseconds);

@@ -9,14 +9,12 @@
 
 namespace machine {
 
-// Counts the call. Gives the result that was ordered for it by FailCall, if it is this call's turn:
-// the call then returns that and does nothing. Real time: yes while nothing is ordered.
-std::optional<std::intptr_t> OrderedFailure(Call call);
-
-// The same for calls of any result: if (const Failure failure{Call::timeSetEvent}) return failure;
+// Counts the call, and holds the result that FailCall ordered for it if it is this call's turn: the
+// call then returns that and does nothing. Real time: yes while nothing is ordered.
+//     if (const Failure failure{Call::timeSetEvent}) return failure;
 class Failure {
 public:
-    explicit Failure(Call call) : Result(OrderedFailure(call)) {}
+    explicit Failure(Call call);
     explicit operator bool() const { return Result.has_value(); }
     template <class Type>
     requires(!std::is_same_v<Type, bool>) operator Type() const {

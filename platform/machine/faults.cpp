@@ -40,17 +40,15 @@ const AtPowerOn atPowerOn([] {
 
 } // namespace
 
-std::optional<std::intptr_t> OrderedFailure(Call call) {
+Failure::Failure(Call call) {
     Made(call).fetch_add(1, std::memory_order_relaxed);
     // Relaxed: an order holds for calls that come after it on some ordered road of their own.
-    if (!anyOrder.load(std::memory_order_relaxed)) return std::nullopt;
+    if (!anyOrder.load(std::memory_order_relaxed)) return;
     const std::lock_guard lock(ordersLock);
-    std::optional<std::intptr_t> result;
     for (Order& order : orders)
-        if (order.What == call && order.TakeTurn() && !result) result = order.Result;
+        if (order.What == call && order.TakeTurn() && !Result) Result = order.Result;
     std::erase_if(orders, [](const Order& order) { return order.Times == 0; });
     anyOrder.store(!orders.empty(), std::memory_order_relaxed);
-    return result;
 }
 
 void FailCall(Call call, int nth, std::intptr_t result, int times) {

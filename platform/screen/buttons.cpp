@@ -10,12 +10,8 @@ using look::Picture;
 
 class Button : public Worked<Fl_Button> {
 public:
-    explicit Button(Control& control) : Worked(control, control.Text) {
-        callback([](Fl_Widget* widget, void*) {
-            const auto& button = *static_cast<Button*>(widget);
-            button.In.Click(button.Of);
-        });
-    }
+    explicit Button(Control& control) : Worked(control, control.Text) {}
+    void Use() override { In.Click(Of); }
     int handle(int event) override {
         // The focused button goes before the default one.
         if (event == FL_KEYBOARD && IsEnter(Fl::event_key())) {

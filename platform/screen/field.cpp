@@ -8,15 +8,12 @@ public:
     Field(Control& control, const std::string& caption) : Worked(control, caption) {
         box(FL_FLAT_BOX); // a border of our own lies round it
         color(FL_WHITE);
-        textcolor(look::ColourOf(look::Ink));
+        textcolor(look::Ink);
         textsize(look::FontPixels());
-        selection_color(look::ColourOf(look::Accent));
+        selection_color(look::Accent);
         when(FL_WHEN_CHANGED);
-        callback([](Fl_Widget* widget, void*) {
-            const auto& field = *static_cast<Field*>(widget);
-            field.In.Type(field.Of, field.value());
-        });
     }
+    void Use() override { In.Type(Of, value()); }
     int handle(int event) override {
         // Entered by the keyboard, a field is ready to be typed over.
         if (event == FL_FOCUS && (Fl::event() == FL_KEYBOARD || Fl::event() == FL_SHORTCUT))

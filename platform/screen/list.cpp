@@ -30,7 +30,7 @@ public:
     List(Control& control, const std::string& caption) : Worked(control, caption) {
         box(FL_BORDER_BOX);
         color(FL_WHITE);
-        selection_color(look::ColourOf(look::Accent));
+        selection_color(look::Accent);
         textsize(look::FontPixels());
     }
     int handle(int event) override {

@@ -29,19 +29,17 @@ double DisplayDpi() {
                        : OrdinaryDpi;
 }
 
-Fl_Align FlAlign(Align align, bool lines) {
-    Fl_Align how = lines ? FL_ALIGN_TOP | FL_ALIGN_WRAP : FL_ALIGN_CENTER;
-    if (align == Align::Left) how |= FL_ALIGN_LEFT;
-    if (align == Align::Right) how |= FL_ALIGN_RIGHT;
-    return how | FL_ALIGN_INSIDE;
+void DrawText(const std::string& text, const Box& box, Fl_Align align, bool marked, Rgb ink) {
+    UseFont();
+    fl_color(ink);
+    const int before = fl_draw_shortcut;
+    fl_draw_shortcut = marked;
+    fl_draw(text.c_str(), box.Left, box.Top, box.Width, box.Height, align | FL_ALIGN_INSIDE,
+            nullptr, 0);
+    fl_draw_shortcut = static_cast<char>(before);
 }
 
 } // namespace
-
-Fl_Color ColourOf(Rgb colour) {
-    return fl_rgb_color(static_cast<uchar>(colour >> 16), static_cast<uchar>(colour >> 8),
-                        static_cast<uchar>(colour));
-}
 
 Metrics Measure(int points) {
     const double dpi = DisplayDpi();
@@ -67,13 +65,13 @@ int Line() { return std::max(1, static_cast<int>(scale + 0.25)); }
 int Scaled(int pixels) { return static_cast<int>(std::lround(pixels * scale)); }
 
 void DrawLabel(const std::string& text, const Box& box, Align align, bool lines, Rgb ink) {
-    UseFont();
-    fl_color(ColourOf(ink));
-    const int before = fl_draw_shortcut;
-    fl_draw_shortcut = 1;
-    fl_draw(text.c_str(), box.Left, box.Top, box.Width, box.Height, FlAlign(align, lines), nullptr,
-            0);
-    fl_draw_shortcut = static_cast<char>(before);
+    constexpr Fl_Align sides[] = {FL_ALIGN_LEFT, FL_ALIGN_CENTER, FL_ALIGN_RIGHT};
+    const Fl_Align how = lines ? FL_ALIGN_TOP | FL_ALIGN_WRAP : FL_ALIGN_CENTER;
+    DrawText(text, box, sides[static_cast<int>(align)] | how, true, ink);
+}
+
+void DrawPlain(const std::string& text, const Box& box, Rgb ink) {
+    DrawText(text, box, FL_ALIGN_LEFT | FL_ALIGN_CLIP, false, ink);
 }
 
 int LabelWidth(const std::string& text) {
@@ -81,20 +79,6 @@ int LabelWidth(const std::string& text) {
     std::string plain = text;
     if (const std::size_t mark = plain.find('&'); mark != std::string::npos) plain.erase(mark, 1);
     return static_cast<int>(std::ceil(fl_width(plain.c_str())));
-}
-
-void DrawPlain(const std::string& text, const Box& box, Rgb ink) {
-    UseFont();
-    fl_color(ColourOf(ink));
-    fl_push_clip(box.Left, box.Top, box.Width, box.Height);
-    const int baseline = box.Top + (box.Height - fl_height()) / 2 + fl_height() - fl_descent();
-    fl_draw(text.c_str(), box.Left, baseline);
-    fl_pop_clip();
-}
-
-void FillBox(const Box& box, Rgb colour) {
-    fl_color(ColourOf(colour));
-    fl_rectf(box.Left, box.Top, box.Width, box.Height);
 }
 
 Picture::Picture(int width, int height)
@@ -109,7 +93,7 @@ void Picture::Fill(int left, int top, int width, int height, Rgb colour) {
             for (int part = 0; part < 3; ++part)
                 Bytes[static_cast<std::size_t>(y * Width + x) * 3 +
                       static_cast<std::size_t>(part)] =
-                    static_cast<std::uint8_t>(colour >> (16 - 8 * part));
+                    static_cast<std::uint8_t>(colour >> (24 - 8 * part));
 }
 
 // Blends the colour in by how far each pixel's middle lies inside; distance is negative there.
@@ -121,7 +105,7 @@ void Picture::Cover(Rgb colour, Distance distance) {
             if (share <= 0) continue;
             std::uint8_t* pixel = &Bytes[static_cast<std::size_t>(y * Width + x) * 3];
             for (int part = 0; part < 3; ++part) {
-                const double wanted = colour >> (16 - 8 * part) & 0xFF;
+                const double wanted = colour >> (24 - 8 * part) & 0xFF;
                 pixel[part] = static_cast<std::uint8_t>(
                     std::lround(pixel[part] + share * (wanted - pixel[part])));
             }

@@ -9,22 +9,20 @@
 
 namespace ui::look {
 
-using Rgb = std::uint32_t; // 0xRRGGBB
+using Rgb = Fl_Color; // 0xRRGGBB00
 
-constexpr Rgb Ground = FaceColour; // a grey: the same in either order of its bytes
-constexpr Rgb Paper = 0xFFFFFF;
-constexpr Rgb Border = 0x8C9196;
-constexpr Rgb Groove = 0xC4C8CC;
-constexpr Rgb Ink = 0x1B1D1F;
-constexpr Rgb Dim = 0x9A9FA4; // of what is disabled
-constexpr Rgb Accent = 0x2668B0;
-constexpr Rgb Halo = 0xA9C6E8; // round what has the focus
-constexpr Rgb ButtonTop = 0xFDFDFD;
-constexpr Rgb ButtonPressed = 0xD8DDE3;
-constexpr Rgb ButtonHover = 0xE9F1FA;
+constexpr Rgb Ground = FaceColour << 8; // a grey: the same in either order of its bytes
+constexpr Rgb Paper = 0xFFFFFF00;
+constexpr Rgb Border = 0x8C919600;
+constexpr Rgb Groove = 0xC4C8CC00;
+constexpr Rgb Ink = 0x1B1D1F00;
+constexpr Rgb Dim = 0x9A9FA400; // of what is disabled
+constexpr Rgb Accent = 0x2668B000;
+constexpr Rgb Halo = 0xA9C6E800; // round what has the focus
+constexpr Rgb ButtonTop = 0xFDFDFD00;
+constexpr Rgb ButtonPressed = 0xD8DDE300;
+constexpr Rgb ButtonHover = 0xE9F1FA00;
 constexpr double Radius = 3; // of corners, in lines
-
-Fl_Color ColourOf(Rgb colour); // as the toolkit has it
 
 // Chooses the font's size for the display, and measures it. points: of the template's font.
 Metrics Measure(int points);
@@ -42,10 +40,8 @@ int Scaled(int pixels);
 // otherwise one line, centred in the height.
 void DrawLabel(const std::string& text, const Box& box, Align align, bool lines, Rgb ink);
 int LabelWidth(const std::string& text); // without its '&'
-// Text as it stands, cut at the box, centred in its height.
+// Text as it stands, at the left of a box, cut there.
 void DrawPlain(const std::string& text, const Box& box, Rgb ink);
-
-void FillBox(const Box& box, Rgb colour);
 
 // A small picture with smooth edges, drawn onto the window at once. Places are within it.
 class Picture {

@@ -8,13 +8,8 @@ namespace {
 
 class Slider : public Worked<Fl_Slider> {
 public:
-    Slider(Control& control, const std::string& caption) : Worked(control, caption) {
-        callback([](Fl_Widget* widget, void*) {
-            const auto& slider = *static_cast<Slider*>(widget);
-            slider.In.Slide(slider.Of, static_cast<int>(slider.value()));
-        });
-        step(1);
-    }
+    Slider(Control& control, const std::string& caption) : Worked(control, caption) { step(1); }
+    void Use() override { In.Slide(Of, static_cast<int>(value())); }
     int handle(int event) override {
         constexpr int wheelSteps = 3;
         bounds(Of.Minimum, Of.Maximum);

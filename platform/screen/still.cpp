@@ -2,6 +2,7 @@
 #include "platform/screen/widgets.h"
 
 #include <FL/Fl_Group.H>
+#include <FL/fl_draw.H>
 #include <algorithm>
 #include <cstdlib>
 
@@ -64,7 +65,8 @@ void PaintGroup(const Control& group) {
     if (group.Text.empty()) return;
     const int indent = look::Scaled(8), pad = look::Scaled(3);
     const int width = look::LabelWidth(group.Text);
-    look::FillBox({box.Left + indent - pad, box.Top + drop, width + 2 * pad, line}, look::Ground);
+    fl_color(look::Ground);
+    fl_rectf(box.Left + indent - pad, box.Top + drop, width + 2 * pad, line);
     look::DrawLabel(group.Text, {box.Left + indent, box.Top, width + pad, look::LineHeight()},
                     Align::Left, false, InkOf(group));
 }
@@ -74,7 +76,7 @@ void PaintIcon(const Control& icon) {
     const int side = std::min(icon.Place.Width, icon.Place.Height);
     Picture picture(side, side);
     const double unit = side / 32.0;
-    constexpr look::Rgb amber = 0xF2B705, dark = 0x40310A;
+    constexpr look::Rgb amber = 0xF2B70500, dark = 0x40310A00;
     for (double row = 0; row <= 1; row += 0.02) // narrow at the top, wide at the bottom
         picture.Stroke(16 * unit - 11.5 * unit * row, (5 + 21 * row) * unit,
                        16 * unit + 11.5 * unit * row, (5 + 21 * row) * unit, 4 * unit, amber);
@@ -92,7 +94,7 @@ void PaintFrame(const Control& frame) {
         for (int column = 0; column < drawn.Width; ++column) {
             const COLORREF bgr = drawn.Pixels[static_cast<std::size_t>(row * drawn.Width + column)];
             if (bgr == Canvas::Untouched) continue;
-            const look::Rgb rgb = (bgr & 0xFF) << 16 | (bgr & 0xFF00) | (bgr >> 16 & 0xFF);
+            const look::Rgb rgb = bgr << 24 | (bgr & 0xFF00) << 8 | (bgr >> 8 & 0xFF00);
             picture.Fill(column, row, 1, 1, rgb);
         }
     picture.Draw(frame.Place.Left, frame.Place.Top);

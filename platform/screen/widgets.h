@@ -30,6 +30,7 @@ public:
           Of(control), In(*control.Owner) {
         this->copy_label(caption.c_str());
         this->align(FL_ALIGN_INSIDE); // left to draw()
+        this->callback([](Fl_Widget* widget, void*) { static_cast<Worked*>(widget)->Use(); });
     }
 
     int handle(int event) override {
@@ -57,6 +58,7 @@ public:
     }
 
 protected:
+    virtual void Use() {} // as the toolkit has it
     bool Focused() const { return In.Focus == &Of; }
     look::Rgb Ink() const { return Of.Enabled ? look::Ink : look::Dim; }
     look::Rgb Paper() const { return Of.Enabled ? look::Paper : look::Ground; }

@@ -32,7 +32,7 @@ DialogWindow::DialogWindow(Dialog& dialog)
     copy_label(dialog.Title.c_str());
     xclass("zormidi");
     box(FL_FLAT_BOX);
-    color(look::ColourOf(look::Ground));
+    color(look::Ground);
     AddParts(true); // drawn below all others
     AddParts(false);
     end();

@@ -29,7 +29,7 @@ constexpr UINT GMEM_MOVEABLE = 0x0002;
 constexpr UINT GMEM_ZEROINIT = 0x0040;
 constexpr UINT GMEM_SHARE = 0x2000;
 constexpr UINT GPTR = 0x0040;
-// Zero-filled with every flag. The other calls take null, or what GlobalAlloc and GlobalLock gave.
+// Zero-filled with every flag. The other calls take what GlobalAlloc and GlobalLock gave.
 PLATFORM_API HGLOBAL GlobalAlloc(UINT flags, SIZE_T bytes);
 PLATFORM_API LPVOID GlobalLock(HGLOBAL memory);
 PLATFORM_API BOOL GlobalUnlock(HGLOBAL memory);

@@ -8,34 +8,21 @@ namespace zorsystem {
 PLATFORM_HANDLE(HMIDIIN);
 PLATFORM_HANDLE(HMIDIOUT);
 
+// Of the system's records just the members in use.
 struct MIDIINCAPSA {
-    WORD wMid;
-    WORD wPid;
-    UINT vDriverVersion;
     char szPname[MAXPNAMELEN];
     DWORD dwSupport;
 };
 struct MIDIOUTCAPSA {
-    WORD wMid;
-    WORD wPid;
-    UINT vDriverVersion;
     char szPname[MAXPNAMELEN];
-    WORD wTechnology;
-    WORD wVoices;
-    WORD wNotes;
-    WORD wChannelMask;
     DWORD dwSupport;
 };
 
 constexpr UINT MIDI_MAPPER = 0xFFFFFFFF;
 constexpr DWORD MIDI_IO_STATUS = 0x20;
 constexpr DWORD MIDICAPS_CACHE = 0x0004;
-constexpr UINT MIDI_CACHE_ALL = 1;
 constexpr UINT MIDI_CACHE_BESTFIT = 2;
 constexpr UINT MIDI_CACHE_QUERY = 3;
-constexpr UINT MIDI_UNCACHE = 4;
-constexpr WORD MOD_MIDIPORT = 1;
-constexpr WORD MOD_MAPPER = 5;
 constexpr int MIDIPATCHSIZE = 128;
 constexpr UINT MIM_OPEN = 961;
 constexpr UINT MIM_CLOSE = 962;
@@ -44,7 +31,6 @@ constexpr UINT MIM_LONGDATA = 964;
 constexpr UINT MIM_ERROR = 965;
 constexpr UINT MIM_LONGERROR = 966;
 constexpr UINT MIM_MOREDATA = 972;
-constexpr MMRESULT MIDIERR_STILLPLAYING = 65;
 constexpr MMRESULT MIDIERR_NOTREADY = 67;
 constexpr MMRESULT MIDIERR_NODEVICE = 68;
 

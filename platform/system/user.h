@@ -35,20 +35,13 @@ constexpr UINT WM_TIMER = 0x0113;
 constexpr UINT WM_VSCROLL = 0x0115;
 constexpr UINT WM_USER = 0x0400;
 
-constexpr DWORD WS_POPUP = 0x80000000;
-constexpr DWORD WS_CHILD = 0x40000000;
 constexpr DWORD WS_VISIBLE = 0x10000000;
-constexpr DWORD WS_CAPTION = 0x00C00000;
 constexpr DWORD WS_BORDER = 0x00800000;
 constexpr DWORD WS_VSCROLL = 0x00200000;
-constexpr DWORD WS_SYSMENU = 0x00080000;
 constexpr DWORD WS_GROUP = 0x00020000;
 constexpr DWORD WS_TABSTOP = 0x00010000;
-constexpr DWORD DS_SETFONT = 0x40;
-constexpr DWORD DS_MODALFRAME = 0x80;
 
 using DLGPROC = INT_PTR(CALLBACK*)(HWND, UINT, WPARAM, LPARAM);
-using TIMERPROC = void(CALLBACK*)(HWND, UINT, UINT_PTR, DWORD);
 
 // Runs a modal dialog of the module's resources to its end and gives what EndDialog was given; -1
 // if there is no such resource or no screen to show it on. Thread: the host's, which this occupies.
@@ -98,7 +91,12 @@ PLATFORM_API LONG_PTR GetWindowLongPtrA(HWND dialog, int index);
 
 // Sends WM_TIMER to a dialog every so many milliseconds until KillTimer or its end. A dialog has
 // one timer; procedure must be null.
-PLATFORM_API UINT_PTR SetTimer(HWND dialog, UINT_PTR id, UINT milliseconds, TIMERPROC procedure);
+PLATFORM_API UINT_PTR SetTimer(HWND dialog, UINT_PTR id, UINT milliseconds, LPVOID procedure);
 PLATFORM_API BOOL KillTimer(HWND dialog, UINT_PTR id);
+
+// Starts a program: above 32 for success. The only programs known are the two uses of
+// "sndvol32.exe", which open this system's own volume program.
+PLATFORM_API HINSTANCE ShellExecuteA(HWND owner, LPCSTR verb, LPCSTR file, LPCSTR parameters,
+                                     LPCSTR folder, int show);
 
 } // namespace zorsystem

@@ -129,11 +129,6 @@ Control FromTemplate(const ControlTemplate& form) {
     return control;
 }
 
-bool Control::TakesFocus() const {
-    return What != Kind::GroupBox && What != Kind::Label && What != Kind::Frame &&
-           What != Kind::Icon;
-}
-
 bool Control::TabStop() const {
     return TakesFocus() && Visible && Enabled && (!Is(Kind::RadioButton) || Checked);
 }

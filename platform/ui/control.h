@@ -16,13 +16,13 @@ enum class Kind {
     PushButton,
     CheckBox,
     RadioButton,
-    GroupBox,
-    Label,
-    Frame,
-    Icon,
     Edit,
     List, // closed, and dropping down to choose from
     Slider,
+    GroupBox, // nobody works on this and the next ones
+    Label,
+    Frame,
+    Icon,
 };
 enum class Align { Left, Centre, Right };
 
@@ -80,7 +80,7 @@ struct Control {
 
     bool operator==(const Control&) const = default;
     bool Is(Kind kind) const { return What == kind; }
-    bool TakesFocus() const;
+    bool TakesFocus() const { return What < Kind::GroupBox; }
     bool TabStop() const; // reached by the Tab key just now; of radio buttons only the checked one
     bool Reachable() const; // shown inside the dialog's area and enabled, so that a user can use it
 };

@@ -1,9 +1,9 @@
-// Dialog templates, as a module registers them.
+// A module's resources: its strings, and the templates of its dialogs.
 #pragma once
 
 #include "platform/system/types.h"
 
-#include <span>
+#include <vector>
 
 namespace ui {
 
@@ -17,13 +17,25 @@ struct ControlTemplate {
 };
 
 struct DialogTemplate {
-    int Id = 0;
-    const char* Caption = "";
-    DWORD Style = 0;
-    int X = 0, Y = 0, Width = 0, Height = 0;
-    int Points = 0; // of the font
-    const char* Font = "";
-    std::span<const ControlTemplate> Controls{}; // in the order of the Tab key
+    int Id; // 0 for a message box
+    const char* Caption;
+    int X, Y, Width, Height;
+    std::vector<ControlTemplate> Controls; // in the order of the Tab key
 };
+
+struct StringResource {
+    UINT Id;
+    const char* Text;
+};
+
+// A module's handle is their address.
+struct Resources {
+    std::vector<StringResource> Strings;
+    std::vector<DialogTemplate> Dialogs;
+};
+
+inline const Resources& ResourcesOf(HINSTANCE module) {
+    return *reinterpret_cast<const Resources*>(module);
+}
 
 } // namespace ui

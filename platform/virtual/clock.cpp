@@ -1,13 +1,15 @@
 // The machine's clock, real and stepped, and the lanes that run what falls due.
-#include "platform/virtual/action_queue.h"
+#include "platform/device/clock.h"
 
 #include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <pthread.h>
+#include <ranges>
 #include <sched.h>
 #include <sys/prctl.h>
 #include <thread>
@@ -18,28 +20,37 @@ namespace {
 using RealClock = std::chrono::steady_clock;
 static_assert(RealClock::is_steady);
 
-constexpr std::array Lanes{Lane::Timers, Lane::Audio};
-
-// The action that a thread is inside of: a lane's, or with the stepped clock the steering thread's.
-struct Runner {
-    std::thread::id Thread; // none
-    void* Context = nullptr;
+struct Pending {
+    Lane On;
+    std::uint64_t Due; // microseconds
+    Action Run;
+    void* Context;
+    std::uintptr_t Argument;
+    Token Id;
 };
 
 struct LaneState {
     std::condition_variable Wake; // something earlier has come, or the clock has changed
-    Runner Running;
+    const Pending* Running = nullptr;
     bool Started = false;
 };
 
 struct Clock {
-    std::mutex Lock;
-    std::condition_variable ActionDone;
-    ActionQueue Queue;
-    std::array<LaneState, Lanes.size()> States;
-    Runner Steering;
-
+    Clock() { ToCome.reserve(Most); }
     LaneState& Of(Lane lane) { return States[static_cast<std::size_t>(lane)]; }
+    // The lane's next, or ToCome.rend().
+    auto First(Lane lane) {
+        return std::find_if(ToCome.rbegin(), ToCome.rend(),
+                            [lane](const Pending& each) { return each.On == lane; });
+    }
+
+    static constexpr std::size_t Most = 1u << 13; // few of them are ever in use
+    std::mutex Lock;                              // of all below
+    std::condition_variable ActionDone;
+    std::vector<Pending> ToCome; // what comes next stands last
+    std::array<LaneState, 2> States;
+    const Pending* Stepping = nullptr; // what runs on stepped time
+    Token Last = 0;
 };
 
 // Never destroyed: lanes run until the process ends.
@@ -56,7 +67,7 @@ std::atomic<std::uint32_t> changes{0};
 std::atomic<std::thread::id> steeringThread;
 std::mutex steerLock; // one thread at a time moves stepped time
 
-thread_local const PendingAction* running = nullptr; // the action that this thread is inside of
+thread_local const Pending* running = nullptr; // the action that this thread is inside of
 
 std::uint64_t RealMicroseconds() {
     return static_cast<std::uint64_t>(
@@ -64,15 +75,16 @@ std::uint64_t RealMicroseconds() {
             .count());
 }
 
-// Runs a taken action outside the lock, visible in runner meanwhile.
-void Run(Clock& clock, Lock& lock, Runner& runner, const PendingAction& action) {
-    runner = {std::this_thread::get_id(), action.Context};
+// Takes the action that stands before this place, and runs it outside the lock, seen by others
+// meanwhile.
+void Run(Clock& clock, Lock& lock, const Pending*& seen, std::vector<Pending>::iterator end) {
+    const Pending action = *--end;
+    clock.ToCome.erase(end);
+    seen = running = &action;
     lock.unlock();
-    running = &action;
     action.Run(action.Context, action.Argument);
-    running = nullptr;
     lock.lock();
-    runner = {};
+    seen = running = nullptr;
     clock.ActionDone.notify_all();
 }
 
@@ -81,14 +93,13 @@ void Run(Clock& clock, Lock& lock, Runner& runner, const PendingAction& action) 
 // Waits for the lane's next action, or runs it if it is due.
 void RunOrWait(Clock& clock, Lock& lock, Lane lane) {
     LaneState& state = clock.Of(lane);
-    const PendingAction* const first = clock.Queue.First(lane);
-    if (stepped.load(std::memory_order_relaxed) || !first) return state.Wake.wait(lock);
-    if (const std::uint64_t due = first->Due; RealMicroseconds() < due) {
+    const auto first = clock.First(lane);
+    if (stepped.load(std::memory_order_relaxed) || first == clock.ToCome.rend())
+        state.Wake.wait(lock);
+    else if (const std::uint64_t due = first->Due; RealMicroseconds() < due)
         state.Wake.wait_until(lock, RealClock::time_point(std::chrono::microseconds(due)));
-        return;
-    }
-    const PendingAction action = clock.Queue.TakeFirst(lane);
-    Run(clock, lock, state.Running, action);
+    else
+        Run(clock, lock, state.Running, first.base());
 }
 
 void* LaneMain(void* argument) {
@@ -114,19 +125,17 @@ bool Start(Clock& clock, Lane lane) {
 
 // Whether another thread is inside an action; of this context, or of any if context is null.
 bool OthersRun(const Clock& clock, const void* context) {
-    const auto runs = [context, self = std::this_thread::get_id()](const Runner& runner) {
-        return runner.Thread != std::thread::id() && runner.Thread != self &&
-               (!context || runner.Context == context);
+    const auto runs = [context](const Pending* action) {
+        return action && action != running && (!context || action->Context == context);
     };
-    return runs(clock.Steering) ||
-           std::any_of(clock.States.begin(), clock.States.end(),
-                       [&runs](const LaneState& state) { return runs(state.Running); });
+    return runs(clock.Stepping) || std::ranges::any_of(clock.States, runs, &LaneState::Running);
 }
 
 // Every action of this context, or of any if context is null.
 void Forget(Clock& clock, const void* context) {
-    clock.Queue.RemoveIf(
-        [context](const PendingAction& action) { return !context || action.Context == context; });
+    std::erase_if(clock.ToCome, [context](const Pending& action) {
+        return !context || action.Context == context;
+    });
 }
 
 // ---- stepped time ----------------------------------------------------------------------------
@@ -150,23 +159,14 @@ void StandAt(std::uint64_t time) {
         steppedNow.store(time, std::memory_order_release);
 }
 
-// The lane whose first action comes before the other's.
-Lane NextLane(const ActionQueue& queue) {
-    const PendingAction *const timer = queue.First(Lane::Timers), *sound = queue.First(Lane::Audio);
-    return !timer || (sound && *sound < *timer) ? Lane::Audio : Lane::Timers;
-}
-
 // Moves stepped time to the first thing due by the limit and runs it. False if there is none.
 bool StepOnce(std::uint64_t limit) {
     WaitUntilLibraryThreadsWait();
     Clock& clock = The();
     Lock lock(clock.Lock);
-    const Lane lane = NextLane(clock.Queue);
-    const PendingAction* const first = clock.Queue.First(lane);
-    if (!first || first->Due > limit) return false;
-    const PendingAction action = clock.Queue.TakeFirst(lane);
-    StandAt(action.Due);
-    Run(clock, lock, clock.Steering, action);
+    if (clock.ToCome.empty() || clock.ToCome.back().Due > limit) return false;
+    StandAt(clock.ToCome.back().Due);
+    Run(clock, lock, clock.Stepping, clock.ToCome.end());
     return true;
 }
 
@@ -187,15 +187,18 @@ Token Schedule(Lane lane, std::uint64_t dueMicroseconds, Action action, void* co
                std::uintptr_t argument) {
     Clock& clock = The();
     const Lock lock(clock.Lock);
-    if (!Start(clock, lane)) return 0;
-    const Token token = clock.Queue.Add(lane, {dueMicroseconds, action, context, argument});
-    if (token != 0 && clock.Queue.First(lane)->Id == token) clock.Of(lane).Wake.notify_one();
+    if (!Start(clock, lane) || clock.ToCome.size() == Clock::Most) return 0;
+    const Token token = ++clock.Last ? clock.Last : ++clock.Last;
+    const auto place = std::ranges::lower_bound(clock.ToCome, dueMicroseconds, std::greater<>(),
+                                                &Pending::Due); // before those of the same time
+    clock.ToCome.insert(place, {lane, dueMicroseconds, action, context, argument, token});
+    if (clock.First(lane)->Id == token) clock.Of(lane).Wake.notify_one();
     return token;
 }
 
 bool Unschedule(Token token) {
     const Lock lock(The().Lock);
-    return The().Queue.Remove(token);
+    return std::erase_if(The().ToCome, [token](const Pending& each) { return each.Id == token; });
 }
 
 void UnscheduleAll(void* context) {
@@ -223,8 +226,9 @@ void HastenThread() {
 
 std::vector<std::uint64_t> PendingDues(Action action) {
     const Lock lock(The().Lock);
-    std::vector<std::uint64_t> dues = The().Queue.Dues(action);
-    std::sort(dues.begin(), dues.end());
+    std::vector<std::uint64_t> dues;
+    for (const Pending& each : std::ranges::reverse_view(The().ToCome))
+        if (each.Run == action) dues.push_back(each.Due);
     return dues;
 }
 

@@ -13,6 +13,7 @@ namespace {
 
 using machine::Call;
 using machine::CaptureDevice;
+using machine::Failure;
 
 std::atomic<int> objects{0}; // a count, ordered by nothing
 
@@ -38,11 +39,6 @@ private:
     std::atomic<DWORD> references_{1};
 };
 
-HRESULT Ordered(Call call) {
-    const auto failure = machine::OrderedFailure(call);
-    return failure ? static_cast<HRESULT>(*failure) : DS_OK;
-}
-
 class Buffer final : public Object<IDirectSoundCaptureBuffer>, private machine::CaptureOwner {
 public:
     Buffer(CaptureDevice& device, const machine::PcmFormat& format, std::size_t bytes)
@@ -63,7 +59,7 @@ private:
         explicit Notify(Buffer& buffer) : Owner(buffer) { Owner.AddRef(); }
         ~Notify() override { Owner.Release(); }
         HRESULT SetNotificationPositions(DWORD count, const DSBPOSITIONNOTIFY* places) override {
-            if (const HRESULT failure = Ordered(Call::SetNotificationPositions)) return failure;
+            if (const Failure failure{Call::SetNotificationPositions}) return failure;
             const std::scoped_lock lock(Owner.lock_);
             Owner.places_.assign(places, places + count);
             return DS_OK;
@@ -93,13 +89,13 @@ private:
 };
 
 HRESULT Buffer::QueryInterface(REFIID, void** object) {
-    if (const HRESULT failure = Ordered(Call::CaptureBufferQueryInterface)) return failure;
+    if (const Failure failure{Call::CaptureBufferQueryInterface}) return failure;
     *object = static_cast<IDirectSoundNotify*>(new Notify(*this));
     return DS_OK;
 }
 
 HRESULT Buffer::Start(DWORD) {
-    if (const HRESULT failure = Ordered(Call::CaptureBufferStart)) return failure;
+    if (const Failure failure{Call::CaptureBufferStart}) return failure;
     const std::scoped_lock lock(lock_);
     if (!stream_->Start()) return DSERR_NODRIVER;
     started_ = true;
@@ -109,7 +105,7 @@ HRESULT Buffer::Start(DWORD) {
 }
 
 HRESULT Buffer::Stop() {
-    if (const HRESULT failure = Ordered(Call::CaptureBufferStop)) return failure;
+    if (const Failure failure{Call::CaptureBufferStop}) return failure;
     stream_->Stop();
     const std::scoped_lock lock(lock_);
     if (!started_) return DS_OK;
@@ -155,7 +151,7 @@ void Buffer::WriteUpTo(std::uint64_t byte) {
 }
 
 HRESULT Buffer::GetCurrentPosition(DWORD* captured, DWORD* readable) {
-    if (const HRESULT failure = Ordered(Call::CaptureBufferGetCurrentPosition)) return failure;
+    if (const Failure failure{Call::CaptureBufferGetCurrentPosition}) return failure;
     const std::scoped_lock lock(lock_);
     if (stream_->Gone()) return DSERR_NODRIVER;
     *captured = InRing(started_ ? stream_->Position() * frameBytes_ : 0);
@@ -165,7 +161,7 @@ HRESULT Buffer::GetCurrentPosition(DWORD* captured, DWORD* readable) {
 
 HRESULT Buffer::Lock(DWORD offset, DWORD bytes, void** first, DWORD* firstBytes, void** second,
                      DWORD* secondBytes, DWORD) {
-    if (const HRESULT failure = Ordered(Call::CaptureBufferLock)) return failure;
+    if (const Failure failure{Call::CaptureBufferLock}) return failure;
     if (offset + bytes > ring_.size()) return DSERR_INVALIDPARAM; // nobody asks for what wraps
     *first = ring_.data() + offset;
     *firstBytes = bytes;
@@ -180,7 +176,7 @@ public:
 
     HRESULT CreateCaptureBuffer(const DSCBUFFERDESC* desc, IDirectSoundCaptureBuffer** buffer,
                                 IUnknown*) override {
-        if (const HRESULT failure = Ordered(Call::CreateCaptureBuffer)) return failure;
+        if (const Failure failure{Call::CreateCaptureBuffer}) return failure;
         const WAVEFORMATEX& wave = *desc->lpwfxFormat;
         const machine::PcmFormat format{wave.nSamplesPerSec, wave.nChannels, wave.wBitsPerSample};
         if (desc->dwSize != sizeof(DSCBUFFERDESC1) || !device_->Supports(format))
@@ -209,7 +205,7 @@ GUID GuidOf(const CaptureDevice& device) {
 }
 
 HRESULT Enumerate(LPDSENUMCALLBACKA callback, LPVOID context) {
-    if (const HRESULT failure = Ordered(Call::DirectSoundCaptureEnumerateA)) return failure;
+    if (const Failure failure{Call::DirectSoundCaptureEnumerateA}) return failure;
     const auto devices = machine::CaptureDevices();
     if (devices.empty()) return DS_OK;
     if (!callback(nullptr, "Primary Sound Capture Driver", "", context)) return DS_OK;
@@ -221,7 +217,7 @@ HRESULT Enumerate(LPDSENUMCALLBACKA callback, LPVOID context) {
 }
 
 HRESULT Create(LPCGUID guid, IDirectSoundCapture** capture, IUnknown*) {
-    if (const HRESULT failure = Ordered(Call::DirectSoundCaptureCreate)) return failure;
+    if (const Failure failure{Call::DirectSoundCaptureCreate}) return failure;
     const bool any = guid == nullptr || *guid == GUID{};
     for (const auto& device : machine::CaptureDevices()) {
         if (!any && GuidOf(*device) != *guid) continue;
