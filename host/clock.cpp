@@ -97,7 +97,7 @@ void AddClock(CLI::App& app, const GlobalOptions& global) {
     const auto options = std::make_shared<ClockOptions>();
     command->add_option("BPM", options->BeatsPerMinute, "Quarter notes a minute")
         ->required()
-        ->check(CLI::Range(10.0, 500.0).description("10 to 500"));
+        ->check(CLI::Range(10.0, 500.0));
     AddOutputs(*command, "--to", options->To, "Output to send to");
     AddSeconds(*command, options->Seconds);
     command->callback([&global, options] { Run(global, *options); });

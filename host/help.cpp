@@ -44,12 +44,25 @@ std::string NamesOf(const CLI::Option& option) {
     return names.substr(0, names.size() - 2);
 }
 
+// "INT in [5 - 5000]" as people say it; empty for other kinds of checks.
+std::string RangeIn(const std::string& type) {
+    const std::size_t from = type.find('['), middle = type.find(" - "), to = type.find(']');
+    if (from == std::string::npos || middle == std::string::npos || to == std::string::npos)
+        return "";
+    return type.substr(from + 1, middle - from - 1) + " to " +
+           type.substr(middle + 3, to - middle - 3);
+}
+
 Entry EntryOf(const CLI::Option& option) {
     Entry entry{option.get_positional() ? option.get_name() : NamesOf(option),
                 option.get_description()};
-    const std::string value = option.get_type_name();
+    const std::string type = option.get_type_name(); // "PERCENT:INT in [5 - 5000]"
+    std::string limits = RangeIn(type);
+    const std::string value = limits.empty() ? type : type.substr(0, type.find(':'));
     if (!option.get_positional() && !value.empty()) entry.Left += " " + value;
-    if (!option.get_default_str().empty()) entry.Text += " (else " + option.get_default_str() + ")";
+    if (!option.get_default_str().empty())
+        limits += (limits.empty() ? "" : ", ") + ("else " + option.get_default_str());
+    if (!limits.empty()) entry.Text += " (" + limits + ")";
     std::string others;
     for (const CLI::Option* other : option.get_excludes())
         others += (others.empty() ? "" : ", ") + NamesOf(*other);

@@ -145,6 +145,7 @@ void Listener::Run() {
     }
     Decoder.Finish();
     PrintDecoded();
+    Meter.End();
     if (start.Thru) Library::Silence({});
 }
 

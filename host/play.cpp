@@ -308,7 +308,7 @@ void Run(const GlobalOptions& global, const PlayOptions& options) {
 
 void AddChanges(CLI::App& command, PlayOptions& options) {
     command.add_option("--tempo", options.TempoPercent, "Tempo in percent of the written one")
-        ->check(CLI::Range(5, 5000).description(""))
+        ->check(CLI::Range(5, 5000))
         ->type_name("PERCENT")
         ->capture_default_str();
     command
@@ -320,7 +320,7 @@ void AddChanges(CLI::App& command, PlayOptions& options) {
     command
         .add_option("--transpose", options.Edit.Transpose,
                     "Semitones up, or down if below 0; not drums")
-        ->check(CLI::Range(-127, 127).description(""))
+        ->check(CLI::Range(-127, 127))
         ->type_name("N");
     for (const auto& [name, parts, help] :
          {std::tuple("--solo", &options.Edit.Solo, "Play only these channels, or tracks as t2"),

@@ -14,7 +14,8 @@ void Progress::Show(const std::string& line) {
     using namespace std::chrono_literals;
     if (Terminal) {
         const auto room = static_cast<std::size_t>(TerminalWidth() - 1);
-        std::fprintf(stderr, "\r%s\033[K", line.substr(0, room).c_str());
+        Last = line.substr(0, room);
+        std::fprintf(stderr, "\r%s\033[K", Last.c_str());
         Open = true;
     } else {
         std::fprintf(stderr, "%s\n", line.c_str());
@@ -23,8 +24,9 @@ void Progress::Show(const std::string& line) {
     Next = std::chrono::steady_clock::now() + (Terminal ? 100ms : 2000ms);
 }
 
+// Once more, over the ^C that the terminal may have put behind it.
 void Progress::End() {
-    if (Open) std::fputc('\n', stderr);
+    if (Open) std::fprintf(stderr, "\r%s\033[K\n", Last.c_str());
     Open = false;
 }
 

@@ -23,6 +23,7 @@ public:
 private:
     bool Terminal;
     bool Open = false;
+    std::string Last; // as it stands on the terminal
     std::chrono::steady_clock::time_point Next;
 };
 

@@ -55,9 +55,11 @@ std::vector<MIDIEvent> Complete(const std::vector<MIDIEvent>& records, std::int3
     std::ranges::stable_sort(all, {}, [](const MIDIEvent& record) { return record.Time; });
     std::map<std::pair<int, int>, int> sounding;
     for (const MIDIEvent& record : all) {
-        end = std::max(end, record.Time);
+        const std::int32_t time = record.Time; // packed: no reference to it
+        const int channel = record.Channel;
+        end = std::max(end, time);
         if (record.Status > 0x90) continue;
-        int& count = sounding[{record.Channel, record.Data1}];
+        int& count = sounding[{channel, int{record.Data1}}];
         count = std::max(0, count + (record.Status == 0x90 && record.Data2 > 0 ? 1 : -1));
     }
     for (const auto& [note, count] : sounding) {
