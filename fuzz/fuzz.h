@@ -52,7 +52,8 @@ private:
 // An empty machine with a stepped clock, and an ini file in a folder of this process's own.
 inline void FreshMachine(const std::string& ini, std::uint32_t clock = 1000) {
     static const std::filesystem::path folder = [] {
-        std::string name = (std::filesystem::temp_directory_path() / "zorfuzz-XXXXXX").string();
+        const bool memory = std::filesystem::is_directory("/dev/shm");
+        std::string name = std::string(memory ? "/dev/shm" : "/tmp") + "/zorfuzz-XXXXXX";
         return std::filesystem::path(mkdtemp(name.data()));
     }();
     static const struct Sweep {
