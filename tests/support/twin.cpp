@@ -136,7 +136,8 @@ void Twin::CompareSent() {
         Same("its device", sent[i].Device, model.Sent[i].Device);
         Same("when it was sent", sent[i].At, model.Sent[i].At);
     }
-    SentInAll += sent.size();
+    if (OnSent)
+        for (const EngineModel::Message& one : sent) OnSent(one);
     model.Sent.clear();
 }
 

@@ -4,6 +4,7 @@
 
 #include "tests/support/engine_model.h"
 
+#include <functional>
 #include <string>
 
 class Twin {
@@ -44,7 +45,7 @@ public:
     // All that a host can ask, and what the devices were sent since the last time.
     void Compare();
     const EngineModel& Model() const { return model; }
-    std::size_t SentInAll = 0;
+    std::function<void(const EngineModel::Message&)> OnSent; // each of these
 
 private:
     void Same(const char* what, std::int64_t library, std::int64_t expected);
