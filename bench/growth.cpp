@@ -235,7 +235,7 @@ double MicrophoneFloor() {
     return Cost([&] {
         for (int block = 0; block < 43; ++block) {
             std::copy(window + 512, window + 2048, window);
-            most = std::max<int>(most, *std::max_element(window + 1536, window + 2048));
+            most = most + *std::max_element(window + 1536, window + 2048);
         }
     });
 }
