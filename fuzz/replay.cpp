@@ -4,9 +4,11 @@
 
 #include <iterator>
 #include <random>
+#include <unistd.h>
 #include <vector>
 
 int main(int, char** arguments) {
+    alarm(240); // a run that hangs fails
     std::mt19937 random;
     std::size_t runs = 0;
     for (const auto& file : std::filesystem::directory_iterator(arguments[1])) {
