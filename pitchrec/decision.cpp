@@ -73,7 +73,9 @@ void PitchRecWaveIn::SlideHeldNote() {
         ClearHistories();
     } else {
         Now.ActiveNote = Last.ActiveNote;
-        Now.CentsOffset += 100 * (Now.DetectedNote - Last.ActiveNote);
+        // Wide, for notes far from any by an absurd reference pitch.
+        const std::int64_t moved = std::int64_t{100} * (Now.DetectedNote - Last.ActiveNote);
+        Now.CentsOffset = static_cast<std::int32_t>(Now.CentsOffset + moved);
     }
 }
 

@@ -16,7 +16,7 @@ constexpr std::int32_t ReleaseVelocity = 0x40;
 
 // One cent is one unit of bend, whatever range the receiver has.
 PackedMessage BendMessage(std::uint32_t status, std::int32_t cents) {
-    const std::int32_t bend = std::clamp(cents + 8192, 0, 16383);
+    const std::int32_t bend = std::clamp(cents, -8192, 8191) + 8192;
     return PackMessage(status, bend & 0x7F, bend >> 7 & 0x7F);
 }
 

@@ -174,6 +174,8 @@ TEST_F(PumpRaces, NobodyPlaysForAnOldPiece) {
          [] {}, "1@60010 9@100", 1},
         {"the time set alone: what was sent is not sent again", [] { ZorSetMIDITimer(60005); },
          [] {}, "1@60010 2@60020 3@60030", 1},
+        {"the time set back: queue 2 goes by the new one",
+         [] { ZorSetMIDITimer(50), Put(2, Note(100, 9)); }, [] {}, "1@60010 9@100", 1},
         {"stop", [] { ZorStopMIDI(), queue({0}); }, [] {}, "1@60010", 0},
         {"kill", [] { ZorKillMIDI(), queue({60100}); }, [] {}, "1@60010", 0},
         {"kill, and a late expiry", [] { ZorKillMIDI(), queue({60100}); },
@@ -190,6 +192,7 @@ TEST_F(PumpRaces, NobodyPlaysForAnOldPiece) {
         During(1, c.inside, 60000);
         ZorMIDIPlay();
         const std::string first = PlayedBy(10);
+        EXPECT_TRUE(c.pending != 0 || Pending() == 0); // at once
         c.afterwards();
         const std::string rest = PlayedBy(400);
         EXPECT_EQ(first + (rest.empty() ? "" : " ") + rest, c.played);

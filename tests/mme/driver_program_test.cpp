@@ -43,7 +43,7 @@ TEST_F(DriverProgramTest, WhatItSendsBackFromInsideDoesNotComeBetween) {
 // Another thread of the driver calls back while it holds the lock that our call waits for.
 TEST_F(DriverProgramTest, NoLockOfOursMeetsItsOwn) {
     for (const Call call : {Call::midiOutShortMsg, Call::midiOutReset, Call::midiOutClose}) {
-        std::mutex driver;
+        std::timed_mutex driver;
         std::atomic<bool> held{false}, wanted{false};
         std::thread other([&] {
             const std::lock_guard lock(driver);
@@ -56,10 +56,13 @@ TEST_F(DriverProgramTest, NoLockOfOursMeetsItsOwn) {
         machine::InsideMidiOut([&](Call now, int) {
             if (now != call || wanted.exchange(true)) return;
             wanted.notify_all();
-            const std::lock_guard lock(driver);
+            const std::unique_lock lock(driver, std::chrono::seconds(20));
+            EXPECT_TRUE(lock.owns_lock());
         });
         Send(0, 0x90, Key, 9);
         MMEClose();
+        EXPECT_TRUE(wanted.exchange(true));
+        wanted.notify_all();
         other.join();
         machine::InsideMidiOut(nullptr);
         EXPECT_EQ(Sent(), Lines{Line(0, 0x90, Key, 9)});

@@ -1,0 +1,188 @@
+// soak MINUTES: the library in real time for that long, with all of its threads and a host on every
+// side of it. Ends with 0 if nothing was torn, lost, stuck or left open.
+#include "engine/zormidi.h"
+#include "platform/machine.h"
+#include "tests/support/twin.h"
+
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <set>
+#include <thread>
+
+namespace {
+
+constexpr int Ports = 8;
+using Clock = std::chrono::steady_clock;
+using namespace std::chrono_literals;
+
+std::atomic<long> put{0}, received{0}, sung{0}, torn{0};
+int faults = 0;
+
+void Expect(bool holds, const char* what) {
+    if (!holds) ++faults, std::printf("FAULT: %s\n", what);
+}
+
+// The data follow from each other, so that a record made of two shows.
+MIDIEvent Record(int number) {
+    const auto key = static_cast<std::uint8_t>(number & 127);
+    return {ZorTimeMIDI(0) + number % 20,
+            number,
+            static_cast<std::int16_t>(number % (16 * Ports)),
+            2,
+            0xB0,
+            key,
+            static_cast<std::uint8_t>(127 - key)};
+}
+
+void Take() {
+    for (MIDIEvent event; ZorRcv(&event, 0);) {
+        const bool ending = event.Data1 == 64 || event.Data1 == 123; // a kill's
+        if ((event.Status & 0xF0) == 0x90 || (event.Status & 0xF0) == 0x80) ++sung;
+        if (event.Status != 0xB0) continue;
+        if (event.Data2 != 127 - event.Data1 && !ending) ++torn;
+        ++received;
+    }
+}
+
+// Cables from each output to the input of its name, and a tone in the microphone now and then.
+void MakeMachine(const std::filesystem::path& folder) {
+    machine::PowerOn();
+    machine::RecordSentMidi(false);
+    machine::SetModulePath((folder / "libzormidi.so").string());
+    std::ofstream(folder / "ZORMIDI.INI")
+        << Twin::Ini(Ports) << "[ZORMIDI]\nMMESpeed=1\n[PRECDRVR]\nEnablePitchRec=1\n";
+    Twin::AddPorts(Ports);
+    for (int port = 0; port < Ports; ++port) machine::Connect(port, port);
+    machine::FeedGenerator(machine::AddMicrophone({"Desk"}), [](const auto& request) {
+        for (std::size_t i = 0; i < request.Samples.size(); ++i) {
+            const std::uint64_t frame = request.First + i / request.Channels;
+            const bool rests = frame / request.Rate % 2 == 1;
+            request.Samples[i] = rests ? 0.0f : frame % 50 < 25 ? 0.7f : -0.7f;
+        }
+    });
+}
+
+void Beside(std::vector<std::thread>& threads, const std::atomic<bool>& done,
+            std::function<void(int)> action) {
+    threads.emplace_back([&done, action] {
+        for (int i = 0; !done; ++i) {
+            action(i);
+            std::this_thread::sleep_for(500us);
+        }
+    });
+}
+
+// What a host does in the course of an evening, once every few milliseconds.
+void Act(int turn) {
+    switch (turn % 10) {
+    case 0:
+        ZorKillMIDI(), ZorMIDIPlay();
+        break;
+    case 1:
+        ZorEchoMIDI(turn / 10 % 2, nullptr), ZorStartMIDI(1);
+        break;
+    case 2:
+        ZorSyncMIDI(turn / 10 % 4 == 0 ? ZOR_SYNC_EXTERNAL : ZOR_SYNC_INTERNAL), ZorTimeMIDI(1);
+        break;
+    case 3:
+        ZorZeroQueue(static_cast<std::int16_t>(1 + turn / 10 % 2)), ZorSetMIDITimer(turn);
+        break;
+    case 4:
+        machine::UnplugMidiInput("Port 5"), machine::AddMidiInput("Port 5");
+        break;
+    case 5:
+        ZorEchoMIDI(0, nullptr), ZorStopMIDI(), ZorStartMIDI(1);
+        break;
+    case 6:
+        ZorAllocMIDI(static_cast<std::int16_t>(turn / 10 % 3), 256);
+        break;
+    case 7:
+        if (turn % 1000 == 7) ZorStopMIDI(), MIDISysInit(1), ZorStartMIDI(1);
+        break;
+    default:
+        ZorFilterMIDI(turn % 20 == 8 ? 0x80 : 0, 0xFF00);
+    }
+    for (std::int16_t queue = 0; queue < 3; ++queue)
+        if (std::uint16_t size, count; !ZorReportMQ(queue, &size, &count)) ZorAllocMIDI(queue, 256);
+}
+
+void Evening(Clock::duration length) {
+    std::atomic<bool> done{false};
+    std::vector<std::thread> threads;
+    for (const std::uint16_t queue : {1, 2})
+        Beside(threads, done, [queue](int i) {
+            const MIDIEvent event = Record(i);
+            put += ZorXmit(queue, &event);
+        });
+    for (int port = 0; port < Ports; port += 3)
+        Beside(threads, done, [port](int i) {
+            machine::ReceiveMidi(port, i % 3 ? 0xF8 : 0x3F40B0);
+            machine::CallBackMidi(port, 0x3C3, i % 100 ? 0x3F40B0 : 0xFA, 1);
+        });
+    Beside(threads, done, [](int) { Take(); });
+    Beside(threads, done, [](int) {
+        MMETimerCallBack(0, 0, 0, 0, 0);
+        ZorEtimeMIDI(1, nullptr), ZorErrorMIDI(nullptr), ZorXmitEmpty(0);
+    });
+    const auto end = Clock::now() + length;
+    for (int turn = 0; Clock::now() < end; ++turn) {
+        Act(turn);
+        std::this_thread::sleep_for(turn % 50 ? 5ms : 500ms); // long enough to sing in
+    }
+    done = true;
+    for (std::thread& thread : threads) thread.join();
+}
+
+// Afterwards all is as if nothing had been: what is put in comes out at the other end, every one.
+void Quiet() {
+    ZorEchoMIDI(0, nullptr), ZorStopMIDI();
+    ZorSyncMIDI(ZOR_SYNC_INTERNAL), ZorFilterMIDI(0, 0);
+    for (std::int16_t queue = 0; queue < 3; ++queue) ZorAllocMIDI(queue, 4000);
+    Expect(ZorStartMIDI(1), "it starts again");
+    std::multiset<int> in, out;
+    for (int i = 0; i < 1000; ++i) {
+        MIDIEvent event = Record(i);
+        event.Time = ZorTimeMIDI(0) + i / 10;
+        if (ZorXmit(1, &event)) in.insert(event.Channel << 8 | event.Data1);
+    }
+    Expect(ZorXmitEmpty(1), "the queue runs dry");
+    std::this_thread::sleep_for(1s);
+    for (MIDIEvent event; ZorRcv(&event, 0);)
+        if (event.Status == 0xB0) out.insert(event.Channel << 8 | event.Data1);
+    Expect(in.size() == 1000, "all is taken in");
+    // What comes in while something is being sent is lost, as the header says.
+    for (const int one : out) Expect(in.contains(one), "nothing comes out that was not put in");
+    Expect(out.size() > 500, "most of it comes back");
+    ZorKillMIDI();
+    ZorStopMIDI();
+    MIDISysTerm();
+}
+
+} // namespace
+
+int main(int count, char** arguments) {
+    const double minutes = count > 1 ? std::atof(arguments[1]) : 10;
+    std::string name = (std::filesystem::temp_directory_path() / "zorsoak-XXXXXX").string();
+    const std::filesystem::path folder = mkdtemp(name.data());
+    MakeMachine(folder);
+    Expect(MIDISysInit(0) == -1, "it comes up");
+    Act(6);
+    Expect(ZorStartMIDI(1), "it starts");
+    Evening(
+        std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(minutes * 60)));
+    Quiet();
+    Expect(torn == 0, "no record is torn");
+    Expect(received > 0 && sung > 0, "something came in, and something was sung");
+    Expect(machine::TakeBoxes().empty(), "nobody was told of an error");
+    Expect(machine::OpenMidiInputs() + machine::OpenMidiOutputs() == 0, "ports are closed");
+    Expect(machine::OpenWaveIns() + machine::OpenMixers() == 0, "the microphone is closed");
+    Expect(machine::PendingTimers().empty() && machine::OpenTimerPeriods().empty(), "time stands");
+    std::printf("%g minutes: %ld records put in, %ld received, %ld notes sung; %d faults\n",
+                minutes, put.load(), received.load(), sung.load(), faults);
+    std::filesystem::remove_all(folder);
+    return faults != 0;
+}
