@@ -49,6 +49,11 @@ const char* SystemText(std::uint8_t status) {
     }
 }
 
+std::string Trimmed(std::string text) {
+    text.erase(text.find_last_not_of(' ') + 1);
+    return text;
+}
+
 } // namespace
 
 std::string NoteName(int note) {
@@ -95,9 +100,7 @@ std::string MessageText(const MIDIEvent& event) {
             print("%s", SystemText(event.Status));
         }
     }
-    std::string whole = text;
-    whole.erase(whole.find_last_not_of(' ') + 1);
-    return whole;
+    return Trimmed(text);
 }
 
 std::string FilterWords() {

@@ -1,19 +1,13 @@
 // zorhost play
 #include "host/commands.h"
 #include "host/host_error.h"
-#include "host/interrupt.h"
-#include "host/melody.h"
 #include "host/options.h"
-#include "host/progress.h"
+#include "host/performance.h"
 #include "host/report.h"
 #include "host/session.h"
 #include "host/song_edit.h"
 #include "host/song_file.h"
-#include "host/take.h"
-#include "host/terminal.h"
-#include "host/transport.h"
 
-#include <charconv>
 #include <cstdio>
 #include <memory>
 #include <optional>
@@ -22,8 +16,7 @@ namespace zorhost {
 
 namespace {
 
-constexpr std::int64_t Lead = 100; // milliseconds from the start of the timer to the first record
-constexpr int ShortestLoop = 100;  // milliseconds
+constexpr int ShortestLoop = 100; // milliseconds
 
 struct PlayOptions {
     Piece Of;
@@ -39,174 +32,9 @@ struct PlayOptions {
     std::string Written;
 };
 
-class Performance {
-public:
-    // record: what comes back is taken into it; may be null.
-    Performance(const PlayOptions& options, const midifile::Song& song, const Route& route,
-                Take* record)
-        : Options(options), File(song), Way(route), Music(song, route), Record(record) {}
-
-    // mic may be null.
-    void Run(const Microphone* mic);
-    bool Complete() const { return !Stopped; }
-    const Transport& Of() const { return Music; }
-    // As they came in from the ports, with times from the start of the music.
-    std::vector<MIDIEvent> FromPorts() const;
-    // The notes of the microphone's sound file, with times from its beginning.
-    std::vector<Note> Heard() const;
-    void FinishRecording() const;
-
-private:
-    void Receive();
-    void ShowProgress(Progress& progress) const;
-    void Obey(Key key);
-    void AwaitRest();
-    void AwaitMicrophone(const Microphone& mic);
-    void SilenceRest(const Microphone* mic);
-
-    const PlayOptions& Options;
-    const midifile::Song& File;
-    const Route Way;
-    Transport Music;
-    Take* Record;
-    std::vector<MIDIEvent> Incoming; // times from the start of the music
-    std::int64_t MicStart = 0;
-    bool Stopped = false;
-};
-
-void Performance::Receive() {
-    const std::size_t before = Incoming.size();
-    Library::TakeReceived(Incoming);
-    for (std::size_t i = before; i < Incoming.size(); ++i) {
-        Incoming[i].Time -= static_cast<std::int32_t>(Lead);
-        if (Record) Record->Add(Incoming[i]);
-    }
-    if (Record) Record->Save(static_cast<std::int32_t>(ZorTimeMIDI(0) - Lead));
-}
-
-void Performance::ShowProgress(Progress& progress) const {
-    const std::int64_t tick = Music.Place();
-    const midifile::BarBeat place = File.Map.BarBeatAt(tick);
-    const QueueFill fill = OutputFill();
-    const std::int64_t now = Music.TimeOf(tick);
-    char line[128];
-    std::snprintf(line, sizeof line, "%sbar %4lld beat %2d  %s of %s  %s  queue %4d/%d",
-                  Music.Paused() ? "paused  " : "", static_cast<long long>(place.Bar), place.Beat,
-                  ClockText(now).c_str(), ClockText(Music.Length()).c_str(),
-                  Bar(now, Music.Length(), 20).c_str(), fill.Count, fill.Room);
-    progress.Show(line);
-}
-
-void Performance::Obey(Key key) {
-    switch (key) {
-    case Key::Space:
-        return Music.Paused() ? Music.Resume() : Music.Pause();
-    case Key::Left:
-        return Music.JumpBars(-1);
-    case Key::Right:
-        return Music.JumpBars(1);
-    case Key::Home:
-        return Music.JumpTo(Way.From);
-    case Key::Quit:
-        Stopped = true;
-        break;
-    default:
-        break;
-    }
-}
-
-// What was sent last is still on its way back when the queue has run empty. While less came than
-// went out, a busy machine may only be slow.
-void Performance::AwaitRest() {
-    const std::size_t sent = Music.Pass().size();
-    for (int quiet = 0; quiet < (Incoming.size() < sent ? 100 : 10) && !Interrupted(); ++quiet) {
-        const std::size_t before = Incoming.size();
-        Nap(20);
-        Receive();
-        if (Incoming.size() != before) quiet = 0;
-        if (Incoming.size() >= 2 * sent) break; // someone else plays on
-    }
-}
-
-// The sound file may be longer than the piece; its last note ends in the silence behind it.
-void Performance::AwaitMicrophone(const Microphone& mic) {
-    Progress progress;
-    for (int left = MicrophoneTail; left > 0 && !Interrupted(); Nap(20)) {
-        Receive();
-        if (mic.Ended()) left -= 20;
-        if (progress.Due()) progress.Show("listening to the end of the sound file");
-    }
-    MicStart = mic.StartTime() - Lead;
-}
-
-void Performance::SilenceRest(const Microphone* mic) {
-    if (Stopped) {
-        Music.Silence();
-        Nap(50);
-        return Receive();
-    }
-    if (mic && !Options.Mic.empty()) AwaitMicrophone(*mic);
-    if (Record || Options.Report) AwaitRest();
-    if (LeavesSounding(Music.Pass())) Music.Silence();
-}
-
-void Performance::Run(const Microphone* mic) {
-    std::optional<Keys> keys;
-    // Only what goes straight on can be compared with what comes back.
-    if (!Record && !Options.Report && Options.Mic.empty()) keys.emplace();
-    if (keys && keys->Working())
-        std::fprintf(stderr,
-                     "Space pauses, arrows go a bar back or on, Home to the start, q ends\n");
-    Progress progress;
-    Music.Begin(Lead);
-    do {
-        Music.Step();
-        Receive();
-        if (progress.Due()) ShowProgress(progress);
-        Nap(4);
-        if (keys) Obey(keys->Next());
-        Stopped = Stopped || Interrupted();
-    } while (!Stopped && !Music.Done());
-    ShowProgress(progress);
-    progress.End();
-    SilenceRest(mic);
-}
-
-std::vector<MIDIEvent> Performance::FromPorts() const {
-    std::vector<MIDIEvent> records = Incoming;
-    std::erase_if(records, [&](const MIDIEvent& record) {
-        return record.Status >= 0xF0 ||
-               (!Options.Mic.empty() && record.Channel == MicrophoneChannel - 1);
-    });
-    return records;
-}
-
-std::vector<Note> Performance::Heard() const {
-    std::vector<MIDIEvent> records;
-    for (MIDIEvent record : Incoming) {
-        if (record.Channel != MicrophoneChannel - 1 || record.Status >= 0xF0) continue;
-        record.Time -= static_cast<std::int32_t>(MicStart);
-        records.push_back(record);
-    }
-    return PairNotes(records, records.empty() ? 0 : records.back().Time);
-}
-
-void Performance::FinishRecording() const {
-    if (Record->Records().empty()) {
-        throw HostError("nothing came back through the inputs, so nothing is recorded; an output "
-                        "must lead to an input in use");
-    }
-    RecordingPlan plan;
-    plan.Map = File.Map;
-    plan.TempoPercent = Options.TempoPercent;
-    plan.StartMicroseconds = File.Map.MicrosecondsAt(Way.From);
-    Record->Finish(plan);
-    std::printf("Recorded %zu messages in %s\n", Record->Records().size(), Record->Path().c_str());
-}
-
 void PrintReport(const Performance& performance) {
     std::vector<MIDIEvent> sent = performance.Of().Pass();
-    for (MIDIEvent& record : sent) record.Time -= static_cast<std::int32_t>(Lead);
+    for (MIDIEvent& record : sent) record.Time -= static_cast<std::int32_t>(PlayLead);
     const RoundTrip result = Compare(sent, performance.FromPorts());
     std::printf("Round trip, every message sent against what came back\n%s", result.Text().c_str());
     if (!result.Clean()) throw HostError("not everything came back as it was sent");
@@ -295,7 +123,8 @@ void Run(const GlobalOptions& global, const PlayOptions& options) {
     if (!options.Record.empty()) record.emplace(options.Record);
     Session session(
         global, {{}, options.To, options.Mic, options.Report ? Cables::Private : Cables::Shared});
-    Performance performance(options, song, route, record ? &*record : nullptr);
+    Performance performance(
+        song, {route, !options.Mic.empty(), options.Report, record ? &*record : nullptr});
     session.Start({});
     performance.Run(session.Ear());
     PrintPlayed(performance);

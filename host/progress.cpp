@@ -24,10 +24,11 @@ void Progress::Show(const std::string& line) {
     Next = std::chrono::steady_clock::now() + (Terminal ? 100ms : 2000ms);
 }
 
-// Once more, over the ^C that the terminal may have put behind it.
+// Once more, over the ^C that the terminal may have put behind it, or where it would have stood.
 void Progress::End() {
-    if (Open) std::fprintf(stderr, "\r%s\033[K\n", Last.c_str());
+    if (Terminal) std::fprintf(stderr, "\r%s\033[K%s", Last.c_str(), Open ? "\n" : "");
     Open = false;
+    Last.clear();
 }
 
 std::string ClockText(std::int64_t milliseconds) {
