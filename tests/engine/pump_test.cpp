@@ -25,36 +25,6 @@ protected:
     }
 };
 
-// What is queued at time 0, and when each record goes: at its own time, or at the first expiry if
-// that is later. The queues are not merged.
-TEST_F(Pump, PlaysEachRecordAtItsTime) {
-    struct Case {
-        const char* name;
-        std::vector<std::int32_t> first, second;
-        const char* played;
-    };
-    const Case cases[] = {
-        {"at once and later", {0, 0, 500}, {}, "0@4 1@4 2@500"},
-        {"equal times keep their order", {9, 9, 9}, {9, 9}, "0@9 1@9 2@9 64@9 65@9"},
-        {"long past", {-5, INT32_MIN, 0}, {-9}, "0@4 1@4 2@4 64@4"},
-        {"the head holds back what is behind it", {80, 10, 90}, {}, "0@80 1@80 2@90"},
-        {"two queues", {10, 30}, {20, 30}, "0@10 64@20 1@30 65@30"},
-        {"closer than the period", {10, 11, 12, 13, 14, 15}, {}, "0@10 1@14 2@14 3@14 4@14 5@18"},
-        {"far away beside near", {1000}, {9}, "64@9 0@1000"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        ZorStopMIDI();
-        ZorStartMIDI(1);
-        std::uint8_t number = 0;
-        for (const std::int32_t time : c.first) Put(1, Note(time, number++));
-        number = 64;
-        for (const std::int32_t time : c.second) Put(2, Note(time, number++));
-        EXPECT_EQ(PlayedBy(2000), c.played);
-        EXPECT_TRUE(ZorXmitEmpty(0));
-    }
-}
-
 TEST_F(Pump, WakesOnlyWhenThereIsSomethingToDo) {
     machine::Advance(400);
     EXPECT_EQ(machine::CallCount(machine::Call::timeSetEvent), 100u); // idle: once a period

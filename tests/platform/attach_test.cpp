@@ -1,9 +1,10 @@
 // The shared library as a host meets it: loaded at run time, with the user's settings.
-#include "tests/platform/machine_test.h"
+#include "platform/machine.h"
 
 #include <dlfcn.h>
 #include <filesystem>
 #include <fstream>
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 namespace {
@@ -29,7 +30,8 @@ private:
     void* Handle;
 };
 
-TEST_F(MachineTest, ALoadedLibraryHasItsStringsAndItsFolder) {
+TEST(Attach, ALoadedLibraryHasItsStringsAndItsFolder) {
+    machine::PowerOn();
     const fs::path folder = fs::path(testing::TempDir()) / ("attach-" + std::to_string(getpid()));
     fs::create_directories(folder / "zormidi");
     setenv("XDG_CONFIG_HOME", folder.c_str(), 1);

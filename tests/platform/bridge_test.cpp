@@ -1,4 +1,4 @@
-#include "tests/platform/machine_test.h"
+#include "tests/support/machine_test.h"
 
 #include <array>
 #include <condition_variable>
@@ -75,6 +75,7 @@ private:
 class Bridge : public MachineTest {
 protected:
     Bridge() {
+        machine::UseRealClock();
         // Cables of the test's own.
         setenv("XDG_RUNTIME_DIR", ("/test/" + std::to_string(getpid())).c_str(), 1);
         machine::AddMidiInput("In");

@@ -1,6 +1,6 @@
 #include "platform/device/clock.h"
 
-#include "tests/platform/machine_test.h"
+#include "tests/support/machine_test.h"
 
 #include <array>
 #include <atomic>
@@ -30,7 +30,7 @@ UINT Set(Expiries& expiries, UINT delay) {
     return timeSetEvent(delay, 1, Note, reinterpret_cast<DWORD_PTR>(&expiries), TIME_ONESHOT);
 }
 
-using Clock = SteppedTest;
+using Clock = MachineTest;
 
 TEST_F(Clock, AChainOfOneShotsKeepsItsGridAcrossTheWrap) {
     machine::UseSteppedClock(0xFFFFFFF0u);
@@ -42,6 +42,7 @@ TEST_F(Clock, AChainOfOneShotsKeepsItsGridAcrossTheWrap) {
     EXPECT_EQ(machine::PendingTimers(), (Dues{34}));
     EXPECT_EQ(timeGetTime(), 29u);
     EXPECT_EQ(GetTickCount(), 29u);
+    machine::UseSteppedClock(); // ends the chain
 }
 
 TEST_F(Clock, CallbacksCannotMoveTime) {
@@ -77,7 +78,8 @@ TEST_F(Clock, KillingATimer) {
 
 // With the real clock no more can be said of a timer than that it never comes early, in whichever
 // part of a millisecond it was set.
-TEST_F(MachineTest, RealTimersNeverComeBeforeTheirMillisecond) {
+TEST_F(Clock, RealTimersNeverComeBeforeTheirMillisecond) {
+    machine::UseRealClock();
     struct Link {
         LPTIMECALLBACK Callback = nullptr;
         DWORD Due = 0;
@@ -187,7 +189,8 @@ TEST_F(Clock, AnActionKnowsWhenItWasDueAndMayForgetItself) {
     EXPECT_EQ(machine::ActionDue(), machine::Microseconds());
 }
 
-TEST_F(MachineTest, ForgettingAContextWaitsForItsActionUnderWay) {
+TEST_F(Clock, ForgettingAContextWaitsForItsActionUnderWay) {
+    machine::UseRealClock();
     struct State {
         std::atomic<bool> Inside{false}, MayEnd{false}, Ended{false};
     } state;
@@ -218,7 +221,8 @@ TEST_F(MachineTest, ForgettingAContextWaitsForItsActionUnderWay) {
 }
 
 // Many threads at once on the real clock: nothing is lost, and nothing runs twice.
-TEST_F(MachineTest, EveryActionRunsOnceUnlessItWasForgotten) {
+TEST_F(Clock, EveryActionRunsOnceUnlessItWasForgotten) {
+    machine::UseRealClock();
     static std::atomic<int> runs;
     runs = 0;
     std::atomic<int> forgotten{0}, scheduled{0};

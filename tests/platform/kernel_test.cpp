@@ -1,5 +1,5 @@
 // Kernel services: sections, memory, modules, events, threads and waits; faults on demand.
-#include "tests/platform/machine_test.h"
+#include "tests/support/machine_test.h"
 
 #include <algorithm>
 #include <array>
@@ -27,6 +27,7 @@ TEST_F(Kernel, GlobalMemory) {
 TEST_F(Kernel, AModuleKnowsWhereItLies) {
     char path[MAX_PATH], drive[_MAX_DRIVE], directory[_MAX_DIR];
     const HMODULE there = nullptr;
+    machine::SetModulePath("");
     for (const char* config : {"/etc/x", "relative"}) {
         setenv("XDG_CONFIG_HOME", config, 1);
         setenv("HOME", "/home/me", 1);
@@ -58,9 +59,7 @@ HANDLE Start(Body& body) {
         &body, 0, nullptr));
 }
 
-using Waits = SteppedTest;
-
-TEST_F(Waits, EventsOfBothKinds) {
+TEST_F(Kernel, EventsOfBothKinds) {
     const HANDLE automatic = Event(), manual = Event(true, true);
     EXPECT_EQ(WaitForSingleObject(automatic, 0), WAIT_TIMEOUT);
     EXPECT_TRUE(SetEvent(automatic));
@@ -77,7 +76,7 @@ TEST_F(Waits, EventsOfBothKinds) {
     EXPECT_EQ(WaitForSingleObject(automatic, 0), WAIT_FAILED);
 }
 
-TEST_F(Waits, OfSeveralObjectsTheFirstSignalledCountsAndIsConsumed) {
+TEST_F(Kernel, OfSeveralObjectsTheFirstSignalledCountsAndIsConsumed) {
     std::array<HANDLE, 3> events{Event(), Event(), Event()};
     SetEvent(events[1]);
     SetEvent(events[2]);
@@ -86,7 +85,7 @@ TEST_F(Waits, OfSeveralObjectsTheFirstSignalledCountsAndIsConsumed) {
     EXPECT_EQ(WaitForMultipleObjects(3, events.data(), FALSE, 0), WAIT_TIMEOUT);
 }
 
-TEST_F(Waits, TimeOutsOfOtherThreadsRunOnSteppedTime) {
+TEST_F(Kernel, TimeOutsOfOtherThreadsRunOnSteppedTime) {
     std::vector<std::string> story;
     const HANDLE never = Event();
     const auto tell = [&](const char* who) {
@@ -112,7 +111,7 @@ TEST_F(Waits, TimeOutsOfOtherThreadsRunOnSteppedTime) {
     EXPECT_EQ(WaitForSingleObject(second, 0), WAIT_OBJECT_0);
 }
 
-TEST_F(Waits, TimeStandsStillUntilEveryThreadWaitsAgain) {
+TEST_F(Kernel, TimeStandsStillUntilEveryThreadWaitsAgain) {
     // Each signal sets off a chain of work through two threads; every moment must see it done.
     const HANDLE tick = Event(), tock = Event(), stop = Event(true);
     std::vector<DWORD> worked;
@@ -150,10 +149,9 @@ TEST_F(Waits, TimeStandsStillUntilEveryThreadWaitsAgain) {
     }
 }
 
-using Faults = SteppedTest;
 using machine::Call;
 
-TEST_F(Faults, TheNthCallFailsAndTheOthersGoOn) {
+TEST_F(Kernel, TheNthCallFailsAndTheOthersGoOn) {
     machine::AddMidiOutput("Out");
     HMIDIOUT out = nullptr;
     midiOutOpen(&out, 0, 0, 0, 0);
@@ -169,8 +167,7 @@ TEST_F(Faults, TheNthCallFailsAndTheOthersGoOn) {
     midiOutClose(out);
 }
 
-TEST_F(MachineTest, PowerOnDropsEverything) {
-    machine::UseSteppedClock(5000);
+TEST_F(Kernel, PowerOnDropsEverything) {
     machine::AddMidiInput("In");
     HMIDIIN in = nullptr;
     midiInOpen(&in, 0, 0, 0, CALLBACK_NULL);

@@ -1,8 +1,8 @@
 // What every back end of MIDI has to do, seen through the calls: an output and an input that are
 // joined, on the real clock, so that threads meet. Nothing here asks how long anything took.
 #include "platform/device/midi.h"
-#include "tests/platform/machine_test.h"
 #include "tests/platform/native_wire.h"
+#include "tests/support/machine_test.h"
 
 #include <algorithm>
 #include <atomic>

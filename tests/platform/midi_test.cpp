@@ -1,5 +1,5 @@
 // What the virtual ports alone can do, in stepped time.
-#include "tests/platform/machine_test.h"
+#include "tests/support/machine_test.h"
 
 #include <string>
 #include <vector>
@@ -12,8 +12,9 @@ struct Received {
 };
 using All = std::vector<Received>;
 
-class Midi : public SteppedTest {
+class Midi : public MachineTest {
 protected:
+    void TearDown() override { machine::PowerOn(); } // and every handle is gone
     static void CALLBACK OnMidi(void*, UINT, DWORD_PTR got, DWORD_PTR first, DWORD_PTR stamp) {
         reinterpret_cast<All*>(got)->push_back(
             {static_cast<DWORD>(first), static_cast<DWORD>(stamp)});

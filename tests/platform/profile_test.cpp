@@ -1,4 +1,4 @@
-#include "tests/platform/machine_test.h"
+#include "tests/support/machine_test.h"
 
 #include <filesystem>
 #include <fstream>

@@ -195,9 +195,9 @@ TEST_P(TonequillTest, ASliderThatTheMixerDoesNotObeyFallsBack) {
     const Case cases[] = {{"no mixer", false, false, 0}, {"refused", true, true, 50}};
     for (const Case& test : cases) {
         SCOPED_TRACE(test.Name);
-        if (Up) MIDISysTerm();
         Up = false;
-        machine::PowerOn();
+        PowerOff();
+        PowerOn();
         SetUp();
         const machine::Microphone microphone = AddMicrophone("Headset", test.WithMixer);
         Mic([&](DialogUser& user) {

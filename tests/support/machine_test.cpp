@@ -3,11 +3,9 @@
 #include <filesystem>
 #include <fstream>
 
-namespace {
-
-std::string IniFile() { return (std::filesystem::current_path() / "ZORMIDI.INI").string(); }
-
-} // namespace
+std::string MachineTest::IniFile() {
+    return (std::filesystem::current_path() / "ZORMIDI.INI").string();
+}
 
 void MachineTest::PowerOn(std::uint32_t clock) {
     machine::PowerOn();

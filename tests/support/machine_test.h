@@ -1,9 +1,10 @@
-// What the tests above the system's calls share: a machine of their own with a stepped clock and an
-// ini file, and at the end the question whether anything was left open.
+// What the tests share: a machine of their own with a stepped clock and an ini file, and at the end
+// the question whether anything was left open.
 #pragma once
 
 #include "engine/zormidi.h"
 #include "platform/machine.h"
+#include "platform/platform.h"
 
 #include <gtest/gtest.h>
 
@@ -22,7 +23,8 @@ protected:
     // Takes the library down. Nothing of it may be left.
     static void PowerOff();
 
-    // Writes the ini file anew, or removes it for an empty text.
+    static std::string IniFile();
+    // Writes it anew, or removes it for an empty text.
     static void WriteIni(const std::string& text);
 
     // Brings the library up on that ini file, with a queue for what comes in.
