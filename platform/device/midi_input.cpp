@@ -7,7 +7,7 @@
 namespace machine {
 namespace {
 
-constexpr std::uint32_t ReleaseAll = 0; // no message: note offs for all that are held
+constexpr std::uint32_t ReleaseAll = ~0u; // no message has a top byte: note offs for all held
 
 struct UnderWay {
     std::uint64_t Due; // microseconds
