@@ -25,7 +25,8 @@ namespace {
 
 constexpr int Ticks = 500;  // a quarter: milliseconds at 120 quarters a minute
 constexpr int Late = 500;   // milliseconds that a record may come behind its time
-constexpr int Often = 1000; // milliseconds between two syncs
+constexpr int Pause = 200;  // milliseconds between two writes
+constexpr int Often = 1000; // and between two syncs
 constexpr std::uint8_t MetaPort = 0x21;
 constexpr char Mark[] = "zorhost journal";
 constexpr std::size_t LengthPlace = 18; // in the file: of the track's length
@@ -102,7 +103,11 @@ void RescueTakes(const std::string& target) {
     }
     for (const fs::path& journal : journals) {
         const fs::path stem = journal.stem().stem();
-        Rescue(journal, folder / (stem.string() + journal.extension().string()));
+        try {
+            Rescue(journal, folder / (stem.string() + journal.extension().string()));
+        } catch (const std::exception& error) { // it stays, and does not stop what begins now
+            std::fprintf(stderr, "%s: left as it is: %s\n", journal.c_str(), error.what());
+        }
     }
 }
 
@@ -168,6 +173,8 @@ bool Journal::Put(midifile::ByteSpan bytes, std::size_t at) const {
 // The events and a new end in one, over the old end; then the length. In the moment between, events
 // stand behind what the track says to be its end.
 bool Journal::Write(std::int32_t now, bool all) {
+    if (!all && now - Written < Pause) return Unwritten.empty();
+    Written = now;
     TakePending(all ? INT32_MAX : now - Late);
     const midifile::Bytes fresh = Track.TakeBody();
     Unwritten.insert(Unwritten.end(), fresh.begin(), fresh.end());

@@ -39,13 +39,14 @@ private:
     std::vector<MIDIEvent> Pending;
     midifile::TrackWriter Track;
     midifile::Bytes Unwritten;
-    std::size_t Size = 0; // of the track that is written, without its end
-    int Block = 0;        // of 16 channels, of the last record
+    std::size_t Size = 0;     // of the track that is written, without its end
+    int Block = 0;            // of 16 channels, of the last record
+    std::int32_t Written = 0; // when the disk was last tried, in the records' time
     std::int32_t Synced = 0;
 };
 
 // Makes recordings of the journals in the target's folder whose program has ended over them, and
-// says so in a line each. Throws HostError.
+// says so in a line each. One that cannot be is told too, and stays.
 void RescueTakes(const std::string& target);
 
 } // namespace zorhost
