@@ -2,9 +2,13 @@
 // back, or is of another kind, finds nothing.
 #pragma once
 
+#include "platform/machine/fault_point.h"
+#include "platform/system/types.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -71,5 +75,14 @@ private:
     std::mutex Lock;
     std::map<const void*, Pointer> Open;
 };
+
+// Counts the call, meets an ordered failure, and goes on with what is open under the handle.
+template <class Object, class Operation, class... Arguments>
+MMRESULT On(Call call, Handles<Object>& open, const void* handle, Operation operation,
+            Arguments&... arguments) {
+    if (const Failure failure{call}) return failure;
+    const auto object = open.Find(handle);
+    return object ? std::invoke(operation, *object, arguments...) : MMSYSERR_INVALHANDLE;
+}
 
 } // namespace machine

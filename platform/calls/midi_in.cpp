@@ -116,13 +116,6 @@ MMRESULT InputPort::Close() {
     return MMSYSERR_NOERROR;
 }
 
-// Counts the call, meets an ordered failure, finds the port, and goes on with it.
-MMRESULT WithPort(Call call, HMIDIIN handle, MMRESULT (InputPort::*operation)()) {
-    if (const Failure failure{call}) return failure;
-    const auto port = Ports().Find(handle);
-    return port ? (port.get()->*operation)() : MMSYSERR_INVALHANDLE;
-}
-
 } // namespace
 
 bool CallBackMidi(int input, unsigned message, std::uintptr_t first, std::uintptr_t second) {
@@ -160,18 +153,20 @@ MMRESULT midiInOpen(HMIDIIN* handle, UINT number, DWORD_PTR callback, DWORD_PTR 
 }
 
 MMRESULT midiInStart(HMIDIIN handle) {
-    return WithPort(Call::midiInStart, handle, &InputPort::Start);
+    return On(Call::midiInStart, Ports(), handle, &InputPort::Start);
 }
 
-MMRESULT midiInStop(HMIDIIN handle) { return WithPort(Call::midiInStop, handle, &InputPort::Stop); }
+MMRESULT midiInStop(HMIDIIN handle) {
+    return On(Call::midiInStop, Ports(), handle, &InputPort::Stop);
+}
 
 // There are no buffers for long messages to give back, so a reset is a stop.
 MMRESULT midiInReset(HMIDIIN handle) {
-    return WithPort(Call::midiInReset, handle, &InputPort::Stop);
+    return On(Call::midiInReset, Ports(), handle, &InputPort::Stop);
 }
 
 MMRESULT midiInClose(HMIDIIN handle) {
-    return WithPort(Call::midiInClose, handle, &InputPort::Close);
+    return On(Call::midiInClose, Ports(), handle, &InputPort::Close);
 }
 
 } // namespace zorsystem

@@ -159,15 +159,13 @@ std::vector<WORD> OutputPort::Cached() {
     return {Patches.begin(), Patches.end()};
 }
 
-// Counts the call, meets an ordered failure, finds the port, lets the driver run, which may close
-// it, and goes on with it.
+// As every call of an open port, but lets the driver run first, which may close it.
 template <class Operation>
 MMRESULT WithPort(Call call, HMIDIOUT handle, Operation operation) {
-    if (const Failure failure{call}) return failure;
-    const auto port = Ports().Find(handle);
-    if (!port) return MMSYSERR_INVALHANDLE;
-    RunDriver(*port->Device, call);
-    return operation(*port);
+    return On(call, Ports(), handle, [call, operation](OutputPort& port) {
+        RunDriver(*port.Device, call);
+        return operation(port);
+    });
 }
 
 // The system's default output is the first one.

@@ -240,15 +240,6 @@ const AtPowerOn atPowerOn([] {
     AnswerPositionsIn(0);
 });
 
-// Counts the call and goes on with what is open under the handle.
-template <class... Parameters, class... Arguments>
-MMRESULT On(Call call, HWAVEIN handle, MMRESULT (WaveIn::*operation)(Parameters...),
-            Arguments&... arguments) {
-    if (const Failure failure{call}) return failure;
-    const auto open = Open().Find(handle);
-    return open ? ((*open).*operation)(arguments...) : MMSYSERR_INVALHANDLE;
-}
-
 // dwFormats: at each rate mono and stereo of 8 bits, then of 16.
 DWORD FormatsOf(const CaptureDevice& device) {
     DWORD formats = 0;
@@ -303,7 +294,8 @@ MMRESULT waveInOpen(HWAVEIN* handle, UINT number, const WAVEFORMATEX* wave, DWOR
 }
 
 MMRESULT waveInClose(HWAVEIN handle) {
-    if (const MMRESULT fault = On(Call::waveInClose, handle, &WaveIn::MayClose)) return fault;
+    if (const MMRESULT fault = On(Call::waveInClose, Open(), handle, &WaveIn::MayClose))
+        return fault;
     const auto closed = Open().Take(handle);
     if (!closed) return MMSYSERR_INVALHANDLE;
     closed->Abandon();
@@ -312,19 +304,23 @@ MMRESULT waveInClose(HWAVEIN handle) {
 }
 
 MMRESULT waveInPrepareHeader(HWAVEIN handle, WAVEHDR* header, UINT /*size*/) {
-    return On(Call::waveInPrepareHeader, handle, &WaveIn::Prepare, *header);
+    return On(Call::waveInPrepareHeader, Open(), handle, &WaveIn::Prepare, *header);
 }
 MMRESULT waveInUnprepareHeader(HWAVEIN handle, WAVEHDR* header, UINT /*size*/) {
-    return On(Call::waveInUnprepareHeader, handle, &WaveIn::Unprepare, *header);
+    return On(Call::waveInUnprepareHeader, Open(), handle, &WaveIn::Unprepare, *header);
 }
 MMRESULT waveInAddBuffer(HWAVEIN handle, WAVEHDR* header, UINT /*size*/) {
-    return On(Call::waveInAddBuffer, handle, &WaveIn::Add, *header);
+    return On(Call::waveInAddBuffer, Open(), handle, &WaveIn::Add, *header);
 }
-MMRESULT waveInStart(HWAVEIN handle) { return On(Call::waveInStart, handle, &WaveIn::Start); }
-MMRESULT waveInStop(HWAVEIN handle) { return On(Call::waveInStop, handle, &WaveIn::Stop); }
-MMRESULT waveInReset(HWAVEIN handle) { return On(Call::waveInReset, handle, &WaveIn::Reset); }
+MMRESULT waveInStart(HWAVEIN handle) {
+    return On(Call::waveInStart, Open(), handle, &WaveIn::Start);
+}
+MMRESULT waveInStop(HWAVEIN handle) { return On(Call::waveInStop, Open(), handle, &WaveIn::Stop); }
+MMRESULT waveInReset(HWAVEIN handle) {
+    return On(Call::waveInReset, Open(), handle, &WaveIn::Reset);
+}
 MMRESULT waveInGetPosition(HWAVEIN handle, MMTIME* time, UINT /*size*/) {
-    return On(Call::waveInGetPosition, handle, &WaveIn::Position, *time);
+    return On(Call::waveInGetPosition, Open(), handle, &WaveIn::Position, *time);
 }
 
 } // namespace zorsystem

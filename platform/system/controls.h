@@ -53,6 +53,6 @@ constexpr UINT TBM_SETPAGESIZE = 0x0415; // pages have no size here
 constexpr WORD TB_THUMBTRACK = 5;
 
 // The trackbar is always there; on the other system this call brings it in.
-PLATFORM_API void InitCommonControls();
+void InitCommonControls();
 
 } // namespace zorsystem

@@ -12,72 +12,69 @@ namespace zorsystem {
 struct CRITICAL_SECTION {
     std::recursive_mutex Mutex;
 };
-PLATFORM_API void InitializeCriticalSection(CRITICAL_SECTION* section);
-PLATFORM_API void DeleteCriticalSection(CRITICAL_SECTION* section);
-PLATFORM_API void EnterCriticalSection(CRITICAL_SECTION* section);
-PLATFORM_API BOOL TryEnterCriticalSection(CRITICAL_SECTION* section);
-PLATFORM_API void LeaveCriticalSection(CRITICAL_SECTION* section);
+void InitializeCriticalSection(CRITICAL_SECTION* section);
+void DeleteCriticalSection(CRITICAL_SECTION* section);
+void EnterCriticalSection(CRITICAL_SECTION* section);
+BOOL TryEnterCriticalSection(CRITICAL_SECTION* section);
+void LeaveCriticalSection(CRITICAL_SECTION* section);
 
 // One pointer of each thread's own under an index that all share, null until the thread sets it.
 // Neither getting nor setting it allocates.
 constexpr DWORD TLS_OUT_OF_INDEXES = 0xFFFFFFFF;
-PLATFORM_API DWORD TlsAlloc();
-PLATFORM_API LPVOID TlsGetValue(DWORD index);
-PLATFORM_API BOOL TlsSetValue(DWORD index, LPVOID value);
+DWORD TlsAlloc();
+LPVOID TlsGetValue(DWORD index);
+BOOL TlsSetValue(DWORD index, LPVOID value);
 
 constexpr UINT GMEM_MOVEABLE = 0x0002;
 constexpr UINT GMEM_ZEROINIT = 0x0040;
 constexpr UINT GMEM_SHARE = 0x2000;
 constexpr UINT GPTR = 0x0040;
 // Zero-filled with every flag. The other calls take what GlobalAlloc and GlobalLock gave.
-PLATFORM_API HGLOBAL GlobalAlloc(UINT flags, SIZE_T bytes);
-PLATFORM_API LPVOID GlobalLock(HGLOBAL memory);
-PLATFORM_API BOOL GlobalUnlock(HGLOBAL memory);
-PLATFORM_API HGLOBAL GlobalHandle(const void* address);
-PLATFORM_API HGLOBAL GlobalFree(HGLOBAL memory);
+HGLOBAL GlobalAlloc(UINT flags, SIZE_T bytes);
+LPVOID GlobalLock(HGLOBAL memory);
+BOOL GlobalUnlock(HGLOBAL memory);
+HGLOBAL GlobalHandle(const void* address);
+HGLOBAL GlobalFree(HGLOBAL memory);
 
 using FARPROC = INT_PTR(WINAPI*)();
-PLATFORM_API DWORD GetModuleFileNameA(HMODULE module, LPSTR path, DWORD size);
+DWORD GetModuleFileNameA(HMODULE module, LPSTR path, DWORD size);
 // Knows these two flags, and only together: the module that an address lies in stays loaded until
 // the process ends.
 constexpr DWORD GET_MODULE_HANDLE_EX_FLAG_PIN = 1;
 constexpr DWORD GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS = 4;
-PLATFORM_API BOOL GetModuleHandleExA(DWORD flags, LPCSTR address, HMODULE* module);
-PLATFORM_API HMODULE LoadLibraryA(LPCSTR name);
-PLATFORM_API FARPROC GetProcAddress(HMODULE module, LPCSTR name);
-PLATFORM_API BOOL FreeLibrary(HMODULE module);
-PLATFORM_API int LoadStringA(HINSTANCE module, UINT id, LPSTR buffer, int size);
+BOOL GetModuleHandleExA(DWORD flags, LPCSTR address, HMODULE* module);
+HMODULE LoadLibraryA(LPCSTR name);
+FARPROC GetProcAddress(HMODULE module, LPCSTR name);
+BOOL FreeLibrary(HMODULE module);
+int LoadStringA(HINSTANCE module, UINT id, LPSTR buffer, int size);
 // drive may come back empty; directory ends in its separator. The name and the extension are not
 // given: null.
-PLATFORM_API void _splitpath(const char* path, char* drive, char* directory, char* name,
-                             char* extension);
+void _splitpath(const char* path, char* drive, char* directory, char* name, char* extension);
 constexpr int _MAX_DRIVE = 3;
 constexpr int _MAX_DIR = 256;
 
 // A null section, key, value or fallback is not known here. A change is on disk when the call
 // returns.
-PLATFORM_API DWORD GetPrivateProfileStringA(LPCSTR section, LPCSTR key, LPCSTR fallback,
-                                            LPSTR buffer, DWORD size, LPCSTR file);
-PLATFORM_API UINT GetPrivateProfileIntA(LPCSTR section, LPCSTR key, int fallback, LPCSTR file);
-PLATFORM_API BOOL WritePrivateProfileStringA(LPCSTR section, LPCSTR key, LPCSTR value, LPCSTR file);
+DWORD GetPrivateProfileStringA(LPCSTR section, LPCSTR key, LPCSTR fallback, LPSTR buffer,
+                               DWORD size, LPCSTR file);
+UINT GetPrivateProfileIntA(LPCSTR section, LPCSTR key, int fallback, LPCSTR file);
+BOOL WritePrivateProfileStringA(LPCSTR section, LPCSTR key, LPCSTR value, LPCSTR file);
 
 constexpr DWORD WAIT_OBJECT_0 = 0;
 constexpr DWORD WAIT_TIMEOUT = 0x102;
 constexpr DWORD WAIT_FAILED = 0xFFFFFFFF;
 constexpr DWORD MAXIMUM_WAIT_OBJECTS = 64;
-PLATFORM_API HANDLE CreateEventA(void* security, BOOL manualReset, BOOL signalled, LPCSTR name);
-PLATFORM_API BOOL SetEvent(HANDLE event);
-PLATFORM_API BOOL ResetEvent(HANDLE event);
-PLATFORM_API DWORD WaitForSingleObject(HANDLE object, DWORD milliseconds);
+HANDLE CreateEventA(void* security, BOOL manualReset, BOOL signalled, LPCSTR name);
+BOOL SetEvent(HANDLE event);
+BOOL ResetEvent(HANDLE event);
+DWORD WaitForSingleObject(HANDLE object, DWORD milliseconds);
 // For the first that is signalled: all must be FALSE.
-PLATFORM_API DWORD WaitForMultipleObjects(DWORD count, const HANDLE* objects, BOOL all,
-                                          DWORD milliseconds);
-PLATFORM_API BOOL CloseHandle(HANDLE handle);
+DWORD WaitForMultipleObjects(DWORD count, const HANDLE* objects, BOOL all, DWORD milliseconds);
+BOOL CloseHandle(HANDLE handle);
 // Gives a handle that stays until CloseHandle; the start function ends the thread by returning. The
 // identifier is not told.
-PLATFORM_API std::uintptr_t _beginthreadex(void* security, unsigned stackSize,
-                                           unsigned(WINAPI* start)(void*), void* argument,
-                                           unsigned flags, unsigned* id);
-PLATFORM_API void Sleep(DWORD milliseconds);
+std::uintptr_t _beginthreadex(void* security, unsigned stackSize, unsigned(WINAPI* start)(void*),
+                              void* argument, unsigned flags, unsigned* id);
+void Sleep(DWORD milliseconds);
 
 } // namespace zorsystem

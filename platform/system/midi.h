@@ -34,24 +34,24 @@ constexpr UINT MIM_MOREDATA = 972;
 constexpr MMRESULT MIDIERR_NOTREADY = 67;
 constexpr MMRESULT MIDIERR_NODEVICE = 68;
 
-PLATFORM_API UINT midiInGetNumDevs();
-PLATFORM_API MMRESULT midiInGetDevCapsA(UINT_PTR device, MIDIINCAPSA* caps, UINT size);
-PLATFORM_API MMRESULT midiInOpen(HMIDIIN* handle, UINT device, DWORD_PTR callback,
-                                 DWORD_PTR instance, DWORD flags);
-PLATFORM_API MMRESULT midiInStart(HMIDIIN handle);
-PLATFORM_API MMRESULT midiInStop(HMIDIIN handle);
-PLATFORM_API MMRESULT midiInReset(HMIDIIN handle);
-PLATFORM_API MMRESULT midiInClose(HMIDIIN handle);
-PLATFORM_API MMRESULT midiInGetErrorTextA(MMRESULT code, LPSTR text, UINT size);
+UINT midiInGetNumDevs();
+MMRESULT midiInGetDevCapsA(UINT_PTR device, MIDIINCAPSA* caps, UINT size);
+MMRESULT midiInOpen(HMIDIIN* handle, UINT device, DWORD_PTR callback, DWORD_PTR instance,
+                    DWORD flags);
+MMRESULT midiInStart(HMIDIIN handle);
+MMRESULT midiInStop(HMIDIIN handle);
+MMRESULT midiInReset(HMIDIIN handle);
+MMRESULT midiInClose(HMIDIIN handle);
+MMRESULT midiInGetErrorTextA(MMRESULT code, LPSTR text, UINT size);
 
-PLATFORM_API UINT midiOutGetNumDevs();
-PLATFORM_API MMRESULT midiOutGetDevCapsA(UINT_PTR device, MIDIOUTCAPSA* caps, UINT size);
-PLATFORM_API MMRESULT midiOutOpen(HMIDIOUT* handle, UINT device, DWORD_PTR callback,
-                                  DWORD_PTR instance, DWORD flags);
-PLATFORM_API MMRESULT midiOutReset(HMIDIOUT handle);
-PLATFORM_API MMRESULT midiOutClose(HMIDIOUT handle);
-PLATFORM_API MMRESULT midiOutShortMsg(HMIDIOUT handle, DWORD message);
-PLATFORM_API MMRESULT midiOutCachePatches(HMIDIOUT handle, UINT bank, WORD* patches, UINT flag);
-PLATFORM_API MMRESULT midiOutGetErrorTextA(MMRESULT code, LPSTR text, UINT size);
+UINT midiOutGetNumDevs();
+MMRESULT midiOutGetDevCapsA(UINT_PTR device, MIDIOUTCAPSA* caps, UINT size);
+MMRESULT midiOutOpen(HMIDIOUT* handle, UINT device, DWORD_PTR callback, DWORD_PTR instance,
+                     DWORD flags);
+MMRESULT midiOutReset(HMIDIOUT handle);
+MMRESULT midiOutClose(HMIDIOUT handle);
+MMRESULT midiOutShortMsg(HMIDIOUT handle, DWORD message);
+MMRESULT midiOutCachePatches(HMIDIOUT handle, UINT bank, WORD* patches, UINT flag);
+MMRESULT midiOutGetErrorTextA(MMRESULT code, LPSTR text, UINT size);
 
 } // namespace zorsystem

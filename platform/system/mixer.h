@@ -60,17 +60,13 @@ constexpr DWORD MIXER_OBJECTF_WAVEIN = 0x20000000;
 constexpr MMRESULT MIXERR_INVALLINE = 1024;
 constexpr MMRESULT MIXERR_INVALCONTROL = 1025;
 
-PLATFORM_API UINT mixerGetNumDevs();
-PLATFORM_API MMRESULT mixerGetDevCapsA(UINT_PTR mixer, MIXERCAPSA* caps, UINT size);
-PLATFORM_API MMRESULT mixerOpen(HMIXER* handle, UINT mixer, DWORD_PTR callback, DWORD_PTR instance,
-                                DWORD flags);
-PLATFORM_API MMRESULT mixerClose(HMIXER handle);
-PLATFORM_API MMRESULT mixerGetLineInfoA(HMIXEROBJ mixer, MIXERLINEA* line, DWORD flags);
-PLATFORM_API MMRESULT mixerGetLineControlsA(HMIXEROBJ mixer, MIXERLINECONTROLSA* controls,
-                                            DWORD flags);
-PLATFORM_API MMRESULT mixerGetControlDetailsA(HMIXEROBJ mixer, MIXERCONTROLDETAILS* details,
-                                              DWORD flags);
-PLATFORM_API MMRESULT mixerSetControlDetails(HMIXEROBJ mixer, MIXERCONTROLDETAILS* details,
-                                             DWORD flags);
+UINT mixerGetNumDevs();
+MMRESULT mixerGetDevCapsA(UINT_PTR mixer, MIXERCAPSA* caps, UINT size);
+MMRESULT mixerOpen(HMIXER* handle, UINT mixer, DWORD_PTR callback, DWORD_PTR instance, DWORD flags);
+MMRESULT mixerClose(HMIXER handle);
+MMRESULT mixerGetLineInfoA(HMIXEROBJ mixer, MIXERLINEA* line, DWORD flags);
+MMRESULT mixerGetLineControlsA(HMIXEROBJ mixer, MIXERLINECONTROLSA* controls, DWORD flags);
+MMRESULT mixerGetControlDetailsA(HMIXEROBJ mixer, MIXERCONTROLDETAILS* details, DWORD flags);
+MMRESULT mixerSetControlDetails(HMIXEROBJ mixer, MIXERCONTROLDETAILS* details, DWORD flags);
 
 } // namespace zorsystem

@@ -15,16 +15,16 @@ constexpr MMRESULT TIMERR_NOCANDO = 97;
 constexpr UINT TIME_ONESHOT = 0;
 
 // Milliseconds since some fixed moment, wrapping after 2^32. Both read the same clock.
-PLATFORM_API DWORD timeGetTime();
-PLATFORM_API DWORD GetTickCount();
-PLATFORM_API MMRESULT timeGetDevCaps(TIMECAPS* caps, UINT size);
-PLATFORM_API MMRESULT timeBeginPeriod(UINT milliseconds);
-PLATFORM_API MMRESULT timeEndPeriod(UINT milliseconds);
+DWORD timeGetTime();
+DWORD GetTickCount();
+MMRESULT timeGetDevCaps(TIMECAPS* caps, UINT size);
+MMRESULT timeBeginPeriod(UINT milliseconds);
+MMRESULT timeEndPeriod(UINT milliseconds);
 // Programs one expiry and gives its identifier, never 0 but on failure.
-PLATFORM_API MMRESULT timeSetEvent(UINT delay, UINT resolution, LPTIMECALLBACK callback,
-                                   DWORD_PTR user, UINT flags);
+MMRESULT timeSetEvent(UINT delay, UINT resolution, LPTIMECALLBACK callback, DWORD_PTR user,
+                      UINT flags);
 // Harmless for an identifier that has expired, from inside its own callback too. Does not wait for
 // a callback under way.
-PLATFORM_API MMRESULT timeKillEvent(UINT id);
+MMRESULT timeKillEvent(UINT id);
 
 } // namespace zorsystem

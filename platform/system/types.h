@@ -6,7 +6,6 @@
 
 #define WINAPI
 #define CALLBACK
-#define PLATFORM_API __attribute__((visibility("default")))
 
 namespace zorsystem {
 

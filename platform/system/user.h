@@ -14,9 +14,9 @@ constexpr UINT MB_TOPMOST = 0x40000;
 constexpr int IDOK = 1;
 constexpr int IDCANCEL = 2;
 
-PLATFORM_API int MessageBoxA(HWND owner, LPCSTR text, LPCSTR caption, UINT flags);
-PLATFORM_API HWND GetFocus();
-PLATFORM_API HWND SetFocus(HWND control); // of a dialog, from the thread that shows it
+int MessageBoxA(HWND owner, LPCSTR text, LPCSTR caption, UINT flags);
+HWND GetFocus();
+HWND SetFocus(HWND control); // of a dialog, from the thread that shows it
 
 struct RECT {
     LONG left, top, right, bottom; // right and bottom lie outside
@@ -45,58 +45,57 @@ using DLGPROC = INT_PTR(CALLBACK*)(HWND, UINT, WPARAM, LPARAM);
 
 // Runs a modal dialog of the module's resources to its end and gives what EndDialog was given; -1
 // if there is no such resource or no screen to show it on. Thread: the host's, which this occupies.
-PLATFORM_API INT_PTR DialogBoxParamA(HINSTANCE module, LPCSTR resource, HWND parent,
-                                     DLGPROC procedure, LPARAM init);
-PLATFORM_API BOOL EndDialog(HWND dialog, INT_PTR result);
+INT_PTR DialogBoxParamA(HINSTANCE module, LPCSTR resource, HWND parent, DLGPROC procedure,
+                        LPARAM init);
+BOOL EndDialog(HWND dialog, INT_PTR result);
 
 // Only PostMessageA may be called on other threads than the dialog's. It reaches dialogs and
 // windows of the host.
-PLATFORM_API LRESULT SendMessageA(HWND control, UINT message, WPARAM first, LPARAM second);
-PLATFORM_API LRESULT SendDlgItemMessageA(HWND dialog, int id, UINT message, WPARAM first,
-                                         LPARAM second);
-PLATFORM_API BOOL PostMessageA(HWND window, UINT message, WPARAM first, LPARAM second);
+LRESULT SendMessageA(HWND control, UINT message, WPARAM first, LPARAM second);
+LRESULT SendDlgItemMessageA(HWND dialog, int id, UINT message, WPARAM first, LPARAM second);
+BOOL PostMessageA(HWND window, UINT message, WPARAM first, LPARAM second);
 
-PLATFORM_API HWND GetDlgItem(HWND dialog, int id);
-PLATFORM_API int GetDlgCtrlID(HWND control);
-PLATFORM_API HWND GetParent(HWND dialog);
+HWND GetDlgItem(HWND dialog, int id);
+int GetDlgCtrlID(HWND control);
+HWND GetParent(HWND dialog);
 constexpr UINT GW_HWNDNEXT = 2; // of a control
 constexpr UINT GW_CHILD = 5;    // of a dialog
-PLATFORM_API HWND GetWindow(HWND window, UINT relation);
+HWND GetWindow(HWND window, UINT relation);
 
-PLATFORM_API BOOL SetDlgItemTextA(HWND dialog, int id, LPCSTR text);
-PLATFORM_API BOOL SetDlgItemInt(HWND dialog, int id, UINT value, BOOL isSigned);
+BOOL SetDlgItemTextA(HWND dialog, int id, LPCSTR text);
+BOOL SetDlgItemInt(HWND dialog, int id, UINT value, BOOL isSigned);
 // Reads the number that the text begins with, after blanks; 0 if there is none or it is out of
 // range. translated must be null.
-PLATFORM_API UINT GetDlgItemInt(HWND dialog, int id, BOOL* translated, BOOL isSigned);
-PLATFORM_API BOOL CheckDlgButton(HWND dialog, int id, UINT check);
-PLATFORM_API UINT IsDlgButtonChecked(HWND dialog, int id);
+UINT GetDlgItemInt(HWND dialog, int id, BOOL* translated, BOOL isSigned);
+BOOL CheckDlgButton(HWND dialog, int id, UINT check);
+UINT IsDlgButtonChecked(HWND dialog, int id);
 
 // In pixels of the screen; of the window itself with its top left corner at 0, 0.
-PLATFORM_API BOOL GetWindowRect(HWND window, RECT* place);
-PLATFORM_API BOOL GetClientRect(HWND window, RECT* area);
-PLATFORM_API BOOL MoveWindow(HWND dialog, int x, int y, int width, int height, BOOL repaint);
-PLATFORM_API BOOL IsWindowVisible(HWND control);
+BOOL GetWindowRect(HWND window, RECT* place);
+BOOL GetClientRect(HWND window, RECT* area);
+BOOL MoveWindow(HWND dialog, int x, int y, int width, int height, BOOL repaint);
+BOOL IsWindowVisible(HWND control);
 constexpr int SW_HIDE = 0;
 constexpr int SW_SHOWNORMAL = 1;
 constexpr int SW_SHOW = 5;
 // Gives whether it was shown before.
-PLATFORM_API BOOL ShowWindow(HWND control, int command);
+BOOL ShowWindow(HWND control, int command);
 // Gives whether it was disabled before.
-PLATFORM_API BOOL EnableWindow(HWND control, BOOL enable);
+BOOL EnableWindow(HWND control, BOOL enable);
 
 // The dialog's user word.
 constexpr int DWLP_USER = 2 * static_cast<int>(sizeof(LONG_PTR));
-PLATFORM_API LONG_PTR SetWindowLongPtrA(HWND dialog, int index, LONG_PTR value);
-PLATFORM_API LONG_PTR GetWindowLongPtrA(HWND dialog, int index);
+LONG_PTR SetWindowLongPtrA(HWND dialog, int index, LONG_PTR value);
+LONG_PTR GetWindowLongPtrA(HWND dialog, int index);
 
 // Sends WM_TIMER to a dialog every so many milliseconds until KillTimer or its end. A dialog has
 // one timer; procedure must be null.
-PLATFORM_API UINT_PTR SetTimer(HWND dialog, UINT_PTR id, UINT milliseconds, LPVOID procedure);
-PLATFORM_API BOOL KillTimer(HWND dialog, UINT_PTR id);
+UINT_PTR SetTimer(HWND dialog, UINT_PTR id, UINT milliseconds, LPVOID procedure);
+BOOL KillTimer(HWND dialog, UINT_PTR id);
 
 // Starts a program: above 32 for success. The only programs known are the two uses of
 // "sndvol32.exe", which open this system's own volume program.
-PLATFORM_API HINSTANCE ShellExecuteA(HWND owner, LPCSTR verb, LPCSTR file, LPCSTR parameters,
-                                     LPCSTR folder, int show);
+HINSTANCE ShellExecuteA(HWND owner, LPCSTR verb, LPCSTR file, LPCSTR parameters, LPCSTR folder,
+                        int show);
 
 } // namespace zorsystem

@@ -52,17 +52,17 @@ constexpr MMRESULT WAVERR_BADFORMAT = 32;
 constexpr MMRESULT WAVERR_STILLPLAYING = 33;
 constexpr MMRESULT WAVERR_UNPREPARED = 34;
 
-PLATFORM_API UINT waveInGetNumDevs();
-PLATFORM_API MMRESULT waveInGetDevCapsA(UINT_PTR device, WAVEINCAPSA* caps, UINT size);
-PLATFORM_API MMRESULT waveInOpen(HWAVEIN* handle, UINT device, const WAVEFORMATEX* format,
-                                 DWORD_PTR callback, DWORD_PTR instance, DWORD flags);
-PLATFORM_API MMRESULT waveInClose(HWAVEIN handle);
-PLATFORM_API MMRESULT waveInPrepareHeader(HWAVEIN handle, WAVEHDR* header, UINT size);
-PLATFORM_API MMRESULT waveInUnprepareHeader(HWAVEIN handle, WAVEHDR* header, UINT size);
-PLATFORM_API MMRESULT waveInAddBuffer(HWAVEIN handle, WAVEHDR* header, UINT size);
-PLATFORM_API MMRESULT waveInStart(HWAVEIN handle);
-PLATFORM_API MMRESULT waveInStop(HWAVEIN handle);
-PLATFORM_API MMRESULT waveInReset(HWAVEIN handle);
-PLATFORM_API MMRESULT waveInGetPosition(HWAVEIN handle, MMTIME* time, UINT size);
+UINT waveInGetNumDevs();
+MMRESULT waveInGetDevCapsA(UINT_PTR device, WAVEINCAPSA* caps, UINT size);
+MMRESULT waveInOpen(HWAVEIN* handle, UINT device, const WAVEFORMATEX* format, DWORD_PTR callback,
+                    DWORD_PTR instance, DWORD flags);
+MMRESULT waveInClose(HWAVEIN handle);
+MMRESULT waveInPrepareHeader(HWAVEIN handle, WAVEHDR* header, UINT size);
+MMRESULT waveInUnprepareHeader(HWAVEIN handle, WAVEHDR* header, UINT size);
+MMRESULT waveInAddBuffer(HWAVEIN handle, WAVEHDR* header, UINT size);
+MMRESULT waveInStart(HWAVEIN handle);
+MMRESULT waveInStop(HWAVEIN handle);
+MMRESULT waveInReset(HWAVEIN handle);
+MMRESULT waveInGetPosition(HWAVEIN handle, MMTIME* time, UINT size);
 
 } // namespace zorsystem
