@@ -42,18 +42,14 @@ void Show(Screen& screen, const Box& box) {
     const int high = std::max((height + 4) * 8 / look.BaseY, icon ? iconSide : 8);
     const int drop = icon && high == iconSide ? (iconSide - height * 8 / look.BaseY) / 2 : 0;
     const int whole = left + wide + margin;
-    const ui::DialogTemplate form{
-        0,
-        box.Caption.c_str(),
-        0,
-        0,
-        whole,
-        3 * margin + high + buttonHeight,
-        {{"OK", IDOK, "BUTTON", BS_DEFPUSHBUTTON | WS_VISIBLE, (whole - buttonWidth) / 2,
-          2 * margin + high, buttonWidth, buttonHeight},
-         {box.Text.c_str(), -1, "STATIC", SS_LEFT | WS_VISIBLE, left, margin + drop, wide, high},
-         {"", -1, "STATIC", icon ? SS_ICON | WS_VISIBLE : SS_ICON, margin, margin, iconSide,
-          iconSide}}};
+    const std::vector<ui::ControlTemplate> controls{
+        {"OK", IDOK, "BUTTON", BS_DEFPUSHBUTTON | WS_VISIBLE, (whole - buttonWidth) / 2,
+         2 * margin + high, buttonWidth, buttonHeight},
+        {box.Text.c_str(), -1, "STATIC", SS_LEFT | WS_VISIBLE, left, margin + drop, wide, high},
+        {"", -1, "STATIC", icon ? SS_ICON | WS_VISIBLE : SS_ICON, margin, margin, iconSide,
+         iconSide}};
+    const int tall = 3 * margin + high + buttonHeight;
+    const ui::DialogTemplate form{0, box.Caption.c_str(), 0, 0, whole, tall, controls};
     ui::Dialog dialog(form, look, static_cast<HWND>(box.Owner), BoxProc);
     RunDialog(screen, dialog, 0);
 }

@@ -9,7 +9,6 @@
 #include <functional>
 #include <mutex>
 #include <pthread.h>
-#include <ranges>
 #include <sched.h>
 #include <sys/prctl.h>
 #include <thread>
@@ -227,8 +226,8 @@ void HastenThread() {
 std::vector<std::uint64_t> PendingDues(Action action) {
     const Lock lock(The().Lock);
     std::vector<std::uint64_t> dues;
-    for (const Pending& each : std::ranges::reverse_view(The().ToCome))
-        if (each.Run == action) dues.push_back(each.Due);
+    for (auto each = The().ToCome.rbegin(); each != The().ToCome.rend(); ++each)
+        if (each->Run == action) dues.push_back(each->Due);
     return dues;
 }
 
