@@ -95,7 +95,7 @@ void Step(Twin& twin, Bytes& bytes) {
     static constexpr std::uint16_t queues[] = {1, 2, 1, 2, ZOR_IMMEDIATE, 0, 3, 0xFFFE};
     if (choice < 90)
         return static_cast<void>(twin.Xmit(queues[choice % 8], Record(bytes, twin.Model().Time())));
-    if (choice < 140) return twin.Receive(choice % Ports, bytes.Long() & 0x7F7FFF);
+    if (choice < 140) return twin.Receive(choice % Ports, bytes.Long() & 0xFFFFFF);
     if (choice < 170) return twin.Advance(bytes.Byte() % 32);
     if (choice < 185) return static_cast<void>(twin.Rcv(choice & 1));
     if (choice < 195) return Queue(twin, bytes);

@@ -133,6 +133,10 @@ TEST_F(PRecDriver, IsPolledByTheTimer) {
     recogniser.Waiting = {{0, 0x90, 69, 100}};
     machine::Advance(50);
     EXPECT_TRUE(TakeReceived().empty());
+    recogniser.Runs = true;
+    ZorKillMIDI();
+    MMETimerCallBack(0, 0, 0, 0, 0); // late, and nobody's
+    EXPECT_TRUE(TakeReceived().empty());
 }
 
 TEST_F(PRecDriver, ClosesInOrderAndWithoutARecogniserDoesNothing) {

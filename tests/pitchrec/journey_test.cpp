@@ -172,6 +172,20 @@ TEST_F(Journey, OpensIdleWhileSwitchedOff) {
     PRecClose();
 }
 
+// The first entry of one list stands for whatever the system has first in the other.
+TEST_F(Journey, TheDefaultOfOneClassIsThatOfTheOther) {
+    SetDirectSound(DirectSound::Present);
+    UseMicrophone({});
+    BringUp();
+    ASSERT_TRUE(PRecOpen());
+    ASSERT_TRUE(ChoosePRecDevice(0));
+    machine::FailCall(machine::Call::CreateCaptureBuffer, 1, DSERR_ALLOCATED, 0);
+    EXPECT_TRUE(PRecOpen());
+    EXPECT_TRUE(TakeBoxTexts().empty());
+    EXPECT_EQ(machine::OpenWaveIns(), 1);
+    PRecClose();
+}
+
 // Two microphones; the second is the user's choice.
 class Choice : public Journey, public testing::WithParamInterface<DirectSound> {
 protected:

@@ -93,10 +93,10 @@ void ExpectSameFrame(const Model& model, const PitchRecWaveIn& recogniser) {
 }
 
 TEST(Recogniser, AgreesWithTheModelOnRandomStreams) {
-    std::mt19937 random(7);
-    bool attackOn = false; // one for all recognisers, as the real one
+    std::mt19937 random(6); // whose streams meet every rule of the decision
+    bool attackOn = false;  // one for all recognisers, as the real one
     std::size_t entries = 0;
-    for (int stream = 0; stream < 100; ++stream) {
+    for (int stream = 0; stream < 200; ++stream) {
         Pair pair(random);
         pair.Plain.attackOn = attackOn;
         Model& model = pair.Plain;

@@ -17,6 +17,7 @@ TEST(Recogniser, OpenedAgainStartsAfreshButKeepsItsNotes) {
     EXPECT_EQ(player.Recogniser.ValidSamples, 2048);
     ASSERT_EQ(player.Now().ActiveNote, 69);
     ASSERT_NE(player.Recogniser.FreqHistory[0], 0.0);
+    EXPECT_EQ(player.Recogniser.Enabled, 1);
     player.Input->FailOpen = false;
     EXPECT_TRUE(player.Recogniser.Open(48000)); // asked for, but analysed at its own rate
     EXPECT_EQ(player.Input->AskedRate, 48000u);

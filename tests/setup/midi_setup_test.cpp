@@ -211,6 +211,20 @@ TEST_F(MidiSetupTest, StoredNamesFindTheirEntry) {
     EXPECT_EQ(Key("OutName1"), "(none)");
 }
 
+// It may have been changed by hand, or be another one by now; also while the library is down.
+TEST_F(MidiSetupTest, TheFileIsReadAtEachOpening) {
+    InLarge([](DialogUser&) {});
+    WriteIni("[MMEDRVR]\nInName1=Keys\nInBase1=9\n");
+    InLarge([](DialogUser& user) { EXPECT_EQ(user.Text(InBase), "9"); });
+    MIDISysTerm();
+    Up = false;
+    std::filesystem::create_directories(Folder / "other");
+    machine::SetModulePath((Folder / "other" / "libzormidi.so").string());
+    ScriptDialogs([](DialogUser& user) { user.Enter(); });
+    ZorConfigMIDIDriver(Parent, 0);
+    EXPECT_TRUE(std::filesystem::exists(Folder / "other" / "ZORMIDI.INI"));
+}
+
 TEST_F(MidiSetupTest, CancelStoresNothing) {
     Inputs({"Keys", "Pads"});
     const std::string before = "[MMEDRVR]\nInName1=Keys\nInBase1=5\n";
@@ -259,6 +273,7 @@ TEST_F(MidiSetupTest, HelpAsksTheHost) {
 TEST_F(MidiSetupTest, WhatWasSavedIsOpenedAfterwards) {
     Inputs({"Keys"});
     Outputs({"Synth", "Box"});
+    const int patches = machine::AddMidiOutput("Patches", MIDICAPS_CACHE);
     ASSERT_EQ(MIDISysInit(0), -1);
     Up = true;
     ASSERT_TRUE(ZorStartMIDI(0));
@@ -270,6 +285,13 @@ TEST_F(MidiSetupTest, WhatWasSavedIsOpenedAfterwards) {
         user.Click(IDOK);
     });
     EXPECT_EQ(machine::OpenMidiOutputs(), 2);
+    Show(0, [](DialogUser& user) {
+        user.Select(OutList(0), "Patches");
+        user.Click(IDOK);
+    });
+    const MIDIEvent program = {0, 0, -1, 1, 0xC0, 5, 0};
+    EXPECT_TRUE(ZorXmit(ZOR_IMMEDIATE, &program)); // what the device can do is known, too
+    EXPECT_EQ(machine::CachedPatches(patches).at(5), 0xFFFF);
     ZorStopMIDI();
 }
 

@@ -179,6 +179,16 @@ TEST_P(TonequillTest, SliderAndMixerFollowEachOther) {
         EXPECT_LT(Percent(user), 10);
         user.Wait(1);
         EXPECT_EQ(Percent(user), 100);
+        // It is followed from 2 percent on, and by nothing else that scrolls.
+        const std::pair<std::uint32_t, int> moves[] = {{63743, 98}, {63231, 98}, {32512, 50}};
+        for (const auto& [volume, percent] : moves) {
+            machine::MoveControl(mixer, machine::MicrophoneVolume, volume);
+            user.Wait(50);
+            EXPECT_EQ(Percent(user), percent) << volume;
+        }
+        const HWND other = GetDlgItem(user.Handle(), Meter);
+        SendMessageA(user.Handle(), WM_VSCROLL, 0, reinterpret_cast<LPARAM>(other));
+        EXPECT_EQ(Volume(headset), 32512u);
         user.Click(MicThru);
         EXPECT_EQ(Mute(headset), 0u);
         user.Click(MicThru);
