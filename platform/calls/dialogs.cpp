@@ -72,7 +72,7 @@ using namespace machine;
 
 INT_PTR DialogBoxParamA(HINSTANCE module, LPCSTR resource, HWND parent, DLGPROC procedure,
                         LPARAM init) {
-    if (const auto failure = OrderedFailure(Call::DialogBoxParamA)) return *failure;
+    if (const Failure failure{Call::DialogBoxParamA}) return failure;
     const auto id = static_cast<int>(reinterpret_cast<std::uintptr_t>(resource));
     const ui::DialogTemplate* form = FindTemplate(module, id);
     error = form ? "" : "The module has no dialog " + std::to_string(id) + ".";

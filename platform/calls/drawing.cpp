@@ -39,8 +39,7 @@ Handle New(Object object) {
 DWORD GetSysColor(int index) { return index == COLOR_BTNFACE ? ui::FaceColour : 0; }
 
 HDC GetDC(HWND window) {
-    if (const auto failure = machine::OrderedFailure(machine::Call::GetDC))
-        return reinterpret_cast<HDC>(*failure);
+    if (const machine::Failure failure{machine::Call::GetDC}) return failure;
     ui::Control* control = ui::Resolve(window).Item;
     if (!control) return nullptr;
     ui::Canvas& picture = control->Picture;
