@@ -127,8 +127,8 @@ public:
         const Stored stored = StoreMMESettings(Settings);
         CheckWritten(stored != Stored::Unwritten);
         if (stored == Stored::All) return;
-        const char* twice =
-            Twice(Settings.Inputs) ? Twice(Settings.Inputs) : Twice(Settings.Outputs);
+        const char* twice = Twice(Settings.Inputs);
+        if (!twice) twice = Twice(Settings.Outputs);
         throw HostError(std::string("\"") + twice +
                         "\" is on two ports; a device can be opened only once. The ports before "
                         "are stored.");

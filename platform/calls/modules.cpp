@@ -49,9 +49,9 @@ std::string ModulePath() {
     if (!The().Path.empty()) return The().Path;
     const char* config = std::getenv("XDG_CONFIG_HOME");
     const char* home = std::getenv("HOME");
-    const std::filesystem::path folder = config && *config == '/'
-                                             ? std::filesystem::path(config)
-                                             : std::filesystem::path(home ? home : "/") / ".config";
+    const std::filesystem::path folder =
+        config && *config == '/' ? std::filesystem::path(config)
+                                 : std::filesystem::path(home && *home ? home : "/") / ".config";
     return folder / "zormidi" / "libzormidi.so";
 }
 

@@ -72,8 +72,8 @@ private:
         const look::Rgb mark = Of.Enabled ? look::Accent : look::Ground;
         if (Focused()) picture.RoundBox(0, top, side, side, look::Radius * line, look::Halo);
         picture.Framed(in, top + in, side - 2 * in, side - 2 * in, 2 * line,
-                       Of.Checked ? Of.Enabled ? mark : look::Ground : Paper(),
-                       Of.Checked && Of.Enabled ? mark : Border(Lit()), line);
+                       Of.Checked ? mark : Paper(), Of.Checked && Of.Enabled ? mark : Border(Lit()),
+                       line);
         if (!Of.Checked) return;
         const double unit = side / 13.0, width = 1.8 * unit;
         const look::Rgb tick = Of.Enabled ? look::Paper : look::Dim;

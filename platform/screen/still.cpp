@@ -24,8 +24,6 @@ private:
     void (*Paint)(const Control&);
 };
 
-look::Rgb InkOf(const Control& control) { return control.Enabled ? look::Ink : look::Dim; }
-
 // Most of the label's height lies beside the other.
 bool SameLine(const Box& label, const Box& other) {
     const int top = std::max(label.Top, other.Top);

@@ -19,6 +19,7 @@ Fl_Widget* NewField(Control& control, const std::string& caption);
 // What nobody works on: group, label, frame or icon.
 Fl_Widget* NewStill(Control& control);
 
+inline look::Rgb InkOf(const Control& control) { return control.Enabled ? look::Ink : look::Dim; }
 inline bool IsEnter(int key) { return key == FL_Enter || key == FL_KP_Enter; }
 
 // What is common to the controls that are worked on.
@@ -60,7 +61,7 @@ public:
 protected:
     virtual void Use() {} // as the toolkit has it
     bool Focused() const { return In.Focus == &Of; }
-    look::Rgb Ink() const { return Of.Enabled ? look::Ink : look::Dim; }
+    look::Rgb Ink() const { return InkOf(Of); }
     look::Rgb Paper() const { return Of.Enabled ? look::Paper : look::Ground; }
     look::Rgb Border(bool lit) const {
         if (!Of.Enabled) return look::Groove;
