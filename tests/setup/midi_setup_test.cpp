@@ -218,11 +218,13 @@ TEST_F(MidiSetupTest, TheFileIsReadAtEachOpening) {
     InLarge([](DialogUser& user) { EXPECT_EQ(user.Text(InBase), "9"); });
     MIDISysTerm();
     Up = false;
-    std::filesystem::create_directories(Folder / "other");
-    machine::SetModulePath((Folder / "other" / "libzormidi.so").string());
+    const std::filesystem::path other = std::filesystem::current_path() / "other";
+    std::filesystem::remove_all(other);
+    std::filesystem::create_directories(other);
+    machine::SetModulePath((other / "libzormidi.so").string());
     ScriptDialogs([](DialogUser& user) { user.Enter(); });
     ZorConfigMIDIDriver(Parent, 0);
-    EXPECT_TRUE(std::filesystem::exists(Folder / "other" / "ZORMIDI.INI"));
+    EXPECT_TRUE(std::filesystem::exists(other / "ZORMIDI.INI"));
 }
 
 TEST_F(MidiSetupTest, CancelStoresNothing) {
