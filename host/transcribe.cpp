@@ -4,15 +4,18 @@
 #include "host/commands.h"
 #include "host/host_error.h"
 #include "host/interrupt.h"
+#include "host/json.h"
 #include "host/plot.h"
 #include "host/progress.h"
 #include "host/recording.h"
 #include "host/transcript.h"
+#include "score/score.h"
 
 #include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 
 namespace zorhost {
@@ -20,13 +23,15 @@ namespace zorhost {
 namespace {
 
 constexpr double Shortest = 0.05; // seconds: two frames, which a note takes
-constexpr double Silent = 1e-4;   // of full scale: less than a step of 8 bits brought to 16
+constexpr double UsualTempo = 120;
+constexpr double Silent = 1e-4; // of full scale: less than a step of 8 bits brought to 16
 
 struct TranscribeOptions {
     std::string File;
     std::string Out;
     std::string PlotFile;
-    double BeatsPerMinute = 120;
+    std::string ScoreFile;
+    double BeatsPerMinute = 0; // 0: nobody has said
     bool AsLibrary = false;
     bool AsListen = false;
     bool Bends = false;
@@ -88,17 +93,31 @@ void WriteMidi(const Heard& heard, const TranscribeOptions& options, OutputFile&
     if (heard.Of.Notes.empty()) {
         throw HostError("no note was understood, so no MIDI file is written");
     }
+    const double tempo = options.BeatsPerMinute > 0 ? options.BeatsPerMinute : UsualTempo;
     RecordingPlan plan;
-    plan.Map.Add(Tempo{0, static_cast<int>(60e6 / options.BeatsPerMinute)});
+    plan.Map.Add(Tempo{0, static_cast<int>(60e6 / tempo)});
     WriteRecording(heard.Records, plan, file);
-    std::printf("Wrote %s at %g quarter notes a minute\n", file.Path().c_str(),
-                options.BeatsPerMinute);
+    std::printf("Wrote %s at %g quarter notes a minute\n", file.Path().c_str(), tempo);
+}
+
+void WriteScore(const Heard& heard, const TranscribeOptions& options, const OutputFile& file) {
+    if (heard.Of.Notes.empty()) throw HostError("no note was understood, so no score is written");
+    std::vector<score::HeardNote> melody;
+    for (const Note& note : heard.Of.Notes)
+        melody.push_back({static_cast<double>(note.Start) / 1000,
+                          static_cast<double>(note.End) / 1000, note.Key});
+    const score::Score written = score::MakeScore(melody, options.BeatsPerMinute);
+    const std::string title = std::filesystem::path(options.File).stem().string();
+    WriteText(score::MusicXml(written, Utf8(title)), file);
+    std::printf("Wrote %s: %s\n", file.Path().c_str(), written.Description().c_str());
 }
 
 void Run(const GlobalOptions& global, const TranscribeOptions& options) {
     std::unique_ptr<OutputFile> out;
+    std::unique_ptr<OutputFile> paper;
     std::unique_ptr<PlotFiles> pictures;
     if (!options.Out.empty()) out = std::make_unique<OutputFile>(options.Out);
+    if (!options.ScoreFile.empty()) paper = std::make_unique<OutputFile>(options.ScoreFile);
     if (!options.PlotFile.empty()) pictures = std::make_unique<PlotFiles>(options.PlotFile);
     const Heard heard = Hear(global, options);
     const auto heardMilliseconds = static_cast<std::int64_t>(heard.Sound.Seconds * 1000);
@@ -110,6 +129,7 @@ void Run(const GlobalOptions& global, const TranscribeOptions& options) {
     PrintNotes(heard.Of);
     PrintSummary(heard, options);
     if (out) WriteMidi(heard, options, *out);
+    if (paper) WriteScore(heard, options, *paper);
     if (pictures) pictures->Write({options.File, heard.Sound, heard.Of});
     if (heard.Sound.BrokeOff) {
         throw HostError("\"" + options.File + "\" breaks off after " +
@@ -137,12 +157,15 @@ void AddTranscribe(CLI::App& app, const GlobalOptions& global) {
             "on what is longer than a minute")
         ->type_name("OUT.svg");
     command
+        ->add_option("--score", options->ScoreFile,
+                     "Write the notes as a score, MusicXML, to this file")
+        ->type_name("OUT.musicxml");
+    command
         ->add_option("--tempo", options->BeatsPerMinute,
-                     "Quarter notes a minute that the MIDI file is written in; the times of the "
-                     "notes stay")
-        ->check(CLI::Range(10.0, 500.0))
-        ->type_name("BPM")
-        ->capture_default_str();
+                     "Quarter notes a minute: what the MIDI file says, 120 otherwise, while the "
+                     "times of its notes stay; and the score's, which is estimated otherwise")
+        ->check(CLI::Range(10.0, 500.0).description(""))
+        ->type_name("BPM");
     command->add_flag("--bends", options->Bends,
                       "Write the exact pitch of every frame too, as pitch bends of two semitones");
     CLI::Option* library = command->add_flag(
