@@ -25,7 +25,7 @@ std::string PageName(const std::string& path, int page) {
 
 } // namespace
 
-void PlotFiles::Write(const Plot& plot) {
+std::string PlotFiles::Write(const Plot& plot) {
     const PlotScale scale(plot);
     const int pages = std::min(scale.Pages(), MostPages);
     WriteText(DrawPage(plot, scale, 0), First);
@@ -33,11 +33,10 @@ void PlotFiles::Write(const Plot& plot) {
         OutputFile file(PageName(First.Path(), page + 1));
         WriteText(DrawPage(plot, scale, page), file);
     }
-    std::printf("Wrote the picture %s", First.Path().c_str());
-    if (pages > 1) {
-        std::printf(" and %d more, to %s", pages - 1, PageName(First.Path(), pages).c_str());
-    }
-    std::printf("%s\n", scale.Pages() > pages ? ", of the first hour" : "");
+    const std::string more =
+        " and " + std::to_string(pages - 1) + " more, to " + PageName(First.Path(), pages);
+    return First.Path() + (pages > 1 ? more : "") +
+           (scale.Pages() > pages ? ", of the first hour" : "");
 }
 
 } // namespace zorhost

@@ -53,9 +53,12 @@ std::vector<HeardNote> WithoutLongPauses(Melody melody) {
 
 } // namespace
 
+std::string Score::Meter() const {
+    return std::to_string(Of.In->Beats) + "/" + std::to_string(Of.In->BeatType);
+}
+
 std::string Score::Description() const {
-    const std::string meter = std::to_string(Of.In->Beats) + "/" + std::to_string(Of.In->BeatType);
-    return meter + ", " + In.Name() + ", " + std::to_string(std::lround(Of.QuartersPerMinute)) +
+    return Meter() + ", " + In.Name() + ", " + std::to_string(std::lround(Of.QuartersPerMinute)) +
            " quarter notes a minute, " + std::to_string(Bars.size()) +
            (Bars.size() == 1 ? " bar" : " bars");
 }

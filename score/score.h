@@ -24,6 +24,7 @@ struct Score {
     std::vector<Spelling> Pitches; // one for each note
     std::vector<Bar> Bars;
 
+    std::string Meter() const; // "3/4"
     // "3/4, A minor, 108 quarter notes a minute, 13 bars"
     std::string Description() const;
 };

@@ -154,7 +154,7 @@ TEST(Listen, PrintsPlaysAndWritesTheNotesOfAMicrophone) {
     }
     EXPECT_EQ(keys, (std::vector<std::uint32_t>{60, 67, 64}));
     EXPECT_EQ(RunZorhost({"listen"}).Code, 1);
-    EXPECT_EQ(RunZorhost({"listen", "--mic", sound, "--device", "2"}).Code, 1);
+    EXPECT_EQ(RunZorhost({"listen", "--mic", sound, "--device", "2"}).Code, 2);
 }
 
 TEST(Microphone, IsHeardBesideThePorts) {
