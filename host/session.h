@@ -7,7 +7,6 @@
 #include "host/machine.h"
 #include "host/microphone.h"
 #include "host/names.h"
-#include "host/port_map.h"
 #include "host/settings.h"
 
 #include <cstdint>

@@ -13,7 +13,7 @@ namespace {
 using Degrees = std::array<double, 12>;
 constexpr Degrees Major = {.748, .060, .488, .082, .670, .460, .096, .715, .104, .366, .057, .400};
 constexpr Degrees Minor = {.712, .084, .474, .618, .049, .460, .105, .747, .404, .067, .133, .330};
-constexpr double Closing = 3; // seconds of weight that the last note has besides, for the tonic
+constexpr double Closing = 2; // seconds of weight that the last note has besides, for the tonic
 
 constexpr char Letters[] = "FCGDAEB"; // along the line of fifths
 constexpr int Sevenths = 7;
