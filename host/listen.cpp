@@ -8,6 +8,7 @@
 #include "host/progress.h"
 #include "host/session.h"
 #include "host/take.h"
+#include "host/terminal.h"
 #include "host/transcript.h"
 
 #include <algorithm>
@@ -117,8 +118,9 @@ void Listener::ShowMeter() {
     int level = 0;
     for (const HeardFrame& frame : Frames) level = std::max(level, frame.InputLevel);
     const std::string pitch = PitchText(Frames.back().Of.Frequency);
-    Meter.Show("level " + Bar(level, FullLevel, 32) + "  " + pitch +
-               (pitch.empty() ? "" : " cents"));
+    const int width = std::clamp(TerminalWidth() - 24, 8, 32);
+    Meter.Show("level " + Bar(level, FullLevel, width) +
+               (pitch.empty() ? "" : "  " + pitch + " cents"));
     Frames.clear();
     Decoded = 0;
 }
