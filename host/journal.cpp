@@ -7,15 +7,10 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <sys/file.h>
-#include <unistd.h>
 
 namespace zorhost {
 
@@ -74,21 +69,17 @@ std::string FreeName(const fs::path& target) {
 }
 
 void Rescue(const fs::path& journal, const fs::path& target) {
-    const int handle = open(journal.c_str(), O_RDWR | O_CLOEXEC);
-    if (handle < 0) return;
-    if (flock(handle, LOCK_EX | LOCK_NB) == 0) {
-        const std::vector<MIDIEvent> records = ReadJournal(journal);
-        if (!records.empty()) {
-            const OutputFile rescued(FreeName(target));
-            WriteRecording(records, {}, rescued);
-            std::fprintf(
-                stderr,
-                "A recording that was broken off after %s is kept in \"%s\": %zu messages.\n",
-                ClockText(records.back().Time).c_str(), rescued.Path().c_str(), records.size());
-        }
-        unlink(journal.c_str());
+    const JournalFile file(journal.string(), JournalFile::Which::Existing);
+    if (!file.IsHeld()) return; // another zorhost is recording into it
+    const std::vector<MIDIEvent> records = ReadJournal(journal);
+    if (!records.empty()) {
+        const OutputFile rescued(FreeName(target));
+        WriteRecording(records, {}, rescued);
+        std::fprintf(
+            stderr, "A recording that was broken off after %s is kept in \"%s\": %zu messages.\n",
+            ClockText(records.back().Time).c_str(), rescued.Path().c_str(), records.size());
     }
-    close(handle);
+    file.Remove();
 }
 
 } // namespace
@@ -106,17 +97,24 @@ void RescueTakes(const std::string& target) {
         try {
             Rescue(journal, folder / (stem.string() + journal.extension().string()));
         } catch (const std::exception& error) { // it stays, and does not stop what begins now
-            std::fprintf(stderr, "%s: left as it is: %s\n", journal.c_str(), error.what());
+            std::fprintf(stderr, "%s: left as it is: %s\n", journal.string().c_str(), error.what());
         }
     }
 }
 
-Journal::Journal(const std::string& target) : Name(Beside(target, ".part").string()) {
-    Handle = open(Name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (Handle < 0 && errno == EEXIST) {
+Journal::Journal(const std::string& target)
+    : Name(Beside(target, ".part").string()), File(Name, JournalFile::Which::New) {
+    if (File.WasThere()) {
         throw HostError("\"" + Name + "\" is there already: another zorhost is recording into \"" +
                         target + "\", or it is a file of yours; take another name");
     }
+    if (File.IsHeld() && Begin()) return;
+    const std::string why = File.IsHeld() ? "there is no room" : File.Error;
+    if (File.IsHeld()) File.Remove();
+    throw HostError("\"" + Name + "\" cannot be written: " + why);
+}
+
+bool Journal::Begin() {
     midifile::Bytes file = midifile::FileHead(0, 1, Ticks);
     Track.AddText(0, midifile::MetaText, Mark);
     const midifile::Bytes body = Track.TakeBody();
@@ -125,19 +123,15 @@ Journal::Journal(const std::string& target) : Name(Beside(target, ".part").strin
     for (const midifile::ByteSpan part : {midifile::ByteSpan(head), midifile::ByteSpan(body), end})
         file.insert(file.end(), part.begin(), part.end());
     Size = body.size();
-    if (Handle >= 0 && flock(Handle, LOCK_EX | LOCK_NB) == 0 && Put(file, 0)) return;
-    const std::string why = std::strerror(errno);
-    if (Handle >= 0) unlink(Name.c_str());
-    throw HostError("\"" + Name + "\" cannot be written: " + why);
+    return File.Put(file, 0);
 }
 
 Journal::~Journal() {
     if (Used) {
         Write(Synced, true);
     } else {
-        unlink(Name.c_str());
+        File.Remove();
     }
-    close(Handle);
 }
 
 void Journal::Add(const MIDIEvent& record) {
@@ -160,16 +154,6 @@ void Journal::TakePending(std::int32_t until) {
     Pending.erase(Pending.begin(), later);
 }
 
-bool Journal::Put(midifile::ByteSpan bytes, std::size_t at) const {
-    while (!bytes.empty()) {
-        const ssize_t count = pwrite(Handle, bytes.data(), bytes.size(), static_cast<off_t>(at));
-        if (count < 0) return false;
-        bytes = bytes.subspan(static_cast<std::size_t>(count));
-        at += static_cast<std::size_t>(count);
-    }
-    return true;
-}
-
 // The events and a new end in one, over the old end; then the length. In the moment between, events
 // stand behind what the track says to be its end.
 bool Journal::Write(std::int32_t now, bool all) {
@@ -183,16 +167,16 @@ bool Journal::Write(std::int32_t now, bool all) {
     midifile::Bytes tail = Unwritten;
     const midifile::ByteSpan end = midifile::EndOfTrack();
     tail.insert(tail.end(), end.begin(), end.end());
-    if (!Put(tail, BodyPlace + Size)) {
-        static_cast<void>(Put(end, BodyPlace + Size)); // as it was
+    if (!File.Put(tail, BodyPlace + Size)) {
+        static_cast<void>(File.Put(end, BodyPlace + Size)); // as it was
         return false;
     }
     const midifile::Bytes head = midifile::TrackHead(grown + end.size());
-    if (!Put(midifile::ByteSpan(head).subspan(4), LengthPlace)) return false;
+    if (!File.Put(midifile::ByteSpan(head).subspan(4), LengthPlace)) return false;
     Size = grown;
     Unwritten.clear();
     if (now - Synced >= Often || all) {
-        fdatasync(Handle);
+        File.Sync();
         Synced = now;
     }
     return true;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "engine/zormidi.h"
+#include "host/journal_file.h"
 #include "midifile/writer.h"
 
 #include <cstdint>
@@ -31,10 +32,10 @@ public:
 
 private:
     void TakePending(std::int32_t until);
-    bool Put(midifile::ByteSpan bytes, std::size_t at) const;
+    bool Begin(); // an empty track
 
     std::string Name;
-    int Handle = -1;
+    JournalFile File;
     bool Used = false; // it holds what is nowhere else
     std::vector<MIDIEvent> Pending;
     midifile::TrackWriter Track;
