@@ -45,8 +45,8 @@ bool ToldAsItShould(Call call, const std::vector<std::string>& boxes) {
         return boxes == std::vector<std::string>{text};
     if (call == Call::WritePrivateProfileStringA)
         return boxes.size() == 1 && boxes[0].find("cannot be stored") != std::string::npos;
-    if (Among(call, Call::midiOutCachePatches, Call::waveInClose) ||
-        call == Call::mixerSetControlDetails ||
+    if (Among(call, Call::WritePrivateProfileStringA, Call::midiOutCachePatches) ||
+        Among(call, Call::waveInClose, Call::mixerSetControlDetails) ||
         Among(call, Call::CaptureBufferStart, Call::CaptureBufferLock) || call == Call::GetDC)
         return boxes.empty();
     return boxes.size() <= 2;

@@ -26,13 +26,17 @@ std::string ProgramPath() {
     return path;
 }
 
+bool IsForOneRun(const fs::path& folder) {
+    return folder.filename().string().starts_with("zorhost.");
+}
+
 // The library stays in memory until its process ends, and so its file in the folder of the settings
 // that it was to read. The next run takes away what no process has any more.
 void RemoveFormerCopies(const fs::path& place) {
     std::error_code failed;
     for (const fs::directory_entry& entry : fs::directory_iterator(place, failed)) {
         const fs::path library = entry.path() / LibraryName;
-        if (!entry.path().filename().string().starts_with("zorhost.")) continue;
+        if (!IsForOneRun(entry.path())) continue;
         if (fs::exists(library, failed) && fs::remove(library, failed))
             fs::remove_all(entry.path(), failed);
     }
@@ -59,10 +63,9 @@ std::string ModulePath() { return (fs::path(ProgramPath()).parent_path() / Libra
 void SetModulePath(const std::string& path) {
     const fs::path folder = fs::path(path).parent_path();
     const fs::path library = folder / LibraryName;
-    const fs::path temporary = fs::temp_directory_path();
     std::error_code failed;
-    if (fs::equivalent(folder.parent_path(), temporary, failed) && !fs::exists(library)) {
-        RemoveFormerCopies(temporary);
+    if (IsForOneRun(folder)) {
+        RemoveFormerCopies(folder.parent_path());
         fs::copy_file(ModulePath(), library, failed);
     }
     if (LoadLibraryA(library.string().c_str())) return;
