@@ -1,7 +1,9 @@
-# What every file made for Windows has. The same sources give the same bytes, wherever they lie.
+# What every file made for Windows has. The same sources give the same bytes wherever they lie, also
+# where a compiler cache makes their paths relative to the build.
 enable_language(RC)
 add_compile_options("$<$<COMPILE_LANGUAGE:C,CXX>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=>"
-  "$<$<COMPILE_LANGUAGE:C,CXX>:-ffile-prefix-map=${PROJECT_BINARY_DIR}=.>")
+  "$<$<COMPILE_LANGUAGE:C,CXX>:-ffile-prefix-map=${PROJECT_BINARY_DIR}=.>"
+  "$<$<COMPILE_LANGUAGE:C,CXX>:-ffile-prefix-map=../../=>")
 add_link_options(-static -Wl,--no-insert-timestamp)
 
 file(STRINGS ${PROJECT_SOURCE_DIR}/LICENSE ZOR_COPYRIGHT REGEX "^Copyright")

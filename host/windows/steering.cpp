@@ -1,7 +1,6 @@
 // What platform/machine.h lets a host steer, as far as Windows itself can be steered: where the
 // library lies, and the window that its dialogs belong to.
 #include "host/host_error.h"
-#include "host/interrupt.h"
 #include "platform/machine.h"
 #include "platform/platform.h"
 
