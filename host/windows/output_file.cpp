@@ -18,6 +18,13 @@ namespace {
                     std::system_category().message(static_cast<int>(error)));
 }
 
+// Where a file is made before it takes its place; the next one takes it again if the machine stops
+// meanwhile.
+std::string FreshFor(const std::string& path) {
+    const fs::path whole(path);
+    return (whole.parent_path() / ("." + whole.filename().string() + ".new")).string();
+}
+
 HANDLE Open(const std::string& path, DWORD how) {
     return CreateFileA(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, how,
                        FILE_ATTRIBUTE_NORMAL, nullptr);
@@ -25,7 +32,7 @@ HANDLE Open(const std::string& path, DWORD how) {
 
 } // namespace
 
-// Made beside its place at once, which tells whether it can be.
+// Tried at once, which tells whether it can be written.
 OutputFile::OutputFile(const std::string& path) : Named(path) {
     if (fs::is_directory(path))
         throw HostError("\"" + path + "\" cannot be written: it is a folder");
@@ -36,7 +43,7 @@ OutputFile::OutputFile(const std::string& path) : Named(path) {
 OutputFile::~OutputFile() = default;
 
 void OutputFile::CheckFile() const {
-    const std::string fresh = Real + ".new";
+    const std::string fresh = FreshFor(Real);
     const HANDLE handle = Open(fs::exists(Real) ? Real : fresh, OPEN_ALWAYS);
     if (handle == INVALID_HANDLE_VALUE) CannotWrite(Named, GetLastError());
     CloseHandle(handle);
@@ -45,7 +52,7 @@ void OutputFile::CheckFile() const {
 
 // Beside the file first, so that one that was there is there until the new one is whole.
 void OutputFile::Replace(midifile::ByteSpan bytes) const {
-    const std::string fresh = Real + ".new";
+    const std::string fresh = FreshFor(Real);
     const HANDLE handle = Open(fresh, CREATE_ALWAYS);
     if (handle == INVALID_HANDLE_VALUE) CannotWrite(Named, GetLastError());
     DWORD done = 0, error = 0;
