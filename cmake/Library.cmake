@@ -11,8 +11,14 @@ target_link_libraries(zormidi PRIVATE zor_options)
 if(WIN32)
   target_sources(zormidi PRIVATE engine/zormidi.def)
   set_target_properties(zormidi PROPERTIES PREFIX "" OUTPUT_NAME "ZORMIDI" SUFFIX ".DLL")
-  target_link_options(zormidi PRIVATE -static -Wl,--kill-at -Wl,--enable-stdcall-fixup)
+  target_link_options(zormidi PRIVATE -Wl,--kill-at -Wl,--enable-stdcall-fixup)
+  zor_version_info(zormidi VFT_DLL ZORMIDI.DLL "${PROJECT_DESCRIPTION}")
   target_link_libraries(zormidi PRIVATE winmm user32 gdi32 comctl32 shell32)
+  add_custom_command(TARGET zormidi POST_BUILD VERBATIM
+    BYPRODUCTS ZORMIDI.def libZORMIDI-delayed.a
+    COMMAND ${CMAKE_COMMAND} -DDLL=$<TARGET_FILE:zormidi> -DDEF=${PROJECT_SOURCE_DIR}/engine/zormidi.def
+      -DNM=${CMAKE_NM} -DDLLTOOL=${CMAKE_DLLTOOL} -DFOLDER=${PROJECT_BINARY_DIR}
+      -P ${PROJECT_SOURCE_DIR}/cmake/ImportLibraries.cmake)
 else()
   target_link_libraries(zormidi PRIVATE zorplatform)
   set_target_properties(zormidi PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}

@@ -28,13 +28,13 @@ bool Contains(const std::vector<std::string>& names, const std::string& name) {
     return std::ranges::find(names, name) != names.end();
 }
 
+void CALLBACK Ignore(HMIDIIN, UINT, DWORD_PTR, DWORD_PTR, DWORD_PTR) {}
+
 // Whether it can be opened is found out by opening it.
 std::string InputState(unsigned number) {
     HMIDIIN handle = nullptr;
-    const auto ignore = [](void*, UINT, DWORD_PTR, DWORD_PTR, DWORD_PTR) {};
-    void(CALLBACK* const callback)(void*, UINT, DWORD_PTR, DWORD_PTR, DWORD_PTR) = ignore;
     const MMRESULT code =
-        midiInOpen(&handle, number, reinterpret_cast<DWORD_PTR>(callback), 0, CALLBACK_FUNCTION);
+        midiInOpen(&handle, number, reinterpret_cast<DWORD_PTR>(&Ignore), 0, CALLBACK_FUNCTION);
     if (code == MMSYSERR_NOERROR) midiInClose(handle);
     return StateText(code, machine::UsersOfMidiInput(static_cast<int>(number)));
 }

@@ -108,8 +108,4 @@ void OutputFile::Write(midifile::ByteSpan bytes) const {
     if (!WriteAll(Stream, bytes)) CannotWrite(Named, std::strerror(errno));
 }
 
-void WriteText(const std::string& text, const OutputFile& file) {
-    file.Write(midifile::Bytes(text.begin(), text.end()));
-}
-
 } // namespace zorhost

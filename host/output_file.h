@@ -35,6 +35,8 @@ private:
 };
 
 // Throws HostError.
-void WriteText(const std::string& text, const OutputFile& file);
+inline void WriteText(const std::string& text, const OutputFile& file) {
+    file.Write(midifile::Bytes(text.begin(), text.end()));
+}
 
 } // namespace zorhost

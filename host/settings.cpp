@@ -10,10 +10,9 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cerrno>
 #include <charconv>
-#include <cstring>
 #include <filesystem>
+#include <random>
 
 namespace zorhost {
 
@@ -121,6 +120,20 @@ void TakeOver(const fs::path& old, const fs::path& present) {
     }
 }
 
+// Of this user's only, under a name that nobody has.
+std::string MakeTemporaryFolder() {
+    std::error_code failed;
+    const fs::path place = fs::temp_directory_path(failed);
+    std::random_device random;
+    for (int tries = 0; !failed && tries < 100; ++tries) {
+        const fs::path folder = place / ("zorhost." + std::to_string(random()));
+        if (!fs::create_directory(folder, failed)) continue;
+        fs::permissions(folder, fs::perms::owner_all);
+        return folder.string();
+    }
+    throw HostError("no temporary folder can be made: " + failed.message());
+}
+
 } // namespace
 
 std::vector<std::string> InputDevices() { return Names(InputChoices()); }
@@ -167,11 +180,7 @@ RunSettings::RunSettings(const std::string& folder, const RunChanges& changes) {
     const std::vector<std::string> outputs = ResolveAll(changes.Outputs, OutputDevices(), "output");
     Path = (fs::path(folder) / IniName).string();
     if (!changes.None()) {
-        Copy = (fs::temp_directory_path() / "zorhost.XXXXXX").string();
-        if (!mkdtemp(Copy.data())) {
-            throw HostError("no temporary folder can be made: " +
-                            std::string(std::strerror(errno)));
-        }
+        Copy = MakeTemporaryFolder();
         const std::string original = Path;
         Path = (fs::path(Copy) / IniName).string();
         if (fs::exists(original)) fs::copy_file(original, Path);

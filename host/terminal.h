@@ -1,9 +1,7 @@
 // What the terminal can do, and keys that are pressed on it.
 #pragma once
 
-#include <optional>
 #include <string>
-#include <termios.h>
 
 namespace zorhost {
 
@@ -30,12 +28,12 @@ public:
     Keys(const Keys&) = delete;
     Keys& operator=(const Keys&) = delete;
 
-    bool Working() const { return Before.has_value(); }
+    bool Working() const { return IsWorking; }
     // The next one that was pressed, or None. Does not wait.
     Key Next();
 
 private:
-    std::optional<termios> Before;
+    bool IsWorking = false;
 };
 
 } // namespace zorhost

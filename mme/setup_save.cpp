@@ -2,6 +2,7 @@
 #include "engine/module.h"
 #include "mme/settings.h"
 #include "mme/setup_dialog.h"
+#include "support/error_box.h"
 
 using namespace midisetup;
 
@@ -43,5 +44,7 @@ std::uint8_t SaveMIDISetup(HWND dialog) {
         if (IsDlgButtonChecked(dialog, SyncChoice + row)) settings.SyncMaster = row;
     }
     settings.Reset = IsDlgButtonChecked(dialog, ResetOutputs) != 0;
-    return StoreMMESettings(settings) != Stored::DeviceTwice || Refuse(dialog);
+    const Stored stored = StoreMMESettings(settings);
+    if (stored == Stored::Unwritten) Sonorel::TellUnwritten(dialog, "MIDI Setup", IniPath);
+    return stored != Stored::DeviceTwice || Refuse(dialog);
 }

@@ -4,6 +4,7 @@
 #include "engine/module.h"
 #include "pitchrec/driver/listening.h"
 #include "pitchrec/driver/prec_driver.h"
+#include "support/error_box.h"
 #include "support/text_string_array.h"
 
 #include <cstdlib>
@@ -139,15 +140,21 @@ void FieldLeft(HWND dialog, int id) {
     }
 }
 
-void OpenVolumeProgram(HWND dialog, const char* parameters) {
-    ShellExecuteA(dialog, nullptr, "sndvol32.exe", parameters, nullptr, SW_SHOWNORMAL);
+// Where there is no volume program, as since Windows Vista, the system's sound settings have the
+// level of a microphone; they open with the recording or the playback devices in front.
+void OpenVolumeProgram(HWND dialog, const char* parameters, const char* settings) {
+    constexpr INT_PTR refused = 32; // and below
+    const HINSTANCE opened =
+        ShellExecuteA(dialog, nullptr, "sndvol32.exe", parameters, nullptr, SW_SHOWNORMAL);
+    if (reinterpret_cast<INT_PTR>(opened) <= refused)
+        ShellExecuteA(dialog, nullptr, "control.exe", settings, nullptr, SW_SHOWNORMAL);
 }
 
 INT_PTR Command(HWND dialog, int id, WORD code) {
     switch (id) {
     case IDOK:
         LeaveField(dialog);
-        WritePRecSettings();
+        if (!WritePRecSettings()) Sonorel::TellUnwritten(dialog, "Tonequill", IniPath);
         CloseDialog(dialog, 1);
         return 1;
     case IDCANCEL:
@@ -170,10 +177,10 @@ INT_PTR Command(HWND dialog, int id, WORD code) {
         DeviceChosen(dialog);
         return 1;
     case OutputVolume:
-        OpenVolumeProgram(dialog, nullptr);
+        OpenVolumeProgram(dialog, nullptr, "mmsys.cpl,,0");
         return 1;
     case InputVolume:
-        OpenVolumeProgram(dialog, " /r");
+        OpenVolumeProgram(dialog, " /r", "mmsys.cpl,,1");
         return 1;
     case Help:
         PostMessageA(GetParent(dialog), HelpMessage, 0, reinterpret_cast<LPARAM>(dialog));

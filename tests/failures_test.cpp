@@ -34,14 +34,17 @@ bool Keeps(Call call, bool once) {
                      call == Call::waveInReset || call == Call::waveInUnprepareHeader);
 }
 
-// Of a refused call of a MIDI port the user sees the system's own text, once; of timers, mixers and
-// what only helps, nothing. Others tell by what could not be opened for want of them.
+// Of a refused call of a MIDI port the user sees the system's own text, once, and so of settings
+// that are not stored; of timers, mixers and what only helps, nothing. Others tell by what could
+// not be opened for want of them.
 bool ToldAsItShould(Call call, const std::vector<std::string>& boxes) {
     char text[256] = "";
     midiOutGetErrorTextA(MMSYSERR_ERROR, text, sizeof text);
     if (Among(call, Call::midiInOpen, Call::midiInClose) ||
         Among(call, Call::midiOutOpen, Call::midiOutShortMsg))
         return boxes == std::vector<std::string>{text};
+    if (call == Call::WritePrivateProfileStringA)
+        return boxes.size() == 1 && boxes[0].find("cannot be stored") != std::string::npos;
     if (Among(call, Call::WritePrivateProfileStringA, Call::midiOutCachePatches) ||
         Among(call, Call::waveInClose, Call::mixerSetControlDetails) ||
         Among(call, Call::CaptureBufferStart, Call::CaptureBufferLock) || call == Call::GetDC)

@@ -76,13 +76,14 @@ INT_PTR DialogBoxParamA(HINSTANCE module, LPCSTR resource, HWND parent, DLGPROC 
 
 HWND GetFocus() { return shown && shown->Focus ? shown->Focus->Handle : nullptr; }
 
-// As the system's own, it tells the user what it cannot do.
+// Of the volume program it tells the user if there is none.
 HINSTANCE ShellExecuteA(HWND owner, LPCSTR, LPCSTR file, LPCSTR parameters, LPCSTR, int) {
     constexpr std::intptr_t started = 42; // any number above 32
     constexpr std::intptr_t notFound = 2;
     const bool recording = parameters && std::strstr(parameters, "/r");
-    const bool done = on && strcasecmp(file, "sndvol32.exe") == 0 && on->OpenVolume(recording);
-    if (!done)
+    const bool volume = strcasecmp(file, "sndvol32.exe") == 0;
+    const bool done = on && volume && on->OpenVolume(recording);
+    if (volume && !done)
         MessageBoxA(owner, "No volume program was found. pavucontrol is one that can be installed.",
                     "Volume", MB_ICONEXCLAMATION);
     return reinterpret_cast<HINSTANCE>(done ? started : notFound);

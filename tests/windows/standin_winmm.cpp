@@ -1,13 +1,22 @@
-// A winmm.dll for tests: loopback MIDI cables and a stepped clock, no audio devices. It has only
-// the calls that the library makes.
+// A winmm.dll for tests: loopback MIDI cables and a clock, no audio devices. It has only the calls
+// that the library and zorhost make. The clock is stepped by hand, or goes with the real one where
+// STANDIN_CLOCK=real stands in the environment.
 #define _WINMM_ // so that the system's header does not import what is defined here
 #include <windows.h>
 
 #include <mmsystem.h>
 
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <optional>
+#include <thread>
 
 namespace {
+
+std::mutex lock; // of the messages and timers; never held over a callback
+using Lock = std::lock_guard<std::mutex>;
 
 constexpr int Cables = 2;
 constexpr DWORD StartOfTime = 1000;
@@ -25,7 +34,7 @@ struct Message {
     int Device;
     DWORD Packed;
 };
-constexpr int MostMessages = 4096;
+constexpr int MostMessages = 65536;
 Message sent[MostMessages];
 int sentCount = 0;
 int delivered = 0; // of sent, at the inputs
@@ -59,22 +68,51 @@ void CallInput(int cable, UINT message, DWORD packed, DWORD stamp) {
                                                          packed, stamp);
 }
 
+std::optional<Message> NextToDeliver() {
+    const Lock held(lock);
+    if (delivered == sentCount) return {};
+    return sent[delivered++];
+}
+
 void Deliver() {
-    while (delivered < sentCount) {
-        const Message message = sent[delivered++];
-        const Cable& cable = cables[message.Device];
+    while (const auto message = NextToDeliver()) {
+        const Cable& cable = cables[message->Device];
         if (cable.Started)
-            CallInput(message.Device, MIM_DATA, message.Packed, now - cable.StartTime);
+            CallInput(message->Device, MIM_DATA, message->Packed, now - cable.StartTime);
     }
 }
 
+std::optional<Timer> TakeDue(UINT id) {
+    const Lock held(lock);
+    if (!timers[id].Pending || timers[id].Due != now) return {};
+    timers[id].Pending = false;
+    return timers[id];
+}
+
 void RunTimers() {
-    for (UINT id = 0; id < MostTimers; ++id) {
-        Timer& timer = timers[id];
-        if (!timer.Pending || timer.Due != now) continue;
-        timer.Pending = false;
-        timer.CallBack(id + 1, 0, timer.User, 0, 0);
+    for (UINT id = 0; id < MostTimers; ++id)
+        if (const auto timer = TakeDue(id)) timer->CallBack(id + 1, 0, timer->User, 0, 0);
+}
+
+void FollowRealClock() {
+    for (DWORD last = GetTickCount();; Sleep(1)) {
+        const DWORD passed = GetTickCount() - last;
+        last += passed;
+        for (DWORD i = 0; i < passed; ++i) {
+            now = now + 1;
+            RunTimers();
+            Deliver();
+        }
     }
+}
+
+// Not before somebody waits for a timer: a library that loads may start no thread and wait for it.
+void StartRealClock() {
+    static std::once_flag once;
+    std::call_once(once, [] {
+        const char* const clock = std::getenv("STANDIN_CLOCK");
+        if (clock && !std::strcmp(clock, "real")) std::thread(FollowRealClock).detach();
+    });
 }
 
 MMRESULT ErrorText(MMRESULT code, char* text, UINT size) {
@@ -121,6 +159,8 @@ MMRESULT WINAPI timeEndPeriod(UINT) {
     return TIMERR_NOERROR;
 }
 MMRESULT WINAPI timeSetEvent(UINT delay, UINT, LPTIMECALLBACK callBack, DWORD_PTR user, UINT) {
+    StartRealClock();
+    const Lock held(lock);
     for (UINT id = 0; id < MostTimers; ++id) {
         if (timers[id].Pending) continue;
         timers[id] = {true, now + (delay ? delay : 1), callBack, user};
@@ -130,6 +170,7 @@ MMRESULT WINAPI timeSetEvent(UINT delay, UINT, LPTIMECALLBACK callBack, DWORD_PT
     return 0;
 }
 MMRESULT WINAPI timeKillEvent(UINT id) {
+    const Lock held(lock);
     if (id == 0 || id > MostTimers || !timers[id - 1].Pending) return MMSYSERR_INVALPARAM;
     timers[id - 1].Pending = false;
     return TIMERR_NOERROR;
@@ -163,6 +204,7 @@ MMRESULT WINAPI midiOutClose(HMIDIOUT handle) {
 MMRESULT WINAPI midiOutShortMsg(HMIDIOUT handle, DWORD packed) {
     Cable* const cable = CableOf(handle);
     if (!cable || !cable->OutputOpen) return MMSYSERR_INVALHANDLE;
+    const Lock held(lock);
     if (sentCount == MostMessages) return MMSYSERR_NOMEM;
     sent[sentCount++] = {static_cast<int>(cable - cables), packed};
     return MMSYSERR_NOERROR;

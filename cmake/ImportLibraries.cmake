@@ -1,0 +1,20 @@
+# Run after the DLL is linked: -D DLL= DEF= NM= DLLTOOL= FOLDER=. Makes what programs link with: the
+# names as callers have them, on 32 bits with the bytes that the function takes off the stack
+# (_ZorXmit@8), which the DLL itself exports without.
+file(STRINGS ${DEF} names REGEX "^ +[A-Za-z]+$")
+execute_process(COMMAND ${NM} ${DLL} OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
+set(lines "LIBRARY ZORMIDI.DLL\nEXPORTS\n")
+foreach(name ${names})
+  string(STRIP ${name} name)
+  string(REGEX MATCH " T _${name}@[0-9]+" decorated "${symbols}")
+  string(REGEX REPLACE "^ T _" "" decorated "${decorated}")
+  if(decorated)
+    set(name ${decorated})
+  endif()
+  string(APPEND lines "    ${name}\n")
+endforeach()
+file(WRITE ${FOLDER}/ZORMIDI.def ${lines})
+foreach(kind --output-lib=libZORMIDI.dll.a --output-delaylib=libZORMIDI-delayed.a)
+  execute_process(WORKING_DIRECTORY ${FOLDER} COMMAND ${DLLTOOL} --kill-at --deterministic-libraries
+    --input-def=ZORMIDI.def ${kind} COMMAND_ERROR_IS_FATAL ANY)
+endforeach()

@@ -1,0 +1,50 @@
+// The microphone is the one that Windows prefers; nothing can be put in its place.
+#include "host/microphone.h"
+
+#include "host/host_error.h"
+#include "platform/platform.h"
+
+#include <cstdio>
+
+namespace zorhost {
+
+Microphone::Microphone(const std::string& path) : Device() {
+    throw HostError("--mic: on Windows the microphone cannot hear a file (\"" + path +
+                        "\"); play it into one",
+                    ExitWrongUse);
+}
+
+double Microphone::Seconds() const { return 0; }
+double Microphone::SecondsHeard() const { return 0; }
+bool Microphone::Ended() const { return false; }
+void Microphone::CheckRead() const {}
+std::int64_t Microphone::StartTime() const { return 0; }
+
+void PrintMicrophones() {
+    const UINT count = waveInGetNumDevs();
+    for (UINT i = 0; i < count; ++i) {
+        WAVEINCAPSA about = {};
+        if (waveInGetDevCapsA(i, &about, sizeof about) == MMSYSERR_NOERROR)
+            std::printf("  %-31s  %s\n", about.szPname, i == 0 ? "the default one" : "");
+    }
+    if (count == 0) std::printf("  (none)\n");
+}
+
+void ChooseMicrophone(int number) {
+    WAVEINCAPSA about = {};
+    if (waveInGetDevCapsA(0, &about, sizeof about) != MMSYSERR_NOERROR)
+        throw HostError("there is no microphone");
+    if (number != 1)
+        throw HostError("--device: on Windows the first microphone is heard, \"" +
+                            std::string(about.szPname) +
+                            "\"; the system's sound settings say which is the first",
+                        ExitWrongUse);
+    std::fprintf(stderr, "Microphone: %s\n", about.szPname);
+}
+
+// A missing one is the library's to tell.
+std::unique_ptr<Microphone> PlugMicrophone(const std::string& file, const PortMap&) {
+    return file.empty() ? nullptr : std::make_unique<Microphone>(file);
+}
+
+} // namespace zorhost
