@@ -76,6 +76,7 @@ public:
     // By what the system knows it, always.
     virtual std::string Id() const { return Name(); }
     virtual bool IsMonitor() const { return false; } // of what is played, no microphone
+    virtual unsigned Visit() const { return 0; }     // another one each time that it is plugged in
     virtual unsigned Channels() const = 0;           // 1 or 2
     virtual bool Supports(const PcmFormat& format) const = 0;
     // It is not there. Plugged in again it is this device, or a new one if its streams are gone.
