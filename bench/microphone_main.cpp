@@ -1,5 +1,6 @@
 // The microphone of a sound server, as bench/microphone has it: how old the sound is when it is
 // delivered, how long from a plucked tone to its note, and what it costs to have it.
+#include "bench/cost.h"
 #include "engine/zormidi.h"
 #include "platform/machine.h"
 #include "platform/platform.h"
@@ -9,10 +10,6 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <set>
-#include <string>
 #include <thread>
 #include <vector>
 
@@ -23,34 +20,6 @@ constexpr int Rate = 22050;
 
 void Sleep(int milliseconds) {
     std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
-}
-
-// What the process has waked up so far.
-long WakeUps() {
-    long sum = 0;
-    for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task")) {
-        std::ifstream status(thread.path() / "status");
-        for (std::string line; std::getline(status, line);)
-            if (line.starts_with("voluntary_ctxt_switches:")) sum += std::atol(&line[24]);
-    }
-    return sum;
-}
-
-void PrintCost(const char* when) {
-    constexpr int seconds = 5;
-    const long before = WakeUps();
-    Sleep(seconds * 1000);
-    const double wakes = static_cast<double>(WakeUps() - before - 1) / seconds; // our own sleep
-    std::set<std::string> libraries;
-    std::ifstream maps("/proc/self/maps");
-    for (std::string line; std::getline(maps, line);)
-        if (const auto path = line.find('/');
-            path != std::string::npos && line.find(".so", path) != std::string::npos)
-            libraries.insert(line.substr(path));
-    long pages = 0, resident = 0;
-    std::ifstream("/proc/self/statm") >> pages >> resident;
-    std::printf("  %-34s %6.1f wake-ups/s  %5.1f MiB  %2zu libraries\n", when, wakes,
-                static_cast<double>(resident) * 4 / 1024, libraries.size());
 }
 
 // Hears where each pluck begins.
@@ -114,11 +83,11 @@ void Measure() {
 } // namespace
 
 int main() {
-    PrintCost("without the microphone");
+    bench::PrintCost("without the microphone");
     if (MIDISysInit(0) != -1 || !ZorAllocMIDI(ZOR_QUEUE_INPUT, 1024) || !ZorStartMIDI(1)) return 1;
-    PrintCost("the library listens");
+    bench::PrintCost("the library listens");
     Measure();
     ZorStopMIDI();
-    PrintCost("stopped again");
+    bench::PrintCost("stopped again");
     MIDISysTerm();
 }
