@@ -2,6 +2,8 @@
 // delivered, how long from a plucked tone to its note, and what it costs to have it.
 #include "bench/cost.h"
 #include "engine/zormidi.h"
+#include "platform/device/capture.h"
+#include "platform/device/level.h"
 #include "platform/machine.h"
 #include "platform/platform.h"
 #include "soundin/sound_in_win.h"
@@ -10,6 +12,7 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -17,6 +20,7 @@ namespace {
 
 constexpr int Plucks = 40;
 constexpr int Rate = 22050;
+constexpr int Settling = 86; // blocks
 
 void Sleep(int milliseconds) {
     std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
@@ -56,11 +60,41 @@ private:
     Sonorel::SoundInWin Capture;
 };
 
-void Print(const char* what, std::vector<double>& values) {
+void Print(const char* what, std::vector<double> values) {
     if (values.empty()) return;
     std::ranges::sort(values);
     std::printf("  %-34s median %.0f ms, 99th percentile %.0f ms, of %zu\n", what,
                 values[values.size() / 2], values[values.size() * 99 / 100], values.size());
+}
+
+std::uint32_t Level() {
+    std::uint32_t value = 0;
+    for (const machine::LevelLine& line : machine::CaptureDevices()[0]->Levels()->Destinations)
+        if (line.Type == machine::RecordingLine) line.Sources[0].Levels[0]->Read({&value, 1});
+    return value;
+}
+
+// The level is moved by another program, whose own time, from its start to the server's answer, is
+// the least that can be seen.
+void MeasureLevel() {
+    const std::string move = "pactl set-source-output-volume $(pactl list short source-outputs | "
+                             "awk '$5 ~ /u8/ {last = $1} END {print last}') ";
+    std::vector<double> program, after;
+    for (int i = 0; i < 20; ++i) {
+        const std::uint32_t before = Level(), start = timeGetTime();
+        std::uint32_t ended = 0;
+        std::thread other([&] {
+            if (std::system((move + (i % 2 ? "60%" : "90%")).c_str()) == 0) ended = timeGetTime();
+        });
+        while (Level() == before && timeGetTime() - start < 3000) Sleep(1);
+        const std::uint32_t seen = timeGetTime();
+        other.join();
+        program.push_back(ended - start);
+        after.push_back(
+            std::max(0.0, static_cast<double>(static_cast<std::int32_t>(seen - ended))));
+    }
+    Print("another program moves the level", program);
+    Print("and it is seen, after that", after);
 }
 
 void Measure() {
@@ -75,9 +109,12 @@ void Measure() {
         told = ear.Onset;
         delays.push_back(timeGetTime() - told);
     }
+    MeasureLevel();
     ear.Stop();
     Print("from a plucked tone to its note", delays);
-    Print("age of a block when delivered", ear.Ages);
+    const auto first = ear.Ages.begin() + std::min<std::ptrdiff_t>(std::ssize(ear.Ages), Settling);
+    Print("age of a block when delivered", {first, ear.Ages.end()});
+    Print("the same in the first two seconds", {ear.Ages.begin(), first});
 }
 
 } // namespace
