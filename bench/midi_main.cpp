@@ -5,6 +5,7 @@
 #include "platform/device/clock.h"
 #include "platform/machine.h"
 #include "platform/native/midi/alsa.h"
+#include "platform/platform.h"
 
 #ifdef MEASURE_RTMIDI
 #include <RtMidi.h>
@@ -156,6 +157,17 @@ bool MeasureLibrary(Program& device) {
     return true;
 }
 
+// Without the time that a record waits for the pump's next pass.
+void MeasureCall(Program& device) {
+    HMIDIOUT out = nullptr;
+    if (midiOutOpen(&out, 0, 0, 0, CALLBACK_NULL) != MMSYSERR_NOERROR) return;
+    Measure(
+        "midiOutShortMsg to the device",
+        [out](auto key) { midiOutShortMsg(out, 0x400090u | unsigned{key} << 8); },
+        [&] { return device.Heard.load(); });
+    midiOutClose(out);
+}
+
 } // namespace
 
 // Counted, whoever allocates.
@@ -170,5 +182,7 @@ int main() {
     bench::PrintCost("without the library");
     MeasureBare(device);
     MeasureRtMidi(device);
-    return MeasureLibrary(device) ? 0 : 1;
+    const bool up = MeasureLibrary(device);
+    MeasureCall(device);
+    return up ? 0 : 1;
 }
