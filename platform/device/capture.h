@@ -7,7 +7,8 @@
 // (virtual/capture.cpp) paces itself by the machine's clock; native/capture/ has the hardware's.
 //
 // Leaving. A device that is pulled out is not listed. A stream on it stands still: for good where
-// the stream is Gone, else until the device is back, which it then joins by itself and goes on.
+// the stream is Gone, else until the device is back, which it then joins by itself and goes on. If
+// that is not at once, a moment of silence comes before, so that no note is held meanwhile.
 //
 // Threads. A stream has one owner, which makes one call at a time but for Position and Gone, and a
 // capturing thread of the back end's choice, which calls Captured. Devices are asked by any thread.
