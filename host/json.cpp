@@ -54,4 +54,10 @@ std::string Json::Quoted(const std::string& text) {
     return out + "\"";
 }
 
+Json& Json::Add(const char* key, const std::vector<std::string>& texts) {
+    std::string list;
+    for (const std::string& text : texts) list += (list.empty() ? "" : ",") + Quoted(text);
+    return AddRaw(key, "[" + list + "]");
+}
+
 } // namespace zorhost

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <string>
+#include <vector>
 
 namespace zorhost {
 
@@ -19,6 +20,7 @@ public:
     Json& Add(const char* key, int number) { return Add(key, std::int64_t{number}); }
     Json& Add(const char* key, std::size_t n) { return Add(key, static_cast<std::int64_t>(n)); }
     Json& Add(const char* key, bool value) { return AddRaw(key, value ? "true" : "false"); }
+    Json& Add(const char* key, const std::vector<std::string>& texts);
     // With three places.
     Json& Add(const char* key, double number) {
         char text[64];

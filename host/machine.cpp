@@ -1,6 +1,5 @@
 #include "host/machine.h"
 
-#include "host/host_error.h"
 #include "platform/machine.h"
 #include "platform/platform.h"
 
@@ -46,10 +45,8 @@ std::string Counted(unsigned count, const char* what) {
 }
 
 // Empty if there are some, or why there are none.
-std::string FindDevices(Cables cables) {
-    const std::string reason = machine::UseNativeMidi();
-    if (cables == Cables::None && !reason.empty())
-        throw HostError("there are no MIDI devices: " + reason);
+std::string FindDevices() {
+    const std::string reason = machine::UseNative();
     const unsigned inputs = midiInGetNumDevs(), outputs = midiOutGetNumDevs();
     if (inputs + outputs == 0)
         return "No MIDI device is there" + (reason.empty() ? "" : " (" + reason + ")");
@@ -71,8 +68,12 @@ Machine::Machine(const GlobalOptions& global, Cables cables) {
         return;
     }
     const bool ownOnly = global.Virtual || cables == Cables::Private;
-    const std::string why = ownOnly ? "No MIDI hardware is in use" : FindDevices(cables);
-    if (!why.empty() && cables != Cables::None) AddLoopbacks(why, cables);
+    const std::string why = ownOnly ? "No MIDI hardware is in use" : FindDevices();
+    if (why.empty()) return;
+    if (cables == Cables::None)
+        std::fprintf(stderr, "%s.\n", why.c_str());
+    else
+        AddLoopbacks(why, cables);
 }
 
 bool Machine::IsLoopback(const std::string& device) { return device.starts_with(Prefix); }

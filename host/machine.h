@@ -21,7 +21,6 @@ enum class Cables {
 // unless one is made to hear something else. One at a time; the library is closed before it goes.
 class Machine {
 public:
-    // Throws HostError if the devices of this computer are wanted only, and cannot be asked for.
     Machine(const GlobalOptions& global, Cables cables = Cables::Shared);
     ~Machine();
     Machine(const Machine&) = delete;

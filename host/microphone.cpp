@@ -51,16 +51,6 @@ std::int64_t Microphone::StartTime() const {
     return ZorTimeMIDI(0) - static_cast<std::int64_t>(age / 1000);
 }
 
-void PrintMicrophones() {
-    const auto found = machine::FindMicrophones();
-    for (const auto& each : found)
-        std::printf("  %-31s  %s\n", each.Name.c_str(),
-                    &each == &found.front() ? "the default one"
-                    : each.Monitor          ? "what is played"
-                                            : "");
-    if (found.empty()) std::printf("  (none) %s\n", WhyNone().c_str());
-}
-
 void ChooseMicrophone(int number) {
     const auto found = machine::FindMicrophones();
     if (found.empty()) throw HostError("there is no microphone. " + WhyNone());

@@ -40,9 +40,6 @@ constexpr int MicrophoneChannel = 65;
 // Milliseconds of silence after a sound file, in which its last note ends.
 constexpr int MicrophoneTail = 500;
 
-// Prints the microphones of this computer, or why there are none.
-void PrintMicrophones();
-
 // Makes the microphone of that number, from 1, the one that is heard, and says on standard error
 // which it is. Throws HostError if it is not there, naming those that are.
 void ChooseMicrophone(int number);

@@ -63,8 +63,6 @@ void WatchInterrupts(const std::stop_token& done) {
 
 // On the screen, until the user closes it.
 void ShowDialog(SetupDialog dialog) {
-    if (dialog == SetupDialog::Microphone && machine::FindMicrophones().empty())
-        std::fprintf(stderr, "There is no microphone. %s\n", machine::MicrophoneProblem().c_str());
     const Library library;
     const HelpWindow parent;
     const std::jthread watch(WatchInterrupts);

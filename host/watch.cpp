@@ -1,6 +1,7 @@
 #include "host/watch.h"
 
 #include "host/interrupt.h"
+#include "host/json.h"
 #include "host/settings.h"
 #include "platform/machine.h"
 
@@ -12,50 +13,81 @@ namespace zorhost {
 
 namespace {
 
-using Names = std::vector<std::string>;
+// One that has been away in between is another one.
+struct Device {
+    std::string Name;
+    unsigned Visit = 0;
+    bool operator==(const Device&) const = default;
+};
+using Devices = std::vector<Device>;
 
-void Print(const char* what, const char* way, const Names& now, const Names& before) {
-    Names others = before;
-    for (const std::string& name : now) {
-        const auto same = std::ranges::find(others, name);
-        if (same == others.end())
-            std::printf("%-10s  %-6s  %s\n", what, way, name.c_str());
-        else
-            others.erase(same);
-    }
+Devices Named(const std::vector<std::string>& names) {
+    Devices devices;
+    for (const std::string& name : names) devices.push_back({name});
+    return devices;
 }
 
-// Told of each change by itself, so that one that is undone at once is seen as well.
+Devices Microphones() {
+    Devices devices;
+    for (const auto& found : machine::FindMicrophones())
+        devices.push_back({found.Name, found.Visit});
+    return devices;
+}
+
+// MIDI devices tell of each change by themselves, so that one that is undone at once is seen as
+// well; microphones are looked for.
 class Watcher {
 public:
-    void Look() {
+    explicit Watcher(bool json) : AsJson(json) {}
+    void LookAtMidi() {
         const std::scoped_lock lock(Lock);
-        Compare("input", Inputs, InputDevices());
-        Compare("output", Outputs, OutputDevices());
-        std::fflush(stdout);
+        Compare("input", Inputs, Named(InputDevices()));
+        Compare("output", Outputs, Named(OutputDevices()));
+    }
+    void LookAtMicrophones() {
+        const std::scoped_lock lock(Lock);
+        Compare("microphone", Heard, Microphones());
     }
 
 private:
-    static void Compare(const char* way, Names& known, Names now) {
-        Print("pulled out", way, known, now);
-        Print("plugged in", way, now, known);
+    void Compare(const char* kind, Devices& known, Devices now) const {
+        Print("pulled out", kind, known, now);
+        Print("plugged in", kind, now, known);
         known.swap(now);
+        std::fflush(stdout);
+    }
+    void Print(const char* what, const char* kind, const Devices& these, Devices others) const {
+        for (const Device& device : these) {
+            const auto same = std::ranges::find(others, device);
+            if (same != others.end())
+                others.erase(same);
+            else if (AsJson)
+                Json().Add("event", what).Add("kind", kind).Add("name", device.Name).Print();
+            else
+                std::printf("%-10s  %-10s  %s\n", what, kind, device.Name.c_str());
+        }
     }
 
+    const bool AsJson;
     std::mutex Lock;
-    Names Inputs = InputDevices();
-    Names Outputs = OutputDevices();
+    Devices Inputs = Named(InputDevices());
+    Devices Outputs = Named(OutputDevices());
+    Devices Heard = Microphones();
 };
 
 } // namespace
 
-void WatchDevices() {
-    Watcher watcher;
-    machine::WatchMidiDevices([&watcher] { watcher.Look(); });
-    watcher.Look(); // what has changed before that
-    std::printf("Watching; Ctrl-C ends\n");
+void WatchDevices(bool json) {
+    Watcher watcher(json);
+    machine::WatchMidiDevices([&watcher] { watcher.LookAtMidi(); });
+    watcher.LookAtMidi(); // what has changed before that
     std::fflush(stdout);
-    while (!Interrupted()) Nap(100);
+    std::fprintf(stderr, "Watching; Ctrl-C ends\n");
+    constexpr int nap = 100, between = 500; // milliseconds
+    for (int naps = 1; !Interrupted(); ++naps) {
+        Nap(nap);
+        if (naps % (between / nap) == 0) watcher.LookAtMicrophones();
+    }
     machine::WatchMidiDevices(nullptr);
 }
 

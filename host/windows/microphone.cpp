@@ -20,16 +20,6 @@ bool Microphone::Ended() const { return false; }
 void Microphone::CheckRead() const {}
 std::int64_t Microphone::StartTime() const { return 0; }
 
-void PrintMicrophones() {
-    const UINT count = waveInGetNumDevs();
-    for (UINT i = 0; i < count; ++i) {
-        WAVEINCAPSA about = {};
-        if (waveInGetDevCapsA(i, &about, sizeof about) == MMSYSERR_NOERROR)
-            std::printf("  %-31s  %s\n", about.szPname, i == 0 ? "the default one" : "");
-    }
-    if (count == 0) std::printf("  (none)\n");
-}
-
 void ChooseMicrophone(int number) {
     WAVEINCAPSA about = {};
     if (waveInGetDevCapsA(0, &about, sizeof about) != MMSYSERR_NOERROR)

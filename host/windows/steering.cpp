@@ -91,9 +91,11 @@ void WatchMidiDevices(std::function<void()> watcher) {
 }
 
 std::vector<FoundMicrophone> FindMicrophones() {
+    std::vector<FoundMicrophone> found;
     WAVEINCAPSA about = {};
-    if (waveInGetDevCapsA(0, &about, sizeof about) != MMSYSERR_NOERROR) return {};
-    return {{"0", about.szPname, false}};
+    for (UINT i = 0; waveInGetDevCapsA(i, &about, sizeof about) == MMSYSERR_NOERROR; ++i)
+        found.push_back({std::to_string(i), about.szPname, false});
+    return found;
 }
 std::string MicrophoneProblem() { return ""; }
 

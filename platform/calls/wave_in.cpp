@@ -7,7 +7,9 @@
 #include "platform/device/capture.h"
 #include "platform/machine/capture.h"
 #include "platform/machine/fault_point.h"
+#include "platform/machine/native.h"
 #include "platform/machine/power.h"
+#include "platform/system/user.h"
 
 #include <atomic>
 #include <vector>
@@ -266,12 +268,23 @@ namespace zorsystem {
 
 using namespace machine;
 
+namespace {
+
+// As the system's own, it tells the user why there is none.
+MMRESULT NoSuchDevice() {
+    if (const std::string why = MicrophoneProblem(); !why.empty())
+        MessageBoxA(nullptr, why.c_str(), "No microphone", MB_ICONEXCLAMATION);
+    return MMSYSERR_BADDEVICEID;
+}
+
+} // namespace
+
 UINT waveInGetNumDevs() { return static_cast<UINT>(CaptureDevices().size()); }
 
 MMRESULT waveInGetDevCapsA(UINT_PTR number, WAVEINCAPSA* caps, UINT /*size*/) {
     if (const Failure failure{Call::waveInGetDevCapsA}) return failure;
     const auto devices = CaptureDevices();
-    if (number >= devices.size()) return MMSYSERR_BADDEVICEID;
+    if (number >= devices.size()) return NoSuchDevice();
     CopyName(caps->szPname, devices[number]->Name());
     caps->dwFormats = FormatsOf(*devices[number]);
     caps->wChannels = static_cast<WORD>(devices[number]->Channels());

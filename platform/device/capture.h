@@ -7,7 +7,8 @@
 // (virtual/capture.cpp) paces itself by the machine's clock; native/capture/ has the hardware's.
 //
 // Leaving. A device that is pulled out is not listed. A stream on it stands still: for good where
-// the stream is Gone, else until the device is back, which it then joins by itself and goes on.
+// the stream is Gone, else until the device is back, which it then joins by itself and goes on. If
+// that is not at once, a moment of silence comes before, so that no note is held meanwhile.
 //
 // Threads. A stream has one owner, which makes one call at a time but for Position and Gone, and a
 // capturing thread of the back end's choice, which calls Captured. Devices are asked by any thread.
@@ -76,6 +77,7 @@ public:
     // By what the system knows it, always.
     virtual std::string Id() const { return Name(); }
     virtual bool IsMonitor() const { return false; } // of what is played, no microphone
+    virtual unsigned Visit() const { return 0; }     // another one each time that it is plugged in
     virtual unsigned Channels() const = 0;           // 1 or 2
     virtual bool Supports(const PcmFormat& format) const = 0;
     // It is not there. Plugged in again it is this device, or a new one if its streams are gone.

@@ -7,6 +7,10 @@
 
 namespace machine {
 
+// This computer's MIDI devices and microphones, as a host that does not steer gets them. Gives what
+// UseNativeMidi gives; that there is no microphone is said when one is wanted.
+std::string UseNative();
+
 // Forgets the MIDI devices there are, and finds those of this computer, from now on also as they
 // are plugged in and pulled out, until PowerOn. Gives nothing if they could be asked for, also if
 // there is none now, or else a sentence that says why there are none.
@@ -22,7 +26,8 @@ void UseNativeMicrophones();
 struct FoundMicrophone {
     std::string Id;
     std::string Name;
-    bool Monitor; // no microphone, but what is played somewhere
+    bool Monitor;   // no microphone, but what is played somewhere
+    unsigned Visit; // another one each time that it is plugged in
 };
 // Those that are there, in the order of their numbers, the default one first. Waits for the sound
 // server, two seconds at the most. Thread: any.

@@ -27,7 +27,9 @@ Choice& The() {
 
 const AtPowerOn atPowerOn([] {
     native = false;
-    PreferMicrophone({});
+    const std::scoped_lock lock(The().Lock);
+    The().Problem.clear();
+    The().Preferred.clear();
 });
 
 // Loaded when microphones are first asked for, and tried anew while it cannot be.
@@ -60,7 +62,7 @@ std::string MicrophoneProblem() {
 std::vector<FoundMicrophone> FindMicrophones() {
     std::vector<FoundMicrophone> found;
     for (const auto& device : NativeCaptureDevices())
-        found.push_back({device->Id(), device->Name(), device->IsMonitor()});
+        found.push_back({device->Id(), device->Name(), device->IsMonitor(), device->Visit()});
     return found;
 }
 

@@ -18,6 +18,11 @@ std::string UseNativeMidi() {
     return reason;
 }
 
+std::string UseNative() {
+    UseNativeMicrophones();
+    return UseNativeMidi();
+}
+
 // A host that does not steer gets the computer's devices or, without any means to them, one output
 // whose messages come back at one input.
 void FindMidiDevices() {

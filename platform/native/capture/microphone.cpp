@@ -26,6 +26,12 @@ bool NativeMicrophone::Supports(const PcmFormat& format) const {
            format.Channels <= 2 && (format.Bits == 8 || format.Bits == 16);
 }
 
+unsigned NativeMicrophone::Visit() const {
+    const Server::Lock lock;
+    const Source* const source = Server::The().Find(SourceName);
+    return source ? source->Index : 0;
+}
+
 bool NativeMicrophone::Gone() const {
     const Server::Lock lock;
     return !Server::The().Find(SourceName);

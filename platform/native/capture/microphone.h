@@ -16,6 +16,7 @@ public:
     std::string Name() const override { return Shown; }
     std::string Id() const override { return SourceName; }
     bool IsMonitor() const override { return Monitor; }
+    unsigned Visit() const override;
     unsigned Channels() const override { return 2; } // the server makes them
     bool Supports(const PcmFormat& format) const override;
     bool Gone() const override;

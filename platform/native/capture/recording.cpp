@@ -9,6 +9,8 @@ namespace machine {
 namespace {
 
 constexpr pa_usec_t LongestSilence = 3 * PA_USEC_PER_SEC;
+// Of silence, behind a source that has gone: a note that was held in it ends.
+constexpr pa_usec_t Pause = PA_USEC_PER_SEC / 4;
 constexpr std::uint32_t ServersChoice = ~0u;
 
 Recording& Of(void* self) { return *static_cast<Recording*>(self); }
@@ -54,6 +56,10 @@ void Recording::Look() {
     if (Stream && pa_rtclock_now() - LastSound > LongestSilence &&
         !(Ready() && pa_stream_is_suspended(Stream) > 0))
         Close();
+    if (!Stream && Sounding && pa_rtclock_now() - LastSound > Pause) {
+        Sounding = false;
+        Heard({nullptr, pa_usec_to_bytes(Pause, &Format) / pa_frame_size(&Format), 0});
+    }
     SourcesChanged();
 }
 
@@ -108,6 +114,7 @@ void Recording::Read() {
     std::size_t bytes = 0;
     while (pa_stream_peek(Stream, &data, &bytes) >= 0 && bytes > 0) {
         LastSound = pa_rtclock_now();
+        Sounding = true;
         age -= std::min(age, pa_bytes_to_usec(bytes, &Format));
         Heard({data, bytes / pa_frame_size(&Format), age});
         pa_stream_drop(Stream);

@@ -63,6 +63,7 @@ private:
     pa_stream* Stream = nullptr;
     std::uint32_t SourceIndex = PA_INVALID_INDEX;
     pa_usec_t LastSound = 0;           // or when it was opened
+    bool Sounding = false;             // and nothing has come to an end since
     pa_operation* Setting = nullptr;   // of our level: until it is done nobody else has moved it
     pa_operation* AskingFor = nullptr; // the level
 };
