@@ -25,8 +25,8 @@ struct MicrophoneModel {
     std::vector<PcmFormat> MoreFormats = {};
     // Refuses a second open. Otherwise all who have it open hear the same.
     bool Exclusive = false;
-    // Comes with a mixer of its own name (level.h, MicrophoneMixer).
-    bool WithMixer = true;
+    // The controls of its mixer, which bears its name; none: it has no mixer.
+    std::vector<MixerControl> Mixer = MicrophoneMixer();
 };
 
 // A microphone for as long as the machine is on, whatever its device number becomes. The functions
@@ -38,9 +38,10 @@ Microphone AddMicrophone(const MicrophoneModel& model);
 // Its waveIn device number now, -1 once unplugged.
 int DeviceNumber(Microphone microphone);
 
-// The mixer that MIXER_OBJECTF_WAVEIN finds for a microphone; None for none.
-void SetMixerOf(Microphone microphone, Mixer mixer);
-Mixer MixerOf(Microphone microphone);
+// One value for each channel of a control (one in all if it has but one); empty if there is none.
+std::vector<std::uint32_t> ControlValues(Microphone microphone, const ControlPlace& place);
+// The user moves a control: every channel, up to its maximum. False if there is none.
+bool MoveControl(Microphone microphone, const ControlPlace& place, std::uint32_t value);
 
 // --- What it hears: nothing (silence) until told. Takes effect at the next origin. ---
 //
@@ -105,6 +106,7 @@ CaptureStats StatsOf(Microphone microphone);
 // What exists now, over all microphones, for finding what was not freed.
 int OpenWaveIns();
 int PreparedWaveHeaders();
+int OpenMixers(); // handles
 // Headers queued, prepared or unprepared while their device was being stopped or reset, which some
 // systems hang over.
 int WaveCallsDuringReset();

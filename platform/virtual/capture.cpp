@@ -1,8 +1,8 @@
 // The virtual microphone: hears a feed, is paced by the machine's clock, and can get into trouble
 // on demand.
 #include "platform/machine/capture.h"
+#include "platform/device/capture.h"
 #include "platform/device/clock.h"
-#include "platform/device/roster.h"
 #include "platform/machine/power.h"
 #include "platform/virtual/feed.h"
 #include "platform/virtual/level.h"
@@ -54,7 +54,10 @@ void ToPcm(const float* samples, std::size_t count, unsigned bits, void* pcm) {
 class VirtualMicrophone : public CaptureDevice,
                           public std::enable_shared_from_this<VirtualMicrophone> {
 public:
-    explicit VirtualMicrophone(MicrophoneModel model) : Model(std::move(model)) {}
+    explicit VirtualMicrophone(MicrophoneModel model) : Model(std::move(model)) {
+        for (const MixerControl& control : Model.Mixer)
+            Controls.push_back(std::make_shared<VirtualLevel>(control));
+    }
 
     std::string Name() const override { return Model.Name; }
     unsigned Channels() const override { return Model.Channels; }
@@ -65,7 +68,7 @@ public:
     }
     bool Gone() const override { return GoneAt() != NeverYet; }
     std::unique_ptr<CaptureStream> Open(const PcmFormat& format, CaptureOwner& owner) override;
-    std::shared_ptr<LevelDevice> Levels() const override { return FindMixer(MixerOfIt); }
+    const LevelList& Levels() const override { return Controls; }
 
     void SetFeed(Feed feed) {
         const std::scoped_lock lock(Lock);
@@ -94,12 +97,11 @@ public:
     bool KeepsSilent(); // about sound that has been captured
     void Progress(const FeedProgress& progress);
 
-    // Steering.
-    std::atomic<Mixer> MixerOfIt{Mixer::None};
     std::atomic<int> Quiet{0}; // times that nobody is told; below 0 for ever
 
 private:
     const MicrophoneModel Model;
+    LevelList Controls;
     std::atomic<std::uint64_t> UnpluggedAt{NeverYet}; // machine time of the unplugging
 
     mutable std::mutex Lock; // of all below; held for moments only
@@ -264,7 +266,6 @@ const AtPowerOn atPowerOn([] {
     const std::scoped_lock lock(microphonesLock);
     for (const auto& microphone : microphones) microphone->Unplug();
     microphones.clear();
-    Roster<CaptureDevice>::Forget();
 });
 
 // Null for one that was never added, or was forgotten at a PowerOn.
@@ -274,14 +275,28 @@ std::shared_ptr<VirtualMicrophone> Find(Microphone microphone) {
     return place < microphones.size() ? microphones[place] : nullptr;
 }
 
+std::shared_ptr<Level> Find(Microphone microphone, const ControlPlace& place) {
+    const auto owner = Find(microphone);
+    if (!owner) return nullptr;
+    const LevelList& all = owner->Levels();
+    const auto level = std::ranges::find(all, place, [](const auto& each) { return each->Place; });
+    return level != all.end() ? *level : nullptr;
+}
+
 } // namespace
 
+std::vector<std::shared_ptr<CaptureDevice>> CaptureDevices() {
+    std::unique_lock lock(microphonesLock);
+    std::vector<std::shared_ptr<CaptureDevice>> present(microphones.begin(), microphones.end());
+    lock.unlock();
+    if (present.empty()) return NativeCaptureDevices();
+    std::erase_if(present, [](const auto& device) { return device->Gone(); });
+    return present;
+}
+
 Microphone AddMicrophone(const MicrophoneModel& model) {
-    auto microphone = std::make_shared<VirtualMicrophone>(model);
-    if (model.WithMixer) microphone->MixerOfIt = AddMixer(MicrophoneMixer(model.Name));
     const std::scoped_lock lock(microphonesLock);
-    microphones.push_back(microphone);
-    Roster<CaptureDevice>::Add(std::move(microphone));
+    microphones.push_back(std::make_shared<VirtualMicrophone>(model));
     return Microphone{static_cast<int>(microphones.size()) - 1};
 }
 
@@ -291,13 +306,24 @@ int DeviceNumber(Microphone microphone) {
     return place != present.end() ? static_cast<int>(place - present.begin()) : -1;
 }
 
-void SetMixerOf(Microphone microphone, Mixer mixer) {
-    if (const auto owner = Find(microphone)) owner->MixerOfIt = mixer;
+std::vector<MixerControl> MicrophoneMixer() {
+    constexpr std::uint32_t half = 65535 / 2;
+    return {{{SpeakersLine, 0, MuteControl}, 1, 1},
+            {MicrophoneMute, 1, 1},
+            {{RecordingLine, LineInLine, VolumeControl}, 65535, half},
+            {MicrophoneVolume, 65535, half}};
 }
 
-Mixer MixerOf(Microphone microphone) {
-    const auto owner = Find(microphone);
-    return owner ? owner->MixerOfIt.load() : Mixer::None;
+std::vector<std::uint32_t> ControlValues(Microphone microphone, const ControlPlace& place) {
+    const auto level = Find(microphone, place);
+    std::vector<std::uint32_t> values(level ? level->Values : 0);
+    if (level) level->Read(values);
+    return values;
+}
+
+bool MoveControl(Microphone microphone, const ControlPlace& place, std::uint32_t value) {
+    const auto level = Find(microphone, place);
+    return level && level->Write(std::vector(level->Values, std::min(value, level->Maximum)));
 }
 
 FileFeed FeedFile(Microphone microphone, const std::string& path) {

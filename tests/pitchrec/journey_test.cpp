@@ -219,15 +219,14 @@ protected:
     }
     static int Open(machine::Microphone microphone) { return machine::StatsOf(microphone).Open; }
     static std::uint32_t Volume(machine::Microphone microphone) {
-        return machine::ControlValues(machine::MixerOf(microphone), machine::MicrophoneVolume)
-            .at(0);
+        return machine::ControlValues(microphone, machine::MicrophoneVolume).at(0);
     }
     machine::Microphone First{}, Second{};
 };
 INSTANTIATE_TEST_SUITE_P(Both, Choice, testing::Values(DirectSound::Present, DirectSound::Absent));
 
 TEST_P(Choice, TouchesNoOtherMicrophone) {
-    machine::MoveControl(machine::MixerOf(First), machine::MicrophoneVolume, 60000);
+    machine::MoveControl(First, machine::MicrophoneVolume, 60000);
     for (int start = 0; start < 2; ++start) {
         ASSERT_TRUE(PRecOpen());
         EXPECT_EQ(Open(Second), 1);
