@@ -5,7 +5,7 @@
 #include "platform/calls/handles.h"
 #include "platform/calls/names.h"
 #include "platform/device/capture.h"
-#include "platform/machine/fault_point.h"
+#include "platform/machine/faults.h"
 #include "platform/machine/power.h"
 
 namespace machine {
@@ -25,17 +25,14 @@ Devices Mixers() {
     return devices;
 }
 
-Handles<CaptureDevice>& Open() {
-    static Handles<CaptureDevice>& open = *new Handles<CaptureDevice>;
-    return open;
-}
-const AtPowerOn atPowerOn([] { Open().TakeAll(); });
+using Open = Handles<CaptureDevice>;
+const AtPowerOn atPowerOn([] { The<Open>().TakeAll(); });
 
 // Counts the call and goes on with the controls of the handle.
 template <class Operation>
 MMRESULT WithMixer(Call call, HMIXEROBJ handle, Operation operation) {
     if (const Failure failure{call}) return failure;
-    const auto mixer = Open().Find(handle);
+    const auto mixer = The<Open>().Find(handle);
     if (!mixer) return MMSYSERR_INVALHANDLE;
     return mixer->Gone() ? MMSYSERR_NODRIVER : operation(mixer->Levels());
 }
@@ -76,7 +73,7 @@ MMRESULT WithLevel(Call call, HMIXEROBJ handle, const MIXERCONTROLDETAILS& detai
 
 } // namespace
 
-int OpenMixers() { return Open().Count(); }
+int OpenMixers() { return The<Open>().Count(); }
 
 } // namespace machine
 
@@ -99,13 +96,13 @@ MMRESULT mixerOpen(HMIXER* handle, UINT number, DWORD_PTR, DWORD_PTR, DWORD flag
     const Devices devices = flags == MIXER_OBJECTF_WAVEIN ? CaptureDevices() : Mixers();
     if (number >= devices.size()) return MMSYSERR_BADDEVICEID;
     if (devices[number]->Levels().empty()) return MMSYSERR_NODRIVER;
-    *handle = Open().Add<HMIXER>(devices[number]);
+    *handle = The<Open>().Add<HMIXER>(devices[number]);
     return MMSYSERR_NOERROR;
 }
 
 MMRESULT mixerClose(HMIXER handle) {
     if (const Failure failure{Call::mixerClose}) return failure;
-    return Open().Take(handle) ? MMSYSERR_NOERROR : MMSYSERR_INVALHANDLE;
+    return The<Open>().Take(handle) ? MMSYSERR_NOERROR : MMSYSERR_INVALHANDLE;
 }
 
 // A destination by its type, or a source of one by its place.
@@ -114,18 +111,16 @@ MMRESULT mixerGetLineInfoA(HMIXEROBJ handle, MIXERLINEA* told, DWORD flags) {
         const bool source = flags == MIXER_GETLINEINFOF_SOURCE;
         ControlPlace line{source ? told->dwDestination : told->dwComponentType, 0, 0};
         const std::vector<DWORD> sources = SourcesOf(levels, line.Destination);
-        if (source ? told->dwSource >= sources.size()
-                   : std::ranges::none_of(levels, [&](const auto& level) {
-                         return level->Place.Destination == line.Destination;
-                     }))
-            return MIXERR_INVALLINE;
+        if (source && told->dwSource >= sources.size()) return MIXERR_INVALLINE;
         if (source) line.Source = sources[told->dwSource];
+        const DWORD channels = ChannelsOf(levels, LineOf(line));
+        if (channels == 0 && sources.empty()) return MIXERR_INVALLINE;
         *told = {.cbStruct = sizeof *told,
                  .dwDestination = line.Destination,
                  .dwSource = told->dwSource,
                  .dwLineID = LineOf(line),
                  .dwComponentType = source ? line.Source : line.Destination,
-                 .cChannels = ChannelsOf(levels, LineOf(line)),
+                 .cChannels = channels,
                  .cConnections = source ? 0 : static_cast<DWORD>(sources.size())};
         return MMSYSERR_NOERROR;
     });

@@ -35,9 +35,6 @@ enum class Microphone : int {};
 
 Microphone AddMicrophone(const MicrophoneModel& model);
 
-// Its waveIn device number now, -1 once unplugged.
-int DeviceNumber(Microphone microphone);
-
 // One value for each channel of a control (one in all if it has but one); empty if there is none.
 std::vector<std::uint32_t> ControlValues(Microphone microphone, const ControlPlace& place);
 // The user moves a control: every channel, up to its maximum. False if there is none.
@@ -50,16 +47,6 @@ bool MoveControl(Microphone microphone, const ControlPlace& place, std::uint32_t
 // starts later hears the feed from where it then stands. When all have stopped, the next Start
 // begins the feed again. So feed time t (seconds) is captured at machine time Origin + t, to within
 // half a frame of the capture.
-
-struct FileFeed {
-    std::string Error; // empty, or a sentence for the user that names the file and what is wrong
-    std::uint64_t Frames = 0; // length in the file's own frames
-    unsigned Rate = 0;        // Hz
-};
-// A sound file: WAV, FLAC, Ogg and whatever else libsndfile reads, any rate, channel count and
-// length; it is streamed, and silence follows its last frame. Where it has not as many channels as
-// the capture, each hears their mean. On an error the feed stays as it was.
-FileFeed FeedFile(Microphone microphone, const std::string& path);
 
 // Fills Samples, interleaved, -1 to 1, with the frames from First on, counted from the origin at
 // Rate. Thread: the one that captures. It may depend on its arguments only, since captures ask it
@@ -79,11 +66,8 @@ void FeedGenerator(Microphone microphone, Generator generator);
 // MMSYSERR_NODRIVER, but for those that unprepare and close.
 void Unplug(Microphone microphone);
 
-// While on: sound is captured, positions move, but nobody is told of it.
-void StopNotifying(Microphone microphone, bool on = true);
-
-// The next so many times nobody is told, and whoever captures finds all of it at the time after
-// them: waveIn's buffers then come in a row.
+// The next so many times sound is captured and positions move, but nobody is told of it; whoever
+// captures finds all of it at the time after them: waveIn's buffers then come in a row.
 void FallBehind(Microphone microphone, unsigned times);
 
 // The unit that waveInGetPosition answers in whatever is asked for, as some drivers do: a TIME_
@@ -94,10 +78,6 @@ void AnswerPositionsIn(unsigned unit);
 
 struct CaptureStats {
     std::uint64_t OriginMicroseconds = 0; // of the feed, on the machine's clock
-    bool Started = false;                 // there is an origin
-    bool Ended = false;                   // the last frame of the file has been captured
-    bool ReadFailed = false;              // the file broke off; silence since
-    std::uint64_t FileFrames = 0;         // of the file, in its own frames, captured so far
     int Open = 0;
     int Capturing = 0;
 };

@@ -210,7 +210,7 @@ protected:
         return machine::AddMicrophone(model);
     }
     static std::int32_t NumberOf(machine::Microphone microphone) {
-        return machine::DeviceNumber(microphone) + (GetParam() == DirectSound::Present);
+        return static_cast<int>(microphone) + (GetParam() == DirectSound::Present);
     }
     // Neither class opens anything from the nth attempt on.
     static void RefuseOpening(int nth = 1, int times = 0) {
