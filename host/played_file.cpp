@@ -20,11 +20,16 @@ void PlayedFile::Rewind() {
     Broken = false;
 }
 
+// It may have gone since the last capture.
+void PlayedFile::RewindIfThere() try { Rewind(); } catch (const HostError&) {
+    Broken = true;
+}
+
 // Each channel hears the mean of the file's. It is read into the front of the room for all
 // channels, and spread from the back.
-void PlayedFile::Fill(const machine::FeedRequest& request) try {
+void PlayedFile::Fill(const machine::FeedRequest& request) {
     const std::scoped_lock lock(Lock);
-    if (request.First == 0 && Heard > 0) Rewind();
+    if (request.First == 0 && Heard > 0) RewindIfThere();
     const std::span<float> samples = request.Samples;
     const std::size_t frames = samples.size() / request.Channels;
     const std::size_t got = Source ? Source->Read(samples.first(frames)) : 0;
@@ -35,9 +40,6 @@ void PlayedFile::Fill(const machine::FeedRequest& request) try {
     if (!Source || got == frames) return;
     Source.reset();
     Broken = File->BrokeOff();
-} catch (const HostError&) { // it has gone since the last capture
-    std::ranges::fill(request.Samples, 0.0f);
-    Broken = true;
 }
 
 double PlayedFile::SecondsHeard() const {

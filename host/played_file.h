@@ -25,7 +25,8 @@ public:
     bool BrokeOff() const; // it could not be read to its end
 
 private:
-    void Rewind();
+    void Rewind(); // locked, as the next, but at first
+    void RewindIfThere();
 
     const std::string Path;
     double Length = 0;

@@ -1,7 +1,6 @@
-// The seam of the clock: what the calls and the other devices ask of it. A clock has one queue of
-// things to come that all virtual devices share: timers, messages on their way through a cable,
-// sound blocks that fill. Times are microseconds on the machine's clock, of the same origin as
-// timeGetTime.
+// The seam of the clock: what the calls and the other devices ask of it. A clock has lanes of
+// things to come that all devices share: timers, messages on their way, sound blocks that fill.
+// Times are microseconds on the machine's clock, of the same origin as timeGetTime.
 //
 // For the writer of the next clock. It gives every function below but the one at the end, and:
 // - Actions of a lane run one at a time, by due time, equal times in the order of scheduling, never
