@@ -14,7 +14,6 @@ machine::Microphone Add(const char* name) {
     machine::MicrophoneModel model;
     model.Name = name;
     model.Formats = 0x0F0; // of AnalysisRate
-    model.Exclusive = true;
     return machine::AddMicrophone(model);
 }
 

@@ -6,7 +6,7 @@
 
 namespace zorhost {
 
-PlayedFile::PlayedFile(std::string path) : Path(std::move(path)) {
+PlayedFile::PlayedFile(std::string path) : Path(std::move(path)), Last(KeptFrames) {
     Rewind();
     Length = File->Announced();
 }
@@ -14,43 +14,49 @@ PlayedFile::PlayedFile(std::string path) : Path(std::move(path)) {
 void PlayedFile::Rewind() {
     Source.reset();
     File.reset(); // what is piped in cannot be open twice
+    Decoded = 0;
     File = std::make_unique<SoundFile>(Path);
     Source = std::make_unique<Resampled>(*File);
-    Heard = 0;
     Broken = false;
 }
 
-// It may have gone since the last capture.
+// It may have gone since the last time.
 void PlayedFile::RewindIfThere() try { Rewind(); } catch (const HostError&) {
     Broken = true;
 }
 
-// Each channel hears the mean of the file's. It is read into the front of the room for all
-// channels, and spread from the back.
+void PlayedFile::DecodeTo(std::uint64_t end) {
+    while (Source && Decoded < end) {
+        const std::size_t at = Decoded % Last.size();
+        const auto wanted = std::min<std::uint64_t>(end - Decoded, Last.size() - at);
+        const std::size_t got = Source->Read(std::span(Last).subspan(at, wanted));
+        Decoded += got;
+        if (got == wanted) continue;
+        Source.reset();
+        Broken = File->BrokeOff();
+    }
+}
+
 void PlayedFile::Fill(const machine::FeedRequest& request) {
     const std::scoped_lock lock(Lock);
-    if (request.First == 0 && Heard > 0) RewindIfThere();
-    const std::span<float> samples = request.Samples;
-    const std::size_t frames = samples.size() / request.Channels;
-    const std::size_t got = Source ? Source->Read(samples.first(frames)) : 0;
-    std::ranges::fill(samples.subspan(got), 0.0f);
-    for (std::size_t i = got * request.Channels; i-- > 0;)
-        samples[i] = samples[i / request.Channels];
-    Heard += frames;
-    if (!Source || got == frames) return;
-    Source.reset();
-    Broken = File->BrokeOff();
+    Heard = request.First + request.Samples.size() / request.Channels;
+    if (request.First + Last.size() < Decoded) RewindIfThere();
+    DecodeTo(Heard);
+    for (std::size_t i = 0; i < request.Samples.size(); ++i) {
+        const std::uint64_t frame = request.First + i / request.Channels;
+        request.Samples[i] = frame < Decoded ? Last[frame % Last.size()] : 0;
+    }
 }
 
 double PlayedFile::SecondsHeard() const {
     const std::scoped_lock lock(Lock);
     const double heard = static_cast<double>(Heard) / AnalysisRate;
-    return std::min(heard, Source || !Broken ? Length : File ? File->Position() : 0);
+    return std::min(heard, Broken && File ? File->Position() : Length);
 }
 
 bool PlayedFile::Ended() const {
     const std::scoped_lock lock(Lock);
-    return !Source;
+    return !Source && Heard >= Decoded;
 }
 
 bool PlayedFile::BrokeOff() const {

@@ -14,8 +14,8 @@ public:
     // Throws HostError if it is no sound.
     explicit PlayedFile(std::string path);
 
-    // Fills the request with the next of the file. One capture at a time. Thread: the one that
-    // captures. Real time: but for the disk; never throws.
+    // Fills the request with the place of the file that it asks for. Thread: any that captures; all
+    // that capture at one time are within seconds of each other. Real time: but for the disk.
     void Fill(const machine::FeedRequest& request);
 
     // Thread: any.
@@ -25,15 +25,20 @@ public:
     bool BrokeOff() const; // it could not be read to its end
 
 private:
-    void Rewind(); // locked, as the next, but at first
+    static constexpr std::size_t KeptFrames = 1u << 17; // six seconds
+
+    void Rewind(); // locked, as the next two, but at first
     void RewindIfThere();
+    void DecodeTo(std::uint64_t end);
 
     const std::string Path;
     double Length = 0;
     mutable std::mutex Lock; // of all below
     std::unique_ptr<SoundFile> File;
     std::unique_ptr<Resampled> Source; // null behind the end
-    std::uint64_t Heard = 0;           // frames
+    std::vector<float> Last;           // frame n at n modulo its size
+    std::uint64_t Decoded = 0;         // frames
+    std::uint64_t Heard = 0;           // up to this frame of the feed
     bool Broken = false;
 };
 

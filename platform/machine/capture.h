@@ -50,7 +50,7 @@ bool MoveControl(Microphone microphone, const ControlPlace& place, std::uint32_t
 
 // Fills Samples, interleaved, -1 to 1, with the frames from First on, counted from the origin at
 // Rate. Thread: the one that captures. It may depend on its arguments only, since captures ask it
-// each for themselves; that of an exclusive microphone is asked by one at a time.
+// each for themselves.
 struct FeedRequest {
     std::uint64_t First;
     unsigned Rate;

@@ -209,8 +209,9 @@ protected:
         model.Exclusive = true;
         return machine::AddMicrophone(model);
     }
-    static std::int32_t NumberOf(machine::Microphone microphone) {
-        return static_cast<int>(microphone) + (GetParam() == DirectSound::Present);
+    // There are never more than two.
+    std::int32_t NumberOf(machine::Microphone microphone) const {
+        return (microphone != First) + (GetParam() == DirectSound::Present);
     }
     // Neither class opens anything from the nth attempt on.
     static void RefuseOpening(int nth = 1, int times = 0) {
