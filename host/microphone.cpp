@@ -2,16 +2,20 @@
 
 #include "engine/zormidi.h"
 #include "host/host_error.h"
+#include "host/played_file.h"
 
 #include <cstdio>
 
 namespace zorhost {
 
 namespace {
-machine::MicrophoneModel Model(const char* name) {
+
+// At the rate that the library asks for, which is that of the file's sound too.
+machine::Microphone Add(const char* name) {
     machine::MicrophoneModel model;
     model.Name = name;
-    return model;
+    model.Formats = 0x0F0; // of AnalysisRate
+    return machine::AddMicrophone(model);
 }
 
 // None was looked for where the user wants virtual devices only.
@@ -22,26 +26,21 @@ std::string WhyNone() {
 
 } // namespace
 
-Microphone::Microphone() : Device(machine::AddMicrophone(Model("Silence"))) {}
+Microphone::Microphone() : Device(Add("Silence")) {}
 
 Microphone::Microphone(const std::string& path)
-    : Device(machine::AddMicrophone(Model("Sound file"))), Path(path),
-      Feed(machine::FeedFile(Device, path)) {
-    if (!Feed.Error.empty()) throw HostError(Feed.Error);
+    : Path(path), File(std::make_shared<PlayedFile>(path)), Device(Add("Sound file")) {
+    machine::FeedGenerator(Device, [file = File](const auto& request) { file->Fill(request); });
 }
 
-double Microphone::Seconds() const {
-    return Feed.Rate ? static_cast<double>(Feed.Frames) / Feed.Rate : 0;
-}
+double Microphone::Seconds() const { return File ? File->Seconds() : 0; }
 
-double Microphone::SecondsHeard() const {
-    return Feed.Rate ? static_cast<double>(machine::StatsOf(Device).FileFrames) / Feed.Rate : 0;
-}
+double Microphone::SecondsHeard() const { return File ? File->SecondsHeard() : 0; }
 
-bool Microphone::Ended() const { return machine::StatsOf(Device).Ended; }
+bool Microphone::Ended() const { return File && File->Ended(); }
 
 void Microphone::CheckRead() const {
-    if (machine::StatsOf(Device).ReadFailed) {
+    if (File && File->BrokeOff()) {
         throw HostError("\"" + Path + "\" breaks off: it could not be read to its end");
     }
 }

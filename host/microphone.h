@@ -10,6 +10,8 @@
 
 namespace zorhost {
 
+class PlayedFile;
+
 // One that the machine has in place of this computer's.
 class Microphone {
 public:
@@ -22,16 +24,16 @@ public:
     // Of the file, captured so far.
     double SecondsHeard() const;
     bool Ended() const; // the whole file has been captured
-    // Throws HostError if the file broke off while it was read.
+    // Throws HostError if the file could not be read to its end.
     void CheckRead() const;
     // When the file's first sample sounded, in milliseconds of the library's time base, which must
     // run; negative if before its start. Right to a millisecond. Once some of it has been captured.
     std::int64_t StartTime() const;
 
 private:
-    machine::Microphone Device;
     std::string Path;
-    machine::FileFeed Feed;
+    std::shared_ptr<PlayedFile> File; // null for silence
+    machine::Microphone Device;
 };
 
 // The channel of the microphone's notes where --mic switches it on: behind those of four ports.

@@ -62,9 +62,9 @@ class Resampled {
 public:
     // Throws HostError if there is no way from the file's rate.
     explicit Resampled(SoundFile& file);
-    // Less than a block at the end only.
-    std::size_t Read(Block& block) {
-        return soxr_output(Converter.get(), block.data(), block.size());
+    // Less than asked for at the end only.
+    std::size_t Read(std::span<float> samples) {
+        return soxr_output(Converter.get(), samples.data(), samples.size());
     }
 
 private:

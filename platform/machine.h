@@ -9,7 +9,6 @@
 // standard error, nothing recorded. Whoever steers begins with PowerOn.
 #pragma once
 
-#include "platform/machine/boxes.h"
 #include "platform/machine/capture.h"
 #include "platform/machine/clock.h"
 #include "platform/machine/dialogs.h"

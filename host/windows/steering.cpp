@@ -94,7 +94,7 @@ std::vector<FoundMicrophone> FindMicrophones() {
     std::vector<FoundMicrophone> found;
     WAVEINCAPSA about = {};
     for (UINT i = 0; waveInGetDevCapsA(i, &about, sizeof about) == MMSYSERR_NOERROR; ++i)
-        found.push_back({std::to_string(i), about.szPname, false});
+        found.push_back({std::to_string(i), about.szPname, false, 0});
     return found;
 }
 std::string MicrophoneProblem() { return ""; }

@@ -1,7 +1,6 @@
 // Message boxes: on the screen they are dialogs of a sign, a text and an OK button.
-#include "platform/machine/boxes.h"
-
 #include "platform/calls/dialogs.h"
+#include "platform/machine/dialogs.h"
 #include "platform/machine/power.h"
 #include "platform/system/controls.h"
 
@@ -19,7 +18,7 @@ std::function<void(const Box&)> whileUp;
 bool print = true;
 
 const AtPowerOn atPowerOn([] {
-    const std::lock_guard lock(boxesLock);
+    const std::scoped_lock lock(boxesLock);
     boxes.clear();
     whileUp = nullptr;
     print = false;
@@ -57,17 +56,17 @@ void Show(Screen& screen, const Box& box) {
 } // namespace
 
 std::vector<Box> TakeBoxes() {
-    const std::lock_guard lock(boxesLock);
+    const std::scoped_lock lock(boxesLock);
     return std::exchange(boxes, {});
 }
 
 void PrintBoxes(bool on) {
-    const std::lock_guard lock(boxesLock);
+    const std::scoped_lock lock(boxesLock);
     print = on;
 }
 
 void WhileBoxIsUp(std::function<void(const Box&)> action) {
-    const std::lock_guard lock(boxesLock);
+    const std::scoped_lock lock(boxesLock);
     whileUp = std::move(action);
 }
 
@@ -82,7 +81,7 @@ int MessageBoxA(HWND owner, LPCSTR text, LPCSTR caption, UINT flags) {
     Screen* screen = ScreenHere();
     std::function<void(const Box&)> action;
     {
-        const std::lock_guard lock(boxesLock);
+        const std::scoped_lock lock(boxesLock);
         boxes.push_back(box);
         action = whileUp;
         if (print && !screen)

@@ -2,7 +2,7 @@
 #include "platform/calls/dialogs.h"
 
 #include "platform/machine/dialogs.h"
-#include "platform/machine/fault_point.h"
+#include "platform/machine/faults.h"
 #include "platform/machine/power.h"
 #include "platform/ui/windows.h"
 

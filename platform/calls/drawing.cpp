@@ -1,5 +1,5 @@
 // Drawing into controls. A handle is the object itself.
-#include "platform/machine/fault_point.h"
+#include "platform/machine/faults.h"
 #include "platform/system/gdi.h"
 #include "platform/ui/control.h"
 #include "platform/ui/windows.h"
@@ -28,11 +28,6 @@ struct Context {
 
 Context& Of(HDC dc) { return *reinterpret_cast<Context*>(dc); }
 
-template <typename Handle>
-Handle New(Object object) {
-    return reinterpret_cast<Handle>(new Object(object));
-}
-
 } // namespace
 
 DWORD GetSysColor(int index) { return index == COLOR_BTNFACE ? ui::FaceColour : 0; }
@@ -51,8 +46,12 @@ int ReleaseDC(HWND, HDC dc) {
     return 1;
 }
 
-HBRUSH CreateSolidBrush(COLORREF colour) { return New<HBRUSH>({Object::Brush, 0, colour}); }
-HPEN CreatePen(int style, int, COLORREF colour) { return New<HPEN>({Object::Pen, style, colour}); }
+HBRUSH CreateSolidBrush(COLORREF colour) {
+    return reinterpret_cast<HBRUSH>(new Object{Object::Brush, 0, colour});
+}
+HPEN CreatePen(int style, int, COLORREF colour) {
+    return reinterpret_cast<HPEN>(new Object{Object::Pen, style, colour});
+}
 
 HGDIOBJ SelectObject(HDC dc, HGDIOBJ handle) {
     auto* object = static_cast<Object*>(handle);

@@ -1,6 +1,6 @@
 // Global memory. A block's handle lies before its address, so that nobody gets by with the one for
 // the other. Blocks stay where they are, so that locks need no count.
-#include "platform/machine/fault_point.h"
+#include "platform/machine/faults.h"
 #include "platform/system/kernel.h"
 
 #include <cstdlib>

@@ -45,13 +45,10 @@ private:
     DWORD StartTime = 0;
 };
 
-Handles<InputPort>& Ports() {
-    static auto& ports = *new Handles<InputPort>;
-    return ports;
-}
+using Ports = Handles<InputPort>;
 
 const AtPowerOn atPowerOn([] {
-    for (const auto& port : Ports().TakeAll()) port->Close();
+    for (const auto& port : The<Ports>().TakeAll()) port->Close();
 });
 
 void InputPort::Tell(Locked& lock, UINT message, DWORD_PTR first, DWORD_PTR second) {
@@ -112,18 +109,18 @@ MMRESULT InputPort::Close() {
     Silence(lock);
     lock.unlock();
     Device->Close();
-    Ports().Take(Handle);
+    The<Ports>().Take(Handle);
     return MMSYSERR_NOERROR;
 }
 
 } // namespace
 
 bool CallBackMidi(int input, unsigned message, std::uintptr_t first, std::uintptr_t second) {
-    const auto port = PortOn(Ports(), MidiWay::In, input);
+    const auto port = PortOn(The<Ports>(), MidiWay::In, input);
     return port && port->CallBack(message, first, second);
 }
 
-int OpenMidiInputs() { return Ports().Count(); }
+int OpenMidiInputs() { return The<Ports>().Count(); }
 
 } // namespace machine
 
@@ -149,24 +146,24 @@ MMRESULT midiInOpen(HMIDIIN* handle, UINT number, DWORD_PTR callback, DWORD_PTR 
     if (!device) return MMSYSERR_BADDEVICEID;
     const auto port = std::make_shared<InputPort>(std::move(device),
                                                   reinterpret_cast<Callback>(callback), instance);
-    return OpenPort(Ports(), port, port, handle);
+    return OpenPort(The<Ports>(), port, port, handle);
 }
 
 MMRESULT midiInStart(HMIDIIN handle) {
-    return On(Call::midiInStart, Ports(), handle, &InputPort::Start);
+    return On(Call::midiInStart, The<Ports>(), handle, &InputPort::Start);
 }
 
 MMRESULT midiInStop(HMIDIIN handle) {
-    return On(Call::midiInStop, Ports(), handle, &InputPort::Stop);
+    return On(Call::midiInStop, The<Ports>(), handle, &InputPort::Stop);
 }
 
 // There are no buffers for long messages to give back, so a reset is a stop.
 MMRESULT midiInReset(HMIDIIN handle) {
-    return On(Call::midiInReset, Ports(), handle, &InputPort::Stop);
+    return On(Call::midiInReset, The<Ports>(), handle, &InputPort::Stop);
 }
 
 MMRESULT midiInClose(HMIDIIN handle) {
-    return On(Call::midiInClose, Ports(), handle, &InputPort::Close);
+    return On(Call::midiInClose, The<Ports>(), handle, &InputPort::Close);
 }
 
 } // namespace zorsystem

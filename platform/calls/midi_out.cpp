@@ -33,10 +33,7 @@ private:
     std::array<WORD, MIDIPATCHSIZE> Patches{};
 };
 
-Handles<OutputPort>& Ports() {
-    static auto& ports = *new Handles<OutputPort>;
-    return ports;
-}
+using Ports = Handles<OutputPort>;
 
 // What those who steer do to sending and see of it.
 using Driver = std::function<void(Call call, int device)>;
@@ -46,13 +43,9 @@ struct Steering {
     std::vector<SentMidi> Sent;
     std::shared_ptr<const Driver> Program; // null for none
 };
-Steering& The() {
-    static Steering& steering = *new Steering;
-    return steering;
-}
 
 const AtPowerOn atPowerOn([] {
-    for (const auto& port : Ports().TakeAll()) port->Close();
+    for (const auto& port : The<Ports>().TakeAll()) port->Close();
     InsideMidiOut(nullptr);
     TakeSentMidi();
     RecordSentMidi(true);
@@ -61,15 +54,15 @@ const AtPowerOn atPowerOn([] {
 int Number(const MidiDevice& device) { return static_cast<int>(NumberOf(MidiWay::Out, &device)); }
 
 void Record(const MidiDevice& device, std::uint32_t message, bool reset) {
-    if (!The().Recording) return;
+    if (!The<Steering>().Recording) return;
     const int number = Number(device);
-    const std::scoped_lock lock(The().Lock);
-    The().Sent.push_back({Microseconds(), number, message, reset});
+    const std::scoped_lock lock(The<Steering>().Lock);
+    The<Steering>().Sent.push_back({Microseconds(), number, message, reset});
 }
 
 void RunDriver(const MidiDevice& device, Call call) {
-    std::unique_lock lock(The().Lock);
-    const auto program = The().Program;
+    std::unique_lock lock(The<Steering>().Lock);
+    const auto program = The<Steering>().Program;
     lock.unlock();
     if (program) (*program)(call, Number(device));
 }
@@ -135,7 +128,7 @@ MMRESULT OutputPort::Close() {
     if (std::exchange(Closed, true)) return MMSYSERR_INVALHANDLE;
     Device->Close();
     lock.unlock();
-    Ports().Take(Handle);
+    The<Ports>().Take(Handle);
     return MMSYSERR_NOERROR;
 }
 
@@ -162,7 +155,7 @@ std::vector<WORD> OutputPort::Cached() {
 // As every call of an open port, but lets the driver run first, which may close it.
 template <class Operation>
 MMRESULT WithPort(Call call, HMIDIOUT handle, Operation operation) {
-    return On(call, Ports(), handle, [call, operation](OutputPort& port) {
+    return On(call, The<Ports>(), handle, [call, operation](OutputPort& port) {
         RunDriver(*port.Device, call);
         return operation(port);
     });
@@ -177,21 +170,21 @@ std::shared_ptr<MidiDevice> DeviceAt(UINT number) {
 
 void InsideMidiOut(std::function<void(Call call, int device)> driver) {
     auto program = driver ? std::make_shared<const Driver>(std::move(driver)) : nullptr;
-    const std::scoped_lock lock(The().Lock);
-    The().Program.swap(program);
+    const std::scoped_lock lock(The<Steering>().Lock);
+    The<Steering>().Program.swap(program);
 }
 
-void RecordSentMidi(bool on) { The().Recording = on; }
+void RecordSentMidi(bool on) { The<Steering>().Recording = on; }
 
 std::vector<SentMidi> TakeSentMidi() {
-    const std::scoped_lock lock(The().Lock);
-    return std::exchange(The().Sent, {});
+    const std::scoped_lock lock(The<Steering>().Lock);
+    return std::exchange(The<Steering>().Sent, {});
 }
 
-int OpenMidiOutputs() { return Ports().Count(); }
+int OpenMidiOutputs() { return The<Ports>().Count(); }
 
 std::vector<std::uint16_t> CachedPatches(int output) {
-    const auto port = PortOn(Ports(), MidiWay::Out, output);
+    const auto port = PortOn(The<Ports>(), MidiWay::Out, output);
     return port ? port->Cached() : std::vector<std::uint16_t>{};
 }
 
@@ -219,7 +212,7 @@ MMRESULT midiOutOpen(HMIDIOUT* handle, UINT number, DWORD_PTR /*callback*/, DWOR
     auto device = DeviceAt(number);
     if (!device) return number == MIDI_MAPPER ? MIDIERR_NODEVICE : MMSYSERR_BADDEVICEID;
     const auto port = std::make_shared<OutputPort>(std::move(device));
-    return OpenPort(Ports(), port, nullptr, handle);
+    return OpenPort(The<Ports>(), port, nullptr, handle);
 }
 
 MMRESULT midiOutReset(HMIDIOUT handle) {

@@ -3,7 +3,7 @@
 
 #include "platform/calls/handles.h"
 #include "platform/device/midi.h"
-#include "platform/machine/fault_point.h"
+#include "platform/machine/faults.h"
 #include "platform/system/midi.h"
 
 #include <mutex>

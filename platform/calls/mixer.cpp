@@ -1,13 +1,11 @@
-// The mixer calls, as far as they are made: a mixer is opened by its number or by its waveIn
-// device, and everything else goes by the handle.
+// The mixer calls, as far as they are made: a mixer is that of a capture device, opened by its own
+// number or by the device's, and everything else goes by the handle.
 #include "platform/system/mixer.h"
 
 #include "platform/calls/handles.h"
 #include "platform/calls/names.h"
 #include "platform/device/capture.h"
-#include "platform/device/level.h"
-#include "platform/machine/fault_point.h"
-#include "platform/machine/level.h"
+#include "platform/machine/faults.h"
 #include "platform/machine/power.h"
 
 namespace machine {
@@ -15,63 +13,67 @@ namespace {
 
 static_assert(SpeakersLine == MIXERLINE_COMPONENTTYPE_DST_SPEAKERS &&
               RecordingLine == MIXERLINE_COMPONENTTYPE_DST_WAVEIN &&
-              LineInLine == MIXERLINE_COMPONENTTYPE_SRC_LINE &&
               MicrophoneLine == MIXERLINE_COMPONENTTYPE_SRC_MICROPHONE &&
               VolumeControl == MIXERCONTROL_CONTROLTYPE_VOLUME &&
               MuteControl == MIXERCONTROL_CONTROLTYPE_MUTE);
 
-Handles<LevelDevice>& Open() {
-    static Handles<LevelDevice>& open = *new Handles<LevelDevice>;
-    return open;
-}
-const AtPowerOn atPowerOn([] { Open().TakeAll(); });
+using Devices = std::vector<std::shared_ptr<CaptureDevice>>;
 
-// Counts the call and goes on with the mixer of the handle.
+Devices Mixers() {
+    Devices devices = CaptureDevices();
+    std::erase_if(devices, [](const auto& device) { return device->Levels().empty(); });
+    return devices;
+}
+
+using Open = Handles<CaptureDevice>;
+const AtPowerOn atPowerOn([] { The<Open>().TakeAll(); });
+
+// Counts the call and goes on with the controls of the handle.
 template <class Operation>
 MMRESULT WithMixer(Call call, HMIXEROBJ handle, Operation operation) {
     if (const Failure failure{call}) return failure;
-    const auto mixer = Open().Find(handle);
+    const auto mixer = The<Open>().Find(handle);
     if (!mixer) return MMSYSERR_INVALHANDLE;
-    return mixer->Gone() ? MMSYSERR_NODRIVER : operation(*mixer);
+    return mixer->Gone() ? MMSYSERR_NODRIVER : operation(mixer->Levels());
 }
 
-// Where a line stands: its destination, and its place among the sources of that, or NoSource for
-// the destination itself. A line's id is made of the two, and a control's of that and its place on
-// the line, from 1 on.
-constexpr DWORD NoSource = 0xFFFFFFFF;
+// A line's id is made of its destination's type and its own among the sources, 0 for the
+// destination itself; a control's id is its place among all, from 1 on.
+DWORD LineOf(const ControlPlace& place) { return place.Destination << 16 | place.Source; }
 
-DWORD LineId(DWORD destination, DWORD source) { return destination << 8 | (source + 1); }
-
-template <class List>
-auto At(const List& list, std::size_t place) -> decltype(list.data()) {
-    return place < list.size() ? &list[place] : nullptr;
+// The types of a destination's sources.
+std::vector<DWORD> SourcesOf(const LevelList& levels, DWORD destination) {
+    std::vector<DWORD> sources;
+    for (const auto& level : levels)
+        if (level->Place.Destination == destination && level->Place.Source != 0 &&
+            std::ranges::count(sources, level->Place.Source) == 0)
+            sources.push_back(level->Place.Source);
+    return sources;
 }
 
-const LevelLine* FindLine(const LevelDevice& mixer, DWORD destination, DWORD source) {
-    const LevelLine* line = At(mixer.Destinations, destination);
-    return line && source != NoSource ? At(line->Sources, source) : line;
-}
-const LevelLine* FindLine(const LevelDevice& mixer, DWORD id) {
-    return FindLine(mixer, id >> 8, (id & 0xFF) - 1);
+DWORD ChannelsOf(const LevelList& levels, DWORD line) {
+    std::size_t channels = 0;
+    for (const auto& level : levels)
+        if (LineOf(level->Place) == line) channels = std::max(channels, level->Values);
+    return static_cast<DWORD>(channels);
 }
 
 // Goes on with the control of a record and the values in it.
 template <class Operation>
 MMRESULT WithLevel(Call call, HMIXEROBJ handle, const MIXERCONTROLDETAILS& details,
                    Operation operation) {
-    return WithMixer(call, handle, [&](const LevelDevice& mixer) {
-        const LevelLine* line = FindLine(mixer, details.dwControlID >> 8);
-        const auto* level = line ? At(line->Levels, (details.dwControlID & 0xFF) - 1) : nullptr;
-        if (!level) return MIXERR_INVALCONTROL;
-        if (details.cChannels != (*level)->Values) return MMSYSERR_INVALPARAM;
+    return WithMixer(call, handle, [&](const LevelList& levels) {
+        const DWORD place = details.dwControlID - 1;
+        if (place >= levels.size()) return MIXERR_INVALCONTROL;
+        if (details.cChannels != levels[place]->Values) return MMSYSERR_INVALPARAM;
         const std::span values(static_cast<DWORD*>(details.paDetails), details.cChannels);
-        return operation(**level, values) ? MMSYSERR_NOERROR : MMSYSERR_NOTSUPPORTED;
+        return operation(*levels[place], values) ? MMSYSERR_NOERROR : MMSYSERR_NOTSUPPORTED;
     });
 }
 
 } // namespace
 
-int OpenMixers() { return Open().Count(); }
+int OpenMixers() { return The<Open>().Count(); }
 
 } // namespace machine
 
@@ -79,72 +81,67 @@ namespace zorsystem {
 
 using namespace machine;
 
-UINT mixerGetNumDevs() { return static_cast<UINT>(LevelDevices().size()); }
+UINT mixerGetNumDevs() { return static_cast<UINT>(Mixers().size()); }
 
 MMRESULT mixerGetDevCapsA(UINT_PTR number, MIXERCAPSA* caps, UINT /*size*/) {
     if (const Failure failure{Call::mixerGetDevCapsA}) return failure;
-    const auto mixers = LevelDevices();
+    const Devices mixers = Mixers();
     if (number >= mixers.size()) return MMSYSERR_BADDEVICEID;
-    CopyName(caps->szPname, mixers[number]->Name);
+    CopyName(caps->szPname, mixers[number]->Name());
     return MMSYSERR_NOERROR;
 }
 
 MMRESULT mixerOpen(HMIXER* handle, UINT number, DWORD_PTR, DWORD_PTR, DWORD flags) {
     if (const Failure failure{Call::mixerOpen}) return failure;
-    const bool byCapture = flags == MIXER_OBJECTF_WAVEIN;
-    const auto mixers = LevelDevices();
-    const auto captures = CaptureDevices();
-    if (number >= (byCapture ? captures.size() : mixers.size())) return MMSYSERR_BADDEVICEID;
-    auto mixer = byCapture ? captures[number]->Levels() : mixers[number];
-    if (!mixer) return MMSYSERR_NODRIVER;
-    *handle = Open().Add<HMIXER>(std::move(mixer));
+    const Devices devices = flags == MIXER_OBJECTF_WAVEIN ? CaptureDevices() : Mixers();
+    if (number >= devices.size()) return MMSYSERR_BADDEVICEID;
+    if (devices[number]->Levels().empty()) return MMSYSERR_NODRIVER;
+    *handle = The<Open>().Add<HMIXER>(devices[number]);
     return MMSYSERR_NOERROR;
 }
 
 MMRESULT mixerClose(HMIXER handle) {
     if (const Failure failure{Call::mixerClose}) return failure;
-    return Open().Take(handle) ? MMSYSERR_NOERROR : MMSYSERR_INVALHANDLE;
+    return The<Open>().Take(handle) ? MMSYSERR_NOERROR : MMSYSERR_INVALHANDLE;
 }
 
-// A destination by its type, or a source by its place.
+// A destination by its type, or a source of one by its place.
 MMRESULT mixerGetLineInfoA(HMIXEROBJ handle, MIXERLINEA* told, DWORD flags) {
-    return WithMixer(Call::mixerGetLineInfoA, handle, [=](const LevelDevice& mixer) {
-        DWORD destination = told->dwDestination;
-        DWORD source = told->dwSource;
-        if (flags == MIXER_GETLINEINFOF_COMPONENTTYPE) {
-            const auto& all = mixer.Destinations;
-            const auto found = std::ranges::find(all, told->dwComponentType, &LevelLine::Type);
-            destination = static_cast<DWORD>(found - all.begin());
-            source = NoSource;
-        }
-        const LevelLine* line = FindLine(mixer, destination, source);
-        if (!line) return MIXERR_INVALLINE;
+    return WithMixer(Call::mixerGetLineInfoA, handle, [=](const LevelList& levels) {
+        const bool source = flags == MIXER_GETLINEINFOF_SOURCE;
+        ControlPlace line{source ? told->dwDestination : told->dwComponentType, 0, 0};
+        const std::vector<DWORD> sources = SourcesOf(levels, line.Destination);
+        if (source && told->dwSource >= sources.size()) return MIXERR_INVALLINE;
+        if (source) line.Source = sources[told->dwSource];
+        const DWORD channels = ChannelsOf(levels, LineOf(line));
+        if (channels == 0 && sources.empty()) return MIXERR_INVALLINE;
         *told = {.cbStruct = sizeof *told,
-                 .dwDestination = destination,
-                 .dwSource = source,
-                 .dwLineID = LineId(destination, source),
-                 .dwComponentType = line->Type,
-                 .cChannels = line->Channels,
-                 .cConnections = static_cast<DWORD>(line->Sources.size())};
+                 .dwDestination = line.Destination,
+                 .dwSource = told->dwSource,
+                 .dwLineID = LineOf(line),
+                 .dwComponentType = source ? line.Source : line.Destination,
+                 .cChannels = channels,
+                 .cConnections = source ? 0 : static_cast<DWORD>(sources.size())};
         return MMSYSERR_NOERROR;
     });
 }
 
 // The first control of a type.
 MMRESULT mixerGetLineControlsA(HMIXEROBJ handle, MIXERLINECONTROLSA* query, DWORD /*flags*/) {
-    return WithMixer(Call::mixerGetLineControlsA, handle, [=](const LevelDevice& mixer) {
-        const LevelLine* line = FindLine(mixer, query->dwLineID);
-        if (!line) return MIXERR_INVALLINE;
-        const auto level = std::ranges::find(line->Levels, query->dwControlType,
-                                             [](const auto& each) { return each->Type; });
-        if (level == line->Levels.end()) return MIXERR_INVALCONTROL;
+    return WithMixer(Call::mixerGetLineControlsA, handle, [=](const LevelList& levels) {
+        const auto found = std::ranges::find_if(levels, [query](const auto& level) {
+            return LineOf(level->Place) == query->dwLineID &&
+                   level->Place.Control == query->dwControlType;
+        });
+        if (found == levels.end()) return MIXERR_INVALCONTROL;
+        const Level& level = **found;
         MIXERCONTROLA& told = *query->pamxctrl;
         told = {};
-        told.dwControlID =
-            query->dwLineID << 8 | static_cast<DWORD>(level - line->Levels.begin() + 1);
-        told.dwControlType = (*level)->Type;
-        told.fdwControl = (*level)->Values == 1 ? MIXERCONTROL_CONTROLF_UNIFORM : 0;
-        told.Bounds.dwMaximum = (*level)->Maximum;
+        told.dwControlID = static_cast<DWORD>(found - levels.begin() + 1);
+        told.dwControlType = level.Place.Control;
+        if (level.Values < ChannelsOf(levels, query->dwLineID))
+            told.fdwControl = MIXERCONTROL_CONTROLF_UNIFORM;
+        told.Bounds.dwMaximum = level.Maximum;
         return MMSYSERR_NOERROR;
     });
 }

@@ -3,14 +3,14 @@
 #include "platform/machine/modules.h"
 
 #include "platform/calls/names.h"
-#include "platform/machine/fault_point.h"
+#include "platform/common/lasting.h"
+#include "platform/machine/faults.h"
 #include "platform/machine/power.h"
 #include "platform/system/kernel.h"
 #include "platform/ui/template.h"
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <dlfcn.h>
 #include <filesystem>
 #include <mutex>
@@ -23,30 +23,23 @@ struct Modules {
     std::mutex Lock;
     std::string Path;
     const char* SystemName = nullptr; // its handle is this place
-    std::span<const ModuleExport> SystemExports;
+    ModuleFunction (*Find)(std::string_view function) = nullptr;
 };
 
-Modules& The() {
-    static Modules& modules = *new Modules; // modules unload at the process's very end
-    return modules;
-}
-
-using Lock = std::lock_guard<std::mutex>;
-
-HMODULE SystemHandle() { return reinterpret_cast<HMODULE>(&The().SystemName); }
+HMODULE SystemHandle() { return reinterpret_cast<HMODULE>(&The<Modules>().SystemName); }
 
 const AtPowerOn atPowerOn([] { SetModulePath({}); });
 
 } // namespace
 
 void SetModulePath(const std::string& path) {
-    const Lock lock(The().Lock);
-    The().Path = path;
+    const std::scoped_lock lock(The<Modules>().Lock);
+    The<Modules>().Path = path;
 }
 
 std::string ModulePath() {
-    const Lock lock(The().Lock);
-    if (!The().Path.empty()) return The().Path;
+    const std::scoped_lock lock(The<Modules>().Lock);
+    if (!The<Modules>().Path.empty()) return The<Modules>().Path;
     const char* config = std::getenv("XDG_CONFIG_HOME");
     const char* home = std::getenv("HOME");
     const std::filesystem::path folder =
@@ -55,10 +48,10 @@ std::string ModulePath() {
     return folder / "zormidi" / "libzormidi.so";
 }
 
-void OfferModule(const char* name, std::span<const ModuleExport> exports) {
-    const Lock lock(The().Lock);
-    The().SystemName = name;
-    if (name) The().SystemExports = exports;
+void OfferModule(const char* name, ModuleFunction (*find)(std::string_view function)) {
+    const std::scoped_lock lock(The<Modules>().Lock);
+    The<Modules>().SystemName = name;
+    if (name) The<Modules>().Find = find;
 }
 
 } // namespace machine
@@ -93,17 +86,15 @@ void _splitpath(const char* path, char* drive, char* directory, char* /*name*/,
 
 HMODULE LoadLibraryA(LPCSTR name) {
     if (const Failure failure{Call::LoadLibraryA}) return failure;
-    const Lock lock(The().Lock);
-    const char* const there = The().SystemName;
+    const std::scoped_lock lock(The<Modules>().Lock);
+    const char* const there = The<Modules>().SystemName;
     return there && strcasecmp(there, name) == 0 ? SystemHandle() : nullptr;
 }
 
 FARPROC GetProcAddress(HMODULE /*module*/, LPCSTR name) {
     if (const Failure failure{Call::GetProcAddress}) return failure;
-    const Lock lock(The().Lock);
-    for (const ModuleExport& entry : The().SystemExports)
-        if (std::strcmp(entry.Name, name) == 0) return entry.Address;
-    return nullptr;
+    const std::scoped_lock lock(The<Modules>().Lock);
+    return The<Modules>().Find(name);
 }
 
 BOOL FreeLibrary(HMODULE /*module*/) { return TRUE; }

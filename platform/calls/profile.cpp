@@ -1,13 +1,14 @@
 // Private-profile files on disk.
 #include "platform/calls/names.h"
 #include "platform/calls/profile_text.h"
-#include "platform/machine/fault_point.h"
+#include "platform/machine/faults.h"
 #include "platform/system/kernel.h"
 
 #include <cctype>
 #include <filesystem>
 #include <fstream>
 #include <mutex>
+#include <sstream>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -32,13 +33,9 @@ fs::path Locate(const fs::path& wanted) {
 // The file's text, empty for one that is missing or cannot be read: read at every call, so that
 // what others write is seen.
 std::string ReadProfile(const fs::path& place) {
-    std::error_code failed;
-    const auto size = fs::file_size(place, failed);
-    std::string text(failed ? 0 : size, '\0');
-    std::ifstream file(place, std::ios::binary);
-    file.read(text.data(), static_cast<std::streamsize>(text.size()));
-    text.resize(static_cast<std::size_t>(file.gcount()));
-    return text;
+    std::ostringstream text;
+    text << std::ifstream(place, std::ios::binary).rdbuf();
+    return text.str();
 }
 
 // Nobody may write it. The superuser could all the same, but a setting that says so is meant.
@@ -114,7 +111,7 @@ UINT GetPrivateProfileIntA(LPCSTR section, LPCSTR key, int fallback, LPCSTR file
 
 BOOL WritePrivateProfileStringA(LPCSTR section, LPCSTR key, LPCSTR value, LPCSTR file) {
     if (const Failure failure{Call::WritePrivateProfileStringA}) return failure;
-    const std::lock_guard lock(changeLock);
+    const std::scoped_lock lock(changeLock);
     const fs::path place = Locate(file);
     const std::string before = ReadProfile(place);
     const std::string after = WithProfileValue(before, section, key, value);

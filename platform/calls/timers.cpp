@@ -1,7 +1,8 @@
 // The millisecond clock and its one-shots, on the machine's clock. A one-shot's identifier is the
 // token of its action.
+#include "platform/common/lasting.h"
 #include "platform/device/clock.h"
-#include "platform/machine/fault_point.h"
+#include "platform/machine/faults.h"
 #include "platform/machine/power.h"
 #include "platform/system/mmtime.h"
 
@@ -21,28 +22,21 @@ struct Timers {
     }
 };
 
-Timers& The() {
-    static Timers& timers = *new Timers;
-    return timers;
-}
-
-using Lock = std::lock_guard<std::mutex>;
-
 void Expire(void* callback, std::uintptr_t user) {
     reinterpret_cast<LPTIMECALLBACK>(callback)(ActionToken(), 0, user, 0, 0);
 }
 
 const AtPowerOn atPowerOn([] {
-    const Lock lock(The().Lock);
-    The().Caps = {1, 1000000};
-    The().Periods.clear();
+    const std::scoped_lock lock(The<Timers>().Lock);
+    The<Timers>().Caps = {1, 1000000};
+    The<Timers>().Periods.clear();
 });
 
 } // namespace
 
 void SetTimerCaps(unsigned periodMin, unsigned periodMax) {
-    const Lock lock(The().Lock);
-    The().Caps = {periodMin, periodMax};
+    const std::scoped_lock lock(The<Timers>().Lock);
+    The<Timers>().Caps = {periodMin, periodMax};
 }
 
 std::vector<std::uint32_t> PendingTimers() {
@@ -53,8 +47,8 @@ std::vector<std::uint32_t> PendingTimers() {
 }
 
 std::vector<unsigned> OpenTimerPeriods() {
-    const Lock lock(The().Lock);
-    return The().Periods;
+    const std::scoped_lock lock(The<Timers>().Lock);
+    return The<Timers>().Periods;
 }
 
 } // namespace machine
@@ -68,24 +62,24 @@ DWORD GetTickCount() { return timeGetTime(); }
 
 MMRESULT timeGetDevCaps(TIMECAPS* caps, UINT /*size*/) {
     if (const Failure failure{Call::timeGetDevCaps}) return failure;
-    const Lock lock(The().Lock);
-    *caps = The().Caps;
+    const std::scoped_lock lock(The<Timers>().Lock);
+    *caps = The<Timers>().Caps;
     return TIMERR_NOERROR;
 }
 
 MMRESULT timeBeginPeriod(UINT milliseconds) {
     if (const Failure failure{Call::timeBeginPeriod}) return failure;
     StartLane(Lane::Timers);
-    const Lock lock(The().Lock);
-    if (!The().InRange(milliseconds)) return TIMERR_NOCANDO;
-    The().Periods.push_back(milliseconds);
+    const std::scoped_lock lock(The<Timers>().Lock);
+    if (!The<Timers>().InRange(milliseconds)) return TIMERR_NOCANDO;
+    The<Timers>().Periods.push_back(milliseconds);
     return TIMERR_NOERROR;
 }
 
 MMRESULT timeEndPeriod(UINT milliseconds) {
     if (const Failure failure{Call::timeEndPeriod}) return failure;
-    const Lock lock(The().Lock);
-    std::vector<unsigned>& periods = The().Periods;
+    const std::scoped_lock lock(The<Timers>().Lock);
+    std::vector<unsigned>& periods = The<Timers>().Periods;
     const auto period = std::ranges::find(periods, milliseconds);
     if (period == periods.end()) return TIMERR_NOCANDO;
     periods.erase(period);
@@ -96,8 +90,8 @@ MMRESULT timeSetEvent(UINT delay, UINT /*resolution*/, LPTIMECALLBACK callback, 
                       UINT /*flags*/) {
     if (const Failure failure{Call::timeSetEvent}) return failure;
     {
-        const Lock lock(The().Lock);
-        if (!The().InRange(delay)) return 0;
+        const std::scoped_lock lock(The<Timers>().Lock);
+        if (!The<Timers>().InRange(delay)) return 0;
     }
     // Counted from the millisecond that timeGetTime reads now: at the expiry it reads that
     // millisecond plus the delay, never one less.

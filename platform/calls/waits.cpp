@@ -1,11 +1,11 @@
 // Events, threads and the waits for them.
 //
-// A signal is handed over on the spot: whoever signals an object finds the waits that it ends, and
-// takes them off the list before it goes on. So a thread whose wait has ended counts as at work
-// from that moment, and the stepped clock never moves on in the gap before it really runs.
+// Whoever signals an object rouses every wait, and each looks whether it is over. A thread that has
+// been roused counts as at work from that moment, so the stepped clock never moves on in the gap
+// before it really runs.
 #include "platform/calls/handles.h"
 #include "platform/device/clock.h"
-#include "platform/machine/fault_point.h"
+#include "platform/machine/faults.h"
 #include "platform/machine/power.h"
 #include "platform/system/kernel.h"
 
@@ -25,30 +25,21 @@ struct Object {  // an event, or a thread that ends
 };
 using Objects = std::span<const std::shared_ptr<Object>>;
 
-struct Waiter {
-    Objects For;          // none: asleep
-    bool Counted = false; // a thread of the library's
-    bool Done = false;
-    DWORD Result = WAIT_TIMEOUT;
-    std::condition_variable Wake{};
-};
-
 struct Kernel {
     Handles<Object> Open;
-    std::mutex Lock;              // of all below and of what objects and waiters hold
-    std::vector<Waiter*> Waiters; // the oldest first: of several waits for one signal it gets it
-    int AtWork = 0;               // threads of the library's that do not wait
-    std::condition_variable NoneAtWork;
+    std::mutex Lock; // of all below and of what objects hold
+    std::condition_variable Changed;
+    unsigned Rousings = 0;
+    int AtWork = 0, Waiting = 0; // threads of the library's
 };
-
-Kernel& The() {
-    static Kernel& kernel = *new Kernel;
-    return kernel;
-}
 
 thread_local bool libraryThread = false;
 
 using Lock = std::unique_lock<std::mutex>;
+
+std::chrono::steady_clock::time_point RealTime(std::uint64_t microseconds) {
+    return std::chrono::steady_clock::time_point(std::chrono::microseconds(microseconds));
+}
 
 // Ends a wait if one of its objects allows, and takes that one's signal with it.
 bool Satisfied(Objects objects, DWORD& result) {
@@ -60,53 +51,46 @@ bool Satisfied(Objects objects, DWORD& result) {
     return true;
 }
 
-void Leave(Kernel& kernel) { // the thread stops being at work
-    if (libraryThread && --kernel.AtWork == 0) kernel.NoneAtWork.notify_all();
-}
-
-void End(Kernel& kernel, Waiter& waiter, DWORD result) {
-    std::erase(kernel.Waiters, &waiter);
-    waiter.Done = true;
-    waiter.Result = result;
-    if (waiter.Counted) ++kernel.AtWork;
-    waiter.Wake.notify_one();
+void Rouse(Kernel& kernel) {
+    ++kernel.Rousings;
+    kernel.AtWork += std::exchange(kernel.Waiting, 0);
+    kernel.Changed.notify_all();
 }
 
 void Signal(Kernel& kernel, Object& object) {
     object.Signalled = true;
-    for (std::size_t i = 0; i < kernel.Waiters.size();) {
-        Waiter& waiter = *kernel.Waiters[i];
-        DWORD result = 0;
-        if (Satisfied(waiter.For, result))
-            End(kernel, waiter, result); // and the next one is at its place
-        else
-            ++i;
+    Rouse(kernel);
+}
+
+// Until the next rousing, or the deadline of a real wait. The thread is not at work meanwhile.
+void Rest(Kernel& kernel, Lock& lock, std::uint64_t deadline) {
+    const auto roused = [&kernel, seen = kernel.Rousings] { return kernel.Rousings != seen; };
+    kernel.Waiting += libraryThread;
+    kernel.AtWork -= libraryThread;
+    if (libraryThread && kernel.AtWork == 0) kernel.Changed.notify_all();
+    if (deadline == Forever || ClockIsStepped())
+        kernel.Changed.wait(lock, roused);
+    else if (!kernel.Changed.wait_until(lock, RealTime(deadline), roused)) {
+        kernel.Waiting -= libraryThread;
+        kernel.AtWork += libraryThread;
     }
 }
 
-// The time-out of a wait on stepped time.
-void TimeOut(void* context, std::uintptr_t /*argument*/) {
-    const Lock lock(The().Lock);
-    Waiter& waiter = *static_cast<Waiter*>(context);
-    if (!waiter.Done) End(The(), waiter, WAIT_TIMEOUT);
-}
-
 DWORD Block(Kernel& kernel, Lock& lock, Objects objects, std::uint64_t deadline) {
-    Waiter waiter{.For = objects, .Counted = libraryThread};
-    const auto done = [&waiter] { return waiter.Done; };
-    const std::chrono::steady_clock::time_point until{std::chrono::microseconds(deadline)};
-    const bool timed = deadline != Forever, stepped = ClockIsStepped();
+    DWORD result = WAIT_TIMEOUT;
     // Scheduled before the thread counts as waiting: from then on time may reach the deadline.
-    if (timed && stepped) Schedule(Lane::Timers, deadline, TimeOut, &waiter);
-    kernel.Waiters.push_back(&waiter);
-    Leave(kernel);
-    if (!timed || stepped)
-        waiter.Wake.wait(lock, done);
-    else if (!waiter.Wake.wait_until(lock, until, done))
-        End(kernel, waiter, WAIT_TIMEOUT);
+    if (deadline != Forever && ClockIsStepped())
+        Schedule(
+            Lane::Timers, deadline,
+            [](void*, std::uintptr_t) {
+                const Lock ending(The<Kernel>().Lock);
+                Rouse(The<Kernel>());
+            },
+            &result);
+    while (!Satisfied(objects, result) && Microseconds() < deadline) Rest(kernel, lock, deadline);
     lock.unlock();
-    if (timed && stepped) UnscheduleAll(&waiter);
-    return waiter.Result;
+    UnscheduleAll(&result);
+    return result;
 }
 
 // A wait of the thread that moves stepped time: it moves it. Inside an action no time can pass, so
@@ -125,7 +109,7 @@ DWORD WaitSteering(Kernel& kernel, Lock& lock, Objects objects, std::uint64_t de
 }
 
 DWORD Wait(Objects objects, DWORD milliseconds) {
-    Kernel& kernel = The();
+    Kernel& kernel = The<Kernel>();
     Lock lock(kernel.Lock);
     DWORD result = 0;
     if (Satisfied(objects, result)) return result;
@@ -147,20 +131,20 @@ void* ThreadMain(void* argument) {
     const std::unique_ptr<ThreadStart> start(static_cast<ThreadStart*>(argument));
     libraryThread = true;
     start->Body(start->Argument);
-    const Lock lock(The().Lock);
-    Signal(The(), *start->End);
-    Leave(The());
+    const Lock lock(The<Kernel>().Lock);
+    --The<Kernel>().AtWork;
+    Signal(The<Kernel>(), *start->End);
     return nullptr;
 }
 
-const AtPowerOn atPowerOn([] { The().Open.TakeAll(); });
+const AtPowerOn atPowerOn([] { The<Kernel>().Open.TakeAll(); });
 
 } // namespace
 
 void WaitUntilLibraryThreadsWait() {
-    Kernel& kernel = The();
+    Kernel& kernel = The<Kernel>();
     Lock lock(kernel.Lock);
-    kernel.NoneAtWork.wait(lock, [&kernel] { return kernel.AtWork == 0; });
+    kernel.Changed.wait(lock, [&kernel] { return kernel.AtWork == 0; });
 }
 
 } // namespace machine
@@ -171,20 +155,20 @@ using namespace machine;
 
 HANDLE CreateEventA(void* /*security*/, BOOL manualReset, BOOL signalled, LPCSTR /*name*/) {
     if (const Failure failure{Call::CreateEventA}) return failure;
-    return The().Open.Add<HANDLE>(
+    return The<Kernel>().Open.Add<HANDLE>(
         std::make_shared<Object>(Object{manualReset != 0, signalled != 0}));
 }
 
 BOOL SetEvent(HANDLE event) {
-    const auto object = The().Open.Find(event);
-    const Lock lock(The().Lock);
-    if (object) Signal(The(), *object);
+    const auto object = The<Kernel>().Open.Find(event);
+    const Lock lock(The<Kernel>().Lock);
+    if (object) Signal(The<Kernel>(), *object);
     return object != nullptr;
 }
 
 BOOL ResetEvent(HANDLE event) {
-    const auto object = The().Open.Find(event);
-    const Lock lock(The().Lock);
+    const auto object = The<Kernel>().Open.Find(event);
+    const Lock lock(The<Kernel>().Lock);
     if (object) object->Signalled = false;
     return object != nullptr;
 }
@@ -197,11 +181,11 @@ DWORD WaitForMultipleObjects(DWORD count, const HANDLE* objects, BOOL /*all*/, D
     // Held for the length of the wait, so that closing a handle meanwhile does no harm.
     std::array<std::shared_ptr<Object>, MAXIMUM_WAIT_OBJECTS> held;
     for (DWORD i = 0; i < count; ++i)
-        if (!(held[i] = The().Open.Find(objects[i]))) return WAIT_FAILED;
+        if (!(held[i] = The<Kernel>().Open.Find(objects[i]))) return WAIT_FAILED;
     return Wait(Objects(held.data(), count), milliseconds);
 }
 
-BOOL CloseHandle(HANDLE handle) { return The().Open.Take(handle) != nullptr; }
+BOOL CloseHandle(HANDLE handle) { return The<Kernel>().Open.Take(handle) != nullptr; }
 
 // Stacks have the system's own size, which no caller here exceeds.
 std::uintptr_t _beginthreadex(void* /*security*/, unsigned /*stackSize*/,
@@ -210,13 +194,13 @@ std::uintptr_t _beginthreadex(void* /*security*/, unsigned /*stackSize*/,
     if (const Failure failure{Call::_beginthreadex}) return failure;
     const auto end = std::make_shared<Object>(Object{.Manual = true, .Signalled = false});
     auto owned = std::make_unique<ThreadStart>(ThreadStart{start, argument, end});
-    const Lock lock(The().Lock);
+    const Lock lock(The<Kernel>().Lock);
     pthread_t thread;
     if (pthread_create(&thread, nullptr, ThreadMain, owned.get()) != 0) return 0;
     pthread_detach(thread);
     static_cast<void>(owned.release());
-    ++The().AtWork;
-    return The().Open.Add<std::uintptr_t>(end);
+    ++The<Kernel>().AtWork;
+    return The<Kernel>().Open.Add<std::uintptr_t>(end);
 }
 
 void Sleep(DWORD milliseconds) {

@@ -6,7 +6,7 @@
 #include "platform/calls/names.h"
 #include "platform/device/capture.h"
 #include "platform/machine/capture.h"
-#include "platform/machine/fault_point.h"
+#include "platform/machine/faults.h"
 #include "platform/machine/native.h"
 #include "platform/machine/power.h"
 #include "platform/system/user.h"
@@ -22,25 +22,22 @@ std::atomic<int> prepared{0};
 std::atomic<int> duringReset{0};
 std::atomic<unsigned> positionUnit{0};
 
-struct Listener {
-    void (*Function)(HWAVEIN, UINT, DWORD_PTR, DWORD_PTR, DWORD_PTR);
-    DWORD_PTR Instance;
-};
+using Callback = void(CALLBACK*)(HWAVEIN, UINT, DWORD_PTR, DWORD_PTR, DWORD_PTR);
 
 // Public functions run on any thread, but for the ones that the system forbids inside a callback.
 // The callback runs on the capturing thread with nothing locked; on the caller's inside Close, Stop
 // and Reset, which hand buffers back themselves.
 class WaveIn final : public CaptureOwner, public std::enable_shared_from_this<WaveIn> {
 public:
-    WaveIn(CaptureDevice& device, const PcmFormat& format, const Listener& listener)
-        : Rate(format.Rate), FrameBytes(format.Channels * format.Bits / 8), Client(listener),
-          Stream(device.Open(format, *this)) {}
+    WaveIn(CaptureDevice& device, const PcmFormat& format, Callback client, DWORD_PTR instance)
+        : Rate(format.Rate), FrameBytes(format.Channels * format.Bits / 8), Client(client),
+          Instance(instance), Stream(device.Open(format, *this)) {}
     ~WaveIn() { Abandon(); }
 
     // False: the device is not to be had. Every other function needs it.
     bool IsOpen() const { return Stream != nullptr; }
     void Tell(UINT message, WAVEHDR* header = nullptr) {
-        Client.Function(Handle, message, Client.Instance, reinterpret_cast<DWORD_PTR>(header), 0);
+        Client(Handle, message, Instance, reinterpret_cast<DWORD_PTR>(header), 0);
     }
 
     MMRESULT Prepare(WAVEHDR& header);
@@ -73,7 +70,8 @@ private:
 
     const unsigned Rate;
     const unsigned FrameBytes;
-    const Listener Client;
+    const Callback Client;
+    const DWORD_PTR Instance;
 
     std::atomic<int> Endings{0}; // stops and resets under way
 
@@ -83,8 +81,7 @@ private:
     bool Ending = false;         // a stop or reset is waiting for the callback
     std::vector<WAVEHDR*> Queue; // to be filled; a few, and room for them stays
     std::uint64_t Filled = 0;    // frames of the stream taken out, by a buffer or lost
-    std::uint64_t Lost = 0;      // of these
-    std::uint64_t Before = 0;    // recorded since the last reset, before the present Start
+    std::uint64_t Before = 0;    // recorded since the last reset but not of this stream, less lost
 };
 
 MMRESULT WaveIn::Prepare(WAVEHDR& header) {
@@ -117,7 +114,7 @@ MMRESULT WaveIn::Add(WAVEHDR& header) {
     if (Queue.size() > 1 || !Started) return MMSYSERR_NOERROR;
     const std::uint64_t missed = Stream->Position() - Filled;
     Stream->Read(nullptr, missed);
-    Lost += missed;
+    Before -= missed; // which wraps below 0, and comes back as missed frames are added
     Filled += missed;
     Stream->WakeAt(EndOfFirst());
     return MMSYSERR_NOERROR;
@@ -160,7 +157,7 @@ MMRESULT WaveIn::Position(MMTIME& time) {
 // Frames lost for want of a buffer were not recorded, so they do not count.
 std::uint64_t WaveIn::PositionNow() const {
     if (!Started) return Before;
-    return Before + (Queue.empty() ? Filled : Stream->DevicePosition()) - Lost;
+    return Before + (Queue.empty() ? Filled : Stream->DevicePosition());
 }
 
 MMRESULT WaveIn::MayClose() {
@@ -220,8 +217,7 @@ void WaveIn::EndCapture(bool handBackAll) {
         while (WAVEHDR* const full = TakeFilled(position)) back.push_back(full);
         if (!Queue.empty() && position > Filled) back.push_back(FillFirst(position));
         Started = false;
-        Before += Filled - Lost;
-        Filled = Lost = 0;
+        Before += std::exchange(Filled, 0);
     }
     if (handBackAll) {
         back.insert(back.end(), Queue.begin(), Queue.end());
@@ -231,33 +227,24 @@ void WaveIn::EndCapture(bool handBackAll) {
     --Endings;
 }
 
-Handles<WaveIn>& Open() {
-    static Handles<WaveIn>& open = *new Handles<WaveIn>;
-    return open;
-}
+using Open = Handles<WaveIn>;
 
 const AtPowerOn atPowerOn([] {
-    for (const auto& handle : Open().TakeAll()) handle->Abandon();
+    for (const auto& handle : The<Open>().TakeAll()) handle->Abandon();
     prepared = duringReset = 0;
     AnswerPositionsIn(0);
 });
 
-// dwFormats: at each rate mono and stereo of 8 bits, then of 16.
 DWORD FormatsOf(const CaptureDevice& device) {
     DWORD formats = 0;
-    DWORD bit = 1;
-    for (const unsigned rate : {11025u, 22050u, 44100u})
-        for (const unsigned bits : {8u, 16u})
-            for (const unsigned channels : {1u, 2u}) {
-                if (device.Supports({rate, channels, bits})) formats |= bit;
-                bit <<= 1;
-            }
+    for (std::size_t bit = 0; bit < CommonFormats.size(); ++bit)
+        if (device.Supports(CommonFormats[bit])) formats |= 1u << bit;
     return formats;
 }
 
 } // namespace
 
-int OpenWaveIns() { return Open().Count(); }
+int OpenWaveIns() { return The<Open>().Count(); }
 int PreparedWaveHeaders() { return prepared.load(std::memory_order_relaxed); }
 int WaveCallsDuringReset() { return duringReset.load(std::memory_order_relaxed); }
 void AnswerPositionsIn(unsigned unit) { positionUnit.store(unit, std::memory_order_relaxed); }
@@ -298,18 +285,18 @@ MMRESULT waveInOpen(HWAVEIN* handle, UINT number, const WAVEFORMATEX* wave, DWOR
     if (number >= devices.size()) return MMSYSERR_BADDEVICEID;
     const PcmFormat format{wave->nSamplesPerSec, wave->nChannels, wave->wBitsPerSample};
     if (!devices[number]->Supports(format)) return WAVERR_BADFORMAT;
-    const Listener listener{reinterpret_cast<decltype(Listener::Function)>(callback), instance};
-    const auto open = std::make_shared<WaveIn>(*devices[number], format, listener);
+    const auto open = std::make_shared<WaveIn>(*devices[number], format,
+                                               reinterpret_cast<Callback>(callback), instance);
     if (!open->IsOpen()) return MMSYSERR_ALLOCATED;
-    *handle = open->Handle = Open().Add<HWAVEIN>(open);
+    *handle = open->Handle = The<Open>().Add<HWAVEIN>(open);
     open->Tell(WIM_OPEN);
     return MMSYSERR_NOERROR;
 }
 
 MMRESULT waveInClose(HWAVEIN handle) {
-    if (const MMRESULT fault = On(Call::waveInClose, Open(), handle, &WaveIn::MayClose))
+    if (const MMRESULT fault = On(Call::waveInClose, The<Open>(), handle, &WaveIn::MayClose))
         return fault;
-    const auto closed = Open().Take(handle);
+    const auto closed = The<Open>().Take(handle);
     if (!closed) return MMSYSERR_INVALHANDLE;
     closed->Abandon();
     closed->Tell(WIM_CLOSE);
@@ -317,23 +304,25 @@ MMRESULT waveInClose(HWAVEIN handle) {
 }
 
 MMRESULT waveInPrepareHeader(HWAVEIN handle, WAVEHDR* header, UINT /*size*/) {
-    return On(Call::waveInPrepareHeader, Open(), handle, &WaveIn::Prepare, *header);
+    return On(Call::waveInPrepareHeader, The<Open>(), handle, &WaveIn::Prepare, *header);
 }
 MMRESULT waveInUnprepareHeader(HWAVEIN handle, WAVEHDR* header, UINT /*size*/) {
-    return On(Call::waveInUnprepareHeader, Open(), handle, &WaveIn::Unprepare, *header);
+    return On(Call::waveInUnprepareHeader, The<Open>(), handle, &WaveIn::Unprepare, *header);
 }
 MMRESULT waveInAddBuffer(HWAVEIN handle, WAVEHDR* header, UINT /*size*/) {
-    return On(Call::waveInAddBuffer, Open(), handle, &WaveIn::Add, *header);
+    return On(Call::waveInAddBuffer, The<Open>(), handle, &WaveIn::Add, *header);
 }
 MMRESULT waveInStart(HWAVEIN handle) {
-    return On(Call::waveInStart, Open(), handle, &WaveIn::Start);
+    return On(Call::waveInStart, The<Open>(), handle, &WaveIn::Start);
 }
-MMRESULT waveInStop(HWAVEIN handle) { return On(Call::waveInStop, Open(), handle, &WaveIn::Stop); }
+MMRESULT waveInStop(HWAVEIN handle) {
+    return On(Call::waveInStop, The<Open>(), handle, &WaveIn::Stop);
+}
 MMRESULT waveInReset(HWAVEIN handle) {
-    return On(Call::waveInReset, Open(), handle, &WaveIn::Reset);
+    return On(Call::waveInReset, The<Open>(), handle, &WaveIn::Reset);
 }
 MMRESULT waveInGetPosition(HWAVEIN handle, MMTIME* time, UINT /*size*/) {
-    return On(Call::waveInGetPosition, Open(), handle, &WaveIn::Position, *time);
+    return On(Call::waveInGetPosition, The<Open>(), handle, &WaveIn::Position, *time);
 }
 
 } // namespace zorsystem

@@ -19,6 +19,7 @@
 // run does not start.
 #pragma once
 
+#include "platform/device/level.h"
 #include "platform/device/pcm_format.h"
 
 #include <cstdint>
@@ -28,7 +29,7 @@
 
 namespace machine {
 
-class LevelDevice;
+using LevelList = std::vector<std::shared_ptr<Level>>;
 
 // Whoever takes the sound of a stream.
 class CaptureOwner {
@@ -85,12 +86,12 @@ public:
     // A stopped stream that holds the device until it is destroyed. Null if somebody else has it
     // for himself, or it is gone. owner outlives the stream.
     virtual std::unique_ptr<CaptureStream> Open(const PcmFormat& format, CaptureOwner& owner) = 0;
-    // Its volume and the like, null if it has none.
-    virtual std::shared_ptr<LevelDevice> Levels() const = 0;
+    // Its volume and the like, which do not change while it is there; empty if it has none.
+    virtual const LevelList& Levels() const = 0;
 };
 
-// Those that are there; their places are their numbers, and the first is the default one. Where
-// none has been added to Roster<CaptureDevice> they are the computer's own. Thread: any.
+// Those that are there; their places are their numbers, and the first is the default one: those
+// that whoever steers has added, else the computer's own. Thread: any.
 std::vector<std::shared_ptr<CaptureDevice>> CaptureDevices();
 
 // The computer's own, if the machine is to have them. Given by native/.

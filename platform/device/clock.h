@@ -1,7 +1,6 @@
-// The seam of the clock: what the calls and the other devices ask of it. A clock has one queue of
-// things to come that all virtual devices share: timers, messages on their way through a cable,
-// sound blocks that fill. Times are microseconds on the machine's clock, of the same origin as
-// timeGetTime.
+// The seam of the clock: what the calls and the other devices ask of it. A clock has lanes of
+// things to come that all devices share: timers, messages on their way, sound blocks that fill.
+// Times are microseconds on the machine's clock, of the same origin as timeGetTime.
 //
 // For the writer of the next clock. It gives every function below but the one at the end, and:
 // - Actions of a lane run one at a time, by due time, equal times in the order of scheduling, never
@@ -18,6 +17,7 @@
 
 #include "platform/machine/clock.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -36,13 +36,18 @@ constexpr std::uint64_t Forever = ~std::uint64_t{0}; // a time that does not com
 // itself; a caller that prepares a real-time path does it first. Real time: no, starts a thread.
 void StartLane(Lane lane);
 
-// Runs action once at the given time. Gives 0 when the queue, thousands of entries long, is full,
-// or the system has no thread for the lane. Real time: yes once the lane is started.
+// MIDI messages that a lane has room for: as many as a cable between processes holds, so that a
+// flood of them takes no room of the timers'.
+constexpr std::size_t MostMessages = 1u << 16;
+
+// Runs action once at the given time. Gives 0 when the lane has room for no more (thousands beyond
+// MostMessages), or so many entries as the caller means to leave it with at most, or the system has
+// no thread for it. Real time: yes once the lane is started.
 Token Schedule(Lane lane, std::uint64_t dueMicroseconds, Action action, void* context,
-               std::uintptr_t argument = 0);
+               std::uintptr_t argument = 0, std::size_t most = ~std::size_t{0});
 
 // Forgets an action that has not begun. False if it has begun or ended. Real time: yes; does not
-// wait.
+// wait, but looks through all that is to come.
 bool Unschedule(Token token);
 
 // Forgets every action of this context, and waits for one under way unless called from within it.
@@ -65,9 +70,6 @@ std::vector<std::uint64_t> PendingDues(Action action);
 // Waits until no other thread is inside an action, for five seconds at the most: for a module
 // that is about to leave memory, which a callback may still be in. Real time: no.
 void LetActionsEnd();
-
-// How often the clock has been changed: what was meant for an earlier one is over. Real time: yes.
-std::uint32_t ClockChanges();
 
 // ---- stepped time and waits --------------------------------------------------------------------
 // A thread that waits for an object lets stepped time pass if it is the one that moves it. A clock

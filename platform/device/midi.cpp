@@ -1,5 +1,6 @@
 #include "platform/device/midi.h"
 
+#include "platform/common/lasting.h"
 #include "platform/machine/midi.h"
 
 #include <mutex>
@@ -7,7 +8,6 @@
 namespace machine {
 namespace {
 
-// Never destroyed, since threads of devices run until the process ends.
 struct DeviceList {
     std::mutex Lock;
     std::vector<std::shared_ptr<MidiDevice>> Known;
@@ -18,22 +18,18 @@ struct DeviceList {
     bool Finding = false;
     std::atomic<bool> Found{false};
 };
-DeviceList& The() {
-    static DeviceList& list = *new DeviceList;
-    return list;
-}
 
 void TellWatcher() {
-    const std::scoped_lock lock(The().WatchLock);
-    if (const auto watcher = The().Watcher) watcher();
+    const std::scoped_lock lock(The<DeviceList>().WatchLock);
+    if (const auto watcher = The<DeviceList>().Watcher) watcher();
 }
 
 void FindOnce() {
-    if (The().Found.load(std::memory_order_acquire)) return;
-    const std::scoped_lock lock(The().FindLock);
-    if (std::exchange(The().Finding, true)) return;
+    if (The<DeviceList>().Found.load(std::memory_order_acquire)) return;
+    const std::scoped_lock lock(The<DeviceList>().FindLock);
+    if (std::exchange(The<DeviceList>().Finding, true)) return;
     FindMidiDevices();
-    The().Found.store(true, std::memory_order_release);
+    The<DeviceList>().Found.store(true, std::memory_order_release);
 }
 
 std::vector<std::string> UsersOf(MidiWay way, int number) {
@@ -53,33 +49,33 @@ void MidiDevice::Become(bool gone) {
 
 void AddMidiDevice(std::shared_ptr<MidiDevice> device) {
     {
-        const std::scoped_lock lock(The().Lock);
-        The().Known.push_back(std::move(device));
+        const std::scoped_lock lock(The<DeviceList>().Lock);
+        The<DeviceList>().Known.push_back(std::move(device));
     }
     TellWatcher();
 }
 
 std::vector<std::shared_ptr<MidiDevice>> KnownMidiDevices(MidiWay way) {
     FindOnce();
-    const std::scoped_lock lock(The().Lock);
-    std::vector<std::shared_ptr<MidiDevice>> known = The().Known;
+    const std::scoped_lock lock(The<DeviceList>().Lock);
+    std::vector<std::shared_ptr<MidiDevice>> known = The<DeviceList>().Known;
     std::erase_if(known, [way](const auto& device) { return device->Way != way; });
     return known;
 }
 
 std::shared_ptr<MidiDevice> MidiDeviceAt(MidiWay way, std::uint64_t number) {
     FindOnce();
-    const std::scoped_lock lock(The().Lock);
-    for (const auto& device : The().Known)
+    const std::scoped_lock lock(The<DeviceList>().Lock);
+    for (const auto& device : The<DeviceList>().Known)
         if (device->Way == way && !device->Gone() && number-- == 0) return device;
     return nullptr;
 }
 
 unsigned NumberOf(MidiWay way, const MidiDevice* sought) {
     FindOnce();
-    const std::scoped_lock lock(The().Lock);
+    const std::scoped_lock lock(The<DeviceList>().Lock);
     unsigned number = 0;
-    for (const auto& device : The().Known) {
+    for (const auto& device : The<DeviceList>().Known) {
         if (device.get() == sought && !device->Gone()) break;
         number += device->Way == way && !device->Gone();
     }
@@ -87,28 +83,28 @@ unsigned NumberOf(MidiWay way, const MidiDevice* sought) {
 }
 
 void SetMidiFinder(std::unique_ptr<MidiFinder> finder) {
-    const std::scoped_lock lock(The().Lock);
-    The().Finder.swap(finder);
+    const std::scoped_lock lock(The<DeviceList>().Lock);
+    The<DeviceList>().Finder.swap(finder);
 }
 
 std::vector<std::string> UsersOfMidiInput(int number) { return UsersOf(MidiWay::In, number); }
 std::vector<std::string> UsersOfMidiOutput(int number) { return UsersOf(MidiWay::Out, number); }
 
 void ForgetMidiDevices() {
-    The().Found = true;
-    std::unique_lock lock(The().Lock);
-    auto finder = std::move(The().Finder);
+    The<DeviceList>().Found = true;
+    std::unique_lock lock(The<DeviceList>().Lock);
+    auto finder = std::move(The<DeviceList>().Finder);
     lock.unlock();
     finder.reset(); // what it has just found is forgotten as well
     lock.lock();
-    const auto forgotten = std::exchange(The().Known, {});
+    const auto forgotten = std::exchange(The<DeviceList>().Known, {});
     lock.unlock();
     for (const auto& device : forgotten) device->LeaveForGood();
 }
 
 void WatchMidiDevices(std::function<void()> watcher) {
-    const std::scoped_lock lock(The().WatchLock);
-    The().Watcher.swap(watcher);
+    const std::scoped_lock lock(The<DeviceList>().WatchLock);
+    The<DeviceList>().Watcher.swap(watcher);
 }
 
 } // namespace machine

@@ -1,4 +1,7 @@
+// The format of a sound.
 #pragma once
+
+#include <array>
 
 namespace machine {
 
@@ -8,5 +11,19 @@ struct PcmFormat {
     unsigned Bits;     // 8 or 16
     friend bool operator==(const PcmFormat&, const PcmFormat&) = default;
 };
+
+// Those that capabilities tell of, in the order of their bits.
+constexpr std::array<PcmFormat, 12> CommonFormats = {{{11025, 1, 8},
+                                                      {11025, 2, 8},
+                                                      {11025, 1, 16},
+                                                      {11025, 2, 16},
+                                                      {22050, 1, 8},
+                                                      {22050, 2, 8},
+                                                      {22050, 1, 16},
+                                                      {22050, 2, 16},
+                                                      {44100, 1, 8},
+                                                      {44100, 2, 8},
+                                                      {44100, 1, 16},
+                                                      {44100, 2, 16}}};
 
 } // namespace machine

@@ -25,8 +25,8 @@ struct MicrophoneModel {
     std::vector<PcmFormat> MoreFormats = {};
     // Refuses a second open. Otherwise all who have it open hear the same.
     bool Exclusive = false;
-    // Comes with a mixer of its own name (level.h, MicrophoneMixer).
-    bool WithMixer = true;
+    // The controls of its mixer, which bears its name; none: it has no mixer.
+    std::vector<MixerControl> Mixer = MicrophoneMixer();
 };
 
 // A microphone for as long as the machine is on, whatever its device number becomes. The functions
@@ -35,12 +35,10 @@ enum class Microphone : int {};
 
 Microphone AddMicrophone(const MicrophoneModel& model);
 
-// Its waveIn device number now, -1 once unplugged.
-int DeviceNumber(Microphone microphone);
-
-// The mixer that MIXER_OBJECTF_WAVEIN finds for a microphone; None for none.
-void SetMixerOf(Microphone microphone, Mixer mixer);
-Mixer MixerOf(Microphone microphone);
+// One value for each channel of a control (one in all if it has but one); empty if there is none.
+std::vector<std::uint32_t> ControlValues(Microphone microphone, const ControlPlace& place);
+// The user moves a control: every channel, up to its maximum. False if there is none.
+bool MoveControl(Microphone microphone, const ControlPlace& place, std::uint32_t value);
 
 // --- What it hears: nothing (silence) until told. Takes effect at the next origin. ---
 //
@@ -49,16 +47,6 @@ Mixer MixerOf(Microphone microphone);
 // starts later hears the feed from where it then stands. When all have stopped, the next Start
 // begins the feed again. So feed time t (seconds) is captured at machine time Origin + t, to within
 // half a frame of the capture.
-
-struct FileFeed {
-    std::string Error; // empty, or a sentence for the user that names the file and what is wrong
-    std::uint64_t Frames = 0; // length in the file's own frames
-    unsigned Rate = 0;        // Hz
-};
-// A sound file: WAV, FLAC, Ogg and whatever else libsndfile reads, any rate, channel count and
-// length; it is streamed, and silence follows its last frame. Where it has not as many channels as
-// the capture, each hears their mean. On an error the feed stays as it was.
-FileFeed FeedFile(Microphone microphone, const std::string& path);
 
 // Fills Samples, interleaved, -1 to 1, with the frames from First on, counted from the origin at
 // Rate. Thread: the one that captures. It may depend on its arguments only, since captures ask it
@@ -78,11 +66,8 @@ void FeedGenerator(Microphone microphone, Generator generator);
 // MMSYSERR_NODRIVER, but for those that unprepare and close.
 void Unplug(Microphone microphone);
 
-// While on: sound is captured, positions move, but nobody is told of it.
-void StopNotifying(Microphone microphone, bool on = true);
-
-// The next so many times nobody is told, and whoever captures finds all of it at the time after
-// them: waveIn's buffers then come in a row.
+// The next so many times sound is captured and positions move, but nobody is told of it; whoever
+// captures finds all of it at the time after them: waveIn's buffers then come in a row.
 void FallBehind(Microphone microphone, unsigned times);
 
 // The unit that waveInGetPosition answers in whatever is asked for, as some drivers do: a TIME_
@@ -93,10 +78,6 @@ void AnswerPositionsIn(unsigned unit);
 
 struct CaptureStats {
     std::uint64_t OriginMicroseconds = 0; // of the feed, on the machine's clock
-    bool Started = false;                 // there is an origin
-    bool Ended = false;                   // the last frame of the file has been captured
-    bool ReadFailed = false;              // the file broke off; silence since
-    std::uint64_t FileFrames = 0;         // of the file, in its own frames, captured so far
     int Open = 0;
     int Capturing = 0;
 };
@@ -105,6 +86,7 @@ CaptureStats StatsOf(Microphone microphone);
 // What exists now, over all microphones, for finding what was not freed.
 int OpenWaveIns();
 int PreparedWaveHeaders();
+int OpenMixers(); // handles
 // Headers queued, prepared or unprepared while their device was being stopped or reset, which some
 // systems hang over.
 int WaveCallsDuringReset();

@@ -1,6 +1,5 @@
 #include "platform/machine/faults.h"
 
-#include "platform/machine/fault_point.h"
 #include "platform/machine/power.h"
 
 #include <algorithm>
@@ -44,7 +43,7 @@ Failure::Failure(Call call) {
     Made(call).fetch_add(1, std::memory_order_relaxed);
     // Relaxed: an order holds for calls that come after it on some ordered road of their own.
     if (!anyOrder.load(std::memory_order_relaxed)) return;
-    const std::lock_guard lock(ordersLock);
+    const std::scoped_lock lock(ordersLock);
     for (Order& order : orders)
         if (order.What == call && order.TakeTurn() && !Result) Result = order.Result;
     std::erase_if(orders, [](const Order& order) { return order.Times == 0; });
@@ -52,13 +51,13 @@ Failure::Failure(Call call) {
 }
 
 void FailCall(Call call, int nth, std::intptr_t result, int times) {
-    const std::lock_guard lock(ordersLock);
+    const std::scoped_lock lock(ordersLock);
     orders.push_back({call, std::max(nth, 1) - 1, times <= 0 ? -1 : times, result});
     anyOrder.store(true, std::memory_order_relaxed);
 }
 
 void ClearFaults() {
-    const std::lock_guard lock(ordersLock);
+    const std::scoped_lock lock(ordersLock);
     orders.clear();
     anyOrder.store(false, std::memory_order_relaxed);
 }

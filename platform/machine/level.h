@@ -1,42 +1,17 @@
-// The machine's mixers: destination lines, their source lines, and the controls on each, with
-// values that a user (here: who steers) can move at any time. Thread: the one that steers; values
-// any. Real time: no.
+// The mixers of the machine's microphones (capture.h): controls on lines, with values that a user
+// (here: who steers) can move at any time.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <string>
 #include <vector>
 
 namespace machine {
 
-struct MixerControl {
-    std::uint32_t Type;            // as the system numbers them
-    std::uint32_t Maximum = 65535; // from 0 on; 1 for a mute
-    std::uint32_t Value = 0;       // of every channel at first
-    bool Uniform = false;          // one value for all channels
-};
-struct MixerLine {
-    std::uint32_t Type; // as the system numbers them
-    unsigned Channels = 2;
-    std::vector<MixerControl> Controls = {};
-    std::vector<MixerLine> Sources = {}; // of a destination
-};
-struct MixerModel {
-    std::string Name; // cut to 31 characters
-    std::vector<MixerLine> Destinations;
-};
-
-// A mixer for as long as the machine is on.
-enum class Mixer : int { None = -1 };
-
-Mixer AddMixer(const MixerModel& model);
-
-// What AddMicrophone adds: a recording destination with the sources microphone (volume 0 to 65535
-// at half, two channels) and line; a speakers destination with the source microphone (mute, on).
-MixerModel MicrophoneMixer(const std::string& name);
-
-// Not listed any more; all but closing fails on an open handle.
-void RemoveMixer(Mixer mixer);
+// Types of lines and controls. There are more of them: these are what applications look for.
+constexpr std::uint32_t SpeakersLine = 4, RecordingLine = 7;          // destinations
+constexpr std::uint32_t LineInLine = 0x1002, MicrophoneLine = 0x1003; // their sources
+constexpr std::uint32_t VolumeControl = 0x50030001, MuteControl = 0x20010002;
 
 // A control is found by where it lies: the first of its type on the given source line of the given
 // destination; source 0 is the destination itself.
@@ -44,16 +19,20 @@ struct ControlPlace {
     std::uint32_t Destination;
     std::uint32_t Source;
     std::uint32_t Control;
+    friend bool operator==(const ControlPlace&, const ControlPlace&) = default;
 };
-extern const ControlPlace MicrophoneVolume;
-extern const ControlPlace MicrophoneMute;
-// One value for each channel (one in all if uniform); empty if there is no such control.
-std::vector<std::uint32_t> ControlValues(Mixer mixer, const ControlPlace& place);
-// The user moves a control: every channel, up to its maximum. False if there is none.
-bool MoveControl(Mixer mixer, const ControlPlace& place, std::uint32_t value);
-// From now on reads, writes or both are refused.
-bool RefuseControl(Mixer mixer, const ControlPlace& place, bool reads, bool writes);
+constexpr ControlPlace MicrophoneVolume = {RecordingLine, MicrophoneLine, VolumeControl};
+constexpr ControlPlace MicrophoneMute = {SpeakersLine, MicrophoneLine, MuteControl};
 
-int OpenMixers(); // handles
+struct MixerControl {
+    ControlPlace Place;            // of control 0: a line without any
+    std::uint32_t Maximum = 65535; // from 0 on; 1 for a mute, which is on at 1
+    std::uint32_t Value = 0;       // of every channel at first
+    std::size_t Values = 2;        // one for each channel of the line, or one for all of them
+};
+
+// A recording destination with the sources line and microphone (volume at half, two channels), and
+// a speakers destination with a mute of its own and the source microphone (mute, on).
+std::vector<MixerControl> MicrophoneMixer();
 
 } // namespace machine

@@ -33,13 +33,10 @@ void Connect(int output, int input, std::uint32_t latencyMilliseconds = 0);
 // program that has gone leaves nothing that anybody has to wait for.
 //
 // Hangs a device on the cable of that name; an empty name takes it off. Other cables stay as they
-// are. False if there is no such device, or no shared memory or thread to be had. It ends with the
-// device (RemoveMidiDevices, PowerOn) or the process; what was sent by then still arrives.
+// are. False if there is no such device, or no shared memory or thread to be had. It ends with
+// PowerOn or the process; what was sent by then still arrives.
 bool BridgeOutput(int output, const std::string& name);
 bool BridgeInput(int input, const std::string& name);
-
-// Removes all MIDI devices and cables for good. An open handle finds its device gone.
-void RemoveMidiDevices();
 
 // A device that has been unplugged is not listed, and device numbers behind it move down. Until it
 // is plugged in again, stop, reset and close of an open handle succeed, midiOutShortMsg fails with

@@ -3,8 +3,8 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
 #include <string>
+#include <string_view>
 
 namespace machine {
 
@@ -16,13 +16,10 @@ void SetModulePath(const std::string& path);
 // That answer.
 std::string ModulePath();
 
-struct ModuleExport {
-    const char* Name;
-    std::intptr_t (*Address)();
-};
-// The one system module that the library can load, by its name without regard to case, and the
-// functions that it finds in it. Null: there is none; whoever has it keeps it. The exports stay the
-// caller's. PowerOn changes nothing here.
-void OfferModule(const char* name, std::span<const ModuleExport> exports);
+// The one system module that the library can load, by its name without regard to case, and what
+// finds its functions by theirs: null for one that it has not. A null name: there is none; whoever
+// has it keeps it. PowerOn changes nothing here.
+using ModuleFunction = std::intptr_t (*)();
+void OfferModule(const char* name, ModuleFunction (*find)(std::string_view function));
 
 } // namespace machine

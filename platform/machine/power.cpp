@@ -1,17 +1,17 @@
 #include "platform/machine/power.h"
 
+#include "platform/common/lasting.h"
 #include "platform/machine.h"
 
 namespace machine {
-namespace {
-constinit AtPowerOn* first = nullptr;
-} // namespace
 
-AtPowerOn::AtPowerOn(void (*reset)()) : Reset(reset), Next(first) { first = this; }
+using Resets = std::vector<void (*)()>;
+
+AtPowerOn::AtPowerOn(void (*reset)()) { The<Resets>().push_back(reset); }
 
 void PowerOn() {
     UseRealClock();
-    for (const AtPowerOn* room = first; room; room = room->Next) room->Reset();
+    for (const auto reset : The<Resets>()) reset();
 }
 
 } // namespace machine

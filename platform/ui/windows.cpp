@@ -1,15 +1,19 @@
 #include "platform/ui/windows.h"
 
+#include "platform/common/handles.h"
+#include "platform/common/lasting.h"
 #include "platform/ui/dialog.h"
 
 #include <deque>
-#include <map>
 #include <mutex>
 #include <optional>
 #include <utility>
 
 namespace ui {
 namespace {
+
+using machine::The;
+using Windows = machine::Handles<Window>;
 
 struct Message {
     HWND To;
@@ -18,50 +22,37 @@ struct Message {
     LPARAM Second;
 };
 
-struct Windows {
+struct Posted {
     std::mutex Lock;
-    std::uintptr_t Last = 0x10000;
-    std::map<HWND, Window> All;
-    std::deque<Message> Posted;
+    std::deque<Message> Messages;
 };
 
-Windows& The() {
-    static Windows& windows = *new Windows; // outlives every caller at the process's end
-    return windows;
-}
-
 std::optional<Message> NextPosted() {
-    const std::lock_guard lock(The().Lock);
-    if (The().Posted.empty()) return std::nullopt;
-    const Message next = The().Posted.front();
-    The().Posted.pop_front();
+    const std::scoped_lock lock(The<Posted>().Lock);
+    std::deque<Message>& messages = The<Posted>().Messages;
+    if (messages.empty()) return std::nullopt;
+    const Message next = messages.front();
+    messages.pop_front();
     return next;
 }
 
 } // namespace
 
 HWND NewWindow(Window window) {
-    const std::lock_guard lock(The().Lock);
-    const HWND handle = reinterpret_cast<HWND>(The().Last += 4);
-    The().All.emplace(handle, std::move(window));
-    return handle;
+    return The<Windows>().Add<HWND>(std::make_shared<Window>(std::move(window)));
 }
 
-void DropWindow(HWND handle) {
-    const std::lock_guard lock(The().Lock);
-    The().All.erase(handle);
-}
+void DropWindow(HWND handle) { The<Windows>().Take(handle); }
 
 Window Resolve(HWND handle) {
-    const std::lock_guard lock(The().Lock);
-    const auto found = The().All.find(handle);
-    return found == The().All.end() ? Window{} : found->second;
+    const auto found = The<Windows>().Find(handle);
+    return found ? *found : Window{};
 }
 
 bool Post(HWND window, UINT message, WPARAM first, LPARAM second) {
-    const std::lock_guard lock(The().Lock);
-    if (!The().All.contains(window)) return false;
-    The().Posted.push_back({window, message, first, second});
+    if (!The<Windows>().Find(window)) return false;
+    const std::scoped_lock lock(The<Posted>().Lock);
+    The<Posted>().Messages.push_back({window, message, first, second});
     return true;
 }
 

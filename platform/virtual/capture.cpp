@@ -1,10 +1,9 @@
 // The virtual microphone: hears a feed, is paced by the machine's clock, and can get into trouble
 // on demand.
 #include "platform/machine/capture.h"
+#include "platform/device/capture.h"
 #include "platform/device/clock.h"
-#include "platform/device/roster.h"
 #include "platform/machine/power.h"
-#include "platform/virtual/feed.h"
 #include "platform/virtual/level.h"
 
 #include <algorithm>
@@ -19,15 +18,6 @@ namespace {
 constexpr std::uint64_t NeverYet = ~std::uint64_t{0}; // a time that has not come
 constexpr std::uint64_t Second = 1'000'000;
 
-// Bit of MicrophoneModel::Formats, 0 for a format that it cannot tell.
-std::uint32_t FormatBit(const PcmFormat& format) {
-    constexpr std::array<unsigned, 3> rates = {11025, 22050, 44100};
-    const auto rate = std::ranges::find(rates, format.Rate);
-    if (rate == rates.end()) return 0;
-    const unsigned within = (format.Channels - 1) + (format.Bits == 16 ? 2 : 0);
-    return 1u << (4 * static_cast<unsigned>(rate - rates.begin()) + within);
-}
-
 // Not-a-number counts as silence.
 long Quantise(float sample, float fullScale) {
     const float scaled = sample * fullScale;
@@ -35,39 +25,37 @@ long Quantise(float sample, float fullScale) {
     return std::lrintf(std::clamp(scaled, -fullScale, fullScale - 1));
 }
 
-// count samples of -1 to 1, clipped, as PCM. A sample that came from a file of the same width comes
-// out as it was.
-void ToPcm(const float* samples, std::size_t count, unsigned bits, void* pcm) {
-    auto* bytes = static_cast<std::uint8_t*>(pcm);
-    if (bits == 8) {
-        for (std::size_t i = 0; i < count; ++i)
-            bytes[i] = static_cast<std::uint8_t>(Quantise(samples[i], 128) + 128);
-        return;
-    }
-    for (std::size_t i = 0; i < count; ++i) {
-        const auto word = static_cast<std::uint16_t>(Quantise(samples[i], 32768));
-        bytes[2 * i] = static_cast<std::uint8_t>(word);
-        bytes[2 * i + 1] = static_cast<std::uint8_t>(word >> 8);
+// Samples of -1 to 1, clipped, as PCM. One that came from PCM of the same width comes out as it
+// was.
+void ToPcm(std::span<const float> samples, unsigned bits, std::uint8_t* to) {
+    for (const float sample : samples) {
+        const long value = bits == 8 ? Quantise(sample, 128) + 128 : Quantise(sample, 32768);
+        *to++ = static_cast<std::uint8_t>(value);
+        if (bits == 16) *to++ = static_cast<std::uint8_t>(value >> 8);
     }
 }
 
 class VirtualMicrophone : public CaptureDevice,
                           public std::enable_shared_from_this<VirtualMicrophone> {
 public:
-    explicit VirtualMicrophone(MicrophoneModel model) : Model(std::move(model)) {}
+    explicit VirtualMicrophone(MicrophoneModel model) : Model(std::move(model)) {
+        for (const MixerControl& control : Model.Mixer)
+            Controls.push_back(std::make_shared<VirtualLevel>(control));
+    }
 
     std::string Name() const override { return Model.Name; }
     unsigned Channels() const override { return Model.Channels; }
     bool Supports(const PcmFormat& format) const override {
+        const auto known = std::ranges::find(CommonFormats, format) - CommonFormats.begin();
         return format.Channels <= Model.Channels &&
-               ((FormatBit(format) & Model.Formats) != 0 ||
-                std::ranges::find(Model.MoreFormats, format) != Model.MoreFormats.end());
+               ((Model.Formats >> known & 1) != 0 ||
+                std::ranges::count(Model.MoreFormats, format) != 0);
     }
     bool Gone() const override { return GoneAt() != NeverYet; }
     std::unique_ptr<CaptureStream> Open(const PcmFormat& format, CaptureOwner& owner) override;
-    std::shared_ptr<LevelDevice> Levels() const override { return FindMixer(MixerOfIt); }
+    const LevelList& Levels() const override { return Controls; }
 
-    void SetFeed(Feed feed) {
+    void SetFeed(Generator feed) {
         const std::scoped_lock lock(Lock);
         ToPlay = std::move(feed);
     }
@@ -86,25 +74,24 @@ public:
         const std::scoped_lock lock(Lock);
         --Account.Open;
     }
-    std::unique_ptr<FeedReader> JoinFeed(std::uint64_t now, const PcmFormat& format);
+    // What now sounds in its feed, which the stream asks for what comes next.
+    Generator JoinFeed(std::uint64_t now, unsigned rate, std::uint64_t& next);
     void LeaveFeed() {
         const std::scoped_lock lock(Lock);
         --Account.Capturing;
     }
-    bool KeepsSilent(); // about sound that has been captured
-    void Progress(const FeedProgress& progress);
-
-    // Steering.
-    std::atomic<Mixer> MixerOfIt{Mixer::None};
-    std::atomic<int> Quiet{0}; // times that nobody is told; below 0 for ever
+    // About sound that has been captured: how often it still does.
+    std::atomic<unsigned> Quiet{0};
+    bool KeepsSilent();
 
 private:
     const MicrophoneModel Model;
+    LevelList Controls;
     std::atomic<std::uint64_t> UnpluggedAt{NeverYet}; // machine time of the unplugging
 
     mutable std::mutex Lock; // of all below; held for moments only
-    Feed ToPlay = GeneratedFeed([](const FeedRequest& r) { std::ranges::fill(r.Samples, 0.0f); });
-    Feed Playing; // since the last origin
+    Generator ToPlay = [](const FeedRequest& r) { std::ranges::fill(r.Samples, 0.0f); };
+    Generator Playing; // since the last origin
     CaptureStats Account;
 };
 
@@ -140,7 +127,8 @@ private:
     Token Pending = 0;
     std::uint64_t WakeFrame = 0; // the last one asked for, and how far behind the one before
     std::uint64_t WakeStep = 0;
-    std::unique_ptr<FeedReader> Reader;
+    Generator Feed;
+    std::uint64_t Next = 0; // frame of the feed
     std::array<float, 2048> Samples = {};
 };
 
@@ -153,40 +141,28 @@ std::unique_ptr<CaptureStream> VirtualMicrophone::Open(const PcmFormat& format,
     return std::make_unique<MicrophoneStream>(shared_from_this(), format, owner);
 }
 
-std::unique_ptr<FeedReader> VirtualMicrophone::JoinFeed(std::uint64_t now,
-                                                        const PcmFormat& format) {
-    std::unique_lock lock(Lock);
+Generator VirtualMicrophone::JoinFeed(std::uint64_t now, unsigned rate, std::uint64_t& next) {
+    const std::scoped_lock lock(Lock);
     if (Account.Capturing++ == 0) {
         Playing = ToPlay;
         Account.OriginMicroseconds = now;
-        Account.Started = true;
-        Account.Ended = Account.ReadFailed = false;
-        Account.FileFrames = 0;
     }
-    const Feed playing = Playing;
     const std::uint64_t late = now - std::min(now, Account.OriginMicroseconds);
-    lock.unlock(); // a file takes its time to open
-    return playing((late * format.Rate + Second / 2) / Second, format.Rate, format.Channels);
+    next = (late * rate + Second / 2) / Second;
+    return Playing;
 }
 
 bool VirtualMicrophone::KeepsSilent() {
-    int times = Quiet.load(std::memory_order_acquire);
+    unsigned times = Quiet.load(std::memory_order_acquire);
     while (times > 0 && !Quiet.compare_exchange_weak(times, times - 1)) {
     }
-    return times != 0;
-}
-
-void VirtualMicrophone::Progress(const FeedProgress& progress) {
-    const std::scoped_lock lock(Lock);
-    Account.FileFrames = std::max(Account.FileFrames, progress.FileFrames);
-    Account.Ended |= progress.Ended;
-    Account.ReadFailed |= progress.Failed;
+    return times > 0;
 }
 
 bool MicrophoneStream::Start() {
     if (Gone()) return false;
     const std::uint64_t now = Microseconds();
-    Reader = Device->JoinFeed(now, Format);
+    Feed = Device->JoinFeed(now, Format.Rate, Next);
     {
         const std::scoped_lock lock(Lock);
         WakeFrame = 0;
@@ -246,14 +222,13 @@ void MicrophoneStream::Read(void* pcm, std::uint64_t frames) {
     auto* to = static_cast<std::uint8_t*>(pcm);
     for (std::uint64_t left = frames; left > 0;) {
         const auto now = static_cast<std::size_t>(std::min<std::uint64_t>(left, chunk));
-        Reader->Read(Samples.data(), now);
-        if (to != nullptr) {
-            ToPcm(Samples.data(), now * Format.Channels, Format.Bits, to);
-            to += now * Format.Channels * Format.Bits / 8;
-        }
+        const std::span part(Samples.data(), now * Format.Channels);
+        Feed({Next, Format.Rate, Format.Channels, part});
+        if (to != nullptr) ToPcm(part, Format.Bits, to);
+        if (to != nullptr) to += part.size() * Format.Bits / 8;
+        Next += now;
         left -= now;
     }
-    Device->Progress(Reader->Progress());
 }
 
 std::mutex microphonesLock;
@@ -264,7 +239,6 @@ const AtPowerOn atPowerOn([] {
     const std::scoped_lock lock(microphonesLock);
     for (const auto& microphone : microphones) microphone->Unplug();
     microphones.clear();
-    Roster<CaptureDevice>::Forget();
 });
 
 // Null for one that was never added, or was forgotten at a PowerOn.
@@ -274,54 +248,61 @@ std::shared_ptr<VirtualMicrophone> Find(Microphone microphone) {
     return place < microphones.size() ? microphones[place] : nullptr;
 }
 
+std::shared_ptr<Level> Find(Microphone microphone, const ControlPlace& place) {
+    const auto owner = Find(microphone);
+    if (!owner) return nullptr;
+    const LevelList& all = owner->Levels();
+    const auto level = std::ranges::find(all, place, [](const auto& each) { return each->Place; });
+    return level != all.end() ? *level : nullptr;
+}
+
 } // namespace
 
+std::vector<std::shared_ptr<CaptureDevice>> CaptureDevices() {
+    std::unique_lock lock(microphonesLock);
+    std::vector<std::shared_ptr<CaptureDevice>> present(microphones.begin(), microphones.end());
+    lock.unlock();
+    if (present.empty()) return NativeCaptureDevices();
+    std::erase_if(present, [](const auto& device) { return device->Gone(); });
+    return present;
+}
+
 Microphone AddMicrophone(const MicrophoneModel& model) {
-    auto microphone = std::make_shared<VirtualMicrophone>(model);
-    if (model.WithMixer) microphone->MixerOfIt = AddMixer(MicrophoneMixer(model.Name));
     const std::scoped_lock lock(microphonesLock);
-    microphones.push_back(microphone);
-    Roster<CaptureDevice>::Add(std::move(microphone));
+    microphones.push_back(std::make_shared<VirtualMicrophone>(model));
     return Microphone{static_cast<int>(microphones.size()) - 1};
 }
 
-int DeviceNumber(Microphone microphone) {
-    const auto present = CaptureDevices();
-    const auto place = std::ranges::find(present, Find(microphone));
-    return place != present.end() ? static_cast<int>(place - present.begin()) : -1;
+std::vector<MixerControl> MicrophoneMixer() {
+    constexpr std::uint32_t half = 65535 / 2;
+    return {{{SpeakersLine, 0, MuteControl}, 1, 1},
+            {MicrophoneMute, 1, 1},
+            {{RecordingLine, LineInLine, VolumeControl}, 65535, half},
+            {MicrophoneVolume, 65535, half}};
 }
 
-void SetMixerOf(Microphone microphone, Mixer mixer) {
-    if (const auto owner = Find(microphone)) owner->MixerOfIt = mixer;
+std::vector<std::uint32_t> ControlValues(Microphone microphone, const ControlPlace& place) {
+    const auto level = Find(microphone, place);
+    std::vector<std::uint32_t> values(level ? level->Values : 0);
+    if (level) level->Read(values);
+    return values;
 }
 
-Mixer MixerOf(Microphone microphone) {
-    const auto owner = Find(microphone);
-    return owner ? owner->MixerOfIt.load() : Mixer::None;
-}
-
-FileFeed FeedFile(Microphone microphone, const std::string& path) {
-    FileFeed told;
-    Feed feed = OpenFileFeed(path, told);
-    const auto hears = Find(microphone);
-    if (feed && hears) hears->SetFeed(std::move(feed));
-    return told;
+bool MoveControl(Microphone microphone, const ControlPlace& place, std::uint32_t value) {
+    const auto level = Find(microphone, place);
+    return level && level->Write(std::vector(level->Values, std::min(value, level->Maximum)));
 }
 
 void FeedGenerator(Microphone microphone, Generator generator) {
-    if (const auto hears = Find(microphone)) hears->SetFeed(GeneratedFeed(std::move(generator)));
+    if (const auto hears = Find(microphone)) hears->SetFeed(std::move(generator));
 }
 
 void Unplug(Microphone microphone) {
     if (const auto gone = Find(microphone)) gone->Unplug();
 }
 
-void StopNotifying(Microphone microphone, bool on) {
-    if (const auto mute = Find(microphone)) mute->Quiet = on ? -1 : 0;
-}
-
 void FallBehind(Microphone microphone, unsigned times) {
-    if (const auto late = Find(microphone)) late->Quiet = static_cast<int>(times);
+    if (const auto late = Find(microphone)) late->Quiet = times;
 }
 
 CaptureStats StatsOf(Microphone microphone) {

@@ -1,12 +1,12 @@
 // The machine's clock, real and stepped, and the lanes that run what falls due.
 #include "platform/device/clock.h"
+#include "platform/common/lasting.h"
 
 #include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <functional>
 #include <mutex>
 #include <pthread.h>
 #include <sched.h>
@@ -20,49 +20,48 @@ using RealClock = std::chrono::steady_clock;
 static_assert(RealClock::is_steady);
 
 struct Pending {
-    Lane On;
     std::uint64_t Due; // microseconds
+    Token Id;
     Action Run;
     void* Context;
     std::uintptr_t Argument;
-    Token Id;
+
+    // What comes last is the least: a heap then has on top what comes first.
+    bool operator<(const Pending& other) const {
+        return Due != other.Due ? Due > other.Due : static_cast<std::int32_t>(Id - other.Id) > 0;
+    }
 };
 
 struct LaneState {
+    std::vector<Pending> ToCome;  // a heap
     std::condition_variable Wake; // something earlier has come, or the clock has changed
     const Pending* Running = nullptr;
     bool Started = false;
+
+    // Whether the other one's first comes before this one's.
+    bool operator<(const LaneState& other) const {
+        return !other.ToCome.empty() && (ToCome.empty() || ToCome.front() < other.ToCome.front());
+    }
 };
 
 struct Clock {
-    Clock() { ToCome.reserve(Most); }
-    LaneState& Of(Lane lane) { return States[static_cast<std::size_t>(lane)]; }
-    // The lane's next, or ToCome.rend().
-    auto First(Lane lane) {
-        return std::find_if(ToCome.rbegin(), ToCome.rend(),
-                            [lane](const Pending& each) { return each.On == lane; });
+    Clock() {
+        for (LaneState& state : States) state.ToCome.reserve(Most);
     }
+    LaneState& Of(Lane lane) { return States[static_cast<std::size_t>(lane)]; }
 
-    static constexpr std::size_t Most = 1u << 13; // few of them are ever in use
-    std::mutex Lock;                              // of all below
+    static constexpr std::size_t Most = MostMessages + (1u << 13); // few of them are ever in use
+    std::mutex Lock;                                               // of all below
     std::condition_variable ActionDone;
-    std::vector<Pending> ToCome; // what comes next stands last
     std::array<LaneState, 2> States;
     const Pending* Stepping = nullptr; // what runs on stepped time
     Token Last = 0;
 };
 
-// Never destroyed: lanes run until the process ends.
-Clock& The() {
-    static Clock& clock = *new Clock;
-    return clock;
-}
-
 using Lock = std::unique_lock<std::mutex>;
 
 std::atomic<bool> stepped{false};
 std::atomic<std::uint64_t> steppedNow{0};
-std::atomic<std::uint32_t> changes{0};
 std::atomic<std::thread::id> steeringThread;
 std::mutex steerLock; // one thread at a time moves stepped time
 
@@ -74,11 +73,11 @@ std::uint64_t RealMicroseconds() {
             .count());
 }
 
-// Takes the action that stands before this place, and runs it outside the lock, seen by others
-// meanwhile.
-void Run(Clock& clock, Lock& lock, const Pending*& seen, std::vector<Pending>::iterator end) {
-    const Pending action = *--end;
-    clock.ToCome.erase(end);
+// Takes the lane's first action, and runs it outside the lock, seen by others meanwhile.
+void RunFirst(Clock& clock, Lock& lock, LaneState& state, const Pending*& seen) {
+    std::pop_heap(state.ToCome.begin(), state.ToCome.end());
+    const Pending action = state.ToCome.back();
+    state.ToCome.pop_back();
     seen = running = &action;
     lock.unlock();
     action.Run(action.Context, action.Argument);
@@ -90,15 +89,13 @@ void Run(Clock& clock, Lock& lock, const Pending*& seen, std::vector<Pending>::i
 // ---- lanes -----------------------------------------------------------------------------------
 
 // Waits for the lane's next action, or runs it if it is due.
-void RunOrWait(Clock& clock, Lock& lock, Lane lane) {
-    LaneState& state = clock.Of(lane);
-    const auto first = clock.First(lane);
-    if (stepped.load(std::memory_order_relaxed) || first == clock.ToCome.rend())
+void RunOrWait(Clock& clock, Lock& lock, LaneState& state) {
+    if (stepped.load(std::memory_order_relaxed) || state.ToCome.empty())
         state.Wake.wait(lock);
-    else if (const std::uint64_t due = first->Due; RealMicroseconds() < due)
+    else if (const std::uint64_t due = state.ToCome.front().Due; RealMicroseconds() < due)
         state.Wake.wait_until(lock, RealClock::time_point(std::chrono::microseconds(due)));
     else
-        Run(clock, lock, state.Running, first.base());
+        RunFirst(clock, lock, state, state.Running);
 }
 
 void* LaneMain(void* argument) {
@@ -106,8 +103,8 @@ void* LaneMain(void* argument) {
     pthread_setname_np(pthread_self(), lane == Lane::Timers ? "zor-timers" : "zor-audio");
     if (lane == Lane::Timers) HastenThread();
     prctl(PR_SET_TIMERSLACK, 1); // of ordinary threads, which sound's is
-    Clock& clock = The();
-    for (Lock lock(clock.Lock);;) RunOrWait(clock, lock, lane);
+    Clock& clock = The<Clock>();
+    for (Lock lock(clock.Lock);;) RunOrWait(clock, lock, clock.Of(lane));
 }
 
 // With the lock held. False if the system has no thread for it.
@@ -130,11 +127,21 @@ bool OthersRun(const Clock& clock, const void* context) {
     return runs(clock.Stepping) || std::ranges::any_of(clock.States, runs, &LaneState::Running);
 }
 
+// Forgets whatever the test is true for. False if there is none.
+template <class Test>
+bool Forget(Clock& clock, Test test) {
+    std::size_t forgotten = 0;
+    for (LaneState& state : clock.States) {
+        const std::size_t these = std::erase_if(state.ToCome, test);
+        if (these != 0) std::make_heap(state.ToCome.begin(), state.ToCome.end());
+        forgotten += these;
+    }
+    return forgotten != 0;
+}
+
 // Every action of this context, or of any if context is null.
-void Forget(Clock& clock, const void* context) {
-    std::erase_if(clock.ToCome, [context](const Pending& action) {
-        return !context || action.Context == context;
-    });
+void ForgetAll(Clock& clock, const void* context) {
+    Forget(clock, [context](const Pending& each) { return !context || each.Context == context; });
 }
 
 // ---- stepped time ----------------------------------------------------------------------------
@@ -142,15 +149,14 @@ void Forget(Clock& clock, const void* context) {
 // Drops everything to come and changes the clock; returns when no action runs on another thread.
 void ChangeClock(bool toStepped, std::uint64_t start, std::thread::id steering) {
     steeringThread.store(steering, std::memory_order_relaxed);
-    Clock& clock = The();
+    Clock& clock = The<Clock>();
     Lock lock(clock.Lock);
-    Forget(clock, nullptr);
+    ForgetAll(clock, nullptr);
     steppedNow.store(start, std::memory_order_relaxed);
     stepped.store(toStepped, std::memory_order_release);
     for (LaneState& state : clock.States) state.Wake.notify_all();
     clock.ActionDone.wait(lock, [&clock] { return !OthersRun(clock, nullptr); });
-    Forget(clock, nullptr); // what those actions have scheduled
-    changes.fetch_add(1, std::memory_order_release);
+    ForgetAll(clock, nullptr); // what those actions have scheduled
 }
 
 void StandAt(std::uint64_t time) {
@@ -161,16 +167,13 @@ void StandAt(std::uint64_t time) {
 // Moves stepped time to the first thing due by the limit and runs it. False if there is none.
 bool StepOnce(std::uint64_t limit) {
     WaitUntilLibraryThreadsWait();
-    Clock& clock = The();
+    Clock& clock = The<Clock>();
     Lock lock(clock.Lock);
-    if (clock.ToCome.empty() || clock.ToCome.back().Due > limit) return false;
-    StandAt(clock.ToCome.back().Due);
-    Run(clock, lock, clock.Stepping, clock.ToCome.end());
+    LaneState& next = *std::max_element(clock.States.begin(), clock.States.end());
+    if (next.ToCome.empty() || next.ToCome.front().Due > limit) return false;
+    StandAt(next.ToCome.front().Due);
+    RunFirst(clock, lock, next, clock.Stepping);
     return true;
-}
-
-constexpr std::uint64_t InMicroseconds(std::uint32_t milliseconds) {
-    return std::uint64_t{milliseconds} * 1000;
 }
 
 } // namespace
@@ -178,40 +181,40 @@ constexpr std::uint64_t InMicroseconds(std::uint32_t milliseconds) {
 // ---- the seam --------------------------------------------------------------------------------
 
 void StartLane(Lane lane) {
-    const Lock lock(The().Lock);
-    Start(The(), lane);
+    const Lock lock(The<Clock>().Lock);
+    Start(The<Clock>(), lane);
 }
 
 Token Schedule(Lane lane, std::uint64_t dueMicroseconds, Action action, void* context,
-               std::uintptr_t argument) {
-    Clock& clock = The();
+               std::uintptr_t argument, std::size_t most) {
+    Clock& clock = The<Clock>();
     const Lock lock(clock.Lock);
-    if (!Start(clock, lane) || clock.ToCome.size() == Clock::Most) return 0;
+    LaneState& state = clock.Of(lane);
+    if (!Start(clock, lane) || state.ToCome.size() >= std::min(most, Clock::Most)) return 0;
     const Token token = ++clock.Last ? clock.Last : ++clock.Last;
-    const auto place = std::ranges::lower_bound(clock.ToCome, dueMicroseconds, std::greater<>(),
-                                                &Pending::Due); // before those of the same time
-    clock.ToCome.insert(place, {lane, dueMicroseconds, action, context, argument, token});
-    if (clock.First(lane)->Id == token) clock.Of(lane).Wake.notify_one();
+    state.ToCome.push_back({dueMicroseconds, token, action, context, argument});
+    std::push_heap(state.ToCome.begin(), state.ToCome.end());
+    if (state.ToCome.front().Id == token) state.Wake.notify_one();
     return token;
 }
 
 bool Unschedule(Token token) {
-    const Lock lock(The().Lock);
-    return std::erase_if(The().ToCome, [token](const Pending& each) { return each.Id == token; });
+    const Lock lock(The<Clock>().Lock);
+    return Forget(The<Clock>(), [token](const Pending& each) { return each.Id == token; });
 }
 
 void UnscheduleAll(void* context) {
-    Clock& clock = The();
+    Clock& clock = The<Clock>();
     Lock lock(clock.Lock);
-    Forget(clock, context);
+    ForgetAll(clock, context);
     while (OthersRun(clock, context)) {
         clock.ActionDone.wait(lock);
-        Forget(clock, context); // what that action has scheduled
+        ForgetAll(clock, context); // what that action has scheduled
     }
 }
 
 void LetActionsEnd() {
-    Clock& clock = The();
+    Clock& clock = The<Clock>();
     Lock lock(clock.Lock);
     clock.ActionDone.wait_for(lock, std::chrono::seconds(5),
                               [&clock] { return !OthersRun(clock, nullptr); });
@@ -224,10 +227,12 @@ void HastenThread() {
 }
 
 std::vector<std::uint64_t> PendingDues(Action action) {
-    const Lock lock(The().Lock);
+    const Lock lock(The<Clock>().Lock);
     std::vector<std::uint64_t> dues;
-    for (auto each = The().ToCome.rbegin(); each != The().ToCome.rend(); ++each)
-        if (each->Run == action) dues.push_back(each->Due);
+    for (const LaneState& state : The<Clock>().States)
+        for (const Pending& each : state.ToCome)
+            if (each.Run == action) dues.push_back(each.Due);
+    std::ranges::sort(dues);
     return dues;
 }
 
@@ -235,15 +240,13 @@ std::uint64_t ActionDue() { return running ? running->Due : Microseconds(); }
 Token ActionToken() { return running ? running->Id : 0; }
 bool InsideAction() { return running != nullptr; }
 
-std::uint32_t ClockChanges() { return changes.load(std::memory_order_acquire); }
-
 bool ThisThreadSteers() {
     return ClockIsStepped() &&
            steeringThread.load(std::memory_order_relaxed) == std::this_thread::get_id();
 }
 
 bool StepTowards(std::uint64_t limit) {
-    const std::lock_guard alone(steerLock);
+    const std::scoped_lock alone(steerLock);
     if (StepOnce(limit)) return true;
     if (limit != Forever) StandAt(limit);
     return false;
@@ -254,7 +257,7 @@ bool StepTowards(std::uint64_t limit) {
 void UseRealClock() { ChangeClock(false, 0, {}); }
 
 void UseSteppedClock(std::uint32_t startMilliseconds) {
-    ChangeClock(true, InMicroseconds(startMilliseconds), std::this_thread::get_id());
+    ChangeClock(true, std::uint64_t{startMilliseconds} * 1000, std::this_thread::get_id());
 }
 
 bool ClockIsStepped() { return stepped.load(std::memory_order_acquire); }
@@ -265,9 +268,9 @@ std::uint64_t Microseconds() {
 
 void Advance(std::uint32_t milliseconds) {
     if (!ClockIsStepped() || InsideAction()) return;
-    const std::lock_guard alone(steerLock);
+    const std::scoped_lock alone(steerLock);
     steeringThread.store(std::this_thread::get_id(), std::memory_order_relaxed);
-    const std::uint64_t target = Microseconds() + InMicroseconds(milliseconds);
+    const std::uint64_t target = Microseconds() + std::uint64_t{milliseconds} * 1000;
     while (StepOnce(target)) {
     }
     StandAt(target);

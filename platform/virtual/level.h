@@ -1,11 +1,32 @@
-// The virtual mixers, for the virtual microphones that they belong to.
+// A control in memory.
 #pragma once
 
 #include "platform/device/level.h"
-#include "platform/machine/level.h"
+
+#include <algorithm>
+#include <mutex>
 
 namespace machine {
 
-std::shared_ptr<LevelDevice> FindMixer(Mixer mixer); // null once removed, and for None
+class VirtualLevel final : public Level {
+public:
+    explicit VirtualLevel(const MixerControl& model)
+        : Level(model.Place, model.Maximum, model.Values), Held(model.Values, model.Value) {}
+
+    bool Read(std::span<std::uint32_t> values) const override {
+        const std::scoped_lock lock(Lock);
+        std::ranges::copy(Held, values.begin());
+        return true;
+    }
+    bool Write(std::span<const std::uint32_t> values) override {
+        const std::scoped_lock lock(Lock);
+        std::ranges::copy(values, Held.begin());
+        return true;
+    }
+
+private:
+    mutable std::mutex Lock; // of the next
+    std::vector<std::uint32_t> Held;
+};
 
 } // namespace machine

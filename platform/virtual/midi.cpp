@@ -2,6 +2,7 @@
 // that its cables lead to.
 #include "platform/virtual/midi.h"
 
+#include "platform/device/clock.h"
 #include "platform/machine/midi.h"
 #include "platform/machine/power.h"
 
@@ -47,7 +48,7 @@ void VirtualInput::SetSource(std::shared_ptr<void> source) {
 
 MidiResult VirtualOutput::Open(const std::shared_ptr<MidiReceiver>&) {
     if (Gone()) return MidiResult::Gone;
-    PrepareMidiTraffic();
+    StartLane(Lane::Timers);
     return MidiResult::Done;
 }
 
@@ -78,8 +79,6 @@ void Connect(int output, int input, std::uint32_t latencyMilliseconds) {
         return to->Bring(message, latency);
     });
 }
-
-void RemoveMidiDevices() { ForgetMidiDevices(); }
 
 void UnplugMidiInput(const std::string& name) { Unplug(MidiWay::In, name); }
 void UnplugMidiOutput(const std::string& name) { Unplug(MidiWay::Out, name); }

@@ -209,8 +209,9 @@ protected:
         model.Exclusive = true;
         return machine::AddMicrophone(model);
     }
-    static std::int32_t NumberOf(machine::Microphone microphone) {
-        return machine::DeviceNumber(microphone) + (GetParam() == DirectSound::Present);
+    // There are never more than two.
+    std::int32_t NumberOf(machine::Microphone microphone) const {
+        return (microphone != First) + (GetParam() == DirectSound::Present);
     }
     // Neither class opens anything from the nth attempt on.
     static void RefuseOpening(int nth = 1, int times = 0) {
@@ -219,15 +220,14 @@ protected:
     }
     static int Open(machine::Microphone microphone) { return machine::StatsOf(microphone).Open; }
     static std::uint32_t Volume(machine::Microphone microphone) {
-        return machine::ControlValues(machine::MixerOf(microphone), machine::MicrophoneVolume)
-            .at(0);
+        return machine::ControlValues(microphone, machine::MicrophoneVolume).at(0);
     }
     machine::Microphone First{}, Second{};
 };
 INSTANTIATE_TEST_SUITE_P(Both, Choice, testing::Values(DirectSound::Present, DirectSound::Absent));
 
 TEST_P(Choice, TouchesNoOtherMicrophone) {
-    machine::MoveControl(machine::MixerOf(First), machine::MicrophoneVolume, 60000);
+    machine::MoveControl(First, machine::MicrophoneVolume, 60000);
     for (int start = 0; start < 2; ++start) {
         ASSERT_TRUE(PRecOpen());
         EXPECT_EQ(Open(Second), 1);

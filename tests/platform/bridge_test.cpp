@@ -181,7 +181,7 @@ TEST_F(Bridge, LeavesNothingBehind) {
     ASSERT_TRUE(machine::BridgeOutput(0, ""));
     EXPECT_FALSE(fs::exists(first));
     const std::string second = Memory();
-    machine::RemoveMidiDevices();
+    machine::PowerOn();
     EXPECT_FALSE(fs::exists(second));
     EXPECT_FALSE(machine::BridgeInput(0, "gone"));
     EXPECT_FALSE(machine::BridgeOutput(0, "gone"));

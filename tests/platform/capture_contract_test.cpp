@@ -3,7 +3,6 @@
 #include "tests/platform/capture_back_end.h"
 
 #include "platform/device/capture.h"
-#include "platform/device/level.h"
 
 #include <gtest/gtest.h>
 
@@ -149,16 +148,10 @@ TEST_F(CaptureContract, OnceGoneItStandsStillAndIsNotToBeHad) {
 }
 
 TEST_F(CaptureContract, ItsVolumeTakesWhatIsWritten) {
-    const auto mixer = Device->Levels();
-    const auto mixers = LevelDevices();
-    ASSERT_EQ(std::ranges::count(mixers, mixer), 1);
-    const auto named = [](const auto& lines, std::uint32_t type) {
-        return *std::ranges::find(lines, type, &LevelLine::Type);
-    };
-    const LevelLine line = named(named(mixer->Destinations, RecordingLine).Sources, MicrophoneLine);
-    ASSERT_FALSE(line.Levels.empty());
-    Level& volume = *line.Levels[0];
-    EXPECT_EQ(volume.Type, VolumeControl);
+    const auto found = std::ranges::find(Device->Levels(), MicrophoneVolume,
+                                         [](const auto& level) { return level->Place; });
+    ASSERT_NE(found, Device->Levels().end());
+    Level& volume = **found;
     ASSERT_GT(volume.Maximum, 0u);
     for (const std::uint32_t value : {0u, volume.Maximum}) {
         const std::vector<std::uint32_t> written(volume.Values, value);

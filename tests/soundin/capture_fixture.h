@@ -82,16 +82,12 @@ protected:
     }
 
     static machine::Microphone Add(const std::string& name, std::uint32_t formats = 0xFFF,
-                                   unsigned channels = 2, bool withMixer = true) {
-        machine::MicrophoneModel model;
-        model.Name = name;
-        model.Formats = formats;
-        model.Channels = channels;
-        model.WithMixer = withMixer;
-        return machine::AddMicrophone(model);
+                                   unsigned channels = 2) {
+        return machine::AddMicrophone({.Name = name, .Formats = formats, .Channels = channels});
     }
-    static machine::Microphone AddWithoutMixer(const std::string& name) {
-        return Add(name, 0xFFF, 2, false);
+    static machine::Microphone Add(const std::string& name,
+                                   const std::vector<machine::MixerControl>& mixer) {
+        return machine::AddMicrophone({.Name = name, .Mixer = mixer});
     }
 
     // Time that the next count blocks take, and a little more.

@@ -38,7 +38,6 @@ TEST_P(DeliveryTest, GivesEveryBlockAtItsTime) {
     const std::uint64_t skipped = GetParam() == Kind::Dx ? 1 : 0;
     EXPECT_EQ(271u - skipped, blocks.size());
     const auto stats = machine::StatsOf(microphone);
-    ASSERT_TRUE(stats.Started);
     ExpectSoundInTime(blocks, skipped * 512, stats.OriginMicroseconds, 22050);
     input->Close();
 }
@@ -81,12 +80,12 @@ TEST_P(DeliveryTest, StopsAtOnceWhenTheDeviceHasFallenSilent) {
     ASSERT_TRUE(input->Open(22050));
     input->Start();
     AdvanceBlocks(4);
-    machine::StopNotifying(microphone);
+    machine::FallBehind(microphone, ~0u);
     listener.Take();
     machine::Advance(25000);
     EXPECT_TRUE(listener.Take().empty());
     input->Stop(); // no time passes here, so waiting would never end
-    machine::StopNotifying(microphone, false);
+    machine::FallBehind(microphone, 0);
     input->Start();
     AdvanceBlocks(4);
     EXPECT_GE(listener.Take().size(), 3u);

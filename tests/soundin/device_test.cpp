@@ -94,17 +94,12 @@ TEST_P(DeviceTest, StaysClosedWhereTheOtherDeviceDoesNotOpen) {
 
 // The other device's mixer has controls of the same numbers, and none of them is a microphone's.
 TEST_P(DeviceTest, MovesNoControlThatIsNotTheMicrophones) {
-    constexpr std::uint32_t synthesizer = MIXERLINE_COMPONENTTYPE_SRC_MICROPHONE + 1;
-    machine::MixerModel model = machine::MicrophoneMixer("Synth card");
-    for (machine::MixerLine& destination : model.Destinations)
-        for (machine::MixerLine& source : destination.Sources) source.Type = synthesizer;
-    const auto mixer = machine::AddMixer(model);
-    machine::SetMixerOf(AddWithoutMixer("Synth card"), mixer);
-    const machine::ControlPlace volume{MIXERLINE_COMPONENTTYPE_DST_WAVEIN, synthesizer,
-                                       MIXERCONTROL_CONTROLTYPE_VOLUME};
-    const machine::ControlPlace mute{MIXERLINE_COMPONENTTYPE_DST_SPEAKERS, synthesizer,
-                                     MIXERCONTROL_CONTROLTYPE_MUTE};
-    ASSERT_TRUE(machine::MoveControl(mixer, volume, 1000));
+    constexpr std::uint32_t synthesizer = machine::MicrophoneLine + 1;
+    constexpr machine::ControlPlace volume{machine::RecordingLine, synthesizer,
+                                           machine::VolumeControl};
+    constexpr machine::ControlPlace mute{machine::SpeakersLine, synthesizer, machine::MuteControl};
+    const auto card = Add("Synth card", {{volume}, {mute, 1, 1}});
+    ASSERT_TRUE(machine::MoveControl(card, volume, 1000));
     input = Make(GetParam()); // lists the card
     ASSERT_TRUE(input->Open(22050));
     ASSERT_TRUE(input->SetDevice(rightDevice + 1));
@@ -112,8 +107,8 @@ TEST_P(DeviceTest, MovesNoControlThatIsNotTheMicrophones) {
     EXPECT_EQ(0.0, input->GetLevel());
     EXPECT_FALSE(input->SetMicThru(1));
     EXPECT_EQ(0u, input->GetMicThru());
-    EXPECT_EQ(1000u, machine::ControlValues(mixer, volume).at(0));
-    EXPECT_EQ(1u, machine::ControlValues(mixer, mute).at(0));
+    EXPECT_EQ(1000u, machine::ControlValues(card, volume).at(0));
+    EXPECT_EQ(1u, machine::ControlValues(card, mute).at(0));
     input->Close();
 }
 

@@ -235,7 +235,7 @@ TEST_F(CaptureTest, WaveInWithoutAListenerRunsDry) {
 // long gone.
 TEST_F(CaptureTest, WaveInLeavesADeviceItsBuffers) {
     const auto microphone = Add("Microphone");
-    machine::StopNotifying(microphone);
+    machine::FallBehind(microphone, ~0u);
     auto input = std::make_unique<Sonorel::SoundInWin>();
     auto listener = std::make_unique<Listener>(*input);
     ASSERT_TRUE(input->Open(22050));

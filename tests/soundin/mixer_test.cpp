@@ -4,49 +4,30 @@
 
 namespace {
 
-using machine::MixerControl;
-using machine::MixerLine;
-
-constexpr std::uint32_t Speakers = MIXERLINE_COMPONENTTYPE_DST_SPEAKERS;
-constexpr std::uint32_t WaveIn = MIXERLINE_COMPONENTTYPE_DST_WAVEIN;
-constexpr std::uint32_t Mic = MIXERLINE_COMPONENTTYPE_SRC_MICROPHONE;
-constexpr std::uint32_t LineIn = MIXERLINE_COMPONENTTYPE_SRC_LINE;
-constexpr std::uint32_t Volume = MIXERCONTROL_CONTROLTYPE_VOLUME;
-constexpr std::uint32_t Mute = MIXERCONTROL_CONTROLTYPE_MUTE;
-
-MixerControl VolumeUpTo(std::uint32_t maximum) {
-    MixerControl control{.Type = Volume};
-    control.Maximum = maximum;
-    return control;
-}
-
-MixerControl MuteControl() {
-    MixerControl control{.Type = Mute};
-    control.Maximum = 1;
-    control.Value = 1;
-    return control;
-}
-
-MixerLine Line(std::uint32_t type, std::vector<MixerControl> controls,
-               std::vector<MixerLine> sources = {}, unsigned channels = 2) {
-    return {type, channels, std::move(controls), std::move(sources)};
-}
+using machine::LineInLine;
+using machine::MicrophoneLine;
+using machine::MicrophoneMute;
+using machine::MicrophoneVolume;
+using machine::MuteControl;
+using machine::RecordingLine;
+using machine::SpeakersLine;
+using machine::VolumeControl;
+using Controls = std::vector<machine::MixerControl>;
 
 class MixerTest : public CaptureTest {
 protected:
-    // An open capture on a microphone whose only mixer has these destinations.
-    void OpenWith(const std::vector<MixerLine>& destinations) {
-        mixer = machine::AddMixer({"Mixer", destinations});
-        machine::SetMixerOf(AddWithoutMixer("Microphone"), mixer);
+    // An open capture on the only microphone, which has these controls.
+    void OpenWith(const Controls& controls) {
+        microphone = Add("Microphone", controls);
         ASSERT_TRUE(input.Open(22050));
     }
     ~MixerTest() override { input.Close(); }
     std::vector<std::uint32_t> Values(const machine::ControlPlace& place) const {
-        return machine::ControlValues(mixer, place);
+        return machine::ControlValues(microphone, place);
     }
 
     Sonorel::SoundInWin input;
-    machine::Mixer mixer = machine::Mixer::None;
+    machine::Microphone microphone{};
 };
 
 } // namespace
@@ -72,37 +53,37 @@ TEST_F(MixerTest, LevelOneIsHalfTheRange) {
         SCOPED_TRACE(testing::Message() << each.Level << " of " << each.Maximum);
         input.Close();
         Restart();
-        OpenWith({Line(WaveIn, {}, {Line(Mic, {VolumeUpTo(each.Maximum)})})});
-        machine::MoveControl(mixer, machine::MicrophoneVolume, each.Maximum);
+        OpenWith({{MicrophoneVolume, each.Maximum}});
+        machine::MoveControl(microphone, MicrophoneVolume, each.Maximum);
         EXPECT_TRUE(input.SetLevel(each.Level));
         // Every channel gets the same.
-        EXPECT_EQ((std::vector{each.Written, each.Written}), Values(machine::MicrophoneVolume));
+        EXPECT_EQ((std::vector{each.Written, each.Written}), Values(MicrophoneVolume));
         EXPECT_EQ(each.Read, input.GetLevel());
     }
 }
 
 TEST_F(MixerTest, ReadsWhatTheUserMovedAndThroughIsTheMuteTurnedRound) {
-    OpenWith(machine::MicrophoneMixer("Mixer").Destinations);
-    ASSERT_TRUE(machine::MoveControl(mixer, machine::MicrophoneVolume, 65535));
+    OpenWith(machine::MicrophoneMixer());
+    ASSERT_TRUE(machine::MoveControl(microphone, MicrophoneVolume, 65535));
     EXPECT_EQ(65535.0 / 32767, input.GetLevel());
     for (const std::uint32_t on : {1u, 7u, 0x80000000u}) {
         EXPECT_TRUE(input.SetMicThru(on));
-        EXPECT_EQ(0u, Values(machine::MicrophoneMute).at(0));
+        EXPECT_EQ(0u, Values(MicrophoneMute).at(0));
         EXPECT_EQ(7u, input.GetMicThru());
         EXPECT_TRUE(input.SetMicThru(0));
-        EXPECT_EQ(1u, Values(machine::MicrophoneMute).at(0));
+        EXPECT_EQ(1u, Values(MicrophoneMute).at(0));
         EXPECT_EQ(0u, input.GetMicThru());
     }
 }
 
 TEST_F(MixerTest, AUniformControlAndAMonoLineTakeOneValue) {
-    MixerControl uniform = VolumeUpTo(1000);
-    uniform.Uniform = true;
-    for (const MixerLine& line : {Line(Mic, {uniform}), Line(Mic, {VolumeUpTo(1000)}, {}, 1)}) {
+    const machine::MixerControl one{MicrophoneVolume, 1000, 0, 1};
+    const machine::MixerControl beside{{RecordingLine, MicrophoneLine, MuteControl}, 1};
+    for (const Controls& controls : {Controls{beside, one}, Controls{one}}) {
         input.Close();
         Restart();
-        OpenWith({Line(WaveIn, {}, {line})});
-        EXPECT_EQ(std::vector{500u}, Values(machine::MicrophoneVolume));
+        OpenWith(controls);
+        EXPECT_EQ(std::vector{500u}, Values(MicrophoneVolume));
         EXPECT_EQ(1.0, input.GetLevel());
     }
 }
@@ -112,49 +93,45 @@ TEST_F(MixerTest, AUniformControlAndAMonoLineTakeOneValue) {
 TEST_F(MixerTest, FindsTheMicrophonesControls) {
     struct {
         const char* Name;
-        std::vector<MixerLine> Destinations;
+        Controls Have; // the mute first, then the volume
         bool Level, Through;
-        machine::ControlPlace Volume, Mute;
     } const cases[] = {
         {"no sources",
-         {Line(Speakers, {MuteControl()}), Line(WaveIn, {VolumeUpTo(100)})},
+         {{{SpeakersLine, 0, MuteControl}, 1, 1}, {{RecordingLine, 0, VolumeControl}, 100}},
          true,
-         true,
-         {WaveIn, 0, Volume},
-         {Speakers, 0, Mute}},
+         true},
         {"no microphone",
-         {Line(Speakers, {MuteControl()}, {Line(LineIn, {MuteControl()})}),
-          Line(WaveIn, {VolumeUpTo(100)}, {Line(LineIn, {VolumeUpTo(100)})})},
+         {{{SpeakersLine, LineInLine, MuteControl}, 1, 1},
+          {{RecordingLine, LineInLine, VolumeControl}, 100},
+          {{SpeakersLine, 0, MuteControl}, 1, 1},
+          {{RecordingLine, 0, VolumeControl}, 100}},
          false,
-         false,
-         {WaveIn, LineIn, Volume},
-         {Speakers, LineIn, Mute}},
+         false},
         {"one of two",
-         {Line(WaveIn, {VolumeUpTo(100)}, {Line(LineIn, {})}),
-          Line(Speakers, {}, {Line(LineIn, {}), Line(Mic, {MuteControl()})})},
+         {{MicrophoneMute, 1, 1},
+          {{RecordingLine, 0, VolumeControl}, 100},
+          {{RecordingLine, LineInLine, 0}},
+          {{SpeakersLine, LineInLine, 0}}},
          false,
-         true,
-         {WaveIn, 0, Volume},
-         {Speakers, Mic, Mute}},
+         true},
     };
     for (const auto& each : cases) {
         SCOPED_TRACE(each.Name);
         input.Close();
         Restart();
-        OpenWith(each.Destinations);
+        OpenWith(each.Have);
         EXPECT_EQ(each.Level, input.SetLevel(1.5));
         EXPECT_EQ(each.Level ? 1.5 : 0.0, input.GetLevel());
-        EXPECT_EQ(each.Level ? 75u : 0u, Values(each.Volume).at(0));
+        EXPECT_EQ(each.Level ? 75u : 0u, Values(each.Have[1].Place).at(0));
         EXPECT_EQ(0u, input.GetMicThru());
         EXPECT_EQ(each.Through, input.SetMicThru(1));
-        EXPECT_EQ(each.Through ? 0u : 1u, Values(each.Mute).at(0));
+        EXPECT_EQ(each.Through ? 0u : 1u, Values(each.Have[0].Place).at(0));
         EXPECT_EQ(each.Through ? 7u : 0u, input.GetMicThru());
     }
 }
 
 TEST_F(MixerTest, WithoutAnyMixer) {
-    AddWithoutMixer("Microphone");
-    ASSERT_TRUE(input.Open(22050));
+    OpenWith({});
     EXPECT_EQ(nullptr, input.Mixer);
     EXPECT_EQ(0.0, input.GetLevel());
     EXPECT_FALSE(input.SetLevel(1.0));
@@ -163,14 +140,15 @@ TEST_F(MixerTest, WithoutAnyMixer) {
 }
 
 TEST_F(MixerTest, Refusals) {
-    OpenWith(machine::MicrophoneMixer("Mixer").Destinations);
-    ASSERT_TRUE(machine::RefuseControl(mixer, machine::MicrophoneVolume, true, true));
-    ASSERT_TRUE(machine::RefuseControl(mixer, machine::MicrophoneMute, true, true));
+    OpenWith(machine::MicrophoneMixer());
+    machine::FailCall(machine::Call::mixerGetControlDetailsA, 1, MMSYSERR_NOTSUPPORTED, 0);
+    machine::FailCall(machine::Call::mixerSetControlDetails, 1, MMSYSERR_NOTSUPPORTED, 0);
     EXPECT_EQ(0.0, input.GetLevel());
     EXPECT_FALSE(input.SetLevel(1.5));
     EXPECT_EQ(7u, input.GetMicThru());
     EXPECT_FALSE(input.SetMicThru(1));
-    machine::RemoveMixer(mixer);
+    machine::ClearFaults();
+    machine::Unplug(microphone);
     EXPECT_EQ(0.0, input.GetLevel());
     EXPECT_FALSE(input.SetMicThru(0));
 }
@@ -178,7 +156,7 @@ TEST_F(MixerTest, Refusals) {
 // A source that cannot be read is no reason to give up those behind it.
 TEST_F(MixerTest, LooksOnBehindASourceThatCannotBeRead) {
     machine::FailCall(machine::Call::mixerGetLineInfoA, 2, MMSYSERR_NODRIVER);
-    OpenWith({Line(WaveIn, {}, {Line(LineIn, {}), Line(Mic, {VolumeUpTo(100)})})});
+    OpenWith({{{RecordingLine, LineInLine, 0}}, {MicrophoneVolume, 100}});
     EXPECT_EQ(1.0, input.GetLevel());
 }
 
@@ -199,19 +177,18 @@ TEST_F(CaptureTest, DirectSoundFindsItsMixerByName) {
     for (const auto& each : cases) {
         SCOPED_TRACE(testing::Message() << each.Microphone << " at " << each.Mixers[0]);
         Restart();
-        std::vector<machine::Mixer> mixers;
-        for (const std::string& name : each.Mixers)
-            mixers.push_back(machine::AddMixer(machine::MicrophoneMixer(name)));
-        AddWithoutMixer(each.Microphone);
+        std::vector<machine::Microphone> mixers;
+        for (const std::string& name : each.Mixers) mixers.push_back(Add(name));
+        Add(each.Microphone, Controls{});
         Sonorel::SoundInDx input;
-        input.SetDevice(1);
+        input.SetDevice(static_cast<std::int32_t>(mixers.size()) + 1);
         if (each.Unopened)
             machine::FailCall(machine::Call::mixerOpen, each.Unopened, MMSYSERR_ALLOCATED);
         ASSERT_TRUE(input.Open(22050));
         EXPECT_TRUE(input.SetLevel(0.25));
         for (std::size_t place = 0; place < mixers.size(); ++place) {
             const bool moved =
-                machine::ControlValues(mixers[place], machine::MicrophoneVolume).at(0) == 8191;
+                machine::ControlValues(mixers[place], MicrophoneVolume).at(0) == 8191;
             EXPECT_EQ(each.Expected == static_cast<int>(place), moved) << place;
         }
         input.Close();
@@ -219,11 +196,11 @@ TEST_F(CaptureTest, DirectSoundFindsItsMixerByName) {
 }
 
 TEST_F(CaptureTest, WaveInFallsBackOnTheFirstMixer) {
-    const auto first = machine::AddMixer(machine::MicrophoneMixer("First"));
-    AddWithoutMixer("Microphone");
+    Add("Without", Controls{});
+    const auto first = Add("First");
     Sonorel::SoundInWin input;
     ASSERT_TRUE(input.Open(22050));
     EXPECT_TRUE(input.SetLevel(0.25));
-    EXPECT_EQ(8191u, machine::ControlValues(first, machine::MicrophoneVolume).at(0));
+    EXPECT_EQ(8191u, machine::ControlValues(first, MicrophoneVolume).at(0));
     input.Close();
 }

@@ -2,7 +2,6 @@
 
 #include "platform/device/capture.h"
 #include "platform/machine.h"
-#include "platform/machine/fault_point.h"
 #include "platform/platform.h"
 
 #include <algorithm>
@@ -236,15 +235,13 @@ FARPROC AsEntry(Function* entry) {
 } // namespace
 
 void SetDirectSound(DirectSound state) {
-    static const machine::ModuleExport entries[] = {
-        {"DirectSoundCaptureEnumerateA", AsEntry(&Enumerate)},
-        {"DirectSoundCaptureCreate", AsEntry(&Create)}};
-    if (state == DirectSound::Absent)
-        machine::OfferModule(nullptr, {});
-    else if (state == DirectSound::WithoutCapture)
-        machine::OfferModule("DSOUND.DLL", {});
-    else
-        machine::OfferModule("DSOUND.DLL", entries);
+    const auto find = [](std::string_view name) -> FARPROC {
+        if (name == "DirectSoundCaptureEnumerateA") return AsEntry(&Enumerate);
+        return name == "DirectSoundCaptureCreate" ? AsEntry(&Create) : nullptr;
+    };
+    const auto findNone = [](std::string_view) -> FARPROC { return nullptr; };
+    machine::OfferModule(state == DirectSound::Absent ? nullptr : "DSOUND.DLL",
+                         state == DirectSound::Present ? +find : +findNone);
 }
 
 int OpenCaptureObjects() { return objects.load(std::memory_order_relaxed); }

@@ -9,6 +9,8 @@
 #include "platform/device/level.h"
 #include "platform/native/capture/server.h"
 
+#include <atomic>
+
 namespace machine {
 
 class NativeMicrophone;
@@ -19,7 +21,7 @@ constexpr std::uint32_t FullLevel = 65535, PlainLevel = FullLevel / 2;
 class RecordingLevel : public Level {
 public:
     explicit RecordingLevel(NativeMicrophone& microphone)
-        : Level(VolumeControl, FullLevel, 1), Of(microphone) {}
+        : Level(MicrophoneVolume, FullLevel, 1), Of(microphone) {}
     bool Read(std::span<std::uint32_t> values) const override;
     bool Write(std::span<const std::uint32_t> values) override;
 
@@ -37,7 +39,7 @@ private:
 class ListeningMute : public Level {
 public:
     explicit ListeningMute(NativeMicrophone& microphone)
-        : Level(MuteControl, 1, 1), Of(microphone) {}
+        : Level(MicrophoneMute, 1, 1), Of(microphone) {}
     bool Read(std::span<std::uint32_t> values) const override;
     bool Write(std::span<const std::uint32_t> values) override;
 

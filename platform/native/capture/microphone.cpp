@@ -3,22 +3,11 @@
 #include "platform/native/capture/stream.h"
 
 namespace machine {
-namespace {
-
-std::vector<LevelLine> Lines(NativeMicrophone& microphone) {
-    return {{SpeakersLine,
-             2,
-             {},
-             {{MicrophoneLine, 2, {std::make_shared<ListeningMute>(microphone)}, {}}}},
-            {RecordingLine, 2, {}, {{MicrophoneLine, 2, {microphone.Gain}, {}}}}};
-}
-
-} // namespace
 
 NativeMicrophone::NativeMicrophone(const Source& source, std::string name)
     : Gain(std::make_shared<RecordingLevel>(*this)), Speakers(*this), SourceName(source.Name),
-      Shown(std::move(name)), Monitor(source.Monitor),
-      Mixer(std::make_shared<LevelDevice>(Shown, Lines(*this))) {}
+      Shown(std::move(name)),
+      Monitor(source.Monitor), Controls{Gain, std::make_shared<ListeningMute>(*this)} {}
 
 // The server brings the sound to any rate.
 bool NativeMicrophone::Supports(const PcmFormat& format) const {

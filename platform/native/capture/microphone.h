@@ -21,7 +21,7 @@ public:
     bool Supports(const PcmFormat& format) const override;
     bool Gone() const override;
     std::unique_ptr<CaptureStream> Open(const PcmFormat& format, CaptureOwner& owner) override;
-    std::shared_ptr<LevelDevice> Levels() const override { return Mixer; }
+    const LevelList& Levels() const override { return Controls; }
 
     // To all of its recordings but one. With the server's lock held, as all below.
     void ApplyLevel(const Recording* but);
@@ -34,7 +34,7 @@ private:
     const std::string SourceName;
     const std::string Shown;
     const bool Monitor;
-    const std::shared_ptr<LevelDevice> Mixer;
+    const LevelList Controls;
 };
 
 } // namespace machine

@@ -3,7 +3,6 @@
 #include "tests/platform/capture_back_end.h"
 
 #include "platform/device/capture.h"
-#include "platform/device/level.h"
 #include "soundin/sound_in_win.h"
 
 #include <gtest/gtest.h>
@@ -136,9 +135,8 @@ protected:
         return value;
     }
     static machine::Level& Control(std::uint32_t destination) {
-        const auto mixer = CaptureDevices()[0]->Levels();
-        for (const LevelLine& line : mixer->Destinations)
-            if (line.Type == destination) return *line.Sources[0].Levels[0];
+        for (const auto& level : CaptureDevices()[0]->Levels())
+            if (level->Place.Destination == destination) return *level;
         ADD_FAILURE();
         std::abort();
     }
