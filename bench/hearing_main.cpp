@@ -2,7 +2,7 @@
 // decoder, beside the recogniser's.
 #include "bench/table.h"
 #include "hearing/decoder.h"
-#include "host/resampled.h"
+#include "host/sound_file.h"
 #include "host/transcript.h"
 
 #include <array>

@@ -2,11 +2,8 @@
 
 #include "host/host_error.h"
 #include "host/interrupt.h"
-#include "host/library.h"
-#include "host/machine.h"
-#include "host/microphone.h"
 #include "host/progress.h"
-#include "host/settings.h"
+#include "host/session.h"
 #include "host/sound_file.h"
 
 #include <filesystem>
@@ -18,10 +15,10 @@ namespace {
 constexpr int Step = 20; // milliseconds of sound between two looks
 
 // The sound begins with the library's time base.
-std::vector<MIDIEvent> Listen(const Microphone& microphone) {
+std::vector<MIDIEvent> Listen(Session& session) {
     std::vector<MIDIEvent> records;
-    Library library;
-    library.Start({});
+    session.Start({});
+    const Microphone& microphone = *session.Ear();
     Progress progress;
     for (int left = MicrophoneTail; left > 0 && !Interrupted();) {
         machine::Advance(Step);
@@ -42,14 +39,13 @@ std::vector<MIDIEvent> HearAsLibrary(const std::string& path, const std::string&
     if (exists && !std::filesystem::is_regular_file(path)) {
         throw HostError("\"" + path + "\" is no file; the library's microphone hears files only");
     }
-    const Machine machine({}, Cables::Nowhere);
+    SessionPlan plan;
+    plan.Microphone = path;
+    plan.Joined = Cables::Nowhere;
+    plan.Listens = true;
+    Session session({iniFolder, true}, plan);
     machine::UseSteppedClock();
-    const Microphone microphone(path);
-    RunChanges changes;
-    changes.Microphone = true;
-    changes.MicrophoneChannel = 1;
-    const RunSettings settings(SettingsFolder(iniFolder), changes);
-    return Listen(microphone);
+    return Listen(session);
 }
 
 } // namespace zorhost

@@ -2,7 +2,6 @@
 #include "host/commands.h"
 #include "host/machine.h"
 #include "host/microphone.h"
-#include "host/port_map.h"
 #include "host/settings.h"
 #include "host/watch.h"
 #include "platform/machine.h"

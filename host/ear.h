@@ -3,8 +3,6 @@
 #pragma once
 
 #include "host/frame_maker.h"
-#include "host/live_gain.h"
-#include "host/tone_filter.h"
 #include "soundin/sound_in_win.h"
 
 #include <array>

@@ -3,10 +3,10 @@
 #include "host/host_error.h"
 #include "host/interrupt.h"
 #include "host/options.h"
+#include "host/piece.h"
 #include "host/player.h"
 #include "host/progress.h"
 #include "host/session.h"
-#include "host/song_file.h"
 
 #include <algorithm>
 #include <chrono>

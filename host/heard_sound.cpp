@@ -3,12 +3,9 @@
 #include "host/frame_maker.h"
 #include "host/host_error.h"
 #include "host/interrupt.h"
-#include "host/live_gain.h"
 #include "host/progress.h"
-#include "host/resampled.h"
 #include "host/sound_file.h"
 #include "host/spool.h"
-#include "host/tone_filter.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,8 +1,8 @@
 #include "host/help.h"
 
-#include "host/port_map.h"
-#include "host/terminal.h"
 #include "host/machine.h"
+#include "host/settings.h"
+#include "host/terminal.h"
 
 #include <algorithm>
 #include <numeric>

@@ -4,9 +4,9 @@
 #include "host/json.h"
 #include "host/names.h"
 #include "host/options.h"
+#include "host/piece.h"
 #include "host/player.h"
 #include "host/progress.h"
-#include "host/song_file.h"
 
 #include <algorithm>
 #include <cstdio>

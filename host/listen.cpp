@@ -3,18 +3,18 @@
 #include "host/ear.h"
 #include "host/host_error.h"
 #include "host/interrupt.h"
-#include "host/library.h"
-#include "host/machine.h"
-#include "host/microphone.h"
 #include "host/names.h"
+#include "host/options.h"
 #include "host/progress.h"
-#include "host/recording.h"
-#include "host/settings.h"
+#include "host/session.h"
+#include "host/take.h"
+#include "host/terminal.h"
 #include "host/transcript.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <optional>
 
 namespace zorhost {
 
@@ -32,38 +32,45 @@ struct ListenOptions {
 // Prints each note as soon as it is decided, above the meter.
 class Listener {
 public:
-    Listener(const ListenOptions& options, const Microphone* file)
-        : Options(options), File(file), Decoder(hearing::LiveLag) {}
+    // take: of the notes, or null.
+    Listener(const ListenOptions& options, Session& session, Take* take)
+        : Options(options), On(session), Kept(take), Decoder(hearing::LiveLag) {}
 
     void Run();
-    // With times from the beginning of the listening.
-    std::vector<Note> Notes() const;
+    std::size_t Notes() const;
 
 private:
-    void PrintLibraryNotes(std::size_t from);
+    void TakeFromLibrary();
     void Decode();
+    void KeepEnded();
     void PrintDecoded();
     Note Timed(const hearing::Note& note) const;
     void ShowMeter();
     bool Over();
 
     const ListenOptions& Options;
-    const Microphone* const File; // that the microphone hears; null for a real one
+    Session& On;
+    Take* const Kept;
     Progress Meter;
     Ear Hears;
     hearing::Decoder Decoder;
     std::size_t Printed = 0; // of the decoder's notes
-    std::vector<MIDIEvent> FromLibrary;
+    std::size_t Ended = 0;   // and of these those that are in the take, too
+    std::size_t LibraryNotes = 0;
     std::vector<HeardFrame> Frames; // since the meter was last shown
     std::size_t Decoded = 0;        // of them
     std::uint32_t StartTime = 0;    // of the listening, milliseconds on the system's clock
     std::int64_t EndTime = -1;      // of the sound file; below 0 while it goes on
 };
 
-void Listener::PrintLibraryNotes(std::size_t from) {
-    for (std::size_t i = from; i < FromLibrary.size(); ++i) {
-        const MIDIEvent& record = FromLibrary[i];
+void Listener::TakeFromLibrary() {
+    std::vector<MIDIEvent> records;
+    Library::TakeReceived(records);
+    if (!Options.AsLibrary) return;
+    for (const MIDIEvent& record : records) {
+        if (Kept) Kept->Add(record);
         if (record.Status != 0x90 || record.Data2 == 0) continue;
+        ++LibraryNotes;
         Meter.End();
         std::printf("%10.3f  %-4s velocity %-3d         the library\n", record.Time / 1000.0,
                     NoteName(record.Data1).c_str(), record.Data2);
@@ -73,6 +80,7 @@ void Listener::PrintLibraryNotes(std::size_t from) {
 void Listener::Decode() {
     for (; Decoded < Frames.size(); ++Decoded) Decoder.Take(Frames[Decoded].Of);
     PrintDecoded();
+    KeepEnded();
 }
 
 void Listener::PrintDecoded() {
@@ -94,11 +102,15 @@ Note Listener::Timed(const hearing::Note& note) const {
     return ToKey(timed, 0);
 }
 
-std::vector<Note> Listener::Notes() const {
-    if (Options.AsLibrary) return PairNotes(FromLibrary, 0);
-    std::vector<Note> notes;
-    for (const hearing::Note& note : Decoder.Notes()) notes.push_back(Timed(note));
-    return notes;
+// A note has its exact pitch when it ends.
+void Listener::KeepEnded() {
+    const std::vector<hearing::Note>& notes = Decoder.Notes();
+    for (; Kept && !Options.AsLibrary && Ended < notes.size() && !notes[Ended].Open; ++Ended)
+        for (const MIDIEvent& record : ToRecords({Timed(notes[Ended])})) Kept->Add(record);
+}
+
+std::size_t Listener::Notes() const {
+    return Options.AsLibrary ? LibraryNotes : Decoder.Notes().size();
 }
 
 void Listener::ShowMeter() {
@@ -106,8 +118,9 @@ void Listener::ShowMeter() {
     int level = 0;
     for (const HeardFrame& frame : Frames) level = std::max(level, frame.InputLevel);
     const std::string pitch = PitchText(Frames.back().Of.Frequency);
-    Meter.Show("level " + Bar(level, FullLevel, 32) + "  " + pitch +
-               (pitch.empty() ? "" : " cents"));
+    const int width = std::clamp(TerminalWidth() - 24, 8, 32);
+    Meter.Show("level " + Bar(level, FullLevel, width) +
+               (pitch.empty() ? "" : "  " + pitch + " cents"));
     Frames.clear();
     Decoded = 0;
 }
@@ -118,16 +131,15 @@ bool Listener::Over() {
         (Options.Seconds > 0 && static_cast<double>(now) >= Options.Seconds * 1000)) {
         return true;
     }
-    if (EndTime < 0 && File && File->Ended()) EndTime = now;
+    if (EndTime < 0 && On.Ear() && On.Ear()->Ended()) EndTime = now;
     return EndTime >= 0 && now >= EndTime + MicrophoneTail;
 }
 
 void Listener::Run() {
-    Library library;
     StartOptions start;
     start.Thru = !Options.Thru.empty();
     start.ThruMap = ParseChannelMap({});
-    library.Start(start);
+    On.Start(start);
     StartTime = static_cast<std::uint32_t>(machine::Microseconds() / 1000) -
                 static_cast<std::uint32_t>(ZorTimeMIDI(0));
     std::fprintf(stderr, "Listening; each note is told %.0f ms after it has begun. Ctrl-C ends\n",
@@ -135,52 +147,44 @@ void Listener::Run() {
     for (bool over = false; !over;) {
         Nap(4);
         over = Over();
-        const std::size_t before = FromLibrary.size();
-        Library::TakeReceived(FromLibrary);
-        if (Options.AsLibrary) PrintLibraryNotes(before);
+        TakeFromLibrary();
         Hears.Take(Frames);
         Decode();
+        if (Kept) Kept->Save(static_cast<std::int32_t>(ZorTimeMIDI(0)));
         std::fflush(stdout);
         ShowMeter();
     }
     Decoder.Finish();
     PrintDecoded();
+    KeepEnded();
     Meter.End();
     if (start.Thru) Library::Silence({});
 }
 
-// Null for a microphone of this computer.
-std::unique_ptr<Microphone> Microphones(const ListenOptions& options) {
-    if (options.Mic.empty()) {
-        ChooseMicrophone(options.Device);
-        return nullptr;
-    }
-    if (options.Device != 1)
-        throw HostError("there is no microphone " + std::to_string(options.Device) +
-                        "; there is:\n  1  Sound file");
-    return std::make_unique<Microphone>(options.Mic);
+// Without inputs: what is played thru must not be taken for what is heard.
+SessionPlan PlanOf(const ListenOptions& options) {
+    SessionPlan plan;
+    plan.Outputs = options.Thru;
+    plan.Microphone = options.Mic;
+    plan.Joined = options.Thru.empty() ? Cables::Nowhere : Cables::OutputsOnly;
+    plan.Listens = true;
+    plan.Device = options.Device;
+    return plan;
 }
 
 void Run(const GlobalOptions& global, const ListenOptions& options) {
-    std::unique_ptr<OutputFile> out;
-    if (!options.Out.empty()) out = std::make_unique<OutputFile>(options.Out);
-    // Without inputs: what is played thru must not be taken for what is heard.
-    const Machine machine(global, options.Thru.empty() ? Cables::Nowhere : Cables::OutputsOnly);
-    const std::unique_ptr<Microphone> file = Microphones(options);
-    RunChanges changes;
-    changes.Microphone = true;
-    changes.MicrophoneChannel = 1;
-    changes.Outputs = options.Thru;
-    const RunSettings settings(SettingsFolder(global.IniFolder), changes);
-    Listener listener(options, file.get());
+    std::optional<Take> take;
+    if (!options.Out.empty()) take.emplace(options.Out);
+    Session session(global, PlanOf(options));
+    session.PlugIn();
+    Listener listener(options, session, take ? &*take : nullptr);
     listener.Run();
-    if (file) file->CheckRead();
-    const std::vector<Note> notes = listener.Notes();
-    std::printf("%zu notes\n", notes.size());
-    if (!out) return;
-    if (notes.empty()) throw HostError("no note was heard, so no MIDI file is written");
-    WriteRecording(ToRecords(notes), {}, *out);
-    std::printf("Wrote %s at 120 quarter notes a minute\n", out->Path().c_str());
+    if (session.Ear()) session.Ear()->CheckRead();
+    std::printf("%zu notes\n", listener.Notes());
+    if (!take) return;
+    if (take->Notes() == 0) throw HostError("no note was heard, so no MIDI file is written");
+    take->Finish({});
+    std::printf("Wrote %s at 120 quarter notes a minute\n", take->Path().c_str());
 }
 
 } // namespace
@@ -189,29 +193,26 @@ void AddListen(CLI::App& app, const GlobalOptions& global) {
     CLI::App* command = app.add_subcommand(
         "listen", "Hear notes in a microphone's sound as it comes: meter, pitch and notes");
     const auto options = std::make_shared<ListenOptions>();
-    command
-        ->add_option("--mic", options->Mic,
-                     "Sound file to hear in place of a microphone of this computer")
-        ->type_name("FILE");
+    CLI::Option* mic =
+        command
+            ->add_option("--mic", options->Mic,
+                         "Sound file to hear in place of a microphone of this computer")
+            ->type_name("FILE");
     command
         ->add_option("--device", options->Device,
                      "Which microphone, as `zorhost devices` lists them, from 1")
         ->type_name("N")
-        ->capture_default_str();
-    command->add_option("--seconds", options->Seconds, "Stop after so many seconds")
-        ->check(CLI::Range(0.001, 2000000.0))
-        ->type_name("N");
-    command->add_option("-o,--out", options->Out, "Write the notes to this MIDI file at the end")
+        ->capture_default_str()
+        ->excludes(mic);
+    AddSeconds(*command, options->Seconds);
+    command
+        ->add_option("-o,--out", options->Out, "Write the notes to this MIDI file, each as it ends")
         ->type_name("OUT.mid");
     command->add_flag("--as-library", options->AsLibrary,
                       "Print and write the notes of the library's microphone; print the decoded "
                       "ones beside them");
-    command
-        ->add_option("--thru", options->Thru,
-                     "Output device that plays the library's notes at once; give it again for "
-                     "several")
-        ->type_name("NAME")
-        ->allow_extra_args(false);
+    AddOutputs(*command, "--thru", options->Thru, "Output that plays the library's notes at once");
+    command->footer("What is written is on the disk while it goes on, as a recording is.");
     command->callback([&global, options] { Run(global, *options); });
 }
 

@@ -91,7 +91,9 @@ int AnswerWrongUse(const CLI::App& app, const Words& words, const CLI::ParseErro
 // What stays in a full disk's buffer is as lost as what could not be recorded.
 void CheckOutput() {
     errno = 0;
-    if (std::fflush(stdout) == 0 && !std::ferror(stdout)) return;
+    const bool failed = std::ferror(stdout) != 0;
+    if (failed) std::putchar('\n'); // once more, to be told why
+    if (std::fflush(stdout) == 0 && !failed) return;
     const std::string why = errno ? std::string(": ") + std::strerror(errno) : "";
     throw zorhost::HostError("standard output cannot be written" + why);
 }

@@ -1,7 +1,7 @@
 // What the library's microphone hears: a microphone of this computer, a sound file or silence.
 #pragma once
 
-#include "host/port_map.h"
+#include "host/settings.h"
 #include "platform/machine.h"
 
 #include <cstdint>

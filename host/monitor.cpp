@@ -6,10 +6,13 @@
 
 #include <cstdio>
 #include <memory>
+#include <unistd.h>
 
 namespace zorhost {
 
 namespace {
+
+constexpr int Wide = 72; // columns that a line with a port's name takes, about
 
 struct MonitorOptions {
     InputOptions Input;
@@ -46,7 +49,7 @@ Colour ColourOf(std::uint8_t status) {
     }
 }
 
-// Time in seconds, port, channel within the port, message.
+// Time in seconds, port where there is room, channel within the port, message.
 void PrintLine(const MIDIEvent& record, const PortMap& map) {
     const Source source = SourceOf(record, map);
     const std::string channel = record.Status >= 0xF0
@@ -55,9 +58,15 @@ void PrintLine(const MIDIEvent& record, const PortMap& map) {
                                           std::string(source.Channel < 10, ' ') +
                                           std::to_string(source.Channel);
     const bool ends = (record.Status & 0xF0) == 0x90 && record.Data2 == 0;
-    std::printf(
-        "%10.3f  %-20s  %s  %s\n", record.Time / 1000.0, source.Name.c_str(), channel.c_str(),
-        Coloured(MessageText(record), ends ? Colour::Dim : ColourOf(record.Status)).c_str());
+    const std::string text =
+        Coloured(MessageText(record), ends ? Colour::Dim : ColourOf(record.Status));
+    static const bool narrow = IsTerminal(STDOUT_FILENO) && TerminalWidth() < Wide;
+    if (narrow) {
+        std::printf("%8.3f %s %s\n", record.Time / 1000.0, channel.c_str(), text.c_str());
+    } else {
+        std::printf("%10.3f  %-20s  %s  %s\n", record.Time / 1000.0, source.Name.c_str(),
+                    channel.c_str(), text.c_str());
+    }
 }
 
 void PrintJson(const MIDIEvent& record, const PortMap& map) {

@@ -2,7 +2,7 @@
 
 #include "host/host_error.h"
 #include "host/interrupt.h"
-#include "host/library.h"
+#include "host/session.h"
 
 #include <cstdio>
 #include <optional>

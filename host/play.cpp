@@ -3,10 +3,9 @@
 #include "host/host_error.h"
 #include "host/options.h"
 #include "host/performance.h"
+#include "host/piece.h"
 #include "host/report.h"
 #include "host/session.h"
-#include "host/song_edit.h"
-#include "host/song_file.h"
 
 #include <cstdio>
 #include <memory>
@@ -161,17 +160,26 @@ void AddChanges(CLI::App& command, PlayOptions& options) {
     }
 }
 
-void AddChecks(CLI::App& command, PlayOptions& options, CLI::Option* loop) {
+void CheckLoop(const PlayOptions& options) {
+    if (options.Looped && !options.Record.empty()) {
+        throw HostError(
+            "--record writes one pass, by the bar lines of the piece: leave out --loop, "
+            "or run `zorhost record` in another terminal",
+            ExitWrongUse);
+    }
+    if (options.Looped && options.Report)
+        throw HostError("--report compares one pass with what came back: leave out --loop",
+                        ExitWrongUse);
+}
+
+void AddChecks(CLI::App& command, PlayOptions& options) {
     command
         .add_option("--record", options.Record,
                     "Write what comes back through the inputs meanwhile to this MIDI file")
-        ->type_name("OUT.mid")
-        ->excludes(loop);
-    command
-        .add_flag("--report", options.Report,
-                  "Compare every message sent with what came back, and say how late it was. "
-                  "It uses loopback ports of its own")
-        ->excludes(loop);
+        ->type_name("OUT.mid");
+    command.add_flag("--report", options.Report,
+                     "Compare every message sent with what came back, and say how late it was. "
+                     "It uses loopback ports of its own");
     CLI::Option* mic = AddMicrophoneFile(command, options.Mic);
     command
         .add_option("--written", options.Written,
@@ -193,13 +201,14 @@ void AddPlay(CLI::App& app, const GlobalOptions& global) {
         command->add_option("--loop", options->Loop, "Play again and again, all or bars like 5-8")
             ->type_name("[FROM-TO]")
             ->expected(0, 1);
-    AddChecks(*command, *options, loop);
+    AddChecks(*command, *options);
     command->footer("Examples: zorhost play song.mid --to piano --tempo 80\n"
                     "          zorhost play song.mid --loop 5-8 --mute 10 --transpose -2\n"
                     "On a terminal, space pauses, the arrows go a bar back or on, Home goes to the "
                     "start, q ends.");
     command->callback([&global, options, loop] {
         options->Looped = loop->count() > 0;
+        CheckLoop(*options);
         Run(global, *options);
     });
 }

@@ -20,8 +20,9 @@ public:
     // Of the first page; the second is "OUT-2.svg" where the first is "OUT.svg". Throws HostError
     // if it cannot be written.
     explicit PlotFiles(const std::string& path) : First(path) {}
-    // As many pages as it takes, no more than an hour's. Tells their names. Throws HostError.
-    void Write(const Plot& plot);
+    // As many pages as it takes, no more than an hour's. Gives their names, as a sentence has
+    // them. Throws HostError.
+    std::string Write(const Plot& plot);
 
 private:
     OutputFile First;

@@ -10,11 +10,22 @@ namespace zorhost {
 
 Progress::Progress() : Terminal(IsTerminal(STDERR_FILENO)) {}
 
+namespace {
+
+// What has room on the terminal: whole fields, which two blanks part.
+std::string Fitting(const std::string& line) {
+    const auto room = static_cast<std::size_t>(TerminalWidth() - 1);
+    if (line.size() <= room) return line;
+    const std::size_t end = line.rfind("  ", room);
+    return line.substr(0, end == std::string::npos || end == 0 ? room : end);
+}
+
+} // namespace
+
 void Progress::Show(const std::string& line) {
     using namespace std::chrono_literals;
     if (Terminal) {
-        const auto room = static_cast<std::size_t>(TerminalWidth() - 1);
-        Last = line.substr(0, room);
+        Last = Fitting(line);
         std::fprintf(stderr, "\r%s\033[K", Last.c_str());
         Open = true;
     } else {

@@ -4,8 +4,8 @@
 #include "host/host_error.h"
 #include "host/input.h"
 #include "host/interrupt.h"
+#include "host/piece.h"
 #include "host/progress.h"
-#include "host/song_file.h"
 #include "host/take.h"
 #include "host/transport.h"
 

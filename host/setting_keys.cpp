@@ -56,8 +56,11 @@ int Number(const std::string& key, const std::string& text, int first, int last,
     int number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     const bool read = error == std::errc() && end == text.data() + text.size();
-    if (read && (limit || (number >= first && number <= last)))
-        return std::clamp(number, first, last);
+    const int inside = std::clamp(number, first, last);
+    if (read && limit && inside != number)
+        std::fprintf(stderr, "%s goes from %d to %d: %d is stored\n", key.c_str(), first, last,
+                     inside);
+    if (read && (limit || inside == number)) return inside;
     throw HostError(key + " takes a number from " + std::to_string(first) + " to " +
                         std::to_string(last) + ", not '" + text + "'",
                     ExitWrongUse);

@@ -3,10 +3,8 @@
 #include "host/help_pages.h"
 #include "host/host_error.h"
 #include "host/interrupt.h"
-#include "host/library.h"
-#include "host/machine.h"
+#include "host/session.h"
 #include "host/setting_keys.h"
-#include "host/settings.h"
 
 #include "platform/machine.h"
 #include "platform/platform.h"
@@ -77,9 +75,7 @@ void ShowDialog(SetupDialog dialog) {
 }
 
 void Setup(const GlobalOptions& global, const SetupOptions& options) {
-    const Machine machine(global);
-    const RunSettings settings(SettingsFolder(global.IniFolder), {});
-    UseIni(settings.IniPath());
+    const Session session(global, {});
     if (!options.Set.empty()) ChangeSettings(options.Dialog, options.Set);
     if (options.Print) PrintSettings(options.Dialog);
     if (!options.Print && options.Set.empty()) ShowDialog(options.Dialog);

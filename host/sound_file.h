@@ -1,8 +1,13 @@
-// A sound file, read once from its beginning to its end as one channel.
+// A sound file, read once from its beginning to its end as one channel, at its own rate or the
+// recogniser's.
 #pragma once
 
-#include <sndfile.h>
+#include "host/frame_maker.h"
 
+#include <sndfile.h>
+#include <soxr.h>
+
+#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
@@ -48,6 +53,29 @@ private:
     SF_INFO Info = {};
     std::int64_t Taken = 0; // frames
     std::vector<float> Channels;
+};
+
+// At the recogniser's rate.
+using Block = std::array<float, FrameSamples>;
+
+class Resampled {
+public:
+    // Throws HostError if there is no way from the file's rate.
+    explicit Resampled(SoundFile& file);
+    // Less than a block at the end only.
+    std::size_t Read(Block& block) {
+        return soxr_output(Converter.get(), block.data(), block.size());
+    }
+
+private:
+    struct Free {
+        void operator()(soxr* converter) const { soxr_delete(converter); }
+    };
+    static std::size_t Supply(void* self, soxr_in_t* data, std::size_t wanted);
+
+    SoundFile& File;
+    std::array<float, 4096> Chunk;
+    std::unique_ptr<soxr, Free> Converter;
 };
 
 } // namespace zorhost

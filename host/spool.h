@@ -1,7 +1,7 @@
 // Samples between two passes over a sound.
 #pragma once
 
-#include "host/resampled.h"
+#include "host/sound_file.h"
 
 #include <cstdio>
 #include <deque>

@@ -4,15 +4,20 @@
 #include "host/commands.h"
 #include "host/host_error.h"
 #include "host/interrupt.h"
+#include "host/json.h"
+#include "host/options.h"
 #include "host/plot.h"
 #include "host/progress.h"
 #include "host/recording.h"
+#include "host/sound_file.h"
 #include "host/transcript.h"
+#include "score/score.h"
 
 #include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 
 namespace zorhost {
@@ -20,17 +25,23 @@ namespace zorhost {
 namespace {
 
 constexpr double Shortest = 0.05; // seconds: two frames, which a note takes
-constexpr double Silent = 1e-4;   // of full scale: less than a step of 8 bits brought to 16
+constexpr double UsualTempo = 120;
+constexpr double Silent = 1e-4; // of full scale: less than a step of 8 bits brought to 16
 
 struct TranscribeOptions {
     std::string File;
     std::string Out;
     std::string PlotFile;
-    double BeatsPerMinute = 120;
+    std::string ScoreFile;
+    double BeatsPerMinute = 0; // 0: nobody has said
     bool AsLibrary = false;
     bool AsListen = false;
     bool Bends = false;
+    bool AsJson = false;
 
+    // Where sentences go: beside the objects, if those are wanted.
+    std::FILE* Words() const { return AsJson ? stderr : stdout; }
+    bool OwnTuning() const { return !AsLibrary && !AsListen; }
     Loudness HowLoud() const {
         return AsLibrary ? Loudness::AsItIs : AsListen ? Loudness::Followed : Loudness::Raised;
     }
@@ -73,44 +84,83 @@ void CheckHeard(const HeardSound& sound, const TranscribeOptions& options) {
                     " of 128, and a note needs " + std::to_string(sound.OnLevel));
 }
 
-void PrintSummary(const Heard& heard, const TranscribeOptions& options) {
+void PrintText(const Heard& heard, const TranscribeOptions& options) {
+    PrintNotes(heard.Of);
     const double seconds = heard.Sound.Seconds;
     std::printf("%zu notes in %.1f s of sound, heard in %.2f s: %.0f times as fast as it sounds\n",
                 heard.Of.Notes.size(), seconds, heard.Work, seconds / std::max(heard.Work, 1e-6));
-    if (!options.AsLibrary && !options.AsListen) {
+    if (options.OwnTuning()) {
         std::printf("Tuning of the take: A4 = %.1f Hz (%+ld cents)\n",
                     hearing::FrequencyOf(69 + heard.Of.Tuning), std::lround(heard.Of.Tuning * 100));
     }
     PrintGaps(heard.Of, heard.Sound);
 }
 
+void PrintJson(const Heard& heard, const TranscribeOptions& options) {
+    PrintJson(heard.Of, heard.Sound);
+    Json summary;
+    summary.Add("kind", "summary").Add("notes", heard.Of.Notes.size());
+    summary.Add("seconds", heard.Sound.Seconds).Add("complete", !heard.Sound.BrokeOff);
+    if (options.OwnTuning()) summary.Add("a4", hearing::FrequencyOf(69 + heard.Of.Tuning));
+    summary.Print();
+}
+
 void WriteMidi(const Heard& heard, const TranscribeOptions& options, OutputFile& file) {
     if (heard.Of.Notes.empty()) {
         throw HostError("no note was understood, so no MIDI file is written");
     }
+    const double tempo = options.BeatsPerMinute > 0 ? options.BeatsPerMinute : UsualTempo;
     RecordingPlan plan;
-    plan.Map.Add(Tempo{0, static_cast<int>(60e6 / options.BeatsPerMinute)});
+    plan.Map.Add(Tempo{0, static_cast<int>(60e6 / tempo)});
     WriteRecording(heard.Records, plan, file);
-    std::printf("Wrote %s at %g quarter notes a minute\n", file.Path().c_str(),
-                options.BeatsPerMinute);
+    std::fprintf(options.Words(), "Wrote %s at %g quarter notes a minute\n", file.Path().c_str(),
+                 tempo);
+}
+
+void WriteScore(const Heard& heard, const TranscribeOptions& options, const OutputFile& file) {
+    if (heard.Of.Notes.empty()) throw HostError("no note was understood, so no score is written");
+    std::vector<score::HeardNote> melody;
+    for (const Note& note : heard.Of.Notes)
+        melody.push_back({static_cast<double>(note.Start) / 1000,
+                          static_cast<double>(note.End) / 1000, note.Key});
+    const score::Score written = score::MakeScore(melody, options.BeatsPerMinute);
+    const bool piped = options.File == StandardInput;
+    const std::string title =
+        piped ? "Melody" : std::filesystem::path(options.File).stem().string();
+    WriteText(score::MusicXml(written, Utf8(title)), file);
+    std::fprintf(options.Words(), "Wrote %s: %s\n", file.Path().c_str(),
+                 written.Description().c_str());
+    if (!options.AsJson) return;
+    Json()
+        .Add("kind", "score")
+        .Add("meter", written.Meter())
+        .Add("key", written.In.Name())
+        .Add("tempo", written.Of.QuartersPerMinute)
+        .Add("bars", written.Bars.size())
+        .Print();
 }
 
 void Run(const GlobalOptions& global, const TranscribeOptions& options) {
     std::unique_ptr<OutputFile> out;
+    std::unique_ptr<OutputFile> paper;
     std::unique_ptr<PlotFiles> pictures;
     if (!options.Out.empty()) out = std::make_unique<OutputFile>(options.Out);
+    if (!options.ScoreFile.empty()) paper = std::make_unique<OutputFile>(options.ScoreFile);
     if (!options.PlotFile.empty()) pictures = std::make_unique<PlotFiles>(options.PlotFile);
     const Heard heard = Hear(global, options);
     const auto heardMilliseconds = static_cast<std::int64_t>(heard.Sound.Seconds * 1000);
     if (Interrupted()) {
-        std::printf("Stopped at %s\n", ClockText(heardMilliseconds).c_str());
+        std::fprintf(options.Words(), "Stopped at %s\n", ClockText(heardMilliseconds).c_str());
     } else if (!heard.Sound.BrokeOff) {
         CheckHeard(heard.Sound, options);
     }
-    PrintNotes(heard.Of);
-    PrintSummary(heard, options);
+    (options.AsJson ? PrintJson : PrintText)(heard, options);
     if (out) WriteMidi(heard, options, *out);
-    if (pictures) pictures->Write({options.File, heard.Sound, heard.Of});
+    if (paper) WriteScore(heard, options, *paper);
+    if (pictures) {
+        const std::string names = pictures->Write({options.File, heard.Sound, heard.Of});
+        std::fprintf(options.Words(), "Wrote the picture %s\n", names.c_str());
+    }
     if (heard.Sound.BrokeOff) {
         throw HostError("\"" + options.File + "\" breaks off after " +
                         ClockText(heardMilliseconds) + ": what comes then cannot be read");
@@ -137,12 +187,15 @@ void AddTranscribe(CLI::App& app, const GlobalOptions& global) {
             "on what is longer than a minute")
         ->type_name("OUT.svg");
     command
+        ->add_option("--score", options->ScoreFile,
+                     "Write the notes as a score, MusicXML, to this file")
+        ->type_name("OUT.musicxml");
+    command
         ->add_option("--tempo", options->BeatsPerMinute,
-                     "Quarter notes a minute that the MIDI file is written in; the times of the "
-                     "notes stay")
-        ->check(CLI::Range(10.0, 500.0))
-        ->type_name("BPM")
-        ->capture_default_str();
+                     "Quarter notes a minute: what the MIDI file says, 120 otherwise, while the "
+                     "times of its notes stay; and the score's, which is estimated otherwise")
+        ->check(CLI::Range(10.0, 500.0).description(""))
+        ->type_name("BPM");
     command->add_flag("--bends", options->Bends,
                       "Write the exact pitch of every frame too, as pitch bends of two semitones");
     CLI::Option* library = command->add_flag(
@@ -152,6 +205,9 @@ void AddTranscribe(CLI::App& app, const GlobalOptions& global) {
         ->add_flag("--as-listen", options->AsListen,
                    "Give the notes that listen would give, which knows only 93 ms of what follows")
         ->excludes(library);
+    AddJson(*command, options->AsJson, "an object a line: note, gap, summary, score");
+    command->footer("Examples: zorhost transcribe song.wav -o song.mid\n"
+                    "          zorhost transcribe song.wav --score song.musicxml");
     command->callback([&global, options] { Run(global, *options); });
 }
 

@@ -2,6 +2,7 @@
 
 #include "hearing/pitch.h"
 #include "hearing/tuning.h"
+#include "host/json.h"
 #include "host/names.h"
 
 #include <algorithm>
@@ -44,6 +45,10 @@ std::vector<Stretch> Gaps(const Transcript& transcript, const HeardSound& sound)
     }
     std::erase_if(gaps, [](const Stretch& gap) { return gap.To - gap.From < Worth; });
     return gaps;
+}
+
+double CentsOff(const Note& note, const Transcript& transcript) {
+    return (note.Pitch - transcript.Tuning - note.Key) * 100;
 }
 
 MIDIEvent Record(std::int64_t time, int status, int data1, int data2) {
@@ -114,8 +119,7 @@ void PrintNotes(const Transcript& transcript) {
             std::printf(" %15d\n", note.Velocity);
             continue;
         }
-        const double off = note.Pitch - transcript.Tuning - note.Key;
-        std::printf(" %+5ld %9d %5.0f%%\n", std::lround(off * 100), note.Velocity,
+        std::printf(" %+5ld %9d %5.0f%%\n", std::lround(CentsOff(note, transcript)), note.Velocity,
                     note.Sureness * 100);
     }
 }
@@ -133,6 +137,22 @@ void PrintGaps(const Transcript& transcript, const HeardSound& sound) {
         std::printf("  %8.3f s to %8.3f s\n", gaps[i].From, gaps[i].To);
     }
     if (gaps.size() > MostGaps) std::printf("  and %zu more\n", gaps.size() - MostGaps);
+}
+
+void PrintJson(const Transcript& transcript, const HeardSound& sound) {
+    for (const Note& note : transcript.Notes) {
+        Json object;
+        object.Add("kind", "note").Add("start", static_cast<double>(note.Start) / 1000);
+        object.Add("end", static_cast<double>(note.End) / 1000).Add("key", note.Key);
+        object.Add("name", NoteName(note.Key)).Add("velocity", note.Velocity);
+        if (note.Pitch != 0) {
+            object.Add("cents", CentsOff(note, transcript)).Add("sureness", note.Sureness);
+        }
+        object.Print();
+    }
+    for (const Stretch& gap : Gaps(transcript, sound)) {
+        Json().Add("kind", "gap").Add("start", gap.From).Add("end", gap.To).Print();
+    }
 }
 
 std::vector<MIDIEvent> ToRecords(const std::vector<Note>& notes) {

