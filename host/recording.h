@@ -30,8 +30,7 @@ void AddRecord(midifile::TrackWriter& track, std::int64_t tick, const MIDIEvent&
 
 // Writes the channel messages among the records, each at its Time in milliseconds, and the note
 // offs that are missing at the end. Channels beyond 16 go to tracks of their own, one for each
-// block of
-// 16. Says how far it is if there are many. Throws HostError.
+// block of 16. Says how far it is if there are many. Throws HostError.
 void WriteRecording(const std::vector<MIDIEvent>& records, const RecordingPlan& plan,
                     const OutputFile& file);
 
