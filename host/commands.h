@@ -2,9 +2,11 @@
 // chosen.
 #pragma once
 
-#include <CLI/CLI.hpp>
-
 #include <string>
+
+namespace CLI {
+class App;
+}
 
 namespace zorhost {
 

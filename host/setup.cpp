@@ -9,6 +9,8 @@
 #include "platform/machine.h"
 #include "platform/platform.h"
 
+#include <CLI/CLI.hpp>
+
 #include <cstdio>
 #include <memory>
 #include <sstream>

@@ -30,8 +30,6 @@ public:
     Attachment() {
         ModuleInstance = reinterpret_cast<HINSTANCE>(const_cast<ui::Resources*>(&ZorModule));
     }
-    Attachment(const Attachment&) = delete;
-    Attachment& operator=(const Attachment&) = delete;
     ~Attachment() { machine::LetActionsEnd(); }
 } attachment;
 

@@ -89,10 +89,9 @@ MMRESULT timeEndPeriod(UINT milliseconds) {
 MMRESULT timeSetEvent(UINT delay, UINT /*resolution*/, LPTIMECALLBACK callback, DWORD_PTR user,
                       UINT /*flags*/) {
     if (const Failure failure{Call::timeSetEvent}) return failure;
-    {
-        const std::scoped_lock lock(The<Timers>().Lock);
-        if (!The<Timers>().InRange(delay)) return 0;
-    }
+    std::unique_lock lock(The<Timers>().Lock);
+    if (!The<Timers>().InRange(delay)) return 0;
+    lock.unlock();
     // Counted from the millisecond that timeGetTime reads now: at the expiry it reads that
     // millisecond plus the delay, never one less.
     const std::uint64_t due = (Microseconds() / 1000 + delay) * 1000;

@@ -242,6 +242,13 @@ DWORD FormatsOf(const CaptureDevice& device) {
     return formats;
 }
 
+// As the system's own, it tells the user why there is none.
+MMRESULT NoSuchDevice() {
+    if (const std::string why = MicrophoneProblem(); !why.empty())
+        MessageBoxA(nullptr, why.c_str(), "No microphone", MB_ICONEXCLAMATION);
+    return MMSYSERR_BADDEVICEID;
+}
+
 } // namespace
 
 int OpenWaveIns() { return The<Open>().Count(); }
@@ -254,17 +261,6 @@ void AnswerPositionsIn(unsigned unit) { positionUnit.store(unit, std::memory_ord
 namespace zorsystem {
 
 using namespace machine;
-
-namespace {
-
-// As the system's own, it tells the user why there is none.
-MMRESULT NoSuchDevice() {
-    if (const std::string why = MicrophoneProblem(); !why.empty())
-        MessageBoxA(nullptr, why.c_str(), "No microphone", MB_ICONEXCLAMATION);
-    return MMSYSERR_BADDEVICEID;
-}
-
-} // namespace
 
 UINT waveInGetNumDevs() { return static_cast<UINT>(CaptureDevices().size()); }
 

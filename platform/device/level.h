@@ -24,8 +24,6 @@ class Level {
 public:
     Level(const ControlPlace& place, std::uint32_t maximum, std::size_t values)
         : Place(place), Maximum(maximum), Values(values) {}
-    Level(const Level&) = delete;
-    Level& operator=(const Level&) = delete;
     virtual ~Level() = default;
 
     const ControlPlace Place;

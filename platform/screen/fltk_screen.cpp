@@ -21,8 +21,6 @@ class Locked {
 public:
     Locked() { Fl::lock(); }
     ~Locked() { Fl::unlock(); }
-    Locked(const Locked&) = delete;
-    Locked& operator=(const Locked&) = delete;
 };
 
 double UntilTimer(const Dialog& dialog) {

@@ -23,8 +23,6 @@ class Dialog {
 public:
     Dialog(const DialogTemplate& form, const Metrics& metrics, HWND parent, DLGPROC procedure);
     ~Dialog();
-    Dialog(const Dialog&) = delete;
-    Dialog& operator=(const Dialog&) = delete;
 
     // Gives the dialog procedure its first message, and the focus as it wishes it; then shows.
     void Start(LPARAM init);

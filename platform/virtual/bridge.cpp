@@ -182,8 +182,6 @@ class Receiver {
 public:
     Receiver(VirtualInput& device, std::shared_ptr<Ring> cable)
         : Device(device), Cable(std::move(cable)), Place(Cable->End()), Thread([this] { Run(); }) {}
-    Receiver(const Receiver&) = delete;
-    Receiver& operator=(const Receiver&) = delete;
     ~Receiver() {
         Ending = true;
         Cable->Wake();
