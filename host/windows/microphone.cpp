@@ -2,7 +2,6 @@
 #include "host/microphone.h"
 
 #include "host/host_error.h"
-#include "platform/platform.h"
 
 #include <cstdio>
 
@@ -21,15 +20,14 @@ void Microphone::CheckRead() const {}
 std::int64_t Microphone::StartTime() const { return 0; }
 
 void ChooseMicrophone(int number) {
-    WAVEINCAPSA about = {};
-    if (waveInGetDevCapsA(0, &about, sizeof about) != MMSYSERR_NOERROR)
-        throw HostError("there is no microphone");
+    const auto found = machine::FindMicrophones();
+    if (found.empty()) throw HostError("there is no microphone");
     if (number != 1)
         throw HostError("--device: on Windows the first microphone is heard, \"" +
-                            std::string(about.szPname) +
+                            found.front().Name +
                             "\"; the system's sound settings say which is the first",
                         ExitWrongUse);
-    std::fprintf(stderr, "Microphone: %s\n", about.szPname);
+    std::fprintf(stderr, "Microphone: %s\n", found.front().Name.c_str());
 }
 
 // A missing one is the library's to tell.

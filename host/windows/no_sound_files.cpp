@@ -2,6 +2,8 @@
 #include "host/commands.h"
 #include "host/host_error.h"
 
+#include <CLI/CLI.hpp>
+
 #include <memory>
 
 namespace zorhost {

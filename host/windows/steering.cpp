@@ -92,9 +92,12 @@ void WatchMidiDevices(std::function<void()> watcher) {
 
 std::vector<FoundMicrophone> FindMicrophones() {
     std::vector<FoundMicrophone> found;
-    WAVEINCAPSA about = {};
-    for (UINT i = 0; waveInGetDevCapsA(i, &about, sizeof about) == MMSYSERR_NOERROR; ++i)
-        found.push_back({std::to_string(i), about.szPname, false, 0});
+    const UINT count = waveInGetNumDevs();
+    for (UINT i = 0; i < count; ++i) {
+        WAVEINCAPSA about = {};
+        if (waveInGetDevCapsA(i, &about, sizeof about) == MMSYSERR_NOERROR)
+            found.push_back({about.szPname, about.szPname, false, 0});
+    }
     return found;
 }
 std::string MicrophoneProblem() { return ""; }
