@@ -69,8 +69,8 @@ void Print(const char* what, std::vector<double> values) {
 
 std::uint32_t Level() {
     std::uint32_t value = 0;
-    for (const machine::LevelLine& line : machine::CaptureDevices()[0]->Levels()->Destinations)
-        if (line.Type == machine::RecordingLine) line.Sources[0].Levels[0]->Read({&value, 1});
+    for (const auto& level : machine::CaptureDevices()[0]->Levels())
+        if (level->Place == machine::MicrophoneVolume) level->Read({&value, 1});
     return value;
 }
 
