@@ -91,16 +91,16 @@ void Run(const GlobalOptions& global, const ClockOptions& options) {
 
 } // namespace
 
-void AddClock(CLI::App& app, const GlobalOptions& global) {
-    CLI::App* command = app.add_subcommand(
-        "clock", "Send Start and MIDI clock, 24 a quarter note, and Stop at the end");
+void AddClock(const Command& app, const GlobalOptions& global) {
+    const Command command =
+        app.Add("clock", "Send Start and MIDI clock, 24 a quarter note, and Stop at the end");
     const auto options = std::make_shared<ClockOptions>();
-    command->add_option("BPM", options->BeatsPerMinute, "Quarter notes a minute")
-        ->required()
-        ->check(CLI::Range(10.0, 500.0));
-    AddOutputs(*command, "--to", options->To, "Output to send to");
-    AddSeconds(*command, options->Seconds);
-    command->callback([&global, options] { Run(global, *options); });
+    command.Value("BPM", options->BeatsPerMinute, "Quarter notes a minute")
+        .Required()
+        .Within(10.0, 500.0);
+    AddOutputs(command, "--to", options->To, "Output to send to");
+    AddSeconds(command, options->Seconds);
+    command.Does([&global, options] { Run(global, *options); });
 }
 
 } // namespace zorhost

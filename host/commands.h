@@ -4,26 +4,23 @@
 
 #include <string>
 
-namespace CLI {
-class App;
-}
-
 namespace zorhost {
 
+class Command;
 struct GlobalOptions {
     std::string IniFolder; // --ini, empty for the user's own
     bool Virtual = false;  // --virtual: loopback ports, whatever devices there are
 };
 
-void AddDevices(CLI::App& app, const GlobalOptions& global);
-void AddPlay(CLI::App& app, const GlobalOptions& global);
-void AddInfo(CLI::App& app, const GlobalOptions& global);
-void AddRecord(CLI::App& app, const GlobalOptions& global);
-void AddMonitor(CLI::App& app, const GlobalOptions& global);
-void AddFollow(CLI::App& app, const GlobalOptions& global);
-void AddClock(CLI::App& app, const GlobalOptions& global);
-void AddTranscribe(CLI::App& app, const GlobalOptions& global);
-void AddListen(CLI::App& app, const GlobalOptions& global);
-void AddSetup(CLI::App& app, const GlobalOptions& global);
+void AddDevices(const Command& app, const GlobalOptions& global);
+void AddPlay(const Command& app, const GlobalOptions& global);
+void AddInfo(const Command& app, const GlobalOptions& global);
+void AddRecord(const Command& app, const GlobalOptions& global);
+void AddMonitor(const Command& app, const GlobalOptions& global);
+void AddFollow(const Command& app, const GlobalOptions& global);
+void AddClock(const Command& app, const GlobalOptions& global);
+void AddTranscribe(const Command& app, const GlobalOptions& global);
+void AddListen(const Command& app, const GlobalOptions& global);
+void AddSetup(const Command& app, const GlobalOptions& global);
 
 } // namespace zorhost

@@ -183,13 +183,13 @@ void Devices(const GlobalOptions& global, const DevicesOptions& options) {
 
 } // namespace
 
-void AddDevices(CLI::App& app, const GlobalOptions& global) {
-    CLI::App* command = app.add_subcommand(
+void AddDevices(const Command& app, const GlobalOptions& global) {
+    const Command command = app.Add(
         "devices", "List the MIDI devices and the microphones, and what the settings make of them");
     const auto options = std::make_shared<DevicesOptions>();
-    command->add_flag("--watch", options->Watch, "Then tell what is plugged in and pulled out");
-    AddJson(*command, options->Json, "each device, and what happens to it, as a line");
-    command->callback([&global, options] { Devices(global, *options); });
+    command.Flag("--watch", options->Watch, "Then tell what is plugged in and pulled out");
+    AddJson(command, options->Json, "each device, and what happens to it, as a line");
+    command.Does([&global, options] { Devices(global, *options); });
 }
 
 } // namespace zorhost

@@ -213,14 +213,14 @@ void Run(const GlobalOptions& global, const FollowOptions& options) {
 
 } // namespace
 
-void AddFollow(CLI::App& app, const GlobalOptions& global) {
-    CLI::App* command =
-        app.add_subcommand("follow", "Play a MIDI file in time with the MIDI clock that comes in");
+void AddFollow(const Command& app, const GlobalOptions& global) {
+    const Command command =
+        app.Add("follow", "Play a MIDI file in time with the MIDI clock that comes in");
     const auto options = std::make_shared<FollowOptions>();
-    AddPiece(*command, options->Of);
-    AddOutputs(*command, "--to", options->To, "Output to play on");
-    AddInputs(*command, options->In, "Input that the clock comes from");
-    command->callback([&global, options] { Run(global, *options); });
+    AddPiece(command, options->Of);
+    AddOutputs(command, "--to", options->To, "Output to play on");
+    AddInputs(command, options->In, "Input that the clock comes from");
+    command.Does([&global, options] { Run(global, *options); });
 }
 
 } // namespace zorhost

@@ -4,6 +4,8 @@
 #include "host/settings.h"
 #include "host/terminal.h"
 
+#include <CLI/CLI.hpp>
+
 #include <algorithm>
 #include <numeric>
 
@@ -44,7 +46,7 @@ std::string NamesOf(const CLI::Option& option) {
     return names.substr(0, names.size() - 2);
 }
 
-// "INT in [5 - 5000]" as people say it; empty for other kinds of checks.
+// "[5 - 5000]" as people say it; empty for other kinds of checks.
 std::string RangeIn(const std::string& type) {
     const std::size_t from = type.find('['), middle = type.find(" - "), to = type.find(']');
     if (from == std::string::npos || middle == std::string::npos || to == std::string::npos)
@@ -56,7 +58,7 @@ std::string RangeIn(const std::string& type) {
 Entry EntryOf(const CLI::Option& option) {
     Entry entry{option.get_positional() ? option.get_name() : NamesOf(option),
                 option.get_description()};
-    const std::string type = option.get_type_name(); // "PERCENT:INT in [5 - 5000]"
+    const std::string type = option.get_type_name(); // "PERCENT:[5 - 5000]"
     std::string limits = RangeIn(type);
     const std::string value = limits.empty() ? type : type.substr(0, type.find(':'));
     if (!option.get_positional() && !value.empty()) entry.Left += " " + value;

@@ -2,11 +2,14 @@
 // the commands.
 #pragma once
 
-#include <CLI/CLI.hpp>
-
 #include <memory>
 #include <string>
 #include <vector>
+
+namespace CLI {
+class App;
+class FormatterBase;
+} // namespace CLI
 
 namespace zorhost {
 

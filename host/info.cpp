@@ -180,13 +180,13 @@ void PrintJson(const Song& song) {
 
 } // namespace
 
-void AddInfo(CLI::App& app, const GlobalOptions&) {
-    CLI::App* command = app.add_subcommand(
-        "info", "Tell what a MIDI file holds: tracks, instruments, tempo, length, faults");
+void AddInfo(const Command& app, const GlobalOptions&) {
+    const Command command =
+        app.Add("info", "Tell what a MIDI file holds: tracks, instruments, tempo, length, faults");
     const auto options = std::make_shared<InfoOptions>();
-    AddPiece(*command, options->Of);
-    AddJson(*command, options->AsJson, "an object a line: file, tempo, meter, track, warning");
-    command->callback([options] {
+    AddPiece(command, options->Of);
+    AddJson(command, options->AsJson, "an object a line: file, tempo, meter, track, warning");
+    command.Does([options] {
         const Song song = ReadSongQuietly(options->Of.File, options->Of.Strict);
         options->AsJson ? PrintJson(song) : PrintText(song);
     });

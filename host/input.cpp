@@ -21,18 +21,17 @@ void SayListening(const PortMap& map) {
 
 } // namespace
 
-void InputOptions::AddTo(CLI::App& command) {
+void InputOptions::AddTo(const Command& command) {
     AddInputs(command, In, "Input to listen to");
-    command.add_option("--filter", Filter, "Keep messages out: " + FilterWords())
-        ->allow_extra_args(false)
-        ->type_name("KIND,...")
-        ->delimiter(',');
-    AddOutputs(command, "--thru", Thru, "Output that plays at once what comes in, filtered or not");
-    command.add_option("--map", Map, "With --thru: channels to play on, 1:10 for in 1, out 10")
-        ->allow_extra_args(false)
-        ->type_name("IN:OUT,...")
-        ->delimiter(',')
-        ->needs("--thru");
+    command.Value("--filter", Filter, "Keep messages out: " + FilterWords())
+        .Listed()
+        .Named("KIND,...");
+    const Option thru = AddOutputs(command, "--thru", Thru,
+                                   "Output that plays at once what comes in, filtered or not");
+    command.Value("--map", Map, "With --thru: channels to play on, 1:10 for in 1, out 10")
+        .Listed()
+        .Named("IN:OUT,...")
+        .Needs(thru);
     AddMicrophoneFile(command, Mic);
     AddSeconds(command, Seconds);
 }

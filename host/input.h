@@ -17,7 +17,7 @@ struct InputOptions {
     std::string Mic;
     double Seconds = 0; // 0: until Ctrl-C
 
-    void AddTo(CLI::App& command);
+    void AddTo(const Command& command);
     SessionPlan Plan() const;
     // Throws HostError on wrong values.
     StartOptions Start() const;

@@ -189,31 +189,29 @@ void Run(const GlobalOptions& global, const ListenOptions& options) {
 
 } // namespace
 
-void AddListen(CLI::App& app, const GlobalOptions& global) {
-    CLI::App* command = app.add_subcommand(
-        "listen", "Hear notes in a microphone's sound as it comes: meter, pitch and notes");
+void AddListen(const Command& app, const GlobalOptions& global) {
+    const Command command =
+        app.Add("listen", "Hear notes in a microphone's sound as it comes: meter, pitch and notes");
     const auto options = std::make_shared<ListenOptions>();
-    CLI::Option* mic =
-        command
-            ->add_option("--mic", options->Mic,
-                         "Sound file to hear in place of a microphone of this computer")
-            ->type_name("FILE");
+    const Option mic = command
+                           .Value("--mic", options->Mic,
+                                  "Sound file to hear in place of a microphone of this computer")
+                           .Named("FILE");
     command
-        ->add_option("--device", options->Device,
-                     "Which microphone, as `zorhost devices` lists them, from 1")
-        ->type_name("N")
-        ->capture_default_str()
-        ->excludes(mic);
-    AddSeconds(*command, options->Seconds);
-    command
-        ->add_option("-o,--out", options->Out, "Write the notes to this MIDI file, each as it ends")
-        ->type_name("OUT.mid");
-    command->add_flag("--as-library", options->AsLibrary,
-                      "Print and write the notes of the library's microphone; print the decoded "
-                      "ones beside them");
-    AddOutputs(*command, "--thru", options->Thru, "Output that plays the library's notes at once");
-    command->footer("What is written is on the disk while it goes on, as a recording is.");
-    command->callback([&global, options] { Run(global, *options); });
+        .Value("--device", options->Device,
+               "Which microphone, as `zorhost devices` lists them, from 1")
+        .Named("N")
+        .WithDefault()
+        .Excludes(mic);
+    AddSeconds(command, options->Seconds);
+    command.Value("-o,--out", options->Out, "Write the notes to this MIDI file, each as it ends")
+        .Named("OUT.mid");
+    command.Flag("--as-library", options->AsLibrary,
+                 "Print and write the notes of the library's microphone; print the decoded "
+                 "ones beside them");
+    AddOutputs(command, "--thru", options->Thru, "Output that plays the library's notes at once");
+    command.Footer("What is written is on the disk while it goes on, as a recording is.");
+    command.Does([&global, options] { Run(global, *options); });
 }
 
 } // namespace zorhost

@@ -1,8 +1,11 @@
+#include "host/command_line.h"
 #include "host/commands.h"
 #include "host/help.h"
 #include "host/help_pages.h"
 #include "host/host_error.h"
 #include "host/interrupt.h"
+
+#include <CLI/CLI.hpp>
 
 #include <cerrno>
 #include <cstdio>
@@ -37,16 +40,17 @@ void AddCommands(CLI::App& app, zorhost::GlobalOptions& global) {
     app.add_flag("--virtual", global.Virtual,
                  "Use loopback ports, which lead to other zorhosts too, in place of this "
                  "computer's MIDI devices");
-    zorhost::AddDevices(app, global);
-    zorhost::AddPlay(app, global);
-    zorhost::AddInfo(app, global);
-    zorhost::AddRecord(app, global);
-    zorhost::AddMonitor(app, global);
-    zorhost::AddFollow(app, global);
-    zorhost::AddClock(app, global);
-    zorhost::AddTranscribe(app, global);
-    zorhost::AddListen(app, global);
-    zorhost::AddSetup(app, global);
+    const zorhost::Command commands(&app);
+    zorhost::AddDevices(commands, global);
+    zorhost::AddPlay(commands, global);
+    zorhost::AddInfo(commands, global);
+    zorhost::AddRecord(commands, global);
+    zorhost::AddMonitor(commands, global);
+    zorhost::AddFollow(commands, global);
+    zorhost::AddClock(commands, global);
+    zorhost::AddTranscribe(commands, global);
+    zorhost::AddListen(commands, global);
+    zorhost::AddSetup(commands, global);
     app.footer(Footer); // last, so that no command inherits it
 }
 

@@ -93,15 +93,15 @@ void Run(const GlobalOptions& global, const MonitorOptions& options) {
 
 } // namespace
 
-void AddMonitor(CLI::App& app, const GlobalOptions& global) {
-    CLI::App* command =
-        app.add_subcommand("monitor", "Print each message as it comes in: seconds, port, channel, "
-                                      "message");
+void AddMonitor(const Command& app, const GlobalOptions& global) {
+    const Command command =
+        app.Add("monitor", "Print each message as it comes in: seconds, port, channel, "
+                           "message");
     const auto options = std::make_shared<MonitorOptions>();
-    options->Input.AddTo(*command);
-    AddJson(*command, options->AsJson, "an object a line");
-    command->footer("Example: zorhost monitor --in piano --filter clock");
-    command->callback([&global, options] { Run(global, *options); });
+    options->Input.AddTo(command);
+    AddJson(command, options->AsJson, "an object a line");
+    command.Footer("Example: zorhost monitor --in piano --filter clock");
+    command.Does([&global, options] { Run(global, *options); });
 }
 
 } // namespace zorhost

@@ -1,29 +1,24 @@
 // Options that several commands have, each declared once.
 #pragma once
 
-#include <CLI/CLI.hpp>
-
-#include <string>
-#include <vector>
+#include "host/command_line.h"
 
 namespace zorhost {
 
-using Texts = std::vector<std::string>;
-
 // Devices by number, name, or a part of the name that only one has.
-CLI::Option* AddInputs(CLI::App& command, Texts& inputs, const std::string& help);
-CLI::Option* AddOutputs(CLI::App& command, const char* option, Texts& outputs,
-                        const std::string& help);
-CLI::Option* AddSeconds(CLI::App& command, double& seconds);
-CLI::Option* AddMicrophoneFile(CLI::App& command, std::string& file);
+Option AddInputs(const Command& command, Texts& inputs, const std::string& help);
+Option AddOutputs(const Command& command, const char* option, Texts& outputs,
+                  const std::string& help);
+Option AddSeconds(const Command& command, double& seconds);
+Option AddMicrophoneFile(const Command& command, std::string& file);
 
 // The MIDI file that is played.
 struct Piece {
     std::string File;
     bool Strict = false;
 };
-void AddPiece(CLI::App& command, Piece& piece);
+void AddPiece(const Command& command, Piece& piece);
 
-CLI::Option* AddJson(CLI::App& command, bool& json, const char* what);
+Option AddJson(const Command& command, bool& json, const char* what);
 
 } // namespace zorhost

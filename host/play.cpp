@@ -134,29 +134,25 @@ void Run(const GlobalOptions& global, const PlayOptions& options) {
     if (options.Report && performance.Complete()) PrintReport(performance);
 }
 
-void AddChanges(CLI::App& command, PlayOptions& options) {
-    command.add_option("--tempo", options.TempoPercent, "Tempo in percent of the written one")
-        ->check(CLI::Range(5, 5000))
-        ->type_name("PERCENT")
-        ->capture_default_str();
+void AddChanges(const Command& command, PlayOptions& options) {
+    command.Value("--tempo", options.TempoPercent, "Tempo in percent of the written one")
+        .Within(5, 5000)
+        .Named("PERCENT")
+        .WithDefault();
     command
-        .add_option("--from", options.FromBar,
-                    "Bar to begin at, with the sounds and pedals that hold by then")
-        ->check(CLI::Range(1, 1000000).description(""))
-        ->type_name("BAR")
-        ->capture_default_str();
+        .Value("--from", options.FromBar,
+               "Bar to begin at, with the sounds and pedals that hold by then")
+        .Sensible(1, 1000000)
+        .Named("BAR")
+        .WithDefault();
     command
-        .add_option("--transpose", options.Edit.Transpose,
-                    "Semitones up, or down if below 0; not drums")
-        ->check(CLI::Range(-127, 127))
-        ->type_name("N");
+        .Value("--transpose", options.Edit.Transpose, "Semitones up, or down if below 0; not drums")
+        .Within(-127, 127)
+        .Named("N");
     for (const auto& [name, parts, help] :
          {std::tuple("--solo", &options.Edit.Solo, "Play only these channels, or tracks as t2"),
           std::tuple("--mute", &options.Edit.Mute, "Leave out these channels, or tracks as t2")}) {
-        command.add_option(name, *parts, help)
-            ->allow_extra_args(false)
-            ->delimiter(',')
-            ->type_name("N,...");
+        command.Value(name, *parts, help).Listed().Named("N,...");
     }
 }
 
@@ -172,42 +168,42 @@ void CheckLoop(const PlayOptions& options) {
                         ExitWrongUse);
 }
 
-void AddChecks(CLI::App& command, PlayOptions& options) {
+void AddChecks(const Command& command, PlayOptions& options) {
     command
-        .add_option("--record", options.Record,
-                    "Write what comes back through the inputs meanwhile to this MIDI file")
-        ->type_name("OUT.mid");
-    command.add_flag("--report", options.Report,
-                     "Compare every message sent with what came back, and say how late it was. "
-                     "It uses loopback ports of its own");
-    CLI::Option* mic = AddMicrophoneFile(command, options.Mic);
+        .Value("--record", options.Record,
+               "Write what comes back through the inputs meanwhile to this MIDI file")
+        .Named("OUT.mid");
+    command.Flag("--report", options.Report,
+                 "Compare every message sent with what came back, and say how late it was. "
+                 "It uses loopback ports of its own");
+    const Option mic = AddMicrophoneFile(command, options.Mic);
     command
-        .add_option("--written", options.Written,
-                    "With --mic: the MIDI file that the sound was made from, to print its notes "
-                    "beside those heard")
-        ->type_name("FILE")
-        ->needs(mic);
+        .Value("--written", options.Written,
+               "With --mic: the MIDI file that the sound was made from, to print its notes "
+               "beside those heard")
+        .Named("FILE")
+        .Needs(mic);
 }
 
 } // namespace
 
-void AddPlay(CLI::App& app, const GlobalOptions& global) {
-    CLI::App* command = app.add_subcommand("play", "Play a MIDI file");
+void AddPlay(const Command& app, const GlobalOptions& global) {
+    const Command command = app.Add("play", "Play a MIDI file");
     const auto options = std::make_shared<PlayOptions>();
-    AddPiece(*command, options->Of);
-    AddOutputs(*command, "--to", options->To, "Output to play on");
-    AddChanges(*command, *options);
-    CLI::Option* loop =
-        command->add_option("--loop", options->Loop, "Play again and again, all or bars like 5-8")
-            ->type_name("[FROM-TO]")
-            ->expected(0, 1);
-    AddChecks(*command, *options);
-    command->footer("Examples: zorhost play song.mid --to piano --tempo 80\n"
-                    "          zorhost play song.mid --loop 5-8 --mute 10 --transpose -2\n"
-                    "On a terminal, space pauses, the arrows go a bar back or on, Home goes to the "
-                    "start, q ends.");
-    command->callback([&global, options, loop] {
-        options->Looped = loop->count() > 0;
+    AddPiece(command, options->Of);
+    AddOutputs(command, "--to", options->To, "Output to play on");
+    AddChanges(command, *options);
+    const Option loop =
+        command.Value("--loop", options->Loop, "Play again and again, all or bars like 5-8")
+            .Named("[FROM-TO]")
+            .Values(0, 1);
+    AddChecks(command, *options);
+    command.Footer("Examples: zorhost play song.mid --to piano --tempo 80\n"
+                   "          zorhost play song.mid --loop 5-8 --mute 10 --transpose -2\n"
+                   "On a terminal, space pauses, the arrows go a bar back or on, Home goes to the "
+                   "start, q ends.");
+    command.Does([&global, options, loop] {
+        options->Looped = loop.Given();
         CheckLoop(*options);
         Run(global, *options);
     });

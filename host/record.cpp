@@ -135,27 +135,27 @@ void SortWords(RecordOptions& options) {
 
 } // namespace
 
-void AddRecord(CLI::App& app, const GlobalOptions& global) {
-    CLI::App* command = app.add_subcommand("record", "Record what comes in as a MIDI file");
+void AddRecord(const Command& app, const GlobalOptions& global) {
+    const Command command = app.Add("record", "Record what comes in as a MIDI file");
     const auto options = std::make_shared<RecordOptions>();
-    command->add_option("OUT", options->File, "The MIDI file to write");
-    options->Input.AddTo(*command);
-    CLI::Option* click =
+    command.Value("OUT", options->File, "The MIDI file to write");
+    options->Input.AddTo(command);
+    const Option click =
         command
-            ->add_option("--click", options->Click,
-                         "Count one bar in and click on: beats a minute, and beats a bar if not 4")
-            ->type_name("BPM [BEATS]")
-            ->expected(1, 2);
+            .Value("--click", options->Click,
+                   "Count one bar in and click on: beats a minute, and beats a bar if not 4")
+            .Named("BPM [BEATS]")
+            .Values(1, 2);
     command
-        ->add_option("--overdub", options->Under.File,
-                     "Play this MIDI file meanwhile, and write its tracks and the new one")
-        ->type_name("FILE")
-        ->excludes(click);
-    AddOutputs(*command, "--to", options->To, "Output for --click and --overdub");
-    command->footer("Example: zorhost record take.mid --in piano --click 96 3 --to synth\n"
-                    "A recording is on the disk while it goes on, as take.part.mid. What is broken "
-                    "off, the next recording into that folder finds and keeps.");
-    command->callback([&global, options] {
+        .Value("--overdub", options->Under.File,
+               "Play this MIDI file meanwhile, and write its tracks and the new one")
+        .Named("FILE")
+        .Excludes(click);
+    AddOutputs(command, "--to", options->To, "Output for --click and --overdub");
+    command.Footer("Example: zorhost record take.mid --in piano --click 96 3 --to synth\n"
+                   "A recording is on the disk while it goes on, as take.part.mid. What is broken "
+                   "off, the next recording into that folder finds and keeps.");
+    command.Does([&global, options] {
         SortWords(*options);
         Run(global, *options);
     });

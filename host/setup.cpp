@@ -1,4 +1,5 @@
 // zorhost setup
+#include "host/command_line.h"
 #include "host/commands.h"
 #include "host/help_pages.h"
 #include "host/host_error.h"
@@ -8,8 +9,6 @@
 
 #include "platform/machine.h"
 #include "platform/platform.h"
-
-#include <CLI/CLI.hpp>
 
 #include <cstdio>
 #include <memory>
@@ -81,30 +80,29 @@ void Setup(const GlobalOptions& global, const SetupOptions& options) {
     if (!options.Print && options.Set.empty()) ShowDialog(options.Dialog);
 }
 
-void AddDialog(CLI::App& setup, const GlobalOptions& global, SetupDialog dialog, const char* name,
-               const char* about) {
-    CLI::App* command = setup.add_subcommand(name, about);
+void AddDialog(const Command& setup, const GlobalOptions& global, SetupDialog dialog,
+               const char* name, const char* about) {
+    const Command command = setup.Add(name, about);
     const auto options = std::make_shared<SetupOptions>();
     options->Dialog = dialog;
-    command->add_flag("--print", options->Print, "Print the settings, and what can be chosen");
+    command.Flag("--print", options->Print, "Print the settings, and what can be chosen");
     command
-        ->add_option("--set", options->Set,
-                     "Change a setting and store it; keys and values as --print gives them")
-        ->type_name("KEY=VALUE")
-        ->expected(1)
-        ->take_all();
-    command->callback([&global, options] { Setup(global, *options); });
+        .Value("--set", options->Set,
+               "Change a setting and store it; keys and values as --print gives them")
+        .Repeated()
+        .Named("KEY=VALUE");
+    command.Does([&global, options] { Setup(global, *options); });
 }
 
 } // namespace
 
-void AddSetup(CLI::App& app, const GlobalOptions& global) {
-    CLI::App* setup = app.add_subcommand(
+void AddSetup(const Command& app, const GlobalOptions& global) {
+    const Command setup = app.Add(
         "setup", "Show a settings dialog, or print and change its settings without a screen");
-    setup->require_subcommand(1);
-    AddDialog(*setup, global, SetupDialog::Midi, "midi",
+    setup.NeedsCommand();
+    AddDialog(setup, global, SetupDialog::Midi, "midi",
               "Devices of the MIDI ports, their base channels, sync and reset");
-    AddDialog(*setup, global, SetupDialog::Microphone, "mic",
+    AddDialog(setup, global, SetupDialog::Microphone, "mic",
               "The microphone as a MIDI input: level, source and channel");
 }
 

@@ -169,46 +169,42 @@ void Run(const GlobalOptions& global, const TranscribeOptions& options) {
 
 } // namespace
 
-void AddTranscribe(CLI::App& app, const GlobalOptions& global) {
-    CLI::App* command = app.add_subcommand(
-        "transcribe", "Turn a recording of one voice or melody instrument into notes");
+void AddTranscribe(const Command& app, const GlobalOptions& global) {
+    const Command command =
+        app.Add("transcribe", "Turn a recording of one voice or melody instrument into notes");
     const auto options = std::make_shared<TranscribeOptions>();
     command
-        ->add_option(
-            "IN", options->File,
-            "The sound: WAV, FLAC, Ogg, MP3 and others; a pipe too, and - for what is piped in")
-        ->required();
-    command->add_option("-o,--out", options->Out, "Write the notes to this MIDI file")
-        ->type_name("OUT.mid");
+        .Value("IN", options->File,
+               "The sound: WAV, FLAC, Ogg, MP3 and others; a pipe too, and - for what is piped in")
+        .Required();
+    command.Value("-o,--out", options->Out, "Write the notes to this MIDI file").Named("OUT.mid");
     command
-        ->add_option(
-            "--plot", options->PlotFile,
-            "Draw level, pitch and notes over time to this SVG file, and to OUT-2.svg and so "
-            "on what is longer than a minute")
-        ->type_name("OUT.svg");
+        .Value("--plot", options->PlotFile,
+               "Draw level, pitch and notes over time to this SVG file, and to OUT-2.svg and so "
+               "on what is longer than a minute")
+        .Named("OUT.svg");
     command
-        ->add_option("--score", options->ScoreFile,
-                     "Write the notes as a score, MusicXML, to this file")
-        ->type_name("OUT.musicxml");
+        .Value("--score", options->ScoreFile, "Write the notes as a score, MusicXML, to this file")
+        .Named("OUT.musicxml");
     command
-        ->add_option("--tempo", options->BeatsPerMinute,
-                     "Quarter notes a minute: what the MIDI file says, 120 otherwise, while the "
-                     "times of its notes stay; and the score's, which is estimated otherwise")
-        ->check(CLI::Range(10.0, 500.0).description(""))
-        ->type_name("BPM");
-    command->add_flag("--bends", options->Bends,
-                      "Write the exact pitch of every frame too, as pitch bends of two semitones");
-    CLI::Option* library = command->add_flag(
+        .Value("--tempo", options->BeatsPerMinute,
+               "Quarter notes a minute: what the MIDI file says, 120 otherwise, while the "
+               "times of its notes stay; and the score's, which is estimated otherwise")
+        .Sensible(10.0, 500.0)
+        .Named("BPM");
+    command.Flag("--bends", options->Bends,
+                 "Write the exact pitch of every frame too, as pitch bends of two semitones");
+    const Option library = command.Flag(
         "--as-library", options->AsLibrary,
         "Give the notes that the library's microphone would give, which two frames decide");
     command
-        ->add_flag("--as-listen", options->AsListen,
-                   "Give the notes that listen would give, which knows only 93 ms of what follows")
-        ->excludes(library);
-    AddJson(*command, options->AsJson, "an object a line: note, gap, summary, score");
-    command->footer("Examples: zorhost transcribe song.wav -o song.mid\n"
-                    "          zorhost transcribe song.wav --score song.musicxml");
-    command->callback([&global, options] { Run(global, *options); });
+        .Flag("--as-listen", options->AsListen,
+              "Give the notes that listen would give, which knows only 93 ms of what follows")
+        .Excludes(library);
+    AddJson(command, options->AsJson, "an object a line: note, gap, summary, score");
+    command.Footer("Examples: zorhost transcribe song.wav -o song.mid\n"
+                   "          zorhost transcribe song.wav --score song.musicxml");
+    command.Does([&global, options] { Run(global, *options); });
 }
 
 } // namespace zorhost
