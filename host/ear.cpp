@@ -12,6 +12,8 @@ namespace zorhost {
 
 namespace {
 
+constexpr std::int32_t Interruption = 250; // milliseconds without sound; less is a late delivery
+
 // -1 to 1.
 float SampleAt(const std::uint8_t* at, std::int32_t bits) {
     if (bits == 8) return static_cast<float>(at[0] - 128) / 128;
@@ -54,6 +56,10 @@ void Ear::TakeBlock(std::uint32_t time, const std::uint8_t* data, std::int32_t b
 }
 
 void Ear::TakeGathered(std::uint32_t time) {
+    const auto gap = static_cast<std::int32_t>(time - Before);
+    if (Written.load(std::memory_order_relaxed) > 0 && gap >= Interruption)
+        Maker.Pass(std::lround(gap / 1000.0 / hearing::FrameSeconds) - 1);
+    Before = time;
     Filter.Apply(Gathered);
     const hearing::Frame frame = Maker.Take(Gathered, Gain.For(Gathered));
     const auto level = static_cast<int>(std::lround(InputPeak * FullLevel));

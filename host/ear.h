@@ -27,7 +27,8 @@ public:
     Ear(const Ear&) = delete;
     Ear& operator=(const Ear&) = delete;
 
-    // Appends the frames since the last call. Some 20 seconds of them are kept for it.
+    // Appends the frames since the last call. Some 20 seconds of them are kept for it. Where the
+    // microphone was away meanwhile, their times go on as the clock did.
     void Take(std::vector<HeardFrame>& frames);
     // When the first frame began, in milliseconds on the system's clock. Once there is one.
     std::uint32_t StartTime() const { return Begun.load(std::memory_order_relaxed); }
@@ -44,6 +45,7 @@ private:
     std::array<float, FrameSamples> Gathered{};
     std::size_t Count = 0; // of them
     float InputPeak = 0;
+    std::uint32_t Before = 0; // time of the frame before
 
     // One producer, the delivering thread, and one consumer; each writes its own count.
     std::array<HeardFrame, 1024> Ring{};

@@ -29,6 +29,9 @@ public:
     // Samples from -1 to 1, times gain. Real time: yes.
     hearing::Frame Take(std::span<const float, FrameSamples> samples, float gain);
 
+    // So many frames of time went by without sound. Real time: yes.
+    void Pass(std::int64_t frames) { Frames += frames; }
+
     // Levels from which a pitch is searched for at first, and further on.
     std::int32_t OnLevel() const { return Recogniser.NoteOnThreshold; }
     std::int32_t OffLevel() const { return Recogniser.NoteOffThreshold; }

@@ -45,6 +45,12 @@ bool IsJournal(const fs::path& path) {
     return std::equal(Mark, std::end(Mark) - 1, &head[BodyPlace + 4]);
 }
 
+midifile::Bytes Joined(midifile::Bytes first, midifile::ByteSpan then, midifile::ByteSpan last) {
+    first.insert(first.end(), then.begin(), then.end());
+    first.insert(first.end(), last.begin(), last.end());
+    return first;
+}
+
 // Its records, with the channels that they came in on.
 std::vector<MIDIEvent> ReadJournal(const fs::path& path) {
     const midifile::Song song = midifile::Read(ReadWhole(path));
@@ -115,15 +121,13 @@ Journal::Journal(const std::string& target)
 }
 
 bool Journal::Begin() {
-    midifile::Bytes file = midifile::FileHead(0, 1, Ticks);
-    Track.AddText(0, midifile::MetaText, Mark);
-    const midifile::Bytes body = Track.TakeBody();
+    Sure.Track.AddText(0, midifile::MetaText, Mark);
+    const midifile::Bytes body = Sure.Track.TakeBody();
     const midifile::ByteSpan end = midifile::EndOfTrack();
-    const midifile::Bytes head = midifile::TrackHead(body.size() + end.size());
-    for (const midifile::ByteSpan part : {midifile::ByteSpan(head), midifile::ByteSpan(body), end})
-        file.insert(file.end(), part.begin(), part.end());
+    const midifile::Bytes heads =
+        Joined(midifile::FileHead(0, 1, Ticks), midifile::TrackHead(body.size() + end.size()), {});
     Size = body.size();
-    return File.Put(file, 0);
+    return File.Put(Joined(heads, body, end), 0);
 }
 
 Journal::~Journal() {
@@ -139,42 +143,53 @@ void Journal::Add(const MIDIEvent& record) {
     Used = true;
 }
 
+// What comes after all that its time would have put it before is as late as that.
+void Journal::Events::Add(const MIDIEvent& record) {
+    Last = std::max(Last, record.Time);
+    if (record.Channel >> 4 != Block) {
+        Block = record.Channel >> 4;
+        const unsigned char port[] = {static_cast<unsigned char>(Block)};
+        Track.AddMeta(Last, MetaPort, port);
+    }
+    AddRecord(Track, Last, record);
+}
+
 void Journal::TakePending(std::int32_t until) {
     std::ranges::stable_sort(Pending, {}, [](const MIDIEvent& record) { return record.Time; });
     const auto later =
         std::ranges::find_if(Pending, [&](const MIDIEvent& record) { return record.Time > until; });
-    for (auto record = Pending.begin(); record != later; ++record) {
-        if (record->Channel >> 4 != Block) {
-            Block = record->Channel >> 4;
-            const unsigned char port[] = {static_cast<unsigned char>(Block)};
-            Track.AddMeta(record->Time, MetaPort, port);
-        }
-        AddRecord(Track, record->Time, *record);
-    }
+    for (auto record = Pending.begin(); record != later; ++record) Sure.Add(*record);
     Pending.erase(Pending.begin(), later);
 }
 
-// The events and a new end in one, over the old end; then the length. In the moment between, events
-// stand behind what the track says to be its end.
+midifile::Bytes Journal::Tail() const {
+    Events last = Sure;
+    for (const MIDIEvent& record : Pending) last.Add(record);
+    for (const MIDIEvent& record : Held) last.Add(record);
+    return last.Track.TakeBody();
+}
+
+// The events and a new end in one, over the old end; then the length. In the moment between, the
+// track goes on behind its end or breaks off in its last events.
 bool Journal::Write(std::int32_t now, bool all) {
     if (!all && now - Written < Pause) return Unwritten.empty();
     Written = now;
     TakePending(all ? INT32_MAX : now - Late);
-    const midifile::Bytes fresh = Track.TakeBody();
+    const midifile::Bytes fresh = Sure.Track.TakeBody();
     Unwritten.insert(Unwritten.end(), fresh.begin(), fresh.end());
-    if (Unwritten.empty()) return true;
-    const std::size_t grown = Size + Unwritten.size();
-    midifile::Bytes tail = Unwritten;
-    const midifile::ByteSpan end = midifile::EndOfTrack();
-    tail.insert(tail.end(), end.begin(), end.end());
-    if (!File.Put(tail, BodyPlace + Size)) {
-        static_cast<void>(File.Put(end, BodyPlace + Size)); // as it was
+    const midifile::Bytes tail = Tail();
+    if (Unwritten.empty() && tail == LastTail) return true;
+    const midifile::Bytes body = Joined(Unwritten, tail, midifile::EndOfTrack());
+    if (!File.Put(body, BodyPlace + Size)) {
+        const midifile::Bytes asItWas = Joined({}, LastTail, midifile::EndOfTrack());
+        static_cast<void>(File.Put(asItWas, BodyPlace + Size));
         return false;
     }
-    const midifile::Bytes head = midifile::TrackHead(grown + end.size());
+    const midifile::Bytes head = midifile::TrackHead(Size + body.size());
     if (!File.Put(midifile::ByteSpan(head).subspan(4), LengthPlace)) return false;
-    Size = grown;
+    Size += Unwritten.size();
     Unwritten.clear();
+    LastTail = tail;
     if (now - Synced >= Often || all) {
         File.Sync();
         Synced = now;

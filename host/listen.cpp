@@ -42,7 +42,7 @@ public:
 private:
     void TakeFromLibrary();
     void Decode();
-    void KeepEnded();
+    void Keep();
     void PrintDecoded();
     Note Timed(const hearing::Note& note) const;
     void ShowMeter();
@@ -80,7 +80,7 @@ void Listener::TakeFromLibrary() {
 void Listener::Decode() {
     for (; Decoded < Frames.size(); ++Decoded) Decoder.Take(Frames[Decoded].Of);
     PrintDecoded();
-    KeepEnded();
+    Keep();
 }
 
 void Listener::PrintDecoded() {
@@ -102,11 +102,13 @@ Note Listener::Timed(const hearing::Note& note) const {
     return ToKey(timed, 0);
 }
 
-// A note has its exact pitch when it ends.
-void Listener::KeepEnded() {
+// A note has its exact pitch when it ends; until then it is in the take as it stands.
+void Listener::Keep() {
+    if (!Kept || Options.AsLibrary) return;
     const std::vector<hearing::Note>& notes = Decoder.Notes();
-    for (; Kept && !Options.AsLibrary && Ended < notes.size() && !notes[Ended].Open; ++Ended)
+    for (; Ended < notes.size() && !notes[Ended].Open; ++Ended)
         for (const MIDIEvent& record : ToRecords({Timed(notes[Ended])})) Kept->Add(record);
+    Kept->Hold(Ended < notes.size() ? ToRecords({Timed(notes[Ended])}) : std::vector<MIDIEvent>{});
 }
 
 std::size_t Listener::Notes() const {
@@ -156,7 +158,7 @@ void Listener::Run() {
     }
     Decoder.Finish();
     PrintDecoded();
-    KeepEnded();
+    Keep();
     Meter.End();
     if (start.Thru) Library::Silence({});
 }

@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <utility>
 
 namespace zorhost {
 
@@ -21,6 +22,10 @@ void Take::Add(const MIDIEvent& record) {
     All.push_back(record);
     if (record.Status == 0x90 && record.Data2 > 0) ++NoteCount;
     if (Safe) Safe->Add(record);
+}
+
+void Take::Hold(std::vector<MIDIEvent> records) {
+    if (Safe) Safe->Hold(std::move(records));
 }
 
 void Take::Save(std::int32_t now) {

@@ -17,6 +17,8 @@ public:
 
     // Channel messages; others have no place in a file and are passed over. Times in milliseconds.
     void Add(const MIDIEvent& record);
+    // What the file on the disk has beside them for now, in place of what was held before.
+    void Hold(std::vector<MIDIEvent> records);
     // now: milliseconds as in the records. Call it often.
     void Save(std::int32_t now);
     const std::vector<MIDIEvent>& Records() const { return All; }
