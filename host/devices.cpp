@@ -4,6 +4,7 @@
 #include "host/machine.h"
 #include "host/options.h"
 #include "host/settings.h"
+#include "host/terminal.h"
 #include "host/watch.h"
 #include "platform/machine.h"
 #include "platform/platform.h"
@@ -117,8 +118,8 @@ void PrintText(const char* title, const Rows& rows, const std::string& whyNone =
         if (row.Port > 0) use = "  port " + std::to_string(row.Port);
         if (row.Channel > 0) use = "  notes on channel " + std::to_string(row.Channel);
         const std::string number = row.Number > 0 ? std::to_string(row.Number) : "";
-        std::printf("  %-2s %-31s  %-24s%s\n", number.c_str(), row.Name.c_str(),
-                    StateText(row).c_str(), use.c_str());
+        PrintRow(5, "  %-2s %-31s  %-24s%s", number.c_str(), row.Name.c_str(),
+                 StateText(row).c_str(), use.c_str());
     }
     if (rows.empty() || !whyNone.empty())
         std::printf("  %s %s\n", rows.empty() ? "(none)" : "  ", whyNone.c_str());
@@ -144,14 +145,14 @@ void PrintPorts(const char* kind, const std::vector<Port>& ports) {
         } else if (port.Device != port.Name) {
             note = "  -> " + port.Device;
         }
-        std::printf("  %-6s %d   channels %3d-%-3d  %s%s\n", kind, port.Row, port.Channel,
-                    port.Channel + 15, port.Name.c_str(), note.c_str());
+        PrintRow(11, "  %-6s %d   channels %3d-%-3d  %s%s", kind, port.Row, port.Channel,
+                 port.Channel + 15, port.Name.c_str(), note.c_str());
     }
 }
 
 void PrintSettings(const std::string& path, const PortMap& map) {
     const bool there = std::filesystem::exists(path);
-    std::printf("Ports by %s%s\n", path.c_str(), there ? "" : " (not there: defaults)");
+    PrintRow(2, "Ports by %s%s", path.c_str(), there ? "" : " (not there: defaults)");
     PrintPorts("input", map.Inputs);
     PrintPorts("output", map.Outputs);
     std::printf("  external clock comes from input %d\n", map.SyncInput);

@@ -7,11 +7,14 @@
 #include "host/piece.h"
 #include "host/player.h"
 #include "host/progress.h"
+#include "host/terminal.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <memory>
 #include <set>
+#include <string>
+#include <vector>
 
 namespace zorhost {
 
@@ -94,50 +97,49 @@ double BeatsPerMinute(const midifile::Tempo& tempo) { return 60e6 / tempo.Micros
 
 std::int64_t BarOf(const Song& song, std::int64_t tick) { return song.Map.BarBeatAt(tick).Bar; }
 
-void PrintTempos(const Song& song) {
-    const auto tempos = song.Map.Tempos();
-    std::printf("Tempo    ");
-    for (std::size_t i = 0; i < tempos.size() && i < MostChanges; ++i) {
-        std::printf("%s%.4g", i ? ", " : "", BeatsPerMinute(tempos[i]));
-        if (i) std::printf(" in bar %lld", static_cast<long long>(BarOf(song, tempos[i].Tick)));
+// The first of many values, and the bars of those that follow.
+template <typename Change, typename Write>
+std::string ChangesText(const Song& song, const std::vector<Change>& changes, Write write) {
+    std::string text;
+    for (std::size_t i = 0; i < changes.size() && i < MostChanges; ++i) {
+        text += (i ? ", " : "") + write(changes[i]);
+        if (i) text += " in bar " + std::to_string(BarOf(song, changes[i].Tick));
     }
-    if (tempos.size() > MostChanges) std::printf(" and %zu more", tempos.size() - MostChanges);
-    std::printf(" quarter notes a minute\n");
-}
-
-void PrintMeters(const Song& song) {
-    const auto meters = song.Map.Meters();
-    std::printf("Meter    ");
-    for (std::size_t i = 0; i < meters.size() && i < MostChanges; ++i) {
-        std::printf("%s%d/%d", i ? ", " : "", meters[i].Beats, meters[i].BeatUnit);
-        if (i) std::printf(" in bar %lld", static_cast<long long>(BarOf(song, meters[i].Tick)));
-    }
-    if (meters.size() > MostChanges) std::printf(" and %zu more", meters.size() - MostChanges);
-    std::printf("\n");
+    if (changes.size() > MostChanges)
+        text += " and " + std::to_string(changes.size() - MostChanges) + " more";
+    return text;
 }
 
 void PrintTrack(std::size_t number, const TrackInfo& info) {
-    std::printf("t%-3zu %5zu notes", number, info.Notes);
-    if (info.Notes > 0) {
-        std::printf("  %4s to %-4s", NoteName(info.Lowest).c_str(), NoteName(info.Highest).c_str());
-    } else {
-        std::printf("%14s", "");
-    }
-    std::printf("  ch %-8s %s", Joined(info.Channels).c_str(), info.Name.c_str());
+    char range[16] = "";
+    if (info.Notes > 0)
+        std::snprintf(range, sizeof range, "%4s to %-4s", NoteName(info.Lowest).c_str(),
+                      NoteName(info.Highest).c_str());
     const std::string instruments = Joined(info.Instruments);
-    std::printf("%s\n", instruments.empty() ? "" : ("  (" + instruments + ")").c_str());
+    PrintRow(5, "t%-3zu %5zu notes  %-12s  ch %-8s %s%s", number, info.Notes, range,
+             Joined(info.Channels).c_str(), info.Name.c_str(),
+             instruments.empty() ? "" : ("  (" + instruments + ")").c_str());
 }
 
 void PrintText(const Song& song) {
     std::printf("Length   %s, %lld bars\n",
                 ClockText(static_cast<std::int64_t>(Seconds(song) * 1000)).c_str(),
                 static_cast<long long>(BarOf(song, std::max<std::int64_t>(0, song.EndTick - 1))));
-    PrintTempos(song);
-    PrintMeters(song);
-    std::printf("File     type %d, %zu tracks, %zu messages, %d ticks a quarter note\n",
-                song.Format, song.Tracks.size(), song.Events.size(), song.Map.TicksPerQuarter());
+    const auto tempo = [](const midifile::Tempo& one) {
+        char text[32];
+        std::snprintf(text, sizeof text, "%.4g", BeatsPerMinute(one));
+        return std::string(text);
+    };
+    const auto meter = [](const midifile::Meter& one) {
+        return std::to_string(one.Beats) + "/" + std::to_string(one.BeatUnit);
+    };
+    PrintRow(9, "Tempo    %s quarter notes a minute",
+             ChangesText(song, song.Map.Tempos(), tempo).c_str());
+    PrintRow(9, "Meter    %s", ChangesText(song, song.Map.Meters(), meter).c_str());
+    PrintRow(9, "File     type %d, %zu tracks, %zu messages, %d ticks a quarter note", song.Format,
+             song.Tracks.size(), song.Events.size(), song.Map.TicksPerQuarter());
     for (std::size_t i = 0; i < song.Tracks.size(); ++i) PrintTrack(i + 1, InfoOf(song.Tracks[i]));
-    for (const std::string& line : Warnings(song)) std::printf("Mind: %s\n", line.c_str());
+    for (const std::string& line : Warnings(song)) PrintRow(6, "Mind: %s", line.c_str());
 }
 
 void PrintJson(const Song& song) {

@@ -1,6 +1,8 @@
 #include "host/terminal.h"
 
 #include <algorithm>
+#include <cstdarg>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <sstream>
@@ -72,6 +74,20 @@ std::string Wrapped(const std::string& text, int width, int indent, int first) {
         all += WrappedLine(line, static_cast<std::size_t>(width), edge, column);
     }
     return all;
+}
+
+void PrintRow(int indent, const char* format, ...) {
+    va_list values, again;
+    va_start(values, format);
+    va_copy(again, values);
+    const int size = std::vsnprintf(nullptr, 0, format, values);
+    std::string row(static_cast<std::size_t>(size) + 1, ' ');
+    std::vsnprintf(row.data(), row.size(), format, again);
+    va_end(again);
+    va_end(values);
+    row.pop_back();
+    static const int width = IsTerminal(STDOUT_FILENO) ? TerminalWidth() : 0;
+    std::printf("%s\n", (width > 0 && size > width ? Wrapped(row, width, indent) : row).c_str());
 }
 
 } // namespace zorhost

@@ -17,6 +17,10 @@ std::string Coloured(const std::string& text, Colour colour);
 // begins at a column of its own. Line ends in the text stay.
 std::string Wrapped(const std::string& text, int width, int indent = 0, int first = 0);
 
+// A line of a table on standard output. On a terminal that is narrower it is broken between words
+// with single spaces, all but its first part indented.
+[[gnu::format(printf, 2, 3)]] void PrintRow(int indent, const char* format, ...);
+
 enum class Key { None, Other, Space, Left, Right, Home, Quit };
 
 // While one lives, keys come one by one and do not show. Not if standard input is no terminal, or

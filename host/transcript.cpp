@@ -4,16 +4,19 @@
 #include "hearing/tuning.h"
 #include "host/json.h"
 #include "host/names.h"
+#include "host/terminal.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <unistd.h>
 
 namespace zorhost {
 
 namespace {
 
 constexpr double Worth = 0.06;       // seconds without a note that are worth telling
+constexpr int Wide = 57;             // columns of the whole table
 constexpr std::size_t MostGaps = 12; // lines of them
 
 struct Stretch {
@@ -84,6 +87,19 @@ void AddBends(const Note& note, const HeardSound& sound, std::vector<MIDIEvent>&
     }
 }
 
+// In 32 columns.
+void PrintNarrow(const Transcript& transcript) {
+    std::printf("     start  note  cents     sure\n");
+    for (const Note& note : transcript.Notes) {
+        std::printf("%8.3f s  %-5s", static_cast<double>(note.Start) / 1000,
+                    NoteName(note.Key).c_str());
+        if (note.Pitch != 0)
+            std::printf(" %+5ld    %4.0f%%", std::lround(CentsOff(note, transcript)),
+                        note.Sureness * 100);
+        std::printf("\n");
+    }
+}
+
 } // namespace
 
 Note ToKey(const hearing::Note& note, double tuning) {
@@ -110,6 +126,10 @@ Transcript Decode(const HeardSound& sound, Loudness loudness) {
 }
 
 void PrintNotes(const Transcript& transcript) {
+    if (IsTerminal(STDOUT_FILENO) && TerminalWidth() < Wide) {
+        PrintNarrow(transcript);
+        return;
+    }
     std::printf("    no      start     length  note  cents  velocity   sure\n");
     int number = 0;
     for (const Note& note : transcript.Notes) {
