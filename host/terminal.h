@@ -19,7 +19,12 @@ std::string Wrapped(const std::string& text, int width, int indent = 0, int firs
 
 // A line of a table on standard output. On a terminal that is narrower it is broken between words
 // with single spaces, all but its first part indented.
-[[gnu::format(printf, 2, 3)]] void PrintRow(int indent, const char* format, ...);
+#ifdef _WIN32
+[[gnu::format(gnu_printf, 2, 3)]] // as the compiler's own library has it
+#else
+[[gnu::format(printf, 2, 3)]]
+#endif
+void PrintRow(int indent, const char* format, ...);
 
 enum class Key { None, Other, Space, Left, Right, Home, Quit };
 
