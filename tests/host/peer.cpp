@@ -2,7 +2,6 @@
 
 #include "platform/machine.h"
 #include "platform/platform.h"
-#include "tests/host/program.h"
 
 #include <algorithm>
 #include <chrono>
@@ -28,7 +27,6 @@ void CALLBACK OnMidi(void*, UINT message, DWORD_PTR, DWORD_PTR first, DWORD_PTR)
 } // namespace
 
 Peer::Peer(const std::string& cable) {
-    TestFolder();
     Messages.clear();
     const int input = machine::AddMidiInput("Peer");
     const int output = machine::AddMidiOutput("Peer");
