@@ -51,6 +51,12 @@ std::vector<std::uint32_t> Peer::Heard() const {
     return Messages;
 }
 
+std::uint32_t Peer::At(std::size_t number) const {
+    std::unique_lock hold(Lock);
+    Came.wait(hold, [number] { return number < Messages.size(); });
+    return Messages[number];
+}
+
 bool Peer::Await(std::uint32_t packed, std::size_t from) const {
     using namespace std::chrono_literals;
     std::unique_lock hold(Lock);

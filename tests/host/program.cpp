@@ -41,8 +41,7 @@ std::string ReadText(const std::string& path) {
 }
 
 Program::Program(const std::string& arguments) {
-    int out[2];
-    int err[2];
+    int out[2], err[2];
     if (pipe(out) != 0 || pipe(err) != 0) std::abort();
     std::vector<std::string> words = {ZOR_PROGRAM};
     std::istringstream rest(arguments);

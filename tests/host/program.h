@@ -22,20 +22,17 @@ public:
     // Waits for the end and gives the exit code; 128 plus the signal if one ended it.
     int Finish();
 
-    std::string Out;
-    std::string Err;
+    std::string Out, Err;
 
 private:
     bool ReadMore();
 
     pid_t Process = -1;
-    int OutPipe = -1;
-    int ErrPipe = -1;
+    int OutPipe = -1, ErrPipe = -1;
 };
 
 struct Result {
     int Code;
-    std::string Out;
-    std::string Err;
+    std::string Out, Err;
 };
 Result RunZorhost(const std::string& arguments);

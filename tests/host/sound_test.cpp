@@ -15,9 +15,8 @@ namespace {
 constexpr int Rate = 22050;
 
 struct Tone {
-    double Start; // seconds
-    double End;
-    int Key; // -1 for noise
+    double Start, End; // seconds
+    int Key;           // -1 for noise
 };
 
 // A 16-bit mono WAV of tones with six harmonics.
