@@ -47,9 +47,7 @@ TEST(Files, ThatAreFaultyAreReadAndToldOrRefused) {
         {With(good, 12, {0xE7, 40}), "film frames, 25 a second", 2},
         {With(good, 12, {0, 0}), "no ticks a quarter", 2},
         {Behind({'R', 'I', 'F', 'F', 9, 0, 0, 0, 'R', 'M', 'I', 'D'}, good), "RIFF", 2},
-        {Behind({1, 2, 3}, good), "3 bytes before its header", 2},
         {Behind(good, {1, 2, 3}), "bytes behind the end", 2},
-        {With(good, 21, {2}), "wrong length", 2},
         {With(Behind(good, good), 18, {1}), "wrong length", 4},
         {With(good, 32, {0xFF, 1, 0}), "without an end mark", 2},
         {With(good, 23, {0x10}), "make no sense", 1},
@@ -147,14 +145,13 @@ TEST(Settings, DecideThePortsAndAreNeverWritten) {
     std::ofstream(ini) << text;
     const Result devices = RunZorhost("devices");
     EXPECT_EQ(devices.Code, 0);
-    for (const char* line : {"input  1   channels  17-32   Loopback MIDI 3\n",
-                             "input  2   channels  17-32   Gone  (not there: not opened)\n",
-                             "output 1   channels   1-16   Default MIDI Output Device  -> "
-                             "Loopback MIDI 1\n",
-                             "output 2   channels  17-32   Loopback MIDI 3\n",
-                             "external clock comes from input 2\n"}) {
+    for (const char* line :
+         {"input  1   channels  17-32   Loopback MIDI 3\n",
+          "input  2   channels  17-32   Gone  (not there: not opened)\n",
+          "output 1   channels   1-16   Default MIDI Output Device  -> "
+          "Loopback MIDI 1\n",
+          "output 2   channels  17-32   Loopback MIDI 3\n", "external clock comes from input 2\n"})
         EXPECT_NE(devices.Out.find(line), std::string::npos) << line << devices.Out;
-    }
     // The input of the settings hears the output of the command line.
     WriteBytes("good.mid", Sound());
     const Result played =

@@ -76,9 +76,8 @@ TEST(Record, WritesWhatCameInAndPlaysItThruByTheMap) {
                 {4, {0x85, 71, 0}}}});
     EXPECT_EQ(RunZorhost("play again.mid").Code, 0);
     for (const std::uint32_t message :
-         {Packed(0x99, 70, 1), Packed(0xB3, 7, 5), Packed(0x95, 71, 1)}) {
+         {Packed(0x99, 70, 1), Packed(0xB3, 7, 5), Packed(0x95, 71, 1)})
         EXPECT_TRUE(heard.Await(message)) << std::hex << message;
-    }
     record.Signal(SIGINT);
     EXPECT_EQ(record.Finish(), 0) << record.Err;
     const std::vector<Bytes> expected = {{0x90, 60, 100}, {0x92, 62, 90}, {0x93, 64, 80},
@@ -153,14 +152,14 @@ TEST(Follow, AClockInAnotherTerminal) {
     ASSERT_TRUE(follow.Await("Waiting"));
     // 500 quarters a minute: 200 clocks a second.
     EXPECT_EQ(RunZorhost("clock 500 --seconds 1").Code, 0);
-    EXPECT_EQ(follow.Finish(), 0) << follow.Err;
-    for (unsigned key = 60; key < 68; ++key) EXPECT_TRUE(peer.Await(Packed(0x90, key, 100))) << key;
     ASSERT_TRUE(peer.Await(Packed(0xFC)));
     std::vector<std::uint32_t> heard = peer.Heard(), expected(202, Packed(0xF8));
     std::erase_if(heard, [](std::uint32_t message) { return (message & 0xFF) < 0xF8; });
     expected.front() = Packed(0xFA);
     expected.back() = Packed(0xFC);
-    EXPECT_EQ(heard, expected);
+    ASSERT_EQ(heard, expected);
+    EXPECT_EQ(follow.Finish(), 0) << follow.Err;
+    for (unsigned key = 60; key < 68; ++key) EXPECT_TRUE(peer.Await(Packed(0x90, key, 100))) << key;
 }
 
 } // namespace

@@ -7,7 +7,6 @@
 #include <cstring>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <map>
 
 Bytes Tempo(unsigned length) {
     const auto byte = [length](int shift) { return static_cast<unsigned char>(length >> shift); };
@@ -32,10 +31,9 @@ void WriteMidi(const std::string& name, int ticksPerQuarter,
 }
 
 std::vector<TimedMessage> ReadBack(const std::string& path, int* ticksPerQuarter) {
-    static const std::map<std::string, unsigned> kinds = {
-        {"Note_off_c", 0x80},  {"Note_on_c", 0x90}, {"Poly_aftertouch_c", 0xA0},
-        {"Control_c", 0xB0},   {"Program_c", 0xC0}, {"Channel_aftertouch_c", 0xD0},
-        {"Pitch_bend_c", 0xE0}};
+    static const char* const kinds[] = {"Note_off_c",  "Note_on_c", "Poly_aftertouch_c",
+                                        "Control_c",   "Program_c", "Channel_aftertouch_c",
+                                        "Pitch_bend_c"};
     std::vector<TimedMessage> events;
     std::FILE* const reader = popen(("midicsv '" + path + "' 2>&1").c_str(), "r");
     char line[512], kind[32];
@@ -45,14 +43,14 @@ std::vector<TimedMessage> ReadBack(const std::string& path, int* ticksPerQuarter
         if (std::sscanf(line, "%*u, %d, %31[^,], %u, %u, %u", &tick, kind, &a, &b, &c) < 2)
             continue;
         if (!std::strcmp(kind, "Header") && ticksPerQuarter) *ticksPerQuarter = static_cast<int>(c);
-        const auto known = kinds.find(kind);
-        if (known == kinds.end()) continue;
-        if (known->second == 0xE0) c = b >> 7, b &= 127;
-        const unsigned char bytes[] = {static_cast<unsigned char>(known->second | a),
-                                       static_cast<unsigned char>(b),
-                                       static_cast<unsigned char>(c)};
-        const bool one = known->second == 0xC0 || known->second == 0xD0;
-        events.push_back({tick, Bytes(bytes, bytes + (one ? 2 : 3))});
+        const auto known = std::ranges::find(kinds, std::string(kind));
+        if (known == std::end(kinds)) continue;
+        const auto status = static_cast<unsigned>(0x80 + (known - kinds) * 16);
+        if (status == 0xE0) c = b >> 7, b &= 127;
+        Bytes message = {static_cast<unsigned char>(status | a), static_cast<unsigned char>(b),
+                         static_cast<unsigned char>(c)};
+        if (status == 0xC0 || status == 0xD0) message.pop_back();
+        events.push_back({tick, message});
     }
     EXPECT_EQ(pclose(reader), 0) << path;
     std::ranges::stable_sort(events, {}, &TimedMessage::Tick);

@@ -102,9 +102,8 @@ TEST(Play, CtrlCLeavesNothingSoundingAndAWholeRecording) {
     EXPECT_EQ(play.Finish(), 0) << play.Err;
     EXPECT_NE(play.Out.find("Stopped after"), std::string::npos) << play.Out;
     for (const std::uint32_t end : {Packed(0x83, 60), Packed(0x83, 67), Packed(0xB3, 64, 0),
-                                    Packed(0xB3, 123, 0), Packed(0xE3, 0, 64)}) {
+                                    Packed(0xB3, 123, 0), Packed(0xE3, 0, 64)})
         EXPECT_TRUE(peer.Await(end)) << std::hex << end;
-    }
     const std::vector<Bytes> recorded = Messages(ReadBack("copy.mid"));
     for (const Bytes& message : {Bytes{0x93, 60, 90}, Bytes{0x93, 60, 0}, Bytes{0x93, 67, 0}})
         EXPECT_EQ(std::ranges::count(recorded, message), 1);

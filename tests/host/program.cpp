@@ -1,5 +1,6 @@
 #include "tests/host/program.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -81,13 +82,10 @@ bool Program::ReadMore() {
         if (both[i].fd < 0 || !both[i].revents) continue;
         char buffer[4096];
         const ssize_t count = read(both[i].fd, buffer, sizeof buffer);
-        if (count > 0) {
-            (i == 0 ? Out : Err).append(buffer, static_cast<std::size_t>(count));
-        } else {
-            int& pipe = i == 0 ? OutPipe : ErrPipe;
-            close(pipe);
-            pipe = -1;
-        }
+        (i == 0 ? Out : Err).append(buffer, static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+        if (count > 0) continue;
+        close(both[i].fd);
+        (i == 0 ? OutPipe : ErrPipe) = -1;
     }
     return OutPipe >= 0 || ErrPipe >= 0;
 }

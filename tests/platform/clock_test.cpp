@@ -103,26 +103,6 @@ TEST_F(Clock, KeepsOrderUnderARandomLoad) {
     EXPECT_EQ(ran, expected);
 }
 
-TEST_F(Clock, AFullQueueRefusesAndRecovers) {
-    // What was forgotten long before its time takes no room.
-    for (int i = 0; i < 100000; ++i)
-        ASSERT_TRUE(machine::Unschedule(Schedule(Lane::Timers, In(9000000), Keep, nullptr)));
-    std::vector<Token> tokens;
-    const auto fill = [&tokens] {
-        while (const Token token = Schedule(Lane::Timers, In(1000), Keep, nullptr))
-            tokens.push_back(token);
-        return tokens.size();
-    };
-    const std::size_t most = fill();
-    EXPECT_GT(most, 1000u);
-    EXPECT_TRUE(machine::Unschedule(tokens.front()));
-    EXPECT_EQ(fill(), most + 1);
-    EXPECT_NE(tokens.back(), tokens.front());
-    ran.clear();
-    machine::Advance(1);
-    EXPECT_EQ(ran.size(), most);
-}
-
 TEST_F(Clock, ForgettingAndLeavingWaitForAnActionUnderWay) {
     machine::UseRealClock();
     struct State {

@@ -1,8 +1,7 @@
-// Kernel services: events, threads and waits; faults on demand.
+// Kernel services: events, threads and waits.
 #include "tests/support/machine_test.h"
 
 #include <array>
-#include <string>
 #include <thread>
 #include <vector>
 
@@ -88,14 +87,6 @@ TEST_F(Kernel, TimeStandsStillUntilEveryThreadWaitsAgain) {
         EXPECT_EQ(WaitForSingleObject(thread, 0), WAIT_OBJECT_0); // it has ended, and stays so
         EXPECT_TRUE(CloseHandle(thread));
     }
-}
-
-TEST_F(Kernel, TheNthCallFailsAndTheOthersGoOn) {
-    machine::FailCall(machine::Call::CreateEventA, 3, 0, 2);
-    machine::FailCall(machine::Call::CreateEventA, 6, 0);
-    std::string results;
-    for (int i = 0; i < 8; ++i) results += Event() ? '+' : '-';
-    EXPECT_EQ(results, "++--+-++");
 }
 
 } // namespace

@@ -192,8 +192,7 @@ TEST_F(RealMicrophone, ItsLevelIsThatOfItsOwnStreamAndItIsLetThroughToTheSpeaker
     EXPECT_TRUE(Comes([] { return Level() == 0; }));
     EXPECT_TRUE(Set(RecordingLine, 32767));
     EXPECT_TRUE(Comes([&] { return std::abs(ear.Loudness / plain - 1) < 0.1; }));
-    EXPECT_TRUE(
-        Shell("pactl get-source-volume voice | grep -q ' 100%'")); // is nobody's business here
+    EXPECT_TRUE(Shell("pactl get-source-volume voice | grep -q ' 100%'")); // nobody's business
     EXPECT_EQ(Level(), 32767u);
     const auto plays = [] { // in the speakers
         return Shell("pactl list sink-inputs | grep -q 'media.name = \"Microphone\"'");
@@ -206,12 +205,9 @@ TEST_F(RealMicrophone, ItsLevelIsThatOfItsOwnStreamAndItIsLetThroughToTheSpeaker
 }
 
 TEST_F(RealMicrophone, EachHasANameOfItsOwnAndMonitorsComeLast) {
-    for (const char* name : {"one", "two"})
-        ASSERT_TRUE(Shell(std::string("pactl load-module module-remap-source master=mic.monitor "
-                                      "source_name=") +
-                          name +
-                          " source_properties=device.description=Stimme_über_einunddreißig_Bytes >>"
-                          "$XDG_RUNTIME_DIR/twins"));
+    ASSERT_TRUE(Shell("for name in one two; do pactl load-module module-remap-source "
+                      "master=mic.monitor source_name=$name source_properties=device."
+                      "description=Stimme_über_einunddreißig_Bytes; done >$XDG_RUNTIME_DIR/twins"));
     EXPECT_TRUE(Comes([] { return FindMicrophones().size() == 4; }));
     const auto found = FindMicrophones();
     ASSERT_EQ(found.size(), 4u);
