@@ -1,4 +1,4 @@
-// MIDI files made byte by byte, and read back by a program that is not ours.
+// MIDI files written, and read back by a program that is not ours.
 #pragma once
 
 #include <cstdint>
@@ -13,20 +13,18 @@ struct TimedMessage {
 };
 using TrackEvents = std::vector<TimedMessage>; // by ascending tick
 
-Bytes Tempo(int microsecondsPerQuarter);
-Bytes TimeSignature(int beats, int power);
+Bytes Tempo(unsigned microsecondsPerQuarter);
 
-Bytes TrackChunk(const TrackEvents& events);
-Bytes MidiBytes(int format, int ticksPerQuarter, const std::vector<TrackEvents>& tracks);
-// Gives the path.
-std::string WriteBytes(const std::string& name, const Bytes& bytes);
-std::string WriteMidi(const std::string& name, int format, int ticksPerQuarter,
-                      const std::vector<TrackEvents>& tracks);
+// A file as our own writer makes it, which ReadBack vouches for: of type 1, or of type 0 if it has
+// one track.
+Bytes MidiBytes(int ticksPerQuarter, const std::vector<TrackEvents>& tracks);
+void WriteBytes(const std::string& name, const Bytes& bytes);
+void WriteMidi(const std::string& name, int ticksPerQuarter,
+               const std::vector<TrackEvents>& tracks);
 
 // The channel messages of a file, merged by time. Fails the test and gives none if it is no valid
 // file.
 std::vector<TimedMessage> ReadBack(const std::string& path, int* ticksPerQuarter = nullptr);
 
-// As a port sends it on: a note off counts as a note on with velocity 0.
-Bytes Plain(Bytes message);
+// As a port sends them on: a note off counts as a note on with velocity 0.
 std::vector<Bytes> Messages(const std::vector<TimedMessage>& events);

@@ -2,7 +2,6 @@
 
 #include "platform/machine.h"
 #include "platform/platform.h"
-#include "tests/host/program.h"
 
 #include <algorithm>
 #include <chrono>
@@ -28,7 +27,6 @@ void CALLBACK OnMidi(void*, UINT message, DWORD_PTR, DWORD_PTR first, DWORD_PTR)
 } // namespace
 
 Peer::Peer(const std::string& cable) {
-    TestFolder();
     Messages.clear();
     const int input = machine::AddMidiInput("Peer");
     const int output = machine::AddMidiOutput("Peer");
@@ -51,6 +49,12 @@ void Peer::Send(std::uint32_t packed) { midiOutShortMsg(Output, packed); }
 std::vector<std::uint32_t> Peer::Heard() const {
     const std::lock_guard hold(Lock);
     return Messages;
+}
+
+std::uint32_t Peer::At(std::size_t number) const {
+    std::unique_lock hold(Lock);
+    Came.wait(hold, [number] { return number < Messages.size(); });
+    return Messages[number];
 }
 
 bool Peer::Await(std::uint32_t packed, std::size_t from) const {

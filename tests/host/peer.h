@@ -22,6 +22,8 @@ public:
     void Send(std::uint32_t packed);
     // What has come so far, its own messages too.
     std::vector<std::uint32_t> Heard() const;
+    // Waits for the first, second... that comes, from 0.
+    std::uint32_t At(std::size_t number) const;
     // Waits until the message has come, after the first from messages. False if it never does.
     bool Await(std::uint32_t packed, std::size_t from = 0) const;
 };

@@ -1,36 +1,39 @@
 #include "tests/host/program.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <iomanip>
 #include <poll.h>
 #include <sstream>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <vector>
 
-const std::string& TestFolder() {
-    static const std::string folder = [] {
-        std::string path = "/tmp/zorhost-test-XXXXXX";
-        if (!mkdtemp(path.data())) std::abort();
-        for (const char* part : {"/runtime", "/config"}) {
-            std::filesystem::create_directory(path + part);
-            std::filesystem::permissions(path + part, std::filesystem::perms::owner_all);
+namespace {
+
+const struct Folder {
+    Folder() {
+        if (!mkdtemp(Path.data())) std::abort();
+        std::filesystem::current_path(Path);
+        for (const char* part : {"runtime", "config"}) {
+            std::filesystem::create_directory(part);
+            std::filesystem::permissions(part, std::filesystem::perms::owner_all);
         }
-        setenv("XDG_RUNTIME_DIR", (path + "/runtime").c_str(), 1);
-        setenv("XDG_CONFIG_HOME", (path + "/config").c_str(), 1);
-        static std::string toRemove = path;
-        std::atexit([] {
-            std::error_code ignored;
-            std::filesystem::remove_all(toRemove, ignored);
-        });
-        return path;
-    }();
-    return folder;
-}
+        setenv("XDG_RUNTIME_DIR", (Path + "/runtime").c_str(), 1);
+        setenv("XDG_CONFIG_HOME", (Path + "/config").c_str(), 1);
+    }
+    ~Folder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(Path, ignored);
+    }
+    std::string Path = "/tmp/zorhost-test-XXXXXX";
+} folder;
 
-std::string InFolder(const std::string& name) { return TestFolder() + "/" + name; }
+} // namespace
 
 std::string ReadText(const std::string& path) {
     std::ostringstream text;
@@ -38,13 +41,12 @@ std::string ReadText(const std::string& path) {
     return text.str();
 }
 
-Program::Program(const std::vector<std::string>& arguments) {
-    TestFolder();
-    int out[2];
-    int err[2];
+Program::Program(const std::string& arguments) {
+    int out[2], err[2];
     if (pipe(out) != 0 || pipe(err) != 0) std::abort();
-    std::vector<std::string> words = {ZORHOST, "--virtual"};
-    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<std::string> words = {ZOR_PROGRAM};
+    std::istringstream rest(arguments);
+    for (std::string word; rest >> std::quoted(word, '\'');) words.push_back(word);
     std::vector<char*> pointers;
     for (std::string& word : words) pointers.push_back(word.data());
     pointers.push_back(nullptr);
@@ -80,13 +82,10 @@ bool Program::ReadMore() {
         if (both[i].fd < 0 || !both[i].revents) continue;
         char buffer[4096];
         const ssize_t count = read(both[i].fd, buffer, sizeof buffer);
-        if (count > 0) {
-            (i == 0 ? Out : Err).append(buffer, static_cast<std::size_t>(count));
-        } else {
-            int& pipe = i == 0 ? OutPipe : ErrPipe;
-            close(pipe);
-            pipe = -1;
-        }
+        (i == 0 ? Out : Err).append(buffer, static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+        if (count > 0) continue;
+        close(both[i].fd);
+        (i == 0 ? OutPipe : ErrPipe) = -1;
     }
     return OutPipe >= 0 || ErrPipe >= 0;
 }
@@ -98,7 +97,10 @@ bool Program::Await(const std::string& text) {
     return false;
 }
 
-void Program::Signal(int number) { kill(Process, number); }
+void Program::Signal(int number) {
+    kill(Process, number);
+    if (number == SIGSTOP) waitpid(Process, nullptr, WUNTRACED);
+}
 
 int Program::Finish() {
     while (ReadMore()) {
@@ -113,7 +115,7 @@ int Program::Finish() {
     return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
 }
 
-Result RunZorhost(const std::vector<std::string>& arguments) {
+Result RunZorhost(const std::string& arguments) {
     Program program(arguments);
     const int code = program.Finish();
     return {code, program.Out, program.Err};

@@ -1,43 +1,38 @@
-// zorhost as a user runs it: a process with its own settings and runtime folder.
+// A program as a user runs it, zorhost mostly: a process in a folder of this test program, made
+// new, into which XDG_RUNTIME_DIR and XDG_CONFIG_HOME point as well. The test itself works there
+// too.
 #pragma once
 
 #include <string>
 #include <sys/types.h>
-#include <vector>
 
-// The folder that one test program works in, made new; XDG_RUNTIME_DIR and XDG_CONFIG_HOME point
-// into it for every process that is started.
-const std::string& TestFolder();
-std::string InFolder(const std::string& name);
 std::string ReadText(const std::string& path);
 
 class Program {
 public:
-    explicit Program(const std::vector<std::string>& arguments);
+    // Words are parted by blanks; those that have blanks themselves stand in 'quotes'.
+    explicit Program(const std::string& arguments);
     ~Program(); // a process that still runs is killed
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
 
     // Reads on until the text has appeared on either output. False if the program ended without it.
     bool Await(const std::string& text);
-    void Signal(int number); // SIGINT as Ctrl-C
+    void Signal(int number); // SIGINT as Ctrl-C; with SIGSTOP it stands still when this returns
     // Waits for the end and gives the exit code; 128 plus the signal if one ended it.
     int Finish();
 
-    std::string Out;
-    std::string Err;
+    std::string Out, Err;
 
 private:
     bool ReadMore();
 
     pid_t Process = -1;
-    int OutPipe = -1;
-    int ErrPipe = -1;
+    int OutPipe = -1, ErrPipe = -1;
 };
 
 struct Result {
     int Code;
-    std::string Out;
-    std::string Err;
+    std::string Out, Err;
 };
-Result RunZorhost(const std::vector<std::string>& arguments);
+Result RunZorhost(const std::string& arguments);

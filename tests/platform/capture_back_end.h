@@ -1,4 +1,4 @@
-// The back end under test: one microphone, called "Voice", with a volume.
+// The back end under test: one microphone, called "Voice".
 #pragma once
 
 #include "platform/machine.h"

@@ -18,18 +18,16 @@ TEST(NativeNames, AreTheSystemsWithoutWhatChangesEachTime) {
 }
 
 TEST(NativeNames, AreOneOfAKindAndFit) {
-    const char* const wholes[] = {"Keys",
-                                  "Keys",
-                                  "Keys",
-                                  "A very long name that goes on, MIDI 1",
-                                  "A very long name that goes on, MIDI 2",
-                                  "Ein sehr langer Name bis zum \xC3\x9C\xC3\x9C"};
     std::vector<std::string> names;
-    for (const char* whole : wholes) names.push_back(machine::UniqueName(whole, names));
-    EXPECT_EQ(names, (std::vector<std::string>{"Keys", "Keys #2", "Keys #3",
-                                               "A very long name that goes on,",
-                                               "A very long name that goes o #2",
-                                               "Ein sehr langer Name bis zum \xC3\x9C"}));
+    for (const auto& [whole, unique] :
+         {std::pair{"Keys", "Keys"},
+          {"Keys", "Keys #2"},
+          {"Keys", "Keys #3"},
+          {"A very long name that goes on, MIDI 1", "A very long name that goes on,"},
+          {"A very long name that goes on, MIDI 2", "A very long name that goes o #2"},
+          {"Ein sehr langer Name bis zum \xC3\x9C\xC3\x9C",
+           "Ein sehr langer Name bis zum \xC3\x9C"}})
+        EXPECT_EQ(names.emplace_back(machine::UniqueName(whole, names)), unique);
 }
 
 } // namespace
