@@ -4,7 +4,7 @@
 
 #include <cmath>
 #include <cstdint>
-#include <cstring>
+#include <utility>
 #include <vector>
 
 struct Model {
@@ -18,11 +18,7 @@ struct Model {
         int cents = 0, onset = 0, amplitude = 0, detected = 255, active = 255, hold = 0;
         int extreme = 0, max = 0, min = 0, blockPeakTime = 0, blockPeak = 0;
     };
-    struct Entry {
-        std::int32_t time;
-        std::uint32_t message;
-        bool operator==(const Entry&) const = default;
-    };
+    using Entry = std::pair<std::int32_t, std::uint32_t>; // time, message
     State now, last;
     double freq[6] = {}, jump[6] = {};
     int store[2048] = {};
@@ -32,8 +28,7 @@ struct Model {
     std::vector<Entry> entries; // never full: the reader empties it after each block
 
     void Push(int time, int status, int data1, int data2) {
-        entries.push_back(
-            {time, static_cast<std::uint32_t>(status * 65536 + (data1 & 255) * 256 + data2)});
+        entries.emplace_back(time, status * 65536 + (data1 & 255) * 256 + data2);
     }
 
     void Block(std::uint32_t time, const std::uint8_t* data, int bytes) {

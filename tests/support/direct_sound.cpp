@@ -235,13 +235,12 @@ FARPROC AsEntry(Function* entry) {
 } // namespace
 
 void SetDirectSound(DirectSound state) {
-    const auto find = [](std::string_view name) -> FARPROC {
-        if (name == "DirectSoundCaptureEnumerateA") return AsEntry(&Enumerate);
-        return name == "DirectSoundCaptureCreate" ? AsEntry(&Create) : nullptr;
-    };
-    const auto findNone = [](std::string_view) -> FARPROC { return nullptr; };
     machine::OfferModule(state == DirectSound::Absent ? nullptr : "DSOUND.DLL",
-                         state == DirectSound::Present ? +find : +findNone);
+                         [](std::string_view name) {
+                             return name == "DirectSoundCaptureEnumerateA" ? AsEntry(&Enumerate)
+                                    : name == "DirectSoundCaptureCreate"   ? AsEntry(&Create)
+                                                                           : nullptr;
+                         });
 }
 
 int OpenCaptureObjects() { return objects.load(std::memory_order_relaxed); }
