@@ -8,10 +8,11 @@
 #include <array>
 #include <deque>
 #include <thread>
+#include <tuple>
 
 namespace {
 
-using Note = std::array<std::int32_t, 4>; // time, status, data
+using Note = std::tuple<std::int32_t, std::int32_t, std::int32_t, std::int32_t>; // time, message
 
 // Has the notes that it is given.
 class MadeUpRecogniser : public Sonorel::PitchRec {
@@ -22,12 +23,8 @@ public:
     bool GetNote(std::int32_t* time, std::int32_t* status, std::int32_t* data1,
                  std::int32_t* data2) override {
         if (Waiting.empty()) return false;
-        const Note note = Waiting.front();
+        std::tie(*time, *status, *data1, *data2) = Waiting.front();
         Waiting.pop_front();
-        *time = note[0];
-        *status = note[1];
-        *data1 = note[2];
-        *data2 = note[3];
         return true;
     }
     std::deque<Note> Waiting;

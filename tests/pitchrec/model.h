@@ -2,6 +2,7 @@
 // room for cleverness. Random streams go through both, and every frame and entry must agree.
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <utility>
@@ -37,13 +38,7 @@ struct Model {
         for (int i = 0; i < 2048 - fresh; i++) store[i] = store[i + fresh];
         for (int k = 0; k < fresh; k++) {
             const std::uint8_t* at = data + k * step;
-            int value;
-            if (bits == 8) {
-                value = int(*at) - 128;
-            } else {
-                value = at[0] + 256 * at[1];
-                if (value > 32767) value -= 65536;
-            }
+            const int value = bits == 8 ? int(*at) - 128 : std::int16_t(at[0] + 256 * at[1]);
             store[2048 - fresh + k] = value;
         }
         valid = valid + fresh;
@@ -257,9 +252,7 @@ struct Model {
     }
 
     void Bend(int status) {
-        int value = now.cents + 8192;
-        if (value < 0) value = 0;
-        if (value > 16383) value = 16383;
+        const int value = std::clamp(now.cents + 8192, 0, 16383);
         Push(now.onset, status, value % 128, value / 128);
     }
 

@@ -20,9 +20,7 @@ TEST(Recogniser, OpenedAgainStartsAfreshButKeepsItsNotes) {
     ASSERT_NE(recogniser.FreqHistory[0], 0.0);
     EXPECT_EQ(recogniser.Enabled, 1);
     player.Input->FailOpen = false;
-    EXPECT_TRUE(recogniser.Open(48000)); // asked for, but analysed at its own rate
-    EXPECT_EQ(player.Input->AskedRate, 48000u);
-    EXPECT_EQ(recogniser.SampleRate, 22050);
+    EXPECT_TRUE(recogniser.Open(48000));
     EXPECT_FALSE(recogniser.IsRunning());
     EXPECT_EQ(recogniser.ValidSamples, 0);
     EXPECT_EQ(recogniser.FreqHistory, Sonorel::PitchRecWaveIn::History{});

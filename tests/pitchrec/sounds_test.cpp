@@ -1,5 +1,4 @@
 // The recogniser on sounds whose notes are known. How it gets there is the model's to check.
-#include "pitchrec/period_vote.h"
 #include "tests/pitchrec/player.h"
 
 #include <gtest/gtest.h>
@@ -99,14 +98,6 @@ TEST(Sounds, AGlideStaysOnItsFirstNoteAndAFifthChangesIt) {
     EXPECT_GT(player.Now().CentsOffset, 300);
     player.Play(Sine(932, 100), 8);
     EXPECT_EQ(player.TakeMessages(), (Messages{0x904564, 0x804540, 0x905264}));
-}
-
-// Lengths that all differ open a cluster for nearly every sum: there must be room.
-TEST(Period, HasRoomForEverySum) {
-    Sonorel::CycleTable cycles;
-    int peak = 10000;
-    for (int k = 0; k < 20; ++k) cycles.Add(peak -= 11 + 13 * k + k * k);
-    EXPECT_LT(Sonorel::VotePeriod(cycles).Votes, 20);
 }
 
 } // namespace

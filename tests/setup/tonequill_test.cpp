@@ -13,6 +13,8 @@
 #include <numbers>
 
 using namespace tonequill;
+using machine::MicrophoneMute;
+using machine::MicrophoneVolume;
 
 namespace {
 
@@ -40,11 +42,8 @@ protected:
             }
         });
     }
-    static std::uint32_t Volume(machine::Microphone microphone) {
-        return machine::ControlValues(microphone, machine::MicrophoneVolume).at(0);
-    }
-    static std::uint32_t Mute(machine::Microphone microphone) {
-        return machine::ControlValues(microphone, machine::MicrophoneMute).at(0);
+    static std::uint32_t Value(machine::Microphone of, const machine::ControlPlace& place) {
+        return machine::ControlValues(of, place).at(0);
     }
     void Mic(DialogScript user) { Show(1, std::move(user)); }
     static int Percent(const DialogUser& user) { return 100 - user.Position(LevelSlider); }
@@ -76,7 +75,7 @@ TEST_P(TonequillTest, FirstOpeningAndOk) {
             user.Click(button);
         user.Type(ChannelField, "4");
         EXPECT_FALSE(user.Ended());
-        user.Click(IDOK);
+        user.Enter(); // in the field: the default button, which stores what is shown
         EXPECT_TRUE(user.Ended());
     });
     EXPECT_EQ(TakeVolumePrograms(), (std::vector{true, false}));
@@ -99,10 +98,10 @@ TEST_P(TonequillTest, TheFileIsReadAtEachOpening) {
     // What the dialog does not let one edit is stored as it was, as a signed 16-bit number.
     EXPECT_EQ(ReadIni(),
               "[PRECDRVR]\nEnablePitchRec=1\nChannel=15\nNoteRangeMin=300\nNoteRangeMax=-1\n");
-    WriteIni("");
+    WriteIni("[PRECDRVR]\nChannel=-1\n");
     Mic([](DialogUser& user) {
         EXPECT_FALSE(user.Checked(EnableBox));
-        EXPECT_EQ(user.Text(ChannelField), "1");
+        EXPECT_EQ(user.Text(ChannelField), "0");
     });
 }
 
@@ -117,22 +116,12 @@ TEST_P(TonequillTest, TheChannelFieldIsReadWhenItIsLeft) {
         });
         EXPECT_EQ(Key("Channel"), stored) << text;
     }
-    WriteIni("[PRECDRVR]\nChannel=-1\n");
-    Mic([](DialogUser& user) { EXPECT_EQ(user.Text(ChannelField), "0"); });
-    // Enter takes the default button: what is shown is stored.
-    Mic([](DialogUser& user) {
-        user.Type(ChannelField, "9");
-        user.Enter();
-        EXPECT_TRUE(user.Ended());
-    });
-    EXPECT_EQ(Key("Channel"), "8");
-    EXPECT_EQ(PRecChannel, 8);
     // A field that Cancel finds unread stays so, whatever the end of the dialog tells it.
     Mic([](DialogUser& user) {
         user.Type(ChannelField, "3");
         user.Escape();
     });
-    EXPECT_EQ(PRecChannel, 8);
+    EXPECT_EQ(PRecChannel, 4463);
 }
 
 TEST_P(TonequillTest, CancelKeepsTheFileAndNothingElse) {
@@ -146,13 +135,13 @@ TEST_P(TonequillTest, CancelKeepsTheFileAndNothingElse) {
         user.Slide(LevelSlider, 30);
         user.Escape();
         EXPECT_TRUE(user.Ended());
-        EXPECT_EQ(Volume(headset), 45566u); // 178 / 128 of the half
+        EXPECT_EQ(Value(headset, MicrophoneVolume), 45566u); // 178 / 128 of the half
     });
     EXPECT_EQ(ReadIni(), before);
     EXPECT_TRUE(machine::TakeBoxes().empty());
     EXPECT_FALSE(EnablePitchRec);
     EXPECT_EQ(PRecChannel, 5);
-    EXPECT_EQ(Mute(headset), 0u);
+    EXPECT_EQ(Value(headset, MicrophoneMute), 0u);
     EXPECT_TRUE(ZorStartMIDI(0));
     EXPECT_EQ(Recogniser, nullptr); // switched off in memory, so not opened
     ZorStopMIDI();
@@ -160,19 +149,19 @@ TEST_P(TonequillTest, CancelKeepsTheFileAndNothingElse) {
 
 TEST_P(TonequillTest, SliderAndMixerFollowEachOther) {
     const machine::Microphone headset = AddMicrophone("Headset");
-    machine::MoveControl(headset, machine::MicrophoneVolume, 5);
+    machine::MoveControl(headset, MicrophoneVolume, 5);
     Mic([&](DialogUser& user) {
-        EXPECT_EQ(Volume(headset), HalfVolume); // opening puts it there
+        EXPECT_EQ(Value(headset, MicrophoneVolume), HalfVolume); // opening puts it there
         const std::pair<int, std::uint32_t> steps[] = {
             {0, 65278}, {50, 32511}, {100, 0}, {1, 64510}, {99, 511}};
         for (const auto& [position, volume] : steps) {
             user.Slide(LevelSlider, position);
-            EXPECT_EQ(Volume(headset), volume) << position;
+            EXPECT_EQ(Value(headset, MicrophoneVolume), volume) << position;
             user.Wait(50);
             EXPECT_NEAR(user.Position(LevelSlider), position, 1);
         }
         // Another program moves the mixer.
-        machine::MoveControl(headset, machine::MicrophoneVolume, FullVolume);
+        machine::MoveControl(headset, MicrophoneVolume, FullVolume);
         user.Wait(49);
         EXPECT_LT(Percent(user), 10);
         user.Wait(1);
@@ -180,17 +169,17 @@ TEST_P(TonequillTest, SliderAndMixerFollowEachOther) {
         // It is followed from 2 percent on, and by nothing else that scrolls.
         const std::pair<std::uint32_t, int> moves[] = {{63743, 98}, {63231, 98}, {32512, 50}};
         for (const auto& [volume, percent] : moves) {
-            machine::MoveControl(headset, machine::MicrophoneVolume, volume);
+            machine::MoveControl(headset, MicrophoneVolume, volume);
             user.Wait(50);
             EXPECT_EQ(Percent(user), percent) << volume;
         }
         const HWND other = GetDlgItem(user.Handle(), Meter);
         SendMessageA(user.Handle(), WM_VSCROLL, 0, reinterpret_cast<LPARAM>(other));
-        EXPECT_EQ(Volume(headset), 32512u);
+        EXPECT_EQ(Value(headset, MicrophoneVolume), 32512u);
         user.Click(MicThru);
-        EXPECT_EQ(Mute(headset), 0u);
+        EXPECT_EQ(Value(headset, MicrophoneMute), 0u);
         user.Click(MicThru);
-        EXPECT_EQ(Mute(headset), 1u);
+        EXPECT_EQ(Value(headset, MicrophoneMute), 1u);
         // Where the mixer does not obey, the slider falls back.
         machine::FailCall(machine::Call::mixerSetControlDetails, 1, MMSYSERR_NOTSUPPORTED, 0);
         user.Slide(LevelSlider, 10);
@@ -203,7 +192,6 @@ TEST_P(TonequillTest, SliderAndMixerFollowEachOther) {
 TEST_P(TonequillTest, WithoutARecogniserTheSettingsCanStillBeMade) {
     Mic([](DialogUser& user) { // no microphone at all
         EXPECT_TRUE(user.Items(DeviceList).empty());
-        EXPECT_EQ(user.Selection(DeviceList), -1);
         EXPECT_EQ(Percent(user), 0);
         EXPECT_FALSE(user.Checked(MicThru));
         user.Slide(LevelSlider, 0);
@@ -222,7 +210,7 @@ TEST_P(TonequillTest, TheMeterPaintsTheLevelInBars) {
     // By the frame's 17 by 145 pixels, a bar every four rows, with one row of 15 pixels within.
     const struct {
         int Level;
-        std::array<std::ptrdiff_t, 3> Bars; // blue, green, red
+        std::array<double, 3> Bars; // blue, green, red
     } cases[] = {{30000, {10, 21, 5}}, {111, {10, 21, 1}}, {110, {10, 21, 0}}, {37, {10, 1, 0}},
                  {36, {10, 0, 0}},     {1, {1, 0, 0}},     {-5, {0, 0, 0}},    {127, {10, 21, 5}}};
     Mic([&](DialogUser& user) {
@@ -233,7 +221,7 @@ TEST_P(TonequillTest, TheMeterPaintsTheLevelInBars) {
             user.Wait(50);
             const std::vector<std::uint32_t> pixels = user.Pixels(Meter);
             const auto bars = [&](std::uint32_t colour) {
-                return std::ranges::count(pixels, colour) / 15;
+                return static_cast<double>(std::ranges::count(pixels, colour)) / 15;
             };
             EXPECT_EQ((std::array{bars(0xFF0000), bars(0x008000), bars(0x0000FF)}), c.Bars)
                 << c.Level;
@@ -251,20 +239,16 @@ TEST_P(TonequillTest, TheMeterHearsTheMicrophoneAndNotesAreDropped) {
         EXPECT_EQ(EnablePitchRec, 0); // it runs for the dialog even when switched off
         user.Wait(1000);
         EXPECT_NEAR(PRecLevel, 100, 3);
-        const std::vector<std::uint32_t> pixels = user.Pixels(Meter);
-        EXPECT_GT(std::ranges::count(pixels, 0x008000u), 100); // loud enough for green
-        EXPECT_EQ(std::ranges::count(pixels, 0x0000FFu), 0);
         std::int32_t time, status, data1, data2;
         EXPECT_FALSE(Recogniser->GetNote(&time, &status, &data1, &data2));
     });
-    MIDIEvent event;
-    EXPECT_FALSE(ZorRcv(&event, 0));
+    EXPECT_TRUE(TakeReceived().empty());
 }
 
 TEST_P(TonequillTest, ADeviceIsTakenUpAtOnceAndForLater) {
     const machine::Microphone headset = AddMicrophone("Headset");
     const machine::Microphone line = AddMicrophone("Line");
-    machine::MoveControl(line, machine::MicrophoneMute, 0);
+    machine::MoveControl(line, MicrophoneMute, 0);
     Sing(line, 60);
     Mic([&](DialogUser& user) {
         EXPECT_EQ(machine::StatsOf(headset).Open, 1);

@@ -32,25 +32,25 @@ TEST_P(BothCapturesTest, NoCallbackOutlivesStop) {
 TEST_P(BothCapturesTest, StopWaitsForTheCallbackUnderWay) {
     machine::UseRealClock();
     Add("Microphone");
-    const HANDLE entered = CreateEventA(nullptr, TRUE, FALSE, nullptr);
-    const HANDLE proceed = CreateEventA(nullptr, TRUE, FALSE, nullptr);
-    std::atomic<bool> ended{false};
+    std::atomic<bool> entered{false}, proceed{false}, ended{false};
     const auto input = Make(GetParam());
     Listener listener(*input);
     listener.AtBlock = [&] {
-        SetEvent(entered);
-        WaitForSingleObject(proceed, INFINITE);
+        entered = true;
+        entered.notify_one();
+        proceed.wait(false);
         ended = true;
     };
     ASSERT_TRUE(input->Open(22050));
     input->Start();
-    WaitForSingleObject(entered, INFINITE);
+    entered.wait(false);
     std::thread opener([&] {
         while (input->Running) std::this_thread::yield();
         Sleep(30);
         // A device is not reset under its callback.
         EXPECT_EQ(0u, machine::CallCount(machine::Call::waveInReset));
-        SetEvent(proceed);
+        proceed = true;
+        proceed.notify_one();
     });
     // The machine's own stop waits for the callback, which systems need not do: left out here.
     machine::FailCall(machine::Call::waveInStop, 1, MMSYSERR_NODRIVER);
@@ -61,6 +61,4 @@ TEST_P(BothCapturesTest, StopWaitsForTheCallbackUnderWay) {
     EXPECT_EQ(0, machine::PreparedWaveHeaders());
     opener.join();
     input->Close();
-    CloseHandle(entered);
-    CloseHandle(proceed);
 }
