@@ -1,23 +1,14 @@
 // Going over to another device while capturing.
 #include "tests/soundin/capture_fixture.h"
 
-namespace {
-
-machine::Generator Constant(float value) {
-    return [value](const machine::FeedRequest& request) {
-        for (float& sample : request.Samples) sample = value;
-    };
-}
-
-} // namespace
-
 class DeviceTest : public BothCapturesTest {
 protected:
     DeviceTest() {
-        left = Add("Left microphone");
-        right = Add("Right microphone");
-        machine::FeedGenerator(left, Constant(0.5f));
-        machine::FeedGenerator(right, Constant(-0.5f));
+        for (const auto& [microphone, value] : {std::pair(left, 0.5f), {right, -0.5f}})
+            machine::FeedGenerator(microphone,
+                                   [value = value](const machine::FeedRequest& request) {
+                                       std::ranges::fill(request.Samples, value);
+                                   });
         input = Make(GetParam());
         listener.emplace(*input);
         // DirectSound lists the primary device before the others.
@@ -36,8 +27,8 @@ protected:
                                                   : machine::Call::waveInOpen;
     }
 
-    machine::Microphone left{};
-    machine::Microphone right{};
+    const machine::Microphone left = Add("Left microphone");
+    const machine::Microphone right = Add("Right microphone");
     std::unique_ptr<Sonorel::SoundInSystem> input;
     std::optional<Listener> listener;
     std::int32_t rightDevice = 0;

@@ -82,8 +82,7 @@ TEST_F(FallingBehindTest, ASlowListenerHearsNothingTwice) {
             };
             ASSERT_TRUE(input.Open(22050));
             input.Start();
-            AdvanceBlocks(before);
-            AdvanceBlocks(stalled);
+            AdvanceBlocks(before + stalled);
             SetEvent(proceed);
             AdvanceBlocks(40);
             const auto numbers = Numbers(listener.Take());

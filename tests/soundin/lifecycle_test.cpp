@@ -57,6 +57,19 @@ TEST_F(CaptureTest, RunsAgainAfterAThreadThatEndedByItself) {
     input.Close();
 }
 
+TEST_F(CaptureTest, WaveInCanBeStoppedFromWithinItsCallback) {
+    Add("Microphone");
+    Sonorel::SoundInWin input;
+    Listener listener(input);
+    listener.AtBlock = [&] { input.Stop(); };
+    ASSERT_TRUE(input.Open(22050));
+    input.Start();
+    AdvanceBlocks(3);
+    EXPECT_EQ(1u, listener.Take().size());
+    EXPECT_EQ(0, machine::PreparedWaveHeaders());
+    input.Close();
+}
+
 // A device that neither resets nor closes tells of the buffers that it was lent when the object has
 // long gone.
 TEST_F(CaptureTest, WaveInLeavesADeviceItsBuffers) {
