@@ -225,6 +225,7 @@ TEST_P(TonequillTest, TheMeterPaintsTheLevelInBars) {
             };
             EXPECT_EQ((std::array{bars(0xFF0000), bars(0x008000), bars(0x0000FF)}), c.Bars)
                 << c.Level;
+            EXPECT_EQ(pixels[8], 0xFFFFFFFF) << c.Level; // nothing ever reaches the first row
         }
     });
 }
