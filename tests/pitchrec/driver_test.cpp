@@ -5,153 +5,94 @@
 #include "pitchrec/driver/recogniser_guard.h"
 #include "tests/pitchrec/session.h"
 
+#include <array>
 #include <deque>
 #include <thread>
+#include <tuple>
 
 namespace {
 
-struct Note {
-    std::int32_t Time, Status, Data1, Data2;
-};
+using Note = std::tuple<std::int32_t, std::int32_t, std::int32_t, std::int32_t>; // time, message
 
-// Has the notes that it is given, and writes down what is done to it.
+// Has the notes that it is given.
 class MadeUpRecogniser : public Sonorel::PitchRec {
 public:
-    explicit MadeUpRecogniser(std::string* trace = nullptr) : Trace(trace) {}
-    ~MadeUpRecogniser() override { Say("gone"); }
-
+    ~MadeUpRecogniser() override { EXPECT_FALSE(Runs) << "goes while it listens"; }
     bool IsRunning() override { return Runs; }
-    bool Enable(bool on) override {
-        Say(on ? "on " : "off ");
-        return true;
-    }
-    void SetTrackingMode(bool sliding) override { Say(sliding ? "sliding " : "steady "); }
-    void SetAttackDetect(bool on, std::int32_t) override { Say(on ? "attacks " : "no-attacks "); }
-    void SetPitchBendOutput(bool on) override { Say(on ? "bends " : "no-bends "); }
+    bool Enable(bool on) override { return Runs = on, true; }
     bool GetNote(std::int32_t* time, std::int32_t* status, std::int32_t* data1,
                  std::int32_t* data2) override {
         if (Waiting.empty()) return false;
-        *time = Waiting.front().Time;
-        *status = Waiting.front().Status;
-        *data1 = Waiting.front().Data1;
-        *data2 = Waiting.front().Data2;
+        std::tie(*time, *status, *data1, *data2) = Waiting.front();
         Waiting.pop_front();
         return true;
     }
-
     std::deque<Note> Waiting;
     bool Runs = true;
-
-private:
-    void Say(const char* word) {
-        if (Trace) *Trace += word;
-    }
-    std::string* Trace;
 };
 
 class PRecDriver : public Session {
 protected:
     ~PRecDriver() override { PRecClose(); }
 
-    static MadeUpRecogniser& PutIn(std::string* trace = nullptr) {
-        auto* made = new MadeUpRecogniser(trace);
+    static MadeUpRecogniser& PutIn(std::deque<Note> notes) {
+        auto* made = new MadeUpRecogniser;
+        made->Waiting = std::move(notes);
         delete SetRecogniser(made);
         return *made;
     }
 };
 
 TEST_F(PRecDriver, ReadsItsSettingsOnce) {
-    struct Case {
-        const char* Lines;
-        int Enabled, Channel, Min, Max;
+    const auto settings = [] {
+        return std::array<int, 4>{PRecReady(), PRecChannel, NoteRangeMin, NoteRangeMax};
     };
-    const Case cases[] = {
-        {"", 0, 0, 0, 127},
-        {"EnablePitchRec=1\nChannel=3\nNoteRangeMin=40\nNoteRangeMax=60\n", 1, 3, 40, 60},
-        {"EnablePitchRec=256\nChannel=65538\nNoteRangeMax=-1\n", 1, 2, 0, 65535},
-        {"enablepitchrec=0\nchannel=x\n", 0, 0, 0, 127},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.Lines);
-        WriteSettings(c.Lines);
-        BringUp(); // ends a session before it, so that the file is read again
-        WriteSettings("EnablePitchRec=1\nChannel=77\n");
-        EXPECT_EQ(PRecInit(), DriverSuccess); // not read again without an end
-        EXPECT_EQ(PRecReady(), c.Enabled);
-        EXPECT_EQ(PRecChannel, c.Channel);
-        EXPECT_EQ(NoteRangeMin, c.Min);
-        EXPECT_EQ(NoteRangeMax, c.Max);
-    }
+    WriteSettings("EnablePitchRec=256\nChannel=65538\nNoteRangeMax=-1\n");
+    BringUp();
+    WriteSettings("enablepitchrec=0\nchannel=x\nNoteRangeMin=40\n");
+    EXPECT_EQ(PRecInit(), DriverSuccess); // not read again without an end
+    EXPECT_EQ(settings(), (std::array{1, 2, 0, 65535}));
+    BringUp();
+    EXPECT_EQ(settings(), (std::array{0, 0, 40, 127}));
 }
 
-TEST_F(PRecDriver, HandsNotesOnWithTheirAge) {
+// The timer does it, also while the row is not open.
+TEST_F(PRecDriver, HandsNotesOnWithTheirAgeBeforeTheQueuesArePlayed) {
     WriteSettings("Channel=3\nNoteRangeMax=60\n"); // a range that filters nothing
     BringUp();
     ASSERT_TRUE(ZorStartTimer());
-    machine::Advance(500);
-    MadeUpRecogniser& recogniser = PutIn();
+    machine::Advance(450);
+    MadeUpRecogniser& recogniser =
+        PutIn({{Start + 475, 0x90, 69, 100}, {Start + 500, 0x81, 70, 255}});
     recogniser.SignalLevel = 44;
-    recogniser.Waiting = {{static_cast<std::int32_t>(Start) + 475, 0x90, 69, 100},
-                          {static_cast<std::int32_t>(Start) + 500, 0x81, 70, 255}};
-    PollPitchRec();
-    const auto records = TakeReceived();
-    ASSERT_EQ(records.size(), 2u);
-    EXPECT_EQ(+records[0].Time, 500 - 55);
-    EXPECT_EQ(+records[0].Etime, 0);
-    EXPECT_EQ(records[0].Channel, 3);
-    EXPECT_EQ(records[0].Length, 2);
-    EXPECT_EQ(records[0].Status, 0x90);
-    EXPECT_EQ(records[0].Data1, 69);
-    EXPECT_EQ(records[0].Data2, 100);
-    EXPECT_EQ(+records[1].Time, 500 - 30);
-    EXPECT_EQ(records[1].Status, 0x81);
-    EXPECT_EQ(records[1].Data2, 255);
-    EXPECT_EQ(PRecLevel, 44);
-}
-
-// The timer does it by itself, also while the row is not open.
-TEST_F(PRecDriver, IsPolledByTheTimer) {
-    BringUp();
-    ASSERT_TRUE(ZorStartTimer());
-    MadeUpRecogniser& recogniser = PutIn();
-    recogniser.Waiting = {{0, 0x90, 69, 100}};
-    // And before the queues are played: what is sung is not late behind what is written.
+    // What is sung is not late behind what is written.
     ZorEchoMIDI(1, nullptr);
     ASSERT_TRUE(ZorAllocMIDI(ZOR_QUEUE_OUTPUT, 4));
-    const MIDIEvent due = {0, 0, 0, 2, 0x90, 70, 1};
+    const MIDIEvent due = {500, 0, 0, 2, 0x90, 70, 1};
     EXPECT_TRUE(ZorXmit(ZOR_QUEUE_OUTPUT, &due));
     machine::RecordSentMidi(true);
     machine::TakeSentMidi();
     machine::Advance(50);
-    const auto sent = machine::TakeSentMidi();
-    ASSERT_EQ(sent.size(), 2u);
-    EXPECT_EQ(sent[0].Message, 0x644590u);
-    EXPECT_EQ(sent[1].Message, 0x014690u);
+    std::vector<std::uint32_t> sent;
+    for (const machine::SentMidi& message : machine::TakeSentMidi())
+        sent.push_back(message.Message);
+    EXPECT_EQ(sent, (std::vector<std::uint32_t>{0x644593, 0x014690}));
     ZorEchoMIDI(0, nullptr);
-    EXPECT_EQ(TakeReceived().size(), 1u);
+    using Record = std::array<int, 7>;
+    std::vector<Record> records;
+    for (const MIDIEvent& r : TakeReceived())
+        records.push_back({r.Time, r.Etime, r.Channel, r.Length, r.Status, r.Data1, r.Data2});
+    EXPECT_EQ(records, (std::vector<Record>{{500 - 55, 0, 3, 2, 0x90, 69, 100},
+                                            {500 - 30, 0, 3, 2, 0x81, 70, 255}}));
+    EXPECT_EQ(PRecLevel, 44);
+
     recogniser.Runs = false; // no notes are fetched from one that does not listen
     recogniser.Waiting = {{0, 0x90, 69, 100}};
     machine::Advance(50);
-    EXPECT_TRUE(TakeReceived().empty());
     recogniser.Runs = true;
     ZorKillMIDI();
     MMETimerCallBack(0, 0, 0, 0, 0); // late, and nobody's
     EXPECT_TRUE(TakeReceived().empty());
-}
-
-TEST_F(PRecDriver, ClosesInOrderAndWithoutARecogniserDoesNothing) {
-    PollPitchRec();
-    EXPECT_TRUE(PRecClose());
-    const MIDIEvent event{};
-    EXPECT_TRUE(PRecXmit(&event));
-    EXPECT_TRUE(PRecSilence());
-    PRecSync(2);
-
-    std::string trace;
-    PutIn(&trace);
-    EXPECT_TRUE(PRecClose());
-    EXPECT_EQ(trace, "off steady no-attacks no-bends gone");
-    EXPECT_EQ(Recogniser, nullptr);
 }
 
 // An echo is refused and its box runs the host's messages, the timer's among them: a note that was
@@ -159,8 +100,7 @@ TEST_F(PRecDriver, ClosesInOrderAndWithoutARecogniserDoesNothing) {
 TEST_F(PRecDriver, TakesTheNextNoteWhenTheOneBeforeIsThrough) {
     BringUp();
     ZorEchoMIDI(1, nullptr);
-    MadeUpRecogniser& recogniser = PutIn();
-    recogniser.Waiting = {{0, 0x90, 69, 100}, {0, 0x80, 69, 64}};
+    PutIn({{0, 0x90, 69, 100}, {0, 0x80, 69, 64}});
     machine::FailCall(machine::Call::midiOutShortMsg, 1, MMSYSERR_ERROR);
     machine::WhileBoxIsUp([](const machine::Box&) { PollPitchRec(); });
     PollPitchRec();
@@ -210,9 +150,7 @@ TEST_F(PRecDriver, PollsSafelyWhileClosing) {
         while (!stop) PollPitchRec();
     });
     for (int round = 0; round < 3000; ++round) {
-        auto* made = new MadeUpRecogniser;
-        made->Waiting = {{0, 0x90, 69, 100}, {0, 0x80, 69, 64}};
-        delete SetRecogniser(made);
+        PutIn({{0, 0x90, 69, 100}, {0, 0x80, 69, 64}});
         if (round % 3 == 0) std::this_thread::yield();
         PRecClose();
     }

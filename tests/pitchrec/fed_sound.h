@@ -16,8 +16,7 @@ public:
         BytesPerBlock = FramesPerBlock * BytesPerFrame;
     }
 
-    bool Open(std::uint32_t rate) override {
-        AskedRate = rate;
+    bool Open(std::uint32_t) override {
         return !FailOpen && SoundIn::Open(static_cast<std::uint32_t>(RealRate));
     }
 
@@ -28,7 +27,6 @@ public:
         Feed(time, data.data(), static_cast<std::int32_t>(data.size()));
     }
 
-    std::uint32_t AskedRate = 0;
     bool FailOpen = false;
 
 private:

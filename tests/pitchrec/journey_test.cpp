@@ -36,64 +36,53 @@ machine::Generator Melody(std::vector<Tone> tones) {
 class Journey : public Session {
 protected:
     ~Journey() override { SetDirectSound(DirectSound::Absent); }
-    void UseMicrophone(const std::vector<Tone>& tones, std::uint32_t formats = 0xFFF,
-                       unsigned channels = 2) {
-        machine::MicrophoneModel model;
-        model.Name = "Desk";
-        model.Formats = formats;
-        model.Channels = channels;
-        Desk = machine::AddMicrophone(model);
-        machine::FeedGenerator(Desk, Melody(tones));
+    static void UseMicrophone(const std::vector<Tone>& tones, std::uint32_t formats = 0xFFF,
+                              unsigned channels = 2) {
+        const auto desk = machine::AddMicrophone({"Desk", formats, channels});
+        machine::FeedGenerator(desk, Melody(tones));
     }
     // When a block of the capture begins, in seconds on the feed.
     static double BlockStart(int block) { return block * 512 / 22050.0; }
-
-    // A note is decided in its second block and stamped with that block's first loud sample. The
-    // time base starts with the capture.
-    static void ExpectNoteFrom(int block, std::uint8_t note, const MIDIEvent& record) {
-        EXPECT_EQ(record.Status, 0x90);
-        EXPECT_EQ(record.Data1, note);
-        // What comes with an age is filed 30 ms early.
-        EXPECT_NEAR(record.Time + 30, BlockStart(block + 1) * 1000, 3) << int{note};
-    }
-
-    machine::Microphone Desk{};
 };
 
-// The class is told by what the microphone can do: waveIn without DirectSound, and there at every
-// step of the format negotiation.
+// By waveIn where there is no DirectSound, or the microphone has only a format that is not asked of
+// it, at the last step of the negotiation.
 TEST_F(Journey, StampsNotesWhereTheyBeganWithEitherCapture) {
-    struct Case {
-        const char* Name;
+    const struct {
         DirectSound Direct;
-        std::uint32_t Formats = 0xFFF;
-        unsigned Channels = 2;
-    };
-    const Case cases[] = {
-        {"DirectSound", DirectSound::Present},
-        {"waveIn", DirectSound::Absent},
-        {"waveIn, 22,050 Hz mono 16 bits", DirectSound::Absent, 0x040, 1},
-        {"waveIn, 44,100 Hz stereo 16 bits", DirectSound::Absent, 0x800},
-    };
-    EXPECT_EQ(LoadLibraryA("DSOUND.DLL"), nullptr); // but for the double
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.Name);
+        std::uint32_t Formats;
+        unsigned Channels;
+    } cases[] = {{DirectSound::Present, 0xFFF, 2},
+                 {DirectSound::Absent, 0xFFF, 2},
+                 {DirectSound::Present, 0x400, 1}};
+    // Tones that begin with a block, the second of them without a rest before it.
+    constexpr struct {
+        int From, To, Note;
+        double Hertz;
+    } tones[] = {{20, 40, 69, 441}, {40, 60, 76, 660}, {80, 90, 57, 220}};
+    std::vector<Tone> melody;
+    for (const auto& tone : tones)
+        melody.push_back({BlockStart(tone.From), BlockStart(tone.To), tone.Hertz});
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << "case " << &c - cases);
         SwitchOn(0xFFFFFF00); // the clock wraps on the way
         SetDirectSound(c.Direct);
-        // Tones that begin with a block, the second of them without a rest before it.
-        UseMicrophone({{BlockStart(20), BlockStart(40), 441},
-                       {BlockStart(40), BlockStart(60), 660},
-                       {BlockStart(80), BlockStart(90), 220}},
-                      c.Formats, c.Channels);
+        UseMicrophone(melody, c.Formats, c.Channels);
         WriteSettings("EnablePitchRec=1\nChannel=5\n");
         BringUp();
         ASSERT_TRUE(ZorStartMIDI(1));
         machine::Advance(3000);
         const auto records = TakeReceived();
         ASSERT_EQ(records.size(), 6u);
-        ExpectNoteFrom(20, 69, records[0]);
-        ExpectNoteFrom(40, 76, records[2]);
-        ExpectNoteFrom(80, 57, records[4]);
+        for (std::size_t i = 0; i < 3; ++i) {
+            const MIDIEvent& record = records[2 * i];
+            EXPECT_EQ(record.Status, 0x90);
+            EXPECT_EQ(record.Data1, tones[i].Note);
+            // A note is decided in its second block, stamped with that block's first loud sample,
+            // and filed 30 ms early, as what comes with an age is. The time base starts with the
+            // capture.
+            EXPECT_NEAR(record.Time + 30, BlockStart(tones[i].From + 1) * 1000, 3) << i;
+        }
         ZorStopMIDI();
         EXPECT_EQ(machine::OpenWaveIns() + OpenCaptureObjects(), 0);
         MIDISysTerm();
@@ -101,25 +90,9 @@ TEST_F(Journey, StampsNotesWhereTheyBeganWithEitherCapture) {
     EXPECT_TRUE(TakeBoxTexts().empty());
 }
 
-TEST_F(Journey, WithoutAMicrophoneSaysSoAndFails) {
-    WriteSettings("EnablePitchRec=1\n");
-    BringUp();
-    EXPECT_FALSE(ZorStartMIDI(1));
-    EXPECT_EQ(Recogniser, nullptr);
-    const auto boxes = machine::TakeBoxes();
-    ASSERT_FALSE(boxes.empty()); // the capture's own first
-    EXPECT_EQ(boxes.back().Text, NotOpened);
-    EXPECT_EQ(boxes.back().Caption, "Testing");
-    EXPECT_EQ(boxes.back().Flags, 48u);
-    EXPECT_EQ(boxes.back().Owner, nullptr);
-    std::uint16_t code = 0;
-    EXPECT_EQ(ZorErrorMIDI(&code), 1);
-    EXPECT_EQ(code, 1);
-}
-
-TEST_F(Journey, WithoutMemorySaysSoAndFails) {
+// Switched off, the row opens for the dialog all the same, and hears nothing.
+TEST_F(Journey, OpensIdleWhileSwitchedOffButNotWithoutMemory) {
     UseMicrophone({});
-    WriteSettings("EnablePitchRec=1\n");
     BringUp();
     {
         const ScarceMemory scarce;
@@ -132,7 +105,15 @@ TEST_F(Journey, WithoutMemorySaysSoAndFails) {
     EXPECT_FALSE(PRecOpen());
     machine::ClearFaults();
     EXPECT_EQ(machine::OpenWaveIns() + OpenCaptureObjects(), 0);
+    EXPECT_EQ(TakeBoxTexts(), std::vector<std::string>{NotOpened});
     EXPECT_TRUE(PRecOpen());
+    EXPECT_FALSE(Recogniser->IsRunning());
+    // The first entry of one list stands for whatever the system has first in the other.
+    ASSERT_TRUE(ChoosePRecDevice(0));
+    machine::FailCall(machine::Call::CreateCaptureBuffer, 1, DSERR_ALLOCATED, 0);
+    EXPECT_TRUE(PRecOpen());
+    EXPECT_TRUE(TakeBoxTexts().empty());
+    EXPECT_EQ(machine::OpenWaveIns(), 1);
     EXPECT_TRUE(PRecClose());
 }
 
@@ -150,40 +131,20 @@ TEST_F(Journey, NothingIsLeftOfASession) {
         MIDISysTerm();
         EXPECT_EQ(machine::OpenWaveIns() + OpenCaptureObjects(), 0);
     };
-    constexpr int Sessions = 400;
+    // What caches and the arenas of other threads hold comes and goes; a leak grows on and on.
+    constexpr int Sessions = 400, Batches = 6;
+    constexpr std::int64_t smallest = 32; // bytes, with the heap's own
     for (const DirectSound direct : {DirectSound::Present, DirectSound::Absent}) {
         for (int warm = 0; warm < 10; ++warm) session(direct);
         const std::size_t before = mallinfo2().uordblks;
-        for (int i = 0; i < Sessions; ++i) session(direct);
-        const auto grown = static_cast<std::int64_t>(mallinfo2().uordblks - before);
-        EXPECT_LT(grown, Sessions * 16); // less than a smallest block each
+        std::int64_t grown = 0, ran = 0;
+        do {
+            for (int i = 0; i < Sessions; ++i) session(direct);
+            ran += Sessions;
+            grown = static_cast<std::int64_t>(mallinfo2().uordblks - before);
+        } while (grown >= ran * smallest / 2 && ran < Batches * Sessions);
+        EXPECT_LT(grown, ran * smallest / 2) << "in " << ran << " sessions";
     }
-}
-
-// Switched off, the row opens for the dialog all the same, and hears nothing.
-TEST_F(Journey, OpensIdleWhileSwitchedOff) {
-    UseMicrophone({{0.1, 1.0, 441}});
-    BringUp();
-    ASSERT_TRUE(PRecOpen());
-    EXPECT_FALSE(Recogniser->IsRunning());
-    ASSERT_TRUE(ZorStartTimer());
-    machine::Advance(1000);
-    EXPECT_TRUE(TakeReceived().empty());
-    PRecClose();
-}
-
-// The first entry of one list stands for whatever the system has first in the other.
-TEST_F(Journey, TheDefaultOfOneClassIsThatOfTheOther) {
-    SetDirectSound(DirectSound::Present);
-    UseMicrophone({});
-    BringUp();
-    ASSERT_TRUE(PRecOpen());
-    ASSERT_TRUE(ChoosePRecDevice(0));
-    machine::FailCall(machine::Call::CreateCaptureBuffer, 1, DSERR_ALLOCATED, 0);
-    EXPECT_TRUE(PRecOpen());
-    EXPECT_TRUE(TakeBoxTexts().empty());
-    EXPECT_EQ(machine::OpenWaveIns(), 1);
-    PRecClose();
 }
 
 // Two microphones; the second is the user's choice.
@@ -204,19 +165,16 @@ protected:
         EXPECT_EQ(machine::OpenWaveIns() + OpenCaptureObjects(), 0);
     }
     static machine::Microphone Add(const char* name) {
-        machine::MicrophoneModel model;
-        model.Name = name;
-        model.Exclusive = true;
-        return machine::AddMicrophone(model);
+        return machine::AddMicrophone({.Name = name, .Exclusive = true});
     }
     // There are never more than two.
     std::int32_t NumberOf(machine::Microphone microphone) const {
         return (microphone != First) + (GetParam() == DirectSound::Present);
     }
-    // Neither class opens anything from the nth attempt on.
-    static void RefuseOpening(int nth = 1, int times = 0) {
-        machine::FailCall(machine::Call::CreateCaptureBuffer, nth, DSERR_ALLOCATED, times);
-        machine::FailCall(machine::Call::waveInOpen, nth, MMSYSERR_ALLOCATED, times);
+    // Neither class opens anything, the next so many times or for good.
+    static void RefuseOpening(int times = 0) {
+        machine::FailCall(machine::Call::CreateCaptureBuffer, 1, DSERR_ALLOCATED, times);
+        machine::FailCall(machine::Call::waveInOpen, 1, MMSYSERR_ALLOCATED, times);
     }
     static int Open(machine::Microphone microphone) { return machine::StatsOf(microphone).Open; }
     static std::uint32_t Volume(machine::Microphone microphone) {
@@ -226,28 +184,30 @@ protected:
 };
 INSTANTIATE_TEST_SUITE_P(Both, Choice, testing::Values(DirectSound::Present, DirectSound::Absent));
 
-TEST_P(Choice, TouchesNoOtherMicrophone) {
+// Across starts, whatever numbers come and go, in the other class, and where another one, or for
+// once it itself, cannot be opened.
+TEST_P(Choice, IsKeptAndNoOtherMicrophoneTouched) {
     machine::MoveControl(First, machine::MicrophoneVolume, 60000);
-    for (int start = 0; start < 2; ++start) {
-        ASSERT_TRUE(PRecOpen());
-        EXPECT_EQ(Open(Second), 1);
-        EXPECT_EQ(Volume(Second), 32767u);
-        EXPECT_EQ(Volume(First), 60000u);
-        machine::Unplug(Add("Between")); // numbers come and go
-    }
-}
-
-TEST_P(Choice, OutlivesAFailedStartAndTheOtherClass) {
     RefuseOpening();
     EXPECT_FALSE(PRecOpen());
     EXPECT_EQ(TakeBoxTexts().back(), NotOpened);
     machine::ClearFaults();
-    for (const auto direct : {DirectSound::Absent, DirectSound::Present}) {
+    for (const auto direct : {DirectSound::Absent, DirectSound::Present, GetParam()}) {
         SetDirectSound(direct);
         ASSERT_TRUE(PRecOpen());
         EXPECT_EQ(Open(Second), 1);
+        EXPECT_EQ(Volume(Second), 32767u);
+        EXPECT_EQ(Volume(First), 60000u);
+        machine::Unplug(Add("Between"));
     }
     EXPECT_TRUE(TakeBoxTexts().empty());
+    RefuseOpening(1);
+    EXPECT_FALSE(ChoosePRecDevice(NumberOf(First)));
+    EXPECT_EQ(TakeBoxTexts().size(), 1u);
+    EXPECT_EQ(Open(Second), 1);
+    EXPECT_FALSE(ChoosePRecDevice(99));
+    ASSERT_TRUE(PRecOpen());
+    EXPECT_EQ(Open(Second), 1);
 }
 
 TEST_P(Choice, GivesWayToTheDefaultWhileItIsGone) {
@@ -267,17 +227,6 @@ TEST_P(Choice, GivesWayToTheDefaultWhileItIsGone) {
     }
 }
 
-// One that cannot be opened is given up for the one before it.
-TEST_P(Choice, IsTheOneBeforeWhereTheNewOneCannotBeOpened) {
-    RefuseOpening(1, 1);
-    EXPECT_FALSE(ChoosePRecDevice(NumberOf(First)));
-    EXPECT_EQ(TakeBoxTexts().size(), 1u);
-    EXPECT_EQ(Open(Second), 1);
-    EXPECT_FALSE(ChoosePRecDevice(99));
-    ASSERT_TRUE(PRecOpen());
-    EXPECT_EQ(Open(Second), 1);
-}
-
 // What the host does from within a box decides, whatever the box came in the middle of.
 TEST_P(Choice, LeavesTheLastWordToTheHost) {
     const std::function<void()> begins[] = {[] { PRecOpen(); },
@@ -293,7 +242,7 @@ TEST_P(Choice, LeavesTheLastWordToTheHost) {
         int before = place / 18;           // boxes that are left alone
         ASSERT_TRUE(PRecOpen() && ChoosePRecDevice(NumberOf(Second)));
         machine::Unplug(Second); // so that a box tells of that too
-        if (refused > 0) RefuseOpening(1, refused);
+        if (refused > 0) RefuseOpening(refused);
         bool acted = false;
         machine::WhileBoxIsUp([&](const machine::Box&) {
             if (acted || before-- > 0) return;

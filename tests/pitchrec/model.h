@@ -2,9 +2,10 @@
 // room for cleverness. Random streams go through both, and every frame and entry must agree.
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
+#include <utility>
 #include <vector>
 
 struct Model {
@@ -18,11 +19,7 @@ struct Model {
         int cents = 0, onset = 0, amplitude = 0, detected = 255, active = 255, hold = 0;
         int extreme = 0, max = 0, min = 0, blockPeakTime = 0, blockPeak = 0;
     };
-    struct Entry {
-        std::int32_t time;
-        std::uint32_t message;
-        bool operator==(const Entry&) const = default;
-    };
+    using Entry = std::pair<std::int32_t, std::uint32_t>; // time, message
     State now, last;
     double freq[6] = {}, jump[6] = {};
     int store[2048] = {};
@@ -32,8 +29,7 @@ struct Model {
     std::vector<Entry> entries; // never full: the reader empties it after each block
 
     void Push(int time, int status, int data1, int data2) {
-        entries.push_back(
-            {time, static_cast<std::uint32_t>(status * 65536 + (data1 & 255) * 256 + data2)});
+        entries.emplace_back(time, status * 65536 + (data1 & 255) * 256 + data2);
     }
 
     void Block(std::uint32_t time, const std::uint8_t* data, int bytes) {
@@ -42,13 +38,7 @@ struct Model {
         for (int i = 0; i < 2048 - fresh; i++) store[i] = store[i + fresh];
         for (int k = 0; k < fresh; k++) {
             const std::uint8_t* at = data + k * step;
-            int value;
-            if (bits == 8) {
-                value = int(*at) - 128;
-            } else {
-                value = at[0] + 256 * at[1];
-                if (value > 32767) value -= 65536;
-            }
+            const int value = bits == 8 ? int(*at) - 128 : std::int16_t(at[0] + 256 * at[1]);
             store[2048 - fresh + k] = value;
         }
         valid = valid + fresh;
@@ -262,9 +252,7 @@ struct Model {
     }
 
     void Bend(int status) {
-        int value = now.cents + 8192;
-        if (value < 0) value = 0;
-        if (value > 16383) value = 16383;
+        const int value = std::clamp(now.cents + 8192, 0, 16383);
         Push(now.onset, status, value % 128, value / 128);
     }
 

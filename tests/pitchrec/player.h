@@ -8,13 +8,10 @@
 #include <cmath>
 #include <cstdint>
 #include <functional>
+#include <utility>
 #include <vector>
 
-struct NoteEntry {
-    std::int32_t Time;
-    std::uint32_t Message;
-    bool operator==(const NoteEntry&) const = default;
-};
+using NoteEntry = std::pair<std::int32_t, std::uint32_t>; // time, message
 
 // Value of the sample at an index counted from the sound's start, in 8-bit sample units.
 using Sound = std::function<double(int)>;
@@ -61,7 +58,7 @@ public:
     }
     std::vector<std::uint32_t> TakeMessages() {
         std::vector<std::uint32_t> messages;
-        for (const NoteEntry& entry : TakeEntries()) messages.push_back(entry.Message);
+        for (const auto& [time, message] : TakeEntries()) messages.push_back(message);
         return messages;
     }
     const Sonorel::FrameState& Now() const { return Recogniser.Now; }

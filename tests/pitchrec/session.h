@@ -6,7 +6,7 @@
 
 class Session : public MachineTest {
 protected:
-    static constexpr std::uint32_t Start = 1000; // milliseconds on the stepped clock
+    static constexpr std::int32_t Start = 1000; // milliseconds on the stepped clock
 
     Session() { SwitchOn(Start); }
     static void SwitchOn(std::uint32_t milliseconds) {

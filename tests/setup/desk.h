@@ -10,24 +10,20 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <tuple>
 
 // ID of a control of row i, as the ids of both layouts are made.
 constexpr int InList(int row) { return midisetup::InDevice + row; }
 constexpr int OutList(int row) { return midisetup::OutDevice + row; }
 
-struct Heard {
-    unsigned Message;
-    std::uintptr_t First;
-    std::intptr_t Second;
-    bool operator==(const Heard&) const = default;
-};
+using Heard = std::tuple<unsigned, std::uintptr_t, std::intptr_t>; // a message and its values
 
 class Desk : public MachineTest {
 protected:
     void SetUp() override {
         Parent = machine::CreateHostWindow(
             [this](unsigned message, std::uintptr_t first, std::intptr_t second) {
-                HostHeard.push_back({message, first, second});
+                HostHeard.emplace_back(message, first, second);
             });
     }
     void TearDown() override {
@@ -56,10 +52,13 @@ protected:
         return "-";
     }
 
-    // Shows the dialog of a driver row to a user who does this.
-    void Show(int row, DialogScript user) {
+    void ComeUp() {
         if (!Up) Up = MIDISysInit(0) == -1;
         ASSERT_TRUE(Up);
+    }
+    // Shows the dialog of a driver row to a user who does this.
+    void Show(int row, DialogScript user) {
+        ComeUp();
         int shown = 0;
         ScriptDialogs([&](DialogUser& at) {
             ++shown;

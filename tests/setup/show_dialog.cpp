@@ -13,13 +13,6 @@
 
 namespace {
 
-void AddDevices() {
-    for (const char* name : {"USB Keyboard", "Stage Piano MIDI 1", "Drum Pads"})
-        machine::AddMidiInput(name);
-    for (const char* name : {"Stage Piano MIDI 1", "Sound Canvas", "Rack Synth A", "R & B @ Home"})
-        machine::AddMidiOutput(name);
-}
-
 // Swells and fades, so that the meter moves, and comes to every colour.
 void AddMicrophones() {
     const machine::Microphone voice = machine::AddMicrophone({.Name = "Headset Microphone"});
@@ -42,7 +35,10 @@ int main(int count, char** arguments) {
     const bool mic = std::strcmp(arguments[1], "mic") == 0;
     machine::SetModulePath(std::string(arguments[2]) + "/libzormidi.so");
     machine::PrintBoxes(true);
-    AddDevices();
+    for (const char* name : {"USB Keyboard", "Stage Piano MIDI 1", "Drum Pads"})
+        machine::AddMidiInput(name);
+    for (const char* name : {"Stage Piano MIDI 1", "Sound Canvas", "Rack Synth A", "R & B @ Home"})
+        machine::AddMidiOutput(name);
     AddMicrophones();
     if (MIDISysInit(0) != -1) return 1;
     void* const parent =

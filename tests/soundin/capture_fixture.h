@@ -85,11 +85,6 @@ protected:
                                    unsigned channels = 2) {
         return machine::AddMicrophone({.Name = name, .Formats = formats, .Channels = channels});
     }
-    static machine::Microphone Add(const std::string& name,
-                                   const std::vector<machine::MixerControl>& mixer) {
-        return machine::AddMicrophone({.Name = name, .Mixer = mixer});
-    }
-
     // Time that the next count blocks take, and a little more.
     static void AdvanceBlocks(unsigned count) {
         machine::Advance(static_cast<std::uint32_t>(count * 512 * 1000.0 / 22050 + 2));
@@ -98,16 +93,11 @@ protected:
     static constexpr std::uint32_t StartTime = 0xFFFFF000; // the clock wraps in the middle
 };
 
-enum class Kind { Dx, Win };
-
-inline std::unique_ptr<Sonorel::SoundInSystem> Make(Kind kind) {
-    if (kind == Kind::Dx) return std::make_unique<Sonorel::SoundInDx>();
+// The class that listens where there is DirectSound, or where there is none.
+inline std::unique_ptr<Sonorel::SoundInSystem> Make(DirectSound kind) {
+    if (kind == DirectSound::Present) return std::make_unique<Sonorel::SoundInDx>();
     return std::make_unique<Sonorel::SoundInWin>();
 }
 
 // What holds for both classes.
-class BothCapturesTest : public CaptureTest, public testing::WithParamInterface<Kind> {};
-
-inline std::string KindName(const testing::TestParamInfo<Kind>& info) {
-    return info.param == Kind::Dx ? "Dx" : "Win";
-}
+class BothCapturesTest : public CaptureTest, public testing::WithParamInterface<DirectSound> {};

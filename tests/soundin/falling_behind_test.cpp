@@ -9,12 +9,19 @@ protected:
         machine::FeedGenerator(microphone, place_feed::Generator());
     }
 
-    // Number of the block that ends at this stamp, counted from the origin.
-    std::int64_t BlockAt(std::uint32_t time) const {
+    // The number of each block, counted from the origin, as its stamp tells. It must hold what
+    // sounded then.
+    std::vector<std::int64_t> Numbers(const std::vector<Block>& blocks) const {
         const auto origin =
             static_cast<std::uint32_t>(machine::StatsOf(microphone).OriginMicroseconds / 1000);
-        const auto age = static_cast<std::int32_t>(time - origin);
-        return std::llround(age * 22050.0 / 1000 / 512) - 1;
+        std::vector<std::int64_t> numbers;
+        for (const Block& block : blocks) {
+            const auto age = static_cast<std::int32_t>(block.Time - origin);
+            numbers.push_back(std::llround(age * 22050.0 / 1000 / 512) - 1);
+            EXPECT_EQ(numbers.back() * 512 % place_feed::Period,
+                      place_feed::Of(block.Bytes.data()));
+        }
+        return numbers;
     }
 
     machine::Microphone microphone;
@@ -47,19 +54,14 @@ TEST_F(FallingBehindTest, SixteenBlocksAreServedAndSeventeenAreNot) {
             AdvanceBlocks(each.LeftOut);
             EXPECT_TRUE(listener.Take().empty());
             AdvanceBlocks(1);
-            auto blocks = listener.Take();
-            EXPECT_EQ(each.AtOnce, blocks.size());
+            auto numbers = Numbers(listener.Take());
+            EXPECT_EQ(each.AtOnce, numbers.size());
             AdvanceBlocks(40);
-            const auto later = listener.Take();
-            blocks.insert(blocks.end(), later.begin(), later.end());
-            ASSERT_FALSE(blocks.empty());
-            // Each by its own end, and none twice.
-            for (std::size_t index = 0; index < blocks.size(); ++index) {
-                const auto number = each.Next + static_cast<std::int64_t>(index + before);
-                EXPECT_EQ(number, BlockAt(blocks[index].Time));
-                EXPECT_EQ(number * 512 % place_feed::Period,
-                          place_feed::Of(blocks[index].Bytes.data()));
-            }
+            for (const auto number : Numbers(listener.Take())) numbers.push_back(number);
+            ASSERT_FALSE(numbers.empty());
+            EXPECT_EQ(each.Next + before, numbers.front());
+            for (std::size_t i = 1; i < numbers.size(); ++i)
+                EXPECT_EQ(numbers[i - 1] + 1, numbers[i]);
             input.Close();
         }
     }
@@ -69,7 +71,7 @@ TEST_F(FallingBehindTest, SixteenBlocksAreServedAndSeventeenAreNot) {
 // may be delivered twice, and up to 16 blocks nothing may be missing.
 TEST_F(FallingBehindTest, ASlowListenerHearsNothingTwice) {
     for (const unsigned before : {3u, 16u, 20u, 28u, 31u}) {
-        for (const unsigned stalled : {5u, 15u, 16u, 17u, 20u, 30u}) {
+        for (const unsigned stalled : {5u, 16u, 17u, 30u}) {
             SCOPED_TRACE(testing::Message() << stalled << " stalled after " << before);
             Sonorel::SoundInDx input;
             Listener listener(input);
@@ -80,22 +82,16 @@ TEST_F(FallingBehindTest, ASlowListenerHearsNothingTwice) {
             };
             ASSERT_TRUE(input.Open(22050));
             input.Start();
-            AdvanceBlocks(before);
-            AdvanceBlocks(stalled);
+            AdvanceBlocks(before + stalled);
             SetEvent(proceed);
             AdvanceBlocks(40);
-            const auto blocks = listener.Take();
+            const auto numbers = Numbers(listener.Take());
             std::int64_t previous = 0;
-            for (const Block& block : blocks) {
-                const auto number = BlockAt(block.Time);
-                EXPECT_LT(previous, number);
-                if (stalled <= 16) {
-                    EXPECT_EQ(previous + 1, number);
-                }
-                EXPECT_EQ(number * 512 % place_feed::Period, place_feed::Of(block.Bytes.data()));
+            for (const std::int64_t number : numbers) {
+                EXPECT_TRUE(number == previous + 1 || (stalled > 16 && number > previous));
                 previous = number;
             }
-            EXPECT_GE(blocks.size(), 30u);
+            EXPECT_GE(numbers.size(), 30u);
             input.Close();
             CloseHandle(proceed);
         }

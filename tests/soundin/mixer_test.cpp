@@ -4,21 +4,14 @@
 
 namespace {
 
-using machine::LineInLine;
-using machine::MicrophoneLine;
-using machine::MicrophoneMute;
-using machine::MicrophoneVolume;
-using machine::MuteControl;
-using machine::RecordingLine;
-using machine::SpeakersLine;
-using machine::VolumeControl;
+using namespace machine;
 using Controls = std::vector<machine::MixerControl>;
 
 class MixerTest : public CaptureTest {
 protected:
     // An open capture on the only microphone, which has these controls.
     void OpenWith(const Controls& controls) {
-        microphone = Add("Microphone", controls);
+        microphone = AddMicrophone({.Name = "Microphone", .Mixer = controls});
         ASSERT_TRUE(input.Open(22050));
     }
     ~MixerTest() override { input.Close(); }
@@ -33,58 +26,29 @@ protected:
 } // namespace
 
 TEST_F(MixerTest, LevelOneIsHalfTheRange) {
+    const machine::MixerControl beside{{RecordingLine, MicrophoneLine, MuteControl}, 1};
     struct {
-        std::uint32_t Maximum;
+        Controls Have; // the volume first
         double Level;
-        std::uint32_t Written;
+        std::vector<std::uint32_t> Written; // the same for every channel
         double Read;
     } const cases[] = {
-        {65535, 1.0, 32767, 1.0},
-        {65535, 0.0, 0, 0.0},
-        {65535, 255 * 0.0078125, 65278, 65278.0 / 32767},
-        {65535, 0.5, 16383, 16383.0 / 32767},
-        {255, 1.0, 127, 1.0},
-        {2, 1.0, 1, 1.0},
-        // Half of it is nothing, and nothing is divided by it.
-        {1, 1.0, 0, 0.0},
-        {0, 1.0, 0, 0.0},
+        {{{MicrophoneVolume, 65535}}, 0.0, {0, 0}, 0.0},
+        {{{MicrophoneVolume, 65535}}, 255 * 0.0078125, {65278, 65278}, 65278.0 / 32767},
+        {{{MicrophoneVolume, 255}}, 1.0, {127, 127}, 1.0},
+        {{{MicrophoneVolume, 1}}, 1.0, {0, 0}, 0.0}, // half of it is nothing
+        {{{MicrophoneVolume, 1000, 0, 1}}, 1.0, {500}, 1.0},
+        {{{MicrophoneVolume, 1000, 0, 1}, beside}, 1.0, {500}, 1.0},
     };
     for (const auto& each : cases) {
-        SCOPED_TRACE(testing::Message() << each.Level << " of " << each.Maximum);
+        SCOPED_TRACE(testing::Message() << each.Level << " of " << each.Have[0].Maximum);
         input.Close();
         Restart();
-        OpenWith({{MicrophoneVolume, each.Maximum}});
-        machine::MoveControl(microphone, MicrophoneVolume, each.Maximum);
+        OpenWith(each.Have);
+        machine::MoveControl(microphone, MicrophoneVolume, each.Have[0].Maximum);
         EXPECT_TRUE(input.SetLevel(each.Level));
-        // Every channel gets the same.
-        EXPECT_EQ((std::vector{each.Written, each.Written}), Values(MicrophoneVolume));
+        EXPECT_EQ(each.Written, Values(MicrophoneVolume));
         EXPECT_EQ(each.Read, input.GetLevel());
-    }
-}
-
-TEST_F(MixerTest, ReadsWhatTheUserMovedAndThroughIsTheMuteTurnedRound) {
-    OpenWith(machine::MicrophoneMixer());
-    ASSERT_TRUE(machine::MoveControl(microphone, MicrophoneVolume, 65535));
-    EXPECT_EQ(65535.0 / 32767, input.GetLevel());
-    for (const std::uint32_t on : {1u, 7u, 0x80000000u}) {
-        EXPECT_TRUE(input.SetMicThru(on));
-        EXPECT_EQ(0u, Values(MicrophoneMute).at(0));
-        EXPECT_EQ(7u, input.GetMicThru());
-        EXPECT_TRUE(input.SetMicThru(0));
-        EXPECT_EQ(1u, Values(MicrophoneMute).at(0));
-        EXPECT_EQ(0u, input.GetMicThru());
-    }
-}
-
-TEST_F(MixerTest, AUniformControlAndAMonoLineTakeOneValue) {
-    const machine::MixerControl one{MicrophoneVolume, 1000, 0, 1};
-    const machine::MixerControl beside{{RecordingLine, MicrophoneLine, MuteControl}, 1};
-    for (const Controls& controls : {Controls{beside, one}, Controls{one}}) {
-        input.Close();
-        Restart();
-        OpenWith(controls);
-        EXPECT_EQ(std::vector{500u}, Values(MicrophoneVolume));
-        EXPECT_EQ(1.0, input.GetLevel());
     }
 }
 
@@ -130,16 +94,13 @@ TEST_F(MixerTest, FindsTheMicrophonesControls) {
     }
 }
 
-TEST_F(MixerTest, WithoutAnyMixer) {
+TEST_F(MixerTest, WithoutAMixerOrOneThatObeys) {
     OpenWith({});
-    EXPECT_EQ(nullptr, input.Mixer);
     EXPECT_EQ(0.0, input.GetLevel());
     EXPECT_FALSE(input.SetLevel(1.0));
     EXPECT_EQ(7u, input.GetMicThru());
-    EXPECT_FALSE(input.SetMicThru(1));
-}
-
-TEST_F(MixerTest, Refusals) {
+    input.Close();
+    Restart();
     OpenWith(machine::MicrophoneMixer());
     machine::FailCall(machine::Call::mixerGetControlDetailsA, 1, MMSYSERR_NOTSUPPORTED, 0);
     machine::FailCall(machine::Call::mixerSetControlDetails, 1, MMSYSERR_NOTSUPPORTED, 0);
@@ -147,10 +108,6 @@ TEST_F(MixerTest, Refusals) {
     EXPECT_FALSE(input.SetLevel(1.5));
     EXPECT_EQ(7u, input.GetMicThru());
     EXPECT_FALSE(input.SetMicThru(1));
-    machine::ClearFaults();
-    machine::Unplug(microphone);
-    EXPECT_EQ(0.0, input.GetLevel());
-    EXPECT_FALSE(input.SetMicThru(0));
 }
 
 // A source that cannot be read is no reason to give up those behind it.
@@ -169,9 +126,7 @@ TEST_F(CaptureTest, DirectSoundFindsItsMixerByName) {
         int Unopened; // the nth opening fails, 0 for none
     } const cases[] = {
         {"USB Audio (front)", {"Onboard", "USB Audio", "USB"}, 1, 0},
-        {"USB Audio (front)", {"USB", "USB Audio"}, 0, 0},
         {"USB Audio", {"Onboard", "USB Audio (front)"}, 0, 0},
-        {"USB Audio (front)", {"Onboard", "USB Audio", "USB"}, 2, 1},
         {"USB Audio (front)", {"Onboard", "USB Audio", "Other"}, 0, 1},
     };
     for (const auto& each : cases) {
@@ -179,7 +134,7 @@ TEST_F(CaptureTest, DirectSoundFindsItsMixerByName) {
         Restart();
         std::vector<machine::Microphone> mixers;
         for (const std::string& name : each.Mixers) mixers.push_back(Add(name));
-        Add(each.Microphone, Controls{});
+        AddMicrophone({.Name = each.Microphone, .Mixer = {}});
         Sonorel::SoundInDx input;
         input.SetDevice(static_cast<std::int32_t>(mixers.size()) + 1);
         if (each.Unopened)
@@ -193,14 +148,4 @@ TEST_F(CaptureTest, DirectSoundFindsItsMixerByName) {
         }
         input.Close();
     }
-}
-
-TEST_F(CaptureTest, WaveInFallsBackOnTheFirstMixer) {
-    Add("Without", Controls{});
-    const auto first = Add("First");
-    Sonorel::SoundInWin input;
-    ASSERT_TRUE(input.Open(22050));
-    EXPECT_TRUE(input.SetLevel(0.25));
-    EXPECT_EQ(8191u, machine::ControlValues(first, MicrophoneVolume).at(0));
-    input.Close();
 }

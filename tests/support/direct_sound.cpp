@@ -16,7 +16,7 @@ using machine::Failure;
 
 std::atomic<int> objects{0}; // a count, ordered by nothing
 
-// Counted, and shared as the system's objects are.
+// Counted. Each has one owner, who releases it once.
 template <class Interface>
 class Object : public Interface {
 public:
@@ -24,18 +24,14 @@ public:
     Object(const Object&) = delete;
     Object& operator=(const Object&) = delete;
     HRESULT QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
-    DWORD AddRef() override { return references_.fetch_add(1, std::memory_order_relaxed) + 1; }
+    DWORD AddRef() override { return 1; } // nobody does
     DWORD Release() override {
-        const DWORD left = references_.fetch_sub(1, std::memory_order_acq_rel) - 1;
-        if (left == 0) delete this;
-        return left;
+        delete this;
+        return 0;
     }
 
 protected:
     virtual ~Object() { objects.fetch_sub(1, std::memory_order_relaxed); }
-
-private:
-    std::atomic<DWORD> references_{1};
 };
 
 class Buffer final : public Object<IDirectSoundCaptureBuffer>, private machine::CaptureOwner {
@@ -55,8 +51,7 @@ public:
 
 private:
     struct Notify final : Object<IDirectSoundNotify> {
-        explicit Notify(Buffer& buffer) : Owner(buffer) { Owner.AddRef(); }
-        ~Notify() override { Owner.Release(); }
+        explicit Notify(Buffer& buffer) : Owner(buffer) {}
         HRESULT SetNotificationPositions(DWORD count, const DSBPOSITIONNOTIFY* places) override {
             if (const Failure failure{Call::SetNotificationPositions}) return failure;
             const std::scoped_lock lock(Owner.lock_);
@@ -235,13 +230,12 @@ FARPROC AsEntry(Function* entry) {
 } // namespace
 
 void SetDirectSound(DirectSound state) {
-    const auto find = [](std::string_view name) -> FARPROC {
-        if (name == "DirectSoundCaptureEnumerateA") return AsEntry(&Enumerate);
-        return name == "DirectSoundCaptureCreate" ? AsEntry(&Create) : nullptr;
-    };
-    const auto findNone = [](std::string_view) -> FARPROC { return nullptr; };
     machine::OfferModule(state == DirectSound::Absent ? nullptr : "DSOUND.DLL",
-                         state == DirectSound::Present ? +find : +findNone);
+                         [](std::string_view name) {
+                             return name == "DirectSoundCaptureEnumerateA" ? AsEntry(&Enumerate)
+                                    : name == "DirectSoundCaptureCreate"   ? AsEntry(&Create)
+                                                                           : nullptr;
+                         });
 }
 
 int OpenCaptureObjects() { return objects.load(std::memory_order_relaxed); }

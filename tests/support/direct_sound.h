@@ -7,9 +7,9 @@
 // due meanwhile, only the last one's event is set: the device has fallen behind.
 #pragma once
 
-enum class DirectSound { Absent, WithoutCapture, Present };
+enum class DirectSound { Absent, Present };
 
-// WithoutCapture: the module loads, but holds neither entry point. Holds across PowerOn.
+// Holds across PowerOn.
 void SetDirectSound(DirectSound state);
 
 int OpenCaptureObjects(); // that exist now
