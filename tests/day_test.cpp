@@ -89,11 +89,12 @@ protected:
             const auto key = static_cast<std::uint8_t>(Pick(20, 100));
             const auto low = static_cast<std::uint8_t>(time & 0x7F),
                        high = static_cast<std::uint8_t>(time >> 7 & 0x7F);
-            const MIDIEvent events[] = {
-                {time, time, channel, 2, 0xE0, low, high},
-                {time, time, channel, 2, 0x90, key, 80},
-                {time + 90, time, channel, 2, 0x80, key, 0},
-                {time + 95, time, 0, 0, static_cast<std::uint8_t>(Pick(0, 1) * 0xF8), 1, 0}};
+            const MIDIEvent events[] = {{time, time, channel, 2, 0xE0, low, high},
+                                        {time, time, channel, 2, 0x90, key, 80},
+                                        {time + 90, time, channel, 2, 0x80, key, 0},
+                                        {time + 95, time, 0, 0,
+                                         static_cast<std::uint8_t>(Pick(0, 1) * 0xF8),
+                                         static_cast<std::uint8_t>(Pick(1, 2)), 0}};
             const auto wanted = static_cast<std::uint16_t>(queue);
             const auto& held = twin.Queues[queue];
             if (held.Records.size() + 5 > held.Slots) return;
