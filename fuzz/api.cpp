@@ -68,7 +68,7 @@ void Queue(Twin& twin, Bytes& bytes) {
     const auto queue = static_cast<std::int16_t>(bytes.Below(5) - 1);
     switch (bytes.Below(4)) {
     case 0:
-        return twin.Alloc(queue, 0);
+        return twin.Free(queue);
     case 1:
         return twin.Zero(queue);
     case 2:

@@ -123,19 +123,18 @@ public:
         ZorFilterMIDI(mask, sysMask);
         filter = mask, sysFilter = sysMask;
     }
-    // No slots: ZorFreeMIDI.
     void Alloc(std::int16_t index, std::int16_t slots) {
-        const bool there = index >= 0 && index < 3;
-        const bool expected = there && slots >= 0 && (slots == 0 || up);
-        if (slots == 0)
-            Same("ZorFreeMIDI", ZorFreeMIDI(index), expected);
-        else
-            Same("ZorAllocMIDI", ZorAllocMIDI(index, slots), expected);
-        if (there) Queues[index] = {expected ? static_cast<std::size_t>(slots) : 0};
+        const bool expected = IsQueue(index) && slots >= 0 && (slots == 0 || up);
+        Same("ZorAllocMIDI", ZorAllocMIDI(index, slots), expected);
+        if (IsQueue(index)) Queues[index] = {expected ? static_cast<std::size_t>(slots) : 0};
+    }
+    void Free(std::int16_t index) {
+        Same("ZorFreeMIDI", ZorFreeMIDI(index), IsQueue(index));
+        if (IsQueue(index)) Queues[index] = {};
     }
     void Zero(std::int16_t index) {
         ZorZeroQueue(index);
-        if (index >= 0 && index < 3) Queues[index].Records.clear();
+        if (IsQueue(index)) Queues[index].Records.clear();
     }
     bool Xmit(std::uint16_t queue, const MIDIEvent& event) {
         const bool taken = ZorXmit(queue, &event);
@@ -215,6 +214,8 @@ public:
     Queue Queues[3] = {};
 
 private:
+    static bool IsQueue(int index) { return index >= 0 && index < 3; }
+
     std::int32_t RunningTime() const {
         if (!External) return static_cast<std::int32_t>(Now - origin);
         if (!clockRunning) return ClocksToTime(clocks, 0, 0);
