@@ -55,6 +55,7 @@ public:
             }
         return ini;
     }
+
     void Init(bool again) {
         Same("MIDISysInit", MIDISysInit(again), up && !again ? ZOR_ALREADY_INITIALISED : -1);
         if (up && !again) return;
@@ -179,6 +180,7 @@ public:
         machine::Advance(0);
         TakeIn(port, packed);
     }
+
     // All that a host can ask, and what the devices were sent since the last time.
     void Compare() {
         CompareSent();
@@ -284,6 +286,7 @@ private:
         queue.Records.push_back(event);
         return true;
     }
+
     // To the earliest record; 0 without one, and where it is too far away for a time.
     std::int64_t Delay(std::int32_t time) const {
         std::int64_t next = INT32_MAX;
@@ -389,6 +392,7 @@ private:
                         static_cast<std::uint32_t>(status | std::min(data1, 127) << 8 |
                                                    std::min(data2, 127) << 16)});
     }
+
     void Same(const char* what, std::int64_t library, std::int64_t expected) {
         if (library == expected || !Difference.empty()) return;
         Difference = std::string(what) + ": " + std::to_string(library) + " instead of " +
@@ -413,6 +417,7 @@ private:
              static_cast<std::int64_t>(sent.size()));
         sent.clear();
     }
+
     int ports;
     bool up, open = false, running = false, ended = false, echo = false;
     bool error = false; // a record was refused
