@@ -54,6 +54,7 @@ TEST_F(Input, LosesWhatMeetsATransmission) {
     EXPECT_EQ(CountOf(0), 1);
     drivers.Rows[1].OnXmit = nullptr;
     Receive(0x90, 3, 1);
+    Receive(0xFE); // goes nowhere at all
     EXPECT_EQ(CountOf(0), 2);
 }
 
