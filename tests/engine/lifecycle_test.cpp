@@ -198,6 +198,9 @@ TEST_F(Life, ChoosesTheTimerPeriod) {
     const fs::path ini = fs::absolute("ini/ZORMIDI.INI");
     fs::create_directories(ini.parent_path());
     machine::SetModulePath((ini.parent_path() / "library.so").string());
+    MIDISysTerm();
+    drivers.Rows[0].OnConfig = [&] { EXPECT_EQ(IniPath, ini.string()); };
+    ZorConfigMIDIDriver(nullptr, 0); // a dialog of a library that is down looks there too
     struct Case {
         const char* wished;
         unsigned least, most, period;
