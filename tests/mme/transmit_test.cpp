@@ -72,6 +72,11 @@ TEST_F(MmeTest, ARecordGoesToEveryPortThatCoversIt) {
         EXPECT_TRUE(Send(channel, 0xE0, 1, 2));
         EXPECT_EQ(Sent(), expected) << channel;
     }
+    Lines all;
+    for (int row = 0; row < 4; ++row)
+        for (int offset = 0; offset < 16; ++offset) all.push_back(Line(row, 0xE0 + offset, 1, 2));
+    EXPECT_TRUE(Send(-1, 0xE0, 1, 2));
+    EXPECT_EQ(Sent(), all);
 }
 
 // A device that refuses ends it: what it held is let go, later ports keep theirs.
