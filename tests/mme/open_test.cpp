@@ -42,6 +42,16 @@ protected:
     }
 };
 
+TEST_F(OpenTest, WithoutMemoryForItsNotesNoPortOpens) {
+    for (const Call call : {Call::GlobalAlloc, Call::GlobalLock}) {
+        machine::FailCall(call, 2, 0);
+        EXPECT_FALSE(ZorStartMIDI(0));
+        ExpectBoxes(1, MMSYSERR_NOMEM);
+        ExpectAllClosed();
+        EXPECT_EQ(ZorErrorMIDI(nullptr), MMERow);
+    }
+}
+
 TEST_F(OpenTest, AnErrorDuringTheCleanUpGetsABoxOfItsOwn) {
     MidiOutReset = 1;
     machine::FailCall(Call::midiInOpen, 3, Code);
