@@ -62,6 +62,8 @@ TEST_F(OpenTest, AnErrorDuringTheCleanUpGetsABoxOfItsOwn) {
     ExpectBoxes(4);
     EXPECT_EQ(machine::CallCount(Call::midiInStart), 0u); // none before all are open
     EXPECT_EQ(machine::OpenMidiOutputs(), 2);
+    Send(16, 0xE0, 1, 2); // the one that would not close is as it was
+    EXPECT_EQ(Sent(), Lines{Line(1, 0xE0, 1, 2)});
     EXPECT_EQ(machine::OpenMidiInputs(), 1);
     machine::ClearFaults();
     EXPECT_TRUE(MMEOpen()); // closes what was left
