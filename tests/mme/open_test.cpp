@@ -139,6 +139,7 @@ TEST_F(OpenTest, DevicesAreResetAtOpeningAndOnRequestAtClosing) {
         machine::ResetCallCounts();
         ASSERT_TRUE(MMEOpen());
         EXPECT_EQ(machine::CallCount(Call::midiOutReset), 3u);
+        EXPECT_EQ(machine::CallCount(Call::midiInReset), 3u);
         MMEClose();
         EXPECT_EQ(machine::CallCount(Call::midiOutReset), wanted ? 6u : 3u);
     }
