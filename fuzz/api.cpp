@@ -41,7 +41,7 @@ void Time(Twin& twin, Bytes& bytes) {
 
 void Life(Twin& twin, Bytes& bytes) {
     std::uint8_t map[64];
-    for (std::uint8_t& channel : map) channel = static_cast<std::uint8_t>(bytes.Any() ? 7 : 40);
+    for (int i = 0; i < 64; ++i) map[i] = static_cast<std::uint8_t>(i % 9 == 0 ? 255 : 63 - i);
     switch (bytes.Below(10)) {
     case 0:
         return twin.Init(bytes.Byte() & 1);
@@ -94,7 +94,7 @@ void Step(Twin& twin, Bytes& bytes) {
     const std::uint8_t choice = bytes.Byte();
     static constexpr std::uint16_t queues[] = {1, 2, 1, 2, ZOR_IMMEDIATE, 0, 3, 0xFFFE};
     if (choice < 90)
-        return static_cast<void>(twin.Xmit(queues[choice % 8], Record(bytes, twin.Model().Time())));
+        return static_cast<void>(twin.Xmit(queues[choice % 8], Record(bytes, twin.Time())));
     if (choice < 140) return twin.Receive(choice % Ports, bytes.Long() & 0xFFFFFF);
     if (choice < 170) return twin.Advance(bytes.Byte() % 32);
     if (choice < 185) return static_cast<void>(twin.Rcv(choice & 1));
@@ -112,7 +112,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     [[maybe_unused]] static const bool there =
         (FreshMachine(Twin::Ini(Ports)), Twin::AddPorts(Ports), true);
     Bytes bytes(data, size);
-    const std::uint32_t clock = bytes.Byte() & 1 ? 0xFFFFFF00u : 5000u;
+    static constexpr std::uint32_t clocks[] = {5000, 0xFFFFFF00, 0x7FFFFF00};
+    const std::uint32_t clock = clocks[bytes.Below(3)];
     machine::UseSteppedClock(clock);
     MIDISysInit(0);
     Twin twin(Ports, clock, true);

@@ -17,13 +17,13 @@ protected:
     Day() : MachineTest(Morning) {
         Twin::AddPorts(Ports);
         WriteIni(Twin::Ini(Ports));
-        twin.OnSent = [this](const EngineModel::Message& message) { Hear(message); };
+        twin.OnSent = [this](const Twin::Message& message) { Hear(message); };
     }
 
     int Pick(int low, int high) { return std::uniform_int_distribution<int>(low, high)(random); }
 
     // A bend says when it is due, by the time base; each note on is one more to be released.
-    void Hear(const EngineModel::Message& message) {
+    void Hear(const Twin::Message& message) {
         const std::uint32_t kind = message.Packed & 0xF0, value = message.Packed >> 8 & 0x7F7F;
         ++sent;
         if (kind == 0x90) ++sounding;
@@ -34,12 +34,12 @@ protected:
         const std::uint32_t late = (message.At - origin - due) & 0x3FFF;
         if (!External()) latest = std::max(latest, late);
     }
-    bool External() const { return twin.Model().External; }
+    bool External() const { return twin.External; }
 
     // Whatever is thrown away counts as such.
     void Throw() {
         for (int queue : {1, 2})
-            for (const MIDIEvent& event : twin.Model().Queues[queue].Records)
+            for (const MIDIEvent& event : twin.Queues[queue].Records)
                 thrown += event.Status == 0xE0 ? 1 : 0;
     }
     void Rewind() {
@@ -47,7 +47,7 @@ protected:
         Throw();
         twin.Zero(1), twin.Zero(2);
         twin.SetTime(0);
-        origin = twin.Model().Now;
+        origin = twin.Now;
         next[0] = next[1] = 0;
         twin.Play();
     }
@@ -55,7 +55,7 @@ protected:
         Throw();
         twin.Kill();
         twin.Play();
-        next[0] = next[1] = twin.Model().Time() + 10;
+        next[0] = next[1] = twin.Time() + 10;
     }
     void Restart(bool external) {
         Kill();
@@ -84,18 +84,19 @@ protected:
     // full.
     void Fill(int queue) {
         std::int32_t& time = next[queue - 1];
-        while (time < twin.Model().Time() + 2000) {
+        while (time < twin.Time() + 2000) {
             const auto channel = static_cast<std::int16_t>(Pick(0, 16 * Ports - 1));
             const auto key = static_cast<std::uint8_t>(Pick(20, 100));
             const auto low = static_cast<std::uint8_t>(time & 0x7F),
                        high = static_cast<std::uint8_t>(time >> 7 & 0x7F);
-            const MIDIEvent events[] = {
-                {time, time, channel, 2, 0xE0, low, high},
-                {time, time, channel, 2, 0x90, key, 80},
-                {time + 90, time, channel, 2, 0x80, key, 0},
-                {time + 95, time, 0, 0, static_cast<std::uint8_t>(Pick(0, 1) * 0xF8), 1, 0}};
+            const MIDIEvent events[] = {{time, time, channel, 2, 0xE0, low, high},
+                                        {time, time, channel, 2, 0x90, key, 80},
+                                        {time + 90, time, channel, 2, 0x80, key, 0},
+                                        {time + 95, time, 0, 0,
+                                         static_cast<std::uint8_t>(Pick(0, 1) * 0xF8),
+                                         static_cast<std::uint8_t>(Pick(1, 2)), 0}};
             const auto wanted = static_cast<std::uint16_t>(queue);
-            const auto& held = twin.Model().Queues[queue];
+            const auto& held = twin.Queues[queue];
             if (held.Records.size() + 5 > held.Slots) return;
             if (channel != 0) put += twin.Xmit(wanted, events[0]) ? 1 : 0;
             for (int i = 1; i < 4; ++i) twin.Xmit(wanted, events[i]);

@@ -6,10 +6,7 @@ namespace {
 
 class Pump : public EngineTest {
 protected:
-    Pump() {
-        ZorStartMIDI(1);
-        machine::ResetCallCounts();
-    }
+    Pump() { ZorStartMIDI(1); }
     static void Put(std::uint16_t queue, const MIDIEvent& event) {
         EXPECT_TRUE(ZorXmit(queue, &event));
     }
@@ -24,26 +21,6 @@ protected:
         return pending.empty() ? -1 : std::int64_t{pending[0] - timeGetTime()};
     }
 };
-
-TEST_F(Pump, WakesOnlyWhenThereIsSomethingToDo) {
-    machine::Advance(400);
-    EXPECT_EQ(machine::CallCount(machine::Call::timeSetEvent), 100u); // idle: once a period
-    Put(1, Note(900, 1));
-    machine::Advance(4);
-    EXPECT_EQ(PendingDelay(), 496);
-    machine::ResetCallCounts();
-    Put(1, Note(950, 2));
-    machine::Advance(495);
-    EXPECT_EQ(machine::CallCount(machine::Call::timeSetEvent), 0u);
-    EXPECT_EQ(PlayedBy(1), "1@900");
-    EXPECT_EQ(PendingDelay(), 50);
-    // A record that comes before the pending expiry waits for it, unless the host plays.
-    Put(2, Note(910, 3));
-    EXPECT_EQ(PlayedBy(20), "");
-    ZorMIDIPlay();
-    EXPECT_EQ(PlayedBy(0), "3@920");
-    EXPECT_EQ(PlayedBy(100), "2@950");
-}
 
 // The delay that is programmed, for every distance between two 32-bit times.
 TEST_F(Pump, LimitsDelaysToWhatATimeCanHold) {
@@ -67,14 +44,6 @@ TEST_F(Pump, LimitsDelaysToWhatATimeCanHold) {
         EXPECT_EQ(PendingDelay(), c.delay);
         EXPECT_EQ(CountOf(1), c.now < c.time ? 1 : 0);
     }
-}
-
-TEST_F(Pump, SendsToNobodyWithNoDriverOpen) {
-    ZorRestoreMIDI();
-    Put(1, Note(0, 1, 77));
-    EXPECT_EQ(PlayedBy(4), "");
-    EXPECT_TRUE(ZorXmitEmpty(0));
-    EXPECT_EQ(ZorEtimeMIDI(1, nullptr), 77);
 }
 
 // In external sync nothing goes before the clock, and a due record that waits ends the chain.

@@ -31,17 +31,11 @@ const LoadCase LoadCases[] = {
     {"a name that says MIDI", {"Aa", "USB MIDI In", "401"}, "", "1: USB MIDI In @1 +0; ", MAPPER},
     {"in any case, as a word", {"USBMIDI", "Usb Midi"}, "", "1: Usb Midi @1 +0; ", MAPPER},
     {"else the first of 401", {"Aa", "B 401", "C 401"}, "", "1: B 401 @1 +0; ", MAPPER},
-    {"else the first", {"Aa", "Bb"}, "", "1: Aa @0 +0; ", MAPPER},
     {"a stored name wins over the choice",
      {"Aa", "B MIDI"},
      "InName1=Aa\nOutName1=Aa\n",
      "1: Aa @0 +0; ",
      "1: Aa @0 +0; "},
-    {"(none) on row 0 leaves the choice",
-     {"Aa"},
-     "InName1=(none)\nOutName1=(none)\n",
-     "1: (none) @0 +0; ",
-     "1: (none) @-1 +0; "},
     {"a stored device that is gone",
      {"Aa"},
      "InName3=Zz\nInBase3=5\nOutName8=Zz\nOutBase8=6\n",
@@ -94,7 +88,6 @@ TEST_F(MmeTest, DriverWideValuesAreLimited) {
         const char* Ini;
         int Reset, Master, Match;
     } cases[] = {
-        {"OutName2=x\n", 0, 0, 1},
         {"OutName2=x\nMidiOutReset=1\nSyncMaster=3\nOutMatch2=0\n", 1, 3, 0},
         {"OutName2=x\nMidiOutReset=-5\nSyncMaster=12\nOutMatch2=2\n", 1, 7, 1},
         {"OutName2=x\nMidiOutReset=no\nSyncMaster=-1\nOutMatch2=no\n", 0, 0, 0},
