@@ -2,13 +2,21 @@
  *
  *   dialoghost 0|1 DLL
  *
- * Prints what the dialog posts to its parent, and the dialog's user word; afterwards "closed". */
+ * Prints what the dialog posts to its parent, and the dialog's user word; once it is closed, what
+ * became of the parent and its timer meanwhile. */
 #include <windows.h>
 
 #include <stdio.h>
 #include <stdlib.h>
 
+static int ticks = 0, whileEnabled = 0;
+
 static LRESULT CALLBACK HostProc(HWND window, UINT message, WPARAM first, LPARAM second) {
+    if (message == WM_TIMER) {
+        ++ticks;
+        whileEnabled += IsWindowEnabled(window) != 0;
+        return 0;
+    }
     if (message == WM_USER) {
         HWND dialog = (HWND)second;
         printf("message %u from dialog %d\n", message,
@@ -38,8 +46,12 @@ int main(int count, char** arguments) {
     window = CreateWindowExA(0, "dialoghost", "Host", WS_OVERLAPPEDWINDOW, 200, 150, 300, 200, NULL,
                              NULL, kind.hInstance, NULL);
     if (!window || init(0) != -1) return 1;
+    ShowWindow(window, SW_SHOW);
+    SetTimer(window, 1, 50, NULL);
     config(window, (short)atoi(arguments[1]));
-    printf("closed\n");
+    printf("its timer %s, parent %s meanwhile, %s afterwards\n",
+           ticks >= 3 ? "went on" : "stood still", whileEnabled ? "enabled" : "disabled",
+           IsWindowEnabled(window) ? "enabled" : "disabled");
     term();
     return 0;
 }

@@ -1,5 +1,6 @@
-// Captures through both classes from the system's own devices. Needs a microphone on which noise is
-// to be heard. Exit code 0: both did.
+// Captures through both classes from the system's own devices, also when the microphone is pulled
+// out meanwhile and put back. Needs a microphone on which a tone is to be heard, and somebody who
+// does what it says in a line, and answers by one. Exit code 0: both heard it.
 #include "soundin/sound_in_dx.h"
 #include "soundin/sound_in_win.h"
 #include "support/text_string_array.h"
@@ -38,35 +39,48 @@ struct Heard {
     }
 };
 
+void Ask(const char* what) {
+    std::printf("%s\n", what);
+    std::fflush(stdout);
+    std::getchar();
+}
+
+// pullOut: the microphone goes once it is heard, and comes back when the capture is closed.
+bool Hear(Sonorel::SoundIn& input, bool pullOut) {
+    Heard heard;
+    input.SetCallback(&Heard::Receive, &heard);
+    if (!input.Open(22050)) {
+        std::printf("  cannot be opened\n");
+        input.Close();
+        return false;
+    }
+    heard.BytesPerBlock = input.BytesPerBlock;
+    input.Start();
+    // A sound server can take its time to begin.
+    for (int wait = 0; wait < 200 && heard.Blocks < 40; ++wait) Sleep(50);
+    if (pullOut) {
+        Ask("pull");
+        Sleep(500); // for the system to find that out
+    }
+    input.Stop();
+    input.Close();
+    if (pullOut) Ask("put");
+    const auto span = static_cast<std::int32_t>(heard.LastTime - heard.FirstTime);
+    std::printf("  %d blocks from %d to %d, stamped over %d ms%s%s\n", heard.Blocks.load(),
+                heard.Lowest, heard.Highest, static_cast<int>(span),
+                heard.InThePast ? "" : ", some in the future", heard.Whole ? "" : ", some cut");
+    return heard.Blocks >= 40 && span > 0 && heard.InThePast && heard.Whole &&
+           heard.Lowest <= 100 && heard.Highest >= 156;
+}
+
 bool Capture(Sonorel::SoundIn& input, const char* name) {
     Sonorel::TextStringArray devices;
     std::printf("%s: %d devices", name, static_cast<int>(input.GetDeviceNames(devices)));
     for (std::int32_t index = 0; index < devices.Count; ++index)
         std::printf(", %s", devices.At(index)->Text());
     std::printf("\n");
-    for (int run = 0; run < 3; ++run) { // opened anew each time
-        Heard heard;
-        input.SetCallback(&Heard::Receive, &heard);
-        if (!input.Open(22050)) {
-            std::printf("  cannot be opened\n");
-            input.Close();
-            return false;
-        }
-        heard.BytesPerBlock = input.BytesPerBlock;
-        input.Start();
-        // A sound server can take its time to begin.
-        for (int wait = 0; wait < 200 && heard.Blocks < 40; ++wait) Sleep(50);
-        input.Stop();
-        input.Close();
-        const auto span = static_cast<std::int32_t>(heard.LastTime - heard.FirstTime);
-        std::printf("  %d blocks from %d to %d, stamped over %d ms%s%s\n", heard.Blocks.load(),
-                    heard.Lowest, heard.Highest, static_cast<int>(span),
-                    heard.InThePast ? "" : ", some in the future", heard.Whole ? "" : ", some cut");
-        if (heard.Blocks < 40 || span <= 0 || !heard.InThePast || !heard.Whole ||
-            heard.Lowest > 100 || heard.Highest < 156)
-            return false;
-    }
-    return true;
+    // Opened anew each time.
+    return Hear(input, false) && Hear(input, true) && Hear(input, false);
 }
 
 } // namespace
