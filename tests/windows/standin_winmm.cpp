@@ -115,6 +115,14 @@ void StartRealClock() {
     });
 }
 
+template <class Caps>
+MMRESULT CapsOf(UINT_PTR device, Caps* caps) {
+    if (device >= Cables) return MMSYSERR_BADDEVICEID;
+    *caps = {};
+    std::snprintf(caps->szPname, sizeof caps->szPname, "Cable %u", static_cast<UINT>(device) + 1);
+    return MMSYSERR_NOERROR;
+}
+
 MMRESULT ErrorText(MMRESULT code, char* text, UINT size) {
     std::snprintf(text, size, "Error %u", code);
     return MMSYSERR_NOERROR;
@@ -179,10 +187,7 @@ MMRESULT WINAPI timeKillEvent(UINT id) {
 // MIDI outputs.
 UINT WINAPI midiOutGetNumDevs() { return Cables; }
 MMRESULT WINAPI midiOutGetDevCapsA(UINT_PTR device, LPMIDIOUTCAPSA caps, UINT) {
-    if (device >= Cables) return MMSYSERR_BADDEVICEID;
-    *caps = {};
-    std::snprintf(caps->szPname, sizeof caps->szPname, "Cable %u", static_cast<UINT>(device) + 1);
-    return MMSYSERR_NOERROR;
+    return CapsOf(device, caps);
 }
 MMRESULT WINAPI midiOutOpen(LPHMIDIOUT handle, UINT device, DWORD_PTR, DWORD_PTR, DWORD) {
     if (device == MIDI_MAPPER) device = 0;
@@ -217,10 +222,7 @@ MMRESULT WINAPI midiOutGetErrorTextA(MMRESULT code, LPSTR text, UINT size) {
 // MIDI inputs.
 UINT WINAPI midiInGetNumDevs() { return Cables; }
 MMRESULT WINAPI midiInGetDevCapsA(UINT_PTR device, LPMIDIINCAPSA caps, UINT) {
-    if (device >= Cables) return MMSYSERR_BADDEVICEID;
-    *caps = {};
-    std::snprintf(caps->szPname, sizeof caps->szPname, "Cable %u", static_cast<UINT>(device) + 1);
-    return MMSYSERR_NOERROR;
+    return CapsOf(device, caps);
 }
 MMRESULT WINAPI midiInOpen(LPHMIDIIN handle, UINT device, DWORD_PTR callBack, DWORD_PTR, DWORD) {
     if (device >= Cables) return MMSYSERR_BADDEVICEID;
@@ -257,34 +259,27 @@ MMRESULT WINAPI midiInGetErrorTextA(MMRESULT code, LPSTR text, UINT size) {
 }
 
 // No capture devices and no mixer.
-UINT WINAPI waveInGetNumDevs() { return 0; }
-MMRESULT WINAPI waveInGetDevCapsA(UINT_PTR, LPWAVEINCAPSA, UINT) { return MMSYSERR_BADDEVICEID; }
-MMRESULT WINAPI waveInOpen(LPHWAVEIN, UINT, LPCWAVEFORMATEX, DWORD_PTR, DWORD_PTR, DWORD) {
-    return MMSYSERR_BADDEVICEID;
-}
-MMRESULT WINAPI waveInClose(HWAVEIN) { return MMSYSERR_INVALHANDLE; }
-MMRESULT WINAPI waveInPrepareHeader(HWAVEIN, LPWAVEHDR, UINT) { return MMSYSERR_INVALHANDLE; }
-MMRESULT WINAPI waveInUnprepareHeader(HWAVEIN, LPWAVEHDR, UINT) { return MMSYSERR_INVALHANDLE; }
-MMRESULT WINAPI waveInAddBuffer(HWAVEIN, LPWAVEHDR, UINT) { return MMSYSERR_INVALHANDLE; }
-MMRESULT WINAPI waveInStart(HWAVEIN) { return MMSYSERR_INVALHANDLE; }
-MMRESULT WINAPI waveInStop(HWAVEIN) { return MMSYSERR_INVALHANDLE; }
-MMRESULT WINAPI waveInReset(HWAVEIN) { return MMSYSERR_INVALHANDLE; }
-MMRESULT WINAPI waveInGetPosition(HWAVEIN, LPMMTIME, UINT) { return MMSYSERR_INVALHANDLE; }
-UINT WINAPI mixerGetNumDevs() { return 0; }
-MMRESULT WINAPI mixerGetDevCapsA(UINT_PTR, LPMIXERCAPSA, UINT) { return MMSYSERR_BADDEVICEID; }
-MMRESULT WINAPI mixerOpen(LPHMIXER, UINT, DWORD_PTR, DWORD_PTR, DWORD) {
-    return MMSYSERR_BADDEVICEID;
-}
-MMRESULT WINAPI mixerClose(HMIXER) { return MMSYSERR_INVALHANDLE; }
-MMRESULT WINAPI mixerGetLineInfoA(HMIXEROBJ, LPMIXERLINEA, DWORD) { return MMSYSERR_BADDEVICEID; }
-MMRESULT WINAPI mixerGetLineControlsA(HMIXEROBJ, LPMIXERLINECONTROLSA, DWORD) {
-    return MMSYSERR_BADDEVICEID;
-}
-MMRESULT WINAPI mixerGetControlDetailsA(HMIXEROBJ, LPMIXERCONTROLDETAILS, DWORD) {
-    return MMSYSERR_BADDEVICEID;
-}
-MMRESULT WINAPI mixerSetControlDetails(HMIXEROBJ, LPMIXERCONTROLDETAILS, DWORD) {
-    return MMSYSERR_BADDEVICEID;
-}
+#define ABSENT(result, name, ...)                                                                  \
+    MMRESULT WINAPI name(__VA_ARGS__) { return result; }
+ABSENT(0, waveInGetNumDevs)
+ABSENT(MMSYSERR_BADDEVICEID, waveInGetDevCapsA, UINT_PTR, LPWAVEINCAPSA, UINT)
+ABSENT(MMSYSERR_BADDEVICEID, waveInOpen, LPHWAVEIN, UINT, LPCWAVEFORMATEX, DWORD_PTR, DWORD_PTR,
+       DWORD)
+ABSENT(MMSYSERR_INVALHANDLE, waveInClose, HWAVEIN)
+ABSENT(MMSYSERR_INVALHANDLE, waveInPrepareHeader, HWAVEIN, LPWAVEHDR, UINT)
+ABSENT(MMSYSERR_INVALHANDLE, waveInUnprepareHeader, HWAVEIN, LPWAVEHDR, UINT)
+ABSENT(MMSYSERR_INVALHANDLE, waveInAddBuffer, HWAVEIN, LPWAVEHDR, UINT)
+ABSENT(MMSYSERR_INVALHANDLE, waveInStart, HWAVEIN)
+ABSENT(MMSYSERR_INVALHANDLE, waveInStop, HWAVEIN)
+ABSENT(MMSYSERR_INVALHANDLE, waveInReset, HWAVEIN)
+ABSENT(MMSYSERR_INVALHANDLE, waveInGetPosition, HWAVEIN, LPMMTIME, UINT)
+ABSENT(0, mixerGetNumDevs)
+ABSENT(MMSYSERR_BADDEVICEID, mixerGetDevCapsA, UINT_PTR, LPMIXERCAPSA, UINT)
+ABSENT(MMSYSERR_BADDEVICEID, mixerOpen, LPHMIXER, UINT, DWORD_PTR, DWORD_PTR, DWORD)
+ABSENT(MMSYSERR_INVALHANDLE, mixerClose, HMIXER)
+ABSENT(MMSYSERR_BADDEVICEID, mixerGetLineInfoA, HMIXEROBJ, LPMIXERLINEA, DWORD)
+ABSENT(MMSYSERR_BADDEVICEID, mixerGetLineControlsA, HMIXEROBJ, LPMIXERLINECONTROLSA, DWORD)
+ABSENT(MMSYSERR_BADDEVICEID, mixerGetControlDetailsA, HMIXEROBJ, LPMIXERCONTROLDETAILS, DWORD)
+ABSENT(MMSYSERR_BADDEVICEID, mixerSetControlDetails, HMIXEROBJ, LPMIXERCONTROLDETAILS, DWORD)
 
 } // extern "C"
