@@ -24,8 +24,8 @@ protected:
         WriteIni(ini);
         BringUp();
     }
-    // An ini file with these devices on the rows from 0 up of both sides, and base channels (from
-    // 0).
+    // An ini file with these devices and base channels (from 0) on the rows from 0 up of both
+    // sides.
     static std::string IniFor(const Lines& names, const std::vector<int>& bases = {});
     static void Plug(const Lines& names, std::uint32_t support = 0); // inputs and outputs alike
     // A device of either side for each of these base channels, on the rows from 0 up.
