@@ -57,7 +57,6 @@ TEST(Transcribe, FindsTheNotesAndTheirTimes) {
                                                : "transcribe whole.wav -o three.mid --tempo 97.5");
         EXPECT_EQ(result.Code, isCut ? 1 : 0) << result.Err;
         EXPECT_EQ(result.Err.find("breaks off after 0:02.1") != std::string::npos, isCut);
-        EXPECT_NE(result.Out.find("All that was loud enough"), std::string::npos) << result.Out;
         int quarter = 0;
         std::vector<TimedMessage> ons = ReadBack("three.mid", &quarter);
         std::erase_if(ons, [](const auto& event) { return (event.Message[0] & 0xF0) != 0x90; });

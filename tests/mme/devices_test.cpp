@@ -5,11 +5,9 @@
 
 namespace {
 
-using Names = Lines;
-
 // The device that each of the first three rows has open, on both sides alike; "" for none.
-Names Opened() {
-    Names outputs(3), inputs(3);
+Lines Opened() {
+    Lines outputs(3), inputs(3);
     for (std::size_t row = 0; row < 3; ++row) {
         machine::TakeSentMidi();
         Send(static_cast<int>(16 * row), 0xE0, 0, 64);
@@ -29,14 +27,7 @@ Names Opened() {
     return outputs;
 }
 
-void Plug(const Names& names) {
-    for (const std::string& name : names) {
-        machine::AddMidiInput(name);
-        machine::AddMidiOutput(name);
-    }
-}
-
-void Unplug(const Names& names) {
+void Unplug(const Lines& names) {
     for (const std::string& name : names) {
         machine::UnplugMidiInput(name);
         machine::UnplugMidiOutput(name);
@@ -50,8 +41,8 @@ const char AsStored[] = "A name of more than thirty-one";
 
 TEST_F(MmeTest, ARowOpensItsOwnDeviceOrNone) {
     const struct {
-        Names Rows, Unplugged, Plugged; // the devices A, B, C and D are there at first
-        Names Now, WhenBack;
+        Lines Rows, Unplugged, Plugged; // the devices A, B, C and D are there at first
+        Lines Now, WhenBack;
     } cases[] = {
         {{"B", "C", "D"}, {"A"}, {}, {"B", "C", "D"}, {"B", "C", "D"}}, // each one number lower
         {{"A", "B", "C"}, {"B"}, {}, {"A", "", "C"}, {"A", "B", "C"}},  // C has B's number
@@ -60,10 +51,10 @@ TEST_F(MmeTest, ARowOpensItsOwnDeviceOrNone) {
         {{"A", "B", AsStored}, {"C"}, {}, {"A", "B", AsCut}, {"A", "B", AsCut}},
     };
     for (const auto& test : cases) {
-        SCOPED_TRACE(IniFor(test.Rows, test.Rows));
+        SCOPED_TRACE(IniFor(test.Rows));
         Restart();
         Plug({"A", "B", "C", "D", CutAtBlank});
-        Load(IniFor(test.Rows, test.Rows));
+        Load(IniFor(test.Rows));
         Unplug(test.Unplugged);
         Plug(test.Plugged);
         ASSERT_TRUE(ZorStartMIDI(0));
@@ -100,7 +91,7 @@ TEST_F(MmeTest, ACutNameIsKnownAgainAfterTheDialogHasStoredIt) {
 // It is neither chosen nor found by its name, and nobody is told.
 TEST_F(MmeTest, ADeviceThatCannotTellItsNameIsPassedOver) {
     Plug({"MIDI", "B"});
-    for (const std::string& ini : {std::string(), IniFor({"MIDI"}, {"MIDI"})}) {
+    for (const std::string& ini : {std::string(), IniFor({"MIDI"})}) {
         machine::FailCall(machine::Call::midiInGetDevCapsA, 1, MMSYSERR_NODRIVER,
                           ini.empty() ? 1 : 3);
         machine::FailCall(machine::Call::midiOutGetDevCapsA, 1, MMSYSERR_NODRIVER);

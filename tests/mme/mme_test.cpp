@@ -2,17 +2,6 @@
 
 #include <cstdio>
 
-namespace {
-
-Lines Names(const char* side, std::size_t count) {
-    Lines names;
-    for (std::size_t row = 1; row <= count; ++row)
-        names.push_back(side + (" " + std::to_string(row)));
-    return names;
-}
-
-} // namespace
-
 void MmeTest::SetUp() {
     for (int row = 0; row < PortRows; ++row) {
         const auto base = static_cast<std::int16_t>(row < 4 ? 16 * row : 0);
@@ -26,36 +15,32 @@ void MmeTest::SetUp() {
     SyncEnabled = 0;
 }
 
-std::string MmeTest::IniFor(const Lines& inputs, const Lines& outputs,
-                            const std::vector<int>& bases) {
+std::string MmeTest::IniFor(const Lines& names, const std::vector<int>& bases) {
     std::string ini = "[MMEDRVR]\n";
-    const auto add = [&](const char* side, const Lines& names) {
+    for (const std::string side : {"In", "Out"})
         for (std::size_t row = 0; row < names.size(); ++row) {
             const std::string number = std::to_string(row + 1);
-            ini += side + ("Name" + number + "=" + names[row] + "\n");
+            ini += side + "Name" + number + "=" + names[row] + "\n";
             if (row < bases.size())
-                ini += side + ("Base" + number + "=" + std::to_string(bases[row] + 1) + "\n");
+                ini += side + "Base" + number + "=" + std::to_string(bases[row] + 1) + "\n";
         }
-    };
-    add("In", inputs);
-    add("Out", outputs);
     return ini;
 }
 
-void MmeTest::OpenOutputs(const std::vector<int>& bases, std::uint32_t support) {
-    const Lines names = Names("Out", bases.size());
-    for (const std::string& name : names) machine::AddMidiOutput(name, support);
-    Load(IniFor({}, names, bases));
-    ASSERT_TRUE(ZorStartMIDI(0));
-    machine::TakeSentMidi();
+void MmeTest::Plug(const Lines& names, std::uint32_t support) {
+    for (const std::string& name : names) {
+        machine::AddMidiInput(name);
+        machine::AddMidiOutput(name, support);
+    }
 }
 
-void MmeTest::OpenInputs(const std::vector<int>& bases) {
-    const Lines names = Names("In", bases.size());
-    for (const std::string& name : names) machine::AddMidiInput(name);
-    machine::AddMidiOutput("Out 1");
-    Load(IniFor(names, {"Out 1"}, bases));
+void MmeTest::OpenPorts(const std::vector<int>& bases, std::uint32_t support) {
+    Lines names;
+    for (std::size_t row = 0; row < bases.size(); ++row) names.push_back(std::to_string(row));
+    Plug(names, support);
+    Load(IniFor(names, bases));
     ASSERT_TRUE(ZorStartMIDI(0));
+    machine::TakeSentMidi();
 }
 
 MIDIEvent Event(int channel, int status, int data1, int data2) {

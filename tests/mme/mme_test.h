@@ -24,14 +24,12 @@ protected:
         WriteIni(ini);
         BringUp();
     }
-    // An ini file with these devices on the rows from 0 up, and base channels (from 0).
-    static std::string IniFor(const Lines& inputs, const Lines& outputs,
-                              const std::vector<int>& bases = {});
-
-    // Output devices "Out 1" ... with these base channels, on the rows from 0 up.
-    static void OpenOutputs(const std::vector<int>& bases, std::uint32_t support = 0);
-    // Input devices "In 1" ... likewise, with an output device on row 0.
-    static void OpenInputs(const std::vector<int>& bases);
+    // An ini file with these devices and base channels (from 0) on the rows from 0 up of both
+    // sides.
+    static std::string IniFor(const Lines& names, const std::vector<int>& bases = {});
+    static void Plug(const Lines& names, std::uint32_t support = 0); // inputs and outputs alike
+    // A device of either side for each of these base channels, on the rows from 0 up.
+    static void OpenPorts(const std::vector<int>& bases, std::uint32_t support = 0);
 };
 
 MIDIEvent Event(int channel, int status, int data1 = 0, int data2 = 0);

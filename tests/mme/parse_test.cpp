@@ -3,46 +3,41 @@
 
 namespace {
 
-std::size_t Received() {
-    std::size_t count = 0;
-    for (MIDIEvent event; ZorRcv(&event, 0);) ++count;
-    return count;
-}
-
 TEST_F(MmeTest, OnlyTheMastersClockComesThroughInExternalSync) {
-    OpenInputs({0, 16});
+    OpenPorts({0, 16});
     for (const int master : {0, 1, 5}) // row 5 has no device
         for (const int mode : {0, 1, 2})
             for (const int row : {0, 1}) {
                 SyncMaster = static_cast<std::int16_t>(master);
                 MMESync(static_cast<std::int16_t>(mode));
                 machine::CallBackMidi(row, MIM_DATA, 0xF8, 0);
-                EXPECT_EQ(Received(), mode != 2 || row == master) << master << mode << row;
+                EXPECT_EQ(TakeReceived().size(), mode != 2 || row == master)
+                    << master << mode << row;
                 machine::CallBackMidi(row, MIM_DATA, 0x403C90, 0);
-                EXPECT_EQ(Received(), 1u);
+                EXPECT_EQ(TakeReceived().size(), 1u);
             }
 }
 
 TEST_F(MmeTest, OnlyDataOfOpenPortsIsTaken) {
-    OpenInputs({0, 16});
+    OpenPorts({0, 16});
     for (const UINT message : {MIM_OPEN, MIM_CLOSE, MIM_LONGDATA, MIM_ERROR, MIM_LONGERROR, 0u})
         machine::CallBackMidi(0, message, 0x403C90, 0);
     HMIDIIN const handle = InPorts[1].Handle;
     int nobody = 0;
     for (void* const unknown : {static_cast<void*>(nullptr), static_cast<void*>(&nobody)})
         MmeMidiInCallBack(unknown, MIM_DATA, 0, 0x403C90, 0);
-    EXPECT_EQ(Received(), 0u);
+    EXPECT_EQ(TakeReceived().size(), 0u);
     for (const UINT message : {MIM_DATA, MIM_MOREDATA})
         MmeMidiInCallBack(handle, message, 0, 0x403C90, 0);
-    EXPECT_EQ(Received(), 2u);
+    EXPECT_EQ(TakeReceived().size(), 2u);
     ZorStopMIDI();
     MmeMidiInCallBack(handle, MIM_DATA, 0, 0x403C90, 0);
     MmeMidiInCallBack(nullptr, MIM_DATA, 0, 0x403C90, 0);
-    EXPECT_EQ(Received(), 0u);
+    EXPECT_EQ(TakeReceived().size(), 0u);
 }
 
 TEST_F(MmeTest, AMessageThatComesDuringAnotherIsLost) {
-    OpenInputs({0});
+    OpenPorts({0});
     ASSERT_TRUE(ZorStartTimer());
     ZorSyncMIDI(2);
     ZorTimeMIDI(1);

@@ -9,7 +9,7 @@ namespace {
 
 // Two threads play on overlapping ports while the host silences, closes and opens them.
 TEST_F(MmeTest, CountsStayRightWhoeverSends) {
-    OpenOutputs({0, 8});
+    OpenPorts({0, 8});
     std::atomic<int> playing{2}, refused{0};
     const auto play = [&](unsigned seed) {
         std::mt19937 random(seed);

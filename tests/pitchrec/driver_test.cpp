@@ -111,9 +111,8 @@ TEST_F(PRecDriver, TakesTheNextNoteWhenTheOneBeforeIsThrough) {
 }
 
 TEST(Microphones, AreKnownByTheirNamesInEitherList) {
-    const std::string cut = "Microphone (USB Audio Device 2.",
-                      cutToo = "Microphone (2- USB Audio CODEC ";
-    const std::string front = cut + "0 front)", back = cut + "0 back)", codec = cutToo + ")";
+    const std::string cut = "Microphone (USB Audio Device 2.";
+    const std::string front = cut + "0 front)", back = cut + "0 back)";
     struct Case {
         std::vector<std::string> Then;
         int Chosen;
@@ -121,16 +120,12 @@ TEST(Microphones, AreKnownByTheirNamesInEitherList) {
         int Place;
     };
     const Case cases[] = {
-        {{"Primary", "A", "B"}, 2, {"A", "B"}, 1},      // numbered from 0 and from 1
-        {{"A", "B"}, 1, {"B"}, 0},                      // moved
-        {{"A", "B"}, 1, {"A", "BB", "b"}, -1},          // gone
-        {{"A", "A", "A"}, 1, {"A", "A"}, 1},            // twins
-        {{"A", "A"}, 1, {"A"}, 0},                      // the one that is left
-        {{"Primary", codec}, 1, {"A", cutToo}, 1},      // cut, behind a blank
-        {{"A", cutToo}, 1, {"Primary", "A", codec}, 2}, // and whole again
-        {{front, back}, 1, {"A", cut, cut}, 2},         // cut to twins
-        {{cut, cut}, 1, {front, back}, 1},              // and told apart
-        {{front, back}, 0, {back}, -1},                 // not its neighbour
+        {{"Primary", "A", "B"}, 2, {"A", "B"}, 1}, // numbered from 0 and from 1
+        {{"A", "B"}, 1, {"A", "BB", "b"}, -1},     // gone
+        {{"A", "A", "A"}, 1, {"A", "A"}, 1},       // twins
+        {{front, back}, 1, {"A", cut, cut}, 2},    // cut to twins
+        {{cut, cut}, 1, {front, back}, 1},         // and told apart
+        {{front, back}, 0, {back}, -1},            // not its neighbour
         {{back, front}, 1, {front, back}, 0},
     };
     for (const Case& c : cases) {

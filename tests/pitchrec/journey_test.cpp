@@ -99,13 +99,11 @@ TEST_F(Journey, OpensIdleWhileSwitchedOffButNotWithoutMemory) {
         EXPECT_FALSE(PRecOpen());
     }
     EXPECT_EQ(Recogniser, nullptr);
-    EXPECT_EQ(TakeBoxTexts(), std::vector<std::string>{NotOpened});
     machine::FailCall(machine::Call::GlobalAlloc, 1, 0); // the ring's block
     SetDirectSound(DirectSound::Present);
     EXPECT_FALSE(PRecOpen());
-    machine::ClearFaults();
     EXPECT_EQ(machine::OpenWaveIns() + OpenCaptureObjects(), 0);
-    EXPECT_EQ(TakeBoxTexts(), std::vector<std::string>{NotOpened});
+    EXPECT_EQ(TakeBoxTexts(), (std::vector<std::string>{NotOpened, NotOpened}));
     EXPECT_TRUE(PRecOpen());
     EXPECT_FALSE(Recogniser->IsRunning());
     // The first entry of one list stands for whatever the system has first in the other.

@@ -24,15 +24,6 @@ Model RandomSettings(std::mt19937& random) {
     return model;
 }
 
-void Set(Sonorel::PitchRecWaveIn& recogniser, const Model& model) {
-    recogniser.SetTrackingMode(model.tracking != 0);
-    recogniser.SetPeakFactorSet(model.factor);
-    recogniser.SetAttackDetect(model.attack > 0, model.attack);
-    recogniser.SetPitchBendOutput(model.bend);
-    recogniser.SetRawNoteOutput(model.raw);
-    recogniser.SetReferencePitch(static_cast<std::int32_t>(model.reference));
-}
-
 std::vector<std::uint8_t> Encode(Signal& signal, const Model& model, std::size_t frames) {
     std::vector<std::uint8_t> data;
     for (std::size_t frame = 0; frame < frames; ++frame) {
@@ -75,7 +66,12 @@ TEST(Recogniser, AgreesWithTheModelOnRandomStreams) {
         Model model = RandomSettings(random);
         model.attackOn = attackOn;
         Player player(model.rate, model.channels, model.bits);
-        Set(player.Recogniser, model);
+        player.Recogniser.SetTrackingMode(model.tracking != 0);
+        player.Recogniser.SetPeakFactorSet(model.factor);
+        player.Recogniser.SetAttackDetect(model.attack > 0, model.attack);
+        player.Recogniser.SetPitchBendOutput(model.bend);
+        player.Recogniser.SetRawNoteOutput(model.raw);
+        player.Recogniser.SetReferencePitch(static_cast<std::int32_t>(model.reference));
         player.Time = 0xFFFFF000u; // near the wrap of the clock
         Signal signal(random, model.rate, model.bits == 16 && random() % 2 ? 20000 : 100);
         const auto usual = static_cast<std::size_t>(player.Input->FramesPerBlock);

@@ -16,8 +16,8 @@ using NoteEntry = std::pair<std::int32_t, std::uint32_t>; // time, message
 // Value of the sample at an index counted from the sound's start, in 8-bit sample units.
 using Sound = std::function<double(int)>;
 
-inline Sound Sine(double hertz, double peak, double rate = 22050) {
-    return [=](int i) { return peak * std::sin(2 * M_PI * hertz * i / rate); };
+inline Sound Sine(double hertz, double peak) {
+    return [=](int i) { return peak * std::sin(2 * M_PI * hertz * i / 22050); };
 }
 // Mono, 8 bits, 22,050 Hz unless told otherwise; block b ends at 1000 + 23 (b + 1) ms.
 class Player {
@@ -39,13 +39,12 @@ public:
     void Play(const Sound& sound, int blocks = 1) {
         for (int block = 0; block < blocks; ++block) {
             std::vector<std::uint8_t> data;
-            for (int i = 0; i < Hop; ++i) data.push_back(ToByte(sound(block * Hop + i)));
+            for (int i = 0; i < Hop; ++i)
+                data.push_back(static_cast<std::uint8_t>(
+                    128 + std::clamp(std::lround(sound(block * Hop + i)), -128L, 127L)));
             Feed(data);
             Frames.push_back(Recogniser.Now);
         }
-    }
-    static std::uint8_t ToByte(double value) {
-        return static_cast<std::uint8_t>(128 + std::clamp(std::lround(value), -128L, 127L));
     }
 
     std::vector<NoteEntry> TakeEntries() {

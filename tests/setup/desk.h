@@ -1,6 +1,7 @@
 // A host window, and the library up on the machine with its dialogs shown to a script.
 #pragma once
 
+#include "engine/lifecycle.h"
 #include "mme/ports.h"
 #include "mme/setup_dialog.h"
 #include "tests/support/dialog_user.h"
@@ -52,10 +53,7 @@ protected:
         return "-";
     }
 
-    void ComeUp() {
-        if (!Up) Up = MIDISysInit(0) == -1;
-        ASSERT_TRUE(Up);
-    }
+    static void ComeUp() { ASSERT_TRUE(LibraryIsUp() || MIDISysInit(0) == -1); }
     // Shows the dialog of a driver row to a user who does this.
     void Show(int row, DialogScript user) {
         ComeUp();
@@ -70,5 +68,4 @@ protected:
 
     void* Parent = nullptr;
     std::vector<Heard> HostHeard;
-    bool Up = false;
 };

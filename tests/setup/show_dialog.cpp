@@ -5,30 +5,9 @@
 #include "platform/machine.h"
 #include "platform/platform.h"
 
-#include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <numbers>
 #include <string>
-
-namespace {
-
-// Swells and fades, so that the meter moves, and comes to every colour.
-void AddMicrophones() {
-    const machine::Microphone voice = machine::AddMicrophone({.Name = "Headset Microphone"});
-    machine::AddMicrophone({.Name = "Line In"});
-    machine::FeedGenerator(voice, [](const machine::FeedRequest& request) {
-        for (std::size_t i = 0; i < request.Samples.size(); ++i) {
-            const double t =
-                static_cast<double>(request.First + i / request.Channels) / request.Rate;
-            const double swell = 0.9 + 0.1 * std::cos(t);
-            request.Samples[i] =
-                static_cast<float>(swell * std::sin(2 * std::numbers::pi * 220 * t));
-        }
-    });
-}
-
-} // namespace
 
 int main(int count, char** arguments) {
     if (count != 3) return 2;
@@ -39,7 +18,16 @@ int main(int count, char** arguments) {
         machine::AddMidiInput(name);
     for (const char* name : {"Stage Piano MIDI 1", "Sound Canvas", "Rack Synth A", "R & B @ Home"})
         machine::AddMidiOutput(name);
-    AddMicrophones();
+    const machine::Microphone voice = machine::AddMicrophone({.Name = "Headset Microphone"});
+    machine::AddMicrophone({.Name = "Line In"});
+    machine::FeedGenerator(voice, [](const machine::FeedRequest& request) {
+        for (std::size_t i = 0; i < request.Samples.size(); ++i) {
+            // Comes and goes, so that the meter moves, and comes to every colour.
+            const std::uint64_t frame = request.First + i / request.Channels;
+            const float loud = frame / request.Rate % 2 ? 1.0f : 0.8f;
+            request.Samples[i] = frame / 100 % 2 ? loud : -loud;
+        }
+    });
     if (MIDISysInit(0) != -1) return 1;
     void* const parent =
         machine::CreateHostWindow([](unsigned message, std::uintptr_t, std::intptr_t dialog) {

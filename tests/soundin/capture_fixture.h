@@ -48,15 +48,14 @@ namespace place_feed {
 
 constexpr std::uint32_t Period = 1024;
 
-inline float Level(std::uint32_t step) { return (static_cast<float>(step) * 8 + 4 - 128) / 128; }
-
 inline machine::Generator Generator() {
     return [](const machine::FeedRequest& request) {
         for (std::size_t frame = 0; frame * request.Channels < request.Samples.size(); ++frame) {
-            const auto place = static_cast<std::uint32_t>((request.First + frame) % Period);
-            request.Samples[frame * request.Channels] = Level(place % 32);
-            if (request.Channels > 1)
-                request.Samples[frame * request.Channels + 1] = Level(place / 32);
+            const auto place = static_cast<unsigned>((request.First + frame) % Period);
+            const unsigned steps[] = {place % 32, place / 32};
+            for (unsigned channel = 0; channel < request.Channels; ++channel)
+                request.Samples[frame * request.Channels + channel] =
+                    (static_cast<float>(steps[channel]) * 8 + 4 - 128) / 128;
         }
     };
 }

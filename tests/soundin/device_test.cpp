@@ -72,15 +72,18 @@ TEST_P(DeviceTest, MovesNoControlThatIsNotTheMicrophones) {
     constexpr std::uint32_t synthesizer = machine::MicrophoneLine + 1;
     constexpr ControlPlace volume{machine::RecordingLine, synthesizer, machine::VolumeControl};
     constexpr ControlPlace mute{machine::SpeakersLine, synthesizer, machine::MuteControl};
+    constexpr ControlPlace whole{machine::RecordingLine, 0, machine::VolumeControl};
     const auto card = machine::AddMicrophone(
-        {.Name = "Synth card", .Mixer = {{volume, 65535, 1000}, {mute, 1, 1}}});
+        {.Name = "Synth card",
+         .Mixer = {{volume, 65535, 1000}, {mute, 1, 1}, {whole, 65535, 1000}}});
     input = Make(GetParam()); // lists the card
     ASSERT_TRUE(input->Open(22050));
     ASSERT_TRUE(input->SetDevice(rightDevice + 1));
     EXPECT_FALSE(input->SetLevel(1.5));
     EXPECT_FALSE(input->SetMicThru(1));
     EXPECT_EQ(0u, input->GetMicThru());
-    EXPECT_EQ(1000u, machine::ControlValues(card, volume).at(0));
+    for (const ControlPlace& place : {volume, whole})
+        EXPECT_EQ(1000u, machine::ControlValues(card, place).at(0));
     EXPECT_EQ(1u, machine::ControlValues(card, mute).at(0));
     input->Close();
 }

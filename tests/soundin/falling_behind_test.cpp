@@ -35,11 +35,7 @@ TEST_F(FallingBehindTest, SixteenBlocksAreServedAndSeventeenAreNot) {
         std::size_t AtOnce; // delivered at the first notification behind the gap
         std::int64_t Next;  // the first block delivered behind the gap, counted from its beginning
     } const cases[] = {
-        {1, 2, 0},
-        {15, 16, 0},
-        // The ring comes round to the block after the last delivered one.
-        {16, 0, 32},
-        {20, 0, 32},
+        {15, 16, 0}, {16, 0, 32}, // the ring comes round to the block after the last delivered one
     };
     for (const auto& each : cases) {
         for (const unsigned before : {5u, 20u, 31u}) {

@@ -14,12 +14,8 @@ TEST_F(CaptureTest, WaveInStepsToWhatTheDeviceOffers) {
         std::int32_t GotFrames = 0;
     } cases[] = {
         {"lowest rate as asked", 11025, 0xFFF, 2, {}, {11025, 2, 8}, 256},
-        {"from 11 to 22 kHz", 11025, 0xFF0, 2, {}, {22050, 2, 8}, 512},
         {"from 11 to 44 kHz", 11025, 0xF00, 2, {}, {44100, 2, 8}, 1024},
         {"never down", 22050, 0x00F, 2, {}, {0, 2, 8}},
-        {"none of 44 kHz", 44100, 0x0FF, 2, {}, {0, 2, 8}},
-        {"mono", 22050, 0x555, 1, {}, {22050, 1, 8}, 512},
-        {"16 bits only", 22050, 0xCCC, 2, {}, {22050, 2, 16}, 512},
         {"44 kHz mono of 16 bits only", 22050, 0x400, 1, {}, {44100, 1, 16}, 1024},
         {"rate kept, bits of another rate", 22050, 0x240, 2, {}, {0, 2, 8}},
         {"a rate of its own", 48000, 0x444, 1, {{48000, 1, 16}}, {48000, 1, 16}, 1114},
