@@ -37,6 +37,9 @@ public:
     bool Select(int id, const std::string& entry);
     bool Select(int id, int index);
     bool Slide(int id, int position);
+    void Scroll(int id) { // any control
+        At.Send(WM_VSCROLL, 0, reinterpret_cast<LPARAM>(GetDlgItem(At.Handle, id)));
+    }
     void Enter() { At.PressEnter(); }
     void Escape(); // or the close box
 
