@@ -145,7 +145,7 @@ void Journal::Add(const MIDIEvent& record) {
 
 // What comes after all that its time would have put it before is as late as that.
 void Journal::Events::Add(const MIDIEvent& record) {
-    Last = std::max(Last, record.Time);
+    Last = std::max(Last, std::int32_t{record.Time}); // no reference into a packed record
     if (record.Channel >> 4 != Block) {
         Block = record.Channel >> 4;
         const unsigned char port[] = {static_cast<unsigned char>(Block)};
