@@ -45,7 +45,8 @@ private:
 
 constexpr float GoodPeak = 100.0f / 128; // of full scale
 
-// Keeps soft stretches near the level that the recogniser hears best: follows the peak of the last seconds: up at once, down by half in three seconds. Real time: yes.
+// Keeps soft stretches near the level that the recogniser hears best: follows the peak of the last
+// seconds: up at once, down by half in three seconds. Real time: yes.
 class LiveGain {
 public:
     // least: the peak down to which it follows, so that noise stays below the notes. It begins
@@ -70,8 +71,8 @@ private:
 constexpr float LeastLivePeak = GoodPeak / 16;
 
 // What the scan for cycles is spared: rumble below the lowest notes, and harmonics that rise over
-// the fundamental. A second-order high-pass at 40 Hz and a first-order low-pass at 1.5 kHz, for 22,050 Hz. Real
-// time: yes.
+// the fundamental. A second-order high-pass at 40 Hz and a first-order low-pass at 1.5 kHz, for
+// 22,050 Hz. Real time: yes.
 class ToneFilter {
 public:
     ToneFilter();
