@@ -42,7 +42,7 @@ Option Option::Named(const char* value) const { return Option(Of->type_name(valu
 
 Option Option::Within(double least, double most) const {
     return Option(
-        Of->check(Between(least, most, "[" + Number(least) + " - " + Number(most) + "]")));
+        Of->check(Between(least, most, "[" + Number(least) + " to " + Number(most) + "]")));
 }
 
 Option Option::Sensible(double least, double most) const {

@@ -46,21 +46,14 @@ std::string NamesOf(const CLI::Option& option) {
     return names.substr(0, names.size() - 2);
 }
 
-// "[5 - 5000]" as people say it; empty for other kinds of checks.
-std::string RangeIn(const std::string& type) {
-    const std::size_t from = type.find('['), middle = type.find(" - "), to = type.find(']');
-    if (from == std::string::npos || middle == std::string::npos || to == std::string::npos)
-        return "";
-    return type.substr(from + 1, middle - from - 1) + " to " +
-           type.substr(middle + 3, to - middle - 3);
-}
-
 Entry EntryOf(const CLI::Option& option) {
     Entry entry{option.get_positional() ? option.get_name() : NamesOf(option),
                 option.get_description()};
-    const std::string type = option.get_type_name(); // "PERCENT:[5 - 5000]"
-    std::string limits = RangeIn(type);
-    const std::string value = limits.empty() ? type : type.substr(0, type.find(':'));
+    const std::string type = option.get_type_name(); // "PERCENT:[5 to 5000]", "IN:OUT"
+    const std::size_t end = type.find(":[");
+    const std::string value = type.substr(0, end);
+    std::string limits = end == std::string::npos ? "" : type.substr(end + 2);
+    if (!limits.empty()) limits.pop_back();
     if (!option.get_positional() && !value.empty()) entry.Left += " " + value;
     if (!option.get_default_str().empty())
         limits += (limits.empty() ? "" : ", ") + ("else " + option.get_default_str());

@@ -6,7 +6,6 @@
 
 #include <cstdio>
 #include <memory>
-#include <unistd.h>
 
 namespace zorhost {
 
@@ -60,7 +59,7 @@ void PrintLine(const MIDIEvent& record, const PortMap& map) {
     const bool ends = (record.Status & 0xF0) == 0x90 && record.Data2 == 0;
     const std::string text =
         Coloured(MessageText(record), ends ? Colour::Dim : ColourOf(record.Status));
-    static const bool narrow = IsTerminal(STDOUT_FILENO) && TerminalWidth() < Wide;
+    static const bool narrow = IsNarrow(Wide);
     if (narrow) {
         std::printf("%8.3f %s %s\n", record.Time / 1000.0, channel.c_str(), text.c_str());
     } else {

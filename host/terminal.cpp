@@ -59,6 +59,8 @@ std::string WrappedLine(const std::string& line, std::size_t width, std::size_t 
 
 } // namespace
 
+bool IsNarrow(int columns) { return IsTerminal(STDOUT_FILENO) && TerminalWidth() < columns; }
+
 std::string Coloured(const std::string& text, Colour colour) {
     static const bool colours = HasColours();
     return colours && colour != Colour::Plain ? Code(colour) + text + "\033[0m" : text;
@@ -86,8 +88,7 @@ void PrintRow(int indent, const char* format, ...) {
     va_end(again);
     va_end(values);
     row.pop_back();
-    static const int width = IsTerminal(STDOUT_FILENO) ? TerminalWidth() : 0;
-    std::printf("%s\n", (width > 0 && size > width ? Wrapped(row, width, indent) : row).c_str());
+    std::printf("%s\n", (IsNarrow(size) ? Wrapped(row, TerminalWidth(), indent) : row).c_str());
 }
 
 } // namespace zorhost

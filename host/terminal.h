@@ -8,6 +8,8 @@ namespace zorhost {
 bool IsTerminal(int handle);
 // Columns, 80 where it is not known.
 int TerminalWidth();
+// Standard output is a terminal of fewer columns.
+bool IsNarrow(int columns);
 
 enum class Colour { Plain, Green, Yellow, Cyan, Magenta, Dim };
 // For standard output: coloured on a terminal, unless NO_COLOR is set.

@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <unistd.h>
 
 namespace zorhost {
 
@@ -126,7 +125,7 @@ Transcript Decode(const HeardSound& sound, Loudness loudness) {
 }
 
 void PrintNotes(const Transcript& transcript) {
-    if (IsTerminal(STDOUT_FILENO) && TerminalWidth() < Wide) {
+    if (IsNarrow(Wide)) {
         PrintNarrow(transcript);
         return;
     }
