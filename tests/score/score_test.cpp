@@ -49,4 +49,49 @@ TEST(Score, ReadsLikeTheTune) {
     }
 }
 
+TEST(Score, HoldsAPauseForEightSecondsAndNeedsNoSecondNote) {
+    std::vector<score::HeardNote> melody;
+    for (const int start : {0, 100, 230})
+        for (const auto& [at, end, key] : std::initializer_list<score::HeardNote>{
+                 {0, 1, 60}, {1, 1.5, 64}, {1.5, 2, 67}, {2, 3, 60}, {3, 4, 48}})
+            melody.push_back({start + at, start + end, key});
+    const std::vector<int> onsets = score::MakeScore(melody, 120).Of.Onsets;
+    for (const std::size_t last : {4u, 9u}) // a second, and eight
+        EXPECT_NEAR(onsets[last + 1] - onsets[last], 9 * 120 * 4 / 60, 5);
+    EXPECT_EQ(score::MakeScore({melody.data(), 1}, 90).Description(),
+              "4/4, C major, 90 quarter notes a minute, 1 bar");
+    EXPECT_GT(score::MakeScore({melody.data(), 1}).Of.QuartersPerMinute, 40);
+}
+
+TEST(Score, HasTheKeyAndTheClefOfItsNotes) {
+    const struct {
+        const char* Tune;
+        const char* Key;
+        char Clef;
+        int Octave;
+    } cases[] = {
+        // The same notes rest on one tonic or the other.
+        {"60 1 62 1 64 1 65 1 67 1 69 1 71 1 72 1 69 1 72 1", "C major", 'G', 0},
+        {"60 1 62 1 64 1 65 1 67 1 69 1 71 1 72 1 72 1 69 1", "A minor", 'G', 0},
+        // Long notes count for more than many short ones.
+        {"48 4 52 4 55 4 54 .1 56 .1 58 .1 56 .1 54 .1 58 .1 53 2 50 2 48 4", "C major", 'F', 0},
+        {"61 1 63 1 64 1 66 1 68 2 69 1 60 1 61 2", "C sharp minor", 'G', 0},
+        {"66 1 68 1 70 1 71 1 73 2 75 1 77 1 78 2", "G flat major", 'G', 0},
+        {"41 1 43 1 44 1 46 1 48 1 49 1 40 1 41 2", "F minor", 'F', 0},
+        {"96 1 98 1 100 1 101 1 103 2", "C major", 'G', 1},
+        {"28 1 30 1 32 1 33 1 35 2 28 1", "E major", 'F', -1},
+    };
+    for (const auto& c : cases) {
+        std::vector<score::HeardNote> melody;
+        std::istringstream words(c.Tune);
+        double at = 0, length = 0;
+        for (int key = 0; words >> key >> length; at += length)
+            melody.push_back({at, at + length, key});
+        const score::Score score = score::MakeScore(melody);
+        EXPECT_EQ(score.In.Name(), c.Key);
+        EXPECT_EQ(score.At.Sign, c.Clef) << c.Key;
+        EXPECT_EQ(score.At.Octave, c.Octave) << c.Key;
+    }
+}
+
 } // namespace

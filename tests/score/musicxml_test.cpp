@@ -1,0 +1,153 @@
+// Scores as they are written to a file, read back as a musician would say them.
+#include "score/score.h"
+
+#include <gtest/gtest.h>
+#include <map>
+#include <sstream>
+
+namespace {
+
+using namespace score;
+
+const std::map<std::string, std::string> Signs = {
+    {"<alter>1</alter>", "#"},
+    {"<alter>-1</alter>", "b"},
+    {"<rest/>", "r"},
+    {"<rest measure=\"yes\"/>", "R"},
+    {"<type>16th</type>", "s"},
+    {"<type>eighth</type>", "e"},
+    {"<type>quarter</type>", "q"},
+    {"<type>half</type>", "h"},
+    {"<type>whole</type>", "w"},
+    {"<dot/>", "."},
+    {"<accidental>sharp</accidental>", "!#"},
+    {"<accidental>flat</accidental>", "!b"},
+    {"<accidental>natural</accidental>", "!n"},
+    {"<tie type=\"stop\"/>", "~"},
+    {"<tied type=\"start\"/>", "~"},
+    {"<beam number=\"1\">begin</beam>", "["},
+    {"<beam number=\"1\">continue</beam>", "-"},
+    {"<beam number=\"1\">end</beam>", "]"},
+    {"<beam number=\"2\">begin</beam>", "["},
+    {"<beam number=\"2\">end</beam>", "]"},
+    {"<beam number=\"2\">forward hook</beam>", ">"},
+    {"<beam number=\"2\">backward hook</beam>", "<"},
+    {"</note>", " "},
+    {"</measure>", "| "},
+};
+
+std::string Value(const std::string& xml, const std::string& before) {
+    const std::size_t at = xml.find(before);
+    if (at == std::string::npos) return {};
+    const std::size_t from = at + before.size();
+    return xml.substr(from, xml.find_first_of("<\"", from) - from);
+}
+
+// "C#4~q.!# " is a dotted quarter tied to what was before, whose sharp is printed.
+std::string Notes(const std::string& xml) {
+    std::map<char, int> values = {{'s', 1}, {'e', 2}, {'q', 4}, {'h', 8}, {'w', 16}};
+    std::istringstream lines(xml);
+    std::string text;
+    int duration = 0, value = 0;
+    for (std::string line; lines >> std::ws && std::getline(lines, line);) {
+        if (const auto sign = Signs.find(line); sign != Signs.end()) text += sign->second;
+        text += Value(line, "<step>") + Value(line, "<octave>");
+        if (line.starts_with("<duration>")) duration = value = std::stoi(Value(line, ">"));
+        if (line.starts_with("<type>")) value = values[text.back()];
+        if (line == "<dot/>") value += value / 2;
+        if (line == "</note>") {
+            EXPECT_EQ(duration, value) << text;
+        }
+    }
+    return text;
+}
+
+// A tune of keys and sixteenths, in which 0 is a rest; begins in the middle of a bar for a pickup.
+std::string Written(const Meter& meter, const Key& key, int pickup, const std::string& tune) {
+    Score score{{&meter, 90, {}, {}}, key, {'G', 2, 1}, {}, {}};
+    std::vector<HeardNote> melody;
+    std::vector<int> lengths;
+    std::istringstream words(tune);
+    for (int at = pickup, pitch = 0, length = 0; words >> pitch >> length; at += length) {
+        if (pitch == 0) continue;
+        melody.push_back({0, 1, pitch});
+        score.Of.Onsets.push_back(at);
+        lengths.push_back(length);
+    }
+    score.Pitches = Spell(melody, key);
+    score.Bars = MakeBars(score.Of, lengths);
+    return MusicXml(score, "Me & <you>");
+}
+
+TEST(MusicXml, HasTheSignsAndValuesThatAreMeant) {
+    const Meter &four = Meters()[0], &six = Meters()[2];
+    const struct {
+        const Meter& In;
+        Key Of;
+        int Pickup;
+        const char* Tune;
+        const char* Reads;
+    } cases[] = {
+        // A sign holds to the end of its bar, for its octave.
+        {four,
+         {-3, false},
+         0,
+         "63 4 68 4 69 4 68 2 80 2 69 2 67 2 62 12",
+         "Eb4q Ab4q A4q!n Ab4e!b[ Ab5e] | A4e!n[ G4e] D4h. | "},
+        // What is tied over the bar line keeps its own, and gives it to no other.
+        {four, {0, false}, 0, "60 8 66 12 66 4 67 8", "C4h F#4h!#~ | F#4~q F#4q!# G4h | "},
+        // Chromatic notes lead to the next.
+        {four,
+         {0, false},
+         0,
+         "60 4 61 4 62 4 61 4 60 8 70 4 71 4",
+         "C4q C#4q!# D4q Db4q!b | C4h A#4q!# B4q | "},
+        // Octaves are those of the letters; nothing has two signs.
+        {four,
+         {7, true},
+         0,
+         "61 4 60 2 61 2 62 4 67 4 68 16",
+         "C#4q B#3e!#[ C#4e] D4q!n G4q!n | G#4w | "},
+        {four, {-6, false}, 0, "59 8 60 4 59 4", "Cb4h C4q!n Cb4q!b | "},
+        // Rests and notes show the beats and the middle of the bar.
+        {four,
+         {0, false},
+         0,
+         "60 4 0 8 62 4 0 16 62 2 64 4 65 4 67 4 69 2 60 6 62 8 64 2 60 4",
+         "C4q rq rq D4q | R | D4e E4q F4e~ F4~e G4q A4e | C4q. D4e~ D4~q. E4e | C4q rq rh | "},
+        {four,
+         {0, false},
+         0,
+         "60 1 62 3 64 3 65 1 67 1 69 2 71 1 72 4",
+         "C4s[> D4e.] E4e.[ F4s]< G4s[> A4e- B4s]< C5q | "},
+        {six,
+         {3, true},
+         10,
+         "69 2 72 4 74 2 76 3 77 1 76 2 74 12 72 3 74 3 76 1 77 1 79 4",
+         "A4e | C5q D5e E5e.[ F5s-< E5e] | D5h. | C5e.[ D5s-<~ D5~e] E5s[[ F5s]] G5q | "},
+    };
+    for (const auto& c : cases) EXPECT_EQ(Notes(Written(c.In, c.Of, c.Pickup, c.Tune)), c.Reads);
+}
+
+TEST(MusicXml, SaysKeyMeterTempoClefAndTitleAtItsBeginning) {
+    const std::string text = Written(Meters()[2], {7, true}, 10, "73 2 76 12 76 1");
+    const std::pair<const char*, const char*> values[] = {
+        {"<work-title>", "Me &amp; &lt;you&gt;"},
+        {"<fifths>", "4"},
+        {"<mode>", "minor"},
+        {"<beats>", "6"},
+        {"<beat-type>", "8"},
+        {"<clef-octave-change>", "1"},
+        // In dotted quarters; what plays counts plain ones.
+        {"<beat-unit-dot/>\n            <per-minute>", "60"},
+        {"<sound tempo=\"", "90"},
+        {"<measure number=\"0\" implicit=\"", "yes"},
+        {"<measure number=\"2", ""}};
+    for (const auto& [before, value] : values) {
+        EXPECT_NE(text.find(before), std::string::npos) << before;
+        EXPECT_EQ(Value(text, before), value) << before;
+    }
+    EXPECT_EQ(text.find("<measure number=\"3"), std::string::npos);
+}
+
+} // namespace
