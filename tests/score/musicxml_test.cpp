@@ -4,37 +4,22 @@
 #include <gtest/gtest.h>
 #include <map>
 #include <sstream>
+#include <string_view>
 
 namespace {
 
 using namespace score;
 
-const std::map<std::string, std::string> Signs = {
-    {"<alter>1</alter>", "#"},
-    {"<alter>-1</alter>", "b"},
-    {"<rest/>", "r"},
-    {"<rest measure=\"yes\"/>", "R"},
-    {"<type>16th</type>", "s"},
-    {"<type>eighth</type>", "e"},
-    {"<type>quarter</type>", "q"},
-    {"<type>half</type>", "h"},
-    {"<type>whole</type>", "w"},
-    {"<dot/>", "."},
-    {"<accidental>sharp</accidental>", "!#"},
-    {"<accidental>flat</accidental>", "!b"},
-    {"<accidental>natural</accidental>", "!n"},
-    {"<tie type=\"stop\"/>", "~"},
-    {"<tied type=\"start\"/>", "~"},
-    {"<beam number=\"1\">begin</beam>", "["},
-    {"<beam number=\"1\">continue</beam>", "-"},
-    {"<beam number=\"1\">end</beam>", "]"},
-    {"<beam number=\"2\">begin</beam>", "["},
-    {"<beam number=\"2\">end</beam>", "]"},
-    {"<beam number=\"2\">forward hook</beam>", ">"},
-    {"<beam number=\"2\">backward hook</beam>", "<"},
-    {"</note>", " "},
-    {"</measure>", "| "},
-};
+// Elements that stand on a line of their own, each with what it reads as behind it.
+constexpr std::string_view Signs = R"(
+<alter>1</alter>#<alter>-1</alter>b<rest/>r<rest measure="yes"/>R</note> </measure>| 
+<type>16th</type>s<type>eighth</type>e<type>quarter</type>q<type>half</type>h<type>whole</type>w
+<dot/>.<accidental>sharp</accidental>!#<accidental>flat</accidental>!b<tie type="stop"/>~
+<accidental>natural</accidental>!n<tied type="start"/>~<beam number="1">begin</beam>[
+<beam number="1">continue</beam>-<beam number="1">end</beam>]<beam number="2">begin</beam>[
+<beam number="2">end</beam>]<beam number="2">forward hook</beam>/
+<beam number="2">backward hook</beam>\
+)";
 
 std::string Value(const std::string& xml, const std::string& before) {
     const std::size_t at = xml.find(before);
@@ -50,7 +35,10 @@ std::string Notes(const std::string& xml) {
     std::string text;
     int duration = 0, value = 0;
     for (std::string line; lines >> std::ws && std::getline(lines, line);) {
-        if (const auto sign = Signs.find(line); sign != Signs.end()) text += sign->second;
+        if (const std::size_t at = Signs.find(line); at != Signs.npos) {
+            const std::string_view sign = Signs.substr(at + line.size());
+            text += sign.substr(0, sign.find_first_of("<\n"));
+        }
         text += Value(line, "<step>") + Value(line, "<octave>");
         if (line.starts_with("<duration>")) duration = value = std::stoi(Value(line, ">"));
         if (line.starts_with("<type>")) value = values[text.back()];
@@ -66,16 +54,15 @@ std::string Notes(const std::string& xml) {
 std::string Written(const Meter& meter, const Key& key, int pickup, const std::string& tune) {
     Score score{{&meter, 90, {}, {}}, key, {'G', 2, 1}, {}, {}};
     std::vector<HeardNote> melody;
-    std::vector<int> lengths;
     std::istringstream words(tune);
     for (int at = pickup, pitch = 0, length = 0; words >> pitch >> length; at += length) {
         if (pitch == 0) continue;
-        melody.push_back({0, 1, pitch});
+        melody.push_back({at * 0.1, (at + length) * 0.1, pitch});
         score.Of.Onsets.push_back(at);
-        lengths.push_back(length);
+        score.Of.Sixteenth.push_back(0.1);
     }
     score.Pitches = Spell(melody, key);
-    score.Bars = MakeBars(score.Of, lengths);
+    score.Bars = MakeBars(score.Of, Lengths(melody, score.Of));
     return MusicXml(score, "Me & <you>");
 }
 
@@ -119,12 +106,12 @@ TEST(MusicXml, HasTheSignsAndValuesThatAreMeant) {
          {0, false},
          0,
          "60 1 62 3 64 3 65 1 67 1 69 2 71 1 72 4",
-         "C4s[> D4e.] E4e.[ F4s]< G4s[> A4e- B4s]< C5q | "},
+         "C4s[/ D4e.] E4e.[ F4s]\\ G4s[/ A4e- B4s]\\ C5q | "},
         {six,
          {3, true},
          10,
          "69 2 72 4 74 2 76 3 77 1 76 2 74 12 72 3 74 3 76 1 77 1 79 4",
-         "A4e | C5q D5e E5e.[ F5s-< E5e] | D5h. | C5e.[ D5s-<~ D5~e] E5s[[ F5s]] G5q | "},
+         "A4e | C5q D5e E5e.[ F5s-\\ E5e] | D5h. | C5e.[ D5s-\\~ D5~e] E5s[[ F5s]] G5q | "},
     };
     for (const auto& c : cases) EXPECT_EQ(Notes(Written(c.In, c.Of, c.Pickup, c.Tune)), c.Reads);
 }
