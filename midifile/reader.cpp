@@ -51,6 +51,11 @@ private:
     void CheckCount();
     void Lay();
     void ReadMap();
+    void AddTempo(const TrackEvent& meta);
+    void AddMeter(const TrackEvent& meta);
+    std::size_t PlaceOf(const TrackEvent& event) const { // in the file
+        return static_cast<std::size_t>(event.Data.data() - Into.File.data());
+    }
     std::string TrackName() const { return "track " + std::to_string(Into.Tracks.size() + 1); }
 
     Song& Into;
@@ -202,14 +207,22 @@ void FileReader::ReadMap() {
     }
     std::ranges::stable_sort(metas, {}, &TrackEvent::Tick);
     for (const TrackEvent& meta : metas) {
-        const ByteSpan data = meta.Data;
-        if (meta.Type == MetaTempo && data.size() == 3 && !Frames) {
-            const auto length = static_cast<int>(BigEndian(data, 0, 3));
-            if (length > 0) Into.Map.Add(Tempo{meta.Tick, length});
-        } else if (meta.Type == MetaMeter && data.size() >= 2 && data[0] > 0 && data[1] <= 6) {
-            Into.Map.Add(Meter{meta.Tick, data[0], 1 << data[1]});
-        }
+        if (meta.Type == MetaTempo && !Frames) AddTempo(meta);
+        if (meta.Type == MetaMeter) AddMeter(meta);
     }
+}
+
+void FileReader::AddTempo(const TrackEvent& meta) {
+    const std::uint32_t length = meta.Data.size() == 3 ? BigEndian(meta.Data, 0, 3) : 0;
+    if (length > 0) return Into.Map.Add(Tempo{meta.Tick, static_cast<int>(length)});
+    Found.Add("tempo changes that cannot be used are left out", "", PlaceOf(meta));
+}
+
+void FileReader::AddMeter(const TrackEvent& meta) {
+    const ByteSpan data = meta.Data;
+    if (data.size() >= 2 && data[0] > 0 && data[1] <= 6)
+        return Into.Map.Add(Meter{meta.Tick, data[0], 1 << data[1]});
+    Found.Add("meter changes that cannot be used are left out", "", PlaceOf(meta));
 }
 
 void FileReader::Read() {

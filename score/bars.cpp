@@ -99,7 +99,6 @@ std::vector<int> Lengths(Melody melody, const Rhythm& rhythm) {
         const bool last = i + 1 == melody.size();
         int end = EndNear(onset, meant, *rhythm.In, last);
         if (!last && rhythm.Onsets[i + 1] - onset - meant < Rest) end = rhythm.Onsets[i + 1];
-        if (!last) end = std::min(end, rhythm.Onsets[i + 1]);
         lengths.push_back(end - onset);
     }
     return lengths;

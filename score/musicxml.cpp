@@ -81,6 +81,7 @@ private:
     void WritePitch(const Spelling& pitch);
     void WriteAccidental(const Symbol& symbol);
     void WriteBeam(const Bar& bar, std::size_t at);
+    void WriteHook(const Bar& bar, std::size_t at, const std::string& tag);
     bool Joined(const Bar& bar, std::size_t at, int level) const;
     int BySignature(char letter) const;
 
@@ -151,10 +152,19 @@ void Writer::WriteBeam(const Bar& bar, std::size_t at) {
         const std::string tag = "beam number=\"" + std::to_string(level) + "\"";
         if (before || behind) {
             Out.Add(tag, before && behind ? "continue" : before ? "end" : "begin");
-        } else if (level == 2 && (Joined(bar, at, 1) || (at > 0 && Joined(bar, at - 1, 1)))) {
-            Out.Add(tag, Joined(bar, at, 1) ? "forward hook" : "backward hook");
+        } else if (level == 2) {
+            WriteHook(bar, at, tag);
         }
     }
+}
+
+// A lone sixteenth's second beam points to the note with which it fills an eighth or a beat.
+void Writer::WriteHook(const Bar& bar, std::size_t at, const std::string& tag) {
+    const bool before = at > 0 && Joined(bar, at - 1, 1);
+    const bool behind = Joined(bar, at, 1);
+    if (!before && !behind) return;
+    const bool forward = behind && (!before || bar.Symbols[at].Place % 2 == 0);
+    Out.Add(tag, forward ? "forward hook" : "backward hook");
 }
 
 void Writer::WriteSymbol(const Bar& bar, std::size_t at) {

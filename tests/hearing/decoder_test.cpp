@@ -56,13 +56,19 @@ TEST(Decoder, HearsWhatWasMeantAtAnyLag) {
         {"wide vibrato", {{50, 60, 60, 0, 0.9}}, {60}},
         {"an octave slip", {{10, 60}, {2, 72}, {10, 60}}, {60}},
         {"a subharmonic", {{10, 67}, {2, 48}, {10, 67}}, {67}},
-        {"frames that fail", {{10, 60}, {2, Unvoiced}, {10, 60}}, {60}},
+        {"frames that fail", {{10, 60}, {3, Unvoiced}, {10, 60}}, {60}},
         {"a scoop", {{5, 58, 50, 0.4}, {20, 60}}, {60}},
         {"a noisy attack", {{2, Unvoiced, 80}, {1, 93.3, 90}, {15, 60}}, {60}},
         {"legato", {{12, 60}, {12, 62}, {12, 61}}, {60, 62, 61}},
         {"an octave that is meant", {{15, 60}, {15, 72}}, {60, 72}},
         {"struck again", {{12, 60}, {1, 60, 10}, {12, 60, 80}}, {60, 60}},
         {"with a gap", {{12, 60}, {4, Unvoiced, 3}, {12, 60}}, {60, 60}},
+        {"struck again slowly", {{12, 60}, {1, 60, 20}, {1, 60, 40}, {12, 60, 80}}, {60, 60}},
+        {"just quiet enough", {{12, 60}, {3, Unvoiced, 10}, {12, 60, 12}}, {60, 60}},
+        {"soft after loud", {{12, 60, 120}, {4, Unvoiced, 2}, {12, 62, 14}}, {60, 62}},
+        {"a soft attack", {{1, 60, 12}, {1, 60, 14}, {1, 60, 18}, {1, 60, 40}, {12, 60, 80}}, {60}},
+        {"the lowest and the highest", {{12, 28}, {12, 100}}, {28, 100}},
+        {"a whistle above all notes", {{20, 110}}, {}},
         {"a swell", {{12, 60, 30}, {5, 60, 45}, {12, 60, 80}}, {60}},
         {"noise", {{1, 93, 40}, {1, Unvoiced, 40}, {1, 55, 40}, {1, 88, 40}}, {}},
         {"too short", {{1, 60}}, {}},
@@ -85,6 +91,7 @@ TEST(Decoder, HearsWhatWasMeantAtAnyLag) {
 
 TEST(Decoder, FindsTheBeginningTheEndAndTheExactPitch) {
     const auto notes = Notes(Frames({Silence,
+                                     {2, Unvoiced, 30},
                                      {1, Unvoiced, 20},
                                      {1, Unvoiced, 35},
                                      {1, 47, 50},
@@ -94,22 +101,75 @@ TEST(Decoder, FindsTheBeginningTheEndAndTheExactPitch) {
                              FileLag);
     ASSERT_EQ(notes.size(), 2u);
     // The level rises two frames before there is a pitch.
-    EXPECT_NEAR(notes[0].Onset, 10 * FrameSeconds, 0.001);
+    EXPECT_NEAR(notes[0].Onset, 12 * FrameSeconds, 0.001);
     EXPECT_NEAR(notes[0].Pitch, 60.3, 0.01);
     EXPECT_NEAR(notes[0].Sureness, 0.95, 0.04);
     // The window fills before the new pitch is measured.
-    EXPECT_NEAR(notes[1].Onset, 33 * FrameSeconds, 0.03);
-    EXPECT_NEAR(notes[1].End, 53 * FrameSeconds, 0.001);
+    EXPECT_NEAR(notes[1].Onset, 35 * FrameSeconds, 0.03);
+    EXPECT_NEAR(notes[1].End, 55 * FrameSeconds, 0.001);
     EXPECT_NEAR(notes[1].Pitch, 62.2, 0.1);
 }
 
+TEST(Decoder, BeginsAnewWithASecondNoteInWhichTheSoundEnds) {
+    auto frames = Frames({Silence,
+                          {10, 60.3, 80},
+                          {3, 72.3, 80},
+                          {7, 60.4, 100},
+                          {6, Unvoiced, 2},
+                          {1, Unvoiced, 14},
+                          {10, 60.1, 40}});
+    for (std::size_t i = 36; i < frames.size(); ++i) {
+        frames[i].Gain = 2;
+        frames[i].Loud += 0.001;
+    }
+    for (const int lag : {LiveLag, FileLag}) {
+        const auto notes = Notes(frames, lag);
+        ASSERT_EQ(notes.size(), 2u);
+        EXPECT_EQ(notes[0].Onset, 10 * FrameSeconds);
+        EXPECT_EQ(notes[0].Level, 80); // of its attack
+        EXPECT_NEAR(notes[0].Pitch, 60.3, 1e-6);
+        EXPECT_DOUBLE_EQ(notes[0].Sureness, 17 / 20.0);
+        EXPECT_DOUBLE_EQ(notes[1].Onset, 36 * FrameSeconds + 0.001);
+        EXPECT_DOUBLE_EQ(notes[1].End, 47 * FrameSeconds);
+        EXPECT_EQ(notes[1].Level, 20);
+        EXPECT_NEAR(notes[1].Pitch, 60.1, 1e-6);
+        EXPECT_EQ(notes[1].Sureness, 1);
+        EXPECT_FALSE(notes[1].Open);
+    }
+}
+
+TEST(NoteWriter, LooksBackForABeginningAsFarAsItMay) {
+    NoteWriter writer(2);
+    int count = 0;
+    const auto take = [&](Phase phase, int place, int level) {
+        const double begin = count++ * FrameSeconds;
+        const Frame frame = {begin, begin, phase == Phase::Rest ? 0 : 261.6, level};
+        writer.Take({phase, place}, 28 + place / 2.0, {&frame, 1});
+    };
+    for (int level = 21; level <= 60; ++level) take(Phase::Rest, 0, level); // breath, then louder
+    for (const Phase phase : {Phase::First, Phase::Second, Phase::Held}) take(phase, 64, 80);
+    take(Phase::Rest, 0, 65);
+    for (const Phase phase : {Phase::First, Phase::Second, Phase::Held}) take(phase, 64, 80);
+    take(Phase::Rest, 0, 0);
+    take(Phase::First, 64, 80);
+    take(Phase::Held, 68, 80); // the path has changed
+    writer.Close();
+    std::vector<double> onsets;
+    for (const Note& note : writer.Notes()) onsets.push_back(note.Onset / FrameSeconds);
+    ASSERT_EQ(onsets.size(), 4u);
+    EXPECT_NEAR(onsets[0], 40 - 16, 1e-6);
+    EXPECT_NEAR(onsets[1], 43, 1e-6);
+    EXPECT_NEAR(onsets[2], 48, 1e-6);
+    EXPECT_NEAR(onsets[3], 49, 1e-6); // a frame behind the one before
+}
+
 TEST(Decoder, TellsANoteLiveAsSoonAsItsLagIsOver) {
-    Decoder decoder(LiveLag);
-    const auto frames = Frames({Silence, {30, 60}});
+    Decoder decoder(LiveLag, 0.25);
+    const auto frames = Frames({Silence, {30, 60.25}});
     for (std::size_t i = 0; i < 10 + LiveLag + 1; ++i) decoder.Take(frames[i]);
     ASSERT_EQ(decoder.Notes().size(), 1u);
     EXPECT_TRUE(decoder.Notes()[0].Open);
-    EXPECT_EQ(decoder.Notes()[0].Pitch, 60);
+    EXPECT_EQ(decoder.Notes()[0].Pitch, 60.25);
 }
 
 TEST(Decoder, GivesTheSameWhereverALongFileIsCut) {

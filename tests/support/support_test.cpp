@@ -2,6 +2,9 @@
 #include "platform/machine.h"
 #include "support/error_box.h"
 #include "support/global_buffer.h"
+#include "support/lock.h"
+#include "support/locked_memory.h"
+#include "support/profile.h"
 #include "support/text_string_array.h"
 #include "tests/support/scarce_memory.h"
 
@@ -11,6 +14,7 @@
 #include <limits>
 #include <memory>
 #include <string>
+#include <thread>
 
 using Sonorel::GlobalBuffer;
 using Sonorel::PointerArray;
@@ -35,10 +39,21 @@ TEST(TextString, TakesNumbersAndTextsOfAnyLength) {
     EXPECT_TRUE(text.Append(text.Text() + 599));
     EXPECT_TRUE(text.Append(TextString(std::numeric_limits<std::int32_t>::min())));
     EXPECT_EQ(longText + longText + "x-2147483648", text.Text());
+    EXPECT_EQ(612, text.Capacity);
+    EXPECT_EQ('\xFF', text.Rep[0]); // what has grown counts as 255 at most
+    EXPECT_EQ(300 & 0xFF, copy.Rep[0]);
     EXPECT_EQ(longText, copy.Text());
     EXPECT_STREQ("12", (static_cast<const char*>(nullptr) + TextString(12)).Text());
     EXPECT_STREQ("0", TextString(0).Text());
-    EXPECT_STREQ("", TextString(nullptr).Text());
+    TextString empty(nullptr);
+    EXPECT_TRUE(empty.Append(""));
+    EXPECT_EQ(TextString::SharedEmpty, empty.Rep);
+    TextString shortened("abcd");
+    const char* const rep = shortened.Rep;
+    shortened.Rep[3] = '\0';
+    EXPECT_TRUE(shortened.Append("ef")); // within its room
+    EXPECT_EQ(rep, shortened.Rep);
+    EXPECT_STREQ("abef", shortened.Text());
 }
 
 TEST(PointerArray, GrowsAndDeletesWhatItOwns) {
@@ -50,6 +65,7 @@ TEST(PointerArray, GrowsAndDeletesWhatItOwns) {
         for (int number = 0; number < 40; ++number) EXPECT_EQ(number, array.At(number)->Number);
         EXPECT_EQ(nullptr, array.At(-1));
         EXPECT_EQ(nullptr, array.At(40));
+        EXPECT_EQ(48, array.Capacity);
         array.Clear();
         EXPECT_EQ(1, Counted::Alive);
         EXPECT_EQ(0, array.Count);
@@ -93,13 +109,43 @@ TEST(GlobalBuffer, IsZeroAndStaysWhereItIs) {
     GlobalBuffer none(64, 1, true);
     EXPECT_EQ(nullptr, none.Handle);
     EXPECT_EQ(nullptr, none.Lock());
+    EXPECT_EQ(2, buffer.LockCount);
+    EXPECT_NE(nullptr, GlobalBuffer(64, 2, true).Handle);
+    EXPECT_EQ(nullptr, GlobalBuffer(64, 3, true).Handle);
+    EXPECT_EQ(nullptr, GlobalBuffer(0, 1, true).Handle);
+    GlobalFree(GlobalBuffer(64, 1, false).Handle); // nobody else's
+}
+
+TEST(LockedMemory, IsNotThereWhereACallFails) {
+    for (const auto call : {machine::Call::GlobalAlloc, machine::Call::GlobalLock}) {
+        machine::FailCall(call, 1, 0);
+        EXPECT_EQ(nullptr, Sonorel::AllocateLocked(GMEM_MOVEABLE, 64));
+    }
+    Sonorel::FreeLocked(nullptr);
+}
+
+TEST(Lock, IsNotWaitedForByWhoOnlyTries) {
+    Sonorel::ObjectLock lock;
+    const Sonorel::LockScope scope(lock);
+    std::thread([&] { EXPECT_FALSE(lock.TryEnter()); }).join();
+}
+
+TEST(Profile, WritesNumbersOrSaysThatItCannot) {
+    EXPECT_TRUE(WriteProfileInt("Section", "Key", -2147483647, "profile.ini"));
+    EXPECT_EQ(-2147483647,
+              static_cast<int>(GetPrivateProfileIntA("Section", "Key", 1, "profile.ini")));
+    EXPECT_FALSE(WriteProfileInt("Section", "Key", 1, "profile.ini/profile.ini"));
 }
 
 TEST(ErrorBox, ComesUpOnTopWithoutAnOwner) {
     machine::PowerOn();
     Sonorel::ShowErrorBox(TextString("text"), TextString("caption"), MB_ICONHAND);
+    const auto dialog = reinterpret_cast<HWND>(&machine::TakeBoxes);
+    Sonorel::TellUnwritten(dialog, "title", "file");
     const auto boxes = machine::TakeBoxes();
-    ASSERT_EQ(1u, boxes.size());
+    ASSERT_EQ(2u, boxes.size());
+    EXPECT_EQ(dialog, boxes[1].Owner);
+    EXPECT_EQ(unsigned{MB_ICONEXCLAMATION | MB_TASKMODAL}, boxes[1].Flags);
     EXPECT_EQ(nullptr, boxes[0].Owner);
     EXPECT_EQ("text", boxes[0].Text);
     EXPECT_EQ("caption", boxes[0].Caption);

@@ -13,6 +13,7 @@ TEST(TempoMap, PlacesTicksInTimeAndInBarsAndBack) {
     // 4/4 at 120; from bar 3 a 3/8 bar line at 60; a 4/4 that cuts a 3/8 bar short; slower again.
     TempoMap map(480);
     map.Add(Meter{3840, 3, 8});
+    map.Add(Tempo{3840, 1});
     map.Add(Tempo{3840, 1000000});
     map.Add(Meter{4660, 4, 4});
     map.Add(Tempo{4800, 2000000});
@@ -33,6 +34,9 @@ TEST(TempoMap, PlacesTicksInTimeAndInBarsAndBack) {
         EXPECT_EQ(map.BarBeatAt(map.TickOfBar(c.Bar) - 1).Bar,
                   std::max<std::int64_t>(c.Bar - 1, 1));
     }
+    TempoMap coarse(1); // no beat or bar is shorter than a tick
+    coarse.Add(Meter{0, 3, 64});
+    EXPECT_EQ(coarse.BarBeatAt(5).Bar, 6);
 }
 
 } // namespace
