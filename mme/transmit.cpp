@@ -116,9 +116,8 @@ void CachePatch(MMEOutPort& port, const MIDIEvent& event) {
     if (!inside || !(port.Support & MIDICAPS_CACHE) || !StillWanted()) return;
     WORD channels[MIDIPATCHSIZE] = {};
     midiOutCachePatches(port.Handle, 0, channels, MIDI_CACHE_QUERY);
-    const WORD wanted = event.Channel < 0
-                            ? static_cast<WORD>(0xFFFF)
-                            : static_cast<WORD>(1u << OffsetIn(port, event));
+    const WORD wanted = event.Channel < 0 ? static_cast<WORD>(0xFFFF)
+                                          : static_cast<WORD>(1u << OffsetIn(port, event));
     WORD& cached = channels[event.Data1];
     if ((cached & wanted) == wanted) return;
     cached = static_cast<WORD>(cached | wanted);
