@@ -83,11 +83,11 @@ std::vector<PortToOpen> RowsToOpen(const Port (&ports)[PortRows], const DeviceLi
         const bool own = row != 0 || !fallsBack;
         rows.push_back({row, place, own && SameName(name, ports[row].Name)});
     }
-    std::ranges::stable_partition(rows, &PortToOpen::Named);
-    const auto taken = [&rows](const PortToOpen& spare) {
-        return !spare.Named && std::ranges::count(rows, spare.Device, &PortToOpen::Device) > 1;
-    };
-    if (!rows.empty() && taken(rows.back())) rows.pop_back();
+    if (rows.empty() || rows.front().Named) return rows;
+    const PortToOpen spare = rows.front(); // row 0: no other has a device that it does not name
+    rows.erase(rows.begin());
+    if (std::ranges::find(rows, spare.Device, &PortToOpen::Device) == rows.end())
+        rows.push_back(spare);
     return rows;
 }
 
