@@ -154,12 +154,14 @@ TEST_F(MmeTest, DevicesOfOneNameStayOnTheirRows) {
         EXPECT_TRUE(machine::TakeBoxes().empty());
     }
     // Two rows that the file gives one name are on one device, wherever it is.
-    begin({"P", "P"});
-    Load(IniFor({"(none)", "P", "P"}));
-    for (const bool moved : {false, true}) {
-        if (moved) Plug({"N"});
-        EXPECT_FALSE(ZorStartMIDI(0));
-        EXPECT_EQ(machine::TakeBoxes().size(), 1u);
+    for (const std::string side : {"In", "Out"}) {
+        begin({"P", "P"});
+        Load("[MMEDRVR]\n" + side + "Name2=P\n" + side + "Name3=P\n");
+        for (const bool moved : {false, true}) {
+            if (moved) Plug({"N"});
+            EXPECT_FALSE(ZorStartMIDI(0));
+            EXPECT_EQ(machine::TakeBoxes().size(), 1u);
+        }
     }
 }
 
