@@ -41,8 +41,11 @@ void Choose(PortSetting& row, const MidiDevice& device) {
     std::memcpy(row.Name, device.Name, sizeof row.Name);
 }
 
-// Shows a row as its list does: with the first device that begins with the stored name, else none.
+// Shows a row as its list does: with the device of the stored name, else with the first one whose
+// name begins so, else with none.
 void Show(PortSetting& row, const Devices& devices) {
+    if (const MidiDevice* const exact = row.Name[0] ? FindByName(devices, row.Name) : nullptr)
+        return Choose(row, *exact);
     const std::size_t length = std::strlen(row.Name);
     const auto begins = [&](const MidiDevice& device) {
         return strncasecmp(device.Name, row.Name, length) == 0;

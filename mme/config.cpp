@@ -35,18 +35,18 @@ void Take(Port& port, const MidiDevice& device) {
     std::memcpy(port.DeviceName, device.Name, sizeof port.DeviceName);
 }
 
-void LoadInput(int row) {
+void LoadInput(int row, const DeviceList& inputs) {
     MMEInPort& port = InPorts[row];
     if (ReadName("InName", row, port.Name)) {
         port.BaseChannel = ReadBase("InBase", row);
-        Take(port, InputFor(row, port.Name));
+        Take(port, InputFor(row, port.Name, inputs));
         return;
     }
-    Take(port, row == 0 ? ChooseInput() : MidiDevice());
+    Take(port, row == 0 ? ChooseInput(inputs) : MidiDevice());
     std::memcpy(port.Name, port.DeviceName, sizeof port.Name);
 }
 
-void LoadOutput(int row) {
+void LoadOutput(int row, const DeviceList& outputs) {
     MMEOutPort& port = OutPorts[row];
     if (!ReadName("OutName", row, port.Name)) {
         Take(port, row == 0 ? DefaultOutput() : MidiDevice());
@@ -54,7 +54,7 @@ void LoadOutput(int row) {
         return;
     }
     port.BaseChannel = ReadBase("OutBase", row);
-    const MidiDevice device = OutputFor(row, port.Name);
+    const MidiDevice device = OutputFor(row, port.Name, outputs);
     Take(port, device);
     if (device.ID >= 0) port.Support = device.Support;
     port.OutMatch = ReadInt(RowKey("OutMatch", row).Text, 1) != 0;
@@ -71,8 +71,10 @@ bool AnyPortOpen() {
 
 void LoadMMEConfig() {
     if (AnyPortOpen()) return;
-    for (int row = 0; row < PortRows; ++row) LoadInput(row);
-    for (int row = 0; row < PortRows; ++row) LoadOutput(row);
+    DeviceLists& devices = KnownDevices();
+    devices = {ReadInputs(), ReadOutputs()};
+    for (int row = 0; row < PortRows; ++row) LoadInput(row, devices.Inputs);
+    for (int row = 0; row < PortRows; ++row) LoadOutput(row, devices.Outputs);
     MidiOutReset = ReadInt("MidiOutReset", 0) != 0;
     const auto master = static_cast<std::int16_t>(ReadInt("SyncMaster", 0));
     SyncMaster = std::clamp<std::int16_t>(master, 0, PortRows - 1);

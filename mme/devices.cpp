@@ -4,12 +4,14 @@
 
 #include <algorithm>
 #include <cstring>
+#include <initializer_list>
 #include <string_view>
 
 namespace {
 
-std::string_view WithoutBlanksAtTheEnd(const char* name) {
-    const std::string_view text(name, strnlen(name, NameSize));
+std::string_view WithoutBlanks(const char* name) {
+    std::string_view text(name, strnlen(name, NameSize));
+    text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
     return text.substr(0, text.find_last_not_of(' ') + 1);
 }
 
@@ -47,25 +49,16 @@ MidiDevice OutputAt(UINT number) {
     return Named(number, caps.szPname, caps.dwSupport);
 }
 
-bool Bears(const MidiDevice& device, const char* name) {
-    return device.ID != NoDevice && SameName(device.Name, name);
+DeviceList Read(UINT devices, MidiDevice (*at)(UINT number)) {
+    DeviceList list;
+    for (UINT number = 0; number < devices; ++number) list.push_back(at(number));
+    return list;
 }
 
-MidiDevice Find(UINT devices, MidiDevice (*at)(UINT number), const char* name) {
-    for (UINT number = 0; number < devices; ++number) {
-        const MidiDevice device = at(number);
-        if (Bears(device, name)) return device;
-    }
-    return {};
-}
-
-std::vector<MidiDevice> All(UINT devices, MidiDevice (*at)(UINT number)) {
-    std::vector<MidiDevice> all;
-    for (UINT number = 0; number < devices; ++number) {
-        const MidiDevice device = at(number);
-        if (device.ID != NoDevice) all.push_back(device);
-    }
-    return all;
+DeviceList Choices(DeviceList devices, std::initializer_list<MidiDevice> others) {
+    std::erase_if(devices, [](const MidiDevice& device) { return device.ID == NoDevice; });
+    devices.insert(devices.end(), others);
+    return devices;
 }
 
 MidiDevice None() {
@@ -76,30 +69,35 @@ MidiDevice None() {
 
 } // namespace
 
-std::vector<MidiDevice> InputChoices() {
-    std::vector<MidiDevice> all = All(midiInGetNumDevs(), InputAt);
-    all.push_back(None());
-    return all;
+DeviceList ReadInputs() { return Read(midiInGetNumDevs(), InputAt); }
+DeviceList ReadOutputs() { return Read(midiOutGetNumDevs(), OutputAt); }
+
+// Never destroyed: a host may still start and stop while the process ends.
+DeviceLists& KnownDevices() {
+    static DeviceLists& known = *new DeviceLists;
+    return known;
 }
 
-std::vector<MidiDevice> OutputChoices() {
-    std::vector<MidiDevice> all = All(midiOutGetNumDevs(), OutputAt);
-    all.insert(all.end(), {DefaultOutput(), None()});
-    return all;
-}
+DeviceList InputChoices() { return Choices(ReadInputs(), {None()}); }
+DeviceList OutputChoices() { return Choices(ReadOutputs(), {DefaultOutput(), None()}); }
 
 bool SameName(const char* one, const char* other) {
-    return WithoutBlanksAtTheEnd(one) == WithoutBlanksAtTheEnd(other);
+    return WithoutBlanks(one) == WithoutBlanks(other);
 }
 
-MidiDevice ChooseInput() {
+const MidiDevice* FindByName(const DeviceList& devices, const char* name) {
+    const auto found = std::ranges::find_if(devices, [name](const MidiDevice& device) {
+        return device.ID != NoDevice && SameName(device.Name, name);
+    });
+    return found != devices.end() ? &*found : nullptr;
+}
+
+MidiDevice ChooseInput(const DeviceList& inputs) {
     char midi[NameSize], mpu401[NameSize];
     LoadText(MidiInName, midi);
     LoadText(Mpu401InName, mpu401);
     MidiDevice first, named401;
-    const UINT devices = midiInGetNumDevs();
-    for (UINT number = 0; number < devices; ++number) {
-        const MidiDevice device = InputAt(number);
+    for (const MidiDevice& device : inputs) {
         if (device.ID == NoDevice) continue;
         char upper[NameSize];
         std::memcpy(upper, device.Name, sizeof upper);
@@ -118,30 +116,22 @@ MidiDevice DefaultOutput() {
     return device;
 }
 
-MidiDevice InputFor(int row, const char* name) {
-    const MidiDevice found = Find(midiInGetNumDevs(), InputAt, name);
-    return found.ID == NoDevice && row == 0 ? ChooseInput() : found;
+MidiDevice InputFor(int row, const char* name, const DeviceList& inputs) {
+    if (const MidiDevice* const found = FindByName(inputs, name)) return *found;
+    return row == 0 ? ChooseInput(inputs) : MidiDevice();
 }
 
-MidiDevice OutputFor(int row, const char* name) {
+MidiDevice OutputFor(int row, const char* name, const DeviceList& outputs) {
     const MidiDevice standard = DefaultOutput();
     if (SameName(name, standard.Name)) return standard;
-    const MidiDevice found = Find(midiOutGetNumDevs(), OutputAt, name);
-    return found.ID == NoDevice && row == 0 ? standard : found;
+    if (const MidiDevice* const found = FindByName(outputs, name)) return *found;
+    return row == 0 ? standard : MidiDevice();
 }
 
-std::int32_t InputToOpen(int row) {
-    const MMEInPort& port = InPorts[row];
-    if (port.DeviceID == NoDevice ||
-        Bears(InputAt(static_cast<UINT>(port.DeviceID)), port.DeviceName))
-        return port.DeviceID;
-    const MidiDevice moved = Find(midiInGetNumDevs(), InputAt, port.DeviceName);
-    return moved.ID != NoDevice ? moved.ID : InputFor(row, port.Name).ID;
-}
-
-std::int32_t OutputToOpen(int row) {
-    const MMEOutPort& port = OutPorts[row];
-    if (port.DeviceID < 0 || Bears(OutputAt(static_cast<UINT>(port.DeviceID)), port.DeviceName))
-        return port.DeviceID;
-    return OutputFor(row, port.DeviceName).ID;
+DWORD SupportOf(std::int32_t number, const char* name) {
+    const MidiDevice device = OutputAt(static_cast<UINT>(number));
+    if (number == MapperDevice || SameName(device.Name, name)) return device.Support;
+    const DeviceList outputs = ReadOutputs();
+    const MidiDevice* const found = FindByName(outputs, name);
+    return found ? found->Support : 0;
 }

@@ -1,5 +1,5 @@
 // Opening, starting and closing the input ports.
-#include "mme/devices.h"
+#include "mme/ports_to_open.h"
 
 namespace {
 
@@ -17,11 +17,8 @@ MMRESULT OpenPort(MMEInPort& port, std::int32_t device) {
 } // namespace
 
 MMRESULT OpenInPorts() {
-    for (int row = 0; row < PortRows; ++row) {
-        const std::int32_t device = InputToOpen(row);
-        if (device == NoDevice) continue;
-        if (const MMRESULT code = OpenPort(InPorts[row], device)) return code;
-    }
+    for (const PortToOpen& next : InputsToOpen())
+        if (const MMRESULT code = OpenPort(InPorts[next.Row], next.Device)) return code;
     return MMSYSERR_NOERROR;
 }
 

@@ -1,7 +1,8 @@
 // Opening and closing the output ports.
-#include "mme/devices.h"
+#include "mme/ports_to_open.h"
 #include "support/locked_memory.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace {
@@ -26,6 +27,11 @@ MMRESULT OpenPort(MMEOutPort& port, std::int32_t device) {
     port.LastStatus = 0;
     port.NoteCounts = static_cast<std::uint8_t*>(counts);
     return MMSYSERR_NOERROR;
+}
+
+bool AnyOpen() {
+    return std::ranges::any_of(OutPorts,
+                               [](const MMEOutPort& port) { return port.Handle != nullptr; });
 }
 
 MMRESULT CloseDevice(HMIDIOUT handle) {
@@ -57,10 +63,11 @@ MMRESULT ClosePort(MMEOutPort& port) {
 
 MMRESULT OpenOutPorts() {
     if (const MMRESULT code = CloseOutPorts()) return code;
-    for (int row = 0; row < PortRows; ++row) {
-        const std::int32_t device = OutputToOpen(row);
-        if (device == NoDevice) continue;
-        if (const MMRESULT code = OpenPort(OutPorts[row], device)) return code;
+    for (const PortToOpen& next : OutputsToOpen()) {
+        const MMRESULT code = OpenPort(OutPorts[next.Row], next.Device);
+        // Only the system knows which device is behind its default one: another row's, perhaps.
+        if (code == MMSYSERR_ALLOCATED && !next.Named && AnyOpen()) continue;
+        if (code != MMSYSERR_NOERROR) return code;
     }
     return MMSYSERR_NOERROR;
 }

@@ -1,6 +1,7 @@
 #include "mme/settings.h"
 
 #include "engine/module.h"
+#include "mme/devices.h"
 #include "mme/ini_keys.h"
 #include "support/profile.h"
 
@@ -56,13 +57,10 @@ void StoreInput(IniWriter& ini, int row, const PortSetting& setting) {
 void StoreOutput(IniWriter& ini, int row, const PortSetting& setting) {
     MMEOutPort& port = OutPorts[row];
     Take(port, setting);
-    if (setting.Device == NoDevice) {
+    if (setting.Device == NoDevice)
         port.OutMatch = 1; // a cleared row begins anew
-    } else {
-        MIDIOUTCAPSA caps = {};
-        midiOutGetDevCapsA(static_cast<UINT>(setting.Device), &caps, sizeof caps);
-        port.Support = caps.dwSupport;
-    }
+    else
+        port.Support = SupportOf(setting.Device, setting.Name);
     ini.Text("OutName", row, port.Name);
     ini.Int("OutBase", row, port.BaseChannel + 1);
     ini.Int("OutMatch", row, port.OutMatch);

@@ -12,50 +12,47 @@ namespace {
 std::uint8_t AdvancedShown = 0;
 
 // Lists of devices: each entry carries its device number in its low 16 bits.
-class DeviceList {
+class ChoiceList {
 public:
-    DeviceList(HWND dialog, int id) : List(GetDlgItem(dialog, id)) {}
-
-    // The list sorts itself, and names may be equal or begin alike: only the index that comes back
-    // tells which entry is the new one.
-    void Add(const std::vector<MidiDevice>& devices) const {
-        for (const MidiDevice& device : devices) {
-            const auto name = reinterpret_cast<LPARAM>(device.Name);
-            const LRESULT index = SendMessageA(List, CB_ADDSTRING, 0, name);
-            if (index >= 0)
-                SendMessageA(List, CB_SETITEMDATA, static_cast<WPARAM>(index), device.ID);
-        }
+    ChoiceList(HWND dialog, int id, const DeviceList& choices)
+        : List(GetDlgItem(dialog, id)), Choices(choices) {
+        for (const MidiDevice& choice : choices) Add(choice);
     }
+    // The choice of that name, else the first entry that begins with it, else none.
     void Select(const char* name) const {
-        LRESULT index = name[0] ? Find(name) : CB_ERR;
-        if (index < 0) {
-            char none[NameSize] = "";
-            LoadStringA(ModuleInstance, NoDeviceName, none, sizeof none);
-            index = Find(none);
-        }
+        const MidiDevice* const exact = name[0] ? FindByName(Choices, name) : nullptr;
+        LRESULT index = exact ? EntryOf(exact->ID) : name[0] ? Find(name) : CB_ERR;
+        if (index < 0) index = EntryOf(NoDevice);
         SendMessageA(List, CB_SETCURSEL, static_cast<WPARAM>(index), 0);
     }
 
 private:
+    // The list sorts itself, and names may be equal or begin alike: only the index that comes back
+    // tells which entry is the new one.
+    void Add(const MidiDevice& choice) const {
+        const auto name = reinterpret_cast<LPARAM>(choice.Name);
+        const LRESULT index = SendMessageA(List, CB_ADDSTRING, 0, name);
+        if (index >= 0) SendMessageA(List, CB_SETITEMDATA, static_cast<WPARAM>(index), choice.ID);
+    }
     LRESULT Find(const char* name) const {
         return SendMessageA(List, CB_FINDSTRING, static_cast<WPARAM>(-1),
                             reinterpret_cast<LPARAM>(name));
     }
+    LRESULT EntryOf(std::int32_t device) const {
+        for (std::size_t index = 0; index < Choices.size(); ++index) {
+            const LRESULT data = SendMessageA(List, CB_GETITEMDATA, index, 0);
+            if (static_cast<std::int16_t>(data) == device) return static_cast<LRESULT>(index);
+        }
+        return CB_ERR;
+    }
     HWND List;
+    const DeviceList& Choices;
 };
 
-void ShowInput(HWND dialog, int row) {
-    const DeviceList list(dialog, InDevice + row);
-    list.Add(InputChoices());
-    list.Select(InPorts[row].Name);
-    SetDlgItemInt(dialog, InBase + row, static_cast<UINT>(InPorts[row].BaseChannel + 1), TRUE);
-}
-
-void ShowOutput(HWND dialog, int row) {
-    const DeviceList list(dialog, OutDevice + row);
-    list.Add(OutputChoices());
-    list.Select(OutPorts[row].Name);
-    SetDlgItemInt(dialog, OutBase + row, static_cast<UINT>(OutPorts[row].BaseChannel + 1), TRUE);
+template <typename Port>
+void ShowRow(HWND dialog, const Port& port, int list, int base, const DeviceList& choices) {
+    ChoiceList(dialog, list, choices).Select(port.Name);
+    SetDlgItemInt(dialog, base, static_cast<UINT>(port.BaseChannel + 1), TRUE);
 }
 
 void ShowAdvancedButton(HWND dialog, UINT id) {
@@ -66,8 +63,11 @@ void ShowAdvancedButton(HWND dialog, UINT id) {
 
 void OpenDialog(HWND dialog) {
     LoadMMEConfig();
-    for (int row = 0; row < PortRows; ++row) ShowInput(dialog, row);
-    for (int row = 0; row < PortRows; ++row) ShowOutput(dialog, row);
+    const DeviceList inputs = InputChoices(), outputs = OutputChoices();
+    for (int row = 0; row < PortRows; ++row)
+        ShowRow(dialog, InPorts[row], InDevice + row, InBase + row, inputs);
+    for (int row = 0; row < PortRows; ++row)
+        ShowRow(dialog, OutPorts[row], OutDevice + row, OutBase + row, outputs);
     CheckDlgButton(dialog, SyncChoice + SyncMaster, BST_CHECKED);
     CheckDlgButton(dialog, ResetOutputs, MidiOutReset ? BST_CHECKED : BST_UNCHECKED);
     SetWindowLongPtrA(dialog, DWLP_USER, Resource);

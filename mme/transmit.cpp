@@ -17,6 +17,12 @@ enum class Sent {
     Unwanted,   // the host has ended what the message belongs to
 };
 
+// The MIDI channel of a record on a port. The host may move the port's base meanwhile, so that the
+// range found earlier does not hold any more.
+std::uint8_t OffsetIn(const MMEOutPort& port, const MIDIEvent& event) {
+    return (event.Channel - port.BaseChannel) & 0x0F;
+}
+
 // Note Off and Note On of one channel are interchangeable where the velocity is 0, so the one is
 // written as the other if that keeps the port on the status it is on.
 std::uint8_t ChooseStatus(MMEOutPort& port, std::uint8_t type, std::uint8_t offset,
@@ -53,7 +59,7 @@ MMRESULT CountAndSend(MMEOutPort& port, const MIDIEvent& event) {
     std::uint8_t data2 = event.Data2;
     if (status < FirstSystemStatus) {
         const std::uint8_t type = MessageType(event.Status);
-        const std::uint8_t offset = (event.Channel - port.BaseChannel) & 0x0F;
+        const std::uint8_t offset = OffsetIn(port, event);
         status = ChooseStatus(port, type, offset, data2);
         if (type == NoteOn || type == NoteOff) {
             std::uint8_t& count = port.NoteCounts[offset * Notes + event.Data1];
@@ -110,9 +116,8 @@ void CachePatch(MMEOutPort& port, const MIDIEvent& event) {
     if (!inside || !(port.Support & MIDICAPS_CACHE) || !StillWanted()) return;
     WORD channels[MIDIPATCHSIZE] = {};
     midiOutCachePatches(port.Handle, 0, channels, MIDI_CACHE_QUERY);
-    const WORD wanted = event.Channel < 0
-                            ? static_cast<WORD>(0xFFFF)
-                            : static_cast<WORD>(1u << (event.Channel - port.BaseChannel));
+    const WORD wanted = event.Channel < 0 ? static_cast<WORD>(0xFFFF)
+                                          : static_cast<WORD>(1u << OffsetIn(port, event));
     WORD& cached = channels[event.Data1];
     if ((cached & wanted) == wanted) return;
     cached = static_cast<WORD>(cached | wanted);

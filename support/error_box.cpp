@@ -12,8 +12,8 @@ void ShowErrorBox(const TextString& text, const TextString& caption, UINT flags)
 void TellUnwritten(HWND dialog, const char* caption, const char* file) {
     char text[512];
     std::snprintf(text, sizeof text,
-                  "The settings are in use until the program ends, but they cannot be stored:\n"
-                  "%s cannot be written.",
+                  "The settings are in use only until this dialog opens again or the program ends. "
+                  "They cannot be stored:\n%s cannot be written.",
                   file);
     MessageBoxA(dialog, text, caption, MB_OK | MB_ICONEXCLAMATION | MB_TASKMODAL);
 }

@@ -11,8 +11,8 @@ namespace Sonorel {
 // host's.
 void ShowErrorBox(const TextString& text, const TextString& caption, UINT flags);
 
-// Tells the user of a dialog that what was chosen lasts until the program ends only, since file
-// cannot be written. Thread: the host's.
+// Tells the user of a dialog that what was chosen lasts only until the dialog reads the settings
+// again or the program ends, since file cannot be written. Thread: the host's.
 void TellUnwritten(HWND dialog, const char* caption, const char* file);
 
 } // namespace Sonorel

@@ -1,30 +1,40 @@
 // Devices that come, go and change their numbers.
+#include "mme/settings.h"
 #include "mme/setup_dialog.h"
 #include "mme_test.h"
 #include "tests/support/dialog_user.h"
 
 namespace {
 
-// The device that each of the first three rows has open, on both sides alike; "" for none.
-Lines Opened() {
-    Lines outputs(3), inputs(3);
+using Numbers = std::vector<int>;
+
+// The number of the device that each of the first three rows has open, on both sides alike; -1 for
+// none.
+Numbers OpenedNumbers() {
+    Numbers outputs(3, -1), inputs(3, -1);
     for (std::size_t row = 0; row < 3; ++row) {
         machine::TakeSentMidi();
         Send(static_cast<int>(16 * row), 0xE0, 0, 64);
-        MIDIOUTCAPSA caps = {};
-        for (const machine::SentMidi& sent : machine::TakeSentMidi())
-            midiOutGetDevCapsA(static_cast<UINT_PTR>(sent.Device), &caps, sizeof caps);
-        outputs[row] = caps.szPname;
+        for (const machine::SentMidi& sent : machine::TakeSentMidi()) outputs[row] = sent.Device;
     }
-    for (UINT device = 0; device < midiInGetNumDevs(); ++device) {
-        MIDIINCAPSA caps = {};
-        midiInGetDevCapsA(device, &caps, sizeof caps);
-        machine::CallBackMidi(static_cast<int>(device), MIM_DATA, 0x4000E0, 0);
+    for (int device = 0; device < static_cast<int>(midiInGetNumDevs()); ++device) {
+        machine::CallBackMidi(device, MIM_DATA, 0x4000E0, 0);
         for (MIDIEvent event; ZorRcv(&event, 0);)
-            inputs[static_cast<std::size_t>(event.Channel / 16)] = caps.szPname;
+            inputs[static_cast<std::size_t>(event.Channel / 16)] = device;
     }
     EXPECT_EQ(inputs, outputs);
     return outputs;
+}
+
+// The same by name; "" for none.
+Lines Opened() {
+    Lines names;
+    for (const int device : OpenedNumbers()) {
+        MIDIOUTCAPSA caps = {};
+        if (device >= 0) midiOutGetDevCapsA(static_cast<UINT_PTR>(device), &caps, sizeof caps);
+        names.emplace_back(caps.szPname);
+    }
+    return names;
 }
 
 void Unplug(const Lines& names) {
@@ -69,31 +79,118 @@ TEST_F(MmeTest, ARowOpensItsOwnDeviceOrNone) {
     }
 }
 
-TEST_F(MmeTest, ACutNameIsKnownAgainAfterTheDialogHasStoredIt) {
-    Plug({"A", CutAtBlank, "A name of more than thirty-one, or so"});
-    Load();
-    for (const bool choose : {true, false}) {
-        ScriptDialogs([&](DialogUser& user) {
-            for (const int list : {midisetup::InDevice, midisetup::OutDevice}) {
-                if (choose) user.Select(list, AsCut);
-                EXPECT_EQ(user.Text(list), AsCut);
-            }
-            user.Click(IDOK);
-        });
-        ZorConfigMIDIDriver(nullptr, MMERow);
-        ScriptDialogs(nullptr);
-        ASSERT_EQ(MIDISysInit(1), -1);
-        EXPECT_EQ(InPorts[0].DeviceID, 1);
-        EXPECT_EQ(OutPorts[0].DeviceID, 1);
+// Row 0 is never without a device, but gives way to a row that names the one it falls back on.
+TEST_F(MmeTest, WhatARowFallsBackOnComesLast) {
+    const struct {
+        Lines Rows, Now; // the devices B, C and D are there
+    } cases[] = {
+        {{"A", "B", "C"}, {"", "B", "C"}},
+        {{"A", "C", "D"}, {"B", "C", "D"}},
+        {{"(none)", "B", "E"}, {"", "B", ""}},
+    };
+    for (const auto& test : cases) {
+        SCOPED_TRACE(IniFor(test.Rows));
+        Restart();
+        Plug({"B", "C", "D"});
+        Load(IniFor(test.Rows));
+        EXPECT_TRUE(ZorStartMIDI(0));
+        EXPECT_EQ(Opened(), test.Now);
+        ZorStopMIDI();
+        EXPECT_TRUE(machine::TakeBoxes().empty());
     }
+    Load(IniFor({"A", "Default MIDI Output Device"}));
+    EXPECT_TRUE(ZorStartMIDI(0));
+    EXPECT_EQ(machine::OpenMidiOutputs(), 1);
+    ZorStopMIDI();
+    // A device that another program has is told of.
+    machine::FailCall(machine::Call::midiOutOpen, 1, MMSYSERR_ALLOCATED);
+    Load(IniFor({"A"}));
+    EXPECT_FALSE(ZorStartMIDI(0));
+    EXPECT_EQ(machine::TakeBoxes().size(), 1u);
+}
+
+// Devices of one name are told apart by those around them, and are never taken for each other or
+// opened twice.
+TEST_F(MmeTest, DevicesOfOneNameStayOnTheirRows) {
+    const auto begin = [this](const Lines& devices) {
+        Restart();
+        Plug({"N"}); // is gone, and stands before the others when it returns
+        Unplug({"N"});
+        Plug(devices);
+    };
+    const struct {
+        Lines Devices;
+        Numbers Rows; // the numbers of the devices that the user chose
+        Lines Unplugged, Plugged;
+        Numbers Now;
+    } cases[] = {
+        {{"P", "P", "A"}, {2, 0, 1}, {}, {"N"}, {3, 1, 2}},
+        {{"P", "P", "A"}, {2, 1, 0}, {}, {"N"}, {3, 2, 1}},
+        {{"P", "P", "P"}, {2, 1, -1}, {}, {"N"}, {3, 2, -1}},
+        {{"P", "A", "P"}, {1, 0, 2}, {"P"}, {}, {0, -1, 1}},
+        {{"P", "A", "P"}, {0, 2, -1}, {"P"}, {}, {0, 1, -1}}, // row 0 falls back on A
+        {{"P", "P", "A"}, {2, 0, 1}, {"P"}, {}, {1, 0, -1}},  // which of them cannot be told
+        {{"P", "P", "A"}, {1, 0, 2}, {"P"}, {}, {-1, 0, 1}},
+        {{"P", "P", "A"}, {2, 0, 1}, {"P", "P"}, {}, {0, -1, -1}},
+        {{"A", "P", "B", "P"}, {3, 1, -1}, {"A", "P"}, {}, {1, -1, -1}},
+    };
+    for (const auto& test : cases) {
+        SCOPED_TRACE(&test - cases);
+        begin(test.Devices);
+        Load();
+        MMESettings settings = PresentSettings();
+        for (std::size_t row = 0; row < test.Rows.size(); ++row) {
+            const int number = test.Rows[row];
+            PortSetting port = {number < 0 ? NoDevice : number, "", static_cast<int>(16 * row + 1)};
+            if (number >= 0) test.Devices[static_cast<std::size_t>(number)].copy(port.Name, 1);
+            settings.Inputs[row] = settings.Outputs[row] = port;
+        }
+        ASSERT_EQ(StoreMMESettings(settings), Stored::All);
+        Unplug(test.Unplugged);
+        Plug(test.Plugged);
+        EXPECT_TRUE(ZorStartMIDI(0));
+        EXPECT_EQ(OpenedNumbers(), test.Now);
+        ZorStopMIDI();
+        EXPECT_TRUE(machine::TakeBoxes().empty());
+    }
+    // Two rows that the file gives one name are on one device, wherever it is.
+    for (const std::string side : {"In", "Out"}) {
+        begin({"P", "P"});
+        Load("[MMEDRVR]\n" + side + "Name2=P\n" + side + "Name3=P\n");
+        for (const bool moved : {false, true}) {
+            if (moved) Plug({"N"});
+            EXPECT_FALSE(ZorStartMIDI(0));
+            EXPECT_EQ(machine::TakeBoxes().size(), 1u);
+        }
+    }
+}
+
+// The ini file loses blanks at both ends.
+TEST_F(MmeTest, ANameWithBlanksIsKnownAgainAfterTheDialogHasStoredIt) {
+    Plug({"A", CutAtBlank, "A name of more than thirty-one, or so", " Keys"});
+    Load();
+    for (const auto& [name, number] : {std::pair{AsCut, 1}, {" Keys", 3}})
+        for (const bool choose : {true, false}) {
+            ScriptDialogs([&, name = name](DialogUser& user) {
+                for (const int list : {midisetup::InDevice, midisetup::OutDevice}) {
+                    if (choose) user.Select(list, name);
+                    EXPECT_EQ(user.Text(list), name);
+                }
+                user.Click(IDOK);
+            });
+            ZorConfigMIDIDriver(nullptr, MMERow);
+            ScriptDialogs(nullptr);
+            ASSERT_EQ(MIDISysInit(1), -1);
+            EXPECT_EQ(InPorts[0].DeviceID, number);
+            EXPECT_EQ(OutPorts[0].DeviceID, number);
+        }
 }
 
 // It is neither chosen nor found by its name, and nobody is told.
 TEST_F(MmeTest, ADeviceThatCannotTellItsNameIsPassedOver) {
     Plug({"MIDI", "B"});
     for (const std::string& ini : {std::string(), IniFor({"MIDI"})}) {
-        machine::FailCall(machine::Call::midiInGetDevCapsA, 1, MMSYSERR_NODRIVER,
-                          ini.empty() ? 1 : 3);
+        machine::FailCall(machine::Call::midiInGetDevCapsA, 1, MMSYSERR_NODRIVER);
         machine::FailCall(machine::Call::midiOutGetDevCapsA, 1, MMSYSERR_NODRIVER);
         Load(ini);
         EXPECT_EQ(InPorts[0].DeviceID, 1);

@@ -102,6 +102,15 @@ TEST_F(MmeTest, PatchesAreCachedOnceForTheirChannels) {
     machine::FailCall(Call::midiOutCachePatches, 1, MMSYSERR_NOTSUPPORTED, 2);
     EXPECT_TRUE(Send(20, 0xC0, 10));
     EXPECT_EQ(Sent(), Lines{Line(0, 0xC4, 10, 0)});
+    // The host moves the port while the device answers: the patch is for the channel it is sent on.
+    machine::InsideMidiOut([](Call call, int) {
+        if (call == Call::midiOutCachePatches) OutPorts[0].BaseChannel = 40;
+    });
+    Send(20, 0xC0, 12);
+    machine::InsideMidiOut(nullptr);
+    EXPECT_EQ(Sent(), Lines{Line(0, 0xCC, 12, 0)});
+    EXPECT_EQ(machine::CachedPatches(0)[12], 1 << 0xC);
+    OutPorts[0].BaseChannel = 16;
     machine::ResetCallCounts();
     OutPorts[0].Support = 0;
     Send(20, 0xC0, 11);

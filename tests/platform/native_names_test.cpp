@@ -20,11 +20,14 @@ TEST(NativeNames, AreTheSystemsWithoutWhatChangesEachTime) {
 TEST(NativeNames, AreOneOfAKindAndFit) {
     std::vector<std::string> names;
     for (const auto& [whole, unique] :
-         {std::pair{"Keys", "Keys"},
-          {"Keys", "Keys #2"},
-          {"Keys", "Keys #3"},
+         {std::pair{"#", "#"}, // on its own no mark
+          {"Keys", "Keys"},
+          {"Keys", "#2 Keys"},
+          {"Keys", "#3 Keys"},
+          {"Keys B", "Keys B"},
+          {"Keys B", "#4 Keys B"}, // the second, but not "#2 Keys" and more
           {"A very long name that goes on, MIDI 1", "A very long name that goes on,"},
-          {"A very long name that goes on, MIDI 2", "A very long name that goes o #2"},
+          {"A very long name that goes on, MIDI 2", "#2 A very long name that goes o"},
           {"Ein sehr langer Name bis zum \xC3\x9C\xC3\x9C",
            "Ein sehr langer Name bis zum \xC3\x9C"}})
         EXPECT_EQ(names.emplace_back(machine::UniqueName(whole, names)), unique);

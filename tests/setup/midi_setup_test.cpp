@@ -203,7 +203,7 @@ TEST_F(MidiSetupTest, ADeviceStandsOnOneRowOfASideOnly) {
 }
 
 TEST_F(MidiSetupTest, StoredNamesFindTheirEntryAndOnlyOkStores) {
-    Inputs({"Grand Piano", "Keys"});
+    Inputs({"Grand Piano", "KEYS", "Keys"}); // the list finds names without regard to case
     Outputs({"Synth"});
     const std::string before = "[MMEDRVR]\nInName1=gone\nInName2=grand\nInBase2=5\nInName3=Keys\n"
                                "OutName1=gone\nOutName2=Default MIDI Output Device\n";
@@ -245,8 +245,29 @@ TEST_F(MidiSetupTest, TheFileIsReadAtEachOpening) {
     EXPECT_TRUE(std::filesystem::exists(other / "ZORMIDI.INI"));
 }
 
+// What the box says of settings that cannot be stored is what happens to them.
+TEST_F(MidiSetupTest, UnwrittenSettingsLastUntilTheDialogOpensAgain) {
+    Inputs({"Keys", "Pads"});
+    WriteIni("[MMEDRVR]\nInName1=Keys\n");
+    machine::FailCall(machine::Call::WritePrivateProfileStringA, 1, 0, 0);
+    Show(0, [](DialogUser& user) {
+        user.Select(InList(0), "Pads");
+        user.Click(IDOK);
+        EXPECT_TRUE(user.Ended());
+    });
+    const std::vector<machine::Box> boxes = machine::TakeBoxes();
+    ASSERT_EQ(boxes.size(), 1u);
+    EXPECT_EQ(boxes[0].Caption, "MIDI Setup");
+    EXPECT_NE(boxes[0].Text.find("only until this dialog opens again"), std::string::npos);
+    EXPECT_EQ(InPorts[0].DeviceID, 1);
+    Show(0, [](DialogUser& user) { EXPECT_EQ(user.Text(InList(0)), "Keys"); });
+    EXPECT_EQ(InPorts[0].DeviceID, 0);
+}
+
 TEST_F(MidiSetupTest, WhatWasSavedIsOpenedAfterwards) {
     Inputs({"Keys"});
+    machine::AddMidiOutput("Early");
+    machine::UnplugMidiOutput("Early");
     Outputs({"Synth", "Box"});
     const int patches = machine::AddMidiOutput("Patches", MIDICAPS_CACHE);
     ComeUp();
@@ -261,11 +282,12 @@ TEST_F(MidiSetupTest, WhatWasSavedIsOpenedAfterwards) {
     EXPECT_EQ(machine::OpenMidiOutputs(), 2);
     Show(0, [](DialogUser& user) {
         user.Select(OutList(0), "Patches");
+        machine::AddMidiOutput("Early"); // and each number is one higher
         user.Click(IDOK);
     });
     const MIDIEvent program = {0, 0, -1, 1, 0xC0, 5, 0};
     EXPECT_TRUE(ZorXmit(ZOR_IMMEDIATE, &program)); // what the device can do is known, too
-    EXPECT_EQ(machine::CachedPatches(patches).at(5), 0xFFFF);
+    EXPECT_EQ(machine::CachedPatches(patches + 1).at(5), 0xFFFF);
     ZorStopMIDI();
 }
 

@@ -36,12 +36,16 @@ std::string WholeName(std::string client, std::string port, int process) {
 }
 
 std::string UniqueName(const std::string& whole, const std::vector<std::string>& taken) {
-    std::string name = Cut(whole, Most);
-    for (int place = 2; std::ranges::find(taken, name) != taken.end(); ++place) {
-        const std::string mark = " #" + std::to_string(place);
-        name = Cut(whole, Most - mark.size()) + mark;
+    const std::string plain = Cut(whole, Most);
+    if (std::ranges::find(taken, plain) == taken.end()) return plain;
+    for (int place = 2;; ++place) {
+        const std::string mark = "#" + std::to_string(place) + " ";
+        const std::string name = mark + Cut(whole, Most - mark.size());
+        const auto beginsAlike = [&](const std::string& other) {
+            return other.starts_with(mark) && (other.starts_with(name) || name.starts_with(other));
+        };
+        if (std::ranges::none_of(taken, beginsAlike)) return name;
     }
-    return name;
 }
 
 } // namespace machine

@@ -11,8 +11,9 @@ namespace machine {
 // run has another.
 std::string WholeName(std::string client, std::string port, int process);
 
-// The name as applications see it: 31 bytes, no character cut in two, and none of those taken; the
-// second of the same is called "... #2".
+// The name as applications see it: 31 bytes, no character cut in two, and none of those taken. The
+// second of the same is called "#2 ...". Lists find a name by how it begins, so of two names with a
+// number neither is the beginning of the other.
 std::string UniqueName(const std::string& whole, const std::vector<std::string>& taken);
 
 } // namespace machine
