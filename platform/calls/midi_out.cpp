@@ -106,9 +106,8 @@ MMRESULT OutputPort::Send(DWORD message) {
     const std::scoped_lock lock(Lock);
     MMRESULT error = Check();
     if (error == MMSYSERR_NOERROR) {
-        const std::uint32_t clamped = ClampData(message);
-        Record(*Device, clamped, false);
-        error = ErrorOf(Carry(clamped));
+        Record(*Device, message & 0xFFFFFF, false);
+        error = ErrorOf(Carry(ClampData(message)));
     }
     return error == MMSYSERR_NODRIVER ? Miss() : error;
 }
