@@ -46,7 +46,8 @@ bool TakeNote(Note& note) {
     const RecogniserGuard guard;
     if (!guard || !Recogniser || !Recogniser->IsRunning()) return false;
     const bool mine = PRecDialogs.load(std::memory_order_relaxed) == 0;
-    const std::optional<Note> deferred = mine ? std::exchange(Deferred, std::nullopt) : std::nullopt;
+    const std::optional<Note> deferred =
+        mine ? std::exchange(Deferred, std::nullopt) : std::nullopt;
     if (deferred && deferred->Number == RecogniserNumber) return note = *deferred, true;
     note.Number = RecogniserNumber;
     if (mine && Recogniser->GetNote(&note.Time, &note.Status, &note.Data1, &note.Data2))

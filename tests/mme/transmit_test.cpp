@@ -77,8 +77,8 @@ TEST_F(MmeTest, DataBytesAbove127ReachNoDevice) {
     EXPECT_TRUE(Send(-1, 0xF2, 0x80, 0xFF));
     EXPECT_TRUE(Send(1, 0xB0, 200, 255));
     for (const int type : {0x80, 0x90, 0xC0}) EXPECT_FALSE(Send(0, type, 128, 1)); // no such key
-    EXPECT_EQ(Sent(), (Lines{Line(0, 0x90, Key, 127), Line(0, 0xF2, 127, 127),
-                             Line(0, 0xB1, 127, 127)}));
+    EXPECT_EQ(Sent(),
+              (Lines{Line(0, 0x90, Key, 127), Line(0, 0xF2, 127, 127), Line(0, 0xB1, 127, 127)}));
     EXPECT_EQ(CountOf(0, 0), 1);
 }
 

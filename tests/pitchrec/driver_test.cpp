@@ -134,8 +134,8 @@ TEST_F(PRecDriver, NotesThatMeetATransmissionWaitForItsEnd) {
         PutIn({{Start + 60, 0x80, 69, 64}, {Start + 60, 0x90, 70, 9}, {Start + 90, 0x80, 70, 64}});
     std::vector<std::array<int, 3>> notes;
     for (const MIDIEvent& r : meet([] {})) notes.push_back({r.Time, r.Status, r.Data1});
-    EXPECT_EQ(notes, (std::vector<std::array<int, 3>>{
-                         {30, 0x80, 69}, {30, 0x90, 70}, {60, 0x80, 70}}));
+    EXPECT_EQ(notes,
+              (std::vector<std::array<int, 3>>{{30, 0x80, 69}, {30, 0x90, 70}, {60, 0x80, 70}}));
     recogniser.Waiting = {{Start, 0x90, 71, 9}};
     const auto replace = [&recogniser] {
         recogniser.Runs = false;
