@@ -1,8 +1,8 @@
 // What is being played now, as one number that only grows.
 //
 // Whatever ends a piece or begins another raises it: a stop, the start of the timer, a kill, the
-// emptying, allocating or freeing of a queue, the resetting or setting of the time, the opening and
-// closing of the drivers; and a pump that had to put itself off, since it asks for a fresh look.
+// emptying, allocating or freeing of a queue, the resetting or setting of the time, also by a MIDI
+// Start or Song Position, the opening and closing of the drivers; and a pump that put itself off.
 //
 // Who works for a piece notes the number first, and looks again before each thing that it does:
 //   a pass of the pump goes on while the number stands. When it has moved, the pass begins anew

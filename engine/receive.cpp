@@ -62,15 +62,16 @@ void SetEchoMap(const std::uint8_t* map) {
 
 bool EchoIsOn() { return EchoOn.load(std::memory_order_acquire) != 0; }
 
-void RcvEvent(MIDIEvent* event, std::uint8_t aged) {
-    if (event->Status == ActiveSensing) return;
+bool RcvEvent(MIDIEvent* event, std::uint8_t aged) {
+    if (event->Status == ActiveSensing) return true;
     // A note that a kill overtakes on its way to the echo would never be released.
     const Generation begun = CallbackBegun();
     FeedClock(*event);
     event->Time = Stamp(event->Time, aged != 0);
-    if (Transmitting()) return; // lost, so that an echo never meets a transmission
+    if (Transmitting()) return false; // so that an echo never meets a transmission
     if (Passes(event->Status)) PushMQ(*event, MIDIQueues[InputQueue], true);
     if (EchoIsOn()) Echo(*event, begun);
+    return true;
 }
 
 void ZORCALL ZorFilterMIDI(uint16_t mask, uint16_t sysMask) ZORNOEXCEPT {

@@ -13,8 +13,8 @@ extern std::atomic<std::uint8_t> TimerRunning;
 // The wished period in milliseconds, at least 1, from the ini file.
 extern std::int32_t MMESpeed;
 
-// Playback was ended, by a kill or by stopping the timer: expiries that come late and passes that
-// are still under way are nobody's. Until the timer is started or the host asks for a pass.
+// Playback was ended: late expiries and passes under way do nothing any more. After a kill until the
+// host asks for a pass, after a stop of the timer until it asks for one or starts the timer.
 // Thread: any. Real time: yes.
 bool ChainEnded();
 

@@ -61,7 +61,8 @@ typedef struct MIDIEvent {
     uint8_t Length;  /* data bytes that the message has: 0, 1 or 2 */
     uint8_t Status;  /* MIDI status. Channel messages: low nibble 0 on input, ignored on output */
     uint8_t Data1;   /* 0..127 */
-    uint8_t Data2;   /* 0..127 */
+    uint8_t Data2;   /* 0..127; a higher data byte goes out as 127. The velocity of a note from the
+                        microphone may be 128 */
 } MIDIEvent;
 #pragma pack(pop)
 
@@ -158,8 +159,8 @@ ZOREXPORT void ZORCALL ZorZeroQueue(int16_t queue) ZORNOEXCEPT;
 ZOREXPORT ZorBool ZORCALL ZorReportMQ(int16_t queue, uint16_t* size, uint16_t* count) ZORNOEXCEPT;
 
 /* Takes the oldest received record; with peek nonzero it stays in the queue. Returns false, with
- * event untouched, if there is none. When the host does not keep up, the oldest records are
- * overwritten. Thread: any. Real time: yes. */
+ * event untouched, if there is none. When the host does not keep up, the oldest are overwritten.
+ * A note of the microphone is filed 30 ms before its time. Thread: any. Real time: yes. */
 ZOREXPORT ZorBool ZORCALL ZorRcv(MIDIEvent* event, ZorBool peek) ZORNOEXCEPT;
 
 /* Puts a record into queue 1 or 2, to be played at its Time, or with ZOR_IMMEDIATE sends it now
@@ -210,8 +211,8 @@ ZOREXPORT void ZORCALL ZorMIDIPlay(void) ZORNOEXCEPT;
 
 /* The timer's callback, exported for hosts with a timer of their own; the five arguments, those of
  * a multimedia timer callback, are ignored. Fetches the microphone's notes, then plays what is
- * due. Does nothing after ZorKillMIDI, or after ZorStopMIDI has stopped the library's own timer,
- * until ZorMIDIPlay or ZorStartTimer: an expiry that comes late is nobody's.
+ * due. Late expiries are ignored: it does nothing from ZorKillMIDI until ZorMIDIPlay (the timer still
+ * runs then, so ZorStartTimer changes nothing), or from ZorStopMIDI until ZorStartTimer.
  * Thread: any. Real time: as the devices allow. */
 ZOREXPORT void ZORCALL MMETimerCallBack(uint32_t timer, uint32_t message, uintptr_t user,
                                         uintptr_t first, uintptr_t second) ZORNOEXCEPT;

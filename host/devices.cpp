@@ -163,19 +163,26 @@ void PrintSettings(const std::string& path, const PortMap& map) {
     }
 }
 
+// Where there is no output to list.
+std::string SilenceText(const Rows& outputs) {
+    if (!outputs.empty() || DefaultOutputDevice().empty()) return "";
+    return "The default output is silent: there is no output to play on.";
+}
+
 void Devices(const GlobalOptions& global, const DevicesOptions& options) {
     const Machine machine(global, options.Watch ? Cables::None : Cables::Shared);
     const RunSettings settings(SettingsFolder(global.IniFolder), {});
     const PortMap map = ReadPortMap(settings.IniPath());
     const Rows inputs = MidiRows(Inputs, map.Inputs), outputs = MidiRows(Outputs, map.Outputs);
     const Rows microphones = MicrophoneRows(map);
-    const std::string problem = machine::MicrophoneProblem();
+    const std::string silence = SilenceText(outputs), problem = machine::MicrophoneProblem();
     if (options.Json) {
         for (const Rows& rows : {inputs, outputs, microphones}) PrintJson(rows);
-        if (!problem.empty()) Json().Add("kind", "warning").Add("text", problem).Print();
+        for (const std::string& text : {silence, problem})
+            if (!text.empty()) Json().Add("kind", "warning").Add("text", text).Print();
     } else {
         PrintText(Inputs.Title, inputs);
-        PrintText(Outputs.Title, outputs);
+        PrintText(Outputs.Title, outputs, silence);
         PrintText("Microphones", microphones, problem);
         PrintSettings(settings.IniPath(), map);
     }

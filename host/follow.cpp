@@ -7,6 +7,7 @@
 #include "host/player.h"
 #include "host/progress.h"
 #include "host/session.h"
+#include "platform/machine.h"
 
 #include <algorithm>
 #include <chrono>
@@ -49,12 +50,14 @@ private:
     std::int64_t TickAtUnits(std::int64_t units) const {
         return units * File.Map.TicksPerQuarter() / UnitsPerQuarter;
     }
+    std::size_t Sent() const { return Play.Fed() - static_cast<std::size_t>(OutputFill().Count); }
     std::int64_t NextTick() const;
     void GoTo(std::int64_t tick);
     void Jump(std::int32_t place);
     void Hear(const MIDIEvent& record);
     void Stop();
     void WatchTime(std::int32_t now);
+    int Interval(std::int32_t now) const;
     void ShowProgress(Progress& progress) const;
 
     const midifile::Song File;
@@ -77,7 +80,7 @@ void Follower::GoTo(std::int64_t tick) {
 
 // The tick of the first event that has not been sent yet.
 std::int64_t Follower::NextTick() const {
-    const std::size_t sent = Play.Fed() - static_cast<std::size_t>(OutputFill().Count);
+    const std::size_t sent = Sent();
     return sent < Play.All().size() ? Play.Ticks()[sent] : File.EndTick + 1;
 }
 
@@ -144,6 +147,14 @@ void Follower::WatchTime(std::int32_t now) {
     Since = clock;
 }
 
+// Milliseconds until the next look: the library's timer counts milliseconds, and the piece goes by
+// the clock. At 500 quarter notes a minute a clock comes every 5 ms.
+int Follower::Interval(std::int32_t now) const {
+    const std::size_t sent = Sent();
+    if (!Running || sent >= Play.All().size()) return 2;
+    return std::int64_t{Play.All()[sent].Time} - now <= UnitsPerClock ? 1 : 4;
+}
+
 void Follower::ShowProgress(Progress& progress) const {
     const std::int64_t tick = TickAtUnits(std::max(0, ZorTimeMIDI(0)));
     const midifile::BarBeat place = File.Map.BarBeatAt(std::min(tick, File.EndTick));
@@ -162,8 +173,16 @@ void Follower::Begin() {
     Place = ZorTimeMIDI(0);
 }
 
+// As soon as a clock has come, on the timers' thread, which goes before ordinary ones. What steers
+// the piece is for the follower to see first.
+void PlayAtTheClock() {
+    MIDIEvent event;
+    if (!ZorRcv(&event, 1)) ZorMIDIPlay();
+}
+
 void Follower::Run() {
     Progress progress;
+    machine::AfterTimers(PlayAtTheClock);
     std::vector<MIDIEvent> records;
     do {
         // Read first, so that what has been filed explains it.
@@ -175,11 +194,11 @@ void Follower::Run() {
         WatchTime(now);
         // Not before the clock goes on: it may go on from another place.
         if (Running) Play.Feed();
-        // The timer counts milliseconds, the piece goes by the clock: look again more often.
         ZorMIDIPlay();
         if (progress.Due()) ShowProgress(progress);
-        Nap(2);
+        Nap(Interval(now));
     } while (!Interrupted() && !(Play.AllFed() && ZorXmitEmpty(0)));
+    machine::AfterTimers(nullptr);
     progress.End();
     if (Interrupted() || LeavesSounding(Play.All())) Library::Silence(Play.All());
 }

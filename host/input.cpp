@@ -46,7 +46,7 @@ StartOptions InputOptions::Start() const {
     return start;
 }
 
-void RunInput(Session& session, const InputOptions& options, std::int64_t lead,
+void RunInput(Session& session, const InputOptions& options, std::int64_t lead, int interval,
               const std::function<bool(const std::vector<MIDIEvent>&)>& take) {
     const StartOptions start = options.Start();
     const double end = options.Seconds * 1000 + static_cast<double>(lead);
@@ -54,7 +54,7 @@ void RunInput(Session& session, const InputOptions& options, std::int64_t lead,
     SayListening(session.Ports());
     std::vector<MIDIEvent> records;
     for (bool last = false; !last;) {
-        Nap(4);
+        Library::AwaitReceived(interval);
         last = Interrupted() || (options.Seconds > 0 && ZorTimeMIDI(0) >= end);
         records.clear();
         Library::TakeReceived(records);

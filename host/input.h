@@ -23,10 +23,10 @@ struct InputOptions {
     StartOptions Start() const;
 };
 
-// Runs the library until the time is over or Ctrl-C: take gets what came in, about every 4 ms, and
-// says whether to go on. lead: milliseconds before the time begins to count. Says on standard error
-// what it listens to.
-void RunInput(Session& session, const InputOptions& options, std::int64_t lead,
+// Runs the library until the time is over or Ctrl-C: take gets what came in as soon as it came, and
+// nothing every so many milliseconds (interval) without; it says whether to go on. lead:
+// milliseconds before the time begins to count. Says on standard error what it listens to.
+void RunInput(Session& session, const InputOptions& options, std::int64_t lead, int interval,
               const std::function<bool(const std::vector<MIDIEvent>&)>& take);
 
 } // namespace zorhost

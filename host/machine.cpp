@@ -37,9 +37,6 @@ void AddLoopbacks(const std::string& why, Cables cables) {
                              "shared memory for it.\n");
 }
 
-// The library opens an output in any case.
-void AddNowhere() { machine::AddMidiOutput("Nowhere"); }
-
 std::string Counted(unsigned count, const char* what) {
     return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
 }
@@ -50,9 +47,9 @@ std::string FindDevices() {
     const unsigned inputs = midiInGetNumDevs(), outputs = midiOutGetNumDevs();
     if (inputs + outputs == 0)
         return "No MIDI device is there" + (reason.empty() ? "" : " (" + reason + ")");
-    std::fprintf(stderr, "MIDI devices of this computer: %s, %s.\n",
-                 Counted(inputs, "input").c_str(), Counted(outputs, "output").c_str());
-    if (outputs == 0) AddNowhere();
+    std::fprintf(stderr, "MIDI devices of this computer: %s, %s.%s\n",
+                 Counted(inputs, "input").c_str(), Counted(outputs, "output").c_str(),
+                 outputs == 0 ? " The default output is silent." : "");
     return "";
 }
 
@@ -63,10 +60,7 @@ Machine::Machine(const GlobalOptions& global, Cables cables) {
     machine::PrintBoxes(true);
     machine::RecordSentMidi(false);
     if (!global.Virtual) machine::UseNativeMicrophones();
-    if (cables == Cables::Nowhere) {
-        AddNowhere();
-        return;
-    }
+    if (cables == Cables::Nowhere) return;
     const bool ownOnly = global.Virtual || cables == Cables::Private;
     const std::string why = ownOnly ? "No MIDI hardware is in use" : FindDevices();
     if (why.empty()) return;

@@ -12,7 +12,7 @@ enum class Cables {
     Shared,      // loopback ports of the same name are one cable for every zorhost of this user
     OutputsOnly, // the same without this machine's inputs
     Private,     // nobody else hears what is sent, or sends; whatever devices there are
-    Nowhere,     // no inputs, and an output that leads nowhere; whatever devices there are
+    Nowhere,     // no inputs and no outputs, whatever devices there are
     None,        // only the computer's devices, even if there are none
 };
 

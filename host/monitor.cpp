@@ -11,7 +11,8 @@ namespace zorhost {
 
 namespace {
 
-constexpr int Wide = 72; // columns that a line with a port's name takes, about
+constexpr int IdleInterval = 300; // milliseconds between two looks for Ctrl-C
+constexpr int Wide = 72;          // columns that a line with a port's name takes, about
 
 struct MonitorOptions {
     InputOptions Input;
@@ -83,7 +84,7 @@ void PrintJson(const MIDIEvent& record, const PortMap& map) {
 void Run(const GlobalOptions& global, const MonitorOptions& options) {
     Session session(global, options.Input.Plan());
     if (!options.Input.Thru.empty()) session.RefuseLoop("--thru");
-    RunInput(session, options.Input, 0, [&](const std::vector<MIDIEvent>& received) {
+    RunInput(session, options.Input, 0, IdleInterval, [&](const std::vector<MIDIEvent>& received) {
         for (const MIDIEvent& record : received)
             (options.AsJson ? PrintJson : PrintLine)(record, session.Ports());
         return received.empty() || std::fflush(stdout) == 0;

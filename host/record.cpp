@@ -19,6 +19,7 @@ namespace {
 
 constexpr std::int64_t Ahead = 1000; // milliseconds of clicks that wait in the queue
 constexpr std::int64_t OverdubLead = 500;
+constexpr int Interval = 50; // milliseconds between two looks at what is to be fed and saved
 
 struct RecordOptions {
     std::string File;
@@ -103,14 +104,15 @@ void Run(const GlobalOptions& global, const RecordOptions& options) {
     {
         Progress progress;
         along.Begin();
-        RunInput(session, options.Input, along.Lead(), [&](const std::vector<MIDIEvent>& received) {
-            along.Step();
-            now = ZorTimeMIDI(0) - along.Lead();
-            TakeAll(received, along.Lead(), take);
-            take.Save(static_cast<std::int32_t>(std::max<std::int64_t>(0, now)));
-            if (progress.Due()) progress.Show(CountText(now, take));
-            return true;
-        });
+        RunInput(session, options.Input, along.Lead(), Interval,
+                 [&](const std::vector<MIDIEvent>& received) {
+                     along.Step();
+                     now = ZorTimeMIDI(0) - along.Lead();
+                     TakeAll(received, along.Lead(), take);
+                     take.Save(static_cast<std::int32_t>(std::max<std::int64_t>(0, now)));
+                     if (progress.Due()) progress.Show(CountText(now, take));
+                     return true;
+                 });
         along.Silence();
     }
     if (take.Records().empty()) throw HostError("nothing came in, so nothing is written");

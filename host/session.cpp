@@ -3,6 +3,10 @@
 #include "host/host_error.h"
 #include "host/interrupt.h"
 
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <semaphore>
 #include <set>
 #include <utility>
 
@@ -12,6 +16,18 @@ namespace {
 
 constexpr std::int16_t InputSlots = 32767; // as many as there can be: a busy machine takes late
 constexpr std::int16_t OutputSlots = 4096;
+
+constexpr int PollInterval = 4; // milliseconds
+
+// The wait for what comes in. Whoever clears the flag releases the semaphore, once.
+std::atomic<bool> Waiting{false};
+std::counting_semaphore<> Ended{0};
+
+// On the timers' thread.
+void EndWait() {
+    MIDIEvent event;
+    if (Waiting && ZorRcv(&event, 1) && Waiting.exchange(false)) Ended.release();
+}
 
 void SendNow(std::int16_t channel, std::uint8_t status, std::uint8_t data1, std::uint8_t data2) {
     const MIDIEvent event = {0, 0, channel, 2, status, data1, data2};
@@ -63,6 +79,17 @@ void Library::Start(const StartOptions& options) {
 void Library::TakeReceived(std::vector<MIDIEvent>& records) {
     MIDIEvent event;
     for (int i = 1; i < InputSlots && ZorRcv(&event, 0); ++i) records.push_back(event);
+}
+
+// The library has nothing to wait for, but whatever comes in is filed on the timers' thread.
+void Library::AwaitReceived(int milliseconds) {
+    if (!machine::AfterTimers(EndWait)) return Nap(std::min(milliseconds, PollInterval));
+    Waiting = true;
+    MIDIEvent event;
+    const bool ended =
+        !ZorRcv(&event, 1) && Ended.try_acquire_for(std::chrono::milliseconds(milliseconds));
+    // It may be ended just now, after all.
+    if (!Waiting.exchange(false) && !ended) Ended.acquire();
 }
 
 void Library::Silence(std::span<const MIDIEvent> played) {

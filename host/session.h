@@ -42,6 +42,10 @@ public:
     // holds.
     static void TakeReceived(std::vector<MIDIEvent>& records);
 
+    // Waits until something has come in, for so many milliseconds at the most. Where the machine
+    // does not tell, it returns after 4.
+    static void AwaitReceived(int milliseconds);
+
     // Throws away what is queued and ends every note that sounds; pedals and bends too on the
     // channels that the given records play on.
     static void Silence(std::span<const MIDIEvent> played);

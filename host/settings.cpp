@@ -139,6 +139,14 @@ std::string MakeTemporaryFolder() {
 std::vector<std::string> InputDevices() { return Names(InputChoices()); }
 std::vector<std::string> OutputDevices() { return Names(OutputChoices()); }
 
+std::string DefaultOutputDevice() {
+    const std::vector<std::string> outputs = OutputDevices();
+    MIDIOUTCAPSA caps{};
+    if (!outputs.empty()) return outputs.front();
+    const bool standsIn = midiOutGetDevCapsA(MIDI_MAPPER, &caps, sizeof caps) == MMSYSERR_NOERROR;
+    return standsIn ? "silence" : "";
+}
+
 const Port* PortMap::InputOf(int channel) const {
     for (const Port& port : Inputs) {
         const int offset = channel + 1 - port.Channel;
@@ -152,10 +160,10 @@ PortMap ReadPortMap(const std::string& ini) {
     LoadMMEConfig();
     ReadPRecSettings();
     PortMap map;
-    const std::vector<std::string> outputs = OutputDevices();
+    const std::string standard = DefaultOutputDevice();
     for (int row = 0; row < PortRows; ++row) {
         Add(map.Inputs, InPorts[row], row + 1, "");
-        Add(map.Outputs, OutPorts[row], row + 1, outputs.empty() ? "" : outputs.front());
+        Add(map.Outputs, OutPorts[row], row + 1, standard);
     }
     map.SyncInput = SyncMaster + 1;
     map.Microphone = EnablePitchRec != 0;

@@ -9,6 +9,9 @@ namespace zorhost {
 
 std::vector<std::string> InputDevices();
 std::vector<std::string> OutputDevices();
+// What the system's default output is: the first device or, without any, "silence". Empty: the
+// system has no default output then.
+std::string DefaultOutputDevice();
 
 struct Port {
     int Row;            // 1 to 8, as in the ini file

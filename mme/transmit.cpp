@@ -4,11 +4,14 @@
 #include "mme/midi_status.h"
 #include "mme/port_entry.h"
 
+#include <algorithm>
+
 using namespace midistatus;
 
 namespace {
 
 constexpr std::uint8_t MostNoteOns = 127; // that one key's count goes up to
+constexpr std::uint8_t HighestData = 127; // of a message's data bytes
 
 enum class Sent {
     Done,
@@ -53,6 +56,9 @@ bool CountNote(std::uint8_t& count, bool noteOn, bool outMatch) {
     return count == 0 || outMatch;
 }
 
+// A device would take a higher byte for a status. The velocity of a microphone that clips is one.
+std::uint8_t DataByte(std::uint8_t value) { return std::min(value, HighestData); }
+
 // One message to a port that this thread is inside. Gives the device's error code.
 MMRESULT CountAndSend(MMEOutPort& port, const MIDIEvent& event) {
     std::uint8_t status = event.Status;
@@ -67,8 +73,8 @@ MMRESULT CountAndSend(MMEOutPort& port, const MIDIEvent& event) {
                 return MMSYSERR_NOERROR;
         }
     }
-    const DWORD packed = static_cast<DWORD>(status | event.Data1 << 8 | data2 << 16);
-    return midiOutShortMsg(port.Handle, packed);
+    const int packed = status | DataByte(event.Data1) << 8 | DataByte(data2) << 16;
+    return midiOutShortMsg(port.Handle, static_cast<DWORD>(packed));
 }
 
 // The host is asked inside the port, so that a kill finds counted, and releases, all that was sent

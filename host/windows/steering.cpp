@@ -74,6 +74,9 @@ void SetModulePath(const std::string& path) {
                              "\nThe library lies in one folder with its settings.");
 }
 
+// The timers' thread is the system's own.
+bool AfterTimers(void (*)()) { return false; }
+
 std::uint64_t Microseconds() { return std::uint64_t{timeGetTime()} * 1000; }
 
 // Who has a device open, Windows does not tell.

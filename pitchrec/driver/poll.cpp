@@ -4,9 +4,13 @@
 #include "pitchrec/driver/prec_driver.h"
 #include "pitchrec/driver/recogniser_guard.h"
 
+#include <optional>
+#include <utility>
+
 namespace {
 
 struct Note {
+    std::uint32_t Number; // of the recogniser that heard it
     std::int32_t Time;
     std::int32_t Status;
     std::int32_t Data1;
@@ -32,12 +36,20 @@ private:
 };
 std::atomic<bool> OnePoll::Polling{false};
 
+// The note that met a transmission. It comes before those in the ring, and goes with its recogniser
+// as they do. Read and written by the one poll only.
+std::optional<Note> Deferred;
+
 // One waiting note. Without one, and while a dialog takes them, it refreshes the meter's level
 // instead.
 bool TakeNote(Note& note) {
     const RecogniserGuard guard;
     if (!guard || !Recogniser || !Recogniser->IsRunning()) return false;
     const bool mine = PRecDialogs.load(std::memory_order_relaxed) == 0;
+    const std::optional<Note> deferred =
+        mine ? std::exchange(Deferred, std::nullopt) : std::nullopt;
+    if (deferred && deferred->Number == RecogniserNumber) return note = *deferred, true;
+    note.Number = RecogniserNumber;
     if (mine && Recogniser->GetNote(&note.Time, &note.Status, &note.Data1, &note.Data2))
         return true;
     PRecLevel.store(Recogniser->GetSignalLevel(), std::memory_order_relaxed);
@@ -46,6 +58,8 @@ bool TakeNote(Note& note) {
 
 } // namespace
 
+// A note that meets a transmission, the host's own for one, comes with the next expiry: were a note
+// off lost, the note would sound for ever. Its age is counted then, so its time stays.
 void PollPitchRec() {
     const OnePoll poll;
     if (!poll) return;
@@ -58,6 +72,9 @@ void PollPitchRec() {
         event.Status = static_cast<std::uint8_t>(note.Status);
         event.Data1 = static_cast<std::uint8_t>(note.Data1);
         event.Data2 = static_cast<std::uint8_t>(note.Data2);
-        RcvEvent(&event, 1);
+        if (!RcvEvent(&event, 1)) {
+            Deferred = note;
+            return;
+        }
     }
 }

@@ -3,6 +3,8 @@
 #include <thread>
 #include <utility>
 
+std::uint32_t RecogniserNumber = 0;
+
 namespace {
 // Acquired by exchange, released by store: what the last holder did is seen by the next.
 std::atomic<bool> Taken{false};
@@ -16,7 +18,10 @@ RecogniserGuard::~RecogniserGuard() {
 
 Sonorel::PitchRec* SetRecogniser(Sonorel::PitchRec* recogniser) {
     for (;;) {
-        if (const RecogniserGuard guard; guard) return std::exchange(Recogniser, recogniser);
+        if (const RecogniserGuard guard; guard) {
+            ++RecogniserNumber;
+            return std::exchange(Recogniser, recogniser);
+        }
         std::this_thread::yield();
     }
 }

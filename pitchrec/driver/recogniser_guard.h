@@ -18,6 +18,9 @@ private:
     bool Held;
 };
 
+// Which recogniser in turn is in place. Read under the guard.
+extern std::uint32_t RecogniserNumber;
+
 // Puts another recogniser in place of the present one, which it gives back, once no poll is at it.
 // Thread: host.
 Sonorel::PitchRec* SetRecogniser(Sonorel::PitchRec* recogniser);

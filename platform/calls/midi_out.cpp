@@ -106,9 +106,8 @@ MMRESULT OutputPort::Send(DWORD message) {
     const std::scoped_lock lock(Lock);
     MMRESULT error = Check();
     if (error == MMSYSERR_NOERROR) {
-        const std::uint32_t clamped = ClampData(message);
-        Record(*Device, clamped, false);
-        error = ErrorOf(Carry(clamped));
+        Record(*Device, message & 0xFFFFFF, false);
+        error = ErrorOf(Carry(ClampData(message)));
     }
     return error == MMSYSERR_NODRIVER ? Miss() : error;
 }
@@ -161,9 +160,8 @@ MMRESULT WithPort(Call call, HMIDIOUT handle, Operation operation) {
     });
 }
 
-// The system's default output is the first one.
 std::shared_ptr<MidiDevice> DeviceAt(UINT number) {
-    return MidiDeviceAt(MidiWay::Out, number == MIDI_MAPPER ? 0 : number);
+    return number == MIDI_MAPPER ? DefaultMidiOutput() : MidiDeviceAt(MidiWay::Out, number);
 }
 
 } // namespace
@@ -210,7 +208,7 @@ MMRESULT midiOutOpen(HMIDIOUT* handle, UINT number, DWORD_PTR /*callback*/, DWOR
                      DWORD /*flags*/) {
     if (const Failure failure{Call::midiOutOpen}) return failure;
     auto device = DeviceAt(number);
-    if (!device) return number == MIDI_MAPPER ? MIDIERR_NODEVICE : MMSYSERR_BADDEVICEID;
+    if (!device) return MMSYSERR_BADDEVICEID;
     const auto port = std::make_shared<OutputPort>(std::move(device));
     return OpenPort(The<Ports>(), port, nullptr, handle);
 }

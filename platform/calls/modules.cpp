@@ -10,11 +10,14 @@
 #include "platform/ui/template.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <dlfcn.h>
 #include <filesystem>
 #include <mutex>
+#include <pwd.h>
 #include <strings.h>
+#include <unistd.h>
 
 namespace machine {
 namespace {
@@ -27,6 +30,18 @@ struct Modules {
 };
 
 HMODULE SystemHandle() { return reinterpret_cast<HMODULE>(&The<Modules>().SystemName); }
+
+// Without HOME, which a service or a cron job may lack, it is the one in the password database. The
+// root folder stands for a user whom nobody knows.
+std::filesystem::path HomeFolder() {
+    const char* const home = std::getenv("HOME");
+    if (home && *home) return home;
+    std::array<char, 4096> text; // of the entry
+    passwd entry{};
+    passwd* found = nullptr;
+    getpwuid_r(getuid(), &entry, text.data(), text.size(), &found);
+    return found && *found->pw_dir ? found->pw_dir : "/";
+}
 
 const AtPowerOn atPowerOn([] { SetModulePath({}); });
 
@@ -41,10 +56,8 @@ std::string ModulePath() {
     const std::scoped_lock lock(The<Modules>().Lock);
     if (!The<Modules>().Path.empty()) return The<Modules>().Path;
     const char* config = std::getenv("XDG_CONFIG_HOME");
-    const char* home = std::getenv("HOME");
     const std::filesystem::path folder =
-        config && *config == '/' ? std::filesystem::path(config)
-                                 : std::filesystem::path(home && *home ? home : "/") / ".config";
+        config && *config == '/' ? std::filesystem::path(config) : HomeFolder() / ".config";
     return folder / "zormidi" / "libzormidi.so";
 }
 

@@ -82,6 +82,11 @@ unsigned NumberOf(MidiWay way, const MidiDevice* sought) {
     return number;
 }
 
+std::shared_ptr<MidiDevice> DefaultMidiOutput() {
+    const auto first = MidiDeviceAt(MidiWay::Out, 0);
+    return first ? first : StandInMidiOutput();
+}
+
 void SetMidiFinder(std::unique_ptr<MidiFinder> finder) {
     const std::scoped_lock lock(The<DeviceList>().Lock);
     The<DeviceList>().Finder.swap(finder);

@@ -120,12 +120,19 @@ void AddMidiDevice(std::shared_ptr<MidiDevice> device);
 std::vector<std::shared_ptr<MidiDevice>> KnownMidiDevices(MidiWay way); // also those that have left
 std::shared_ptr<MidiDevice> MidiDeviceAt(MidiWay way, std::uint64_t number); // null for none
 unsigned NumberOf(MidiWay way, const MidiDevice* device); // how many there are, if it is not there
+// What MIDI_MAPPER stands for: the first output that is there or, without any, the stand-in.
+std::shared_ptr<MidiDevice> DefaultMidiOutput();
 void SetMidiFinder(std::unique_ptr<MidiFinder> finder);
 void ForgetMidiDevices(); // ends the finder, and all of them leave for good
 
 // Given by whoever chooses the back end: what a machine has that nobody steers. Called once, when
 // the devices are first asked for.
 void FindMidiDevices();
+
+// Given by a back end: the default output of a machine that has no output, so that hosts which need
+// one can start. It is always there, in no list, and the same object for ever. Today it is silent;
+// a synthesizer has its place here.
+std::shared_ptr<MidiDevice> StandInMidiOutput();
 
 // Data bytes that follow a status byte.
 constexpr int MidiDataBytes(std::uint32_t status) {

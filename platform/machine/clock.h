@@ -27,6 +27,11 @@ void Advance(std::uint32_t milliseconds);
 // Microseconds on the machine's clock, for measuring lateness. Same origin as timeGetTime.
 std::uint64_t Microseconds();
 
+// Has this called on the timers' thread whenever an expiry, or a message that came in, has been
+// dealt with there, so that a host need not look at intervals of its own; null for none. It must not
+// wait. False where there is no such thread: then it is never called. Thread: any. Real time: yes.
+bool AfterTimers(void (*then)());
+
 // What timeGetDevCaps answers. 1 and 1000000 at load.
 void SetTimerCaps(unsigned periodMin, unsigned periodMax);
 

@@ -70,7 +70,7 @@ bool CallBackMidi(int input, unsigned message, std::uintptr_t first, std::uintpt
 struct SentMidi {
     std::uint64_t Microseconds; // on the machine's clock
     int Device;
-    std::uint32_t Message; // packed, data bytes clamped to 127, top byte 0
+    std::uint32_t Message; // packed, as it was sent; top byte 0
     bool Reset;            // midiOutReset, Message 0
 };
 void RecordSentMidi(bool on);

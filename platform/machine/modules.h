@@ -10,8 +10,9 @@ namespace machine {
 
 // The file that the library seems to be, so that its ini file lies in a folder of the caller's
 // choice. Empty, as at load: one in the user's folder for settings, where every host finds
-// the same file: zormidi/ in $XDG_CONFIG_HOME if that is an absolute path, else in ~/.config. The
-// folder is made when something is stored.
+// the same file: zormidi/ in $XDG_CONFIG_HOME if that is an absolute path, else in ~/.config, where
+// ~ is $HOME or, without it, the user's home in the password database. The folder is made when
+// something is stored.
 void SetModulePath(const std::string& path);
 // That answer.
 std::string ModulePath();

@@ -4,6 +4,7 @@
 // Sending takes one compare-and-exchange and never waits for another program. Nothing is ever half
 // done: a message is there or it is not, so a program that is stopped or killed anywhere in a call
 // harms no other. Every receiver keeps its own place, so a slow one holds nobody up either.
+#include "platform/device/clock.h"
 #include "platform/machine/midi.h"
 #include "platform/virtual/midi.h"
 
@@ -191,6 +192,7 @@ public:
 private:
     void Run() {
         pthread_setname_np(pthread_self(), "zor-bridge");
+        HastenThread();
         for (std::uint32_t message = 0; Cable->Await(Place, message, Ending);)
             // While the machine has no room, what has been sent waits in the ring.
             while (!Ending && !Device.Bring(message, 0))

@@ -63,6 +63,7 @@ using Lock = std::unique_lock<std::mutex>;
 std::atomic<bool> stepped{false};
 std::atomic<std::uint64_t> steppedNow{0};
 std::atomic<std::thread::id> steeringThread;
+std::atomic<void (*)()> afterTimers{nullptr};
 std::mutex steerLock; // one thread at a time moves stepped time
 
 thread_local const Pending* running = nullptr; // the action that this thread is inside of
@@ -81,6 +82,8 @@ void RunFirst(Clock& clock, Lock& lock, LaneState& state, const Pending*& seen) 
     seen = running = &action;
     lock.unlock();
     action.Run(action.Context, action.Argument);
+    const auto then = &state == &clock.Of(Lane::Timers) ? afterTimers.load() : nullptr;
+    if (then) then();
     lock.lock();
     seen = running = nullptr;
     clock.ActionDone.notify_all();
@@ -258,6 +261,11 @@ void UseRealClock() { ChangeClock(false, 0, {}); }
 
 void UseSteppedClock(std::uint32_t startMilliseconds) {
     ChangeClock(true, std::uint64_t{startMilliseconds} * 1000, std::this_thread::get_id());
+}
+
+bool AfterTimers(void (*then)()) {
+    afterTimers = then;
+    return true;
 }
 
 bool ClockIsStepped() { return stepped.load(std::memory_order_acquire); }

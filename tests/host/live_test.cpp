@@ -4,6 +4,7 @@
 #include "tests/host/program.h"
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <gtest/gtest.h>
 #include <regex>
@@ -33,6 +34,22 @@ TEST(Monitor, PrintsEachMessageInWordsButForThoseFilteredOut) {
           "        start", "        continue", "        stop"})
         expected += std::string("Loopback MIDI 3       ") + words + "\n";
     EXPECT_EQ(std::regex_replace(monitor.Out, std::regex(R"( *\d+\.\d{3}  )"), ""), expected);
+}
+
+// The library's timer wakes up 250 times a second as it is.
+TEST(Monitor, SleepsUntilSomethingComesIn) {
+    using Clock = std::chrono::steady_clock;
+    Peer peer("Loopback MIDI 2");
+    Program monitor("monitor --in 2");
+    ASSERT_TRUE(monitor.Await("Listening"));
+    const int before = monitor.Sleeps();
+    const Clock::time_point begin = Clock::now();
+    sleep(2);
+    const int slept = monitor.Sleeps() - before;
+    const std::chrono::duration<double> seconds = Clock::now() - begin;
+    EXPECT_LE(slept, 10 * seconds.count());
+    peer.Send(Packed(0x90, 60, 100));
+    EXPECT_TRUE(monitor.Await("C4"));
 }
 
 TEST(Record, WhatAKilledOneTookIsKeptByTheNext) {

@@ -102,6 +102,12 @@ void Program::Signal(int number) {
     if (number == SIGSTOP) waitpid(Process, nullptr, WUNTRACED);
 }
 
+int Program::Sleeps() const {
+    const std::string status = ReadText("/proc/" + std::to_string(Process) + "/status");
+    const std::string field = "\nvoluntary_ctxt_switches:";
+    return std::stoi(status.substr(status.find(field) + field.size()));
+}
+
 int Program::Finish() {
     while (ReadMore()) {
     }

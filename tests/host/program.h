@@ -22,6 +22,9 @@ public:
     // Waits for the end and gives the exit code; 128 plus the signal if one ended it.
     int Finish();
 
+    // How often its first thread has gone to sleep so far.
+    int Sleeps() const;
+
     std::string Out, Err;
 
 private:

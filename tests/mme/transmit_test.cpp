@@ -71,6 +71,17 @@ TEST_F(MmeTest, ARecordGoesToEveryPortThatCoversIt) {
     }
 }
 
+TEST_F(MmeTest, DataBytesAbove127ReachNoDevice) {
+    OpenPorts({0});
+    EXPECT_TRUE(Send(0, 0x90, Key, 128)); // of a microphone that clips
+    EXPECT_TRUE(Send(-1, 0xF2, 0x80, 0xFF));
+    EXPECT_TRUE(Send(1, 0xB0, 200, 255));
+    for (const int type : {0x80, 0x90, 0xC0}) EXPECT_FALSE(Send(0, type, 128, 1)); // no such key
+    EXPECT_EQ(Sent(),
+              (Lines{Line(0, 0x90, Key, 127), Line(0, 0xF2, 127, 127), Line(0, 0xB1, 127, 127)}));
+    EXPECT_EQ(CountOf(0, 0), 1);
+}
+
 // A device that refuses ends it: what it held is let go, later ports keep theirs.
 TEST_F(MmeTest, SilenceEndsAtADeviceThatRefuses) {
     OpenPorts({16, 200});

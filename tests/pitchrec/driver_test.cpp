@@ -110,6 +110,42 @@ TEST_F(PRecDriver, TakesTheNextNoteWhenTheOneBeforeIsThrough) {
     ZorErrorMIDI(nullptr);
 }
 
+// The host sends, the device refuses, and the timer expires while its box is up. What was sung
+// waits, in its order and at its time, or goes with the recogniser that heard it.
+TEST_F(PRecDriver, NotesThatMeetATransmissionWaitForItsEnd) {
+    WriteSettings("Channel=1\n");
+    BringUp();
+    ASSERT_TRUE(ZorStartMIDI(1));
+    const MIDIEvent sent = {0, 0, 0, 2, 0xB0, 7, 1};
+    const auto meet = [&sent](const std::function<void()>& meanwhile) {
+        machine::FailCall(machine::Call::midiOutShortMsg, 1, MMSYSERR_ERROR);
+        machine::WhileBoxIsUp([&](const machine::Box&) {
+            for (int expiries = 0; expiries < 2; ++expiries) PollPitchRec();
+            EXPECT_TRUE(TakeReceived().empty());
+            meanwhile();
+        });
+        ZorXmit(ZOR_IMMEDIATE, &sent);
+        EXPECT_EQ(TakeBoxTexts().size(), 1u);
+        machine::Advance(8);
+        return TakeReceived();
+    };
+    machine::Advance(100);
+    MadeUpRecogniser& recogniser =
+        PutIn({{Start + 60, 0x80, 69, 64}, {Start + 60, 0x90, 70, 9}, {Start + 90, 0x80, 70, 64}});
+    std::vector<std::array<int, 3>> notes;
+    for (const MIDIEvent& r : meet([] {})) notes.push_back({r.Time, r.Status, r.Data1});
+    EXPECT_EQ(notes,
+              (std::vector<std::array<int, 3>>{{30, 0x80, 69}, {30, 0x90, 70}, {60, 0x80, 70}}));
+    recogniser.Waiting = {{Start, 0x90, 71, 9}};
+    const auto replace = [&recogniser] {
+        recogniser.Runs = false;
+        PutIn({});
+    };
+    EXPECT_TRUE(meet(replace).empty());
+    ZorStopMIDI();
+    ZorErrorMIDI(nullptr);
+}
+
 TEST(Microphones, AreKnownByTheirNamesInEitherList) {
     const std::string cut = "Microphone (USB Audio Device 2.";
     const std::string front = cut + "0 front)", back = cut + "0 back)";

@@ -32,6 +32,27 @@ TEST_F(Clock, AChainOfOneShotsKeepsItsGridAcrossTheWrap) {
     machine::UseSteppedClock(); // ends the chain
 }
 
+TEST_F(Clock, AHostIsToldOfWhatTheTimersThreadHasDone) {
+    static Dues told;
+    told.clear();
+    machine::AfterTimers([] { told.push_back(timeGetTime()); });
+    timeSetEvent(
+        3, 1, [](UINT, UINT, DWORD_PTR, DWORD_PTR, DWORD_PTR) { told.push_back(0); }, 0, 0);
+    machine::Schedule(
+        machine::Lane::Audio, 1001'000, [](void*, std::uintptr_t) {}, nullptr);
+    machine::AddMidiInput("Keys");
+    HMIDIIN in = nullptr;
+    midiInOpen(&in, 0, 0, 0, CALLBACK_NULL);
+    machine::ReceiveMidi(0, 0xF8);
+    machine::Advance(5);
+    EXPECT_EQ(told, (Dues{1000, 0, 1003}));
+    machine::AfterTimers(nullptr);
+    machine::ReceiveMidi(0, 0xF8);
+    machine::Advance(1);
+    EXPECT_EQ(told.size(), 3u);
+    midiInClose(in);
+}
+
 // With the real clock no more can be said of a timer than that it never comes early, in whichever
 // part of a millisecond it was set.
 struct Link {

@@ -2,7 +2,9 @@
 #include "tests/support/machine_test.h"
 
 #include <array>
+#include <pwd.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -16,6 +18,12 @@ TEST_F(Kernel, TheSettingsLieInTheUsersFolder) {
         setenv("XDG_CONFIG_HOME", config.c_str(), 1);
         EXPECT_EQ(machine::ModulePath(),
                   (config[0] == '/' ? config : "/home/me/.config") + "/zormidi/libzormidi.so");
+    }
+    // A service or a cron job may have no HOME.
+    const std::string home = getpwuid(getuid())->pw_dir;
+    for (const bool empty : {true, false}) {
+        empty ? setenv("HOME", "", 1) : unsetenv("HOME");
+        EXPECT_EQ(machine::ModulePath(), home + "/.config/zormidi/libzormidi.so");
     }
 }
 

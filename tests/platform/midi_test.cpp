@@ -71,6 +71,26 @@ TEST_F(Midi, TheWireTakesWhatTheStatusCallsFor) {
     }
 }
 
+// So a host that needs an output starts with a keyboard alone.
+TEST_F(Midi, WithoutOutputsTheDefaultOneIsSilent) {
+    machine::AddMidiInput("Keys");
+    BringUp();
+    const MIDIEvent note = {0, 0, 0, 2, 0x90, 60, 1};
+    for (const bool plugged : {false, true}) {
+        if (plugged) machine::Connect(machine::AddMidiOutput("Synth"), 0);
+        EXPECT_EQ(midiOutGetNumDevs(), plugged ? 1u : 0u);
+        EXPECT_TRUE(ZorStartMIDI(0));
+        HMIDIOUT out = nullptr;
+        EXPECT_EQ(midiOutOpen(&out, MIDI_MAPPER, 0, 0, CALLBACK_NULL), MMSYSERR_ALLOCATED);
+        EXPECT_EQ(midiOutOpen(&out, 1, 0, 0, CALLBACK_NULL), MMSYSERR_BADDEVICEID);
+        EXPECT_TRUE(ZorXmit(ZOR_IMMEDIATE, &note));
+        machine::Advance(1);
+        EXPECT_EQ(TakeReceived().size(), plugged ? 1u : 0u);
+        ZorStopMIDI();
+    }
+    EXPECT_EQ(TakeBoxTexts(), std::vector<std::string>{});
+}
+
 // A flood takes no room of the timers', is refused where it would be lost, and ends with the clock.
 TEST_F(Midi, AsManyAreUnderWayAsACableHolds) {
     machine::RecordSentMidi(false);
