@@ -32,6 +32,9 @@ void ReadPRecSettings() {
 }
 
 bool WritePRecSettings() {
-    return Write("EnablePitchRec", EnablePitchRec) && Write("Channel", PRecChannel) &&
-           Write("NoteRangeMin", NoteRangeMin) && Write("NoteRangeMax", NoteRangeMax);
+    bool written = Write("EnablePitchRec", EnablePitchRec);
+    written &= Write("Channel", PRecChannel);
+    written &= Write("NoteRangeMin", NoteRangeMin);
+    written &= Write("NoteRangeMax", NoteRangeMax);
+    return written;
 }

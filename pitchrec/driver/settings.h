@@ -12,5 +12,5 @@ extern std::atomic<std::uint16_t> NoteRangeMax;
 
 // Reads them and EnablePitchRec from the ini file. Thread: host.
 void ReadPRecSettings();
-// Stores them. False if the ini file cannot be written. Thread: host.
+// Stores each of them that can be stored. False if one could not. Thread: host.
 bool WritePRecSettings();

@@ -283,6 +283,16 @@ TEST_P(TonequillTest, ADeviceIsTakenUpAtOnceAndForLater) {
     });
 }
 
+TEST_P(TonequillTest, AllIsWrittenThatCanBe) {
+    machine::FailCall(machine::Call::WritePrivateProfileStringA, 1, 0);
+    Mic([](DialogUser& user) {
+        user.Type(ChannelField, "4");
+        user.Click(IDOK);
+    });
+    EXPECT_EQ(ReadIni(), "[PRECDRVR]\nChannel=3\nNoteRangeMin=0\nNoteRangeMax=127\n");
+    EXPECT_NE(TakeBoxTexts().back(), "Error initializing Pitch Recognition");
+}
+
 TEST_P(TonequillTest, ADialogThatCannotBeMadeSaysSo) {
     AddMicrophone({"Headset"});
     ComeUp();
