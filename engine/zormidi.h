@@ -61,7 +61,8 @@ typedef struct MIDIEvent {
     uint8_t Length;  /* data bytes that the message has: 0, 1 or 2 */
     uint8_t Status;  /* MIDI status. Channel messages: low nibble 0 on input, ignored on output */
     uint8_t Data1;   /* 0..127 */
-    uint8_t Data2;   /* 0..127 */
+    uint8_t Data2;   /* 0..127; above that the velocity of a note of a clipped microphone: limit
+                        it to 127 before it is stored or sent */
 } MIDIEvent;
 #pragma pack(pop)
 

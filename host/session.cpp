@@ -3,6 +3,7 @@
 #include "host/host_error.h"
 #include "host/interrupt.h"
 
+#include <algorithm>
 #include <set>
 #include <utility>
 
@@ -62,7 +63,10 @@ void Library::Start(const StartOptions& options) {
 
 void Library::TakeReceived(std::vector<MIDIEvent>& records) {
     MIDIEvent event;
-    for (int i = 1; i < InputSlots && ZorRcv(&event, 0); ++i) records.push_back(event);
+    for (int i = 1; i < InputSlots && ZorRcv(&event, 0); ++i) {
+        event.Data2 = std::min(std::uint8_t{event.Data2}, std::uint8_t{127});
+        records.push_back(event);
+    }
 }
 
 void Library::Silence(std::span<const MIDIEvent> played) {
