@@ -1,7 +1,9 @@
 #include "pitchrec/driver/listening.h"
 
+#include "engine/driver_table.h"
 #include "pitchrec/driver/capture_choice.h"
 #include "pitchrec/driver/microphone_name.h"
+#include "pitchrec/driver/prec_driver.h"
 #include "pitchrec/driver/recogniser_guard.h"
 #include "support/error_box.h"
 
@@ -86,6 +88,7 @@ void StartListening(std::unique_ptr<PitchRec> recogniser, bool on) {
 void StopListening() {
     // From here on no poll can see it, so it may be taken apart while the timer runs.
     const std::unique_ptr<PitchRec> closing(SetRecogniser(nullptr));
+    if (!PRecInDialog) PRecHeldNote = NoHeldNote;
     if (!closing) return;
     closing->Enable(false);
     UsePlainNotes(*closing);

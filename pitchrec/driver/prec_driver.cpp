@@ -9,7 +9,7 @@
 
 Sonorel::PitchRec* Recogniser = nullptr;
 std::atomic<std::int32_t> PRecLevel{0};
-std::atomic<std::int32_t> PRecDialogs{0};
+std::atomic<std::uint8_t> PRecInDialog{0};
 
 namespace {
 
@@ -35,7 +35,7 @@ std::uint8_t PRecOpen() {
     StopListening(); // the engine opens a row that is closed
     std::unique_ptr<Sonorel::PitchRec> made = OpenOnChoice(turn);
     if (made) {
-        StartListening(std::move(made), EnablePitchRec != 0);
+        StartListening(std::move(made), EnablePitchRec != 0 || PRecInDialog != 0);
         TellOfMissingMicrophone();
     } else if (turn.IsLast()) {
         MessageBoxA(nullptr, "Error initializing Pitch Recognition", "Testing",
@@ -44,7 +44,7 @@ std::uint8_t PRecOpen() {
     return Recogniser != nullptr;
 }
 
-// Notes still in the ring go with it, and a held note gets no end.
+// Notes still in the ring go with it, and a held note gets no end unless it closes for its dialog.
 std::uint8_t PRecClose() {
     const Turn turn;
     StopListening();

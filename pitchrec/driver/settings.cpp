@@ -1,6 +1,5 @@
 #include "pitchrec/driver/settings.h"
 
-#include "engine/driver_table.h"
 #include "engine/module.h"
 #include "support/profile.h"
 

@@ -230,7 +230,6 @@ TEST_P(TonequillTest, TheMeterHearsTheMicrophoneAndNotesAreDropped) {
         EXPECT_FALSE(Recogniser->GetNote(&time, &status, &data1, &data2));
     });
     EXPECT_TRUE(TakeReceived().empty());
-    EXPECT_EQ(PRecDialogs, 0); // from now on they are the host's
 }
 
 TEST_P(TonequillTest, ADeviceIsTakenUpAtOnceAndForLater) {
@@ -281,6 +280,50 @@ TEST_P(TonequillTest, ADeviceIsTakenUpAtOnceAndForLater) {
         EXPECT_EQ(machine::StatsOf(headset).Capturing, 1);
         user.Select(DeviceList, "Headset");
     });
+}
+
+// The chosen microphone is missing, of which a box tells while the row opens for the dialog. The
+// feature is switched off, the timer runs, and the host starts from that box.
+TEST_P(TonequillTest, NotesBeforeTheDialogAreItsOwnToo) {
+    Sing(AddMicrophone({"Headset"}), 100);
+    const machine::Microphone line = AddMicrophone({"Line"});
+    Mic([](DialogUser& user) { user.Select(DeviceList, "Line"); });
+    machine::Unplug(line);
+    ZorAllocMIDI(0, 100);
+    ASSERT_TRUE(ZorStartTimer());
+    machine::WhileBoxIsUp([](const machine::Box&) {
+        EXPECT_TRUE(ZorStartMIDI(0));
+        machine::Advance(1000);
+        EXPECT_NEAR(PRecLevel, 100, 3); // it listens already
+    });
+    Mic([](DialogUser& user) {
+        user.Wait(1000);
+        user.Select(DeviceList, "Headset");
+    });
+    EXPECT_EQ(TakeBoxTexts().size(), 1u);
+    EXPECT_TRUE(TakeReceived().empty());
+    EXPECT_EQ(Recogniser, nullptr); // the user's own setting decides
+}
+
+// A note that the host holds when the dialog opens ends there, and begins anew after the dialog.
+// One that a stop has cut off has nothing to do with a later dialog.
+TEST_P(TonequillTest, AHeldNoteEndsWhenTheDialogTakesOver) {
+    const machine::Microphone headset = AddMicrophone({"Headset"});
+    Sing(headset, 100);
+    WriteIni("[PRECDRVR]\nEnablePitchRec=1\n");
+    ComeUp();
+    ZorAllocMIDI(0, 100);
+    ASSERT_TRUE(ZorStartMIDI(1));
+    machine::Advance(1000);
+    Mic([](DialogUser& user) { user.Wait(1000); });
+    machine::Advance(1000);
+    std::vector<int> statuses;
+    for (const MIDIEvent& note : TakeReceived()) statuses.push_back(note.Status);
+    EXPECT_EQ(statuses, (std::vector<int>{0x90, 0x80, 0x90}));
+    ZorStopMIDI();
+    ASSERT_TRUE(ZorStartTimer());
+    Mic([](DialogUser& user) { user.Wait(50); });
+    EXPECT_TRUE(TakeReceived().empty());
 }
 
 TEST_P(TonequillTest, AllIsWrittenThatCanBe) {
