@@ -47,7 +47,7 @@ void FollowHeldNote(const Note& note) {
 
 // The end of the note that was held when the dialog took over. False if there was none.
 bool EndHeldNote(Note& note) {
-    const std::int32_t held = PRecHeldNote.exchange(NoHeldNote, relaxed);
+    const std::int32_t held = PRecHeldNote.load(relaxed);
     if (held == NoHeldNote) return false;
     const auto now = static_cast<std::int32_t>(timeGetTime());
     note = {now, held / 256, NoteOff, held % 256, ReleaseVelocity};
@@ -64,7 +64,6 @@ bool TakeNote(Note& note) {
     if (!Recogniser || !Recogniser->IsRunning()) return false;
     if (!inDialog && Recogniser->GetNote(&note.Time, &note.Status, &note.Data1, &note.Data2)) {
         note.Channel = PRecChannel.load(relaxed);
-        FollowHeldNote(note);
         return true;
     }
     PRecLevel.store(Recogniser->GetSignalLevel(), relaxed);
@@ -86,5 +85,6 @@ void PollPitchRec() {
         event.Data1 = static_cast<std::uint8_t>(note.Data1);
         event.Data2 = static_cast<std::uint8_t>(note.Data2);
         RcvEvent(&event, 1);
+        FollowHeldNote(note);
     }
 }

@@ -13,8 +13,8 @@
 extern Sonorel::PitchRec* Recogniser;
 
 // The note that the poll has handed on without its end: its key, and its channel times 256. When
-// the dialog takes the microphone over, the next poll ends it. Relaxed: changed under the poll's
-// guard, or while there is no recogniser.
+// the dialog takes the microphone over, the next poll ends it. Relaxed: one value, which the poll
+// sets and an opening or closing forgets.
 constexpr std::int32_t NoHeldNote = -1;
 extern std::atomic<std::int32_t> PRecHeldNote;
 
