@@ -4,7 +4,6 @@
 #include "engine/driver_table.h"
 #include "pitchrec/driver/listening.h"
 
-#include <memory>
 #include <utility>
 
 Sonorel::PitchRec* Recogniser = nullptr;
@@ -33,8 +32,8 @@ std::uint8_t PRecTerm() {
 std::uint8_t PRecOpen() {
     const Turn turn;
     StopListening(); // the engine opens a row that is closed
-    std::unique_ptr<Sonorel::PitchRec> made = OpenOnChoice(turn);
-    if (made) {
+    OpenMicrophone made = OpenOnChoice(turn);
+    if (made.Recogniser) {
         StartListening(std::move(made), EnablePitchRec != 0 || PRecInDialog != 0);
         TellOfMissingMicrophone();
     } else if (turn.IsLast()) {

@@ -282,6 +282,44 @@ TEST_P(TonequillTest, ADeviceIsTakenUpAtOnceAndForLater) {
     });
 }
 
+// Numbers shift behind a list that still shows what there was.
+TEST_P(TonequillTest, WhatIsShownIsWhatIsOpened) {
+    const machine::Microphone headset = AddMicrophone({"Headset"}), desk = AddMicrophone({"Desk"}),
+                              line = AddMicrophone({"Line"}), piano = AddMicrophone({"Piano"});
+    const auto shown = [](DialogUser& user) {
+        std::vector<std::string> names = user.Items(DeviceList);
+        if (GetParam() == DirectSound::Present) names.erase(names.begin());
+        return names;
+    };
+    using Names = std::vector<std::string>;
+    Mic([&](DialogUser& user) {
+        machine::MoveControl(piano, MicrophoneVolume, FullVolume);
+        machine::Unplug(headset);
+        user.Select(DeviceList, "Line");
+        EXPECT_EQ(machine::StatsOf(line).Open, 1);
+        EXPECT_EQ(Value(piano, MicrophoneVolume), FullVolume);
+        user.Wait(50);
+        EXPECT_EQ(shown(user), (Names{"Desk", "Line", "Piano"}));
+        AddMicrophone({"Headset"});
+        machine::Unplug(desk);
+        user.Drop(DeviceList, true); // it stands still under the user's eyes
+        user.Wait(50);
+        EXPECT_EQ(shown(user), (Names{"Desk", "Line", "Piano"}));
+        user.Drop(DeviceList, false);
+        user.Wait(50);
+        EXPECT_EQ(shown(user), (Names{"Line", "Piano", "Headset"}));
+        EXPECT_EQ(user.Text(DeviceList), "Line");
+        machine::Unplug(line);
+        user.Wait(50);
+        EXPECT_EQ(user.Text(DeviceList), ""); // it still listens, and is not there
+        machine::FailCall(machine::Call::CreateCaptureBuffer, 1, DSERR_ALLOCATED);
+        user.Select(DeviceList, "Piano"); // by waveIn, which lists no entry for the default
+        EXPECT_EQ(user.Items(DeviceList), (Names{"Piano", "Headset"}));
+        user.Select(DeviceList, "Headset");
+        EXPECT_EQ(user.Text(DeviceList), "Headset");
+    });
+}
+
 // The chosen microphone is missing, of which a box tells while the row opens for the dialog. The
 // feature is switched off, the timer runs, and the host starts from that box.
 TEST_P(TonequillTest, NotesBeforeTheDialogAreItsOwnToo) {
