@@ -46,13 +46,6 @@ bool OpenAllRows() {
     return true;
 }
 
-// Opens the microphone for its dialog even where the feature is switched off.
-void OpenForDialog(MIDIDriverEntry& row) {
-    const std::uint8_t setting = EnablePitchRec.exchange(1);
-    row.Open();
-    EnablePitchRec = setting;
-}
-
 } // namespace
 
 bool OpenMIDIDrivers() {
@@ -84,10 +77,14 @@ void RunDriverDialog(int index, HWND parent) {
     if (std::exchange(inDialog[index], true)) return;
     MIDIDriverEntry& row = MIDIDrivers[index];
     const bool live = index == PRecRow && row.Inited;
+    if (live) PRecInDialog = 1;
     if (row.Opened) row.Close();
-    if (live) OpenForDialog(row);
+    if (live) row.Open();
     row.Config(parent);
-    if (live) row.Close();
+    if (live) {
+        row.Close();
+        PRecInDialog = 0;
+    }
     // The opening may show a box, from which the host changes its mind once more.
     for (bool open = false; open != (row.Opened && LibraryIsUp()); open = !open)
         open ? row.Close() : row.Open();

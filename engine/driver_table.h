@@ -58,5 +58,7 @@ std::uint8_t PRecReady();
 // Thread: timer. Real time: yes. In pitchrec/driver/.
 void PollPitchRec();
 
-// The setting behind PRecReady, forced on while ZorConfigMIDIDriver opens the row for its dialog.
-extern std::atomic<std::uint8_t> EnablePitchRec;
+// Row 1 is open for its dialog: from before that Open until after that Close. It then listens
+// whatever the setting behind PRecReady is, and none of its notes reach RcvEvent. Written on the
+// host's thread.
+extern std::atomic<std::uint8_t> PRecInDialog;

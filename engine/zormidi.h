@@ -61,8 +61,8 @@ typedef struct MIDIEvent {
     uint8_t Length;  /* data bytes that the message has: 0, 1 or 2 */
     uint8_t Status;  /* MIDI status. Channel messages: low nibble 0 on input, ignored on output */
     uint8_t Data1;   /* 0..127 */
-    uint8_t Data2;   /* 0..127; a higher data byte goes out as 127. The velocity of a note from the
-                        microphone may be 128 */
+    uint8_t Data2;   /* 0..127; a higher data byte goes out as 127. A note of a clipped microphone comes
+                        in with a velocity of 128: limit it to 127 before it is stored */
 } MIDIEvent;
 #pragma pack(pop)
 

@@ -78,7 +78,10 @@ void Library::Start(const StartOptions& options) {
 
 void Library::TakeReceived(std::vector<MIDIEvent>& records) {
     MIDIEvent event;
-    for (int i = 1; i < InputSlots && ZorRcv(&event, 0); ++i) records.push_back(event);
+    for (int i = 1; i < InputSlots && ZorRcv(&event, 0); ++i) {
+        event.Data2 = std::min(std::uint8_t{event.Data2}, std::uint8_t{127});
+        records.push_back(event);
+    }
 }
 
 // The library has nothing to wait for, but whatever comes in is filed on the timers' thread.

@@ -39,7 +39,8 @@ public:
     void Start(const StartOptions& options);
 
     // Appends what has come in since the last call, at most the 16,383 records that the queue
-    // holds.
+    // holds. A note of a clipped microphone has a velocity of 128 in the library, which no file
+    // and no device may get: here it is 127.
     static void TakeReceived(std::vector<MIDIEvent>& records);
 
     // Waits until something has come in, for so many milliseconds at the most. Where the machine

@@ -3,9 +3,9 @@
 #include "engine/driver_table.h"
 #include "engine/module.h"
 #include "pitchrec/driver/listening.h"
+#include "pitchrec/driver/microphone_list.h"
 #include "pitchrec/driver/prec_driver.h"
 #include "support/error_box.h"
-#include "support/text_string_array.h"
 
 #include <cstdlib>
 
@@ -29,15 +29,25 @@ int SliderPercent(HWND dialog) {
     return FullScale - static_cast<int>(Slider(dialog, TBM_GETPOS, 0, 0));
 }
 
+// What the list shows.
+MicrophoneList Microphones;
+
+LRESULT Devices(HWND dialog, UINT message, WPARAM first = 0, LPARAM second = 0) {
+    return SendMessageA(GetDlgItem(dialog, DeviceList), message, first, second);
+}
+
 void ShowDevices(HWND dialog) {
-    const HWND list = GetDlgItem(dialog, DeviceList);
-    SendMessageA(list, CB_RESETCONTENT, 0, 0);
-    Sonorel::TextStringArray names;
-    if (Recogniser) Recogniser->GetDeviceNames(names);
+    Microphones.Read();
+    Devices(dialog, CB_RESETCONTENT);
+    const Sonorel::TextStringArray& names = Microphones.Names();
     for (std::int32_t index = 0; index < names.Count; ++index)
-        SendMessageA(list, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(names.At(index)->Text()));
-    const std::int32_t device = Recogniser ? Recogniser->GetDevice() : 0;
-    if (device >= 0) SendMessageA(list, CB_SETCURSEL, static_cast<WPARAM>(device), 0);
+        Devices(dialog, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(names.Items[index]->Text()));
+    Devices(dialog, CB_SETCURSEL, static_cast<WPARAM>(Microphones.Present()));
+}
+
+// A list that is down stands still under the user's eyes.
+void FollowDevices(HWND dialog) {
+    if (!Devices(dialog, CB_GETDROPPEDSTATE) && Microphones.IsStale()) ShowDevices(dialog);
 }
 
 void ShowLevel(HWND dialog) {
@@ -104,6 +114,7 @@ void Tick(HWND dialog) {
     }
     PaintMeter(GetDlgItem(dialog, Meter), PRecLevel);
     FollowMixer(dialog);
+    FollowDevices(dialog);
 }
 
 void SliderMoved(HWND dialog) {
@@ -113,11 +124,11 @@ void SliderMoved(HWND dialog) {
 // Level and mic-through belong to the device's own mixer, so both may have changed with it. The
 // slider follows by itself.
 void DeviceChosen(HWND dialog) {
-    const LRESULT index = SendMessageA(GetDlgItem(dialog, DeviceList), CB_GETCURSEL, 0, 0);
+    const LRESULT index = Devices(dialog, CB_GETCURSEL);
     if (!Recogniser || index < 0) return;
-    const bool chosen = ChoosePRecDevice(static_cast<std::int32_t>(index));
+    const bool chosen = ChoosePRecDevice(Microphones.NameAt(static_cast<std::int32_t>(index)));
     // The other capture class has a list of its own.
-    if (!chosen || !Recogniser || Recogniser->GetDevice() != index) ShowDevices(dialog);
+    if (!chosen || Microphones.IsStale()) ShowDevices(dialog);
     ShowMicThru(dialog);
 }
 

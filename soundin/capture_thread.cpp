@@ -10,8 +10,8 @@ namespace Sonorel {
 
 namespace {
 
-// How often a thread whose device has fallen silent looks around.
-constexpr DWORD SilenceMilliseconds = 10000;
+// The longest single wait. Its end changes nothing: the thread waits again.
+constexpr DWORD LongestWait = 10000; // milliseconds
 
 } // namespace
 
@@ -36,7 +36,7 @@ void SoundInDx::DeliverUntilStopped(std::uint8_t* copy) {
     std::int32_t last = -1;
     for (;;) {
         const DWORD woken = WaitForMultipleObjects(static_cast<DWORD>(events.size()), events.data(),
-                                                   FALSE, SilenceMilliseconds);
+                                                   FALSE, LongestWait);
         if (woken == WAIT_TIMEOUT) continue;
         if (woken >= WAIT_OBJECT_0 + BlockCount) return; // stopped, or nothing to wait for any more
         DeliverDue(static_cast<std::int32_t>(woken - WAIT_OBJECT_0), last, copy);

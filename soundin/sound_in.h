@@ -17,9 +17,9 @@ class TextStringArray;
 using SoundInCallback = void (*)(std::uint32_t time, const std::uint8_t* data,
                                  std::int32_t byteCount, void* context);
 
-// Base of the capture classes, with the defaults that they share. All operations run on the owner's
-// thread; the callback runs on the delivering thread between Start and the return of Stop. Call
-// Stop and Close before destruction. Booleans are true for success.
+// Base of the capture classes, with the defaults that they share. Operations run on the owner's
+// thread; the callback runs on the delivering thread between Start and the return of Stop, and may
+// call GetSampleRate. Call Stop and Close before destruction. Booleans are true for success.
 class SoundIn {
 public:
     SoundIn() = default;

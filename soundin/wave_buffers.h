@@ -18,7 +18,7 @@ class SoundInWin;
 // still write to, and tell of, when the SoundInWin is long gone. Such buffers are kept, on purpose,
 // until a later Discard finds that they have come back; for good if they never do.
 //
-// All but CameBack runs on the owner's thread.
+// All but CameBack and Lend run on the owner's thread.
 class WaveBuffers {
 public:
     explicit WaveBuffers(SoundInWin& owner) : Owner(&owner) {}
@@ -36,7 +36,7 @@ public:
     void CameBack(WAVEHDR& header);
     // Waits for a callback that is at work; from within one there is nothing to wait for.
     void AwaitDelivery() { const LockScope section(Delivery); }
-    // Behind a reset: waits for what is still out, a second at the most, and unprepares what is
+    // Behind a reset: waits for what is still out, about a second at most, and unprepares what is
     // back. Does not wait from within a callback, whose own buffer is out until it returns.
     void TakeBack(HWAVEIN device);
     // No buffer is out, and no callback under way.

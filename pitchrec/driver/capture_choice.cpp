@@ -1,10 +1,10 @@
 #include "pitchrec/driver/capture_choice.h"
 
-#include "pitchrec/driver/microphone_name.h"
 #include "soundin/sound_in_dx.h"
 #include "soundin/sound_in_win.h"
 
 #include <new>
+#include <utility>
 
 using namespace Sonorel;
 
@@ -13,16 +13,21 @@ namespace {
 // What the capture is asked for, in frames a second.
 constexpr std::int32_t CaptureRate = 22050;
 
+// A closed capture object that is set to a microphone.
+struct Capture {
+    CaptureClass Class = CaptureClass::None;
+    std::unique_ptr<SoundIn> Input; // null: none knows the microphone
+    std::unique_ptr<const MicrophoneName> Name;
+};
+
 // Both lists have the system's default device first.
-bool FindDevice(SoundIn& input, const MicrophoneName* microphone) {
-    std::int32_t place = 0;
-    if (microphone) {
-        TextStringArray names;
-        input.GetDeviceNames(names);
-        place = microphone->PlaceIn(names);
-    }
+bool FindDevice(Capture& capture, const MicrophoneName* microphone) {
+    TextStringArray names;
+    capture.Input->GetDeviceNames(names);
+    const std::int32_t place = microphone ? microphone->PlaceIn(names) : 0;
     if (place < 0) return false;
-    input.SetDevice(place);
+    capture.Input->SetDevice(place);
+    if (names.At(place)) capture.Name.reset(new (std::nothrow) MicrophoneName(names, place));
     return true;
 }
 
@@ -34,27 +39,34 @@ bool Opens(SoundIn& input) {
     return opens;
 }
 
-// A closed capture object that is set to the microphone.
-std::unique_ptr<SoundIn> ChooseSoundIn(const MicrophoneName* microphone) {
-    if (std::unique_ptr<SoundInDx> direct(new (std::nothrow) SoundInDx);
-        direct && FindDevice(*direct, microphone)) {
-        if (Opens(*direct)) return direct;
+Capture ChooseSoundIn(const MicrophoneName* microphone) {
+    auto* const direct = new (std::nothrow) SoundInDx;
+    Capture found{CaptureClass::DirectSound, std::unique_ptr<SoundIn>(direct), nullptr};
+    if (direct && FindDevice(found, microphone)) {
+        if (Opens(*direct)) return found;
         // An entry of its own in this list only.
         if (direct->IsDefaultDevice()) microphone = nullptr;
     }
-    std::unique_ptr<SoundIn> wave(new (std::nothrow) SoundInWin);
-    if (wave && !FindDevice(*wave, microphone)) wave.reset();
-    return wave;
+    found = {CaptureClass::WaveIn, std::unique_ptr<SoundIn>(new (std::nothrow) SoundInWin),
+             nullptr};
+    if (found.Input && !FindDevice(found, microphone)) found.Input.reset();
+    return found;
 }
 
 } // namespace
 
-std::unique_ptr<PitchRec> OpenRecogniser(const MicrophoneName* microphone) {
-    std::unique_ptr<SoundIn> input = ChooseSoundIn(microphone);
-    if (!input) return nullptr;
-    std::unique_ptr<PitchRec> made(new (std::nothrow) PitchRecWaveIn(input.get()));
-    if (!made) return nullptr;
-    static_cast<void>(input.release()); // the recogniser's
-    if (!made->Open(CaptureRate)) made.reset();
-    return made;
+OpenMicrophone OpenRecogniser(const MicrophoneName* microphone) {
+    Capture capture = ChooseSoundIn(microphone);
+    if (!capture.Input) return {};
+    std::unique_ptr<PitchRec> made(new (std::nothrow) PitchRecWaveIn(capture.Input.get()));
+    if (!made) return {};
+    static_cast<void>(capture.Input.release()); // the recogniser's
+    if (!made->Open(CaptureRate)) return {};
+    return {std::move(made), capture.Class, std::move(capture.Name)};
+}
+
+void ListMicrophones(CaptureClass capture, TextStringArray& names) {
+    names.Clear();
+    if (capture == CaptureClass::DirectSound) SoundInDx().GetDeviceNames(names);
+    if (capture == CaptureClass::WaveIn) SoundInWin().GetDeviceNames(names);
 }

@@ -1,11 +1,10 @@
 #include "pitchrec/driver/listening.h"
 
-#include "pitchrec/driver/capture_choice.h"
-#include "pitchrec/driver/microphone_name.h"
+#include "engine/driver_table.h"
+#include "pitchrec/driver/prec_driver.h"
 #include "pitchrec/driver/recogniser_guard.h"
 #include "support/error_box.h"
 
-#include <new>
 #include <utility>
 
 using namespace Sonorel;
@@ -21,6 +20,9 @@ std::unique_ptr<const MicrophoneName> Chosen;
 bool Missing = false;
 bool Told = false;
 
+// Of the recogniser in place, which is kept for the poll on its own.
+OpenMicrophone Present;
+
 // Notes decided by two frames that agree; no attacks, no bends.
 void UsePlainNotes(PitchRec& recogniser) {
     recogniser.SetTrackingMode(false);
@@ -28,22 +30,15 @@ void UsePlainNotes(PitchRec& recogniser) {
     recogniser.SetPitchBendOutput(false);
 }
 
-std::unique_ptr<const MicrophoneName> NameOf(PitchRec& recogniser, std::int32_t device) {
-    TextStringArray names;
-    recogniser.GetDeviceNames(names);
-    if (!names.At(device)) return nullptr;
-    return std::unique_ptr<const MicrophoneName>(new (std::nothrow) MicrophoneName(names, device));
-}
-
 } // namespace
 
-std::unique_ptr<PitchRec> OpenOnChoice(const Turn& turn) {
-    std::unique_ptr<PitchRec> made = OpenRecogniser(Chosen.get());
-    if (!turn.IsLast()) return nullptr;
-    Missing = Chosen && !made;
+OpenMicrophone OpenOnChoice(const Turn& turn) {
+    OpenMicrophone made = OpenRecogniser(Chosen.get());
+    if (!turn.IsLast()) return {};
+    Missing = Chosen && !made.Recogniser;
     if (!Missing) Told = false;
     if (Missing) made = OpenRecogniser(nullptr);
-    return turn.IsLast() ? std::move(made) : nullptr;
+    return turn.IsLast() ? std::move(made) : OpenMicrophone();
 }
 
 void TellOfMissingMicrophone() {
@@ -55,30 +50,29 @@ void TellOfMissingMicrophone() {
     ShowErrorBox(text, TextString("Pitch Recognition"), MB_ICONEXCLAMATION);
 }
 
-bool ChoosePRecDevice(std::int32_t device) {
-    if (!Recogniser) return false;
-    std::unique_ptr<const MicrophoneName> wanted = NameOf(*Recogniser, device);
-    if (!wanted) return false;
+bool ChoosePRecDevice(std::unique_ptr<const MicrophoneName> wanted) {
+    if (!Recogniser || !wanted) return false;
     const Turn turn;
     const bool on = Recogniser->IsRunning();
     // First, since the two may be one device under two names.
     StopListening();
-    std::unique_ptr<PitchRec> made = OpenRecogniser(wanted.get());
+    OpenMicrophone made = OpenRecogniser(wanted.get());
     if (!turn.IsLast()) return false;
-    const bool chosen = made != nullptr;
+    const bool chosen = made.Recogniser != nullptr;
     if (chosen) {
         Chosen = std::move(wanted);
         Missing = Told = false;
     } else {
         made = OpenOnChoice(turn);
     }
-    if (made) StartListening(std::move(made), on);
+    if (made.Recogniser) StartListening(std::move(made), on);
     return chosen;
 }
 
-void StartListening(std::unique_ptr<PitchRec> recogniser, bool on) {
-    PitchRec& started = *recogniser;
-    delete SetRecogniser(recogniser.release());
+void StartListening(OpenMicrophone microphone, bool on) {
+    PitchRec& started = *microphone.Recogniser;
+    delete SetRecogniser(microphone.Recogniser.release());
+    Present = std::move(microphone);
     started.Enable(on);
     UsePlainNotes(started);
 }
@@ -86,7 +80,12 @@ void StartListening(std::unique_ptr<PitchRec> recogniser, bool on) {
 void StopListening() {
     // From here on no poll can see it, so it may be taken apart while the timer runs.
     const std::unique_ptr<PitchRec> closing(SetRecogniser(nullptr));
+    Present = {};
+    if (!PRecInDialog) PRecHeldNote = NoHeldNote;
     if (!closing) return;
     closing->Enable(false);
     UsePlainNotes(*closing);
 }
+
+CaptureClass PresentClass() { return Present.Class; }
+const MicrophoneName* PresentMicrophone() { return Present.Name.get(); }

@@ -1,7 +1,7 @@
 // Which recogniser listens, to which microphone, and who has the last word on it.
 #pragma once
 
-#include "pitchrec/pitch_rec.h"
+#include "pitchrec/driver/capture_choice.h"
 
 #include <cstdint>
 #include <memory>
@@ -26,22 +26,26 @@ private:
     std::uint32_t Mine;
 };
 
-// A recogniser that is open on the user's microphone; on the system's default one if the user has
-// not chosen, or for as long as the chosen one cannot be had. Null: neither could be opened, or the
-// turn has passed to another.
-std::unique_ptr<Sonorel::PitchRec> OpenOnChoice(const Turn& turn);
+// The user's microphone, open; the system's default one if the user has not chosen, or for as long
+// as the chosen one cannot be had. There is no recogniser if neither could be opened, or the turn
+// has passed to another.
+OpenMicrophone OpenOnChoice(const Turn& turn);
 
 // Tells the user, once until it is heard again, that the default microphone listens in place of the
 // chosen one. Shows a box.
 void TellOfMissingMicrophone();
 
-// Makes the present recogniser's device at the index the user's choice, which holds for the
-// process, and goes over to it at once. False if it cannot be opened: the choice is then the one
-// before, and listens again. False too when the host has opened or closed the row meanwhile. May
-// show boxes.
-bool ChoosePRecDevice(std::int32_t device);
+// Makes this microphone the user's choice, which holds for the process, and goes over to it at
+// once. False if it cannot be opened: the choice is then the one before, and listens again. False
+// too if it is null, if no recogniser is in place, or when the host has opened or closed the row
+// meanwhile. May show boxes.
+bool ChoosePRecDevice(std::unique_ptr<const Sonorel::MicrophoneName> wanted);
 
 // Puts the recogniser in place.
-void StartListening(std::unique_ptr<Sonorel::PitchRec> recogniser, bool on);
+void StartListening(OpenMicrophone microphone, bool on);
 // Takes the recogniser, if there is one, out of its place and closes it.
 void StopListening();
+
+// What the recogniser in place hears; none and null without one.
+CaptureClass PresentClass();
+const Sonorel::MicrophoneName* PresentMicrophone();

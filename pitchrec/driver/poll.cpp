@@ -7,11 +7,17 @@
 #include <optional>
 #include <utility>
 
+std::atomic<std::int32_t> PRecHeldNote{NoHeldNote};
+
 namespace {
+
+constexpr auto relaxed = std::memory_order_relaxed;
+constexpr std::int32_t NoteOff = 0x80, NoteOn = 0x90, ReleaseVelocity = 0x40;
 
 struct Note {
     std::uint32_t Number; // of the recogniser that heard it
-    std::int32_t Time;
+    std::int32_t Time;    // on the timeGetTime clock
+    std::int32_t Channel;
     std::int32_t Status;
     std::int32_t Data1;
     std::int32_t Data2;
@@ -40,19 +46,42 @@ std::atomic<bool> OnePoll::Polling{false};
 // as they do. Read and written by the one poll only.
 std::optional<Note> Deferred;
 
-// One waiting note. Without one, and while a dialog takes them, it refreshes the meter's level
+// Which recogniser heard the held note. Read and written by the one poll only.
+std::uint32_t HeldNumber = 0;
+
+// There is one at a time: the recogniser ends a note before it begins the next.
+void FollowHeldNote(const Note& note) {
+    const std::int32_t key = note.Channel * 256 + note.Data1;
+    if (note.Status == NoteOn) PRecHeldNote.store(key, relaxed), HeldNumber = note.Number;
+    if (note.Status == NoteOff) PRecHeldNote.store(NoHeldNote, relaxed);
+}
+
+// The end of the note that was held when the dialog took over. False if there was none. No poll need
+// come while the dialog is up: the next one ends the note.
+bool EndHeldNote(Note& note) {
+    const std::int32_t held = PRecHeldNote.load(relaxed);
+    if (held == NoHeldNote || HeldNumber == RecogniserNumber) return false;
+    const auto now = static_cast<std::int32_t>(timeGetTime());
+    note = {RecogniserNumber, now, held / 256, NoteOff, held % 256, ReleaseVelocity};
+    return true;
+}
+
+// One waiting note. Without one, and while they are the dialog's, it refreshes the meter's level
 // instead.
 bool TakeNote(Note& note) {
     const RecogniserGuard guard;
-    if (!guard || !Recogniser || !Recogniser->IsRunning()) return false;
-    const bool mine = PRecDialogs.load(std::memory_order_relaxed) == 0;
-    const std::optional<Note> deferred =
-        mine ? std::exchange(Deferred, std::nullopt) : std::nullopt;
-    if (deferred && deferred->Number == RecogniserNumber) return note = *deferred, true;
+    if (!guard) return false;
+    if (EndHeldNote(note)) return true;
+    const bool inDialog = PRecInDialog.load(relaxed) != 0;
+    if (!Recogniser || !Recogniser->IsRunning()) return false;
+    const std::optional<Note> deferred = std::exchange(Deferred, std::nullopt);
+    if (!inDialog && deferred && deferred->Number == RecogniserNumber) return note = *deferred, true;
     note.Number = RecogniserNumber;
-    if (mine && Recogniser->GetNote(&note.Time, &note.Status, &note.Data1, &note.Data2))
+    if (!inDialog && Recogniser->GetNote(&note.Time, &note.Status, &note.Data1, &note.Data2)) {
+        note.Channel = PRecChannel.load(relaxed);
         return true;
-    PRecLevel.store(Recogniser->GetSignalLevel(), std::memory_order_relaxed);
+    }
+    PRecLevel.store(Recogniser->GetSignalLevel(), relaxed);
     return false;
 }
 
@@ -67,7 +96,7 @@ void PollPitchRec() {
         MIDIEvent event{};
         // The age of the note: the receive path counts it back from its own now.
         event.Time = static_cast<std::int32_t>(timeGetTime() - static_cast<DWORD>(note.Time));
-        event.Channel = static_cast<std::int16_t>(PRecChannel.load(std::memory_order_relaxed));
+        event.Channel = static_cast<std::int16_t>(note.Channel);
         event.Length = 2;
         event.Status = static_cast<std::uint8_t>(note.Status);
         event.Data1 = static_cast<std::uint8_t>(note.Data1);
@@ -76,5 +105,6 @@ void PollPitchRec() {
             Deferred = note;
             return;
         }
+        FollowHeldNote(note);
     }
 }

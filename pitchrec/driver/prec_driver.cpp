@@ -4,12 +4,11 @@
 #include "engine/driver_table.h"
 #include "pitchrec/driver/listening.h"
 
-#include <memory>
 #include <utility>
 
 Sonorel::PitchRec* Recogniser = nullptr;
 std::atomic<std::int32_t> PRecLevel{0};
-std::atomic<std::int32_t> PRecDialogs{0};
+std::atomic<std::uint8_t> PRecInDialog{0};
 
 namespace {
 
@@ -33,9 +32,9 @@ std::uint8_t PRecTerm() {
 std::uint8_t PRecOpen() {
     const Turn turn;
     StopListening(); // the engine opens a row that is closed
-    std::unique_ptr<Sonorel::PitchRec> made = OpenOnChoice(turn);
-    if (made) {
-        StartListening(std::move(made), EnablePitchRec != 0);
+    OpenMicrophone made = OpenOnChoice(turn);
+    if (made.Recogniser) {
+        StartListening(std::move(made), EnablePitchRec != 0 || PRecInDialog != 0);
         TellOfMissingMicrophone();
     } else if (turn.IsLast()) {
         MessageBoxA(nullptr, "Error initializing Pitch Recognition", "Testing",
@@ -44,7 +43,7 @@ std::uint8_t PRecOpen() {
     return Recogniser != nullptr;
 }
 
-// Notes still in the ring go with it, and a held note gets no end.
+// Notes still in the ring go with it, and a held note gets no end unless it closes for its dialog.
 std::uint8_t PRecClose() {
     const Turn turn;
     StopListening();

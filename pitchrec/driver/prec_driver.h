@@ -1,5 +1,5 @@
-// Row 1 of the driver table: the microphone as a MIDI input. The slots themselves and
-// EnablePitchRec are declared in engine/driver_table.h.
+// Row 1 of the driver table: the microphone as a MIDI input. The slots themselves and PRecInDialog
+// are declared in engine/driver_table.h.
 #pragma once
 
 #include "pitchrec/driver/settings.h"
@@ -12,9 +12,11 @@
 // dialog may read it freely; the poll reads it under a guard that Close waits for.
 extern Sonorel::PitchRec* Recogniser;
 
-// Microphone dialogs that are up. Meanwhile the notes in the ring are theirs, and the poll takes
-// none. Relaxed: a note taken just before is one that was sung before.
-extern std::atomic<std::int32_t> PRecDialogs;
+// The note that the poll has handed on without its end: its key, and its channel times 256. When
+// the dialog takes the microphone over, the next poll ends it. Relaxed: one value, which the poll
+// sets and an opening or closing forgets.
+constexpr std::int32_t NoHeldNote = -1;
+extern std::atomic<std::int32_t> PRecHeldNote;
 
 // The input level that the last poll fetched, in sample units, for the meter.
 extern std::atomic<std::int32_t> PRecLevel;

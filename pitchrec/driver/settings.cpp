@@ -1,6 +1,5 @@
 #include "pitchrec/driver/settings.h"
 
-#include "engine/driver_table.h"
 #include "engine/module.h"
 #include "support/profile.h"
 
@@ -32,6 +31,9 @@ void ReadPRecSettings() {
 }
 
 bool WritePRecSettings() {
-    return Write("EnablePitchRec", EnablePitchRec) && Write("Channel", PRecChannel) &&
-           Write("NoteRangeMin", NoteRangeMin) && Write("NoteRangeMax", NoteRangeMax);
+    bool written = Write("EnablePitchRec", EnablePitchRec);
+    written &= Write("Channel", PRecChannel);
+    written &= Write("NoteRangeMin", NoteRangeMin);
+    written &= Write("NoteRangeMax", NoteRangeMax);
+    return written;
 }

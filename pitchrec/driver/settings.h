@@ -1,16 +1,16 @@
-// The settings of section PRECDRVR, as the dialog shows and stores them. EnablePitchRec, the first
-// of them, is declared in engine/driver_table.h.
+// The settings of section PRECDRVR, as the dialog shows and stores them.
 #pragma once
 
 #include <atomic>
 #include <cstdint>
 
 // Relaxed: single values.
+extern std::atomic<std::uint8_t> EnablePitchRec;
 extern std::atomic<std::uint16_t> PRecChannel;  // zero-based Channel of every recognised note
 extern std::atomic<std::uint16_t> NoteRangeMin; // shown in the dialog; filters nothing
 extern std::atomic<std::uint16_t> NoteRangeMax;
 
-// Reads them and EnablePitchRec from the ini file. Thread: host.
+// Reads them from the ini file. Thread: host.
 void ReadPRecSettings();
-// Stores them. False if the ini file cannot be written. Thread: host.
+// Stores each of them that can be stored. False if one could not. Thread: host.
 bool WritePRecSettings();

@@ -95,7 +95,9 @@ private:
         const Fl_Menu_Item* present = Of.Selection < 0 ? nullptr : &entries[0] + Of.Selection;
         Fl_Group::current(nullptr);
         Fl::add_timeout(PumpEvery, &PumpDialog, &In);
+        Of.Dropped = true;
         const Fl_Menu_Item* chosen = entries[0].pulldown(x(), y(), w(), h(), present, this);
+        Of.Dropped = false;
         Fl::remove_timeout(&PumpDialog, &In);
         if (chosen) In.Choose(Of, static_cast<int>(chosen - &entries[0]));
         return 1;

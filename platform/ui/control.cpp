@@ -78,6 +78,8 @@ LRESULT AnswerList(Control& list, UINT message, WPARAM first, LPARAM second) {
         if (!ValidEntry(list, first)) return CB_ERR;
         list.Items[first].Data = second;
         return 0;
+    case CB_GETDROPPEDSTATE:
+        return list.Dropped ? TRUE : FALSE;
     case CB_RESETCONTENT:
         list.Items.clear();
         list.Selection = -1;

@@ -71,6 +71,7 @@ struct Control {
 
     std::vector<Item> Items; // of a list
     int Selection = -1;      // -1 for none
+    bool Dropped = false;    // its entries are shown to choose from
 
     int Position = 0; // of a slider, whose minimum is at the top
     int Minimum = 0, Maximum = 100;

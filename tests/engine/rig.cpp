@@ -21,12 +21,16 @@ void Run(const std::function<void()>& action) {
 template <int row>
 struct FakeSlots {
     static FakeRow& Me() { return FakeDrivers::Rows[row]; }
-    static void Say(const char* slot) { ::Say(slot + std::to_string(row)); }
+    // The plus: the microphone is its dialog's.
+    static void Say(const char* slot) {
+        const char* plus = row == PRecRow && PRecInDialog ? "+" : "";
+        ::Say(slot + (plus + std::to_string(row)));
+    }
 
     static std::uint16_t Init() { return Say("Init"), Me().InitResult; }
     static std::uint8_t Term() { return Say("Term"), std::uint8_t{1}; }
     static std::uint8_t Open() {
-        Say(EnablePitchRec ? "Open+" : "Open"); // the plus: the microphone is switched on
+        Say("Open");
         Run(Me().OnOpen);
         return Me().Opens;
     }

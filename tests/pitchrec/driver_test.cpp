@@ -108,6 +108,10 @@ TEST_F(PRecDriver, TakesTheNextNoteWhenTheOneBeforeIsThrough) {
     EXPECT_EQ(TakeReceived().size(), 2u);
     ZorEchoMIDI(0, nullptr);
     ZorErrorMIDI(nullptr);
+    PRecInDialog = 1; // takes over, and no note is held any more
+    PollPitchRec();
+    PRecInDialog = 0;
+    EXPECT_TRUE(TakeReceived().empty());
 }
 
 // The host sends, the device refuses, and the timer expires while its box is up. What was sung

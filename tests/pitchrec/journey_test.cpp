@@ -41,6 +41,11 @@ protected:
         const auto desk = machine::AddMicrophone({"Desk", formats, channels});
         machine::FeedGenerator(desk, Melody(tones));
     }
+    static bool Choose(const char* name) {
+        Sonorel::TextStringArray names;
+        names.AppendText(name);
+        return ChoosePRecDevice(std::make_unique<Sonorel::MicrophoneName>(names, 0));
+    }
     // When a block of the capture begins, in seconds on the feed.
     static double BlockStart(int block) { return block * 512 / 22050.0; }
 };
@@ -107,7 +112,7 @@ TEST_F(Journey, OpensIdleWhileSwitchedOffButNotWithoutMemory) {
     EXPECT_TRUE(PRecOpen());
     EXPECT_FALSE(Recogniser->IsRunning());
     // The first entry of one list stands for whatever the system has first in the other.
-    ASSERT_TRUE(ChoosePRecDevice(0));
+    ASSERT_TRUE(Choose("Primary Sound Capture Driver"));
     machine::FailCall(machine::Call::CreateCaptureBuffer, 1, DSERR_ALLOCATED, 0);
     EXPECT_TRUE(PRecOpen());
     EXPECT_TRUE(TakeBoxTexts().empty());
@@ -155,7 +160,7 @@ protected:
         First = Add("First");
         Second = Add("Second");
         ASSERT_TRUE(PRecOpen());
-        ASSERT_TRUE(ChoosePRecDevice(NumberOf(Second)));
+        ASSERT_TRUE(Choose("Second"));
     }
     void TearDown() override {
         MachineTest::TearDown();
@@ -164,10 +169,6 @@ protected:
     }
     static machine::Microphone Add(const char* name) {
         return machine::AddMicrophone({.Name = name, .Exclusive = true});
-    }
-    // There are never more than two.
-    std::int32_t NumberOf(machine::Microphone microphone) const {
-        return (microphone != First) + (GetParam() == DirectSound::Present);
     }
     // Neither class opens anything, the next so many times or for good.
     static void RefuseOpening(int times = 0) {
@@ -200,10 +201,10 @@ TEST_P(Choice, IsKeptAndNoOtherMicrophoneTouched) {
     }
     EXPECT_TRUE(TakeBoxTexts().empty());
     RefuseOpening(1);
-    EXPECT_FALSE(ChoosePRecDevice(NumberOf(First)));
+    EXPECT_FALSE(Choose("First"));
     EXPECT_EQ(TakeBoxTexts().size(), 1u);
     EXPECT_EQ(Open(Second), 1);
-    EXPECT_FALSE(ChoosePRecDevice(99));
+    EXPECT_FALSE(Choose("Third"));
     ASSERT_TRUE(PRecOpen());
     EXPECT_EQ(Open(Second), 1);
 }
@@ -227,8 +228,7 @@ TEST_P(Choice, GivesWayToTheDefaultWhileItIsGone) {
 
 // What the host does from within a box decides, whatever the box came in the middle of.
 TEST_P(Choice, LeavesTheLastWordToTheHost) {
-    const std::function<void()> begins[] = {[] { PRecOpen(); },
-                                            [this] { ChoosePRecDevice(NumberOf(First)); }};
+    const std::function<void()> begins[] = {[] { PRecOpen(); }, [] { Choose("First"); }};
     const std::function<void()> acts[] = {[] { PRecClose(); }, [] { PRecOpen(); },
                                           [] { PRecClose(), PRecOpen(); }};
     int met = 0;
@@ -238,7 +238,7 @@ TEST_P(Choice, LeavesTheLastWordToTheHost) {
         const auto& act = acts[place / 2 % 3];
         const int refused = place / 6 % 3; // openings in a row
         int before = place / 18;           // boxes that are left alone
-        ASSERT_TRUE(PRecOpen() && ChoosePRecDevice(NumberOf(Second)));
+        ASSERT_TRUE(PRecOpen() && Choose("Second"));
         machine::Unplug(Second); // so that a box tells of that too
         if (refused > 0) RefuseOpening(refused);
         bool acted = false;

@@ -230,7 +230,6 @@ TEST_P(TonequillTest, TheMeterHearsTheMicrophoneAndNotesAreDropped) {
         EXPECT_FALSE(Recogniser->GetNote(&time, &status, &data1, &data2));
     });
     EXPECT_TRUE(TakeReceived().empty());
-    EXPECT_EQ(PRecDialogs, 0); // from now on they are the host's
 }
 
 TEST_P(TonequillTest, ADeviceIsTakenUpAtOnceAndForLater) {
@@ -281,6 +280,101 @@ TEST_P(TonequillTest, ADeviceIsTakenUpAtOnceAndForLater) {
         EXPECT_EQ(machine::StatsOf(headset).Capturing, 1);
         user.Select(DeviceList, "Headset");
     });
+}
+
+// Numbers shift behind a list that still shows what there was.
+TEST_P(TonequillTest, WhatIsShownIsWhatIsOpened) {
+    const machine::Microphone headset = AddMicrophone({"Headset"}), desk = AddMicrophone({"Desk"}),
+                              line = AddMicrophone({"Line"}), piano = AddMicrophone({"Piano"});
+    const auto shown = [](DialogUser& user) {
+        std::vector<std::string> names = user.Items(DeviceList);
+        if (GetParam() == DirectSound::Present) names.erase(names.begin());
+        return names;
+    };
+    using Names = std::vector<std::string>;
+    Mic([&](DialogUser& user) {
+        machine::MoveControl(piano, MicrophoneVolume, FullVolume);
+        machine::Unplug(headset);
+        user.Select(DeviceList, "Line");
+        EXPECT_EQ(machine::StatsOf(line).Open, 1);
+        EXPECT_EQ(Value(piano, MicrophoneVolume), FullVolume);
+        user.Wait(50);
+        EXPECT_EQ(shown(user), (Names{"Desk", "Line", "Piano"}));
+        AddMicrophone({"Headset"});
+        machine::Unplug(desk);
+        user.Drop(DeviceList, true); // it stands still under the user's eyes
+        user.Wait(50);
+        EXPECT_EQ(shown(user), (Names{"Desk", "Line", "Piano"}));
+        user.Drop(DeviceList, false);
+        user.Wait(50);
+        EXPECT_EQ(shown(user), (Names{"Line", "Piano", "Headset"}));
+        EXPECT_EQ(user.Text(DeviceList), "Line");
+        machine::Unplug(line);
+        user.Wait(50);
+        EXPECT_EQ(user.Text(DeviceList), ""); // it still listens, and is not there
+        machine::FailCall(machine::Call::CreateCaptureBuffer, 1, DSERR_ALLOCATED);
+        user.Select(DeviceList, "Piano"); // by waveIn, which lists no entry for the default
+        EXPECT_EQ(user.Items(DeviceList), (Names{"Piano", "Headset"}));
+        user.Select(DeviceList, "Headset");
+        EXPECT_EQ(user.Text(DeviceList), "Headset");
+    });
+}
+
+// The chosen microphone is missing, of which a box tells while the row opens for the dialog. The
+// feature is switched off, the timer runs, and the host starts from that box.
+TEST_P(TonequillTest, NotesBeforeTheDialogAreItsOwnToo) {
+    Sing(AddMicrophone({"Headset"}), 100);
+    const machine::Microphone line = AddMicrophone({"Line"});
+    Mic([](DialogUser& user) { user.Select(DeviceList, "Line"); });
+    machine::Unplug(line);
+    ZorAllocMIDI(0, 100);
+    ASSERT_TRUE(ZorStartTimer());
+    machine::WhileBoxIsUp([](const machine::Box&) {
+        EXPECT_TRUE(ZorStartMIDI(0));
+        machine::Advance(1000);
+        EXPECT_NEAR(PRecLevel, 100, 3); // it listens already
+    });
+    Mic([](DialogUser& user) {
+        user.Wait(1000);
+        user.Select(DeviceList, "Headset");
+    });
+    EXPECT_EQ(TakeBoxTexts().size(), 1u);
+    EXPECT_TRUE(TakeReceived().empty());
+    EXPECT_EQ(Recogniser, nullptr); // the user's own setting decides
+}
+
+// A note that the host holds when the dialog opens ends there, and begins anew after the dialog.
+// One that a stop has cut off has nothing to do with a later dialog.
+TEST_P(TonequillTest, AHeldNoteEndsWhenTheDialogTakesOver) {
+    const machine::Microphone headset = AddMicrophone({"Headset"});
+    Sing(headset, 100);
+    WriteIni("[PRECDRVR]\nEnablePitchRec=1\nChannel=3\n");
+    ComeUp();
+    ZorAllocMIDI(0, 100);
+    ASSERT_TRUE(ZorStartMIDI(1));
+    machine::Advance(1000);
+    Mic([](DialogUser& user) { user.Wait(1000); });
+    machine::Advance(1000);
+    using Notes = std::vector<std::array<int, 3>>;
+    Notes notes;
+    for (const MIDIEvent& note : TakeReceived())
+        notes.push_back({note.Status, note.Channel, note.Data1});
+    const int key = notes.at(0)[2];
+    EXPECT_EQ(notes, (Notes{{0x90, 3, key}, {0x80, 3, key}, {0x90, 3, key}}));
+    ZorStopMIDI();
+    ASSERT_TRUE(ZorStartTimer());
+    Mic([](DialogUser& user) { user.Wait(50); });
+    EXPECT_TRUE(TakeReceived().empty());
+}
+
+TEST_P(TonequillTest, AllIsWrittenThatCanBe) {
+    machine::FailCall(machine::Call::WritePrivateProfileStringA, 1, 0);
+    Mic([](DialogUser& user) {
+        user.Type(ChannelField, "4");
+        user.Click(IDOK);
+    });
+    EXPECT_EQ(ReadIni(), "[PRECDRVR]\nChannel=3\nNoteRangeMin=0\nNoteRangeMax=127\n");
+    EXPECT_NE(TakeBoxTexts().back(), "Error initializing Pitch Recognition");
 }
 
 TEST_P(TonequillTest, ADialogThatCannotBeMadeSaysSo) {

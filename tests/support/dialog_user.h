@@ -36,6 +36,7 @@ public:
     bool Type(int id, const std::string& text); // clicks into the field and replaces its text
     bool Select(int id, const std::string& entry);
     bool Select(int id, int index);
+    void Drop(int id, bool down) { The(id).Dropped = down; } // a list's entries
     bool Slide(int id, int position);
     void Scroll(int id) { // any control
         At.Send(WM_VSCROLL, 0, reinterpret_cast<LPARAM>(GetDlgItem(At.Handle, id)));
