@@ -43,9 +43,9 @@ TEST(Record, WhatAKilledOneTookIsKeptByTheNext) {
         peer.Send(Packed(0x90, 60, 100));
         ASSERT_TRUE(peer.Await(Packed(0x90, 60, 100)));
     }
-    ASSERT_TRUE(record.Await("1 notes"));
+    ASSERT_TRUE(record.Await("1 note, 1 message"));
     record.Err.clear(); // two seconds from one line to the next
-    ASSERT_TRUE(record.Await("1 notes"));
+    ASSERT_TRUE(record.Await("1 note, 1 message"));
     EXPECT_EQ(ReadBack("killed.part.mid").size(), 1u);
     record.Signal(SIGKILL);
     record.Finish();
