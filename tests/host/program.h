@@ -1,6 +1,6 @@
 // A program as a user runs it, zorhost mostly: a process in a folder of this test program, made
-// new, into which XDG_RUNTIME_DIR and XDG_CONFIG_HOME point as well. The test itself works there
-// too.
+// new, in which its home, settings, runtime folder and temporary files lie as well. There is no
+// sound server and no display. The test itself works there too.
 #pragma once
 
 #include <string>

@@ -174,9 +174,8 @@ TEST(Microphone, OfTheSettingsHearsSilenceAndOneOfAFileIsComparedWithWhatWasWrit
     const Result result =
         RunZorhost("play short.mid --mic three.wav --written written.mid --report");
     EXPECT_EQ(result.Code, 0) << result.Err;
-    EXPECT_NE(
-        result.Out.find("2 of 3 written notes heard, 1 missed, 1 heard that were not written"),
-        std::string::npos)
+    EXPECT_NE(result.Out.find("2 of 3 written notes heard, 1 missed, 1 heard that was not written"),
+              std::string::npos)
         << result.Out;
 }
 
