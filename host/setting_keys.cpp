@@ -41,13 +41,18 @@ void Choose(PortSetting& row, const MidiDevice& device) {
     std::memcpy(row.Name, device.Name, sizeof row.Name);
 }
 
-// Shows a row as its list does: with the first device that begins with the stored name, else none.
+// Shows a row as its list does: with the device that bears the stored name, else the first that
+// begins with it, else none.
 void Show(PortSetting& row, const Devices& devices) {
     const std::size_t length = std::strlen(row.Name);
     const auto begins = [&](const MidiDevice& device) {
         return strncasecmp(device.Name, row.Name, length) == 0;
     };
-    const auto found = std::ranges::find_if(devices, begins);
+    const auto same = [&](const MidiDevice& device) {
+        return std::strcmp(device.Name, row.Name) == 0;
+    };
+    auto found = std::ranges::find_if(devices, same);
+    if (found == devices.end()) found = std::ranges::find_if(devices, begins);
     const auto none = std::ranges::find(devices, NoDevice, &MidiDevice::ID);
     Choose(row, length > 0 && found != devices.end() ? *found : *none);
 }
