@@ -16,18 +16,18 @@ protected:
     }
     // The device that one --in opens.
     static std::string Opened(const std::string& wanted) {
-        const zorhost::RunSettings run(Folder, {{wanted}, {}});
+        const zorhost::RunSettings run(Folder(), {{wanted}, {}});
         return zorhost::ReadPortMap(run.IniPath()).Inputs.at(0).Device;
     }
     static std::string Refusal(const std::vector<std::string>& wanted) {
         try {
-            const zorhost::RunSettings run(Folder, {wanted, {}});
+            const zorhost::RunSettings run(Folder(), {wanted, {}});
         } catch (const zorhost::HostError& error) {
             return error.what();
         }
         return "";
     }
-    static inline const std::string Folder = std::filesystem::path(IniFile()).parent_path();
+    static std::string Folder() { return std::filesystem::path(IniFile()).parent_path(); }
 };
 
 TEST_F(Ports, AWholeNameGoesBeforeThePartOfAnother) {

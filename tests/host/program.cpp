@@ -10,6 +10,7 @@
 #include <poll.h>
 #include <sstream>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -60,6 +61,7 @@ Program::Program(const std::string& arguments) {
     pointers.push_back(nullptr);
     Process = fork();
     if (Process == 0) {
+        std::signal(SIGXFSZ, SIG_IGN);    // a file that may not grow is an error like a full disk
         prctl(PR_SET_PDEATHSIG, SIGKILL); // the watchdog may end the test
         dup2(out[1], STDOUT_FILENO);
         dup2(err[1], STDERR_FILENO);
@@ -104,6 +106,11 @@ bool Program::Await(const std::string& text) {
         if (Out.find(text) != std::string::npos || Err.find(text) != std::string::npos) return true;
     } while (ReadMore());
     return false;
+}
+
+void Program::LimitFiles(unsigned bytes) const {
+    const rlimit limit = {bytes > 0 ? bytes : RLIM_INFINITY, RLIM_INFINITY};
+    if (prlimit(Process, RLIMIT_FSIZE, &limit, nullptr) != 0) std::abort();
 }
 
 void Program::Signal(int number) {

@@ -18,6 +18,8 @@ public:
 
     // Reads on until the text has appeared on either output. False if the program ended without it.
     bool Await(const std::string& text);
+    // Every file that it writes ends there, as on a full disk; 0 makes room again.
+    void LimitFiles(unsigned bytes) const;
     void Signal(int number); // SIGINT as Ctrl-C; with SIGSTOP it stands still when this returns
     // Waits for the end and gives the exit code; 128 plus the signal if one ended it.
     int Finish();
