@@ -23,7 +23,9 @@ public:
         Sound.OffLevel = Maker.OffLevel();
     }
     HeardSound Hear() {
-        ReadAll();
+        do ReadAll();
+        while (!Interrupted() && File.ReadAnew());
+        Sound.Remark = File.Remark();
         Measure();
         return std::move(Sound);
     }
@@ -43,6 +45,7 @@ private:
 };
 
 void FileHearing::ReadAll() {
+    Samples = {};
     Resampled source(File);
     ToneFilter filter;
     Block block;

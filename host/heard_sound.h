@@ -24,6 +24,7 @@ struct HeardSound {
     int OnLevel = 0;      // from which a pitch is searched for, and further on
     int OffLevel = 0;
     bool BrokeOff = false; // there should have been more
+    std::string Remark;    // what the user is told of the file; mostly nothing
 };
 
 // Takes 64 MB of memory at most and 6 MB an hour for the frames; what is longer than 12 minutes

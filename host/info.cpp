@@ -83,8 +83,8 @@ double Seconds(const Song& song) {
 std::vector<std::string> Warnings(const Song& song) {
     std::vector<std::string> lines = song.Findings;
     if (song.SystemExclusive > 0) {
-        lines.push_back(std::to_string(song.SystemExclusive) +
-                        " system exclusive messages, which play leaves out");
+        lines.push_back(Counted(song.SystemExclusive, "system exclusive message") +
+                        ", which play leaves out");
     }
     if (song.Events.empty()) lines.push_back("it holds no notes");
     if (Seconds(song) > Longest) lines.push_back("what comes after 24 days is not played");
@@ -116,15 +116,15 @@ void PrintTrack(std::size_t number, const TrackInfo& info) {
         std::snprintf(range, sizeof range, "%4s to %-4s", NoteName(info.Lowest).c_str(),
                       NoteName(info.Highest).c_str());
     const std::string instruments = Joined(info.Instruments);
-    PrintRow(5, "t%-3zu %5zu notes  %-12s  ch %-8s %s%s", number, info.Notes, range,
-             Joined(info.Channels).c_str(), info.Name.c_str(),
-             instruments.empty() ? "" : ("  (" + instruments + ")").c_str());
+    PrintRow(5, "t%-3zu %5zu %-5s  %-12s  ch %-8s %s%s", number, info.Notes,
+             info.Notes == 1 ? "note" : "notes", range, Joined(info.Channels).c_str(),
+             info.Name.c_str(), instruments.empty() ? "" : ("  (" + instruments + ")").c_str());
 }
 
 void PrintText(const Song& song) {
-    std::printf("Length   %s, %lld bars\n",
+    std::printf("Length   %s, %s\n",
                 ClockText(static_cast<std::int64_t>(Seconds(song) * 1000)).c_str(),
-                static_cast<long long>(BarOf(song, std::max<std::int64_t>(0, song.EndTick - 1))));
+                Counted(BarOf(song, std::max<std::int64_t>(0, song.EndTick - 1)), "bar").c_str());
     const auto tempo = [](const midifile::Tempo& one) {
         char text[32];
         std::snprintf(text, sizeof text, "%.4g", BeatsPerMinute(one));
@@ -136,8 +136,10 @@ void PrintText(const Song& song) {
     PrintRow(9, "Tempo    %s quarter notes a minute",
              ChangesText(song, song.Map.Tempos(), tempo).c_str());
     PrintRow(9, "Meter    %s", ChangesText(song, song.Map.Meters(), meter).c_str());
-    PrintRow(9, "File     type %d, %zu tracks, %zu messages, %d ticks a quarter note", song.Format,
-             song.Tracks.size(), song.Events.size(), song.Map.TicksPerQuarter());
+    PrintRow(9, "File     type %d, %s, %s, %s a quarter note", song.Format,
+             Counted(std::ssize(song.Tracks), "track").c_str(),
+             Counted(std::ssize(song.Events), "message").c_str(),
+             Counted(song.Map.TicksPerQuarter(), "tick").c_str());
     for (std::size_t i = 0; i < song.Tracks.size(); ++i) PrintTrack(i + 1, InfoOf(song.Tracks[i]));
     for (const std::string& line : Warnings(song)) PrintRow(6, "Mind: %s", line.c_str());
 }

@@ -1,6 +1,7 @@
 #include "host/journal.h"
 
 #include "host/host_error.h"
+#include "host/names.h"
 #include "host/progress.h"
 #include "host/recording.h"
 #include "midifile/reader.h"
@@ -81,9 +82,9 @@ void Rescue(const fs::path& journal, const fs::path& target) {
     if (!records.empty()) {
         const OutputFile rescued(FreeName(target));
         WriteRecording(records, {}, rescued);
-        std::fprintf(
-            stderr, "A recording that was broken off after %s is kept in \"%s\": %zu messages.\n",
-            ClockText(records.back().Time).c_str(), rescued.Path().c_str(), records.size());
+        std::fprintf(stderr, "A recording that was broken off after %s is kept in \"%s\": %s.\n",
+                     ClockText(records.back().Time).c_str(), rescued.Path().c_str(),
+                     Counted(std::ssize(records), "message").c_str());
     }
     file.Remove();
 }

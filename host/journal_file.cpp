@@ -4,6 +4,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace zorhost {
@@ -12,7 +13,12 @@ JournalFile::JournalFile(const std::string& path, Which which) : Path(path) {
     const int fresh = which == Which::New ? O_CREAT | O_EXCL : 0;
     const int handle = open(path.c_str(), O_RDWR | fresh | O_CLOEXEC, 0666);
     Handle = handle;
-    if (handle >= 0 && flock(handle, LOCK_EX | LOCK_NB) == 0) return;
+    struct stat about = {};
+    if (handle >= 0 && flock(handle, LOCK_EX | LOCK_NB) == 0) {
+        // Another zorhost may have rescued and removed it in between.
+        if (fstat(handle, &about) != 0 || about.st_nlink == 0) Error = "it is gone";
+        return;
+    }
     Existed = handle < 0 && errno == EEXIST;
     Error = std::strerror(errno);
     if (handle >= 0 && fresh) Remove();

@@ -35,11 +35,9 @@ std::string Utf8(const std::string& raw) {
     for (std::size_t at = 0; at < raw.size();) {
         const auto byte = static_cast<unsigned char>(raw[at]);
         const std::size_t size = CharacterAt(raw, at);
-        if (byte < 0x20 || byte == 0x7F) {
-            text += ' ';
-        } else {
-            text += size > 0 ? raw.substr(at, size) : Latin(byte);
-        }
+        const std::string character = size > 0 ? raw.substr(at, size) : Latin(byte);
+        const bool steersTerminals = character >= "\xC2\x80" && character < "\xC2\xA0";
+        text += byte < 0x20 || byte == 0x7F || steersTerminals ? " " : character;
         at += std::max<std::size_t>(1, size);
     }
     return text;

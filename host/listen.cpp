@@ -182,7 +182,7 @@ void Run(const GlobalOptions& global, const ListenOptions& options) {
     Listener listener(options, session, take ? &*take : nullptr);
     listener.Run();
     if (session.Ear()) session.Ear()->CheckRead();
-    std::printf("%zu notes\n", listener.Notes());
+    std::printf("%s\n", Counted(static_cast<std::int64_t>(listener.Notes()), "note").c_str());
     if (!take) return;
     if (take->Notes() == 0) throw HostError("no note was heard, so no MIDI file is written");
     take->Finish({});

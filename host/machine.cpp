@@ -1,5 +1,6 @@
 #include "host/machine.h"
 
+#include "host/names.h"
 #include "platform/machine.h"
 #include "platform/platform.h"
 
@@ -37,9 +38,6 @@ void AddLoopbacks(const std::string& why, Cables cables) {
                              "shared memory for it.\n");
 }
 
-std::string Counted(unsigned count, const char* what) {
-    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
-}
 
 // Empty if there are some, or why there are none.
 std::string FindDevices() {

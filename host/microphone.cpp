@@ -30,6 +30,8 @@ Microphone::Microphone() : Device(Add("Silence")) {}
 
 Microphone::Microphone(const std::string& path)
     : Path(path), File(std::make_shared<PlayedFile>(path)), Device(Add("Sound file")) {
+    if (const std::string remark = File->Remark(); !remark.empty())
+        std::fprintf(stderr, "%s: %s\n", path.c_str(), remark.c_str());
     machine::FeedGenerator(Device, [file = File](const auto& request) { file->Fill(request); });
 }
 

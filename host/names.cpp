@@ -56,6 +56,10 @@ std::string Trimmed(std::string text) {
 
 } // namespace
 
+std::string Counted(std::int64_t count, const std::string& what) {
+    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+}
+
 std::string NoteName(int note) {
     static constexpr const char* names[] = {"C",  "C#", "D",  "D#", "E",  "F",
                                             "F#", "G",  "G#", "A",  "A#", "B"};

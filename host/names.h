@@ -9,6 +9,9 @@
 
 namespace zorhost {
 
+// "1 note", "2 notes".
+std::string Counted(std::int64_t count, const std::string& what);
+
 // Middle C, note 60, is C4.
 std::string NoteName(int note);
 

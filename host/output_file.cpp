@@ -92,6 +92,8 @@ void OutputFile::Replace(midifile::ByteSpan bytes) const {
     const int handle =
         open(fresh.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, Ordinary);
     if (handle < 0) CannotWrite(Named, std::strerror(errno));
+    // The owner first: a new one takes away some of the permissions.
+    if (there && fchown(handle, before.st_uid, before.st_gid) != 0) errno = 0; // not everyone may
     if (there) static_cast<void>(fchmod(handle, before.st_mode & 07777));
     const bool written = WriteAll(handle, bytes) && fsync(handle) == 0;
     int error = written ? 0 : errno;

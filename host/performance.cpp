@@ -2,6 +2,7 @@
 
 #include "host/host_error.h"
 #include "host/interrupt.h"
+#include "host/names.h"
 #include "host/session.h"
 
 #include <cstdio>
@@ -136,7 +137,8 @@ void Performance::FinishRecording() const {
     recording.TempoPercent = Plan.Way.TempoPercent;
     recording.StartMicroseconds = File.Map.MicrosecondsAt(Plan.Way.From);
     Plan.Record->Finish(recording);
-    std::printf("Recorded %zu messages in %s\n", Plan.Record->Records().size(),
+    std::printf("Recorded %s in %s\n",
+                Counted(std::ssize(Plan.Record->Records()), "message").c_str(),
                 Plan.Record->Path().c_str());
 }
 

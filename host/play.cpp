@@ -1,6 +1,7 @@
 // zorhost play
 #include "host/commands.h"
 #include "host/host_error.h"
+#include "host/names.h"
 #include "host/options.h"
 #include "host/performance.h"
 #include "host/piece.h"
@@ -54,8 +55,9 @@ std::vector<Note> WrittenNotes(const std::string& path) {
 void PrintMelody(const std::vector<Note>& written, const std::vector<Note>& heard) {
     const SideBySide result = CompareMelodies(written, heard);
     std::printf("Melody, as written and as heard by the microphone\n%s", result.Text.c_str());
-    std::printf("  %d of %d written notes heard, %d missed, %d heard that were not written\n",
-                result.Heard, result.Written, result.Missed, result.Strange);
+    std::printf("  %d of %s heard, %d missed, %d heard that %s not written\n", result.Heard,
+                Counted(result.Written, "written note").c_str(), result.Missed, result.Strange,
+                result.Strange == 1 ? "was" : "were");
 }
 
 std::int64_t TickOfBar(const midifile::Song& song, std::int64_t bar, const char* option) {
@@ -97,7 +99,10 @@ midifile::Song Prepared(const PlayOptions& options) {
     midifile::Song song = ReadSong(options.Of.File, options.Of.Strict);
     CheckNotEmpty(song, options.Of.File);
     const int lost = Apply(options.Edit, song);
-    if (lost > 0) std::fprintf(stderr, "%d notes have no key left and are left out.\n", lost);
+    if (lost > 0) {
+        std::fprintf(stderr, "%s outside the 128 keys %s left out.\n",
+                     Counted(lost, "note").c_str(), lost == 1 ? "is" : "are");
+    }
     if (song.Events.empty())
         throw HostError("nothing is left to play; look at --solo and --mute", ExitWrongUse);
     return song;
@@ -105,11 +110,13 @@ midifile::Song Prepared(const PlayOptions& options) {
 
 void PrintPlayed(const Performance& performance) {
     const Transport& music = performance.Of();
-    std::printf("%s %zu messages, %s long\n", performance.Complete() ? "Played" : "Stopped after",
-                music.Sent(), ClockText(music.Length()).c_str());
+    std::printf("%s %s, %s long\n", performance.Complete() ? "Played" : "Stopped after",
+                Counted(static_cast<std::int64_t>(music.Sent()), "message").c_str(),
+                ClockText(music.Length()).c_str());
     if (music.LeftOut() > 0) {
-        std::printf("%zu messages come after more than 24 days and are left out\n",
-                    music.LeftOut());
+        std::printf("%s after more than 24 days %s left out\n",
+                    Counted(static_cast<std::int64_t>(music.LeftOut()), "message").c_str(),
+                    music.LeftOut() == 1 ? "is" : "are");
     }
 }
 

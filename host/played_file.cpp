@@ -8,6 +8,8 @@ namespace zorhost {
 
 PlayedFile::PlayedFile(std::string path) : Path(std::move(path)), Last(KeptFrames) {
     Rewind();
+    File->Survey();
+    How = File->How();
     Length = File->Announced();
 }
 
@@ -15,7 +17,7 @@ void PlayedFile::Rewind() {
     Source.reset();
     File.reset(); // what is piped in cannot be open twice
     Decoded = 0;
-    File = std::make_unique<SoundFile>(Path);
+    File = std::make_unique<SoundFile>(Path, How);
     Source = std::make_unique<Resampled>(*File);
     Broken = false;
 }

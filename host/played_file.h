@@ -22,7 +22,8 @@ public:
     double Seconds() const { return Length; }
     double SecondsHeard() const;
     bool Ended() const;
-    bool BrokeOff() const; // it could not be read to its end
+    bool BrokeOff() const;                                // it could not be read to its end
+    std::string Remark() const { return File->Remark(); } // before the first Fill
 
 private:
     static constexpr std::size_t KeptFrames = 1u << 17; // six seconds
@@ -33,6 +34,7 @@ private:
 
     const std::string Path;
     double Length = 0;
+    Mixing How;              // since the beginning
     mutable std::mutex Lock; // of all below
     std::unique_ptr<SoundFile> File;
     std::unique_ptr<Resampled> Source; // null behind the end

@@ -4,6 +4,7 @@
 #include "host/host_error.h"
 #include "host/input.h"
 #include "host/interrupt.h"
+#include "host/names.h"
 #include "host/piece.h"
 #include "host/progress.h"
 #include "host/take.h"
@@ -86,10 +87,14 @@ void TakeAll(const std::vector<MIDIEvent>& received, std::int64_t lead, Take& ta
     }
 }
 
-std::string CountText(std::int64_t now, const Take& take) {
+std::string CountText(const Take& take) {
+    return Counted(static_cast<std::int64_t>(take.Notes()), "note") + ", " +
+           Counted(std::ssize(take.Records()), "message");
+}
+
+std::string ProgressText(std::int64_t now, const Take& take) {
     if (now < 0) return "counting in, " + std::to_string(-now / 1000 + 1) + " s";
-    return ClockText(now) + "  " + std::to_string(take.Notes()) + " notes, " +
-           std::to_string(take.Records().size()) + " messages";
+    return ClockText(now) + "  " + CountText(take);
 }
 
 void Run(const GlobalOptions& global, const RecordOptions& options) {
@@ -110,7 +115,7 @@ void Run(const GlobalOptions& global, const RecordOptions& options) {
                      now = ZorTimeMIDI(0) - along.Lead();
                      TakeAll(received, along.Lead(), take);
                      take.Save(static_cast<std::int32_t>(std::max<std::int64_t>(0, now)));
-                     if (progress.Due()) progress.Show(CountText(now, take));
+                     if (progress.Due()) progress.Show(ProgressText(now, take));
                      return true;
                  });
         along.Silence();
@@ -119,8 +124,7 @@ void Run(const GlobalOptions& global, const RecordOptions& options) {
     RecordingPlan recording = along.Plan();
     recording.EndTime = static_cast<std::int32_t>(std::max<std::int64_t>(0, now));
     take.Finish(recording);
-    std::printf("Recorded %zu notes, %zu messages in %s\n", take.Notes(), take.Records().size(),
-                take.Path().c_str());
+    std::printf("Recorded %s in %s\n", CountText(take).c_str(), take.Path().c_str());
 }
 
 // "--click 120 take.mid": the second word is only beats if it is a number.

@@ -55,15 +55,11 @@ void Show(PortSetting& row, const Devices& devices) {
     Choose(row, length > 0 && found != devices.end() ? *found : *none);
 }
 
-int Number(const std::string& key, const std::string& text, int first, int last, bool limit) {
+int Number(const std::string& key, const std::string& text, int first, int last) {
     int number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     const bool read = error == std::errc() && end == text.data() + text.size();
-    const int inside = std::clamp(number, first, last);
-    if (read && limit && inside != number)
-        std::fprintf(stderr, "%s goes from %d to %d: %d is stored\n", key.c_str(), first, last,
-                     inside);
-    if (read && (limit || inside == number)) return inside;
+    if (read && number >= first && number <= last) return number;
     throw HostError(key + " takes a number from " + std::to_string(first) + " to " +
                         std::to_string(last) + ", not '" + text + "'",
                     ExitWrongUse);
@@ -71,10 +67,10 @@ int Number(const std::string& key, const std::string& text, int first, int last,
 
 // value: of any integer type of the settings.
 template <typename Value>
-Key NumberKey(const std::string& name, Value& value, int first, int last, bool limit = false) {
+Key NumberKey(const std::string& name, Value& value, int first, int last) {
     return {name, [&value] { return std::to_string(value); },
             [=, &value](const std::string& text) {
-                value = static_cast<Value>(Number(name, text, first, last, limit));
+                value = static_cast<Value>(Number(name, text, first, last));
             }};
 }
 
@@ -146,7 +142,7 @@ private:
             const std::string kind = side, number = std::to_string(row + 1);
             Show(rows[row], devices);
             Keys.push_back(DeviceKey(kind + "Name" + number, rows[row], devices));
-            Keys.push_back(NumberKey(kind + "Base" + number, rows[row].Base, 1, HighestBase, true));
+            Keys.push_back(NumberKey(kind + "Base" + number, rows[row].Base, 1, HighestBase));
         }
     }
     const Devices Inputs = Sorted(InputChoices()), Outputs = Sorted(OutputChoices());

@@ -50,7 +50,8 @@ std::string Listed(const std::vector<std::string>& names) {
     return text;
 }
 
-// By its name, its number in the list, or a part that only one name has.
+// By its name, its number in the list, its name in other letters' cases, or a part that only one
+// name has.
 std::string Resolve(const std::string& wanted, const std::vector<std::string>& present,
                     const std::string& kind) {
     if (std::ranges::find(present, wanted) != present.end()) return wanted;
@@ -58,10 +59,13 @@ std::string Resolve(const std::string& wanted, const std::vector<std::string>& p
     const auto [end, error] = std::from_chars(wanted.data(), wanted.data() + wanted.size(), number);
     const bool isNumber = error == std::errc() && end == wanted.data() + wanted.size();
     if (isNumber && number >= 1 && number <= present.size()) return present[number - 1];
-    std::vector<std::string> fitting;
+    std::vector<std::string> fitting, alike;
     std::ranges::copy_if(present, std::back_inserter(fitting), [&](const std::string& name) {
         return !isNumber && !wanted.empty() && Lower(name).find(Lower(wanted)) != std::string::npos;
     });
+    std::ranges::copy_if(fitting, std::back_inserter(alike),
+                         [&](const std::string& name) { return name.size() == wanted.size(); });
+    if (alike.size() == 1) return alike.front();
     if (fitting.size() == 1) return fitting.front();
     if (!fitting.empty()) {
         throw HostError("more than one " + kind + " device fits \"" + wanted +

@@ -47,6 +47,20 @@ std::string Take::SaveElsewhere(const RecordingPlan& plan) {
     return other.Path();
 }
 
+// The take when its file cannot be written, and where it is then, in words.
+std::string Take::Keep(const RecordingPlan& plan) {
+    std::error_code none; // the folder may have gone, with a journal that is still open
+    if (Safe->Write(plan.EndTime, true) && fs::exists(Safe->Path(), none))
+        return "the recording is in \"" + Safe->Path() + "\"";
+    try {
+        const std::string elsewhere = SaveElsewhere(plan);
+        Safe->Remove();
+        return "the recording is in \"" + elsewhere + "\"";
+    } catch (const std::exception&) { // the journal has what the disk took
+        return "only its beginning is in \"" + Safe->Path() + "\"";
+    }
+}
+
 void Take::Finish(const RecordingPlan& plan) {
     const InterruptsHeld untilSafe;
     try {
@@ -54,16 +68,7 @@ void Take::Finish(const RecordingPlan& plan) {
         if (Safe) Safe->Remove();
     } catch (const HostError& error) {
         if (!Safe) throw;
-        const bool whole = Safe->Write(plan.EndTime, true);
-        std::string where = Safe->Path();
-        if (!whole) {
-            try {
-                where = SaveElsewhere(plan);
-                Safe->Remove();
-            } catch (const std::exception&) { // the journal has what the disk took
-            }
-        }
-        throw HostError(std::string(error.what()) + "; the recording is in \"" + where + "\"");
+        throw HostError(std::string(error.what()) + "; " + Keep(plan));
     }
 }
 

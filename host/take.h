@@ -29,6 +29,7 @@ public:
 
 private:
     std::string SaveElsewhere(const RecordingPlan& plan);
+    std::string Keep(const RecordingPlan& plan);
 
     OutputFile File;
     std::optional<Journal> Safe; // none beside a pipe

@@ -5,6 +5,7 @@
 #include "host/host_error.h"
 #include "host/interrupt.h"
 #include "host/json.h"
+#include "host/names.h"
 #include "host/options.h"
 #include "host/plot.h"
 #include "host/progress.h"
@@ -67,6 +68,9 @@ Heard Hear(const GlobalOptions& global, const TranscribeOptions& options) {
         heard.Records =
             options.Bends ? ToRecords(heard.Of.Notes, heard.Sound) : ToRecords(heard.Of.Notes);
     }
+    // The library's microphone has told it already.
+    if (!heard.Sound.Remark.empty() && !options.AsLibrary)
+        std::fprintf(stderr, "%s: %s\n", options.File.c_str(), heard.Sound.Remark.c_str());
     heard.Work = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
     return heard;
 }
@@ -87,8 +91,9 @@ void CheckHeard(const HeardSound& sound, const TranscribeOptions& options) {
 void PrintText(const Heard& heard, const TranscribeOptions& options) {
     PrintNotes(heard.Of);
     const double seconds = heard.Sound.Seconds;
-    std::printf("%zu notes in %.1f s of sound, heard in %.2f s: %.0f times as fast as it sounds\n",
-                heard.Of.Notes.size(), seconds, heard.Work, seconds / std::max(heard.Work, 1e-6));
+    std::printf("%s in %.1f s of sound, heard in %.2f s: %.0f times as fast as it sounds\n",
+                Counted(std::ssize(heard.Of.Notes), "note").c_str(), seconds, heard.Work,
+                seconds / std::max(heard.Work, 1e-6));
     if (options.OwnTuning()) {
         std::printf("Tuning of the take: A4 = %.1f Hz (%+ld cents)\n",
                     hearing::FrequencyOf(69 + heard.Of.Tuning), std::lround(heard.Of.Tuning * 100));

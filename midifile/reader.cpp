@@ -76,7 +76,9 @@ void FileReader::ReadHeader() {
     if (TagAt(file, 0, "RIFF") && start > 0) {
         Found.Add("it is wrapped in a RIFF file");
     } else if (start > 0) {
-        Found.Add(std::to_string(start) + " bytes before its header are passed over");
+        Found.Add(std::to_string(start) + (start == 1
+                                               ? " byte before its header is passed over"
+                                               : " bytes before its header are passed over"));
     }
     const std::size_t length = BigEndian(file, start + 4, 4);
     Into.Format = static_cast<int>(BigEndian(file, start + 8, 2));

@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -25,10 +27,24 @@ TEST(Files, ThatAreFaultyAreToldOrRefused) {
 
 TEST(Files, AreReadAndWrittenWhereThatCanBe) {
     WriteBytes("good.mid", Sound());
-    std::filesystem::create_symlink("behind.mid", "link.mid");
-    EXPECT_EQ(RunZorhost("play good.mid --tempo 5000 --record link.mid").Code, 0);
-    EXPECT_TRUE(std::filesystem::is_symlink("link.mid"));
-    EXPECT_EQ(ReadBack("behind.mid").size(), 2u);
+    // By a link into another folder. A file that is there keeps its owner and its permissions.
+    const char* const file = "links/linked/behind.mid";
+    std::filesystem::create_directories("links/linked");
+    std::filesystem::create_symlink("linked/behind.mid", "links/link.mid");
+    for (const bool there : {false, true}) {
+        if (there && (chmod(file, 0620) != 0 || chown(file, 65534, 65534) != 0)) {
+            EXPECT_NE(geteuid(), 0u); // only root may
+        }
+        struct stat before = {}, after = {};
+        stat(file, &before);
+        EXPECT_EQ(RunZorhost("play good.mid --tempo 5000 --record links/link.mid").Code, 0);
+        stat(file, &after);
+        EXPECT_EQ(ReadBack(file).size(), 2u);
+        EXPECT_TRUE(!there || before.st_mode == after.st_mode);
+        EXPECT_TRUE(!there || before.st_uid == after.st_uid);
+    }
+    EXPECT_TRUE(std::filesystem::is_symlink("links/link.mid"));
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator("links/linked"), {}), 1);
     const std::pair<const char*, const char*> cases[] = {
         {"play absent.mid", "No such file"},
         {"play .", "is a folder"},

@@ -9,6 +9,8 @@
 #include <iomanip>
 #include <poll.h>
 #include <sstream>
+#include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -19,12 +21,19 @@ const struct Folder {
     Folder() {
         if (!mkdtemp(Path.data())) std::abort();
         std::filesystem::current_path(Path);
-        for (const char* part : {"runtime", "config"}) {
+        for (const char* part : {"runtime", "config", "temporary"}) {
             std::filesystem::create_directory(part);
             std::filesystem::permissions(part, std::filesystem::perms::owner_all);
         }
-        setenv("XDG_RUNTIME_DIR", (Path + "/runtime").c_str(), 1);
-        setenv("XDG_CONFIG_HOME", (Path + "/config").c_str(), 1);
+        for (const auto& [name, part] : {std::pair("XDG_RUNTIME_DIR", "/runtime"),
+                                         {"XDG_CONFIG_HOME", "/config"},
+                                         {"XDG_CACHE_HOME", "/cache"},
+                                         {"HOME", ""},
+                                         {"TMPDIR", "/temporary"}})
+            setenv(name, (Path + part).c_str(), 1);
+        for (const char* name : {"DISPLAY", "PULSE_RUNTIME_PATH", "PULSE_CONFIG_PATH"})
+            unsetenv(name);
+        setenv("PULSE_SERVER", "none", 1);
     }
     ~Folder() {
         std::error_code ignored;
@@ -52,6 +61,8 @@ Program::Program(const std::string& arguments) {
     pointers.push_back(nullptr);
     Process = fork();
     if (Process == 0) {
+        std::signal(SIGXFSZ, SIG_IGN);    // a file that may not grow is an error like a full disk
+        prctl(PR_SET_PDEATHSIG, SIGKILL); // the watchdog may end the test
         dup2(out[1], STDOUT_FILENO);
         dup2(err[1], STDERR_FILENO);
         for (int end : {out[0], out[1], err[0], err[1]}) close(end);
@@ -95,6 +106,11 @@ bool Program::Await(const std::string& text) {
         if (Out.find(text) != std::string::npos || Err.find(text) != std::string::npos) return true;
     } while (ReadMore());
     return false;
+}
+
+void Program::LimitFiles(unsigned bytes) const {
+    const rlimit limit = {bytes > 0 ? bytes : RLIM_INFINITY, RLIM_INFINITY};
+    if (prlimit(Process, RLIMIT_FSIZE, &limit, nullptr) != 0) std::abort();
 }
 
 void Program::Signal(int number) {

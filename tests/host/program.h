@@ -1,6 +1,6 @@
 // A program as a user runs it, zorhost mostly: a process in a folder of this test program, made
-// new, into which XDG_RUNTIME_DIR and XDG_CONFIG_HOME point as well. The test itself works there
-// too.
+// new, in which its home, settings, runtime folder and temporary files lie as well. There is no
+// sound server and no display. The test itself works there too.
 #pragma once
 
 #include <string>
@@ -18,6 +18,8 @@ public:
 
     // Reads on until the text has appeared on either output. False if the program ended without it.
     bool Await(const std::string& text);
+    // Every file that it writes ends there, as on a full disk; 0 makes room again.
+    void LimitFiles(unsigned bytes) const;
     void Signal(int number); // SIGINT as Ctrl-C; with SIGSTOP it stands still when this returns
     // Waits for the end and gives the exit code; 128 plus the signal if one ended it.
     int Finish();

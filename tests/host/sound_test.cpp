@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -20,9 +21,9 @@ struct Tone {
     int Key;           // -1 for noise
 };
 
-// A 16-bit mono WAV of tones with six harmonics, clipped if the gain is too much.
+// A WAV of tones with six harmonics: a channel for each gain, of floats, or else of 16 bits, which clip.
 void WriteWav(const std::string& name, double seconds, const std::vector<Tone>& tones,
-              double gain = 1) {
+              const std::vector<double>& gains = {1}, bool floats = false) {
     std::mt19937 random(1);
     std::vector<double> samples;
     for (int i = 0; i < seconds * Rate; ++i) {
@@ -36,12 +37,13 @@ void WriteWav(const std::string& name, double seconds, const std::vector<Tone>& 
                 sample += 0.5 / n * std::sin(cycles * n * 2 * M_PI);
             sample /= 2;
         }
-        samples.push_back(std::clamp(sample * gain, -1.0, 1.0));
+        for (const double gain : gains)
+            samples.push_back(floats ? sample * gain : std::clamp(sample * gain, -1.0, 1.0));
     }
     SF_INFO info{};
     info.samplerate = Rate;
-    info.channels = 1;
-    info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
+    info.channels = static_cast<int>(gains.size());
+    info.format = SF_FORMAT_WAV | (floats ? SF_FORMAT_FLOAT : SF_FORMAT_PCM_16);
     SNDFILE* const file = sf_open(name.c_str(), SFM_WRITE, &info);
     sf_write_double(file, samples.data(), static_cast<sf_count_t>(samples.size()));
     sf_close(file);
@@ -68,6 +70,42 @@ TEST(Transcribe, FindsTheNotesAndTheirTimes) {
             EXPECT_NEAR(ons[i].Tick * 60 / (isCut ? 60 : 97.5) / quarter, Three[i].Start, 0.04);
         }
     }
+}
+
+// By zorhost's own hearing, which reads a file again, and by the library's, for which it is looked
+// at before.
+TEST(Transcribe, HearsChannelsThatCancelAndSamplesBeyondAllScales) {
+    constexpr char beyond[] = "beyond all scales", second[] = "channel 2 alone";
+    const struct {
+        std::vector<double> Gains;
+        bool Floats;
+        std::vector<const char*> Says;
+    } cases[] = {{{1, 0}, false, {}},
+                 {{1, -0.5}, false, {}},
+                 {{0.9, -0.95}, false, {second}},
+                 {{0, 0.4, -0.4, 0}, false, {second}},
+                 {{1e9}, true, {}},
+                 {{1e30}, true, {beyond}},
+                 {{3e38, -3.1e38}, true, {beyond, second}}};
+    for (const auto& [gains, floats, says] : cases) {
+        WriteWav("odd.wav", 2.4, Three, gains, floats);
+        for (const char* how : {"", "--as-library "}) {
+            const Result result =
+                RunZorhost(std::string("transcribe --json odd.wav ") + how + "-o odd.mid");
+            EXPECT_EQ(ReadBack("odd.mid").size(), 6u) << gains[0] << how << result.Err;
+            EXPECT_EQ(result.Err.find("odd.wav: its ") == std::string::npos, says.empty());
+            for (const char* text : says)
+                EXPECT_NE(result.Err.find(text), std::string::npos) << result.Err;
+        }
+    }
+    // One sample beyond all scales is damage, and the others are heard as they are.
+    WriteWav("odd.wav", 2.4, Three, {1}, true);
+    std::string bytes = ReadText("odd.wav");
+    const float stray = 1e30f;
+    std::memcpy(&bytes[bytes.size() - Rate * sizeof stray], &stray, sizeof stray);
+    std::ofstream("odd.wav") << bytes;
+    EXPECT_EQ(RunZorhost("transcribe odd.wav -o odd.mid").Err, "");
+    EXPECT_EQ(ReadBack("odd.mid").size(), 6u);
 }
 
 TEST(Transcribe, TellsWhatItDidNotUnderstand) {
@@ -108,7 +146,7 @@ TEST(Listen, PrintsPlaysAndWritesTheNotesOfAMicrophone) {
 
 // The recogniser's velocity of a clipped sample is 128, which no file can hold.
 TEST(Microphone, IsHeardBesideThePortsAndMayClip) {
-    WriteWav("clipped.wav", 2.4, Three, 8);
+    WriteWav("clipped.wav", 2.4, Three, {8});
     Program record("record both.mid --mic clipped.wav --seconds 3");
     ASSERT_TRUE(record.Await("Listening to Loopback MIDI 1, the microphone"));
     {
@@ -141,9 +179,8 @@ TEST(Microphone, OfTheSettingsHearsSilenceAndOneOfAFileIsComparedWithWhatWasWrit
     const Result result =
         RunZorhost("play short.mid --mic three.wav --written written.mid --report");
     EXPECT_EQ(result.Code, 0) << result.Err;
-    EXPECT_NE(
-        result.Out.find("2 of 3 written notes heard, 1 missed, 1 heard that were not written"),
-        std::string::npos)
+    EXPECT_NE(result.Out.find("2 of 3 written notes heard, 1 missed, 1 heard that was not written"),
+              std::string::npos)
         << result.Out;
 }
 
