@@ -46,7 +46,7 @@ Peer::~Peer() {
     machine::PowerOn();
 }
 
-void Peer::Send(std::uint32_t packed) { midiOutShortMsg(Output, packed); }
+void Peer::Send(std::uint32_t packed) const { midiOutShortMsg(Output, packed); }
 
 std::vector<std::uint32_t> Peer::Heard() const {
     const std::lock_guard hold(Lock);

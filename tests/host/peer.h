@@ -20,7 +20,7 @@ public:
     Peer(const Peer&) = delete;
     Peer& operator=(const Peer&) = delete;
 
-    void Send(std::uint32_t packed);
+    void Send(std::uint32_t packed) const;
     // What has come so far, its own messages too.
     std::vector<std::uint32_t> Heard() const;
     // Waits for the first, second... that comes, from 0. Gives 0 if it never does.

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <random>
+#include <regex>
 #include <sndfile.h>
 
 namespace {
@@ -16,7 +17,8 @@ constexpr int Rate = 22050;
 
 struct Tone {
     double Start, End; // seconds
-    int Key;           // -1 for noise
+    double Key;        // -1 for noise
+    double Level = 1;
 };
 
 // A 16-bit mono WAV of tones with six harmonics.
@@ -31,7 +33,7 @@ void WriteWav(const std::string& name, double seconds, const std::vector<Tone>& 
             if (tone.Key < 0) sample += static_cast<double>(random() % 2001) / 1000 - 1;
             const double cycles = (t - tone.Start) * 440 * std::pow(2, (tone.Key - 69) / 12.0);
             for (int n = 1; tone.Key >= 0 && n <= 6; ++n)
-                sample += 0.5 / n * std::sin(cycles * n * 2 * M_PI);
+                sample += tone.Level * 0.5 / n * std::sin(cycles * n * 2 * M_PI);
             sample /= 2;
         }
         samples.push_back(sample);
@@ -66,6 +68,80 @@ TEST(Transcribe, FindsTheNotesAndTheirTimes) {
             EXPECT_NEAR(ons[i].Tick * 60 / (isCut ? 60 : 97.5) / quarter, Three[i].Start, 0.04);
         }
     }
+}
+
+struct PlottedNote {
+    std::string Name;
+    double X, Y, Width;
+};
+std::vector<PlottedNote> ReadPlot(const std::string& path) {
+    static const std::regex note(
+        "<rect x='([0-9.]+)' y='([0-9.]+)' width='([0-9.]+)'[^<]*<title>([^,]*)");
+    const std::string svg = ReadText(path);
+    std::vector<PlottedNote> notes;
+    for (std::sregex_iterator found(svg.begin(), svg.end(), note), end; found != end; ++found)
+        notes.push_back(
+            {(*found)[4], std::stod((*found)[1]), std::stod((*found)[2]), std::stod((*found)[3])});
+    return notes;
+}
+
+// All of them a quarter of a semitone too high; the second soft after the loud first one, the third
+// in the second row of the picture, the last, with which the file ends, on its second page.
+TEST(Transcribe, ATakeOutOfTuneIntoMidiBendsJsonAndAPicture) {
+    WriteWav("out & <in>.wav", 61,
+             {{0.5, 1, 60.25}, {1.1, 1.6, 67.25, 0.1}, {20, 20.5, 64.25}, {60.5, 61, 62.25}});
+    const Result result =
+        RunZorhost("transcribe 'out & <in>.wav' --json --bends -o /dev/stdout --plot tune.svg");
+    EXPECT_EQ(result.Code, 0) << result.Err;
+    WriteBytes("tune.mid", Bytes(result.Out.begin(), result.Out.end()));
+    std::vector<Bytes> notes;
+    for (const TimedMessage& event : ReadBack("tune.mid")) {
+        const Bytes& message = event.Message;
+        if (message[0] == 0x90) notes.push_back(message);
+        if (message[0] == 0xE0) {
+            EXPECT_NEAR(message[2] << 7 | message[1], 8192 + 1024, 200);
+        }
+        if (message[0] == 0x80) {
+            EXPECT_EQ(message[1], notes.back()[1]);
+        }
+    }
+    ASSERT_EQ(notes.size(), 4u);
+    EXPECT_LT(notes[1][2] * 2, notes[0][2]);
+    const std::vector<int> starts = {500, 1100, 20000, 60500}, ends = {1000, 1600, 20500, 61000};
+    const char* const names[] = {"C4", "G4", "E4", "D4"};
+    std::istringstream lines(result.Err);
+    int number = 0;
+    for (std::string line; std::getline(lines, line);) {
+        double start = 0, end = 0, cents = 99, a4 = 0;
+        char name[8] = "";
+        if (std::sscanf(line.c_str(),
+                        R"({"kind":"summary","notes":4,"seconds":61.000,"complete":true,"a4":%lf)",
+                        &a4) == 1) {
+            EXPECT_NEAR(a4, 446.4, 0.5);
+        }
+        if (std::sscanf(
+                line.c_str(),
+                R"({"kind":"note","start":%lf,"end":%lf,"key":%*d,"name":"%7[^"]","velocity":%*d,"cents":%lf)",
+                &start, &end, name, &cents) < 4)
+            continue;
+        EXPECT_NEAR(start * 1000, starts.at(number), 40);
+        EXPECT_NEAR(end * 1000, ends.at(number), 60);
+        EXPECT_NEAR(cents, 0, 5);
+        EXPECT_STREQ(name, names[number++]);
+    }
+    EXPECT_EQ(number, 4) << result.Err;
+    const std::vector<PlottedNote> first = ReadPlot("tune.svg"), second = ReadPlot("tune-2.svg");
+    ASSERT_EQ(first.size(), 3u);
+    ASSERT_EQ(second.size(), 1u);
+    EXPECT_EQ(second[0].Name, "D4");
+    // 100 pixels per second and 15 seconds per row, from 76 on.
+    EXPECT_NEAR(first[0].X, 76 + 50, 5);
+    EXPECT_NEAR(first[1].X, 76 + 110, 5);
+    EXPECT_NEAR(first[2].X, 76 + 500, 5);
+    EXPECT_NEAR(first[0].Width, 50, 8);
+    EXPECT_GT(first[0].Y, first[1].Y) << "the higher above the lower";
+    EXPECT_GT(first[2].Y, first[0].Y);
+    EXPECT_NE(ReadText("tune.svg").find("out &amp; &lt;in&gt;.wav"), std::string::npos);
 }
 
 TEST(Transcribe, TellsWhatItDidNotUnderstand) {
