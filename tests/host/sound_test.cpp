@@ -86,10 +86,15 @@ std::vector<PlottedNote> ReadPlot(const std::string& path) {
 }
 
 // All of them a quarter of a semitone too high; the second soft after the loud first one, the third
-// in the second row of the picture, the last, with which the file ends, on its second page.
+// in the second row of the picture and followed by one that is too soft, the last, with which the
+// file ends, on its second page.
 TEST(Transcribe, ATakeOutOfTuneIntoMidiBendsJsonAndAPicture) {
     WriteWav("out & <in>.wav", 61,
-             {{0.5, 1, 60.25}, {1.1, 1.6, 67.25, 0.1}, {20, 20.5, 64.25}, {60.5, 61, 62.25}});
+             {{0.5, 1, 60.25},
+              {1.1, 1.6, 67.25, 0.25},
+              {20, 20.5, 64.25},
+              {20.6, 21.1, 67.25, 0.15},
+              {60.5, 61, 62.25}});
     const Result result =
         RunZorhost("transcribe 'out & <in>.wav' --json --bends -o /dev/stdout --plot tune.svg");
     EXPECT_EQ(result.Code, 0) << result.Err;
@@ -110,8 +115,9 @@ TEST(Transcribe, ATakeOutOfTuneIntoMidiBendsJsonAndAPicture) {
     const std::vector<int> starts = {500, 1100, 20000, 60500}, ends = {1000, 1600, 20500, 61000};
     const char* const names[] = {"C4", "G4", "E4", "D4"};
     std::istringstream lines(result.Err);
-    int number = 0;
+    int number = 0, gaps = 0;
     for (std::string line; std::getline(lines, line);) {
+        gaps += line.starts_with(R"({"kind":"gap")");
         double start = 0, end = 0, cents = 99, a4 = 0;
         char name[8] = "";
         if (std::sscanf(line.c_str(),
@@ -130,6 +136,7 @@ TEST(Transcribe, ATakeOutOfTuneIntoMidiBendsJsonAndAPicture) {
         EXPECT_STREQ(name, names[number++]);
     }
     EXPECT_EQ(number, 4) << result.Err;
+    EXPECT_EQ(gaps, 1) << result.Err;
     const std::vector<PlottedNote> first = ReadPlot("tune.svg"), second = ReadPlot("tune-2.svg");
     ASSERT_EQ(first.size(), 3u);
     ASSERT_EQ(second.size(), 1u);
