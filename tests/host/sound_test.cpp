@@ -172,12 +172,24 @@ TEST(Transcribe, TellsWhatItDidNotUnderstand) {
 
 TEST(Listen, PrintsPlaysAndWritesTheNotesOfAMicrophone) {
     Peer peer("Loopback MIDI 2");
-    WriteWav("three.wav", 2.4, Three);
+    WriteWav("three.wav", 2.4, {Three[0], Three[1], {1.6, 2.4, 64}}); // ends in a note
+    Program library("listen --as-library --mic three.wav -o library.mid");
     const Result result = RunZorhost("listen --mic three.wav --thru 2 -o listened.mid");
     EXPECT_EQ(result.Code, 0) << result.Err;
-    for (const char* name : {"  C4   velocity", "  G4   velocity", "  E4   velocity", "3 notes\n"})
-        EXPECT_NE(result.Out.find(name), std::string::npos) << name << result.Out;
+    const auto heard = [](const std::string& out, const std::string& after) {
+        std::string lines;
+        for (const char* name : {"C4", "G4", "E4"})
+            lines += std::string(R"( +\d\.\d{3}  )") + name + R"(   velocity \d+ +)" + after + "\n";
+        return std::regex_match(out, std::regex(lines + "3 notes\nWrote [a-z.]+ at 120 [a-z ]+\n"));
+    };
+    EXPECT_TRUE(heard(result.Out, R"([+-][01] cents)")) << result.Out;
+    EXPECT_TRUE(std::regex_search(result.Err, std::regex(R"(level \[#+-+\]  E4 [+-]\d cents\n)")))
+        << result.Err;
     EXPECT_EQ(ReadBack("listened.mid").size(), 6u);
+    EXPECT_EQ(library.Finish(), 0) << library.Err;
+    EXPECT_TRUE(heard(std::regex_replace(library.Out, std::regex(".*cents\n"), ""), "the library"))
+        << library.Out;
+    EXPECT_EQ(ReadBack("library.mid").size(), 6u);
     std::vector<std::uint32_t> keys;
     for (const std::uint32_t message : peer.Heard()) {
         if ((message & 0xFF) == 0x90 && message >> 16) keys.push_back(message >> 8 & 127);
@@ -212,7 +224,7 @@ TEST(Microphone, OfTheSettingsHearsSilenceAndOneOfAFileIsComparedWithWhatWasWrit
     TrackEvents notes;
     for (const auto& [key, on] : {std::pair<unsigned char, int>{60, 480}, {67, 960}, {63, 1536}}) {
         notes.push_back({on, {0x90, key, 90}});
-        notes.push_back({on + 384, {0x80, key, 0}});
+        notes.push_back({on + 384, {0x90, key, 0}});
     }
     WriteMidi("written.mid", 480, {notes});
     WriteWav("three.wav", 2.4, Three);
@@ -223,6 +235,10 @@ TEST(Microphone, OfTheSettingsHearsSilenceAndOneOfAFileIsComparedWithWhatWasWrit
         result.Out.find("2 of 3 written notes heard, 1 missed, 1 heard that were not written"),
         std::string::npos)
         << result.Out;
+    for (const char* row : {R"(\n +0\.500 C4 +0\.400 s +0\.\d+ C4 +0\.[345]\d+ s +[+-]\d\d? ms\n)",
+                            R"(\n +1\.600 D#4 +0\.400 s +missed\n)",
+                            R"(\n +1\.\d+ E4 +0\.[345]\d+ s +not written\n)"})
+        EXPECT_TRUE(std::regex_search(result.Out, std::regex(row))) << row << result.Out;
 }
 
 } // namespace
