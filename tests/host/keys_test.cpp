@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <gtest/gtest.h>
+#include <stdexcept>
 
 namespace {
 
@@ -26,14 +27,17 @@ void WriteBars() {
 
 class OneLoop {
 public:
-    std::vector<unsigned> Since; // keys struck since the last step
+    std::vector<unsigned> Since, Ended; // keys struck since the last step, and those let go
     // Waits for the next time that the key is struck, all else being passed over.
     void Await(unsigned key) {
         Since.clear();
+        Ended.clear();
         while (Since.empty() || Since.back() != key) {
             const std::uint32_t message = Heard.At(Next++);
-            if (message == 0) return ADD_FAILURE() << key << " is not played", void();
-            if ((message & 0xFF) == 0x90 && message >> 16) Since.push_back(message >> 8 & 127);
+            if (message == 0) throw std::runtime_error(std::to_string(key) + " is not played");
+            const unsigned status = message & 0xFF, velocity = message >> 16;
+            if (status != 0x90 && status != 0x80) continue;
+            (status == 0x90 && velocity > 0 ? Since : Ended).push_back(message >> 8 & 127);
         }
     }
     bool Struck(unsigned key) const { return std::ranges::count(Since, key) > 0; }
@@ -55,16 +59,18 @@ TEST(Keys, GoThroughALoopAndItGoesOnAsThePieceHasIt) {
     EXPECT_FALSE(loop.Struck(67));
     loop.Await(64);
     EXPECT_EQ(loop.Since, (Struck{69, 70, 71, 40, 64}));
+    EXPECT_EQ(std::ranges::count(loop.Ended, 40u), 1) << "at the loop's end";
     play.Type(Right + Left); // in the second pass
     loop.Await(64);
     EXPECT_FALSE(loop.Struck(67) || loop.Struck(71));
     loop.Await(66);
     play.Type(Home);
     loop.Await(64);
-    EXPECT_FALSE(loop.Struck(68));
+    EXPECT_FALSE(loop.Struck(60) || loop.Struck(68));
 
     play.Type(" ");
     ASSERT_TRUE(play.Await("paused  bar    2 beat  1"));
+    EXPECT_EQ(play.Out.find("bar    4"), std::string::npos) << "behind the loop";
     play.Out.clear();
     play.Type(Right);
     ASSERT_TRUE(

@@ -1,6 +1,7 @@
 #include "tests/host/program.h"
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -102,9 +103,10 @@ bool Program::ReadMore() {
 }
 
 bool Program::Await(const std::string& text) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
     do {
         if (Out.find(text) != std::string::npos || Err.find(text) != std::string::npos) return true;
-    } while (ReadMore());
+    } while (std::chrono::steady_clock::now() < end && ReadMore());
     return false;
 }
 

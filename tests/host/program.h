@@ -17,7 +17,8 @@ public:
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
 
-    // Reads on until the text has appeared on either output. False if the program ended without it.
+    // Reads on until the text has appeared on either output. False if the program ended without it,
+    // or prints other things for a minute.
     bool Await(const std::string& text);
     void Type(const std::string& keys); // on the terminal
     void Signal(int number); // SIGINT as Ctrl-C; with SIGSTOP it stands still when this returns
