@@ -27,7 +27,7 @@ void Performance::ShowProgress(Progress& progress) const {
     const QueueFill fill = OutputFill();
     const std::int64_t now = Music.TimeOf(tick);
     char line[128];
-    std::snprintf(line, sizeof line, "%sbar %4lld beat %2d  %s of %s  %s  queue %4d/%d",
+    std::snprintf(line, sizeof line, "%sbar %4lld beat %2d  %s of %s  %s  queue %d/%d",
                   Music.Paused() ? "paused  " : "", static_cast<long long>(place.Bar), place.Beat,
                   ClockText(now).c_str(), ClockText(Music.Length()).c_str(),
                   Bar(now, Music.Length(), 20).c_str(), fill.Count, fill.Room);

@@ -107,6 +107,7 @@ void Library::Silence(std::span<const MIDIEvent> played) {
         SendNow(channel, 0xB0, 123, 0); // all notes off
         SendNow(channel, 0xE0, 0, 64);  // bend centre
     }
+    ZorMIDIPlay(); // a kill has ended the chain of expiries; what is queued from now on plays
 }
 
 std::string Library::TakeErrors() {

@@ -48,7 +48,7 @@ public:
     static void AwaitReceived(int milliseconds);
 
     // Throws away what is queued and ends every note that sounds; pedals and bends too on the
-    // channels that the given records play on.
+    // channels that the given records play on. What is queued after that plays.
     static void Silence(std::span<const MIDIEvent> played);
 
     // Errors of the drivers since the last call, as text; empty if there were none.

@@ -39,7 +39,9 @@ std::vector<Stretch> Gaps(const Transcript& transcript, const HeardSound& sound)
         const double end = frame.Begin + hearing::FrameSeconds;
         const std::int64_t middle = Milliseconds((frame.Begin + end) / 2);
         if (frame.Level <= sound.OffLevel || InNote(transcript.Notes, next, middle)) continue;
-        if (!gaps.empty() && gaps.back().To == frame.Begin) {
+        const bool goesOn =
+            !gaps.empty() && frame.Begin - gaps.back().To < hearing::FrameSeconds / 2;
+        if (goesOn) {
             gaps.back().To = end;
         } else {
             gaps.push_back({frame.Begin, end});

@@ -53,13 +53,19 @@ void Transport::Step() {
     Schedule(Following->Start, Way.From);
 }
 
-bool Transport::Done() const { return !IsPaused && !Following && Play.AllFed() && ZorXmitEmpty(0); }
+// A jump to the end of a loop leaves nothing to feed until the next step.
+bool Transport::Done() const {
+    const bool goesOn = IsPaused || (Way.Round && PassEnd() <= LastTime);
+    return !goesOn && !Following && Play.AllFed() && ZorXmitEmpty(0);
+}
 
 std::int64_t Transport::Place() const {
     if (IsPaused) return PausedAt;
-    const std::int64_t played = std::max<std::int64_t>(0, ZorTimeMIDI(0) - Now.Start);
+    const std::int64_t now = ZorTimeMIDI(0);
+    const Stretch& sounds = Following && now >= Following->Start ? *Following : Now;
+    const std::int64_t played = std::max<std::int64_t>(0, now - sounds.Start);
     const std::int64_t piece = played * 10 * Way.TempoPercent;
-    const std::int64_t tick = Of.Map.TickAt(Of.Map.MicrosecondsAt(Now.Tick) + piece);
+    const std::int64_t tick = Of.Map.TickAt(Of.Map.MicrosecondsAt(sounds.Tick) + piece);
     return std::min({tick, Way.To, Of.EndTick});
 }
 

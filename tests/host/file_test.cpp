@@ -51,6 +51,7 @@ TEST(Files, AreReadAndWrittenWhereThatCanBe) {
         {"record .", "cannot be written: "},
         {"record /dev/null", "cannot be written: "},
         {"record no/x.mid", "cannot be written: "},
+        {"record --click 120 no/x.mid", "cannot be written: "},
         {"play good.mid --to Nowhere", "\"Nowhere\"; there are:\n  Loopback MIDI 1"},
         {"follow good.mid --in Nowhere", "\"Nowhere\"; there are:\n  Loopback MIDI 1"},
     };
@@ -68,13 +69,28 @@ TEST(CommandLines, ThatMakeNoSenseAreWrongUse) {
           "play good.mid --from 3", "play good.mid --to 1 --to 1", "record x.mid --seconds -1",
           "monitor --filter noise", "monitor --thru 1 --in 2 --map 0:1",
           "monitor --thru 1 --in 2 --map 1:2x", "monitor --map 1:2", "monitor --thru 1", "clock 1",
+          "record x.mid --click 120 --to 1", "record x.mid --overdub good.mid --to 1",
           "--ini absent devices"}) {
         const Result result = RunZorhost(line);
         EXPECT_EQ(result.Code, 2) << line << result.Err;
         EXPECT_FALSE(result.Err.empty()) << line;
     }
-    EXPECT_NE(RunZorhost("plaay").Err.find("did you mean \"play\"?"), std::string::npos);
-    EXPECT_EQ(RunZorhost("play --help").Code, 0);
+    for (const auto& [line, meant] : {std::pair("plaay", "play"), std::pair("recrod", "record"),
+                                      std::pair("play good.mid --tmepo 9", "--tempo")})
+        EXPECT_NE(RunZorhost(line).Err.find("did you mean \"" + std::string(meant) + "\"?"),
+                  std::string::npos)
+            << line;
+    setenv("COLUMNS", "80", 1);
+    for (const auto& [line, says] :
+         {std::pair("play --help",
+                    "\n  --tempo PERCENT       Tempo in percent of the written one (5 to "
+                    "5000, else\n                        100)\n"),
+          std::pair("record --help",
+                    "\n                        a bar if not 4. Not with --overdub\n")}) {
+        const Result help = RunZorhost(line);
+        EXPECT_EQ(help.Code, 0);
+        EXPECT_NE(help.Out.find(says), std::string::npos) << help.Out;
+    }
 }
 
 // Found where the user's lie.
@@ -94,6 +110,13 @@ TEST(Settings, DecideThePortsAndAreNeverWritten) {
           "Loopback MIDI 1\n",
           "output 2   channels  17-32   Loopback MIDI 3\n", "external clock comes from input 2\n"})
         EXPECT_NE(devices.Out.find(line), std::string::npos) << line << devices.Out;
+    for (const auto& [line, says] :
+         {std::pair("follow good.mid", "input 2, which the settings take it from, has no device"),
+          std::pair("follow good.mid --in 4", "clock on Loopback MIDI 4")}) {
+        WriteBytes("good.mid", Sound());
+        Program follow(line);
+        EXPECT_TRUE(follow.Await(says)) << follow.Err;
+    }
     // The input of the settings hears the output of the command line.
     WriteBytes("good.mid", Sound());
     const Result played =

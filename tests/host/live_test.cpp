@@ -18,6 +18,10 @@ TEST(Monitor, PrintsEachMessageInWordsButForThoseFilteredOut) {
     Peer peer("Loopback MIDI 3");
     Program monitor("monitor --in 2 --in 'midi 3' --filter polypressure,clock");
     ASSERT_TRUE(monitor.Await("Listening to Loopback MIDI 2, Loopback MIDI 3"));
+    // What is left of it, on a narrow terminal with its colours.
+    Program other("monitor --in 3 --filter notes,control,bend,transport,songposition,tune,system",
+                  60);
+    ASSERT_TRUE(other.Await("Listening"));
     for (const std::uint32_t message :
          {Packed(0x90, 60, 100), Packed(0x8F, 0, 64), Packed(0xA1, 127, 3), Packed(0xB2, 7, 99),
           Packed(0xC3, 40), Packed(0xD4, 55), Packed(0xE5, 0, 64), Packed(0xE5, 127, 127),
@@ -25,6 +29,9 @@ TEST(Monitor, PrintsEachMessageInWordsButForThoseFilteredOut) {
           Packed(0xFB), Packed(0xFC)})
         peer.Send(message);
     ASSERT_TRUE(monitor.Await("stop"));
+    ASSERT_TRUE(other.Await(" ch   5 \033[36mpressure  55\033[0m\r\n"));
+    EXPECT_NE(other.Out.find(" ch   4 \033[35mprogram   41   Violin\033[0m\r\n"),
+              std::string::npos);
     monitor.Signal(SIGINT);
     EXPECT_EQ(monitor.Finish(), 0);
     std::string expected;
@@ -55,25 +62,31 @@ TEST(Monitor, SleepsUntilSomethingComesIn) {
 }
 
 TEST(Record, WhatAKilledOneTookIsKeptByTheNext) {
-    Program record("record killed.mid"), live("record live.mid");
+    std::ofstream("killed.rescued.mid") << "older";
+    WriteMidi("mine.part.mid", 96, {{{0, {0x90, 60, 1}}}});
+    Program record("record killed.mid --in 1 --in 2"), live("record live.mid");
     ASSERT_TRUE(record.Await("Listening") && live.Await("Listening"));
-    {
-        Peer peer("Loopback MIDI 1");
+    for (const char* cable : {"Loopback MIDI 1", "Loopback MIDI 2"}) {
+        Peer peer(cable);
         peer.Send(Packed(0x90, 60, 100));
         ASSERT_TRUE(peer.Await(Packed(0x90, 60, 100)));
     }
-    ASSERT_TRUE(record.Await("1 note, 1 message"));
+    ASSERT_TRUE(record.Await("2 notes"));
     record.Err.clear(); // two seconds from one line to the next
-    ASSERT_TRUE(record.Await("1 note, 1 message"));
-    EXPECT_EQ(ReadBack("killed.part.mid").size(), 1u);
+    ASSERT_TRUE(record.Await("2 notes"));
+    EXPECT_EQ(ReadBack("killed.part.mid").size(), 2u);
     record.Signal(SIGKILL);
     record.Finish();
     ASSERT_TRUE(live.Await("1 note, 1 message"));
     const Result next = RunZorhost("record killed.mid --seconds 0.1");
     EXPECT_NE(next.Err.find("is kept in \""), std::string::npos) << next.Err;
-    EXPECT_EQ(Messages(ReadBack("killed.rescued.mid")),
-              (std::vector<Bytes>{{0x90, 60, 100}, {0x90, 60, 0}}));
+    EXPECT_EQ(Messages(ReadBack("killed.rescued-2.mid")),
+              (std::vector<Bytes>{{0x90, 60, 100}, {0x90, 60, 0}, {0x90, 60, 100}, {0x90, 60, 0}}));
+    // The second input's on a track of their own, behind that of the bar lines and the first one's.
+    EXPECT_NE(ReadCsv("killed.rescued-2.mid").find("\n3, 0, Start_track"), std::string::npos);
     EXPECT_NE(access("killed.part.mid", F_OK), 0);
+    EXPECT_EQ(ReadText("killed.rescued.mid"), "older");
+    EXPECT_EQ(access("mine.part.mid", F_OK), 0) << "not one of ours";
     // The one that goes on is left alone, and nobody else records into its file.
     EXPECT_EQ(next.Err.find("live"), std::string::npos) << next.Err;
     const Result second = RunZorhost("record live.mid --seconds 0.1");
@@ -137,7 +150,8 @@ TEST(Record, WritesWhatCameInAndPlaysItThruByTheMap) {
     Program record("record --thru 'Loopback MIDI 2' --map 1:10,3:4 --filter control recorded.mid");
     ASSERT_TRUE(record.Await("Listening"));
     const std::vector<std::uint32_t> played = {Packed(0x90, 60, 100), Packed(0xB0, 7, 5),
-                                               Packed(0x92, 62, 90), Packed(0x93, 64, 80)};
+                                               Packed(0x92, 62, 90),  Packed(0x80, 64, 0),
+                                               Packed(0xFA),          Packed(0x93, 64, 80)};
     {
         Peer peer("Loopback MIDI 1");
         for (const std::uint32_t message : played) peer.Send(message);
@@ -157,10 +171,12 @@ TEST(Record, WritesWhatCameInAndPlaysItThruByTheMap) {
         EXPECT_TRUE(heard.Await(message)) << std::hex << message;
     record.Signal(SIGINT);
     EXPECT_EQ(record.Finish(), 0) << record.Err;
-    const std::vector<Bytes> expected = {{0x90, 60, 100}, {0x92, 62, 90}, {0x93, 64, 80},
-                                         {0x90, 70, 1},   {0x95, 71, 1},  {0x90, 70, 0},
-                                         {0x95, 71, 0},   {0x90, 60, 0},  {0x92, 62, 0},
-                                         {0x93, 64, 0}}; // those held end with the recording
+    EXPECT_NE(record.Out.find("5 notes, 8 messages"), std::string::npos) << record.Out;
+    EXPECT_NE(access("recorded.part.mid", F_OK), 0);
+    const std::vector<Bytes> expected = {
+        {0x90, 60, 100}, {0x92, 62, 90}, {0x90, 64, 0}, {0x93, 64, 80},
+        {0x90, 70, 1},   {0x95, 71, 1},  {0x90, 70, 0}, {0x95, 71, 0},
+        {0x90, 60, 0},   {0x92, 62, 0},  {0x93, 64, 0}}; // those held end with the recording
     EXPECT_EQ(Messages(ReadBack("recorded.mid")), expected);
 }
 
@@ -216,7 +232,24 @@ TEST(Follow, GoesWhereTheClockIs) {
         ASSERT_TRUE(peer.Await(Packed(0xC0, 9), stopped));
     }
     EXPECT_EQ(heard(62) + heard(64), 0);
-    SendClocks(peer, 3 * 24);
+
+    // Start after Stop begins anew. A clock that stays away ends what sounds, and goes on where it
+    // was.
+    std::size_t before = peer.Heard().size();
+    peer.Send(Packed(0xFC));
+    ASSERT_TRUE(peer.Await(Packed(0xE0, 0, 64), before));
+    before = peer.Heard().size();
+    peer.Send(Packed(0xFA));
+    SendClocks(peer, 1);
+    ASSERT_TRUE(peer.Await(Packed(0x90, 60, 100), before));
+    SendClocks(peer, 24);
+    ASSERT_TRUE(peer.Await(Packed(0x90, 61, 100), before));
+    ASSERT_TRUE(peer.Await(Packed(0x80, 61), before));
+    SendClocks(peer, 23);
+    EXPECT_EQ(heard(62), 0);
+    SendClocks(peer, 1);
+    ASSERT_TRUE(peer.Await(Packed(0x90, 62, 100), before));
+    SendClocks(peer, 6 * 24);
     EXPECT_EQ(follow.Finish(), 0);
     EXPECT_NE(follow.Out.find("Played to the end"), std::string::npos);
 }
@@ -238,6 +271,12 @@ TEST(Follow, AClockInAnotherTerminal) {
     ASSERT_EQ(heard, expected);
     EXPECT_EQ(follow.Finish(), 0) << follow.Err;
     for (unsigned key = 60; key < 68; ++key) EXPECT_TRUE(peer.Await(Packed(0x90, key, 100))) << key;
+    const std::size_t before = peer.Heard().size();
+    Program clock("clock 10");
+    ASSERT_TRUE(peer.Await(Packed(0xF8), before));
+    clock.Signal(SIGINT);
+    EXPECT_EQ(clock.Finish(), 0);
+    EXPECT_TRUE(peer.Await(Packed(0xFC), before));
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <sstream>
 
 Bytes Tempo(unsigned length) {
     const auto byte = [length](int shift) { return static_cast<unsigned char>(length >> shift); };
@@ -30,17 +31,25 @@ void WriteMidi(const std::string& name, int ticksPerQuarter,
     WriteBytes(name, MidiBytes(ticksPerQuarter, tracks));
 }
 
+std::string ReadCsv(const std::string& path) {
+    std::FILE* const reader = popen(("midicsv '" + path + "' 2>&1").c_str(), "r");
+    std::string text;
+    for (int c = std::fgetc(reader); c != EOF; c = std::fgetc(reader)) text += static_cast<char>(c);
+    EXPECT_EQ(pclose(reader), 0) << path;
+    return text;
+}
+
 std::vector<TimedMessage> ReadBack(const std::string& path, int* ticksPerQuarter) {
     static const char* const kinds[] = {"Note_off_c",  "Note_on_c", "Poly_aftertouch_c",
                                         "Control_c",   "Program_c", "Channel_aftertouch_c",
                                         "Pitch_bend_c"};
     std::vector<TimedMessage> events;
-    std::FILE* const reader = popen(("midicsv '" + path + "' 2>&1").c_str(), "r");
-    char line[512], kind[32];
+    std::istringstream lines(ReadCsv(path));
+    char kind[32];
     int tick = 0;
     unsigned a = 0, b = 0, c = 0;
-    while (std::fgets(line, sizeof line, reader)) {
-        if (std::sscanf(line, "%*u, %d, %31[^,], %u, %u, %u", &tick, kind, &a, &b, &c) < 2)
+    for (std::string line; std::getline(lines, line);) {
+        if (std::sscanf(line.c_str(), "%*u, %d, %31[^,], %u, %u, %u", &tick, kind, &a, &b, &c) < 2)
             continue;
         if (!std::strcmp(kind, "Header") && ticksPerQuarter) *ticksPerQuarter = static_cast<int>(c);
         const auto known = std::ranges::find(kinds, std::string(kind));
@@ -52,7 +61,6 @@ std::vector<TimedMessage> ReadBack(const std::string& path, int* ticksPerQuarter
         if (status == 0xC0 || status == 0xD0) message.pop_back();
         events.push_back({tick, message});
     }
-    EXPECT_EQ(pclose(reader), 0) << path;
     std::ranges::stable_sort(events, {}, &TimedMessage::Tick);
     return events;
 }

@@ -22,6 +22,8 @@ void WriteBytes(const std::string& name, const Bytes& bytes);
 void WriteMidi(const std::string& name, int ticksPerQuarter,
                const std::vector<TrackEvents>& tracks);
 
+// All of a file as lines of text: track, tick, kind, values.
+std::string ReadCsv(const std::string& path);
 // The channel messages of a file, merged by time. Fails the test and gives none if it is no valid
 // file.
 std::vector<TimedMessage> ReadBack(const std::string& path, int* ticksPerQuarter = nullptr);

@@ -26,11 +26,13 @@ void CALLBACK OnMidi(void*, UINT message, DWORD_PTR, DWORD_PTR first, DWORD_PTR)
 
 } // namespace
 
-Peer::Peer(const std::string& cable) {
+Peer::Peer(const std::string& cable, const std::string& target) {
     Messages.clear();
     const int input = machine::AddMidiInput("Peer");
     const int output = machine::AddMidiOutput("Peer");
-    if (!machine::BridgeInput(input, cable) || !machine::BridgeOutput(output, cable)) std::abort();
+    if (!machine::BridgeInput(input, cable) ||
+        !machine::BridgeOutput(output, target.empty() ? cable : target))
+        std::abort();
     midiInOpen(&Input, static_cast<UINT>(input), reinterpret_cast<DWORD_PTR>(OnMidi), 0,
                CALLBACK_FUNCTION);
     midiInStart(Input);
@@ -44,7 +46,7 @@ Peer::~Peer() {
     machine::PowerOn();
 }
 
-void Peer::Send(std::uint32_t packed) { midiOutShortMsg(Output, packed); }
+void Peer::Send(std::uint32_t packed) const { midiOutShortMsg(Output, packed); }
 
 std::vector<std::uint32_t> Peer::Heard() const {
     const std::lock_guard hold(Lock);
@@ -52,9 +54,10 @@ std::vector<std::uint32_t> Peer::Heard() const {
 }
 
 std::uint32_t Peer::At(std::size_t number) const {
+    using namespace std::chrono_literals;
     std::unique_lock hold(Lock);
-    Came.wait(hold, [number] { return number < Messages.size(); });
-    return Messages[number];
+    const bool came = Came.wait_for(hold, 60s, [number] { return number < Messages.size(); });
+    return came ? Messages[number] : 0;
 }
 
 bool Peer::Await(std::uint32_t packed, std::size_t from) const {

@@ -14,15 +14,16 @@ constexpr std::uint32_t Packed(unsigned status, unsigned data1 = 0, unsigned dat
 // One at a time.
 class Peer {
 public:
-    explicit Peer(const std::string& cable);
+    // Sends to the second cable if there is one.
+    explicit Peer(const std::string& cable, const std::string& target = "");
     ~Peer();
     Peer(const Peer&) = delete;
     Peer& operator=(const Peer&) = delete;
 
-    void Send(std::uint32_t packed);
+    void Send(std::uint32_t packed) const;
     // What has come so far, its own messages too.
     std::vector<std::uint32_t> Heard() const;
-    // Waits for the first, second... that comes, from 0.
+    // Waits for the first, second... that comes, from 0. Gives 0 if it never does.
     std::uint32_t At(std::size_t number) const;
     // Waits until the message has come, after the first from messages. False if it never does.
     bool Await(std::uint32_t packed, std::size_t from = 0) const;

@@ -1,6 +1,7 @@
 #include "tests/host/program.h"
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -8,6 +9,7 @@
 #include <gtest/gtest.h>
 #include <iomanip>
 #include <poll.h>
+#include <pty.h>
 #include <sstream>
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -50,25 +52,34 @@ std::string ReadText(const std::string& path) {
     return text.str();
 }
 
-Program::Program(const std::string& arguments) {
+Program::Program(const std::string& arguments, unsigned short columns) {
     int out[2], err[2];
-    if (pipe(out) != 0 || pipe(err) != 0) std::abort();
+    const winsize size = {24, columns, 0, 0};
+    if (columns == 0 && (pipe(out) != 0 || pipe(err) != 0)) std::abort();
     std::vector<std::string> words = {ZOR_PROGRAM};
     std::istringstream rest(arguments);
     for (std::string word; rest >> std::quoted(word, '\'');) words.push_back(word);
     std::vector<char*> pointers;
     for (std::string& word : words) pointers.push_back(word.data());
     pointers.push_back(nullptr);
-    Process = fork();
+    Process = columns > 0 ? forkpty(&OutPipe, nullptr, nullptr, &size) : fork();
     if (Process == 0) {
         std::signal(SIGXFSZ, SIG_IGN);    // a file that may not grow is an error like a full disk
         prctl(PR_SET_PDEATHSIG, SIGKILL); // the watchdog may end the test
+    }
+    if (Process == 0 && columns > 0) {
+        setenv("TERM", "xterm", 1);
+        unsetenv("NO_COLOR");
+    } else if (Process == 0) {
         dup2(out[1], STDOUT_FILENO);
         dup2(err[1], STDERR_FILENO);
         for (int end : {out[0], out[1], err[0], err[1]}) close(end);
+    }
+    if (Process == 0) {
         execv(pointers[0], pointers.data());
         _exit(127);
     }
+    if (columns > 0) return;
     close(out[1]);
     close(err[1]);
     OutPipe = out[0];
@@ -95,6 +106,9 @@ bool Program::ReadMore() {
         const ssize_t count = read(both[i].fd, buffer, sizeof buffer);
         (i == 0 ? Out : Err).append(buffer, static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
         if (count > 0) continue;
+        termios left = {};
+        Echoes =
+            tcgetattr(both[i].fd, &left) == 0 && (left.c_lflag & ICANON) && (left.c_lflag & ECHO);
         close(both[i].fd);
         (i == 0 ? OutPipe : ErrPipe) = -1;
     }
@@ -102,15 +116,20 @@ bool Program::ReadMore() {
 }
 
 bool Program::Await(const std::string& text) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
     do {
         if (Out.find(text) != std::string::npos || Err.find(text) != std::string::npos) return true;
-    } while (ReadMore());
+    } while (std::chrono::steady_clock::now() < end && ReadMore());
     return false;
 }
 
 void Program::LimitFiles(unsigned bytes) const {
     const rlimit limit = {bytes > 0 ? bytes : RLIM_INFINITY, RLIM_INFINITY};
     if (prlimit(Process, RLIMIT_FSIZE, &limit, nullptr) != 0) std::abort();
+}
+
+void Program::Type(const std::string& keys) {
+    if (write(OutPipe, keys.data(), keys.size()) < 0) std::abort();
 }
 
 void Program::Signal(int number) {

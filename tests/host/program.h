@@ -11,15 +11,18 @@ std::string ReadText(const std::string& path);
 class Program {
 public:
     // Words are parted by blanks; those that have blanks themselves stand in 'quotes'.
-    explicit Program(const std::string& arguments);
+    // With columns, both outputs and the input are a terminal of that width; Out is what it shows.
+    explicit Program(const std::string& arguments, unsigned short columns = 0);
     ~Program(); // a process that still runs is killed
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
 
-    // Reads on until the text has appeared on either output. False if the program ended without it.
+    // Reads on until the text has appeared on either output. False if the program ended without it,
+    // or prints other things for a minute.
     bool Await(const std::string& text);
     // Every file that it writes ends there, as on a full disk; 0 makes room again.
     void LimitFiles(unsigned bytes) const;
+    void Type(const std::string& keys); // on the terminal
     void Signal(int number); // SIGINT as Ctrl-C; with SIGSTOP it stands still when this returns
     // Waits for the end and gives the exit code; 128 plus the signal if one ended it.
     int Finish();
@@ -28,6 +31,7 @@ public:
     int Sleeps() const;
 
     std::string Out, Err;
+    bool Echoes = false; // the terminal, as the program has left it
 
 private:
     bool ReadMore();

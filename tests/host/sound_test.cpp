@@ -10,6 +10,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <random>
+#include <regex>
 #include <sndfile.h>
 
 namespace {
@@ -18,7 +19,8 @@ constexpr int Rate = 22050;
 
 struct Tone {
     double Start, End; // seconds
-    int Key;           // -1 for noise
+    double Key;        // -1 for noise
+    double Level = 1;
 };
 
 // A WAV of tones with six harmonics: a channel for each gain, of floats, or else of 16 bits, which clip.
@@ -34,7 +36,7 @@ void WriteWav(const std::string& name, double seconds, const std::vector<Tone>& 
             if (tone.Key < 0) sample += static_cast<double>(random() % 2001) / 1000 - 1;
             const double cycles = (t - tone.Start) * 440 * std::pow(2, (tone.Key - 69) / 12.0);
             for (int n = 1; tone.Key >= 0 && n <= 6; ++n)
-                sample += 0.5 / n * std::sin(cycles * n * 2 * M_PI);
+                sample += tone.Level * 0.5 / n * std::sin(cycles * n * 2 * M_PI);
             sample /= 2;
         }
         for (const double gain : gains)
@@ -108,6 +110,87 @@ TEST(Transcribe, HearsChannelsThatCancelAndSamplesBeyondAllScales) {
     EXPECT_EQ(ReadBack("odd.mid").size(), 6u);
 }
 
+struct PlottedNote {
+    std::string Name;
+    double X, Y, Width;
+};
+std::vector<PlottedNote> ReadPlot(const std::string& path) {
+    static const std::regex note(
+        "<rect x='([0-9.]+)' y='([0-9.]+)' width='([0-9.]+)'[^<]*<title>([^,]*)");
+    const std::string svg = ReadText(path);
+    std::vector<PlottedNote> notes;
+    for (std::sregex_iterator found(svg.begin(), svg.end(), note), end; found != end; ++found)
+        notes.push_back(
+            {(*found)[4], std::stod((*found)[1]), std::stod((*found)[2]), std::stod((*found)[3])});
+    return notes;
+}
+
+// All of them a quarter of a semitone too high; the second soft after the loud first one, the third
+// in the second row of the picture and followed by one that is too soft, the last, with which the
+// file ends, on its second page.
+TEST(Transcribe, ATakeOutOfTuneIntoMidiBendsJsonAndAPicture) {
+    WriteWav("out & <in>.wav", 61,
+             {{0.5, 1, 60.25},
+              {1.1, 1.6, 67.25, 0.25},
+              {20, 20.5, 64.25},
+              {20.6, 21.1, 67.25, 0.15},
+              {60.5, 61, 62.25}});
+    const Result result =
+        RunZorhost("transcribe 'out & <in>.wav' --json --bends -o /dev/stdout --plot tune.svg");
+    EXPECT_EQ(result.Code, 0) << result.Err;
+    WriteBytes("tune.mid", Bytes(result.Out.begin(), result.Out.end()));
+    std::vector<Bytes> notes;
+    for (const TimedMessage& event : ReadBack("tune.mid")) {
+        const Bytes& message = event.Message;
+        if (message[0] == 0x90) notes.push_back(message);
+        if (message[0] == 0xE0) {
+            EXPECT_NEAR(message[2] << 7 | message[1], 8192 + 1024, 200);
+        }
+        if (message[0] == 0x80) {
+            EXPECT_EQ(message[1], notes.back()[1]);
+        }
+    }
+    ASSERT_EQ(notes.size(), 4u);
+    EXPECT_LT(notes[1][2] * 2, notes[0][2]);
+    const std::vector<int> starts = {500, 1100, 20000, 60500}, ends = {1000, 1600, 20500, 61000};
+    const char* const names[] = {"C4", "G4", "E4", "D4"};
+    std::istringstream lines(result.Err);
+    int number = 0, gaps = 0;
+    for (std::string line; std::getline(lines, line);) {
+        gaps += line.starts_with(R"({"kind":"gap")");
+        double start = 0, end = 0, cents = 99, a4 = 0;
+        char name[8] = "";
+        if (std::sscanf(line.c_str(),
+                        R"({"kind":"summary","notes":4,"seconds":61.000,"complete":true,"a4":%lf)",
+                        &a4) == 1) {
+            EXPECT_NEAR(a4, 446.4, 0.5);
+        }
+        if (std::sscanf(
+                line.c_str(),
+                R"({"kind":"note","start":%lf,"end":%lf,"key":%*d,"name":"%7[^"]","velocity":%*d,"cents":%lf)",
+                &start, &end, name, &cents) < 4)
+            continue;
+        EXPECT_NEAR(start * 1000, starts.at(number), 40);
+        EXPECT_NEAR(end * 1000, ends.at(number), 60);
+        EXPECT_NEAR(cents, 0, 5);
+        EXPECT_STREQ(name, names[number++]);
+    }
+    EXPECT_EQ(number, 4) << result.Err;
+    EXPECT_EQ(gaps, 1) << result.Err;
+    const std::vector<PlottedNote> first = ReadPlot("tune.svg"), second = ReadPlot("tune-2.svg");
+    ASSERT_EQ(first.size(), 3u);
+    ASSERT_EQ(second.size(), 1u);
+    EXPECT_EQ(second[0].Name, "D4");
+    // 100 pixels per second and 15 seconds per row, from 76 on.
+    EXPECT_NEAR(first[0].X, 76 + 50, 5);
+    EXPECT_NEAR(first[1].X, 76 + 110, 5);
+    EXPECT_NEAR(first[2].X, 76 + 500, 5);
+    EXPECT_NEAR(first[0].Width, 50, 8);
+    EXPECT_GT(first[0].Y, first[1].Y) << "the higher above the lower";
+    EXPECT_GT(first[2].Y, first[0].Y);
+    EXPECT_NE(ReadText("tune.svg").find("out &amp; &lt;in&gt;.wav"), std::string::npos);
+}
+
 TEST(Transcribe, TellsWhatItDidNotUnderstand) {
     WriteWav("noise.wav", 2.2, {{0.3, 0.7, 60}, {1.0, 1.5, -1}});
     WriteWav("short.wav", 0.03, {{0, 1, 60}});
@@ -129,12 +212,24 @@ TEST(Transcribe, TellsWhatItDidNotUnderstand) {
 
 TEST(Listen, PrintsPlaysAndWritesTheNotesOfAMicrophone) {
     Peer peer("Loopback MIDI 2");
-    WriteWav("three.wav", 2.4, Three);
+    WriteWav("three.wav", 2.4, {Three[0], Three[1], {1.6, 2.4, 64}}); // ends in a note
+    Program library("listen --as-library --mic three.wav -o library.mid");
     const Result result = RunZorhost("listen --mic three.wav --thru 2 -o listened.mid");
     EXPECT_EQ(result.Code, 0) << result.Err;
-    for (const char* name : {"  C4   velocity", "  G4   velocity", "  E4   velocity", "3 notes\n"})
-        EXPECT_NE(result.Out.find(name), std::string::npos) << name << result.Out;
+    const auto heard = [](const std::string& out, const std::string& after) {
+        std::string lines;
+        for (const char* name : {"C4", "G4", "E4"})
+            lines += std::string(R"( +\d\.\d{3}  )") + name + R"(   velocity \d+ +)" + after + "\n";
+        return std::regex_match(out, std::regex(lines + "3 notes\nWrote [a-z.]+ at 120 [a-z ]+\n"));
+    };
+    EXPECT_TRUE(heard(result.Out, R"([+-][01] cents)")) << result.Out;
+    EXPECT_TRUE(std::regex_search(result.Err, std::regex(R"(level \[#+-+\]  E4 [+-]\d cents\n)")))
+        << result.Err;
     EXPECT_EQ(ReadBack("listened.mid").size(), 6u);
+    EXPECT_EQ(library.Finish(), 0) << library.Err;
+    EXPECT_TRUE(heard(std::regex_replace(library.Out, std::regex(".*cents\n"), ""), "the library"))
+        << library.Out;
+    EXPECT_EQ(ReadBack("library.mid").size(), 6u);
     std::vector<std::uint32_t> keys;
     for (const std::uint32_t message : peer.Heard()) {
         if ((message & 0xFF) == 0x90 && message >> 16) keys.push_back(message >> 8 & 127);
@@ -172,7 +267,7 @@ TEST(Microphone, OfTheSettingsHearsSilenceAndOneOfAFileIsComparedWithWhatWasWrit
     TrackEvents notes;
     for (const auto& [key, on] : {std::pair<unsigned char, int>{60, 480}, {67, 960}, {63, 1536}}) {
         notes.push_back({on, {0x90, key, 90}});
-        notes.push_back({on + 384, {0x80, key, 0}});
+        notes.push_back({on + 384, {0x90, key, 0}});
     }
     WriteMidi("written.mid", 480, {notes});
     WriteWav("three.wav", 2.4, Three);
@@ -182,6 +277,11 @@ TEST(Microphone, OfTheSettingsHearsSilenceAndOneOfAFileIsComparedWithWhatWasWrit
     EXPECT_NE(result.Out.find("2 of 3 written notes heard, 1 missed, 1 heard that was not written"),
               std::string::npos)
         << result.Out;
+    for (const char* row :
+         {R"(\n +0\.500 C4 +0\.400 s +0\.\d+ C4 +0\.[345]\d+ s +(-\d|\+\d\d?) ms\n)",
+          R"(\n +1\.600 D#4 +0\.400 s +missed\n)",
+          R"(\n +1\.\d+ E4 +0\.[345]\d+ s +not written\n)"})
+        EXPECT_TRUE(std::regex_search(result.Out, std::regex(row))) << row << result.Out;
 }
 
 } // namespace

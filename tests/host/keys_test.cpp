@@ -1,0 +1,103 @@
+// zorhost on a terminal: keys that are pressed on it, and what its width leaves room for.
+#include "tests/host/midi_bytes.h"
+#include "tests/host/peer.h"
+#include "tests/host/program.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <stdexcept>
+
+namespace {
+
+const std::string Right = "\033[C", Left = "\033[D", Home = "\033[H";
+
+// Four bars with a note on each quarter, keys from 60 up. Key 40 sounds over both ends of bars 2
+// to 3.
+void WriteBars() {
+    TrackEvents track = {{0, {0x90, 40, 9}}};
+    for (unsigned char key = 60; key < 76; ++key) {
+        const int tick = (key - 60) * 96;
+        if (key == 65) track.push_back({tick, {0x80, 40, 0}});
+        track.push_back({tick, {0x90, key, 100}});
+        if (key == 71) track.push_back({tick, {0x90, 40, 9}});
+        track.push_back({tick + 96, {0x80, key, 0}});
+    }
+    WriteMidi("bars.mid", 96, {track});
+}
+
+class OneLoop {
+public:
+    std::vector<unsigned> Since, Ended; // keys struck since the last step, and those let go
+    // Waits for the next time that the key is struck, all else being passed over.
+    void Await(unsigned key) {
+        Since.clear();
+        Ended.clear();
+        while (Since.empty() || Since.back() != key) {
+            const std::uint32_t message = Heard.At(Next++);
+            if (message == 0) throw std::runtime_error(std::to_string(key) + " is not played");
+            const unsigned status = message & 0xFF, velocity = message >> 16;
+            if (status != 0x90 && status != 0x80) continue;
+            (status == 0x90 && velocity > 0 ? Since : Ended).push_back(message >> 8 & 127);
+        }
+    }
+    bool Struck(unsigned key) const { return std::ranges::count(Since, key) > 0; }
+
+private:
+    const Peer Heard{"Loopback MIDI 2"};
+    std::size_t Next = 0;
+};
+
+TEST(Keys, GoThroughALoopAndItGoesOnAsThePieceHasIt) {
+    using Struck = std::vector<unsigned>;
+    WriteBars();
+    OneLoop loop;
+    Program play("play bars.mid --to 2 --loop 2-3 --tempo 200", 70);
+    loop.Await(64);
+    EXPECT_TRUE(play.Await("Space pauses"));
+    play.Type(Right); // to bar 3, where key 40 comes and goes with the loop's end
+    loop.Await(68);
+    EXPECT_FALSE(loop.Struck(67));
+    loop.Await(64);
+    EXPECT_EQ(loop.Since, (Struck{69, 70, 71, 40, 64}));
+    EXPECT_EQ(std::ranges::count(loop.Ended, 40u), 1) << "at the loop's end";
+    play.Type(Right + Left); // in the second pass
+    loop.Await(64);
+    EXPECT_FALSE(loop.Struck(67) || loop.Struck(71));
+    loop.Await(66);
+    play.Type(Home);
+    loop.Await(64);
+    EXPECT_FALSE(loop.Struck(60) || loop.Struck(68));
+
+    play.Type(" ");
+    ASSERT_TRUE(play.Await("paused  bar    2 beat  1"));
+    EXPECT_EQ(play.Out.find("bar    4"), std::string::npos) << "behind the loop";
+    play.Out.clear();
+    play.Type(Right);
+    ASSERT_TRUE(
+        play.Await("paused  bar    3 beat  1  0:01.0 of 0:02.0  [##########----------]\033[K"));
+    play.Type(Left + Right + " ");
+    loop.Await(68);
+    EXPECT_EQ(loop.Since, Struck{68});
+    loop.Await(69);
+    play.Type(" ");
+    for (int i = 0; i < 4; ++i) { // a while
+        play.Out.clear();
+        ASSERT_TRUE(play.Await("paused  bar    3 beat  2"));
+    }
+    play.Type(" "); // on from where it was
+    loop.Await(71);
+    EXPECT_FALSE(loop.Struck(68));
+    EXPECT_TRUE(loop.Struck(70));
+    play.Type(Right); // behind the end: the next pass
+    loop.Await(64);
+    EXPECT_FALSE(loop.Struck(68));
+    loop.Await(64);
+    EXPECT_EQ(loop.Since, (Struck{65, 66, 67, 68, 69, 70, 71, 40, 64}));
+    play.Type("q");
+    EXPECT_EQ(play.Finish(), 0);
+    EXPECT_NE(play.Out.find("]\033[K\r\n\r\033[KStopped after"), std::string::npos) << play.Out;
+    EXPECT_EQ(play.Out.find("queue"), std::string::npos) << "no room for it";
+    EXPECT_TRUE(play.Echoes);
+}
+
+} // namespace
