@@ -47,6 +47,8 @@ bool Listed() {
 
 } // namespace
 
+const std::chrono::microseconds SoundComesEvery{25000};
+const int Stops = 10;
 void PlugMicrophone() {
     UseNativeMicrophones();
     EXPECT_TRUE(Server("plug") && Comes(Listed));
