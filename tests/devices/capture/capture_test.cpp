@@ -199,7 +199,7 @@ TEST_F(RealMicrophone, ItsLevelIsThatOfItsOwnStreamAndItIsLetThroughToTheSpeaker
     EXPECT_FALSE(plays());
     for (const std::uint32_t muted : {0u, 1u}) {
         EXPECT_TRUE(Set(SpeakersLine, muted));
-        EXPECT_TRUE(Comes([&] { return plays() == !muted; }));
+        EXPECT_TRUE(Comes([&] { return plays() == !muted; })) << "muted " << muted;
     }
 }
 
