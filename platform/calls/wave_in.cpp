@@ -11,6 +11,7 @@
 #include "platform/machine/power.h"
 #include "platform/system/user.h"
 
+#include <algorithm>
 #include <atomic>
 #include <vector>
 
@@ -154,10 +155,13 @@ MMRESULT WaveIn::Position(MMTIME& time) {
     return MMSYSERR_NOERROR;
 }
 
-// Frames lost for want of a buffer were not recorded, so they do not count.
+// Frames lost for want of a buffer were not recorded, so they do not count; neither do those that a
+// server still holds beyond what all queued buffers take.
 std::uint64_t WaveIn::PositionNow() const {
     if (!Started) return Before;
-    return Before + (Queue.empty() ? Filled : Stream->DevicePosition());
+    std::uint64_t end = Filled;
+    for (const WAVEHDR* const header : Queue) end += header->dwBufferLength / FrameBytes;
+    return Before + std::min(Stream->DevicePosition(), end);
 }
 
 MMRESULT WaveIn::MayClose() {

@@ -2,3 +2,5 @@
 
 void PlugMicrophone() { machine::AddMicrophone({.Name = "Voice"}); }
 void UnplugMicrophone() { Unplug(machine::Microphone{0}); }
+const std::chrono::microseconds SoundComesEvery{5000};
+const int Stops = 50;

@@ -44,6 +44,11 @@ TEST_F(MachineTest, StopGivesThePartAndSoundWithoutABufferIsLostAndDoesNotCount)
     EXPECT_EQ(recordInto(2, 100), 661u + 512); // the feed has begun anew
     EXPECT_EQ(recordInto(3, 100), 661u + 1024);
     EXPECT_EQ(got, (Blocks{{0, 512}, {512, 149}, {0, 512}, {2205, 512}}));
+    machine::FallBehind(microphone, 9);
+    EXPECT_EQ(recordInto(0, 100), 661u + 1536); // no further than its buffer reaches
+    machine::Unplug(microphone);
+    EXPECT_EQ(waveInStop(handle), MMSYSERR_NODRIVER);
+    EXPECT_EQ(waveInReset(handle), MMSYSERR_NODRIVER); // but all is handed back
     for (WAVEHDR& header : headers) waveInUnprepareHeader(handle, &header, sizeof header);
     EXPECT_EQ(waveInClose(handle), MMSYSERR_NOERROR);
 }

@@ -34,8 +34,7 @@ bool NativeStream::Start() {
     {
         const std::scoped_lock lock(Own);
         Running = true;
-        Received = Taken = AgeThen = 0;
-        HeardAt = Microseconds();
+        Received = Taken = CapturedAt = 0;
         WakeFrame = Forever;
     }
     Begin();
@@ -63,7 +62,7 @@ std::uint64_t NativeStream::DevicePosition() const {
     const std::scoped_lock lock(Own);
     if (!Running || Received == 0) return Received;
     const std::uint64_t now = Microseconds();
-    const std::uint64_t age = AgeThen + now - std::min(now, HeardAt);
+    const std::uint64_t age = now - std::min(now, CapturedAt);
     return Received + std::min(age, Second) * Format.rate / Second;
 }
 
@@ -85,12 +84,16 @@ void NativeStream::WakeIfDue() {
     if (Pending != 0) WakeFrame = Forever;
 }
 
+// The server estimates the age, and on a busy machine its estimate jumps by more than a block at
+// times. No device captures at twice its rate, so the time of the last frame moves on by half of
+// what has come at least, and the time stamps of blocks never fall.
 void NativeStream::Heard(const HeardSound& sound) {
     const std::scoped_lock lock(Own);
     if (!Running) return;
     Keep(sound);
-    HeardAt = Microseconds();
-    AgeThen = sound.Age;
+    const std::uint64_t now = Microseconds();
+    const std::uint64_t soonest = CapturedAt + sound.Frames * Second / Format.rate / 2;
+    CapturedAt = std::max(now - std::min(now, sound.Age), soonest);
     WakeIfDue();
 }
 

@@ -45,8 +45,7 @@ private:
     std::vector<std::uint8_t> Ring; // frame n lies at place n, modulo its size
     std::uint64_t Received = 0;     // frames since Start
     std::uint64_t Taken = 0;        // of them
-    std::uint64_t HeardAt = 0;      // when the last ones came, microseconds on the machine's clock
-    std::uint64_t AgeThen = 0;      // of the last frame
+    std::uint64_t CapturedAt = 0; // when the last of them was, microseconds on the machine's clock
     std::uint64_t WakeFrame = Forever;
     Token Pending = 0;
 };
