@@ -13,16 +13,19 @@ namespace {
 // What the capture is asked for, in frames a second.
 constexpr std::int32_t CaptureRate = 22050;
 
-// Both lists have the system's default device first.
-bool FindDevice(SoundIn& input, const MicrophoneName* microphone) {
-    std::int32_t place = 0;
+// Both classes have the system's default device first. numberOf: gives the number of the device at
+// a place of the list, where that is not the place itself; -1 if it is not there.
+bool FindDevice(SoundIn& input, const MicrophoneName* microphone,
+                std::int32_t (*numberOf)(const TextStringArray&, std::int32_t) = nullptr) {
+    std::int32_t device = 0;
     if (microphone) {
         TextStringArray names;
         input.GetDeviceNames(names);
-        place = microphone->PlaceIn(names);
+        device = microphone->PlaceIn(names);
+        if (numberOf) device = numberOf(names, device);
     }
-    if (place < 0) return false;
-    input.SetDevice(place);
+    if (device < 0) return false;
+    input.SetDevice(device);
     return true;
 }
 
@@ -43,7 +46,7 @@ std::unique_ptr<SoundIn> ChooseSoundIn(const MicrophoneName* microphone) {
         if (direct->IsDefaultDevice()) microphone = nullptr;
     }
     std::unique_ptr<SoundIn> wave(new (std::nothrow) SoundInWin);
-    if (wave && !FindDevice(*wave, microphone)) wave.reset();
+    if (wave && !FindDevice(*wave, microphone, &SoundInWin::NumberOf)) wave.reset();
     return wave;
 }
 
