@@ -2,8 +2,6 @@
 
 #include "platform/platform.h"
 
-#include <thread>
-
 namespace {
 
 // Where each thread keeps its innermost errand. Taken when the module is loaded, never given back:
@@ -38,7 +36,7 @@ bool Drained(unsigned parity, std::chrono::steady_clock::time_point deadline) {
     const int own = CallbacksOfThisThread(parity);
     while (inside[parity].load(std::memory_order_acquire) > own) {
         if (std::chrono::steady_clock::now() >= deadline) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        Sleep(1);
     }
     return true;
 }
