@@ -60,8 +60,8 @@ bool Hear(Sonorel::SoundIn& input, Sonorel::SoundInDx* dx, bool pullOut) {
     }
     heard.BytesPerBlock = input.BytesPerBlock;
     input.Start();
-    // A sound server can take its time to begin.
-    for (int wait = 0; wait < 200 && heard.Blocks < 40; ++wait) {
+    // A sound server can take its time to begin, and a busy machine loses blocks.
+    for (int wait = 0; wait < 1200 && heard.Blocks < 40; ++wait) {
         Sleep(50);
         if (!dx || wait < 60 || heard.Blocks > 0 || !neverBegan(dx->CaptureBuffer)) continue;
         input.Close();
