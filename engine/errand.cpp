@@ -2,9 +2,6 @@
 
 #include "platform/platform.h"
 
-#include <chrono>
-#include <thread>
-
 namespace {
 
 // Where each thread keeps its innermost errand. Taken when the module is loaded, never given back:
@@ -26,11 +23,22 @@ const Errand* InnermostThat(bool isCallback) {
     return errand;
 }
 
-int CallbacksOfThisThread(unsigned of) {
+int CallbacksOfThisThread(unsigned parity) {
     int count = 0;
     for (const Errand* errand = Innermost(); errand; errand = errand->Outer)
-        count += IsCallback(*errand) && errand->Epoch == of ? 1 : 0;
+        count += IsCallback(*errand) && errand->Epoch == parity ? 1 : 0;
     return count;
+}
+
+// Whether all callbacks of other threads that are counted there have ended by the deadline. A sleep
+// can take far longer than it is asked to, so none is counted.
+bool Drained(unsigned parity, std::chrono::steady_clock::time_point deadline) {
+    const int own = CallbacksOfThisThread(parity);
+    while (inside[parity].load(std::memory_order_acquire) > own) {
+        if (std::chrono::steady_clock::now() >= deadline) return false;
+        Sleep(1);
+    }
+    return true;
 }
 
 } // namespace
@@ -63,12 +71,13 @@ Generation CallbackBegun() {
     return callback ? callback->Begun : CurrentGeneration();
 }
 
-void AwaitCallbacks() {
-    constexpr int Patience = 5000;
-    const unsigned before = epoch.fetch_add(1) % 2;
-    const int own = CallbacksOfThisThread(before);
-    for (int tries = 0; tries < Patience; ++tries) {
-        if (inside[before].load(std::memory_order_acquire) <= own) return;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
+// Those counted under the other epoch are waited for before a new one begins, since it will be
+// counted where they are. Nothing new comes in there meanwhile. One that was given up stays there,
+// for the next one who waits.
+bool AwaitCallbacks(std::chrono::milliseconds patience) {
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    const unsigned present = epoch.load() % 2;
+    if (!Drained(1 - present, deadline)) return false;
+    epoch.fetch_add(1);
+    return Drained(present, deadline);
 }

@@ -3,6 +3,7 @@
 
 #include "engine/generation.h"
 
+#include <chrono>
 #include <cstdint>
 
 // One of them, for as long as it lives on its thread's stack. Thread: the one that made it.
@@ -20,14 +21,16 @@ public:
     Errand& operator=(const Errand&) = delete;
 
     const Kind What;
-    const Generation Begun; // the number when it began
-    Errand* const Outer;    // that the same thread was inside of already, or null
-    const unsigned Epoch;   // of callbacks: among which it is counted
+    // The generation that it works for: the present one when it was made, or for a transmission an
+    // older one, from which its record comes.
+    const Generation Begun;
+    Errand* const Outer;  // that the same thread was inside of already, or null
+    const unsigned Epoch; // of callbacks: among which it is counted
 };
 
-// False once playback was killed, or the drivers were opened or closed, since the transmission that
-// this thread is inside of began; whoever finds it false sends nothing more of it. True outside
-// one. Thread: any. Real time: yes.
+// False once playback was killed, or the drivers were opened or closed, since the generation that
+// the transmission of this thread works for, which can be long before it began; whoever finds it
+// false sends nothing more of it. True outside a transmission. Thread: any. Real time: yes.
 bool StillWanted();
 
 // Whether this thread is inside a MIDI input callback. It may hold locks of the device's driver,
@@ -38,7 +41,8 @@ bool OnInputThread();
 // When the callback that this thread is inside of began; outside of one, now.
 Generation CallbackBegun();
 
-// Waits for the callbacks that are under way now, but for those that this very thread is inside of,
-// which cannot end before it returns. Gives up after about 5 seconds: a callback may stand in a
-// message box, and it finds code and locks even later. Thread: host.
-void AwaitCallbacks();
+// Waits for the callbacks that are under way now, those included that an earlier call gave up, but
+// for those that this very thread is inside of, which cannot end before it returns. Gives up when
+// patience has passed, and returns false: a callback may stand in a message box, and it finds code
+// and locks even later. Thread: host.
+bool AwaitCallbacks(std::chrono::milliseconds patience = std::chrono::seconds(5));

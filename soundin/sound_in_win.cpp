@@ -3,6 +3,7 @@
 #include "support/error_box.h"
 #include "support/text_string_array.h"
 
+#include <cstring>
 #include <new>
 #include <utility>
 
@@ -145,6 +146,19 @@ std::int32_t SoundInWin::GetDeviceNames(TextStringArray& names) {
             names.AppendText(caps.szPname);
     }
     return names.Count;
+}
+
+std::int32_t SoundInWin::NumberOf(const TextStringArray& names, std::int32_t place) {
+    const TextString* const name = names.At(place);
+    const UINT devices = waveInGetNumDevs();
+    std::int32_t listed = 0;
+    for (UINT id = 0; id < devices && name; ++id) {
+        WAVEINCAPSA caps{};
+        if (waveInGetDevCapsA(id, &caps, sizeof caps) != MMSYSERR_NOERROR) continue;
+        if (listed++ < place) continue;
+        return std::strcmp(caps.szPname, name->Text()) == 0 ? static_cast<std::int32_t>(id) : -1;
+    }
+    return -1;
 }
 
 } // namespace Sonorel

@@ -21,7 +21,10 @@ public:
     bool Start() override;
     // On return no callback is running or will run, except that it may be called from within one.
     bool Stop() override;
+    // Leaves out a device that does not tell its name, so a place in the list is no device number.
     std::int32_t GetDeviceNames(TextStringArray& names) override;
+    // The number of the device at a place of that list; -1 if another one stands there by now.
+    static std::int32_t NumberOf(const TextStringArray& names, std::int32_t place);
 
     HWAVEIN WaveIn = nullptr;          // from Open to Close
     std::uint32_t FramesDelivered = 0; // since Start, without the block being delivered

@@ -20,14 +20,20 @@ struct Capture {
     std::unique_ptr<const MicrophoneName> Name;
 };
 
-// Both lists have the system's default device first.
-bool FindDevice(Capture& capture, const MicrophoneName* microphone) {
+// Both classes have the system's default device first. numberOf: gives the number of the device at
+// a place of the list, where that is not the place itself; -1 if it is not there.
+bool FindDevice(Capture& capture, const MicrophoneName* microphone,
+                std::int32_t (*numberOf)(const TextStringArray&, std::int32_t) = nullptr) {
     TextStringArray names;
     capture.Input->GetDeviceNames(names);
     const std::int32_t place = microphone ? microphone->PlaceIn(names) : 0;
     if (place < 0) return false;
-    capture.Input->SetDevice(place);
-    if (names.At(place)) capture.Name.reset(new (std::nothrow) MicrophoneName(names, place));
+    const std::int32_t listed = numberOf ? numberOf(names, place) : place;
+    const std::int32_t device = microphone ? listed : 0;
+    if (device < 0) return false;
+    capture.Input->SetDevice(device);
+    if (names.At(place) && listed == device)
+        capture.Name.reset(new (std::nothrow) MicrophoneName(names, place));
     return true;
 }
 
@@ -49,7 +55,7 @@ Capture ChooseSoundIn(const MicrophoneName* microphone) {
     }
     found = {CaptureClass::WaveIn, std::unique_ptr<SoundIn>(new (std::nothrow) SoundInWin),
              nullptr};
-    if (found.Input && !FindDevice(found, microphone)) found.Input.reset();
+    if (found.Input && !FindDevice(found, microphone, &SoundInWin::NumberOf)) found.Input.reset();
     return found;
 }
 

@@ -8,6 +8,8 @@
 
 namespace {
 
+using namespace std::chrono_literals;
+
 class PumpRaces : public EngineTest {
 protected:
     PumpRaces() { ZorStartMIDI(1); }
@@ -201,19 +203,27 @@ TEST_F(PumpRaces, StartingTheTimerShowsNoOldTime) {
     EXPECT_EQ(old, 0);
 }
 
-// A host that ends and unloads: nobody is in its code any more by then.
+// A host that ends and unloads: nobody is in its code any more by then, a callback included that
+// earlier endings have given up.
 TEST_F(PumpRaces, EndingWaitsForThoseInside) {
-    std::atomic<bool> inside{false}, left{false};
+    std::atomic<bool> inside{false}, mayLeave{false}, left{false};
     drivers.Rows[0].OnXmit = [&](const MIDIEvent&) {
         inside = true;
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        mayLeave.wait(false);
         left = true;
     };
     Put(1, Note(0, 1));
     std::thread expiry([] { MMETimerCallBack(0, 0, 0, 0, 0); });
     while (!inside) std::this_thread::yield();
+    for (int ending = 0; ending < 3; ++ending) EXPECT_FALSE(AwaitCallbacks(0ms));
+    std::thread end([&] {
+        std::this_thread::sleep_for(50ms);
+        mayLeave = true;
+        mayLeave.notify_all();
+    });
     MIDISysTerm();
     EXPECT_TRUE(left);
+    end.join();
     expiry.join();
 }
 

@@ -1,5 +1,6 @@
 // Row 1 of the driver table: its settings, its poll, and taking its recogniser away under the
 // timer's feet. The recogniser is a made-up one.
+#include "pitchrec/driver/capture_choice.h"
 #include "pitchrec/driver/microphone_name.h"
 #include "pitchrec/driver/prec_driver.h"
 #include "pitchrec/driver/recogniser_guard.h"
@@ -174,6 +175,23 @@ TEST(Microphones, AreKnownByTheirNamesInEitherList) {
         for (const std::string& name : c.Now) now.AppendText(name.c_str());
         EXPECT_EQ(Sonorel::MicrophoneName(then, c.Chosen).PlaceIn(now), c.Place)
             << testing::PrintToString(c.Then) << testing::PrintToString(c.Now);
+    }
+}
+
+// waveIn's list leaves out the first device, which does not tell its name. The second case has it
+// told in the middle of the search: then no device is opened, rather than the wrong one.
+TEST_F(PRecDriver, AMicrophoneIsOpenedByItsNumber) {
+    machine::AddMicrophone({"Nameless"});
+    const machine::Microphone line = machine::AddMicrophone({"Line"});
+    Sonorel::TextStringArray names;
+    names.AppendText("Line");
+    const Sonorel::MicrophoneName wanted(names, 0);
+    for (const bool told : {false, true}) {
+        machine::FailCall(machine::Call::waveInGetDevCapsA, 1, MMSYSERR_NODRIVER);
+        if (!told) machine::FailCall(machine::Call::waveInGetDevCapsA, 3, MMSYSERR_NODRIVER);
+        const auto recogniser = OpenRecogniser(&wanted);
+        EXPECT_EQ(recogniser != nullptr, !told);
+        EXPECT_EQ(machine::StatsOf(line).Open, told ? 0 : 1);
     }
 }
 

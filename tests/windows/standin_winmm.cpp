@@ -1,6 +1,7 @@
-// A winmm.dll for tests: loopback MIDI cables and a clock, no audio devices. It has only the calls
-// that the library and zorhost make. The clock is stepped by hand, or goes with the real one where
-// STANDIN_CLOCK=real stands in the environment.
+// A winmm.dll for tests: loopback MIDI cables and a clock. It has only the calls that the library
+// and zorhost make. The clock is stepped by hand, or goes with the real one where
+// STANDIN_CLOCK=real stands in the environment. There are no audio devices; where
+// STANDIN_WAVE=system stands there, the system's own waveIn devices are passed on.
 #define _WINMM_ // so that the system's header does not import what is defined here
 #include <windows.h>
 
@@ -126,6 +127,20 @@ MMRESULT CapsOf(UINT_PTR device, Caps* caps) {
 MMRESULT ErrorText(MMRESULT code, char* text, UINT size) {
     std::snprintf(text, size, "Error %u", code);
     return MMSYSERR_NOERROR;
+}
+
+// A function of the winmm.dll that this one stands in for, or null.
+template <class Function>
+Function SystemsOwn(const char* name) {
+    static const HMODULE system = [] {
+        const char* const wave = std::getenv("STANDIN_WAVE");
+        if (!wave || std::strcmp(wave, "system") != 0) return HMODULE{};
+        char path[MAX_PATH + 10];
+        GetSystemDirectoryA(path, MAX_PATH);
+        return LoadLibraryA(std::strcat(path, "\\winmm.dll"));
+    }();
+    if (!system) return nullptr;
+    return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(system, name)));
 }
 
 } // namespace
@@ -258,21 +273,35 @@ MMRESULT WINAPI midiInGetErrorTextA(MMRESULT code, LPSTR text, UINT size) {
     return ErrorText(code, text, size);
 }
 
-// No capture devices and no mixer.
+// Capture devices: the system's or none.
+#define PASS_ON(absent, name, parameters, ...)                                                     \
+    MMRESULT WINAPI name parameters {                                                              \
+        static const auto systems = SystemsOwn<decltype(&name)>(#name);                            \
+        return systems ? systems(__VA_ARGS__) : absent;                                            \
+    }
+PASS_ON(0, waveInGetNumDevs, ())
+PASS_ON(MMSYSERR_BADDEVICEID, waveInGetDevCapsA, (UINT_PTR id, LPWAVEINCAPSA caps, UINT size), id,
+        caps, size)
+PASS_ON(MMSYSERR_BADDEVICEID, waveInOpen,
+        (LPHWAVEIN wave, UINT id, LPCWAVEFORMATEX format, DWORD_PTR callBack, DWORD_PTR user,
+         DWORD flags),
+        wave, id, format, callBack, user, flags)
+PASS_ON(MMSYSERR_INVALHANDLE, waveInClose, (HWAVEIN wave), wave)
+PASS_ON(MMSYSERR_INVALHANDLE, waveInPrepareHeader, (HWAVEIN wave, LPWAVEHDR header, UINT size),
+        wave, header, size)
+PASS_ON(MMSYSERR_INVALHANDLE, waveInUnprepareHeader, (HWAVEIN wave, LPWAVEHDR header, UINT size),
+        wave, header, size)
+PASS_ON(MMSYSERR_INVALHANDLE, waveInAddBuffer, (HWAVEIN wave, LPWAVEHDR header, UINT size), wave,
+        header, size)
+PASS_ON(MMSYSERR_INVALHANDLE, waveInStart, (HWAVEIN wave), wave)
+PASS_ON(MMSYSERR_INVALHANDLE, waveInStop, (HWAVEIN wave), wave)
+PASS_ON(MMSYSERR_INVALHANDLE, waveInReset, (HWAVEIN wave), wave)
+PASS_ON(MMSYSERR_INVALHANDLE, waveInGetPosition, (HWAVEIN wave, LPMMTIME time, UINT size), wave,
+        time, size)
+
+// No mixer.
 #define ABSENT(result, name, ...)                                                                  \
     MMRESULT WINAPI name(__VA_ARGS__) { return result; }
-ABSENT(0, waveInGetNumDevs)
-ABSENT(MMSYSERR_BADDEVICEID, waveInGetDevCapsA, UINT_PTR, LPWAVEINCAPSA, UINT)
-ABSENT(MMSYSERR_BADDEVICEID, waveInOpen, LPHWAVEIN, UINT, LPCWAVEFORMATEX, DWORD_PTR, DWORD_PTR,
-       DWORD)
-ABSENT(MMSYSERR_INVALHANDLE, waveInClose, HWAVEIN)
-ABSENT(MMSYSERR_INVALHANDLE, waveInPrepareHeader, HWAVEIN, LPWAVEHDR, UINT)
-ABSENT(MMSYSERR_INVALHANDLE, waveInUnprepareHeader, HWAVEIN, LPWAVEHDR, UINT)
-ABSENT(MMSYSERR_INVALHANDLE, waveInAddBuffer, HWAVEIN, LPWAVEHDR, UINT)
-ABSENT(MMSYSERR_INVALHANDLE, waveInStart, HWAVEIN)
-ABSENT(MMSYSERR_INVALHANDLE, waveInStop, HWAVEIN)
-ABSENT(MMSYSERR_INVALHANDLE, waveInReset, HWAVEIN)
-ABSENT(MMSYSERR_INVALHANDLE, waveInGetPosition, HWAVEIN, LPMMTIME, UINT)
 ABSENT(0, mixerGetNumDevs)
 ABSENT(MMSYSERR_BADDEVICEID, mixerGetDevCapsA, UINT_PTR, LPMIXERCAPSA, UINT)
 ABSENT(MMSYSERR_BADDEVICEID, mixerOpen, LPHMIXER, UINT, DWORD_PTR, DWORD_PTR, DWORD)
