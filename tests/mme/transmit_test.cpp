@@ -115,7 +115,7 @@ TEST_F(MmeTest, PatchesAreCachedOnceForTheirChannels) {
     EXPECT_EQ(Sent(), Lines{Line(0, 0xC4, 10, 0)});
     // The host moves the port while the device answers: the patch is for the channel it is sent on.
     machine::InsideMidiOut([](Call call, int) {
-        if (call == Call::midiOutCachePatches) OutPorts[0].BaseChannel = 40;
+        if (call == Call::midiOutCachePatches) OutPorts[0].BaseChannel = 56;
     });
     Send(20, 0xC0, 12);
     machine::InsideMidiOut(nullptr);
