@@ -211,8 +211,8 @@ ZOREXPORT void ZORCALL ZorMIDIPlay(void) ZORNOEXCEPT;
 
 /* The timer's callback, exported for hosts with a timer of their own; the five arguments, those of
  * a multimedia timer callback, are ignored. Fetches the microphone's notes, then plays what is
- * due. Late expiries are ignored: it does nothing from ZorKillMIDI until ZorMIDIPlay (the timer still
- * runs then, so ZorStartTimer changes nothing), or from ZorStopMIDI until ZorStartTimer.
+ * due. It does nothing, as late expiries shall, from ZorKillMIDI until ZorMIDIPlay (the timer still
+ * runs then, so ZorStartTimer changes nothing), nor from ZorStopMIDI until one of the two.
  * Thread: any. Real time: as the devices allow. */
 ZOREXPORT void ZORCALL MMETimerCallBack(uint32_t timer, uint32_t message, uintptr_t user,
                                         uintptr_t first, uintptr_t second) ZORNOEXCEPT;
