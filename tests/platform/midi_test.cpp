@@ -78,13 +78,21 @@ TEST_F(Midi, WhatIsOnItsWayToADeviceThatLeavesIsLost) {
     machine::Connect(machine::AddMidiOutput("Out"), machine::AddMidiInput("In"), 20);
     EXPECT_EQ(told, 2);
     All got;
-    Start(0, got);
+    const HMIDIIN first = Start(0, got);
     midiOutShortMsg(OpenOut(0), 0x403C90);
     machine::Advance(10);
     machine::UnplugMidiInput("In");
     machine::Advance(30);
     EXPECT_TRUE(got.empty());
     EXPECT_EQ(told, 3);
+    machine::AddMidiInput("In");
+    machine::ReceiveMidi(0, 0x403C90);
+    machine::Advance(1);
+    midiInClose(first);
+    Start(0, got);
+    machine::UnplugMidiInput("In");
+    machine::Advance(1);
+    EXPECT_EQ(got.size(), 1u); // a note that was held for another is not released for this one
     machine::WatchMidiDevices(nullptr);
 }
 
