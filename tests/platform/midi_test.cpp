@@ -46,6 +46,7 @@ TEST_F(Midi, CablesCarryWithTheirOwnDelayAndStampsCountFromTheStart) {
     machine::Advance(10);
     midiInStart(in);
     machine::Advance(7);
+    midiInStart(in); // as it was already
     machine::ReceiveMidi(1, 0xF8);
     machine::Advance(0);
     EXPECT_EQ(near, (All{{0x403C90, 0}, {0x403D90, 0}, {0xF8, 7}}));
@@ -89,6 +90,30 @@ TEST_F(Midi, WithoutOutputsTheDefaultOneIsSilent) {
         ZorStopMIDI();
     }
     EXPECT_EQ(TakeBoxTexts(), std::vector<std::string>{});
+}
+
+TEST_F(Midi, WhatIsOnItsWayToADeviceThatLeavesIsLost) {
+    int told = 0;
+    machine::WatchMidiDevices([&told] { ++told; });
+    machine::Connect(machine::AddMidiOutput("Out"), machine::AddMidiInput("In"), 20);
+    EXPECT_EQ(told, 2);
+    All got;
+    const HMIDIIN first = Start(0, got);
+    midiOutShortMsg(OpenOut(0), 0x403C90);
+    machine::Advance(10);
+    machine::UnplugMidiInput("In");
+    machine::Advance(30);
+    EXPECT_TRUE(got.empty());
+    EXPECT_EQ(told, 3);
+    machine::AddMidiInput("In");
+    machine::ReceiveMidi(0, 0x403C90);
+    machine::Advance(1);
+    midiInClose(first);
+    Start(0, got);
+    machine::UnplugMidiInput("In");
+    machine::Advance(1);
+    EXPECT_EQ(got.size(), 1u); // a note that was held for another is not released for this one
+    machine::WatchMidiDevices(nullptr);
 }
 
 // A flood takes no room of the timers', is refused where it would be lost, and ends with the clock.

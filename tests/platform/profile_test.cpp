@@ -51,7 +51,7 @@ TEST_F(Profile, ReadsTextsAndIntegers) {
         "no equals sign\n"
         "InName1=second of its name\n"
         "[ Other ] rest\n"
-        "InName1=other\n"
+        "InName1='other'\n"
         "[mmedrvr]\n"
         "Late=second of its name\n"
         "[Last]\n"
