@@ -106,9 +106,12 @@ TEST(Files, WithAnyByteChangedDoNoHarm) {
 TEST(Files, AreReadInTheirOwnTime) {
     const Bytes off = {0x80, 60, 0};
     const Bytes good = Sound();
-    const Bytes slow =
-        MidiBytes(480, {{{0, Tempo(1000000)}, {0, Note}, {480, {0xD0, 7}}, {960, off}},
-                        {{0, Note}, {480, {0xFF, 1, 4, 'M', 'T', 'r', 'k'}}}});
+    const Bytes slow = MidiBytes(480, {{{0, Tempo(1000000)},
+                                        {0, Note},
+                                        {480, {0xD0, 7}},
+                                        {600, {0xFF, 1, 4, 'M', 'T', 'r', 'k'}},
+                                        {960, off}},
+                                       {{0, Note}, {480, {0xFF, 1, 0}}}});
     Bytes longHeader = With(good, 7, {8}), other = good;
     longHeader.insert(longHeader.begin() + 14, 2, 0);
     other.insert(other.begin() + 14, {'X', 'F', 'I', 'H', 0, 0, 0, 4, 'M', 'T', 'r', 'k'});
