@@ -73,7 +73,7 @@ TEST(Record, WritesWhatCameInAndPlaysItThruByTheMap) {
     Program record("record --thru 'Loopback MIDI 2' --map 1:10,3:4 --filter control recorded.mid");
     ASSERT_TRUE(record.Await("Listening"));
     const std::vector<std::uint32_t> played = {Packed(0x90, 60, 100), Packed(0xB0, 7, 5),
-                                               Packed(0x92, 62, 90),  Packed(0x80, 64, 0),
+                                               Packed(0x92, 62, 90),  Packed(0x90, 64, 0),
                                                Packed(0xFA),          Packed(0x93, 64, 80)};
     {
         Peer peer("Loopback MIDI 1");
