@@ -95,6 +95,10 @@ TEST(Keys, GoThroughALoopAndItGoesOnAsThePieceHasIt) {
     loop.Await(64);
     EXPECT_EQ(loop.Since, (Struck{65, 66, 67, 68, 69, 70, 71, 40, 64}));
     EXPECT_EQ(std::ranges::count(loop.Ended, 40u), 1) << "at the loop's end";
+    loop.Await(69);
+    play.Type(Left);
+    loop.Await(64);
+    EXPECT_FALSE(loop.Struck(60));
     play.Type("q");
     EXPECT_EQ(play.Finish(), 0);
     EXPECT_NE(play.Out.find("]\033[K\r\n\r\033[KStopped after"), std::string::npos) << play.Out;
