@@ -55,7 +55,7 @@ TEST(Record, BesideAClickIsWhereTheBeatsAre) {
     std::multimap<int, int> ons = Places("clicked.mid", 0x95), ends = Places("clicked.mid", 0x85);
     EXPECT_LT(ons.find(42)->second, 480);
     ons.erase(42);
-    ExpectBeats(ons, 43, 4, 80);
+    ExpectBeats(ons, 43, 4, 200);
     ASSERT_EQ(ends.size(), 5u);
     EXPECT_GE(ends.begin()->second, 3328); // 1.3 s
     EXPECT_LT(ends.rbegin()->second, 3328 + 960);
@@ -90,7 +90,7 @@ TEST(Record, OverAPieceIsWhereItsNotesAre) {
     PlayAlong(peer, 5);
     EXPECT_EQ(record.Finish(), 0) << record.Err;
     EXPECT_NE(record.Out.find("5 notes, 10 messages"), std::string::npos) << record.Out;
-    ExpectBeats(Places("over.mid", 0x95), 40, 5, 200);
+    ExpectBeats(Places("over.mid", 0x95), 40, 5, 400);
     EXPECT_EQ(Places("over.mid", 0x92),
               (std::multimap<int, int>{{50, 0}, {51, 960}, {52, 1920}, {53, 2880}, {54, 3840}}));
     const std::string csv = ReadCsv("over.mid");

@@ -17,7 +17,7 @@ Bytes Name(const std::string& text) {
 TEST(Info, TellsAllThatAFileHolds) {
     // 4/4 at 120, from bar 3 on 3/8 at 60, and the last note an hour later.
     WriteMidi("whole.mid", 480,
-              {{{0, Name("A \"\\\xE9\x01\xC3\xA9")},
+              {{{0, Name("A \"\\\xE9\x1F\xC3\xA9")},
                 {3840, Tempo(1000000)},
                 {3840, {0xFF, 0x58, 4, 3, 3, 24, 8}}},
                {{0, Name("Two")},

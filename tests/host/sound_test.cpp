@@ -192,6 +192,11 @@ TEST(Transcribe, ATakeOutOfTuneIntoMidiBendsJsonAndAPicture) {
 }
 
 TEST(Transcribe, TellsWhatItDidNotUnderstand) {
+    WriteWav("three.wav", 2.4, Three);
+    for (const char* as : {"--as-library", "--as-listen"})
+        EXPECT_NE(
+            RunZorhost(std::string("transcribe three.wav ") + as).Out.find("\n3 notes in 2.4 s"),
+            std::string::npos);
     WriteWav("noise.wav", 2.2, {{0.3, 0.7, 60}, {1.0, 1.5, -1}});
     WriteWav("short.wav", 0.03, {{0, 1, 60}});
     WriteWav("silent.wav", 1, {});
