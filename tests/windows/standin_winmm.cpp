@@ -280,24 +280,18 @@ MMRESULT WINAPI midiInGetErrorTextA(MMRESULT code, LPSTR text, UINT size) {
         return systems ? systems(__VA_ARGS__) : absent;                                            \
     }
 PASS_ON(0, waveInGetNumDevs, ())
-PASS_ON(MMSYSERR_BADDEVICEID, waveInGetDevCapsA, (UINT_PTR id, LPWAVEINCAPSA caps, UINT size), id,
-        caps, size)
+PASS_ON(MMSYSERR_BADDEVICEID, waveInGetDevCapsA, (UINT_PTR w, LPWAVEINCAPSA c, UINT n), w, c, n)
 PASS_ON(MMSYSERR_BADDEVICEID, waveInOpen,
-        (LPHWAVEIN wave, UINT id, LPCWAVEFORMATEX format, DWORD_PTR callBack, DWORD_PTR user,
-         DWORD flags),
-        wave, id, format, callBack, user, flags)
-PASS_ON(MMSYSERR_INVALHANDLE, waveInClose, (HWAVEIN wave), wave)
-PASS_ON(MMSYSERR_INVALHANDLE, waveInPrepareHeader, (HWAVEIN wave, LPWAVEHDR header, UINT size),
-        wave, header, size)
-PASS_ON(MMSYSERR_INVALHANDLE, waveInUnprepareHeader, (HWAVEIN wave, LPWAVEHDR header, UINT size),
-        wave, header, size)
-PASS_ON(MMSYSERR_INVALHANDLE, waveInAddBuffer, (HWAVEIN wave, LPWAVEHDR header, UINT size), wave,
-        header, size)
-PASS_ON(MMSYSERR_INVALHANDLE, waveInStart, (HWAVEIN wave), wave)
-PASS_ON(MMSYSERR_INVALHANDLE, waveInStop, (HWAVEIN wave), wave)
-PASS_ON(MMSYSERR_INVALHANDLE, waveInReset, (HWAVEIN wave), wave)
-PASS_ON(MMSYSERR_INVALHANDLE, waveInGetPosition, (HWAVEIN wave, LPMMTIME time, UINT size), wave,
-        time, size)
+        (LPHWAVEIN w, UINT n, LPCWAVEFORMATEX f, DWORD_PTR c, DWORD_PTR u, DWORD o), w, n, f, c, u,
+        o)
+PASS_ON(MMSYSERR_INVALHANDLE, waveInClose, (HWAVEIN w), w)
+PASS_ON(MMSYSERR_INVALHANDLE, waveInPrepareHeader, (HWAVEIN w, LPWAVEHDR h, UINT n), w, h, n)
+PASS_ON(MMSYSERR_INVALHANDLE, waveInUnprepareHeader, (HWAVEIN w, LPWAVEHDR h, UINT n), w, h, n)
+PASS_ON(MMSYSERR_INVALHANDLE, waveInAddBuffer, (HWAVEIN w, LPWAVEHDR h, UINT n), w, h, n)
+PASS_ON(MMSYSERR_INVALHANDLE, waveInStart, (HWAVEIN w), w)
+PASS_ON(MMSYSERR_INVALHANDLE, waveInStop, (HWAVEIN w), w)
+PASS_ON(MMSYSERR_INVALHANDLE, waveInReset, (HWAVEIN w), w)
+PASS_ON(MMSYSERR_INVALHANDLE, waveInGetPosition, (HWAVEIN w, LPMMTIME t, UINT n), w, t, n)
 
 // No mixer.
 #define ABSENT(result, name, ...)                                                                  \
