@@ -189,8 +189,8 @@ TEST_F(PRecDriver, AMicrophoneIsOpenedByItsNumber) {
     for (const bool told : {false, true}) {
         machine::FailCall(machine::Call::waveInGetDevCapsA, 1, MMSYSERR_NODRIVER);
         if (!told) machine::FailCall(machine::Call::waveInGetDevCapsA, 3, MMSYSERR_NODRIVER);
-        const auto recogniser = OpenRecogniser(&wanted);
-        EXPECT_EQ(recogniser != nullptr, !told);
+        const OpenMicrophone opened = OpenRecogniser(&wanted);
+        EXPECT_EQ(opened.Recogniser != nullptr, !told);
         EXPECT_EQ(machine::StatsOf(line).Open, told ? 0 : 1);
     }
 }
