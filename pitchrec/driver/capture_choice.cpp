@@ -18,6 +18,7 @@ struct Capture {
     CaptureClass Class = CaptureClass::None;
     std::unique_ptr<SoundIn> Input; // null: none knows the microphone
     std::unique_ptr<const MicrophoneName> Name;
+    bool IsDefault = false; // DirectSound's entry for whatever the system's default is
 };
 
 // Both classes have the system's default device first. numberOf: gives the number of the device at
@@ -47,14 +48,15 @@ bool Opens(SoundIn& input) {
 
 Capture ChooseSoundIn(const MicrophoneName* microphone) {
     auto* const direct = new (std::nothrow) SoundInDx;
-    Capture found{CaptureClass::DirectSound, std::unique_ptr<SoundIn>(direct), nullptr};
+    Capture found{CaptureClass::DirectSound, std::unique_ptr<SoundIn>(direct), nullptr, false};
     if (direct && FindDevice(found, microphone)) {
+        found.IsDefault = direct->IsDefaultDevice();
         if (Opens(*direct)) return found;
         // An entry of its own in this list only.
-        if (direct->IsDefaultDevice()) microphone = nullptr;
+        if (found.IsDefault) microphone = nullptr;
     }
-    found = {CaptureClass::WaveIn, std::unique_ptr<SoundIn>(new (std::nothrow) SoundInWin),
-             nullptr};
+    found = {CaptureClass::WaveIn, std::unique_ptr<SoundIn>(new (std::nothrow) SoundInWin), nullptr,
+             found.IsDefault};
     if (found.Input && !FindDevice(found, microphone, &SoundInWin::NumberOf)) found.Input.reset();
     return found;
 }
@@ -68,7 +70,7 @@ OpenMicrophone OpenRecogniser(const MicrophoneName* microphone) {
     if (!made) return {};
     static_cast<void>(capture.Input.release()); // the recogniser's
     if (!made->Open(CaptureRate)) return {};
-    return {std::move(made), capture.Class, std::move(capture.Name)};
+    return {std::move(made), capture.Class, std::move(capture.Name), capture.IsDefault};
 }
 
 void ListMicrophones(CaptureClass capture, TextStringArray& names) {

@@ -15,6 +15,8 @@ struct OpenMicrophone {
     CaptureClass Class = CaptureClass::None;
     // As the class lists it; null for the default one of an empty list.
     std::unique_ptr<const Sonorel::MicrophoneName> Name;
+    // It was asked for as DirectSound's entry for whatever the system's default is.
+    bool IsDefault = false;
 };
 
 // Opens this microphone, or the system's default one for null: by DirectSound where that can open

@@ -60,7 +60,8 @@ bool ChoosePRecDevice(std::unique_ptr<const MicrophoneName> wanted) {
     if (!turn.IsLast()) return false;
     const bool chosen = made.Recogniser != nullptr;
     if (chosen) {
-        Chosen = std::move(wanted);
+        // Who picks the system's default one has no choice that could be missing.
+        Chosen = made.IsDefault ? nullptr : std::move(wanted);
         Missing = Told = false;
     } else {
         made = OpenOnChoice(turn);
