@@ -22,14 +22,20 @@ void OnSignal(int signal) {
     interrupted = 1;
 }
 
-} // namespace
-
-void CatchInterrupts() {
+void Catch(int flags) {
     struct sigaction action = {};
     action.sa_handler = OnSignal;
+    action.sa_flags = flags;
     sigemptyset(&action.sa_mask);
     for (int signal : {SIGINT, SIGTERM, SIGHUP}) sigaction(signal, &action, nullptr);
 }
+
+} // namespace
+
+void CatchInterrupts() { Catch(SA_RESTART); }
+
+WaitEndsAtInterrupt::WaitEndsAtInterrupt() { Catch(0); }
+WaitEndsAtInterrupt::~WaitEndsAtInterrupt() { Catch(SA_RESTART); }
 
 void AtSecondInterrupt(void (*last)()) { atEnd.store(last, std::memory_order_relaxed); }
 

@@ -63,6 +63,7 @@ OutputFile::~OutputFile() {
 }
 
 void OutputFile::OpenStream() {
+    const WaitEndsAtInterrupt wait;
     if (Named != "/dev/stdout") {
         Stream = open(Named.c_str(), O_WRONLY | O_CLOEXEC); // waits for a reader
     } else {

@@ -29,6 +29,10 @@ BOOL WINAPI OnControl(DWORD what) {
 
 void CatchInterrupts() { SetConsoleCtrlHandler(OnControl, TRUE); }
 
+// No wait is for a pipe there.
+WaitEndsAtInterrupt::WaitEndsAtInterrupt() = default;
+WaitEndsAtInterrupt::~WaitEndsAtInterrupt() = default;
+
 void AtSecondInterrupt(void (*last)()) { atEnd.store(last); }
 
 bool Interrupted() { return interrupted.load(std::memory_order_relaxed); }

@@ -44,6 +44,18 @@ TEST(Monitor, PrintsEachMessageInWordsButForThoseFilteredOut) {
     EXPECT_EQ(std::regex_replace(monitor.Out, std::regex(R"( *\d+\.\d{3}  )"), ""), expected);
 }
 
+// Nobody reads what it prints until it has been told to end.
+TEST(Monitor, CtrlCWhileItWritesLosesNoLine) {
+    Peer peer("Loopback MIDI 2");
+    Program monitor("monitor --in 2");
+    ASSERT_TRUE(monitor.Await("Listening"));
+    for (unsigned i = 0; i < 3000; ++i) peer.Send(Packed(0x90, i % 128, 1 + i % 127));
+    usleep(500'000);
+    monitor.Signal(SIGINT);
+    EXPECT_EQ(monitor.Finish(), 0) << monitor.Err;
+    EXPECT_GT(std::ranges::count(monitor.Out, '\n'), 1000);
+}
+
 // The library's timer wakes up 250 times a second as it is.
 TEST(Monitor, SleepsUntilSomethingComesIn) {
     using Clock = std::chrono::steady_clock;
