@@ -33,4 +33,10 @@ endif()
 function(zor_subsystem name)
   add_library(zor_${name} OBJECT ${ARGN})
   target_link_libraries(zor_${name} PUBLIC zor_options)
+  if(name STREQUAL "support")
+    zor_precompile(zor_support PRIVATE <algorithm> <atomic> <cmath> <cstdint> <functional> <memory> <mutex> <string>
+      <thread> <utility> <vector> ${PROJECT_SOURCE_DIR}/platform/platform.h)
+  elseif(NOT name STREQUAL "pitchrec") # whose flags are others
+    zor_precompile(zor_${name} REUSE_FROM zor_support)
+  endif()
 endfunction()
