@@ -19,7 +19,7 @@ constexpr std::int16_t OutputSlots = 4096;
 
 constexpr int PollInterval = 4; // milliseconds
 
-// The wait for what comes in. Whoever clears the flag releases the semaphore, once.
+// The wait for what comes in. The thread that clears the flag releases the semaphore, once.
 std::atomic<bool> Waiting{false};
 std::counting_semaphore<> Ended{0};
 

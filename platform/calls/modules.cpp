@@ -32,7 +32,7 @@ struct Modules {
 HMODULE SystemHandle() { return reinterpret_cast<HMODULE>(&The<Modules>().SystemName); }
 
 // Without HOME, which a service or a cron job may lack, it is the one in the password database. The
-// root folder stands for a user whom nobody knows.
+// root folder stands for a user who is not in it either.
 std::filesystem::path HomeFolder() {
     const char* const home = std::getenv("HOME");
     if (home && *home) return home;

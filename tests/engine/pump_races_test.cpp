@@ -203,7 +203,7 @@ TEST_F(PumpRaces, StartingTheTimerShowsNoOldTime) {
     EXPECT_EQ(old, 0);
 }
 
-// A host that ends and unloads: nobody is in its code any more by then, a callback included that
+// A host that ends and unloads: no thread is in its code any more by then, a callback included that
 // earlier endings have given up.
 TEST_F(PumpRaces, EndingWaitsForThoseInside) {
     std::atomic<bool> inside{false}, mayLeave{false}, left{false};

@@ -44,7 +44,7 @@ TEST(Monitor, PrintsEachMessageInWordsButForThoseFilteredOut) {
     EXPECT_EQ(std::regex_replace(monitor.Out, std::regex(R"( *\d+\.\d{3}  )"), ""), expected);
 }
 
-// Nobody reads what it prints until it has been told to end.
+// Its output is read only after it has been told to end.
 TEST(Monitor, CtrlCWhileItWritesLosesNoLine) {
     Peer peer("Loopback MIDI 2");
     Program monitor("monitor --in 2");
@@ -98,7 +98,7 @@ TEST(Record, WhatAKilledOneTookIsKeptByTheNext) {
     EXPECT_NE(access("killed.part.mid", F_OK), 0);
     EXPECT_EQ(ReadText("killed.rescued.mid"), "older");
     EXPECT_EQ(access("mine.part.mid", F_OK), 0) << "not one of ours";
-    // The one that goes on is left alone, and nobody else records into its file.
+    // The one that goes on is left alone, and no other may record into its file.
     EXPECT_EQ(next.Err.find("live"), std::string::npos) << next.Err;
     const Result second = RunZorhost("record live.mid --seconds 0.1");
     EXPECT_EQ(second.Code, 1);

@@ -113,7 +113,7 @@ TEST(GlobalBuffer, IsZeroAndStaysWhereItIs) {
     EXPECT_NE(nullptr, GlobalBuffer(64, 2, true).Handle);
     EXPECT_EQ(nullptr, GlobalBuffer(64, 3, true).Handle);
     EXPECT_EQ(nullptr, GlobalBuffer(0, 1, true).Handle);
-    GlobalFree(GlobalBuffer(64, 1, false).Handle); // nobody else's
+    GlobalFree(GlobalBuffer(64, 1, false).Handle); // owned by this line alone
 }
 
 TEST(LockedMemory, IsNotThereWhereACallFails) {
