@@ -29,8 +29,8 @@ public:
 };
 
 // False once playback was killed, or the drivers were opened or closed, since the generation that
-// the transmission of this thread works for, which can be long before it began; a caller that finds it
-// false sends nothing more of it. True outside a transmission. Thread: any. Real time: yes.
+// the transmission of this thread works for, which can be long before it began; a caller that finds
+// it false sends nothing more of it. True outside a transmission. Thread: any. Real time: yes.
 bool StillWanted();
 
 // Whether this thread is inside a MIDI input callback. It may hold locks of the device's driver,
