@@ -2,8 +2,8 @@
 // decoder, beside the recogniser's.
 #include "bench/table.h"
 #include "hearing/decoder.h"
-#include "host/sound_file.h"
-#include "host/transcript.h"
+#include "host/sound/sound_file.h"
+#include "host/sound/transcript.h"
 
 #include <array>
 #include <benchmark/benchmark.h>

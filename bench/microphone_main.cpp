@@ -2,8 +2,8 @@
 // delivered, how long from a plucked tone to its note, and what it costs to have it.
 #include "bench/cost.h"
 #include "engine/zormidi.h"
-#include "platform/device/capture.h"
-#include "platform/device/level.h"
+#include "platform/api/capture.h"
+#include "platform/api/level.h"
 #include "platform/machine.h"
 #include "platform/platform.h"
 #include "soundin/sound_in_win.h"

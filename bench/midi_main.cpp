@@ -2,9 +2,9 @@
 // a host and from a host to a device, through the library, through RtMidi and through nothing.
 #include "bench/cost.h"
 #include "engine/zormidi.h"
-#include "platform/device/clock.h"
+#include "platform/api/clock.h"
 #include "platform/machine.h"
-#include "platform/native/midi/alsa.h"
+#include "platform/backends/alsa/alsa.h"
 #include "platform/platform.h"
 
 #ifdef MEASURE_RTMIDI

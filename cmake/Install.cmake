@@ -44,10 +44,7 @@ foreach(header ${steering})
 endforeach()
 
 # Loaded from beside zorplatform, by whoever shows a dialog or has real devices.
-get_property(loaded GLOBAL PROPERTY ZOR_NATIVE)
-if(TARGET zorscreen)
-  list(APPEND loaded zorscreen)
-endif()
+get_property(loaded GLOBAL PROPERTY ZOR_BACK_ENDS)
 if(loaded)
   set_target_properties(${loaded} PROPERTIES INSTALL_RPATH "$ORIGIN")
   install(TARGETS ${loaded} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_SKIP)
@@ -57,6 +54,6 @@ if(TARGET zorhost)
   set_target_properties(zorhost PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
   install(TARGETS zorhost RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
   install(FILES ${CMAKE_BINARY_DIR}/host/zorhost.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
-  install(FILES host/completion.bash RENAME zorhost
+  install(FILES host/cli/completion.bash RENAME zorhost
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
 endif()

@@ -29,5 +29,5 @@ else()
   # The same objects for tests and benches that look inside.
   add_library(zor_inside STATIC ${zor_objects})
   target_link_libraries(zor_inside PUBLIC zor_options zorplatform)
-  target_link_options(zor_inside INTERFACE -Wl,--undefined=ZorModule) # keeps module.cpp
+  target_link_options(zor_inside INTERFACE -Wl,--undefined=ZorModule) # keeps library_resources.cpp
 endif()

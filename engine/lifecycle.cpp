@@ -3,7 +3,7 @@
 #include "engine/driver_group.h"
 #include "engine/driver_table.h"
 #include "engine/errand.h"
-#include "engine/module.h"
+#include "engine/library_instance.h"
 #include "engine/queues.h"
 #include "engine/receive.h"
 #include "engine/sections.h"

@@ -1,9 +1,9 @@
-#include "host/command_line.h"
-#include "host/commands.h"
-#include "host/help.h"
-#include "host/help_pages.h"
-#include "host/host_error.h"
-#include "host/interrupt.h"
+#include "host/cli/command_line.h"
+#include "host/cli/commands.h"
+#include "host/cli/help.h"
+#include "host/cli/help_pages.h"
+#include "host/terminal/host_error.h"
+#include "host/terminal/interrupt.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,5 +1,5 @@
 // Filling the port tables from the ini file and the devices present.
-#include "engine/module.h"
+#include "engine/library_instance.h"
 #include "mme/devices.h"
 #include "mme/ini_keys.h"
 

@@ -1,4 +1,4 @@
-#include "engine/module.h"
+#include "engine/library_instance.h"
 #include "mme/ports.h"
 
 void ReportMMEError(MMRESULT code, bool output) {

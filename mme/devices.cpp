@@ -1,6 +1,6 @@
 #include "mme/devices.h"
 
-#include "engine/module.h"
+#include "engine/library_instance.h"
 
 #include <algorithm>
 #include <cstring>

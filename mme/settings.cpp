@@ -1,6 +1,6 @@
 #include "mme/settings.h"
 
-#include "engine/module.h"
+#include "engine/library_instance.h"
 #include "mme/devices.h"
 #include "mme/ini_keys.h"
 #include "support/profile.h"

@@ -1,7 +1,7 @@
 #include "mme/setup_dialog.h"
 
 #include "engine/driver_table.h"
-#include "engine/module.h"
+#include "engine/library_instance.h"
 #include "mme/devices.h"
 
 using namespace midisetup;

@@ -1,5 +1,5 @@
 // What OK does in the MIDI Setup dialog.
-#include "engine/module.h"
+#include "engine/library_instance.h"
 #include "mme/settings.h"
 #include "mme/setup_dialog.h"
 #include "support/error_box.h"

@@ -1,5 +1,5 @@
 #include "engine/driver_table.h"
-#include "engine/module.h"
+#include "engine/library_instance.h"
 #include "setup/tonequill.h"
 
 void PRecConfig(HWND parent) {

@@ -1,7 +1,7 @@
 #include "setup/tonequill.h"
 
 #include "engine/driver_table.h"
-#include "engine/module.h"
+#include "engine/library_instance.h"
 #include "pitchrec/driver/listening.h"
 #include "pitchrec/driver/microphone_list.h"
 #include "pitchrec/driver/prec_driver.h"

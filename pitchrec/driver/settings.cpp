@@ -1,6 +1,6 @@
 #include "pitchrec/driver/settings.h"
 
-#include "engine/module.h"
+#include "engine/library_instance.h"
 #include "support/profile.h"
 
 std::atomic<std::uint8_t> EnablePitchRec{0};

@@ -1,7 +1,7 @@
 // The dialog that a thread is showing.
 #pragma once
 
-#include "platform/device/screen.h"
+#include "platform/api/screen.h"
 
 namespace machine {
 

@@ -1,7 +1,7 @@
 // The calls of MIDI output: what goes over the wire, and what still sounds at its far end.
 #include "platform/calls/midi_ports.h"
 #include "platform/calls/names.h"
-#include "platform/device/sounding_notes.h"
+#include "platform/api/sounding_notes.h"
 #include "platform/machine/clock.h"
 #include "platform/machine/midi.h"
 #include "platform/machine/power.h"

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "platform/calls/handles.h"
-#include "platform/device/midi.h"
+#include "platform/api/midi.h"
 #include "platform/machine/faults.h"
 #include "platform/system/midi.h"
 

@@ -1,7 +1,7 @@
 // The millisecond clock and its one-shots, on the machine's clock. A one-shot's identifier is the
 // token of its action.
 #include "platform/common/lasting.h"
-#include "platform/device/clock.h"
+#include "platform/api/clock.h"
 #include "platform/machine/faults.h"
 #include "platform/machine/power.h"
 #include "platform/system/mmtime.h"

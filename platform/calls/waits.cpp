@@ -4,7 +4,7 @@
 // been roused counts as at work from that moment, so the stepped clock never moves on in the gap
 // before it really runs.
 #include "platform/calls/handles.h"
-#include "platform/device/clock.h"
+#include "platform/api/clock.h"
 #include "platform/machine/faults.h"
 #include "platform/machine/power.h"
 #include "platform/system/kernel.h"

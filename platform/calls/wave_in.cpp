@@ -4,7 +4,7 @@
 
 #include "platform/calls/handles.h"
 #include "platform/calls/names.h"
-#include "platform/device/capture.h"
+#include "platform/api/capture.h"
 #include "platform/machine/capture.h"
 #include "platform/machine/faults.h"
 #include "platform/machine/native.h"

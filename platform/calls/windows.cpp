@@ -1,7 +1,7 @@
 // The system calls on dialogs that are up, and on their controls. What names no such window does
 // nothing and gives 0.
 #include "platform/ui/windows.h"
-#include "platform/device/screen.h"
+#include "platform/api/screen.h"
 #include "platform/system/controls.h"
 #include "platform/system/user.h"
 

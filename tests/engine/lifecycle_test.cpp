@@ -1,6 +1,6 @@
 #include "tests/engine/rig.h"
 
-#include "engine/module.h"
+#include "engine/library_instance.h"
 
 #include <cstring>
 #include <filesystem>

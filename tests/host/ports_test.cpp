@@ -1,7 +1,7 @@
 // Which devices --in and setup choose where the name of one contains that of another.
-#include "host/host_error.h"
-#include "host/setting_keys.h"
-#include "host/settings.h"
+#include "host/terminal/host_error.h"
+#include "host/devices/setting_keys.h"
+#include "host/devices/settings.h"
 #include "tests/support/machine_test.h"
 
 #include <cstring>

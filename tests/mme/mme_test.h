@@ -3,7 +3,7 @@
 #pragma once
 
 #include "engine/driver_table.h"
-#include "engine/module.h"
+#include "engine/library_instance.h"
 #include "mme/ports.h"
 #include "tests/support/machine_test.h"
 

@@ -2,7 +2,7 @@
 // on the real clock, so that threads meet. Nothing here asks how long anything took.
 #include "tests/platform/capture_back_end.h"
 
-#include "platform/device/capture.h"
+#include "platform/api/capture.h"
 
 #include <gtest/gtest.h>
 

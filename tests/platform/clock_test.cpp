@@ -1,4 +1,4 @@
-#include "platform/device/clock.h"
+#include "platform/api/clock.h"
 
 #include "tests/support/machine_test.h"
 

@@ -1,6 +1,6 @@
 // What every back end of MIDI has to do, seen through the calls: an output and an input that are
 // joined, on the real clock, so that threads meet. Nothing here asks how long anything took.
-#include "platform/device/midi.h"
+#include "platform/api/midi.h"
 #include "tests/platform/native_wire.h"
 #include "tests/support/machine_test.h"
 

@@ -1,5 +1,5 @@
 // What the computer's MIDI ports are called.
-#include "platform/native/midi/names.h"
+#include "platform/backends/alsa/names.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 #include "tests/platform/native_wire.h"
 
-#include "platform/device/clock.h"
+#include "platform/api/clock.h"
 #include "platform/machine.h"
-#include "platform/native/midi/alsa.h"
+#include "platform/backends/alsa/alsa.h"
 #include "platform/platform.h"
 
 #include <atomic>

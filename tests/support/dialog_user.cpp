@@ -1,6 +1,6 @@
 #include "tests/support/dialog_user.h"
 
-#include "platform/device/screen.h"
+#include "platform/api/screen.h"
 #include "platform/machine.h"
 #include "platform/ui/windows.h"
 

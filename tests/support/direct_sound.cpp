@@ -1,6 +1,6 @@
 #include "tests/support/direct_sound.h"
 
-#include "platform/device/capture.h"
+#include "platform/api/capture.h"
 #include "platform/machine.h"
 #include "platform/platform.h"
 

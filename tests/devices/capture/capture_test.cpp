@@ -2,7 +2,7 @@
 // itself stalled, killed and started again. Nothing is asked but what comes of it, in which order.
 #include "tests/platform/capture_back_end.h"
 
-#include "platform/device/capture.h"
+#include "platform/api/capture.h"
 #include "soundin/sound_in_win.h"
 
 #include <gtest/gtest.h>

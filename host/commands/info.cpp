@@ -1,0 +1,199 @@
+// zorhost info
+#include "host/cli/commands.h"
+#include "host/terminal/general_midi.h"
+#include "host/terminal/json.h"
+#include "host/terminal/names.h"
+#include "host/cli/options.h"
+#include "host/playback/song_file.h"
+#include "host/playback/player.h"
+#include "host/terminal/progress.h"
+#include "host/terminal/terminal.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace zorhost {
+
+namespace {
+
+using midifile::Song;
+
+constexpr std::size_t MostChanges = 12;         // of tempo or meter that are printed
+constexpr double Longest = 0x7FFFFFFF / 1000.0; // seconds that the library's time counts
+
+struct InfoOptions {
+    Piece Of;
+    bool AsJson = false;
+};
+
+struct TrackInfo {
+    std::string Name;
+    std::set<int> Channels; // from 1
+    std::set<std::string> Instruments;
+    std::size_t Notes = 0;
+    int Lowest = 127;
+    int Highest = 0;
+};
+
+void AddMessage(TrackInfo& info, const midifile::TrackEvent& event) {
+    const int channel = (event.Status & 15) + 1;
+    const int kind = event.Status & 0xF0;
+    info.Channels.insert(channel);
+    if (kind == 0xC0) info.Instruments.insert(channel == 10 ? "Drums" : ProgramName(event.Data[0]));
+    if (kind != 0x90 || event.Data[1] == 0) return;
+    ++info.Notes;
+    info.Lowest = std::min<int>(info.Lowest, event.Data[0]);
+    info.Highest = std::max<int>(info.Highest, event.Data[0]);
+}
+
+TrackInfo InfoOf(const std::vector<midifile::TrackEvent>& track) {
+    TrackInfo info;
+    for (const midifile::TrackEvent& event : track) {
+        if (event.Status == 0xFF && event.Type == midifile::MetaTrackName && info.Name.empty())
+            info.Name = Utf8(std::string(event.Data.begin(), event.Data.end()));
+        if (event.Status < 0xF0) AddMessage(info, event);
+    }
+    if (info.Channels.contains(10) && info.Notes > 0) info.Instruments.insert("Drums");
+    return info;
+}
+
+template <typename Range>
+std::string Joined(const Range& values) {
+    std::string text;
+    for (const auto& value : values) {
+        if (!text.empty()) text += ", ";
+        if constexpr (std::is_same_v<std::decay_t<decltype(value)>, int>) {
+            text += std::to_string(value);
+        } else {
+            text += value;
+        }
+    }
+    return text;
+}
+
+double Seconds(const Song& song) {
+    return static_cast<double>(song.Map.MicrosecondsAt(song.EndTick)) / 1e6;
+}
+
+// What a player may trip over, beside what was put right.
+std::vector<std::string> Warnings(const Song& song) {
+    std::vector<std::string> lines = song.Findings;
+    if (song.SystemExclusive > 0) {
+        lines.push_back(Counted(song.SystemExclusive, "system exclusive message") +
+                        ", which play leaves out");
+    }
+    if (song.Events.empty()) lines.push_back("it holds no notes");
+    if (Seconds(song) > Longest) lines.push_back("what comes after 24 days is not played");
+    if (LeavesSounding(PassageOf(song, 0).Records))
+        lines.push_back("a note or a pedal is still down at its end");
+    return lines;
+}
+
+double BeatsPerMinute(const midifile::Tempo& tempo) { return 60e6 / tempo.MicrosecondsPerQuarter; }
+
+std::int64_t BarOf(const Song& song, std::int64_t tick) { return song.Map.BarBeatAt(tick).Bar; }
+
+// The first of many values, and the bars of those that follow.
+template <typename Change, typename Write>
+std::string ChangesText(const Song& song, const std::vector<Change>& changes, Write write) {
+    std::string text;
+    for (std::size_t i = 0; i < changes.size() && i < MostChanges; ++i) {
+        text += (i ? ", " : "") + write(changes[i]);
+        if (i) text += " in bar " + std::to_string(BarOf(song, changes[i].Tick));
+    }
+    if (changes.size() > MostChanges)
+        text += " and " + std::to_string(changes.size() - MostChanges) + " more";
+    return text;
+}
+
+void PrintTrack(std::size_t number, const TrackInfo& info) {
+    char range[16] = "";
+    if (info.Notes > 0)
+        std::snprintf(range, sizeof range, "%4s to %-4s", NoteName(info.Lowest).c_str(),
+                      NoteName(info.Highest).c_str());
+    const std::string instruments = Joined(info.Instruments);
+    PrintRow(5, "t%-3zu %5zu %-5s  %-12s  ch %-8s %s%s", number, info.Notes,
+             info.Notes == 1 ? "note" : "notes", range, Joined(info.Channels).c_str(),
+             info.Name.c_str(), instruments.empty() ? "" : ("  (" + instruments + ")").c_str());
+}
+
+void PrintText(const Song& song) {
+    std::printf("Length   %s, %s\n",
+                ClockText(static_cast<std::int64_t>(Seconds(song) * 1000)).c_str(),
+                Counted(BarOf(song, std::max<std::int64_t>(0, song.EndTick - 1)), "bar").c_str());
+    const auto tempo = [](const midifile::Tempo& one) {
+        char text[32];
+        std::snprintf(text, sizeof text, "%.4g", BeatsPerMinute(one));
+        return std::string(text);
+    };
+    const auto meter = [](const midifile::Meter& one) {
+        return std::to_string(one.Beats) + "/" + std::to_string(one.BeatUnit);
+    };
+    PrintRow(9, "Tempo    %s quarter notes a minute",
+             ChangesText(song, song.Map.Tempos(), tempo).c_str());
+    PrintRow(9, "Meter    %s", ChangesText(song, song.Map.Meters(), meter).c_str());
+    PrintRow(9, "File     type %d, %s, %s, %s a quarter note", song.Format,
+             Counted(std::ssize(song.Tracks), "track").c_str(),
+             Counted(std::ssize(song.Events), "message").c_str(),
+             Counted(song.Map.TicksPerQuarter(), "tick").c_str());
+    for (std::size_t i = 0; i < song.Tracks.size(); ++i) PrintTrack(i + 1, InfoOf(song.Tracks[i]));
+    for (const std::string& line : Warnings(song)) PrintRow(6, "Mind: %s", line.c_str());
+}
+
+void PrintJson(const Song& song) {
+    Json()
+        .Add("kind", "file")
+        .Add("seconds", Seconds(song))
+        .Add("type", song.Format)
+        .Add("tracks", song.Tracks.size())
+        .Add("messages", song.Events.size())
+        .Add("bars", BarOf(song, std::max<std::int64_t>(0, song.EndTick - 1)))
+        .Add("ticks", song.Map.TicksPerQuarter())
+        .Print();
+    for (const midifile::Tempo& tempo : song.Map.Tempos())
+        Json()
+            .Add("kind", "tempo")
+            .Add("bar", BarOf(song, tempo.Tick))
+            .Add("bpm", BeatsPerMinute(tempo))
+            .Print();
+    for (const midifile::Meter& meter : song.Map.Meters())
+        Json()
+            .Add("kind", "meter")
+            .Add("bar", BarOf(song, meter.Tick))
+            .Add("beats", meter.Beats)
+            .Add("unit", meter.BeatUnit)
+            .Print();
+    for (std::size_t i = 0; i < song.Tracks.size(); ++i) {
+        const TrackInfo info = InfoOf(song.Tracks[i]);
+        Json()
+            .Add("kind", "track")
+            .Add("track", i + 1)
+            .Add("name", info.Name)
+            .Add("notes", info.Notes)
+            .Add("channels", Joined(info.Channels))
+            .Add("instruments", Joined(info.Instruments))
+            .Print();
+    }
+    for (const std::string& line : Warnings(song))
+        Json().Add("kind", "warning").Add("text", line).Print();
+}
+
+} // namespace
+
+void AddInfo(const Command& app, const GlobalOptions&) {
+    const Command command =
+        app.Add("info", "Tell what a MIDI file holds: tracks, instruments, tempo, length, faults");
+    const auto options = std::make_shared<InfoOptions>();
+    AddPiece(command, options->Of);
+    AddJson(command, options->AsJson, "an object a line: file, tempo, meter, track, warning");
+    command.Does([options] {
+        const Song song = ReadSongQuietly(options->Of.File, options->Of.Strict);
+        options->AsJson ? PrintJson(song) : PrintText(song);
+    });
+}
+
+} // namespace zorhost

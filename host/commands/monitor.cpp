@@ -1,0 +1,107 @@
+// zorhost monitor
+#include "host/cli/commands.h"
+#include "host/devices/input.h"
+#include "host/terminal/json.h"
+#include "host/terminal/terminal.h"
+
+#include <cstdio>
+#include <memory>
+
+namespace zorhost {
+
+namespace {
+
+constexpr int IdleInterval = 300; // milliseconds between two looks for Ctrl-C
+constexpr int Wide = 72;          // columns that a line with a port's name takes, about
+
+struct MonitorOptions {
+    InputOptions Input;
+    bool AsJson = false;
+};
+
+struct Source {
+    std::string Name;
+    int Channel; // within the port, from 1
+};
+
+Source SourceOf(const MIDIEvent& record, const PortMap& map) {
+    const int channel = record.Channel + 1;
+    if (const Port* const port = map.InputOf(record.Channel))
+        return {port->Device, channel - port->Channel + 1};
+    const bool mic = map.Microphone && channel == map.MicrophoneChannel;
+    return {mic ? "Microphone" : "?", channel};
+}
+
+Colour ColourOf(std::uint8_t status) {
+    switch (status & 0xF0) {
+    case 0x80:
+        return Colour::Dim;
+    case 0x90:
+        return Colour::Green;
+    case 0xB0:
+        return Colour::Yellow;
+    case 0xC0:
+        return Colour::Magenta;
+    case 0xF0:
+        return Colour::Dim;
+    default:
+        return Colour::Cyan;
+    }
+}
+
+// Time in seconds, port where there is room, channel within the port, message.
+void PrintLine(const MIDIEvent& record, const PortMap& map) {
+    const Source source = SourceOf(record, map);
+    const std::string channel = record.Status >= 0xF0
+                                    ? "      "
+                                    : "ch " + std::string(source.Channel < 100, ' ') +
+                                          std::string(source.Channel < 10, ' ') +
+                                          std::to_string(source.Channel);
+    const bool ends = (record.Status & 0xF0) == 0x90 && record.Data2 == 0;
+    const std::string text =
+        Coloured(MessageText(record), ends ? Colour::Dim : ColourOf(record.Status));
+    static const bool narrow = IsNarrow(Wide);
+    if (narrow) {
+        std::printf("%8.3f %s %s\n", record.Time / 1000.0, channel.c_str(), text.c_str());
+    } else {
+        std::printf("%10.3f  %-20s  %s  %s\n", record.Time / 1000.0, source.Name.c_str(),
+                    channel.c_str(), text.c_str());
+    }
+}
+
+void PrintJson(const MIDIEvent& record, const PortMap& map) {
+    const Source source = SourceOf(record, map);
+    Json line;
+    line.Add("time", record.Time / 1000.0).Add("port", source.Name);
+    if (record.Status < 0xF0) line.Add("channel", source.Channel);
+    line.Add("status", record.Status)
+        .Add("data1", record.Data1)
+        .Add("data2", record.Data2)
+        .Add("text", MessageText(record))
+        .Print();
+}
+
+void Run(const GlobalOptions& global, const MonitorOptions& options) {
+    Session session(global, options.Input.Plan());
+    if (!options.Input.Thru.empty()) session.RefuseLoop("--thru");
+    RunInput(session, options.Input, 0, IdleInterval, [&](const std::vector<MIDIEvent>& received) {
+        for (const MIDIEvent& record : received)
+            (options.AsJson ? PrintJson : PrintLine)(record, session.Ports());
+        return received.empty() || std::fflush(stdout) == 0;
+    });
+}
+
+} // namespace
+
+void AddMonitor(const Command& app, const GlobalOptions& global) {
+    const Command command =
+        app.Add("monitor", "Print each message as it comes in: seconds, port, channel, "
+                           "message");
+    const auto options = std::make_shared<MonitorOptions>();
+    options->Input.AddTo(command);
+    AddJson(command, options->AsJson, "an object a line");
+    command.Footer("Example: zorhost monitor --in piano --filter clock");
+    command.Does([&global, options] { Run(global, *options); });
+}
+
+} // namespace zorhost

@@ -1,0 +1,215 @@
+#include "host/devices/settings.h"
+
+#include "engine/driver_table.h"
+#include "host/terminal/host_error.h"
+#include "host/devices/setting_keys.h"
+#include "mme/devices.h"
+#include "pitchrec/driver/settings.h"
+#include "platform/machine.h"
+#include "platform/platform.h"
+
+#include <algorithm>
+#include <cctype>
+#include <charconv>
+#include <filesystem>
+#include <random>
+
+namespace zorhost {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::vector<std::string> Names(const std::vector<MidiDevice>& choices) {
+    std::vector<std::string> names;
+    for (const MidiDevice& device : choices)
+        if (device.ID >= 0) names.emplace_back(device.Name);
+    return names;
+}
+
+// Adds the row if it names a device or opens one.
+template <typename Row>
+void Add(std::vector<Port>& ports, const Row& row, int number, const std::string& mapped) {
+    Port port = {number, row.Name, row.DeviceName, row.BaseChannel + 1};
+    if (row.DeviceID == NoDevice) port.Device.clear();
+    if (row.DeviceID == MapperDevice) port.Device = mapped;
+    if (!port.Name.empty() || !port.Device.empty()) ports.push_back(port);
+}
+
+constexpr char IniName[] = "ZORMIDI.INI";
+constexpr std::size_t Rows = 8;
+
+std::string Lower(std::string text) {
+    std::ranges::transform(text, text.begin(), [](unsigned char c) { return std::tolower(c); });
+    return text;
+}
+
+std::string Listed(const std::vector<std::string>& names) {
+    std::string text;
+    for (const std::string& name : names) text += "\n  " + name;
+    return text;
+}
+
+// By its name, its number in the list, its name in other letters' cases, or a part that only one
+// name has.
+std::string Resolve(const std::string& wanted, const std::vector<std::string>& present,
+                    const std::string& kind) {
+    if (std::ranges::find(present, wanted) != present.end()) return wanted;
+    std::size_t number = 0;
+    const auto [end, error] = std::from_chars(wanted.data(), wanted.data() + wanted.size(), number);
+    const bool isNumber = error == std::errc() && end == wanted.data() + wanted.size();
+    if (isNumber && number >= 1 && number <= present.size()) return present[number - 1];
+    std::vector<std::string> fitting, alike;
+    std::ranges::copy_if(present, std::back_inserter(fitting), [&](const std::string& name) {
+        return !isNumber && !wanted.empty() && Lower(name).find(Lower(wanted)) != std::string::npos;
+    });
+    std::ranges::copy_if(fitting, std::back_inserter(alike),
+                         [&](const std::string& name) { return name.size() == wanted.size(); });
+    if (alike.size() == 1) return alike.front();
+    if (fitting.size() == 1) return fitting.front();
+    if (!fitting.empty()) {
+        throw HostError("more than one " + kind + " device fits \"" + wanted +
+                        "\":" + Listed(fitting) + "\nSay more of its name, or its number.");
+    }
+    throw HostError("there is no " + kind + " device \"" + wanted + "\"" +
+                    (present.empty() ? "; none is there" : "; there are:" + Listed(present)));
+}
+
+std::vector<std::string> ResolveAll(const std::vector<std::string>& wanted,
+                                    const std::vector<std::string>& present,
+                                    const std::string& kind) {
+    std::vector<std::string> names;
+    for (const std::string& text : wanted) {
+        const std::string name = Resolve(text, present, kind);
+        if (std::ranges::find(names, name) != names.end()) {
+            throw HostError("\"" + name + "\" is named twice; a device can be opened only once",
+                            ExitWrongUse);
+        }
+        names.push_back(name);
+    }
+    if (names.size() > Rows) {
+        throw HostError("at most 8 " + kind + " devices can be used at once", ExitWrongUse);
+    }
+    return names;
+}
+
+void Write(const std::string& ini, const char* section, const std::string& key,
+           const std::string& value) {
+    if (!WritePrivateProfileStringA(section, key.c_str(), value.c_str(), ini.c_str())) {
+        throw HostError("\"" + ini + "\" cannot be written");
+    }
+}
+
+// A row without a device still needs a name, since a missing one means the automatic choice.
+void WritePorts(const std::string& ini, const std::string& kind,
+                const std::vector<std::string>& names, int spacing) {
+    for (std::size_t row = 0; !names.empty() && row < Rows; ++row) {
+        const std::string digit = std::to_string(row + 1);
+        const int channel = static_cast<int>(row) * spacing + 1;
+        Write(ini, "MMEDRVR", kind + "Name" + digit, row < names.size() ? names[row] : "(none)");
+        Write(ini, "MMEDRVR", kind + "Base" + digit, std::to_string(channel));
+    }
+}
+
+// The settings of a zorhost that had a folder of its own; nothing is done twice, and nothing taken
+// away.
+void TakeOver(const fs::path& old, const fs::path& present) {
+    std::error_code failed;
+    if (!fs::exists(old, failed) || fs::exists(present, failed)) return;
+    fs::create_directories(present.parent_path(), failed);
+    fs::copy_file(old, present, failed);
+    if (failed) {
+        throw HostError("\"" + old.string() + "\" cannot be copied to \"" + present.string() +
+                        "\": " + failed.message());
+    }
+}
+
+// Of this user's only, under a name that nobody has.
+std::string MakeTemporaryFolder() {
+    std::error_code failed;
+    const fs::path place = fs::temp_directory_path(failed);
+    std::random_device random;
+    for (int tries = 0; !failed && tries < 100; ++tries) {
+        const fs::path folder = place / ("zorhost." + std::to_string(random()));
+        if (!fs::create_directory(folder, failed)) continue;
+        fs::permissions(folder, fs::perms::owner_all);
+        return folder.string();
+    }
+    throw HostError("no temporary folder can be made: " + failed.message());
+}
+
+} // namespace
+
+std::vector<std::string> InputDevices() { return Names(InputChoices()); }
+std::vector<std::string> OutputDevices() { return Names(OutputChoices()); }
+
+std::string DefaultOutputDevice() {
+    const std::vector<std::string> outputs = OutputDevices();
+    MIDIOUTCAPSA caps{};
+    if (!outputs.empty()) return outputs.front();
+    const bool standsIn = midiOutGetDevCapsA(MIDI_MAPPER, &caps, sizeof caps) == MMSYSERR_NOERROR;
+    return standsIn ? "silence" : "";
+}
+
+const Port* PortMap::InputOf(int channel) const {
+    for (const Port& port : Inputs) {
+        const int offset = channel + 1 - port.Channel;
+        if (!port.Device.empty() && offset >= 0 && offset < 16) return &port;
+    }
+    return nullptr;
+}
+
+PortMap ReadPortMap(const std::string& ini) {
+    UseIni(ini);
+    LoadMMEConfig();
+    ReadPRecSettings();
+    PortMap map;
+    const std::string standard = DefaultOutputDevice();
+    for (int row = 0; row < PortRows; ++row) {
+        Add(map.Inputs, InPorts[row], row + 1, "");
+        Add(map.Outputs, OutPorts[row], row + 1, standard);
+    }
+    map.SyncInput = SyncMaster + 1;
+    map.Microphone = EnablePitchRec != 0;
+    map.MicrophoneChannel = static_cast<std::int16_t>(PRecChannel.load()) + 1;
+    return map;
+}
+
+std::string SettingsFolder(const std::string& iniOption) {
+    if (!iniOption.empty()) {
+        if (!fs::is_directory(iniOption)) {
+            throw HostError("--ini: there is no folder \"" + iniOption + "\"", ExitWrongUse);
+        }
+        return fs::absolute(iniOption).string();
+    }
+    const fs::path folder = fs::path(machine::ModulePath()).parent_path();
+    TakeOver(folder.parent_path() / "zorhost" / IniName, folder / IniName);
+    return folder.string();
+}
+
+RunSettings::RunSettings(const std::string& folder, const RunChanges& changes) {
+    const std::vector<std::string> inputs = ResolveAll(changes.Inputs, InputDevices(), "input");
+    const std::vector<std::string> outputs = ResolveAll(changes.Outputs, OutputDevices(), "output");
+    Path = (fs::path(folder) / IniName).string();
+    if (!changes.None()) {
+        Copy = MakeTemporaryFolder();
+        const std::string original = Path;
+        Path = (fs::path(Copy) / IniName).string();
+        if (fs::exists(original)) fs::copy_file(original, Path);
+        WritePorts(Path, "In", inputs, 16);
+        WritePorts(Path, "Out", outputs, 0);
+        if (!inputs.empty()) Write(Path, "MMEDRVR", "SyncMaster", "0");
+        if (changes.Microphone) Write(Path, "PRECDRVR", "EnablePitchRec", "1");
+        if (changes.MicrophoneChannel > 0) {
+            Write(Path, "PRECDRVR", "Channel", std::to_string(changes.MicrophoneChannel - 1));
+        }
+    }
+    machine::SetModulePath((fs::path(Path).parent_path() / "libzormidi.so").string());
+}
+
+RunSettings::~RunSettings() {
+    std::error_code ignored;
+    if (!Copy.empty()) fs::remove_all(Copy, ignored);
+}
+
+} // namespace zorhost

@@ -1,0 +1,51 @@
+#include "host/playback/library_transcript.h"
+
+#include "host/terminal/host_error.h"
+#include "host/terminal/interrupt.h"
+#include "host/terminal/progress.h"
+#include "host/devices/session.h"
+#include "host/sound/sound_file.h"
+
+#include <filesystem>
+
+namespace zorhost {
+
+namespace {
+
+constexpr int Step = 20; // milliseconds of sound between two looks
+
+// The sound begins with the library's time base.
+std::vector<MIDIEvent> Listen(Session& session) {
+    std::vector<MIDIEvent> records;
+    session.Start({});
+    const Microphone& microphone = *session.Ear();
+    Progress progress;
+    for (int left = MicrophoneTail; left > 0 && !Interrupted();) {
+        machine::Advance(Step);
+        Library::TakeReceived(records);
+        if (microphone.Ended()) left -= Step;
+        if (!progress.Due()) continue;
+        const auto heard = static_cast<std::int64_t>(microphone.SecondsHeard() * 1000);
+        const auto whole = static_cast<std::int64_t>(microphone.Seconds() * 1000);
+        progress.Show(Bar(heard, whole, 30) + "  " + ClockText(heard) + " of " + ClockText(whole));
+    }
+    return records;
+}
+
+} // namespace
+
+std::vector<MIDIEvent> HearAsLibrary(const std::string& path, const std::string& iniFolder) {
+    const bool exists = path == StandardInput || std::filesystem::exists(path);
+    if (exists && !std::filesystem::is_regular_file(path)) {
+        throw HostError("\"" + path + "\" is no file; the library's microphone hears files only");
+    }
+    SessionPlan plan;
+    plan.Microphone = path;
+    plan.Joined = Cables::Nowhere;
+    plan.Listens = true;
+    Session session({iniFolder, true}, plan);
+    machine::UseSteppedClock();
+    return Listen(session);
+}
+
+} // namespace zorhost

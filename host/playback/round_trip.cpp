@@ -1,0 +1,95 @@
+#include "host/playback/round_trip.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+namespace zorhost {
+
+namespace {
+
+// How far apart in the order two records may be and still count as the same one out of place.
+constexpr std::size_t Window = 256;
+
+bool IsNoteOff(const MIDIEvent& event) {
+    return event.Status == 0x80 || (event.Status == 0x90 && event.Data2 == 0);
+}
+
+bool Same(const MIDIEvent& sent, const MIDIEvent& received) {
+    if (sent.Channel != received.Channel || sent.Data1 != received.Data1) return false;
+    if (IsNoteOff(sent)) return IsNoteOff(received);
+    return sent.Status == received.Status && (sent.Length < 2 || sent.Data2 == received.Data2);
+}
+
+// The output ports count the notes that sound and hold back a note off that ends none.
+std::vector<MIDIEvent> ThroughPorts(const std::vector<MIDIEvent>& records, std::int64_t& heldBack) {
+    std::vector<MIDIEvent> out;
+    std::array<std::array<int, 128>, 16> sounding = {};
+    for (const MIDIEvent& record : records) {
+        int& count = sounding[record.Channel & 15][record.Data1 & 127];
+        if (IsNoteOff(record)) {
+            if (count == 0) {
+                ++heldBack;
+                continue;
+            }
+            --count;
+        } else if (record.Status == 0x90) {
+            ++count;
+        }
+        out.push_back(record);
+    }
+    return out;
+}
+
+int Percentile(const std::vector<int>& ascending, std::size_t percent) {
+    return ascending[(ascending.size() - 1) * percent / 100];
+}
+
+} // namespace
+
+RoundTrip Compare(const std::vector<MIDIEvent>& sent, const std::vector<MIDIEvent>& received) {
+    RoundTrip result;
+    const std::vector<MIDIEvent> expected = ThroughPorts(sent, result.HeldBack);
+    result.Sent = static_cast<std::int64_t>(expected.size());
+    result.Received = static_cast<std::int64_t>(received.size());
+    std::size_t next = 0;
+    std::int64_t matched = 0;
+    for (const MIDIEvent& record : received) {
+        const std::size_t end = std::min(expected.size(), next + Window);
+        std::size_t found = next;
+        while (found < end && !Same(expected[found], record)) ++found;
+        if (found == end) {
+            ++result.Wrong;
+            continue;
+        }
+        result.LateMilliseconds.push_back(record.Time - expected[found].Time);
+        ++matched;
+        next = found + 1;
+    }
+    result.Lost = result.Sent - matched;
+    std::sort(result.LateMilliseconds.begin(), result.LateMilliseconds.end());
+    return result;
+}
+
+std::string RoundTrip::Text() const {
+    std::string text;
+    const auto line = [&](const char* label, std::int64_t value, const char* unit) {
+        char buffer[96];
+        std::snprintf(buffer, sizeof buffer, "  %-28s %8lld%s\n", label,
+                      static_cast<long long>(value), unit);
+        text += buffer;
+    };
+    line("records sent", Sent, "");
+    if (HeldBack > 0) line("held back (no such note)", HeldBack, "");
+    line("records received", Received, "");
+    line("lost", Lost, "");
+    line("wrong", Wrong, "");
+    if (!LateMilliseconds.empty()) {
+        line("lateness, median", Percentile(LateMilliseconds, 50), " ms");
+        line("lateness, 99th percentile", Percentile(LateMilliseconds, 99), " ms");
+        line("lateness, worst", LateMilliseconds.back(), " ms");
+    }
+    return text;
+}
+
+} // namespace zorhost

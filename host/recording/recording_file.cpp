@@ -1,0 +1,144 @@
+#include "host/recording/recording_file.h"
+
+#include "host/terminal/host_error.h"
+#include "host/terminal/progress.h"
+#include "midifile/findings.h"
+
+#include <algorithm>
+#include <map>
+
+namespace zorhost {
+
+namespace {
+
+using midifile::TrackWriter;
+
+constexpr int FineTicks = 960;         // a quarter, so that milliseconds survive
+constexpr int MostTicks = 32767;       // that a file can say
+constexpr int ShortestQuarter = 1000;  // microseconds of a piece whose bar lines are of use
+constexpr std::size_t Many = 1u << 16; // records between two looks at the progress
+
+int Factor(const TempoMap& map) {
+    const int ticks = map.TicksPerQuarter();
+    return std::min(std::max(1, (FineTicks + ticks - 1) / ticks), MostTicks / ticks);
+}
+
+TempoMap Finer(const TempoMap& coarse) {
+    const int factor = Factor(coarse);
+    TempoMap fine(coarse.TicksPerQuarter() * factor);
+    for (const Tempo& tempo : coarse.Tempos()) {
+        fine.Add(Tempo{tempo.Tick * factor, tempo.MicrosecondsPerQuarter});
+    }
+    for (const Meter& meter : coarse.Meters()) {
+        fine.Add(Meter{meter.Tick * factor, meter.Beats, meter.BeatUnit});
+    }
+    return fine;
+}
+
+// Only for music: at tempos that no music has, ticks would be beyond counting.
+RecordingPlan Usable(const RecordingPlan& plan) {
+    const std::vector<Tempo> tempos = plan.Map.Tempos();
+    const bool music = std::ranges::all_of(
+        tempos, [](const Tempo& tempo) { return tempo.MicrosecondsPerQuarter >= ShortestQuarter; });
+    RecordingPlan plain;
+    plain.EndTime = plan.EndTime;
+    return music ? plan : plain;
+}
+
+// The channel messages by time: notes from a microphone come in later than what was played at the
+// same time. Each note on that has no note off gets one at the end.
+std::vector<MIDIEvent> Complete(const std::vector<MIDIEvent>& records, std::int32_t end) {
+    std::vector<MIDIEvent> all;
+    std::ranges::copy_if(records, std::back_inserter(all), [](const MIDIEvent& record) {
+        return record.Status >= 0x80 && record.Status < 0xF0;
+    });
+    std::ranges::stable_sort(all, {}, [](const MIDIEvent& record) { return record.Time; });
+    std::map<std::pair<int, int>, int> sounding;
+    for (const MIDIEvent& record : all) {
+        const std::int32_t time = record.Time; // packed: no reference to it
+        const int channel = record.Channel;
+        end = std::max(end, time);
+        if (record.Status > 0x90) continue;
+        int& count = sounding[{channel, int{record.Data1}}];
+        count = std::max(0, count + (record.Status == 0x90 && record.Data2 > 0 ? 1 : -1));
+    }
+    for (const auto& [note, count] : sounding) {
+        const MIDIEvent off = {end, 0,    static_cast<std::int16_t>(note.first),
+                               2,   0x80, static_cast<std::uint8_t>(note.second),
+                               64};
+        all.insert(all.end(), static_cast<std::size_t>(count), off);
+    }
+    return all;
+}
+
+// The bar lines, and what a recording is laid over.
+std::vector<TrackWriter> FirstTracks(const RecordingPlan& plan, const TempoMap& map) {
+    std::vector<TrackWriter> tracks;
+    midifile::AddMap(tracks.emplace_back(), map, plan.TempoPercent);
+    if (!plan.Under) return tracks;
+    const int factor = Factor(plan.Map);
+    for (const auto& events : plan.Under->Tracks) {
+        TrackWriter& track = tracks.emplace_back();
+        for (const midifile::TrackEvent& event : events) {
+            const bool line = event.Status == 0xFF && (event.Type == midifile::MetaTempo ||
+                                                       event.Type == midifile::MetaMeter);
+            if (!line) track.Add(event.Tick * factor, event);
+        }
+    }
+    return tracks;
+}
+
+class Saving {
+public:
+    explicit Saving(std::size_t whole) : Whole(whole) {}
+    void Step() {
+        if (++Done % Many == 0 && Line.Due()) {
+            Line.Show("saving " +
+                      Bar(static_cast<std::int64_t>(Done), static_cast<std::int64_t>(Whole), 20));
+        }
+    }
+
+private:
+    Progress Line;
+    std::size_t Whole;
+    std::size_t Done = 0;
+};
+
+std::vector<TrackWriter> MakeTracks(const std::vector<MIDIEvent>& records,
+                                    const RecordingPlan& plan, const TempoMap& map) {
+    std::vector<TrackWriter> tracks = FirstTracks(plan, map);
+    std::map<int, std::size_t> blocks;
+    Saving saving(records.size());
+    for (const MIDIEvent& record : records) {
+        const auto [block, fresh] = blocks.try_emplace(record.Channel >> 4, tracks.size());
+        if (fresh) tracks.emplace_back();
+        const std::int64_t sinceStart = std::int64_t{record.Time} * 1000 * plan.TempoPercent / 100;
+        const std::int64_t tick = map.TickAt(plan.StartMicroseconds + sinceStart);
+        AddRecord(tracks[block->second], std::max<std::int64_t>(0, tick), record);
+        saving.Step();
+    }
+    return tracks;
+}
+
+} // namespace
+
+void AddRecord(TrackWriter& track, std::int64_t tick, const MIDIEvent& record) {
+    const auto status = static_cast<unsigned char>(record.Status | (record.Channel & 15));
+    const unsigned char bytes[] = {status, record.Data1, record.Data2};
+    const auto count = static_cast<std::size_t>(1 + midifile::DataBytes(record.Status));
+    track.Add(tick, midifile::ByteSpan(bytes, count));
+}
+
+void WriteRecording(const std::vector<MIDIEvent>& records, const RecordingPlan& wanted,
+                    const OutputFile& file) {
+    const RecordingPlan plan = Usable(wanted);
+    const TempoMap map = Finer(plan.Map);
+    try {
+        file.Write(midifile::Write(MakeTracks(Complete(records, plan.EndTime), plan, map),
+                                   map.TicksPerQuarter()));
+    } catch (const midifile::Error& error) {
+        throw HostError("\"" + file.Path() + "\" " + error.what());
+    }
+}
+
+} // namespace zorhost

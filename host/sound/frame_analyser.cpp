@@ -1,0 +1,91 @@
+#include "host/sound/frame_analyser.h"
+
+#include "host/terminal/host_error.h"
+#include "soundin/sound_in.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <numbers>
+
+namespace zorhost {
+
+namespace {
+
+// The blocks are handed in.
+class NoDevice : public Sonorel::SoundIn {
+public:
+    std::uint32_t GetSampleRate() override { return AnalysisRate; }
+    bool Open(std::uint32_t) override { return true; }
+    bool Close() override { return true; }
+    bool Start() override { return true; }
+    bool Stop() override { return true; }
+};
+
+// Rounded: the half comes off again as what is above zero is cut.
+std::uint8_t Byte(float sample) {
+    const float shifted = sample * FullLevel + 128.5f;
+    const float positive = shifted > 0 ? shifted : 0;
+    return static_cast<std::uint8_t>(static_cast<int>(positive < 255 ? positive : 255));
+}
+
+constexpr double Turn = 2 * std::numbers::pi;
+constexpr double HighPassAngle = Turn * 40 / AnalysisRate;
+constexpr double LowPassAngle = Turn * 1500 / AnalysisRate;
+
+} // namespace
+
+FrameMaker::FrameMaker() : Recogniser(new NoDevice) {
+    if (!Recogniser.Open(AnalysisRate)) throw HostError("out of memory");
+}
+
+hearing::Frame FrameMaker::Take(std::span<const float, FrameSamples> samples, float gain) {
+    for (std::size_t i = 0; i < FrameSamples; ++i) {
+        Bytes[2 * i] = Bytes[2 * i + 1] = Byte(samples[i] * gain);
+    }
+    const double begin = static_cast<double>(Frames++) * hearing::FrameSeconds;
+    const auto end = static_cast<std::uint32_t>(Frames * 1000 * FrameSamples / AnalysisRate);
+    Sonorel::PitchRecWaveIn::ProcessChunk(end, Bytes.data(), 2 * FrameSamples, &Recogniser);
+    // Its notes are not asked for: a full ring takes no more.
+    const Sonorel::FrameState& now = Recogniser.Now;
+    return {begin, std::max(begin, now.OnsetTime / 1000.0), now.Frequency, now.Amplitude, gain};
+}
+
+// The high-pass: Butterworth by bilinear transform, as in R. Bristow-Johnson, "Cookbook formulae
+// for audio equalizer biquad filter coefficients". The low-pass: a first-order decay.
+ToneFilter::ToneFilter() {
+    const double cosine = std::cos(HighPassAngle);
+    const double alpha = std::sin(HighPassAngle) / std::numbers::sqrt2;
+    const double a1 = -2 * cosine / (1 + alpha);
+    const double a2 = (1 - alpha) / (1 + alpha);
+    const double fall = std::exp(-LowPassAngle);
+    const double gain = (1 + cosine) / 2 / (1 + alpha) * (1 - fall);
+    Ahead = {gain, -2 * gain, gain};
+    Back = {fall - a1, a1 * fall - a2, a2 * fall};
+}
+
+// First what depends on the input alone, which many samples can do at once; then the rest, in which
+// each waits for the one before.
+void ToneFilter::Apply(std::span<float, FrameSamples> samples) {
+    std::copy(In.end() - Order, In.end(), In.begin());
+    std::copy(Out.end() - Order, Out.end(), Out.begin());
+    std::ranges::copy(samples, In.begin() + Order);
+    const auto [b0, b1, b2] = Ahead;
+    const auto [a1, a2, a3] = Back;
+    const double* in = In.data() + Order;
+    double* out = Out.data() + Order;
+    for (std::ptrdiff_t i = 0; i < std::ssize(samples); ++i) {
+        out[i] = b0 * in[i] + b1 * in[i - 1] + b2 * in[i - 2];
+    }
+    double last1 = out[-1], last2 = out[-2], last3 = out[-3];
+    for (std::ptrdiff_t i = 0; i < std::ssize(samples); ++i) {
+        const double now = out[i] + a3 * last3 + a2 * last2 + a1 * last1;
+        last3 = last2;
+        last2 = last1;
+        out[i] = last1 = now;
+    }
+    std::transform(out, out + std::ssize(samples), samples.begin(),
+                   [](double sample) { return static_cast<float>(sample); });
+}
+
+} // namespace zorhost

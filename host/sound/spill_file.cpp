@@ -1,0 +1,49 @@
+#include "host/sound/spill_file.h"
+
+#include "host/terminal/host_error.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace zorhost {
+
+namespace {
+
+float PeakOf(const Block& block) {
+    float peak = 0;
+    for (const float sample : block) peak = std::max(peak, std::fabs(sample));
+    return peak;
+}
+
+} // namespace
+
+void Spool::Write(const Block& block) {
+    if (Memory.size() == MostInMemory) Spill();
+    Memory.push_back(block);
+    Greatest = std::max(Greatest, PeakOf(block));
+}
+
+void Spool::Spill() {
+    if (!File) File.reset(std::tmpfile());
+    for (const Block& block : Memory) {
+        if (File && std::fwrite(block.data(), sizeof block, 1, File.get()) == 1) continue;
+        throw HostError("there is no room to keep the sound while it is measured");
+    }
+    Memory.clear();
+}
+
+void Spool::Rewind() {
+    if (!File) return;
+    Spill();
+    std::rewind(File.get());
+}
+
+bool Spool::Read(Block& block) {
+    if (File) return std::fread(block.data(), sizeof block, 1, File.get()) == 1;
+    if (Memory.empty()) return false;
+    block = Memory.front();
+    Memory.pop_front();
+    return true;
+}
+
+} // namespace zorhost

@@ -1,0 +1,194 @@
+#include "host/sound/transcript.h"
+
+#include "hearing/pitch.h"
+#include "hearing/tuning.h"
+#include "host/terminal/json.h"
+#include "host/terminal/names.h"
+#include "host/terminal/terminal.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+namespace zorhost {
+
+namespace {
+
+constexpr double Worth = 0.06;       // seconds without a note that are worth telling
+constexpr int Wide = 57;             // columns of the whole table
+constexpr std::size_t MostGaps = 12; // lines of them
+
+struct Stretch {
+    double From; // seconds
+    double To;
+};
+
+std::int64_t Milliseconds(double seconds) {
+    return static_cast<std::int64_t>(std::lround(seconds * 1000));
+}
+
+bool InNote(const std::vector<Note>& notes, std::size_t& next, std::int64_t time) {
+    while (next < notes.size() && notes[next].End <= time) ++next;
+    return next < notes.size() && notes[next].Start <= time;
+}
+
+std::vector<Stretch> Gaps(const Transcript& transcript, const HeardSound& sound) {
+    std::vector<Stretch> gaps;
+    std::size_t next = 0;
+    for (const hearing::Frame& frame : sound.Frames) {
+        const double end = frame.Begin + hearing::FrameSeconds;
+        const std::int64_t middle = Milliseconds((frame.Begin + end) / 2);
+        if (frame.Level <= sound.OffLevel || InNote(transcript.Notes, next, middle)) continue;
+        const bool goesOn =
+            !gaps.empty() && frame.Begin - gaps.back().To < hearing::FrameSeconds / 2;
+        if (goesOn) {
+            gaps.back().To = end;
+        } else {
+            gaps.push_back({frame.Begin, end});
+        }
+    }
+    std::erase_if(gaps, [](const Stretch& gap) { return gap.To - gap.From < Worth; });
+    return gaps;
+}
+
+double CentsOff(const Note& note, const Transcript& transcript) {
+    return (note.Pitch - transcript.Tuning - note.Key) * 100;
+}
+
+MIDIEvent Record(std::int64_t time, int status, int data1, int data2) {
+    MIDIEvent record = {};
+    record.Time = static_cast<std::int32_t>(time);
+    record.Status = static_cast<std::uint8_t>(status);
+    record.Data1 = static_cast<std::uint8_t>(data1);
+    record.Data2 = static_cast<std::uint8_t>(data2);
+    return record;
+}
+
+void AddNote(const Note& note, std::vector<MIDIEvent>& records) {
+    records.push_back(Record(note.Start, 0x90, note.Key, note.Velocity));
+    records.push_back(Record(note.End, 0x80, note.Key, 64));
+}
+
+MIDIEvent Bend(std::int64_t time, double semitones) {
+    const int bend = std::clamp(8192 + static_cast<int>(std::lround(semitones * 4096)), 0, 16383);
+    return Record(time, 0xE0, bend & 127, bend >> 7);
+}
+
+// What lies within a semitone of the note: slips of the measurement are no bends.
+void AddBends(const Note& note, const HeardSound& sound, std::vector<MIDIEvent>& records) {
+    records.push_back(Bend(note.Start, note.Pitch - note.Key));
+    auto frame = std::ranges::lower_bound(sound.Frames, static_cast<double>(note.Start) / 1000, {},
+                                          &hearing::Frame::Begin);
+    for (; frame != sound.Frames.end(); ++frame) {
+        const std::int64_t time = Milliseconds(frame->Begin);
+        if (time >= note.End) break;
+        if (frame->Frequency <= 0) continue;
+        const double pitch = hearing::PitchOf(frame->Frequency);
+        if (std::fabs(pitch - note.Pitch) < 1) records.push_back(Bend(time, pitch - note.Key));
+    }
+}
+
+// In 32 columns.
+void PrintNarrow(const Transcript& transcript) {
+    std::printf("     start  note  cents     sure\n");
+    for (const Note& note : transcript.Notes) {
+        std::printf("%8.3f s  %-5s", static_cast<double>(note.Start) / 1000,
+                    NoteName(note.Key).c_str());
+        if (note.Pitch != 0)
+            std::printf(" %+5ld    %4.0f%%", std::lround(CentsOff(note, transcript)),
+                        note.Sureness * 100);
+        std::printf("\n");
+    }
+}
+
+} // namespace
+
+Note ToKey(const hearing::Note& note, double tuning) {
+    const int key = std::clamp(static_cast<int>(std::lround(note.Pitch - tuning)), 0, 127);
+    return {Milliseconds(std::max(note.Onset, 0.0)),
+            Milliseconds(note.End),
+            key,
+            std::clamp(note.Level, 1, 127),
+            note.Pitch,
+            note.Sureness};
+}
+
+Transcript Decode(const HeardSound& sound, Loudness loudness) {
+    Transcript transcript;
+    const bool live = loudness == Loudness::Followed;
+    if (!live) transcript.Tuning = hearing::TuningOf(sound.Frames);
+    hearing::Decoder decoder(live ? hearing::LiveLag : hearing::FileLag, transcript.Tuning);
+    for (const hearing::Frame& frame : sound.Frames) decoder.Take(frame);
+    decoder.Finish();
+    for (const hearing::Note& note : decoder.Notes()) {
+        transcript.Notes.push_back(ToKey(note, transcript.Tuning));
+    }
+    return transcript;
+}
+
+void PrintNotes(const Transcript& transcript) {
+    if (IsNarrow(Wide)) {
+        PrintNarrow(transcript);
+        return;
+    }
+    std::printf("    no      start     length  note  cents  velocity   sure\n");
+    int number = 0;
+    for (const Note& note : transcript.Notes) {
+        std::printf("%6d %8.3f s %8.3f s  %-5s", ++number, static_cast<double>(note.Start) / 1000,
+                    static_cast<double>(note.End - note.Start) / 1000, NoteName(note.Key).c_str());
+        if (note.Pitch == 0) {
+            std::printf(" %15d\n", note.Velocity);
+            continue;
+        }
+        std::printf(" %+5ld %9d %5.0f%%\n", std::lround(CentsOff(note, transcript)), note.Velocity,
+                    note.Sureness * 100);
+    }
+}
+
+void PrintGaps(const Transcript& transcript, const HeardSound& sound) {
+    const std::vector<Stretch> gaps = Gaps(transcript, sound);
+    double total = 0;
+    for (const Stretch& gap : gaps) total += gap.To - gap.From;
+    if (gaps.empty()) {
+        std::printf("All that was loud enough became notes\n");
+        return;
+    }
+    std::printf("Not understood: %.2f s that were loud enough gave no note\n", total);
+    for (std::size_t i = 0; i < gaps.size() && i < MostGaps; ++i) {
+        std::printf("  %8.3f s to %8.3f s\n", gaps[i].From, gaps[i].To);
+    }
+    if (gaps.size() > MostGaps) std::printf("  and %zu more\n", gaps.size() - MostGaps);
+}
+
+void PrintJson(const Transcript& transcript, const HeardSound& sound) {
+    for (const Note& note : transcript.Notes) {
+        Json object;
+        object.Add("kind", "note").Add("start", static_cast<double>(note.Start) / 1000);
+        object.Add("end", static_cast<double>(note.End) / 1000).Add("key", note.Key);
+        object.Add("name", NoteName(note.Key)).Add("velocity", note.Velocity);
+        if (note.Pitch != 0) {
+            object.Add("cents", CentsOff(note, transcript)).Add("sureness", note.Sureness);
+        }
+        object.Print();
+    }
+    for (const Stretch& gap : Gaps(transcript, sound)) {
+        Json().Add("kind", "gap").Add("start", gap.From).Add("end", gap.To).Print();
+    }
+}
+
+std::vector<MIDIEvent> ToRecords(const std::vector<Note>& notes) {
+    std::vector<MIDIEvent> records;
+    for (const Note& note : notes) AddNote(note, records);
+    return records;
+}
+
+std::vector<MIDIEvent> ToRecords(const std::vector<Note>& notes, const HeardSound& sound) {
+    std::vector<MIDIEvent> records;
+    for (const Note& note : notes) {
+        AddBends(note, sound, records);
+        AddNote(note, records);
+    }
+    return records;
+}
+
+} // namespace zorhost

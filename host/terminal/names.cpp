@@ -1,0 +1,153 @@
+#include "host/terminal/names.h"
+
+#include "host/terminal/general_midi.h"
+#include "host/terminal/host_error.h"
+
+#include <array>
+#include <cstdio>
+
+namespace zorhost {
+
+namespace {
+
+struct FilterWord {
+    const char* Word;
+    Filter Masks;
+};
+constexpr std::uint16_t SystemClass = 1 << 7;
+constexpr std::array<FilterWord, 14> Words = {{
+    {"notes", {0x03, 0}},
+    {"noteoff", {0x01, 0}},
+    {"noteon", {0x02, 0}},
+    {"polypressure", {0x04, 0}},
+    {"control", {0x08, 0}},
+    {"program", {0x10, 0}},
+    {"pressure", {0x20, 0}},
+    {"bend", {0x40, 0}},
+    {"system", {SystemClass, 0xFFFF}},
+    {"songposition", {SystemClass, 1 << 2}},
+    {"songselect", {SystemClass, 1 << 3}},
+    {"tune", {SystemClass, 1 << 6}},
+    {"clock", {SystemClass, 1 << 8}},
+    {"transport", {SystemClass, 1 << 10 | 1 << 11 | 1 << 12}},
+}};
+
+const char* SystemText(std::uint8_t status) {
+    switch (status) {
+    case 0xF6:
+        return "tune request";
+    case 0xF8:
+        return "clock";
+    case 0xFA:
+        return "start";
+    case 0xFB:
+        return "continue";
+    case 0xFC:
+        return "stop";
+    default:
+        return "system";
+    }
+}
+
+std::string Trimmed(std::string text) {
+    text.erase(text.find_last_not_of(' ') + 1);
+    return text;
+}
+
+} // namespace
+
+std::string Counted(std::int64_t count, const std::string& what) {
+    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+}
+
+std::string NoteName(int note) {
+    static constexpr const char* names[] = {"C",  "C#", "D",  "D#", "E",  "F",
+                                            "F#", "G",  "G#", "A",  "A#", "B"};
+    return names[note % 12] + std::to_string(note / 12 - 1);
+}
+
+std::string MessageText(const MIDIEvent& event) {
+    char text[64];
+    const int one = event.Data1;
+    const int two = event.Data2;
+    const auto print = [&](const char* format, auto... values) {
+        std::snprintf(text, sizeof text, format, values...);
+    };
+    switch (event.Status & 0xF0) {
+    case 0x80:
+        print("note off  %-4s velocity %d", NoteName(one).c_str(), two);
+        break;
+    case 0x90:
+        print("note on   %-4s velocity %d", NoteName(one).c_str(), two);
+        break;
+    case 0xA0:
+        print("pressure  %-4s %d", NoteName(one).c_str(), two);
+        break;
+    case 0xB0:
+        print("control   %-4d value %-4d%s", one, two, ControllerName(one));
+        break;
+    case 0xC0:
+        print("program   %-4d %s", one + 1, ProgramName(one));
+        break;
+    case 0xD0:
+        print("pressure  %d", one);
+        break;
+    case 0xE0:
+        print("bend      %+d", (two << 7 | one) - 8192);
+        break;
+    default:
+        if (event.Status == 0xF2) {
+            print("song position %d", two << 7 | one);
+        } else if (event.Status == 0xF3) {
+            print("song select %d", one);
+        } else {
+            print("%s", SystemText(event.Status));
+        }
+    }
+    return Trimmed(text);
+}
+
+std::string FilterWords() {
+    std::string all;
+    for (const FilterWord& word : Words) all += (all.empty() ? "" : ", ") + std::string(word.Word);
+    return all;
+}
+
+Filter ParseFilter(const std::vector<std::string>& words) {
+    Filter filter;
+    for (const std::string& word : words) {
+        bool known = false;
+        for (const FilterWord& candidate : Words) {
+            if (word != candidate.Word) continue;
+            filter.Classes |= candidate.Masks.Classes;
+            filter.System |= candidate.Masks.System;
+            known = true;
+        }
+        if (!known) {
+            throw HostError("--filter does not know \"" + word + "\"; it knows " + FilterWords(),
+                            ExitWrongUse);
+        }
+    }
+    return filter;
+}
+
+std::vector<std::uint8_t> ParseChannelMap(const std::vector<std::string>& pairs) {
+    std::vector<std::uint8_t> map(64);
+    for (std::size_t i = 0; i < map.size(); ++i) map[i] = static_cast<std::uint8_t>(i);
+    for (const std::string& pair : pairs) {
+        int from = 0;
+        int to = 0;
+        int used = 0;
+        if (std::sscanf(pair.c_str(), "%3d:%3d%n", &from, &to, &used) != 2 ||
+            static_cast<std::size_t>(used) != pair.size() || from < 1 || from > 64 || to < 1 ||
+            to > 256) {
+            throw HostError("--map wants pairs like 1:10 (in 1 to 64, out 1 to 256), not \"" +
+                                pair + "\"",
+                            ExitWrongUse);
+        }
+        map[static_cast<std::size_t>(from - 1)] = static_cast<std::uint8_t>(to - 1);
+    }
+    return map;
+}
+
+} // namespace zorhost

@@ -1,0 +1,75 @@
+#include "host/recording/output_file.h"
+
+#include "host/terminal/host_error.h"
+#include "host/terminal/interrupt.h"
+#include "platform/platform.h"
+
+#include <filesystem>
+#include <system_error>
+
+namespace zorhost {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+[[noreturn]] void CannotWrite(const std::string& path, DWORD error) {
+    throw HostError("\"" + path + "\" cannot be written: " +
+                    std::system_category().message(static_cast<int>(error)));
+}
+
+// Where a file is made before it takes its place; the next one takes it again if the machine stops
+// meanwhile.
+std::string FreshFor(const std::string& path) {
+    const fs::path whole(path);
+    return (whole.parent_path() / ("." + whole.filename().string() + ".new")).string();
+}
+
+HANDLE Open(const std::string& path, DWORD how) {
+    return CreateFileA(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, how,
+                       FILE_ATTRIBUTE_NORMAL, nullptr);
+}
+
+} // namespace
+
+// Tried at once, which tells whether it can be written.
+OutputFile::OutputFile(const std::string& path) : Named(path) {
+    if (fs::is_directory(path))
+        throw HostError("\"" + path + "\" cannot be written: it is a folder");
+    Real = fs::absolute(path).string();
+    CheckFile();
+}
+
+OutputFile::~OutputFile() = default;
+
+void OutputFile::CheckFile() const {
+    const std::string fresh = FreshFor(Real);
+    const HANDLE handle = Open(fs::exists(Real) ? Real : fresh, OPEN_ALWAYS);
+    if (handle == INVALID_HANDLE_VALUE) CannotWrite(Named, GetLastError());
+    CloseHandle(handle);
+    DeleteFileA(fresh.c_str());
+}
+
+// Beside the file first, so that one that was there is there until the new one is whole.
+void OutputFile::Replace(midifile::ByteSpan bytes) const {
+    const std::string fresh = FreshFor(Real);
+    const HANDLE handle = Open(fresh, CREATE_ALWAYS);
+    if (handle == INVALID_HANDLE_VALUE) CannotWrite(Named, GetLastError());
+    DWORD done = 0, error = 0;
+    const auto size = static_cast<DWORD>(bytes.size());
+    if (!WriteFile(handle, bytes.data(), size, &done, nullptr) || !FlushFileBuffers(handle))
+        error = GetLastError();
+    CloseHandle(handle);
+    if (error == 0 && !MoveFileExA(fresh.c_str(), Real.c_str(), MOVEFILE_REPLACE_EXISTING))
+        error = GetLastError();
+    if (error == 0) return;
+    DeleteFileA(fresh.c_str());
+    CannotWrite(Named, error);
+}
+
+void OutputFile::Write(midifile::ByteSpan bytes) const {
+    const InterruptsHeld untilWritten;
+    Replace(bytes);
+}
+
+} // namespace zorhost

@@ -1,0 +1,21 @@
+#include "platform/registry/shared_object.h"
+
+#include <dlfcn.h>
+
+namespace machine {
+
+// It may run threads, so it stays.
+void* BackEndFunction(const char* backEnd, const char* function, std::string& reason) {
+    Dl_info self{};
+    std::string path;
+    if (dladdr(reinterpret_cast<void*>(&BackEndFunction), &self) != 0 && self.dli_fname)
+        path = self.dli_fname;
+    path = path.substr(0, path.rfind('/') + 1) + "libzorbackend-" + backEnd +
+           ".so." ZOR_BACK_END_VERSION;
+    void* const module = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
+    void* const found = module ? dlsym(module, function) : nullptr;
+    if (!found) reason = dlerror();
+    return found;
+}
+
+} // namespace machine
