@@ -1,5 +1,6 @@
 #include "midifile/reader.h"
 
+#include "midi/status.h"
 #include "midifile/track_reader.h"
 
 #include <algorithm>
@@ -149,7 +150,8 @@ void FileReader::ReadTrack() {
     for (TrackEvent event; reader.Next(event);) {
         event.Tick += Begin;
         events.push_back(event);
-        if (event.Status == 0xF0 || event.Status == 0xF7) ++Into.SystemExclusive;
+        if (event.Status == midi::SystemExclusive || event.Status == midi::EndOfExclusive)
+            ++Into.SystemExclusive;
     }
     CheckEnd(reader, limit, begin + length);
     Into.EndTick = std::max(Into.EndTick, Begin + reader.EndTick());
@@ -185,7 +187,7 @@ void FileReader::CheckCount() {
 void FileReader::Lay() {
     for (std::size_t track = 0; track < Into.Tracks.size(); ++track) {
         for (const TrackEvent& event : Into.Tracks[track]) {
-            if (event.Status >= 0xF0) continue;
+            if (event.Status >= midi::FirstSystemStatus) continue;
             const bool two = event.Data.size() == 2;
             Into.Events.push_back({event.Tick, static_cast<std::uint16_t>(track), event.Status,
                                    event.Data[0], two ? event.Data[1] : std::uint8_t{0}});
@@ -201,11 +203,11 @@ void FileReader::ReadMap() {
         static constexpr unsigned char plainTempo[] = {0x07, 0xA1, 0x20};
         static constexpr unsigned char plainMeter[] = {4, 2, 24, 8};
         if (Begins[track] > 0) {
-            metas.push_back({Begins[track], 0xFF, MetaTempo, plainTempo});
-            metas.push_back({Begins[track], 0xFF, MetaMeter, plainMeter});
+            metas.push_back({Begins[track], MetaStatus, MetaTempo, plainTempo});
+            metas.push_back({Begins[track], MetaStatus, MetaMeter, plainMeter});
         }
         std::ranges::copy_if(Into.Tracks[track], std::back_inserter(metas),
-                             [](const TrackEvent& event) { return event.Status == 0xFF; });
+                             [](const TrackEvent& event) { return event.Status == MetaStatus; });
     }
     std::ranges::stable_sort(metas, {}, &TrackEvent::Tick);
     for (const TrackEvent& meta : metas) {

@@ -13,10 +13,8 @@ namespace midifile {
 using Bytes = std::vector<unsigned char>;
 using ByteSpan = std::span<const unsigned char>;
 
-// Data bytes of a channel message with that status: 1 or 2.
-constexpr int DataBytes(std::uint8_t status) {
-    return (status & 0xF0) == 0xC0 || (status & 0xF0) == 0xD0 ? 1 : 2;
-}
+// The status byte of a meta event; on a wire it is a system reset.
+constexpr std::uint8_t MetaStatus = 0xFF;
 
 enum MetaType : std::uint8_t {
     MetaText = 0x01,
@@ -30,7 +28,7 @@ enum MetaType : std::uint8_t {
 // Any event of a track, as it stands in the file.
 struct TrackEvent {
     std::int64_t Tick = 0;
-    std::uint8_t Status = 0; // 0xFF for a meta event, 0xF0 and 0xF7 for system exclusive
+    std::uint8_t Status = 0; // MetaStatus for a meta event, F0 and F7 for system exclusive
     std::uint8_t Type = 0;   // of a meta event
     ByteSpan Data;           // within Song::File
 };

@@ -1,5 +1,7 @@
 #include "midifile/track_reader.h"
 
+#include "midi/status.h"
+
 #include <algorithm>
 
 namespace midifile {
@@ -25,7 +27,7 @@ bool TrackReader::TakeBytes(std::uint32_t count, TrackEvent& event) {
 // meant the largest.
 TrackReader::Result TrackReader::TakeChannelMessage(TrackEvent& event) {
     const std::size_t place = At;
-    if (!TakeBytes(static_cast<std::uint32_t>(DataBytes(event.Status)), event))
+    if (!TakeBytes(static_cast<std::uint32_t>(midi::DataBytes(event.Status)), event))
         return Result::Damaged;
     if (File[place] > 127) {
         Tell("messages with a first data byte above 127 are left out", place);
@@ -40,10 +42,10 @@ TrackReader::Result TrackReader::TakeChannelMessage(TrackEvent& event) {
 
 TrackReader::Result TrackReader::TakeLongMessage(TrackEvent& event) {
     Interrupted = true;
-    if (event.Status == 0xFF) {
+    if (event.Status == MetaStatus) {
         if (!More()) return Result::Damaged;
         event.Type = File[At++];
-    } else if (event.Status != 0xF0 && event.Status != 0xF7) {
+    } else if (event.Status != midi::SystemExclusive && event.Status != midi::EndOfExclusive) {
         return Result::Damaged;
     }
     std::uint32_t length = 0;
@@ -52,7 +54,7 @@ TrackReader::Result TrackReader::TakeLongMessage(TrackEvent& event) {
 
 TrackReader::Result TrackReader::TakeMessage(TrackEvent& event) {
     if (!More()) return Result::Damaged;
-    if (File[At] >= 0xF0) {
+    if (File[At] >= midi::FirstSystemStatus) {
         event.Status = File[At++];
         return TakeLongMessage(event);
     }
@@ -69,8 +71,8 @@ TrackReader::Result TrackReader::TakeMessage(TrackEvent& event) {
 }
 
 bool TrackReader::IsChannelMessage(std::size_t at) const {
-    if (File[at] < 0x80 || File[at] >= 0xF0) return false;
-    const auto count = static_cast<std::size_t>(DataBytes(File[at]));
+    if (File[at] < 0x80 || File[at] >= midi::FirstSystemStatus) return false;
+    const auto count = static_cast<std::size_t>(midi::DataBytes(File[at]));
     if (count >= File.size() - at) return false;
     return File[at + 1] < 0x80 && File[at + count] < 0x80;
 }
@@ -112,7 +114,7 @@ bool TrackReader::Next(TrackEvent& event) {
         }
         Tick += delta;
         event.Tick = Tick;
-        Ended = event.Status == 0xFF && event.Type == MetaEndOfTrack;
+        Ended = event.Status == MetaStatus && event.Type == MetaEndOfTrack;
         if (Ended) return false;
         if (result == Result::Good) return true;
     }

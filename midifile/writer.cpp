@@ -1,5 +1,6 @@
 #include "midifile/writer.h"
 
+#include "midi/status.h"
 #include "midifile/findings.h"
 
 #include <algorithm>
@@ -50,7 +51,7 @@ void TrackWriter::Add(std::int64_t tick, ByteSpan message) {
 
 void TrackWriter::AddMeta(std::int64_t tick, std::uint8_t type, ByteSpan data) {
     AddDelta(tick);
-    Written.push_back(0xFF);
+    Written.push_back(MetaStatus);
     Written.push_back(type);
     AddNumber(static_cast<std::uint32_t>(data.size()));
     Append(Written, data);
@@ -61,15 +62,16 @@ void TrackWriter::AddText(std::int64_t tick, std::uint8_t type, std::string_view
 }
 
 void TrackWriter::Add(std::int64_t tick, const TrackEvent& event) {
-    if (event.Status == 0xFF) return AddMeta(tick, event.Type, event.Data);
+    if (event.Status == MetaStatus) return AddMeta(tick, event.Type, event.Data);
     AddDelta(tick);
     Written.push_back(event.Status);
-    if (event.Status >= 0xF0) AddNumber(static_cast<std::uint32_t>(event.Data.size()));
+    if (event.Status >= midi::FirstSystemStatus)
+        AddNumber(static_cast<std::uint32_t>(event.Data.size()));
     Append(Written, event.Data);
 }
 
 ByteSpan EndOfTrack() {
-    static constexpr unsigned char bytes[] = {0, 0xFF, MetaEndOfTrack, 0};
+    static constexpr unsigned char bytes[] = {0, MetaStatus, MetaEndOfTrack, 0};
     return bytes;
 }
 

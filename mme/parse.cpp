@@ -1,11 +1,11 @@
 // From what an input device delivers to a record for the engine.
 #include "engine/receive.h"
-#include "mme/midi_status.h"
+#include "midi/status.h"
 #include "mme/ports.h"
 
 #include <array>
 
-using namespace midistatus;
+using namespace midi;
 
 namespace {
 

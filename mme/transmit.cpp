@@ -1,16 +1,15 @@
 // Sending: which ports a record goes to, and what each message has to pass on its way.
 #include "engine/driver_table.h"
 #include "engine/errand.h"
-#include "mme/midi_status.h"
+#include "midi/note_counts.h"
 #include "mme/port_entry.h"
 
 #include <algorithm>
 
-using namespace midistatus;
+using namespace midi;
 
 namespace {
 
-constexpr std::uint8_t MostNoteOns = 127; // that one key's count goes up to
 constexpr std::uint8_t HighestData = 127; // of a message's data bytes
 
 enum class Sent {
@@ -44,18 +43,6 @@ std::uint8_t ChooseStatus(MMEOutPort& port, std::uint8_t type, std::uint8_t offs
     return status;
 }
 
-// Counts a note as the caller wrote it and tells whether it goes out.
-bool CountNote(std::uint8_t& count, bool noteOn, bool outMatch) {
-    if (noteOn) {
-        if (count == MostNoteOns) return false;
-        ++count;
-        return true;
-    }
-    if (count == 0) return false;
-    --count;
-    return count == 0 || outMatch;
-}
-
 // A device would take a higher byte for a status. The velocity of a microphone that clips is one.
 std::uint8_t DataByte(std::uint8_t value) { return std::min(value, HighestData); }
 
@@ -69,7 +56,7 @@ MMRESULT CountAndSend(MMEOutPort& port, const MIDIEvent& event) {
         status = ChooseStatus(port, type, offset, data2);
         if (type == NoteOn || type == NoteOff) {
             std::uint8_t& count = port.NoteCounts[offset * Notes + event.Data1];
-            if (!CountNote(count, type == NoteOn && event.Data2 != 0, port.OutMatch != 0))
+            if (!CountNote(count, StartsNote(type, event.Data2), port.OutMatch != 0))
                 return MMSYSERR_NOERROR;
         }
     }

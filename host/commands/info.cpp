@@ -53,7 +53,8 @@ void AddMessage(TrackInfo& info, const midifile::TrackEvent& event) {
 TrackInfo InfoOf(const std::vector<midifile::TrackEvent>& track) {
     TrackInfo info;
     for (const midifile::TrackEvent& event : track) {
-        if (event.Status == 0xFF && event.Type == midifile::MetaTrackName && info.Name.empty())
+        if (event.Status == midifile::MetaStatus && event.Type == midifile::MetaTrackName &&
+            info.Name.empty())
             info.Name = Utf8(std::string(event.Data.begin(), event.Data.end()));
         if (event.Status < 0xF0) AddMessage(info, event);
     }

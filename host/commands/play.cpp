@@ -32,10 +32,10 @@ struct PlayOptions {
     std::string Written;
 };
 
-void PrintReport(const Performance& performance) {
+void PrintReport(const Performance& performance, const PortMap& ports) {
     std::vector<MIDIEvent> sent = performance.Of().Pass();
     for (MIDIEvent& record : sent) record.Time -= static_cast<std::int32_t>(PlayLead);
-    const RoundTrip result = Compare(sent, performance.FromPorts());
+    const RoundTrip result = Compare(sent, performance.FromPorts(), ports);
     std::printf("Round trip, every message sent against what came back\n%s", result.Text().c_str());
     if (!result.Clean()) throw HostError("not everything came back as it was sent");
 }
@@ -138,7 +138,7 @@ void Run(const GlobalOptions& global, const PlayOptions& options) {
     if (session.Ear()) session.Ear()->CheckRead();
     if (record) performance.FinishRecording();
     if (!options.Written.empty()) PrintMelody(written, performance.Heard());
-    if (options.Report && performance.Complete()) PrintReport(performance);
+    if (options.Report && performance.Complete()) PrintReport(performance, session.Ports());
 }
 
 void AddChanges(const Command& command, PlayOptions& options) {

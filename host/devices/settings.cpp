@@ -29,11 +29,20 @@ std::vector<std::string> Names(const std::vector<MidiDevice>& choices) {
 
 // Adds the row if it names a device or opens one.
 template <typename Row>
-void Add(std::vector<Port>& ports, const Row& row, int number, const std::string& mapped) {
-    Port port = {number, row.Name, row.DeviceName, row.BaseChannel + 1};
+void Add(std::vector<Port>& ports, const Row& row, int number, const std::string& mapped,
+         bool everyNoteOff = true) {
+    Port port = {number, row.Name, row.DeviceName, row.BaseChannel + 1, everyNoteOff};
     if (row.DeviceID == NoDevice) port.Device.clear();
     if (row.DeviceID == MapperDevice) port.Device = mapped;
     if (!port.Name.empty() || !port.Device.empty()) ports.push_back(port);
+}
+
+const Port* PortOf(const std::vector<Port>& ports, int channel) {
+    for (const Port& port : ports) {
+        const int offset = channel + 1 - port.Channel;
+        if (!port.Device.empty() && offset >= 0 && offset < 16) return &port;
+    }
+    return nullptr;
 }
 
 constexpr char IniName[] = "ZORMIDI.INI";
@@ -151,13 +160,8 @@ std::string DefaultOutputDevice() {
     return standsIn ? "silence" : "";
 }
 
-const Port* PortMap::InputOf(int channel) const {
-    for (const Port& port : Inputs) {
-        const int offset = channel + 1 - port.Channel;
-        if (!port.Device.empty() && offset >= 0 && offset < 16) return &port;
-    }
-    return nullptr;
-}
+const Port* PortMap::InputOf(int channel) const { return PortOf(Inputs, channel); }
+const Port* PortMap::OutputOf(int channel) const { return PortOf(Outputs, channel); }
 
 PortMap ReadPortMap(const std::string& ini) {
     UseIni(ini);
@@ -167,7 +171,7 @@ PortMap ReadPortMap(const std::string& ini) {
     const std::string standard = DefaultOutputDevice();
     for (int row = 0; row < PortRows; ++row) {
         Add(map.Inputs, InPorts[row], row + 1, "");
-        Add(map.Outputs, OutPorts[row], row + 1, standard);
+        Add(map.Outputs, OutPorts[row], row + 1, standard, OutPorts[row].OutMatch != 0);
     }
     map.SyncInput = SyncMaster + 1;
     map.Microphone = EnablePitchRec != 0;

@@ -18,6 +18,8 @@ struct Port {
     std::string Name;   // as the ini file has it
     std::string Device; // the device that the port opens; empty if it opens none
     int Channel;        // the first of its 16, from 1
+    // Of an output: send every note off. False: of overlapping notes of one key, only the last.
+    bool EveryNoteOff = true;
 };
 
 struct PortMap {
@@ -29,6 +31,8 @@ struct PortMap {
 
     // The input that a record's Channel, counted from 0, came from; null if none has it.
     const Port* InputOf(int channel) const;
+    // The first open output that sends a record with that Channel, counted from 0; null if none.
+    const Port* OutputOf(int channel) const;
 };
 
 // Reads an ini file by the library's own rules. A missing file reads as an empty one.

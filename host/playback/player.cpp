@@ -1,7 +1,8 @@
 #include "host/playback/player.h"
 
+#include "midi/note_counts.h"
+
 #include <algorithm>
-#include <map>
 #include <set>
 #include <span>
 
@@ -11,12 +12,14 @@ namespace {
 
 using midifile::Event;
 
+constexpr int SustainPedal = 64; // a controller
+
 MIDIEvent Record(const Event& event) {
     return {0,
             0,
-            static_cast<std::int16_t>(event.Status & 15),
-            static_cast<std::uint8_t>(midifile::DataBytes(event.Status)),
-            static_cast<std::uint8_t>(event.Status & 0xF0),
+            midi::ChannelOf(event.Status),
+            static_cast<std::uint8_t>(midi::DataBytes(event.Status)),
+            midi::MessageType(event.Status),
             event.Data1,
             event.Data2};
 }
@@ -31,12 +34,12 @@ enum class Chase { Never, Last, Always };
 // Bank selects act at the next program change, and parameter numbers at the next data entry: they
 // are sent whole and in order. Of all else that lasts, the last setting counts.
 Chase ChaseRule(const Event& event) {
-    switch (event.Status & 0xF0) {
-    case 0xC0:
-    case 0xD0:
-    case 0xE0:
+    switch (midi::MessageType(event.Status)) {
+    case midi::ProgramChange:
+    case midi::ChannelPressure:
+    case midi::PitchBend:
         return Chase::Last;
-    case 0xB0:
+    case midi::ControlChange:
         break;
     default:
         return Chase::Never;
@@ -57,7 +60,8 @@ void AddChased(Passage& passage, Events before, std::int64_t tick) {
     std::vector<MIDIEvent> chased;
     for (auto event = before.rbegin(); event != before.rend(); ++event) {
         const Chase rule = ChaseRule(*event);
-        const int number = (event->Status & 0xF0) == 0xB0 ? event->Data1 : 0;
+        const bool controller = midi::MessageType(event->Status) == midi::ControlChange;
+        const int number = controller ? event->Data1 : 0;
         if (rule == Chase::Always ||
             (rule == Chase::Last && seen.insert(event->Status << 8 | number).second)) {
             chased.push_back(Record(*event));
@@ -67,33 +71,29 @@ void AddChased(Passage& passage, Events before, std::int64_t tick) {
         Add(passage, *record, tick);
 }
 
-// A key for each note and each sustain pedal, with how often it is down.
-using Held = std::map<int, int>;
-constexpr int SustainPedal = 128; // beside the 128 notes
+midi::OpenNotes OpenNotesAfter(const std::vector<MIDIEvent>& records) {
+    midi::OpenNotes notes;
+    for (const MIDIEvent& record : records)
+        notes.Apply(record.Channel, record.Status, record.Data1, record.Data2);
+    return notes;
+}
 
-Held HeldAfter(const std::vector<MIDIEvent>& records) {
-    Held held;
+bool PedalHeldAfter(const std::vector<MIDIEvent>& records) {
+    std::set<int> channels;
     for (const MIDIEvent& record : records) {
-        const int key = record.Channel * 256;
-        if (record.Status == 0x90 && record.Data2 > 0) {
-            ++held[key + record.Data1];
-        } else if (record.Status == 0x80 || record.Status == 0x90) {
-            int& count = held[key + record.Data1];
-            count = std::max(0, count - 1);
-        } else if (record.Status == 0xB0 && record.Data1 == 64) {
-            held[key + SustainPedal] = record.Data2 >= 64;
-        }
+        if (record.Status != midi::ControlChange || record.Data1 != SustainPedal) continue;
+        if (record.Data2 >= 64)
+            channels.insert(record.Channel);
+        else
+            channels.erase(record.Channel);
     }
-    return held;
+    return !channels.empty();
 }
 
 void AddNoteOffs(Passage& passage, std::int64_t tick) {
-    for (const auto& [key, count] : HeldAfter(passage.Records)) {
-        const MIDIEvent off = {0, 0,    static_cast<std::int16_t>(key / 256),
-                               2, 0x80, static_cast<std::uint8_t>(key % 256),
-                               64};
-        for (int i = 0; i < count && key % 256 < SustainPedal; ++i) Add(passage, off, tick);
-    }
+    OpenNotesAfter(passage.Records).ForEach([&](int channel, std::uint8_t note) {
+        Add(passage, {0, 0, static_cast<std::int16_t>(channel), 2, midi::NoteOff, note, 64}, tick);
+    });
 }
 
 } // namespace
@@ -113,8 +113,7 @@ Passage PassageOf(const midifile::Song& song, std::int64_t from, std::int64_t to
 }
 
 bool LeavesSounding(const std::vector<MIDIEvent>& records) {
-    return std::ranges::any_of(HeldAfter(records),
-                               [](const auto& entry) { return entry.second > 0; });
+    return OpenNotesAfter(records).Any() || PedalHeldAfter(records);
 }
 
 QueueFill OutputFill() {

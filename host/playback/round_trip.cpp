@@ -1,8 +1,11 @@
 #include "host/playback/round_trip.h"
 
+#include "midi/note_counts.h"
+
 #include <algorithm>
-#include <array>
 #include <cstdio>
+#include <map>
+#include <utility>
 
 namespace zorhost {
 
@@ -11,9 +14,7 @@ namespace {
 // How far apart in the order two records may be and still count as the same one out of place.
 constexpr std::size_t Window = 256;
 
-bool IsNoteOff(const MIDIEvent& event) {
-    return event.Status == 0x80 || (event.Status == 0x90 && event.Data2 == 0);
-}
+bool IsNoteOff(const MIDIEvent& event) { return midi::EndsNote(event.Status, event.Data2); }
 
 bool Same(const MIDIEvent& sent, const MIDIEvent& received) {
     if (sent.Channel != received.Channel || sent.Data1 != received.Data1) return false;
@@ -21,20 +22,21 @@ bool Same(const MIDIEvent& sent, const MIDIEvent& received) {
     return sent.Status == received.Status && (sent.Length < 2 || sent.Data2 == received.Data2);
 }
 
-// The output ports count the notes that sound and hold back a note off that ends none.
-std::vector<MIDIEvent> ThroughPorts(const std::vector<MIDIEvent>& records, std::int64_t& heldBack) {
+// The records that the output ports send, by the ports' own rule of counting notes.
+std::vector<MIDIEvent> ThroughPorts(const std::vector<MIDIEvent>& records, const PortMap& ports,
+                                    std::int64_t& heldBack) {
     std::vector<MIDIEvent> out;
-    std::array<std::array<int, 128>, 16> sounding = {};
+    std::map<std::pair<int, int>, std::uint8_t> counts; // by channel and note
     for (const MIDIEvent& record : records) {
-        int& count = sounding[record.Channel & 15][record.Data1 & 127];
-        if (IsNoteOff(record)) {
-            if (count == 0) {
+        const bool noteOn = midi::StartsNote(record.Status, record.Data2);
+        if (noteOn || IsNoteOff(record)) {
+            const int channel = record.Channel;
+            const Port* port = ports.OutputOf(channel);
+            std::uint8_t& count = counts[{channel, int{record.Data1}}];
+            if (!midi::CountNote(count, noteOn, !port || port->EveryNoteOff)) {
                 ++heldBack;
                 continue;
             }
-            --count;
-        } else if (record.Status == 0x90) {
-            ++count;
         }
         out.push_back(record);
     }
@@ -47,9 +49,10 @@ int Percentile(const std::vector<int>& ascending, std::size_t percent) {
 
 } // namespace
 
-RoundTrip Compare(const std::vector<MIDIEvent>& sent, const std::vector<MIDIEvent>& received) {
+RoundTrip Compare(const std::vector<MIDIEvent>& sent, const std::vector<MIDIEvent>& received,
+                  const PortMap& ports) {
     RoundTrip result;
-    const std::vector<MIDIEvent> expected = ThroughPorts(sent, result.HeldBack);
+    const std::vector<MIDIEvent> expected = ThroughPorts(sent, ports, result.HeldBack);
     result.Sent = static_cast<std::int64_t>(expected.size());
     result.Received = static_cast<std::int64_t>(received.size());
     std::size_t next = 0;
@@ -80,7 +83,7 @@ std::string RoundTrip::Text() const {
         text += buffer;
     };
     line("records sent", Sent, "");
-    if (HeldBack > 0) line("held back (no such note)", HeldBack, "");
+    if (HeldBack > 0) line("held back by note counts", HeldBack, "");
     line("records received", Received, "");
     line("lost", Lost, "");
     line("wrong", Wrong, "");

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "engine/zormidi.h"
+#include "host/devices/settings.h"
 
 #include <cstdint>
 #include <string>
@@ -11,7 +12,7 @@ namespace zorhost {
 
 struct RoundTrip {
     std::int64_t Sent = 0;     // records that the ports send on
-    std::int64_t HeldBack = 0; // note offs without a note on, which the ports hold back
+    std::int64_t HeldBack = 0; // notes that the ports' note counts hold back
     std::int64_t Received = 0;
     std::int64_t Lost = 0;
     std::int64_t Wrong = 0;            // came in, but were not sent like that or not in that place
@@ -21,7 +22,9 @@ struct RoundTrip {
     std::string Text() const;
 };
 
-// Both in the order of time. A note off may come back as a note on with velocity 0.
-RoundTrip Compare(const std::vector<MIDIEvent>& sent, const std::vector<MIDIEvent>& received);
+// Both in the order of time. A note off may come back as a note on with velocity 0. ports: those
+// that the records were sent to, since they hold some notes back.
+RoundTrip Compare(const std::vector<MIDIEvent>& sent, const std::vector<MIDIEvent>& received,
+                  const PortMap& ports);
 
 } // namespace zorhost

@@ -59,7 +59,8 @@ std::vector<MIDIEvent> ReadJournal(const fs::path& path) {
     int block = 0;
     for (const midifile::TrackEvent& event : song.Tracks.front()) {
         const auto data = event.Data;
-        if (event.Status == 0xFF && event.Type == MetaPort && !data.empty()) block = data[0];
+        if (event.Status == midifile::MetaStatus && event.Type == MetaPort && !data.empty())
+            block = data[0];
         if (event.Status >= 0xF0) continue;
         records.push_back({static_cast<std::int32_t>(event.Tick), 0,
                            static_cast<std::int16_t>(block * 16 + (event.Status & 15)), 2,

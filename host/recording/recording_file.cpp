@@ -2,6 +2,7 @@
 
 #include "host/terminal/host_error.h"
 #include "host/terminal/progress.h"
+#include "midi/note_counts.h"
 #include "midifile/findings.h"
 
 #include <algorithm>
@@ -50,24 +51,18 @@ RecordingPlan Usable(const RecordingPlan& plan) {
 std::vector<MIDIEvent> Complete(const std::vector<MIDIEvent>& records, std::int32_t end) {
     std::vector<MIDIEvent> all;
     std::ranges::copy_if(records, std::back_inserter(all), [](const MIDIEvent& record) {
-        return record.Status >= 0x80 && record.Status < 0xF0;
+        return record.Status >= midi::NoteOff && record.Status < midi::FirstSystemStatus;
     });
     std::ranges::stable_sort(all, {}, [](const MIDIEvent& record) { return record.Time; });
-    std::map<std::pair<int, int>, int> sounding;
+    midi::OpenNotes notes;
     for (const MIDIEvent& record : all) {
-        const std::int32_t time = record.Time; // packed: no reference to it
-        const int channel = record.Channel;
+        const std::int32_t time = record.Time; // a copy: the record is packed
         end = std::max(end, time);
-        if (record.Status > 0x90) continue;
-        int& count = sounding[{channel, int{record.Data1}}];
-        count = std::max(0, count + (record.Status == 0x90 && record.Data2 > 0 ? 1 : -1));
+        notes.Apply(record.Channel, record.Status, record.Data1, record.Data2);
     }
-    for (const auto& [note, count] : sounding) {
-        const MIDIEvent off = {end, 0,    static_cast<std::int16_t>(note.first),
-                               2,   0x80, static_cast<std::uint8_t>(note.second),
-                               64};
-        all.insert(all.end(), static_cast<std::size_t>(count), off);
-    }
+    notes.ForEach([&](int channel, std::uint8_t note) {
+        all.push_back({end, 0, static_cast<std::int16_t>(channel), 2, midi::NoteOff, note, 64});
+    });
     return all;
 }
 
@@ -80,8 +75,9 @@ std::vector<TrackWriter> FirstTracks(const RecordingPlan& plan, const TempoMap& 
     for (const auto& events : plan.Under->Tracks) {
         TrackWriter& track = tracks.emplace_back();
         for (const midifile::TrackEvent& event : events) {
-            const bool line = event.Status == 0xFF && (event.Type == midifile::MetaTempo ||
-                                                       event.Type == midifile::MetaMeter);
+            const bool line =
+                event.Status == midifile::MetaStatus &&
+                (event.Type == midifile::MetaTempo || event.Type == midifile::MetaMeter);
             if (!line) track.Add(event.Tick * factor, event);
         }
     }
@@ -125,7 +121,7 @@ std::vector<TrackWriter> MakeTracks(const std::vector<MIDIEvent>& records,
 void AddRecord(TrackWriter& track, std::int64_t tick, const MIDIEvent& record) {
     const auto status = static_cast<unsigned char>(record.Status | (record.Channel & 15));
     const unsigned char bytes[] = {status, record.Data1, record.Data2};
-    const auto count = static_cast<std::size_t>(1 + midifile::DataBytes(record.Status));
+    const auto count = static_cast<std::size_t>(1 + midi::DataBytes(record.Status));
     track.Add(tick, midifile::ByteSpan(bytes, count));
 }
 

@@ -6,7 +6,7 @@ from conan import ConanFile
 from conan.tools.cmake import CMake, CMakeDeps, CMakeToolchain
 from conan.tools.files import copy, load
 
-FOLDERS = ("cmake", "engine", "mme", "pitchrec", "platform", "resources", "setup", "soundin", "support")
+FOLDERS = ("cmake", "engine", "midi", "mme", "pitchrec", "platform", "resources", "setup", "soundin", "support")
 
 
 class Zormidi(ConanFile):

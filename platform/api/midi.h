@@ -22,7 +22,7 @@
 // returns, the back end joins it again by itself and both go on.
 //
 // Messages are whole: the status in the lowest byte, never a running one and never F0 or F7, then
-// as many data bytes as MidiDataBytes says, each below 128, and zeros.
+// as many data bytes as midi::DataBytes says, each below 128, and zeros.
 //
 // Threads. Open, Send and Close of a device come one at a time, those of different devices at once;
 // all else is asked by any thread. Received comes on a thread of the back end's choice, one message
@@ -133,13 +133,5 @@ void FindMidiDevices();
 // one can start. It is always there, in no list, and the same object for ever. Today it is silent;
 // a synthesizer has its place here.
 std::shared_ptr<MidiDevice> StandInMidiOutput();
-
-// Data bytes that follow a status byte.
-constexpr int MidiDataBytes(std::uint32_t status) {
-    if (status < 0xC0) return 2;
-    if (status < 0xE0) return 1;
-    if (status < 0xF0) return 2;
-    return status == 0xF2 ? 2 : status == 0xF1 || status == 0xF3 ? 1 : 0;
-}
 
 } // namespace machine

@@ -44,8 +44,8 @@ void MidiInput::Arrive(std::uint32_t message) {
     std::unique_lock lock(Lock);
     const auto receiver = Receiver;
     if (!receiver || (Gone() && message != ReleaseAll)) return;
-    Held.Follow(message);
-    SoundingNotes held;
+    Held.Apply(message);
+    midi::SoundingNotes held;
     if (message == ReleaseAll) std::swap(held, Held);
     lock.unlock();
     if (message != ReleaseAll) return receiver->Received(message, microseconds);
@@ -54,7 +54,7 @@ void MidiInput::Arrive(std::uint32_t message) {
 
 void MidiInput::SetReceiver(std::shared_ptr<MidiReceiver> receiver) {
     const std::scoped_lock lock(Lock);
-    Held.Forget();
+    Held.Clear();
     Receiver.swap(receiver);
 }
 

@@ -2,8 +2,8 @@
 // lane, where it meets nothing that is being transmitted.
 #pragma once
 
+#include "midi/sounding_notes.h"
 #include "platform/api/midi.h"
-#include "platform/api/sounding_notes.h"
 
 #include <mutex>
 
@@ -33,7 +33,7 @@ private:
     std::mutex Coming; // keeps times in order; held for moments, as the next
     std::mutex Lock;   // of the next two; held for moments
     std::shared_ptr<MidiReceiver> Receiver;
-    SoundingNotes Held;
+    midi::SoundingNotes Held;
 };
 
 } // namespace machine

@@ -1,7 +1,7 @@
 // The calls of MIDI output: what goes over the wire, and what still sounds at its far end.
+#include "midi/sounding_notes.h"
 #include "platform/calls/midi_ports.h"
 #include "platform/calls/names.h"
-#include "platform/api/sounding_notes.h"
 #include "platform/machine/clock.h"
 #include "platform/machine/midi.h"
 #include "platform/machine/power.h"
@@ -29,7 +29,7 @@ private:
 
     unsigned Moves = Device->Moves();
     unsigned Told = 0; // the number of the departure; 0: of none
-    SoundingNotes Sounding;
+    midi::SoundingNotes Sounding;
     std::array<WORD, MIDIPATCHSIZE> Patches{};
 };
 
@@ -75,7 +75,7 @@ std::uint32_t ClampData(std::uint32_t message) {
 
 // Just the bytes that the status calls for.
 std::uint32_t OnTheWire(std::uint32_t message) {
-    return message & ((1u << 8 * (1 + MidiDataBytes(message & 0xFF))) - 1);
+    return message & ((1u << 8 * (1 + midi::DataBytes(message & 0xFF))) - 1);
 }
 
 MidiResult OutputPort::Carry(std::uint32_t message) {
@@ -83,7 +83,7 @@ MidiResult OutputPort::Carry(std::uint32_t message) {
     // Without a status, or with that of a long message, nothing whole would arrive.
     if (status < 0x80 || status == 0xF0 || status == 0xF7) return MidiResult::Done;
     const std::uint32_t wire = OnTheWire(message);
-    Sounding.Follow(wire);
+    Sounding.Apply(wire);
     return Device->Send(wire);
 }
 
@@ -91,7 +91,7 @@ MMRESULT OutputPort::Check() {
     if (Closed) return MMSYSERR_INVALHANDLE;
     // What has left fell silent, also if it was back at once.
     const unsigned moves = Device->Moves();
-    if (std::exchange(Moves, moves) != moves) Sounding.Forget();
+    if (std::exchange(Moves, moves) != moves) Sounding.Clear();
     return moves % 2 != 0 ? MMSYSERR_NODRIVER : MMSYSERR_NOERROR;
 }
 

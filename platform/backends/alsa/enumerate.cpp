@@ -1,4 +1,5 @@
 // Finds the devices: one thread that sleeps until something comes in, or is plugged or pulled.
+#include "midi/status.h"
 #include "platform/api/clock.h"
 #include "platform/api/midi_back_end.h"
 #include "platform/backends/alsa/output.h"
@@ -114,9 +115,9 @@ void Finder::Deliver(const snd_seq_event_t& event) {
     const long count = snd_midi_event_decode(Decoder.get(), bytes, MostBytes, &event);
     if (count <= 0) return;
     const std::uint64_t time = Client->Clock().TimeOf(event);
-    for (long i = 0; i < count; i += 1 + MidiDataBytes(bytes[i])) {
+    for (long i = 0; i < count; i += 1 + midi::DataBytes(bytes[i])) {
         std::uint32_t message = bytes[i];
-        for (int data = 1; data <= MidiDataBytes(bytes[i]); ++data)
+        for (int data = 1; data <= midi::DataBytes(bytes[i]); ++data)
             message |= std::uint32_t{bytes[i + data]} << 8 * data;
         static_cast<MidiInput&>(*to->Device).Bring(message, 0, time);
     }

@@ -1,5 +1,7 @@
 #include "platform/backends/alsa/output.h"
 
+#include "midi/status.h"
+
 #include <array>
 
 namespace machine {
@@ -46,7 +48,7 @@ MidiResult NativeOutput::Send(std::uint32_t message) {
     const Address to = Far->Far();
     if (to == Nowhere) return MidiResult::Gone;
     const auto bytes = Bytes(message);
-    const int count = 1 + MidiDataBytes(message & 0xFF);
+    const int count = 1 + midi::DataBytes(message & 0xFF);
     snd_seq_event_t event;
     snd_seq_ev_clear(&event);
     snd_midi_event_reset_encode(Encoder);
