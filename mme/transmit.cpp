@@ -2,7 +2,7 @@
 #include "engine/driver_table.h"
 #include "engine/errand.h"
 #include "midi/note_counts.h"
-#include "mme/port_entry.h"
+#include "mme/output_guard.h"
 
 #include <algorithm>
 

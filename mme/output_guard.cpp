@@ -1,4 +1,4 @@
-#include "mme/port_entry.h"
+#include "mme/output_guard.h"
 
 #include "engine/errand.h"
 
