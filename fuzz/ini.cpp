@@ -27,7 +27,7 @@ void CheckTables() {
 }
 
 MMESettings Named(Bytes& bytes) {
-    MMESettings settings = PresentSettings();
+    MMESettings settings = CurrentSettings();
     for (int row = 0; row < PortRows; ++row)
         settings.Inputs[row].Device = settings.Outputs[row].Device = NoDevice;
     const std::string_view name = bytes.Take(bytes.Below(NameSize));
@@ -61,7 +61,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::uint16_t channel = PRecChannel;
     MIDISysInit(1);
     CheckTables();
-    const MMESettings read = PresentSettings();
+    const MMESettings read = CurrentSettings();
     const PortSetting &one = wanted.Outputs[0], &other = read.Outputs[0];
     const auto quoted = [](const char* text) { return text[0] == '"' || text[0] == '\''; };
     if (one.Name[0] && !quoted(one.Name))

@@ -1,4 +1,4 @@
-// Filling the port tables from the ini file and the devices present.
+// Fills the port tables from the ini file and the devices present.
 #include "engine/library_instance.h"
 #include "mme/devices.h"
 #include "mme/ini_keys.h"
@@ -22,15 +22,15 @@ bool ReadName(const char* key, int row, char (&name)[NameSize]) {
     return true;
 }
 
-// Stored from 1 up. A file edited by hand may hold anything: below 1 is taken as 1, and the top
-// leaves room for the port's 16 channels.
+// The file counts from 1. Values from a hand-edited file are limited, so that all 16 channels of
+// the port fit into a Channel.
 std::int16_t ReadBase(const char* key, int row) {
     const int stored = ReadInt(RowKey(key, row).Text, PortChannels * row + 1);
     return static_cast<std::int16_t>(std::clamp(stored, 1, 0x8000 - PortChannels) - 1);
 }
 
 template <typename Port>
-void Take(Port& port, const MidiDevice& device) {
+void SetDevice(Port& port, const MidiDevice& device) {
     port.DeviceID = device.ID;
     std::memcpy(port.DeviceName, device.Name, sizeof port.DeviceName);
 }
@@ -39,23 +39,23 @@ void LoadInput(int row, const DeviceList& inputs) {
     MMEInPort& port = InPorts[row];
     if (ReadName("InName", row, port.Name)) {
         port.BaseChannel = ReadBase("InBase", row);
-        Take(port, InputFor(row, port.Name, inputs));
+        SetDevice(port, InputFor(row, port.Name, inputs));
         return;
     }
-    Take(port, row == 0 ? ChooseInput(inputs) : MidiDevice());
+    SetDevice(port, row == 0 ? ChooseInput(inputs) : MidiDevice());
     std::memcpy(port.Name, port.DeviceName, sizeof port.Name);
 }
 
 void LoadOutput(int row, const DeviceList& outputs) {
     MMEOutPort& port = OutPorts[row];
     if (!ReadName("OutName", row, port.Name)) {
-        Take(port, row == 0 ? DefaultOutput() : MidiDevice());
+        SetDevice(port, row == 0 ? DefaultOutput() : MidiDevice());
         std::memcpy(port.Name, port.DeviceName, sizeof port.Name);
         return;
     }
     port.BaseChannel = ReadBase("OutBase", row);
     const MidiDevice device = OutputFor(row, port.Name, outputs);
-    Take(port, device);
+    SetDevice(port, device);
     if (device.ID >= 0) port.Support = device.Support;
     port.OutMatch = ReadInt(RowKey("OutMatch", row).Text, 1) != 0;
 }

@@ -9,7 +9,7 @@
 
 namespace {
 
-std::string_view WithoutBlanks(const char* name) {
+std::string_view Trimmed(const char* name) {
     std::string_view text(name, strnlen(name, NameSize));
     text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
     return text.substr(0, text.find_last_not_of(' ') + 1);
@@ -20,13 +20,13 @@ void LoadText(UINT id, char (&text)[NameSize]) {
     LoadStringA(ModuleInstance, id, text, sizeof text);
 }
 
-// Names of the system's devices hold no letters outside ASCII worth folding.
+// ASCII only: the strings searched for have no other letters.
 void UpperCase(char (&text)[NameSize]) {
     for (char& c : text)
         if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
 }
 
-MidiDevice Named(UINT number, const char (&name)[MAXPNAMELEN], DWORD support) {
+MidiDevice MakeDevice(UINT number, const char (&name)[MAXPNAMELEN], DWORD support) {
     static_assert(MAXPNAMELEN == NameSize);
     MidiDevice device;
     device.ID = static_cast<std::int32_t>(number);
@@ -36,22 +36,22 @@ MidiDevice Named(UINT number, const char (&name)[MAXPNAMELEN], DWORD support) {
     return device;
 }
 
-// The device at a number; none if there is none, or it does not say its name.
-MidiDevice InputAt(UINT number) {
+// The device at a number; NoDevice if there is none or its name cannot be read.
+MidiDevice ReadInput(UINT number) {
     MIDIINCAPSA caps = {};
     if (midiInGetDevCapsA(number, &caps, sizeof caps)) return {};
-    return Named(number, caps.szPname, 0);
+    return MakeDevice(number, caps.szPname, 0);
 }
 
-MidiDevice OutputAt(UINT number) {
+MidiDevice ReadOutput(UINT number) {
     MIDIOUTCAPSA caps = {};
     if (midiOutGetDevCapsA(number, &caps, sizeof caps)) return {};
-    return Named(number, caps.szPname, caps.dwSupport);
+    return MakeDevice(number, caps.szPname, caps.dwSupport);
 }
 
-DeviceList Read(UINT devices, MidiDevice (*at)(UINT number)) {
+DeviceList ReadAll(UINT devices, MidiDevice (*read)(UINT number)) {
     DeviceList list;
-    for (UINT number = 0; number < devices; ++number) list.push_back(at(number));
+    for (UINT number = 0; number < devices; ++number) list.push_back(read(number));
     return list;
 }
 
@@ -61,7 +61,7 @@ DeviceList Choices(DeviceList devices, std::initializer_list<MidiDevice> others)
     return devices;
 }
 
-MidiDevice None() {
+MidiDevice NoDeviceChoice() {
     MidiDevice none;
     LoadText(NoDeviceName, none.Name);
     return none;
@@ -69,21 +69,19 @@ MidiDevice None() {
 
 } // namespace
 
-DeviceList ReadInputs() { return Read(midiInGetNumDevs(), InputAt); }
-DeviceList ReadOutputs() { return Read(midiOutGetNumDevs(), OutputAt); }
+DeviceList ReadInputs() { return ReadAll(midiInGetNumDevs(), ReadInput); }
+DeviceList ReadOutputs() { return ReadAll(midiOutGetNumDevs(), ReadOutput); }
 
-// Never destroyed: a host may still start and stop while the process ends.
+// Never destroyed: a host may start and stop playback while static objects are destroyed.
 DeviceLists& KnownDevices() {
     static DeviceLists& known = *new DeviceLists;
     return known;
 }
 
-DeviceList InputChoices() { return Choices(ReadInputs(), {None()}); }
-DeviceList OutputChoices() { return Choices(ReadOutputs(), {DefaultOutput(), None()}); }
+DeviceList InputChoices() { return Choices(ReadInputs(), {NoDeviceChoice()}); }
+DeviceList OutputChoices() { return Choices(ReadOutputs(), {DefaultOutput(), NoDeviceChoice()}); }
 
-bool SameName(const char* one, const char* other) {
-    return WithoutBlanks(one) == WithoutBlanks(other);
-}
+bool SameName(const char* one, const char* other) { return Trimmed(one) == Trimmed(other); }
 
 const MidiDevice* FindByName(const DeviceList& devices, const char* name) {
     const auto found = std::ranges::find_if(devices, [name](const MidiDevice& device) {
@@ -129,7 +127,7 @@ MidiDevice OutputFor(int row, const char* name, const DeviceList& outputs) {
 }
 
 DWORD SupportOf(std::int32_t number, const char* name) {
-    const MidiDevice device = OutputAt(static_cast<UINT>(number));
+    const MidiDevice device = ReadOutput(static_cast<UINT>(number));
     if (number == MapperDevice || SameName(device.Name, name)) return device.Support;
     const DeviceList outputs = ReadOutputs();
     const MidiDevice* const found = FindByName(outputs, name);

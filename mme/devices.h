@@ -1,5 +1,5 @@
-// The system's MIDI devices by name. A device's number changes when another one is unplugged; its
-// name stays. All of it runs on the host's thread.
+// The system's MIDI devices and their names. A device's number changes when another device is
+// unplugged; its name stays. Thread: host, for all functions. They allocate.
 #pragma once
 
 #include "mme/ports.h"
@@ -13,38 +13,42 @@ struct MidiDevice {
 };
 using DeviceList = std::vector<MidiDevice>;
 
-// The devices that are there, each at its number; one that does not tell its name has NoDevice.
+// The devices present, each at the index that is its number. A device whose name cannot be read has
+// the ID NoDevice.
 DeviceList ReadInputs();
 DeviceList ReadOutputs();
 
-// Those that the numbers in the tables refer to: LoadMMEConfig reads them.
+// The devices that were present when LoadMMEConfig last filled the tables. The device numbers in
+// the tables are indices into these lists.
 struct DeviceLists {
     DeviceList Inputs, Outputs;
 };
 DeviceLists& KnownDevices();
 
-// Blanks at both ends do not count: the ini file loses them, and a name that the system has cut to
-// its size may end in one.
+// Compares two names without their leading and trailing blanks: the ini file drops those, and a
+// name that the system has truncated can end in one.
 bool SameName(const char* one, const char* other);
 
-// The first of that name, null for none.
+// The first device with that name, null if there is none.
 const MidiDevice* FindByName(const DeviceList& devices, const char* name);
 
-// What a user can choose for a row: the devices, for an output also the system's default, and none.
+// The choices that the setup dialog offers for a row: the devices present, for an output also the
+// system's default output, and "no device".
 DeviceList InputChoices();
 DeviceList OutputChoices();
 
-// Until the user chooses: an input that calls itself MIDI, else one like an MPU-401, else the
-// first.
+// The automatic choice while none is stored: an input whose name contains the string MidiInName,
+// else one whose name contains Mpu401InName, else the first.
 MidiDevice ChooseInput(const DeviceList& inputs);
-// The one that the system sends to by default.
+// The system's default output, MapperDevice.
 MidiDevice DefaultOutput();
 
-// The device that a row stands for under a stored name: the first one so named, for an output also
-// the system's default under its name. If it is gone, row 0 has a device all the same, by choice or
-// by default, and the other rows have none.
+// The device of a row with a stored name: the first device with that name, or the system's default
+// output for its name. If it is not present, row 0 gets ChooseInput or DefaultOutput, and the other
+// rows get no device.
 MidiDevice InputFor(int row, const char* name, const DeviceList& inputs);
 MidiDevice OutputFor(int row, const char* name, const DeviceList& outputs);
 
-// dwSupport of the output of that name, which had this number a while ago; 0 if it is gone.
+// dwSupport of the output with that name, 0 if it is not present. number: where the output was when
+// the devices were last read, which saves a search if it is still there.
 DWORD SupportOf(std::int32_t number, const char* name);

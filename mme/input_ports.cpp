@@ -26,7 +26,7 @@ MMRESULT StartInPorts() {
     for (MMEInPort& port : InPorts) {
         const HMIDIIN handle = port.Handle;
         if (!handle) continue;
-        port.StartTime = timeGetTime(); // for a message that comes before midiInStart returns
+        port.StartTime = timeGetTime(); // for messages that arrive before midiInStart returns
         if (const MMRESULT code = midiInStart(handle)) return code;
         port.StartTime = timeGetTime();
     }

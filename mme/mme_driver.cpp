@@ -7,15 +7,16 @@ namespace {
 
 std::uint8_t MMEInited = 0;
 
-// One message at a time goes on to the engine, whichever ports they come from.
+// 1 while a message is passed to the engine. A message that arrives meanwhile, on any port, is
+// lost.
 std::atomic<std::uint8_t> MidiInBusy{0};
 
-// From a successful opening to the next closing.
+// True from a successful opening to the next closing.
 bool PortsInUse = false;
 bool LastOpeningFailed = false;
 
-// All or nothing: what is open is closed again.
-std::uint8_t GiveUpOpening(MMRESULT code, bool output) {
+// Reports the error and closes the ports that are open already.
+std::uint8_t FailOpening(MMRESULT code, bool output) {
     ReportMMEError(code, output);
     MMEClose();
     LastOpeningFailed = true;
@@ -24,10 +25,10 @@ std::uint8_t GiveUpOpening(MMRESULT code, bool output) {
 
 } // namespace
 
-// A device that cannot be closed, such as one that was pulled out, is reported, and its port stays
-// open. The next opening tries it again, and fails if that is refused too. Were that all, one dead
-// handle would keep every device away until the process ends. So the opening after a failed one
-// gives such ports up, and so do Init and the dialog, which begin anew anyway.
+// If a device cannot be closed, because it was unplugged for example, an error is reported and its
+// port stays open. The next opening tries to close it again and fails if the system still refuses.
+// One dead handle would thus block every device until the process ends, so the opening after a
+// failed one abandons such ports. Init and the dialog, which reread the tables, do so too.
 void AbandonPortsLeftOpen() {
     if (PortsInUse) return;
     AbandonOutPorts();
@@ -50,14 +51,14 @@ std::uint8_t MMETerm() {
 
 std::uint8_t MMEReady() { return 1; }
 
-// Inputs are all open before the first of them starts.
+// Opens all inputs before it starts the first of them.
 std::uint8_t MMEOpen() {
     if (LastOpeningFailed) AbandonPortsLeftOpen();
     LastOpeningFailed = false;
-    if (const MMRESULT code = OpenOutPorts()) return GiveUpOpening(code, true);
-    if (const MMRESULT code = CloseInPorts()) return GiveUpOpening(code, false);
-    if (const MMRESULT code = OpenInPorts()) return GiveUpOpening(code, false);
-    if (const MMRESULT code = StartInPorts()) return GiveUpOpening(code, false);
+    if (const MMRESULT code = OpenOutPorts()) return FailOpening(code, true);
+    if (const MMRESULT code = CloseInPorts()) return FailOpening(code, false);
+    if (const MMRESULT code = OpenInPorts()) return FailOpening(code, false);
+    if (const MMRESULT code = StartInPorts()) return FailOpening(code, false);
     PortsInUse = true;
     return 1;
 }
@@ -78,7 +79,7 @@ void MMESync(std::int16_t mode) { SyncEnabled = mode == ZOR_SYNC_EXTERNAL; }
 void ZORCALL MmeMidiInCallBack(void* handle, std::uint32_t message, std::uintptr_t,
                                std::uintptr_t first, std::uintptr_t second) noexcept {
     const Errand errand(Errand::Kind::Input);
-    // Acquire and release order one message's work before the next one's.
+    // Acquire and release order the processing of one message before that of the next.
     if (MidiInBusy.exchange(1, std::memory_order_acquire)) return;
     if (message == MIM_DATA || message == MIM_MOREDATA)
         ParseMidiIn(static_cast<HMIDIIN>(handle), static_cast<std::uint32_t>(first),

@@ -4,28 +4,28 @@
 
 namespace {
 
-bool PassGate(Lock& gate) {
-    if (OnInputThread()) return gate.TryEnter();
-    gate.Enter();
+bool EnterLock(Lock& lock) {
+    if (OnInputThread()) return lock.TryEnter();
+    lock.Enter();
     return true;
 }
 
-bool Enter(MMEOutPort& port) {
-    if (!PassGate(port.Gate)) return false;
+bool LockPort(MMEOutPort& port) {
+    if (!EnterLock(port.SendLock)) return false;
     if (!port.Sending) {
         port.Sending = true;
         return true;
     }
-    port.Gate.Leave(); // the gate lets in whoever holds it
+    port.SendLock.Leave(); // the lock is recursive: this thread holds the port already
     return false;
 }
 
 } // namespace
 
-PortEntry::PortEntry(MMEOutPort& wanted) : Port(wanted), Inside(Enter(wanted)) {}
+OutputGuard::OutputGuard(MMEOutPort& port) : Port(port), Locked(LockPort(port)) {}
 
-PortEntry::~PortEntry() {
-    if (!Inside) return;
+OutputGuard::~OutputGuard() {
+    if (!Locked) return;
     Port.Sending = false;
-    Port.Gate.Leave();
+    Port.SendLock.Leave();
 }

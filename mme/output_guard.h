@@ -1,28 +1,32 @@
-// Who may be inside an output port.
+// Locks an output port for one message.
 #pragma once
 
 #include "mme/ports.h"
 
-// A thread's stay in a port: held while one message is counted and sent, so that the port's tables
-// and what its device gets stay in step whichever thread sends. Never held across a message box,
-// nor while a device is opened, reset or closed.
+// Holds a port's SendLock while one message is counted and sent, so that NoteCounts and LastStatus
+// agree with what the device received, whichever thread sends. Never held across a message box, nor
+// while a device is opened, reset or closed.
 //
-// A device may be a program of its own that calls back while it is being sent to: on the same
-// thread, or on another one that holds a lock the sender is waiting for. So a thread that is inside
-// the MIDI input's callback never waits here, and a thread that is in the port already does not
-// enter it again. Their message is lost, as is all that comes in while the library sends. Every
-// other thread waits, for as long as the device takes over one message.
-class PortEntry {
+// A device may belong to another program that calls back while a message is sent to it: on the
+// sending thread, or on another thread that holds a lock for which the sender waits. To exclude
+// deadlock, a thread inside a MIDI input callback never waits here, and a thread that already holds
+// the port does not lock it again. In both cases the guard fails and the message is lost, as is all
+// input during a transmission. Every other thread waits as long as the device needs for one
+// message.
+//
+// Thread: any. Real time: no, except inside a MIDI input callback.
+class OutputGuard {
 public:
-    explicit PortEntry(MMEOutPort& wanted);
-    ~PortEntry();
-    PortEntry(const PortEntry&) = delete;
-    PortEntry& operator=(const PortEntry&) = delete;
+    explicit OutputGuard(MMEOutPort& port);
+    ~OutputGuard();
+    OutputGuard(const OutputGuard&) = delete;
+    OutputGuard& operator=(const OutputGuard&) = delete;
 
-    // Whether the thread is inside, and the port open. Everything below the gate is its own then.
-    explicit operator bool() const { return Inside && Port.NoteCounts; }
+    // True if this thread has locked the port and the port is open. Only then may it use the fields
+    // that SendLock guards.
+    explicit operator bool() const { return Locked && Port.NoteCounts; }
 
 private:
     MMEOutPort& Port;
-    const bool Inside;
+    const bool Locked;
 };

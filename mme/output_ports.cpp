@@ -7,14 +7,14 @@
 
 namespace {
 
-// Gives the port another table, or none, and returns the one it had. Waits for a message that
-// another thread is just sending.
+// Replaces the port's table, possibly by null, and returns the old one. Waits until another thread
+// has finished sending its message.
 std::uint8_t* ExchangeNoteCounts(MMEOutPort& port, std::uint8_t* counts) {
-    const LockScope gate(port.Gate);
+    const LockScope lock(port.SendLock);
     return std::exchange(port.NoteCounts, counts);
 }
 
-// A port takes records only while it has its table, which therefore comes last.
+// Sets NoteCounts last, since records are sent on the port from then on.
 MMRESULT OpenPort(MMEOutPort& port, std::int32_t device) {
     HMIDIOUT handle = nullptr;
     if (const MMRESULT code = midiOutOpen(&handle, static_cast<UINT>(device), 0, 0, 0)) return code;
@@ -23,7 +23,7 @@ MMRESULT OpenPort(MMEOutPort& port, std::int32_t device) {
     if (const MMRESULT code = midiOutReset(handle)) return code;
     void* const counts = Sonorel::AllocateLocked(GMEM_ZEROINIT, PortKeys);
     if (!counts) return MMSYSERR_NOMEM;
-    const LockScope gate(port.Gate);
+    const LockScope lock(port.SendLock);
     port.LastStatus = 0;
     port.NoteCounts = static_cast<std::uint8_t*>(counts);
     return MMSYSERR_NOERROR;
@@ -46,9 +46,9 @@ void MarkClosed(MMEOutPort& port, std::uint8_t* counts) {
     Sonorel::FreeLocked(counts);
 }
 
-// Without its table nobody sends on the port any more, so that no lock has to be held while the
-// device resets and closes: it may take its time over that, and call back. A device that refuses
-// gets its port back as it was.
+// Removes the table first, so that no thread sends on the port any more and no lock is held while
+// the device resets and closes, which can take long and call back. If the device refuses, the port
+// gets its table back and stays open.
 MMRESULT ClosePort(MMEOutPort& port) {
     std::uint8_t* const counts = ExchangeNoteCounts(port, nullptr);
     const MMRESULT code = CloseDevice(port.Handle);
@@ -65,8 +65,8 @@ MMRESULT OpenOutPorts() {
     if (const MMRESULT code = CloseOutPorts()) return code;
     for (const PortToOpen& next : OutputsToOpen()) {
         const MMRESULT code = OpenPort(OutPorts[next.Row], next.Device);
-        // Only the system knows which device is behind its default one: another row's, perhaps.
-        if (code == MMSYSERR_ALLOCATED && !next.Named && AnyOpen()) continue;
+        // Row 0 falls back on the default device, and that may be one which another row has opened.
+        if (code == MMSYSERR_ALLOCATED && !next.HasRowsName && AnyOpen()) continue;
         if (code != MMSYSERR_NOERROR) return code;
     }
     return MMSYSERR_NOERROR;

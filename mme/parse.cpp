@@ -1,4 +1,4 @@
-// From what an input device delivers to a record for the engine.
+// Parses the messages of input devices into records for the engine.
 #include "engine/receive.h"
 #include "midi/status.h"
 #include "mme/ports.h"
@@ -9,27 +9,27 @@ using namespace midi;
 
 namespace {
 
-enum class Treatment : std::uint8_t {
+enum class Delivery : std::uint8_t {
     Dropped,
-    Passes, // from every port
-    Gated,  // in external sync from the sync master only
+    Delivered, // from every port
+    SyncOnly,  // delivered, but with SyncEnabled only from SyncMaster
 };
 struct StatusRule {
-    Treatment Rule;
+    Delivery Rule;
     std::uint8_t Length; // data bytes
 };
 
 constexpr std::array<StatusRule, 256> MakeStatusRules() {
     std::array<StatusRule, 256> rules{}; // all dropped
     for (int status = NoteOff; status < FirstSystemStatus; ++status)
-        rules[status] = {Treatment::Passes, 2};
+        rules[status] = {Delivery::Delivered, 2};
     for (int status = ProgramChange; status < PitchBend; ++status) // and Channel Pressure
-        rules[status] = {Treatment::Passes, 1};
-    rules[SongPosition] = {Treatment::Gated, 2};
-    rules[SongSelect] = {Treatment::Gated, 1};
-    rules[TuneRequest] = {Treatment::Passes, 0};
+        rules[status] = {Delivery::Delivered, 1};
+    rules[SongPosition] = {Delivery::SyncOnly, 2};
+    rules[SongSelect] = {Delivery::SyncOnly, 1};
+    rules[TuneRequest] = {Delivery::Delivered, 0};
     for (const std::uint8_t status : {TimingClock, Start, Continue, Stop})
-        rules[status] = {Treatment::Gated, 0};
+        rules[status] = {Delivery::SyncOnly, 0};
     return rules;
 }
 constexpr std::array<StatusRule, 256> StatusRules = MakeStatusRules();
@@ -46,10 +46,10 @@ int RowOf(HMIDIIN handle) {
 void ParseMidiIn(HMIDIIN handle, std::uint32_t packed, std::uint32_t stamp) {
     const std::uint8_t status = packed & 0xFF;
     const StatusRule rule = StatusRules[status];
-    if (rule.Rule == Treatment::Dropped) return;
+    if (rule.Rule == Delivery::Dropped) return;
     const int row = RowOf(handle);
     if (row < 0) return;
-    if (rule.Rule == Treatment::Gated && SyncEnabled && row != SyncMaster) return;
+    if (rule.Rule == Delivery::SyncOnly && SyncEnabled && row != SyncMaster) return;
 
     const MMEInPort& port = InPorts[row];
     const bool channelMessage = status < FirstSystemStatus;

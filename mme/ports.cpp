@@ -1,6 +1,6 @@
 #include "mme/ports.h"
 
-// Before any configuration is read: four rows of 16 channels side by side.
+// The tables before any configuration is read: rows 0 to 3 cover Channels 0 to 63.
 MMEInPort InPorts[PortRows] = {{}, {.BaseChannel = 16}, {.BaseChannel = 32}, {.BaseChannel = 48}};
 MMEOutPort OutPorts[PortRows] = {{}, {.BaseChannel = 16}, {.BaseChannel = 32}, {.BaseChannel = 48}};
 

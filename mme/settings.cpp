@@ -10,7 +10,7 @@
 
 namespace {
 
-// Writes until something cannot be written.
+// Writes keys. Good becomes false if one cannot be written.
 class IniWriter {
 public:
     void Text(const char* name, int row, const char* text) {
@@ -24,14 +24,14 @@ public:
 };
 
 template <typename Port>
-PortSetting Present(const Port& port) {
+PortSetting SettingOf(const Port& port) {
     PortSetting setting = {port.DeviceID, "", port.BaseChannel + 1};
     std::memcpy(setting.Name, port.Name, sizeof setting.Name);
     return setting;
 }
 
 template <typename Port>
-void Take(Port& port, const PortSetting& setting) {
+void Apply(Port& port, const PortSetting& setting) {
     if (setting.Device == NoDevice) port.Clear();
     std::memcpy(port.Name, setting.Name, sizeof port.Name);
     std::memcpy(port.DeviceName, setting.Name, sizeof port.DeviceName);
@@ -39,9 +39,10 @@ void Take(Port& port, const PortSetting& setting) {
     port.BaseChannel = static_cast<std::int16_t>(std::clamp(setting.Base, 1, HighestBase) - 1);
 }
 
-// The default device counts like any other here: two rows on it would open it twice.
+// True if an earlier row has the device. The default device counts like any other, since a device
+// can be opened only once.
 template <typename Port>
-bool StandsBefore(const Port* ports, int row, std::int32_t device) {
+bool UsedByEarlierRow(const Port* ports, int row, std::int32_t device) {
     return device != NoDevice && std::any_of(ports, ports + row, [device](const Port& port) {
                return port.DeviceID == device;
            });
@@ -49,16 +50,16 @@ bool StandsBefore(const Port* ports, int row, std::int32_t device) {
 
 void StoreInput(IniWriter& ini, int row, const PortSetting& setting) {
     MMEInPort& port = InPorts[row];
-    Take(port, setting);
+    Apply(port, setting);
     ini.Text("InName", row, port.Name);
     ini.Int("InBase", row, port.BaseChannel + 1);
 }
 
 void StoreOutput(IniWriter& ini, int row, const PortSetting& setting) {
     MMEOutPort& port = OutPorts[row];
-    Take(port, setting);
+    Apply(port, setting);
     if (setting.Device == NoDevice)
-        port.OutMatch = 1; // a cleared row begins anew
+        port.OutMatch = 1; // the default
     else
         port.Support = SupportOf(setting.Device, setting.Name);
     ini.Text("OutName", row, port.Name);
@@ -68,11 +69,11 @@ void StoreOutput(IniWriter& ini, int row, const PortSetting& setting) {
 
 } // namespace
 
-MMESettings PresentSettings() {
+MMESettings CurrentSettings() {
     MMESettings settings;
-    std::ranges::transform(InPorts, settings.Inputs, Present<MMEInPort>);
-    std::ranges::transform(OutPorts, settings.Outputs, Present<MMEOutPort>);
-    settings.Reset = MidiOutReset != 0;
+    std::ranges::transform(InPorts, settings.Inputs, SettingOf<MMEInPort>);
+    std::ranges::transform(OutPorts, settings.Outputs, SettingOf<MMEOutPort>);
+    settings.MidiOutReset = MidiOutReset != 0;
     settings.SyncMaster = SyncMaster;
     return settings;
 }
@@ -80,15 +81,16 @@ MMESettings PresentSettings() {
 Stored StoreMMESettings(const MMESettings& settings) {
     IniWriter ini;
     for (int row = 0; row < PortRows; ++row) {
-        if (StandsBefore(InPorts, row, settings.Inputs[row].Device)) return Stored::DeviceTwice;
+        if (UsedByEarlierRow(InPorts, row, settings.Inputs[row].Device)) return Stored::DeviceTwice;
         if (settings.SyncMaster == row) SyncMaster = static_cast<std::int16_t>(row);
         StoreInput(ini, row, settings.Inputs[row]);
     }
     for (int row = 0; row < PortRows; ++row) {
-        if (StandsBefore(OutPorts, row, settings.Outputs[row].Device)) return Stored::DeviceTwice;
+        if (UsedByEarlierRow(OutPorts, row, settings.Outputs[row].Device))
+            return Stored::DeviceTwice;
         StoreOutput(ini, row, settings.Outputs[row]);
     }
-    MidiOutReset = settings.Reset;
+    MidiOutReset = settings.MidiOutReset;
     ini.Int("MidiOutReset", MidiOutReset);
     ini.Int("SyncMaster", SyncMaster);
     return ini.Good ? Stored::All : Stored::Unwritten;

@@ -1,29 +1,30 @@
-// The settings of the ports as the user makes them, and what storing them does.
+// The ports' settings as the setup dialog and the host's settings command edit them, and how they
+// are stored.
 #pragma once
 
 #include "mme/ports.h"
 
-// One row of a side: its device, and its base channel as the user counts, from 1.
+// One row: its device, and its base channel counted from 1.
 struct PortSetting {
-    std::int32_t Device = NoDevice; // its number, MapperDevice or NoDevice
+    std::int32_t Device = NoDevice; // device number, MapperDevice or NoDevice
     char Name[NameSize] = "";
-    int Base = 1; // what is out of range is brought into it without a word
+    int Base = 1; // limited to 1 to HighestBase when stored
 };
 constexpr int HighestBase = 64;
 
 struct MMESettings {
     PortSetting Inputs[PortRows], Outputs[PortRows];
-    bool Reset = false; // of the outputs
-    int SyncMaster = 0; // an input row
+    bool MidiOutReset = false; // reset output devices before they close
+    int SyncMaster = 0;        // an input row, from 0
 };
 
-// What the tables hold, which LoadMMEConfig has filled.
-MMESettings PresentSettings();
+// The contents of the tables, which LoadMMEConfig has filled.
+MMESettings CurrentSettings();
 
 enum class Stored {
     All,
-    DeviceTwice, // on two rows of a side; the rows before are stored
-    Unwritten,   // the tables have them, the ini file cannot be written
+    DeviceTwice, // two rows of a side have the same device; the rows before the second are stored
+    Unwritten,   // the tables are set, but the ini file cannot be written
 };
-// Takes settings over into the tables and the ini file, row by row. Thread: host, ports closed.
+// Copies settings to the tables and the ini file, row by row. Thread: host, ports closed.
 Stored StoreMMESettings(const MMESettings& settings);

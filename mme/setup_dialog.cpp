@@ -8,17 +8,18 @@ using namespace midisetup;
 
 namespace {
 
-// Which layout the dialog has; lives on from one opening to the next.
+// 1: the large layout is shown. Kept from one opening of the dialog to the next.
 std::uint8_t AdvancedShown = 0;
 
-// Lists of devices: each entry carries its device number in its low 16 bits.
+// A drop-down list of devices. The data of an entry is its device number, in the low 16 bits.
 class ChoiceList {
 public:
     ChoiceList(HWND dialog, int id, const DeviceList& choices)
         : List(GetDlgItem(dialog, id)), Choices(choices) {
         for (const MidiDevice& choice : choices) Add(choice);
     }
-    // The choice of that name, else the first entry that begins with it, else none.
+    // Selects the choice with that name, else the first entry that begins with it, else "no
+    // device".
     void Select(const char* name) const {
         const MidiDevice* const exact = name[0] ? FindByName(Choices, name) : nullptr;
         LRESULT index = exact ? EntryOf(exact->ID) : name[0] ? Find(name) : CB_ERR;
@@ -27,8 +28,8 @@ public:
     }
 
 private:
-    // The list sorts itself, and names may be equal or begin alike: only the index that comes back
-    // tells which entry is the new one.
+    // The list is sorted, and names may be equal or share a beginning, so only the returned index
+    // identifies the new entry.
     void Add(const MidiDevice& choice) const {
         const auto name = reinterpret_cast<LPARAM>(choice.Name);
         const LRESULT index = SendMessageA(List, CB_ADDSTRING, 0, name);
@@ -69,7 +70,7 @@ void OpenDialog(HWND dialog) {
     for (int row = 0; row < PortRows; ++row)
         ShowRow(dialog, OutPorts[row], OutDevice + row, OutBase + row, outputs);
     CheckDlgButton(dialog, SyncChoice + SyncMaster, BST_CHECKED);
-    CheckDlgButton(dialog, ResetOutputs, MidiOutReset ? BST_CHECKED : BST_UNCHECKED);
+    CheckDlgButton(dialog, MidiOutResetBox, MidiOutReset ? BST_CHECKED : BST_UNCHECKED);
     SetWindowLongPtrA(dialog, DWLP_USER, Resource);
     char version[VersionTextSize];
     VersionText(ZorMIDIDriverVersion(nullptr), version);
@@ -83,7 +84,7 @@ void SwitchLayout(HWND dialog) {
     ShowAdvancedButton(dialog, AdvancedShown ? HideAdvancedText : ShowAdvancedText);
 }
 
-// The whole parameter is looked at: a notification code beside the id is no click.
+// Compares the whole parameter: a click has the notification code 0 in its high word.
 INT_PTR Command(HWND dialog, WPARAM command) {
     switch (command) {
     case IDOK:
@@ -127,7 +128,7 @@ std::uint8_t SizeMIDISetup(HWND dialog, std::uint8_t large) {
     MoveWindow(dialog, static_cast<int>(place.left), static_cast<int>(place.top),
                static_cast<int>(width), static_cast<int>(height), TRUE);
 
-    // What lies outside must not be reached by the Tab key either.
+    // Disable controls outside the layout, so that the Tab key skips them.
     for (HWND child = GetWindow(dialog, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT)) {
         RECT at = {};
         GetWindowRect(child, &at);
@@ -144,6 +145,6 @@ std::uint8_t SizeMIDISetup(HWND dialog, std::uint8_t large) {
 }
 
 void MMEConfig(HWND parent) {
-    AbandonPortsLeftOpen(); // or their rows could not be read afresh
+    AbandonPortsLeftOpen(); // LoadMMEConfig does nothing while a port is open
     DialogBoxParamA(ModuleInstance, MAKEINTRESOURCEA(Resource), parent, MIDISetupProc, 0);
 }

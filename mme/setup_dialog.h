@@ -1,12 +1,13 @@
-// The MIDI Setup dialog, by which the user chooses the devices of the ports and how they are used.
-// All of it runs on the host's thread, with the ports closed.
+// The MIDI Setup dialog, in which the user chooses the ports' devices, base channels and sync
+// source. Thread: host, with the ports closed.
 #pragma once
 
 #include "platform/platform.h"
 
 #include <cstdint>
 
-// The driver-wide controls; those of a port are these plus its row.
+// Control ids. Those of a port are the named one plus the row: InDevice, InBase, SyncChoice,
+// OutDevice and OutBase. The others occur once.
 namespace midisetup {
 enum : int {
     InDevice = 10,
@@ -14,28 +15,29 @@ enum : int {
     SyncChoice = 30,
     OutDevice = 50,
     OutBase = 60,
-    ResetOutputs = 174,
+    MidiOutResetBox = 174,
     Version = 200,
     Advanced = 201,
     InBaseLabel = 202,
     SyncLabel = 203,
     OutBaseLabel = 204,
     Help = 32000,
-    SmallCorner = 32001, // hidden; stands where the small layout ends
-    LargeCorner = 32002, // hidden; stands where the large layout ends
+    SmallCorner = 32001, // hidden; marks the lower right corner of the small layout
+    LargeCorner = 32002, // hidden; marks the lower right corner of the large layout
 };
 constexpr int Resource = 6000;
 } // namespace midisetup
 
 INT_PTR CALLBACK MIDISetupProc(HWND dialog, UINT message, WPARAM first, LPARAM second);
 
-// Brings the dialog into its large or small layout, and gives which one.
+// Switches the dialog to its large layout (1) or small layout (0). Returns the layout it now has.
 std::uint8_t SizeMIDISetup(HWND dialog, std::uint8_t large);
 
-// Takes the controls over into the tables and the ini file, row by row. False if one device stands
-// on two rows of a side, of which the user has then seen a box; the rows before are stored by then.
+// Copies the controls to the tables and the ini file, row by row. Returns 0 if two rows of a side
+// have the same device: the rows before the second are stored by then, and the user has seen a
+// message box.
 std::uint8_t SaveMIDISetup(HWND dialog);
 
-// The version word as people read it.
+// Formats the library's version word as users read it, such as "40c.r1".
 constexpr int VersionTextSize = 20;
 void VersionText(std::uint32_t word, char (&text)[VersionTextSize]);

@@ -1,4 +1,4 @@
-// What OK does in the MIDI Setup dialog.
+// Stores the choices of the MIDI Setup dialog when the user clicks OK.
 #include "engine/library_instance.h"
 #include "mme/settings.h"
 #include "mme/setup_dialog.h"
@@ -8,7 +8,7 @@ using namespace midisetup;
 
 namespace {
 
-// What the controls of a row say.
+// Reads the controls of a row.
 PortSetting ReadRow(HWND dialog, int deviceId, int baseId) {
     PortSetting row;
     row.Base = static_cast<int>(GetDlgItemInt(dialog, baseId, nullptr, TRUE));
@@ -17,7 +17,7 @@ PortSetting ReadRow(HWND dialog, int deviceId, int baseId) {
     if (index < 0) return row;
     const LRESULT data = SendMessageA(list, CB_GETITEMDATA, static_cast<WPARAM>(index), 0);
     row.Device = static_cast<std::int16_t>(data);
-    // The list says how long the text is before it writes it anywhere.
+    // CB_GETLBTEXT has no limit, so check the length first.
     const LRESULT length = SendMessageA(list, CB_GETLBTEXTLEN, static_cast<WPARAM>(index), 0);
     if (length >= 0 && length < NameSize)
         SendMessageA(list, CB_GETLBTEXT, static_cast<WPARAM>(index),
@@ -25,7 +25,7 @@ PortSetting ReadRow(HWND dialog, int deviceId, int baseId) {
     return row;
 }
 
-std::uint8_t Refuse(HWND dialog) {
+std::uint8_t ShowDeviceTwice(HWND dialog) {
     char caption[30] = "", text[128] = "";
     LoadStringA(ModuleInstance, MapperName, caption, sizeof caption);
     LoadStringA(ModuleInstance, DeviceTwiceText, text, sizeof text);
@@ -37,14 +37,14 @@ std::uint8_t Refuse(HWND dialog) {
 
 std::uint8_t SaveMIDISetup(HWND dialog) {
     MMESettings settings;
-    settings.SyncMaster = SyncMaster; // kept where no choice is checked
+    settings.SyncMaster = SyncMaster; // stays if no choice is checked
     for (int row = 0; row < PortRows; ++row) {
         settings.Inputs[row] = ReadRow(dialog, InDevice + row, InBase + row);
         settings.Outputs[row] = ReadRow(dialog, OutDevice + row, OutBase + row);
         if (IsDlgButtonChecked(dialog, SyncChoice + row)) settings.SyncMaster = row;
     }
-    settings.Reset = IsDlgButtonChecked(dialog, ResetOutputs) != 0;
+    settings.MidiOutReset = IsDlgButtonChecked(dialog, MidiOutResetBox) != 0;
     const Stored stored = StoreMMESettings(settings);
     if (stored == Stored::Unwritten) Sonorel::TellUnwritten(dialog, "MIDI Setup", IniPath);
-    return stored != Stored::DeviceTwice || Refuse(dialog);
+    return stored != Stored::DeviceTwice || ShowDeviceTwice(dialog);
 }

@@ -1,4 +1,4 @@
-// Sending: which ports a record goes to, and what each message has to pass on its way.
+// Sending: chooses the ports of a record, counts notes, chooses status bytes, caches patches.
 #include "engine/driver_table.h"
 #include "engine/errand.h"
 #include "midi/note_counts.h"
@@ -10,29 +10,29 @@ using namespace midi;
 
 namespace {
 
-constexpr std::uint8_t HighestData = 127; // of a message's data bytes
+constexpr std::uint8_t HighestData = 127; // the largest data byte of a MIDI message
 
-enum class Sent {
-    Done,
-    Refused,
-    NotEntered, // the port is closed, or the thread may not enter it now
-    Unwanted,   // the host has ended what the message belongs to
+enum class SendResult {
+    Done,        // sent, or held back by the note counts
+    Refused,     // by the device, or a note or program number is above 127
+    Unavailable, // the port is closed, or this thread cannot lock it now
+    Stale,       // the host has stopped or killed the playback that the message belongs to
 };
 
-// The MIDI channel of a record on a port. The host may move the port's base meanwhile, so that the
-// range found earlier does not hold any more.
-std::uint8_t OffsetIn(const MMEOutPort& port, const MIDIEvent& event) {
+// The MIDI channel of a record on a port. Masked, since the host may have moved BaseChannel after
+// the port was chosen.
+std::uint8_t MidiChannel(const MMEOutPort& port, const MIDIEvent& event) {
     return (event.Channel - port.BaseChannel) & 0x0F;
 }
 
-// Note Off and Note On of one channel are interchangeable where the velocity is 0, so the one is
-// written as the other if that keeps the port on the status it is on.
-std::uint8_t ChooseStatus(MMEOutPort& port, std::uint8_t type, std::uint8_t offset,
+// Note Off, and Note On with velocity 0, mean the same. One is sent as the other if running status
+// can then continue.
+std::uint8_t ChooseStatus(MMEOutPort& port, std::uint8_t type, std::uint8_t channel,
                           std::uint8_t& data2) {
-    const std::uint8_t status = type | offset;
+    const std::uint8_t status = type | channel;
     const std::uint8_t last = port.LastStatus;
     if (status == last) return status;
-    if (ChannelOf(last) == offset) {
+    if (ChannelOf(last) == channel) {
         if (type == NoteOff && MessageType(last) == NoteOn) {
             data2 = 0;
             return last;
@@ -43,19 +43,20 @@ std::uint8_t ChooseStatus(MMEOutPort& port, std::uint8_t type, std::uint8_t offs
     return status;
 }
 
-// A device would take a higher byte for a status. The velocity of a microphone that clips is one.
+// Limits a data byte to 127, since a device takes a higher byte for a status. The velocity of a
+// clipping microphone is 128.
 std::uint8_t DataByte(std::uint8_t value) { return std::min(value, HighestData); }
 
-// One message to a port that this thread is inside. Gives the device's error code.
+// Counts and sends one message. Returns the device's error code. The caller holds the port.
 MMRESULT CountAndSend(MMEOutPort& port, const MIDIEvent& event) {
     std::uint8_t status = event.Status;
     std::uint8_t data2 = event.Data2;
     if (status < FirstSystemStatus) {
         const std::uint8_t type = MessageType(event.Status);
-        const std::uint8_t offset = OffsetIn(port, event);
-        status = ChooseStatus(port, type, offset, data2);
+        const std::uint8_t channel = MidiChannel(port, event);
+        status = ChooseStatus(port, type, channel, data2);
         if (type == NoteOn || type == NoteOff) {
-            std::uint8_t& count = port.NoteCounts[offset * Notes + event.Data1];
+            std::uint8_t& count = port.NoteCounts[channel * Notes + event.Data1];
             if (!CountNote(count, StartsNote(type, event.Data2), port.OutMatch != 0))
                 return MMSYSERR_NOERROR;
         }
@@ -64,38 +65,39 @@ MMRESULT CountAndSend(MMEOutPort& port, const MIDIEvent& event) {
     return midiOutShortMsg(port.Handle, static_cast<DWORD>(packed));
 }
 
-// The host is asked inside the port, so that a kill finds counted, and releases, all that was sent
-// before it, and nothing is sent behind it. The box comes after the port has been left: the user
+// Checks under the lock whether the message is stale: a kill then releases all notes sent before
+// it, and none are sent after it. The message box opens after the lock is released, since the user
 // may take minutes to close it.
-Sent SendOnce(MMEOutPort& port, const MIDIEvent& event) {
+SendResult SendOnce(MMEOutPort& port, const MIDIEvent& event) {
     MMRESULT code;
     {
-        const PortEntry inside(port);
-        if (!inside) return Sent::NotEntered;
-        if (!StillWanted()) return Sent::Unwanted;
+        const OutputGuard guard(port);
+        if (!guard) return SendResult::Unavailable;
+        if (!StillWanted()) return SendResult::Stale;
         code = CountAndSend(port, event);
     }
-    if (code == MMSYSERR_NOERROR) return Sent::Done;
+    if (code == MMSYSERR_NOERROR) return SendResult::Done;
     ReportMMEError(code, true);
-    return Sent::Refused;
+    return SendResult::Refused;
 }
 
-// The driver's tables end at 127, and a device would take a higher byte for a status.
-bool WithinTables(const MIDIEvent& event) {
+// True unless a note or program number is above 127, which neither NoteCounts nor the patch table
+// of the system has room for.
+bool DataInRange(const MIDIEvent& event) {
     const std::uint8_t type = MessageType(event.Status);
     return event.Data1 < Notes || (type != NoteOff && type != NoteOn && type != ProgramChange);
 }
 
-Sent SendToPort(MMEOutPort& port, const MIDIEvent& event) {
-    if (!port.Handle) return Sent::NotEntered;
-    if (!WithinTables(event)) return Sent::Refused;
+SendResult SendToPort(MMEOutPort& port, const MIDIEvent& event) {
+    if (!port.Handle) return SendResult::Unavailable;
+    if (!DataInRange(event)) return SendResult::Refused;
     if (event.Channel >= 0 || event.Status >= FirstSystemStatus) return SendOnce(port, event);
     MIDIEvent copy = event;
     for (int channel = 0; channel < PortChannels; ++channel) {
         copy.Channel = static_cast<std::int16_t>(port.BaseChannel + channel);
-        if (SendOnce(port, copy) == Sent::Unwanted) return Sent::Unwanted;
+        if (SendOnce(port, copy) == SendResult::Stale) return SendResult::Stale;
     }
-    return Sent::Done;
+    return SendResult::Done;
 }
 
 bool Covers(const MMEOutPort& port, std::int16_t channel) {
@@ -103,24 +105,25 @@ bool Covers(const MMEOutPort& port, std::int16_t channel) {
     return channel < 0 || (offset >= 0 && offset < PortChannels);
 }
 
-// Asks a device that loads its patches to have this one ready on the channels that it will play on.
+// Requests a device that caches its patches to load one for the channels that will play it.
 void CachePatch(MMEOutPort& port, const MIDIEvent& event) {
-    const PortEntry inside(port);
-    if (!inside || !(port.Support & MIDICAPS_CACHE) || !StillWanted()) return;
+    const OutputGuard guard(port);
+    if (!guard || !(port.Support & MIDICAPS_CACHE) || !StillWanted()) return;
     WORD channels[MIDIPATCHSIZE] = {};
     midiOutCachePatches(port.Handle, 0, channels, MIDI_CACHE_QUERY);
     const WORD wanted = event.Channel < 0 ? static_cast<WORD>(0xFFFF)
-                                          : static_cast<WORD>(1u << OffsetIn(port, event));
+                                          : static_cast<WORD>(1u << MidiChannel(port, event));
     WORD& cached = channels[event.Data1];
     if ((cached & wanted) == wanted) return;
     cached = static_cast<WORD>(cached | wanted);
     midiOutCachePatches(port.Handle, 0, channels, MIDI_CACHE_BESTFIT);
 }
 
-// The first key from index upward that still sounds, or -1.
+// The first index from the given one up whose note count is not 0; -1 if there is none or the port
+// cannot be locked.
 int NextSounding(MMEOutPort& port, int index) {
-    const PortEntry inside(port);
-    if (!inside) return -1;
+    const OutputGuard guard(port);
+    if (!guard) return -1;
     for (; index < PortKeys; ++index)
         if (port.NoteCounts[index] != 0) return index;
     return -1;
@@ -129,19 +132,19 @@ int NextSounding(MMEOutPort& port, int index) {
 } // namespace
 
 std::uint8_t XmitToPort(MMEOutPort& port, const MIDIEvent& event) {
-    return SendToPort(port, event) == Sent::Done;
+    return SendToPort(port, event) == SendResult::Done;
 }
 
-// A port that was not entered has refused nothing.
+// Returns 0 only if a device refused: a closed or locked port is no error.
 std::uint8_t MMEXmit(const MIDIEvent* event) {
     std::uint8_t result = 1;
     for (MMEOutPort& port : OutPorts) {
         if (!port.Handle || !Covers(port, event->Channel)) continue;
-        if (MessageType(event->Status) == ProgramChange && WithinTables(*event))
+        if (MessageType(event->Status) == ProgramChange && DataInRange(*event))
             CachePatch(port, *event);
-        const Sent sent = SendToPort(port, *event);
-        if (sent == Sent::Unwanted) break;
-        if (sent == Sent::Refused) result = 0;
+        const SendResult sent = SendToPort(port, *event);
+        if (sent == SendResult::Stale) break;
+        if (sent == SendResult::Refused) result = 0;
     }
     return result;
 }

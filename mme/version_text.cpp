@@ -4,7 +4,7 @@
 
 namespace {
 
-// The version word, from its top bits down.
+// The fields of a version word, from its highest bits down.
 struct Fields {
     explicit Fields(std::uint32_t word)
         : Major(word >> 24), Minor(word >> 20 & 0xF), Update(word >> 16 & 0xF),
@@ -14,10 +14,10 @@ struct Fields {
     unsigned Stage, Build;
 };
 
-// What a release is called among its users. Null for a word from before or after all of them.
+// The name of a release among its users; null for a word outside the known releases.
 const char* ReleaseTag(std::uint32_t word) {
     struct Tag {
-        std::uint32_t From;
+        std::uint32_t FirstWord;
         const char* Text;
     };
     constexpr Tag tags[] = {
@@ -26,7 +26,7 @@ const char* ReleaseTag(std::uint32_t word) {
     };
     if (word >> 24 > 7) return nullptr;
     for (const Tag& tag : tags)
-        if (word >= tag.From) return tag.Text;
+        if (word >= tag.FirstWord) return tag.Text;
     return nullptr;
 }
 

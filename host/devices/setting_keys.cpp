@@ -112,10 +112,10 @@ class MidiDraft : public Draft {
 public:
     MidiDraft() {
         LoadMMEConfig();
-        Settings = PresentSettings();
+        Settings = CurrentSettings();
         AddSide("In", Settings.Inputs, Inputs);
         AddSide("Out", Settings.Outputs, Outputs);
-        Keys.push_back(NumberKey("MidiOutReset", Settings.Reset, 0, 1));
+        Keys.push_back(NumberKey("MidiOutReset", Settings.MidiOutReset, 0, 1));
         Keys.push_back(NumberKey("SyncMaster", Settings.SyncMaster, 0, PortRows - 1));
     }
     void PrintChoices() const override {

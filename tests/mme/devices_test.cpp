@@ -138,7 +138,7 @@ TEST_F(MmeTest, DevicesOfOneNameStayOnTheirRows) {
         SCOPED_TRACE(&test - cases);
         begin(test.Devices);
         Load();
-        MMESettings settings = PresentSettings();
+        MMESettings settings = CurrentSettings();
         for (std::size_t row = 0; row < test.Rows.size(); ++row) {
             const int number = test.Rows[row];
             PortSetting port = {number < 0 ? NoDevice : number, "", static_cast<int>(16 * row + 1)};

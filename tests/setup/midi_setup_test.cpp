@@ -20,7 +20,7 @@ void ExpectLayout(const DialogUser& user, bool large) {
         for (const int id : {InBase + row, SyncChoice + row, OutBase + row})
             EXPECT_TRUE(row == 0 || user.Enabled(id) == large) << row;
     }
-    EXPECT_EQ(usable(ResetOutputs), large);
+    EXPECT_EQ(usable(MidiOutResetBox), large);
     EXPECT_FALSE(user.Shown(SmallCorner) || user.Shown(LargeCorner));
 }
 
@@ -30,13 +30,13 @@ class MidiSetupTest : public Desk {
 protected:
     void TearDown() override {
         Show(0, [](DialogUser& user) {
-            if (user.Shown(ResetOutputs)) user.Click(Advanced);
+            if (user.Shown(MidiOutResetBox)) user.Click(Advanced);
         });
         Desk::TearDown();
     }
     void InLarge(DialogScript script) {
         Show(0, [&](DialogUser& user) {
-            if (!user.Shown(ResetOutputs)) user.Click(Advanced);
+            if (!user.Shown(MidiOutResetBox)) user.Click(Advanced);
             script(user);
         });
     }
@@ -107,7 +107,7 @@ TEST_F(MidiSetupTest, OkWritesAllKeysInOrder) {
         user.Type(InBase + 1, "33");
         user.Select(OutList(2), "Synth");
         user.Click(SyncChoice + 4);
-        user.Click(ResetOutputs);
+        user.Click(MidiOutResetBox);
         user.Click(IDOK);
     });
     const std::string names[2][PortRows] = {{"Keys", "Pads"}, {Default, "", "Synth"}};
@@ -182,7 +182,7 @@ TEST_F(MidiSetupTest, ADeviceStandsOnOneRowOfASideOnly) {
         SCOPED_TRACE(test.Device);
         std::filesystem::remove(IniFile());
         InLarge([&](DialogUser& user) {
-            user.Click(ResetOutputs);
+            user.Click(MidiOutResetBox);
             for (const int list : test.Lists) EXPECT_TRUE(user.Select(list, test.Device));
             user.Click(IDOK);
             EXPECT_FALSE(user.Ended());
