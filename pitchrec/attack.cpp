@@ -1,5 +1,5 @@
-// The attack detector: follows the peaks of short blocks and reports a steep rise and, after it,
-// the first fall.
+// The attack detector: compares the peaks of consecutive blocks of 12 ms. A steep rise begins an
+// attack, and the first fall after it ends the attack.
 #include "pitchrec/frame.h"
 #include "pitchrec/pitch_rec.h"
 
@@ -14,14 +14,14 @@ namespace {
 constexpr PackedMessage AttackBegins = 0xB00C7F; // controller 12, value 127
 constexpr PackedMessage AttackEnds = 0xB00C00;
 
-// An attack has begun and not ended. One for all recognisers, and it outlives them. Relaxed: a
-// flag by itself.
+// True from the beginning of an attack to its end. Shared by all recognisers of the process, and
+// kept from one to the next. Relaxed: no other data depends on it.
 std::atomic<bool> AttackOn{false};
 
 } // namespace
 
 void PitchRecWaveIn::DetectAttacks(const Frame& frame, std::int32_t threshold) {
-    const std::int32_t blockLength = SampleRate / 86;
+    const std::int32_t blockLength = SampleRate / 86; // samples: 256
     for (std::int32_t start = frame.FirstNew(); start < frame.Count; start += blockLength) {
         Now.BlockPeak = 0;
         Now.BlockPeakTime = 0;
@@ -32,7 +32,7 @@ void PitchRecWaveIn::DetectAttacks(const Frame& frame, std::int32_t threshold) {
             Now.BlockPeak = level;
             Now.BlockPeakTime = frame.TimeOf(i, SampleRate);
         }
-        // Stamped with the peak before the rise or fall.
+        // The time stamp is that of the peak before the rise or fall.
         if (!AttackOn.load(std::memory_order_relaxed)) {
             if (Now.BlockPeak - Last.BlockPeak >= threshold) {
                 AttackOn.store(true, std::memory_order_relaxed);

@@ -1,4 +1,4 @@
-// The cycles of a window: where the dominant peaks lie and how far apart.
+// The cycles of a waveform: positions of their dominant peaks and distances between them.
 #pragma once
 
 #include <array>
@@ -7,34 +7,37 @@
 namespace Sonorel {
 
 struct Cycle {
-    std::int32_t PeakIndex; // window index of the dominant peak
-    std::int32_t Length;    // samples to the peak of the next later cycle; 0 in the newest
+    std::int32_t PeakIndex; // window index of the dominant peak, in samples
+    std::int32_t Length; // samples from this peak to that of the next newer cycle; 0 in the newest
 };
 
-// Newest cycle first.
+// The cycles that a scan has found, newest first.
 struct CycleTable {
     static constexpr std::int32_t Size = 20;
-    static constexpr std::int32_t Enough = 10; // once all new samples are scanned
+    static constexpr std::int32_t SufficientCount = 10; // ends a scan of older samples
 
-    std::array<Cycle, Size> Entries; // the first Count of them
+    std::array<Cycle, Size> Entries; // the first Count are valid
     std::int32_t Count = 0;
 
     void Add(std::int32_t peakIndex) {
-        const auto at = static_cast<std::size_t>(Count);
-        Entries[at] = {peakIndex, Count > 0 ? Entries[at - 1].PeakIndex - peakIndex : 0};
+        const auto index = static_cast<std::size_t>(Count);
+        Entries[index] = {peakIndex, Count > 0 ? Entries[index - 1].PeakIndex - peakIndex : 0};
         ++Count;
     }
-    // May the scan end at this crossing, the first new sample standing at firstNew?
-    bool Complete(std::int32_t crossing, std::int32_t firstNew) const {
-        return Count >= Size || (Count >= Enough && crossing < firstNew);
+    // True if the scan can end: the table is full, or all new samples are scanned and
+    // SufficientCount cycles found. crossing and firstNew: window indices of the crossing that the
+    // scan has reached and of the first sample of the latest block.
+    bool IsComplete(std::int32_t crossing, std::int32_t firstNew) const {
+        return Count >= Size || (Count >= SufficientCount && crossing < firstNew);
     }
 };
 
-// What makes a cycle count, from the extremes of the new samples.
+// The peaks that a cycle must have, in sample units. They depend on the extremes of the latest
+// block.
 struct PeakThresholds {
-    std::int32_t Positive;  // 0 or more: the positive peak reaches it
-    std::int32_t Negative;  // 0 or less: the negative peak reaches it
-    bool PositiveDominates; // which polarity gives the peak's position
+    std::int32_t Positive;  // 0 or more; the positive peak must be at least this
+    std::int32_t Negative;  // 0 or less; the negative peak must be at most this
+    bool PositiveDominates; // true: PeakIndex is that of the positive peak; false: of the negative
 };
 
 } // namespace Sonorel

@@ -1,13 +1,13 @@
-// The backward scan for cycles, the recogniser's hot path.
+// Finds the cycles of a waveform. Most of the recogniser's time is spent here.
 #pragma once
 
 #include "pitchrec/cycle.h"
 
 namespace Sonorel {
 
-// Cuts the window (count samples, oldest first) into cycles from the newest backward, as
-// PlainScanCycles does, number for number. firstNew: index of the first sample of this block.
-// Reads nothing outside the window.
+// Finds cycles from the newest sample backward and gives exactly the result of PlainScanCycles.
+// window: count samples, oldest first; nothing outside it is read. firstNew: window index of the
+// first sample of the latest block. Thread: any. Real time: yes.
 CycleTable ScanCycles(const std::int16_t* window, std::int32_t count, std::int32_t firstNew,
                       const PeakThresholds& thresholds);
 

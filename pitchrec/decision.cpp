@@ -1,4 +1,4 @@
-// From measured notes, which differ from frame to frame, to the note that counts as sounding.
+// Decides which note sounds (ActiveNote) from the notes measured in each frame (DetectedNote).
 #include "pitchrec/pitch_arithmetic.h"
 #include "pitchrec/pitch_rec.h"
 
@@ -9,17 +9,18 @@ namespace Sonorel {
 
 namespace {
 
-constexpr double JumpBias = 0.0001; // octaves, added to every distance
+constexpr double JumpBias = 0.0001; // octaves, added to each jump
 
-// What the recent frequencies did while a note was held.
+// How the frequency changed in the last frames.
 struct Movement {
-    bool Jumped = false; // two neighbours lay further apart than the threshold
-    double Spread = 0.0; // Hz between the two furthest apart
+    bool Jumped = false; // it changed between two frames by more than the threshold
+    double Spread = 0.0; // Hz between the highest and the lowest frequency
 };
 
-// Both histories up to an index, or to the first that is empty.
-Movement MovementIn(const PitchRecWaveIn::History& frequencies,
-                    const PitchRecWaveIn::History& jumps, std::int32_t depth, double threshold) {
+// Evaluates both histories up to the index depth, or to the first empty entry.
+Movement MeasureMovement(const PitchRecWaveIn::History& frequencies,
+                         const PitchRecWaveIn::History& jumps, std::int32_t depth,
+                         double threshold) {
     Movement movement;
     const auto end = static_cast<std::size_t>(depth) + 1;
     for (std::size_t i = 0; i < end && frequencies[i] != 0.0; ++i) {
@@ -30,7 +31,7 @@ Movement MovementIn(const PitchRecWaveIn::History& frequencies,
     return movement;
 }
 
-void Shift(PitchRecWaveIn::History& history, double newest) {
+void PushFront(PitchRecWaveIn::History& history, double newest) {
     std::copy_backward(history.begin(), history.end() - 1, history.end());
     history[0] = newest;
 }
@@ -47,19 +48,21 @@ void PitchRecWaveIn::DecideNote() {
         StartSlidingNote();
 }
 
-// A new note needs two measurements in a row; an odd one in between changes nothing.
+// Mode 0: a new note needs two equal measurements in a row; a single different one is ignored.
 void PitchRecWaveIn::DecideSteady() {
     Now.ActiveNote = Now.DetectedNote == Last.DetectedNote ? Now.DetectedNote : Last.ActiveNote;
 }
 
-// The held note takes every pitch that glides away from it as its own, and changes on a jump.
+// Mode 1 while a note sounds: gliding pitch becomes a cents offset of the note; a jump changes the
+// note.
 void PitchRecWaveIn::SlideHeldNote() {
-    Shift(FreqHistory, Now.Frequency);
+    PushFront(FreqHistory, Now.Frequency);
     double jump = 0.0;
     if (FreqHistory[1] != 0.0)
         jump = std::fabs(std::log(FreqHistory[0] / FreqHistory[1]) * OctavesPerLog) + JumpBias;
-    Shift(JumpHistory, jump);
-    const Movement movement = MovementIn(FreqHistory, JumpHistory, HistoryDepth, JumpThreshold);
+    PushFront(JumpHistory, jump);
+    const Movement movement =
+        MeasureMovement(FreqHistory, JumpHistory, HistoryDepth, JumpThreshold);
 
     if (Now.DetectedNote == Last.ActiveNote) {
         Now.ActiveNote = Now.DetectedNote;
@@ -73,13 +76,14 @@ void PitchRecWaveIn::SlideHeldNote() {
         ClearHistories();
     } else {
         Now.ActiveNote = Last.ActiveNote;
-        // Wide, for notes far from any by an absurd reference pitch.
+        // 64 bits, since an absurd reference pitch gives note numbers of any size.
         const std::int64_t moved = std::int64_t{100} * (Now.DetectedNote - Last.ActiveNote);
         Now.CentsOffset = static_cast<std::int32_t>(Now.CentsOffset + moved);
     }
 }
 
-// HoldFrames is not cleared when a note ends, so that only the very first one has to wait.
+// Mode 1 while no note sounds. HoldFrames is not cleared when a note ends, so the next note usually
+// starts without waiting.
 void PitchRecWaveIn::StartSlidingNote() {
     if (Now.HoldFrames >= MinHoldFrames) {
         Now.ActiveNote = Now.DetectedNote;
@@ -91,8 +95,8 @@ void PitchRecWaveIn::StartSlidingNote() {
     }
 }
 
-// A change of note while the level falls by more than a third is the old note's end: nothing
-// starts.
+// If the note changes while the amplitude falls by more than a third, the old note has ended, and
+// no new one starts.
 void PitchRecWaveIn::CheckRelease() {
     if (Last.ActiveNote == NoNote || Now.ActiveNote == Last.ActiveNote) return;
     if (Last.Amplitude * 2 <= Now.Amplitude * 3) return;

@@ -1,4 +1,4 @@
-// One frame: state rolled on, peaks measured, gate applied, events put out.
+// The steps of one frame: advance the state, measure peaks, apply the gate, push events.
 #include "pitchrec/frame.h"
 #include "pitchrec/pitch_rec.h"
 
@@ -8,7 +8,7 @@
 namespace Sonorel {
 
 void PitchRecWaveIn::ProcessFrame(const Frame& frame) {
-    // Before the state rolls on: the gate follows the note held two frames ago.
+    // Evaluated before Last advances, so the gate depends on the active note of two frames ago.
     const std::int32_t gate = Last.ActiveNote != NoNote ? NoteOffThreshold : NoteOnThreshold;
     Last = Now;
     Now = FrameState{};
@@ -25,18 +25,18 @@ void PitchRecWaveIn::ProcessFrame(const Frame& frame) {
 }
 
 void PitchRecWaveIn::MeasureFrame(const Frame& frame) {
-    Now.MaxSample = frame.Peaks.Most;
-    Now.MinSample = frame.Peaks.Least;
+    Now.MaxSample = frame.Peaks.Highest;
+    Now.MinSample = frame.Peaks.Lowest;
     Now.Extreme = Now.MaxSample > -Now.MinSample ? Now.MaxSample : Now.MinSample;
     Now.Amplitude = std::abs(Now.Extreme);
-    Now.OnsetTime = frame.TimeOf(FirstLoud(frame), SampleRate);
+    Now.OnsetTime = frame.TimeOf(FindOnset(frame), SampleRate);
     const std::int32_t level = SignalLevel.load(std::memory_order_relaxed);
     SignalLevel.store((level + Now.Amplitude) / 2, std::memory_order_relaxed);
 }
 
-// Window index of the first loud new sample, but never 0, which stands for "none": a frame without
-// a loud sample is stamped with the window's oldest one, and so is one whose only one that is.
-std::int32_t PitchRecWaveIn::FirstLoud(const Frame& frame) const {
+// Window index of the block's first sample of at least NoteOnThreshold. 0 if there is none: the
+// frame then gets the time stamp of the window's oldest sample. Index 0 itself is not examined.
+std::int32_t PitchRecWaveIn::FindOnset(const Frame& frame) const {
     if (Now.Amplitude < NoteOnThreshold) return 0;
     for (std::int32_t i = std::max(frame.FirstNew(), 1); i < frame.Count; ++i)
         if (std::abs(std::int32_t{frame.Window[i]}) >= NoteOnThreshold) return i;

@@ -1,4 +1,4 @@
-// The ring of note messages between the analysis and whoever fetches them.
+// Passes note messages from the analysis to the threads that fetch them.
 #pragma once
 
 #include "support/global_buffer.h"
@@ -8,7 +8,7 @@
 
 namespace Sonorel {
 
-// A status and two data bytes: bits 23..16, 15..8, 7..0; the top byte is 0.
+// A status byte and two data bytes in bits 23-16, 15-8 and 7-0. The highest byte is 0.
 using PackedMessage = std::uint32_t;
 
 constexpr PackedMessage PackMessage(std::uint32_t status, std::int32_t data1, std::int32_t data2) {
@@ -16,8 +16,8 @@ constexpr PackedMessage PackMessage(std::uint32_t status, std::int32_t data1, st
            (static_cast<std::uint32_t>(data2) & 0xFF);
 }
 
-// Holds 128 entries of two words: time stamp in milliseconds, then the message. One producer; any
-// number of consumers, of which one at a time gets in. Nobody waits.
+// A lock-free ring of 128 entries of two words each: a time stamp in milliseconds, then the
+// message. One producer, any number of consumers, of which one at a time pops. No thread waits.
 class NoteRing {
 public:
     static constexpr std::uint32_t Capacity = 256; // words; a power of two
@@ -27,29 +27,30 @@ public:
     NoteRing(const NoteRing&) = delete;
     NoteRing& operator=(const NoteRing&) = delete;
 
-    // Adds an entry, or drops it when less than two words are free. Thread: the one producer.
+    // Adds an entry, or drops it if the ring is full. Thread: the producer.
     // Real time: yes.
     void PushNote(std::int32_t time, PackedMessage message);
 
-    // Takes the oldest entry. False, with the outputs untouched, if there is none or another
-    // consumer is just taking one. Thread: any. Real time: yes.
-    bool TakeNote(std::int32_t& time, PackedMessage& message);
+    // Removes the oldest entry. Returns false and leaves the outputs unchanged if there is none or
+    // another consumer is popping one. Thread: any. Real time: yes.
+    bool PopNote(std::int32_t& time, PackedMessage& message);
 
-    // False: memory was short, and the ring holds nothing.
+    // False if the constructor could not allocate memory: the ring then stays empty.
     bool IsUsable() const { return Words != nullptr; }
 
-    // Words held. Exact on the producer's or the one consumer's thread, else of the moment.
+    // Number of words in the ring. Exact on the thread of the producer or of the only consumer; on
+    // others it may be outdated.
     std::uint32_t Count() const;
 
 private:
-    // Counts that only grow (and wrap at 2^32); an index is a count modulo Capacity. Each side
-    // writes its own with release and reads the other's with acquire, so that the words between
-    // them are always whole.
+    // Numbers of words written and read so far, modulo 2^32; an index is such a number modulo
+    // Capacity. Each side stores its own with release and loads the other's with acquire, so that
+    // the words between them are complete.
     std::atomic<std::uint32_t> Written{0};
     std::atomic<std::uint32_t> Read{0};
-    std::atomic<bool> Taking{false}; // a consumer is inside
-    GlobalBuffer Block;              // locked for the life of the ring
-    std::uint32_t* Words;            // what the lock gave
+    std::atomic<bool> Popping{false}; // a consumer is in PopNote
+    GlobalBuffer Block;               // locked as long as the ring exists
+    std::uint32_t* Words;             // address of the locked block; null without memory
 };
 
 } // namespace Sonorel

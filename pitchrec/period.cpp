@@ -1,4 +1,4 @@
-// The pitch detector: cycles, their distances, the period that most of them agree on.
+// Pitch detection: scan for cycles, vote on the period, convert it to a note and cents.
 #include "pitchrec/cycle_scan.h"
 #include "pitchrec/frame.h"
 #include "pitchrec/period_vote.h"
@@ -9,15 +9,15 @@ namespace Sonorel {
 
 namespace {
 
-// By PeakFactorSet: how near the frame's extremes a cycle's peaks must come, on the side of the
-// larger extreme and on the other.
+// The peaks of a cycle must reach these fractions of the frame's extremes, by PeakFactorSet: Max
+// for the polarity of the larger extreme, Min for the other.
 constexpr double MaxPeakThresholdFactor[] = {0.667, 0.9};
 constexpr double MinPeakThresholdFactor[] = {0.5, 0.9};
 
-constexpr double ReferenceCents = 6900.0; // of note 69
-constexpr std::int32_t LeastVotes = 2;    // one lone measurement is never believed
+constexpr double ReferenceCents = 6900.0; // note 69
+constexpr std::int32_t LeastVotes = 2;    // a single measurement is not reliable
 
-PeakThresholds ThresholdsOf(const FrameState& frame, std::int32_t factorSet) {
+PeakThresholds MakeThresholds(const FrameState& frame, std::int32_t factorSet) {
     const double major = MaxPeakThresholdFactor[factorSet];
     const double minor = MinPeakThresholdFactor[factorSet];
     const bool positive = frame.Extreme > 0;
@@ -27,17 +27,17 @@ PeakThresholds ThresholdsOf(const FrameState& frame, std::int32_t factorSet) {
 
 } // namespace
 
-// Finding nothing leaves the frame without a note, which is enough to end a held one.
+// If no period is found, the frame stays without a note, which ends a held note.
 void PitchRecWaveIn::FindPeriod(const Frame& frame) {
     const PeakThresholds thresholds =
-        ThresholdsOf(Now, PeakFactorSet.load(std::memory_order_relaxed));
+        MakeThresholds(Now, PeakFactorSet.load(std::memory_order_relaxed));
     const CycleTable cycles = ScanCycles(frame.Window, frame.Count, frame.FirstNew(), thresholds);
     const PeriodCluster best = VotePeriod(cycles);
     if (best.Votes < LeastVotes) return;
 
     Now.Frequency = static_cast<double>(SampleRate * best.Votes) / best.Total;
     const double reference = ReferencePitch.load(std::memory_order_relaxed);
-    // A note owns the cents from 50 below it up to 49 above it.
+    // A note covers -50 to +49 cents.
     const std::int32_t cents =
         Truncated(FrequencyToCents(Now.Frequency, reference, ReferenceCents)) + 50;
     Now.DetectedNote = cents / 100;

@@ -10,10 +10,11 @@ bool SamePeriod(std::int32_t a, std::int32_t b) {
     return std::abs(a - b) <= SegDiffLengthThreshold;
 }
 
-// In the order of opening. There is room for every candidate.
+// The clusters in the order in which their first votes came. There is room for one per vote.
 class ClusterTable {
 public:
-    void Vote(std::int32_t length) {
+    // Adds a vote to the first cluster near the length, or opens a new cluster.
+    void AddVote(std::int32_t length) {
         for (std::int32_t c = 0; c < Count; ++c) {
             PeriodCluster& cluster = Entries[static_cast<std::size_t>(c)];
             if (!SamePeriod(cluster.Mean, length)) continue;
@@ -25,16 +26,17 @@ public:
         Entries[static_cast<std::size_t>(Count++)] = {1, length, length};
     }
 
-    // Adds later clusters to earlier ones that they have drifted to. What was added stays in the
-    // table as zeros, and takes part in everything like any other entry.
+    // Merges clusters whose means have drifted together into the earlier one. The later one stays
+    // in the table as zeros and is still compared with the others.
     void Merge() {
         for (std::int32_t p = 0; p < Count; ++p)
             for (std::int32_t q = p + 1; q < Count; ++q)
-                Absorb(Entries[static_cast<std::size_t>(p)], Entries[static_cast<std::size_t>(q)]);
+                MergePair(Entries[static_cast<std::size_t>(p)],
+                          Entries[static_cast<std::size_t>(q)]);
     }
 
-    // Most votes wins; between clusters close in votes the shorter period, which keeps two or three
-    // times the period from winning.
+    // The cluster with the most votes wins. If two differ by at most 2 votes, the shorter period
+    // wins, so that twice or three times the true period does not.
     PeriodCluster Best() const {
         if (Count == 0) return {};
         PeriodCluster best = Entries[0];
@@ -47,14 +49,14 @@ public:
     }
 
 private:
-    static void Absorb(PeriodCluster& into, PeriodCluster& from) {
-        if (!SamePeriod(into.Mean, from.Mean)) return;
-        into.Total += from.Total;
-        into.Votes += from.Votes;
-        from = {};
+    static void MergePair(PeriodCluster& earlier, PeriodCluster& later) {
+        if (!SamePeriod(earlier.Mean, later.Mean)) return;
+        earlier.Total += later.Total;
+        earlier.Votes += later.Votes;
+        later = {};
     }
 
-    // One, two and three lengths from each of all cycles but the newest.
+    // Up to three votes for each cycle but the newest.
     static constexpr std::size_t Size = (CycleTable::Size - 1) * 3;
     std::array<PeriodCluster, Size> Entries;
     std::int32_t Count = 0;
@@ -68,7 +70,7 @@ PeriodCluster VotePeriod(const CycleTable& cycles) {
         std::int32_t sum = 0;
         for (std::int32_t j = 0; j <= 2 && k + j < cycles.Count; ++j) {
             sum += cycles.Entries[static_cast<std::size_t>(k + j)].Length;
-            clusters.Vote(sum);
+            clusters.AddVote(sum);
         }
     }
     clusters.Merge();

@@ -1,4 +1,4 @@
-// The vote of the cycle lengths for a period.
+// Estimates the period of a waveform from the lengths of its cycles, by majority.
 #pragma once
 
 #include "pitchrec/cycle.h"
@@ -8,18 +8,19 @@
 
 namespace Sonorel {
 
-// Two period values count as the same if they differ by at most this much, in samples.
+// Two periods count as equal if they differ by at most this many samples.
 constexpr std::int32_t SegDiffLengthThreshold = 5;
 
+// A group of measured periods that count as equal.
 struct PeriodCluster {
-    std::int32_t Votes;
-    std::int32_t Mean;  // follows the last value by halves, in samples
-    std::int32_t Total; // sum of all values that voted
+    std::int32_t Votes; // number of periods
+    std::int32_t Mean;  // samples; each new period moves it half the way
+    std::int32_t Total; // samples; sum of the periods
 };
 
-// Lets every distance between neighbouring peaks, and every sum of two or three of them, vote.
-// Gives the winner, whose Total divided by Votes is the mean period; Votes below 2 mean that there
-// is no period to believe in.
+// Each length of one cycle, of two and of three consecutive cycles is one vote for that period.
+// Returns the winning cluster, whose Total / Votes is the mean period in samples. The result is
+// unreliable if its Votes are below 2, and all zeros without any vote. Thread: any. Real time: yes.
 PeriodCluster VotePeriod(const CycleTable& cycles);
 
 } // namespace Sonorel

@@ -1,4 +1,4 @@
-// The interface's defaults.
+// Defaults of the interface.
 #include "pitchrec/pitch_rec.h"
 
 namespace Sonorel {

@@ -1,13 +1,14 @@
-// The backward scan, one sample at a time: for processors without a faster way, and the measure of
-// the faster one.
+// The scan for cycles, one sample at a time: for processors without SSE2, and as the reference that
+// tests and benchmarks compare the fast scan with.
 #pragma once
 
 #include "pitchrec/cycle.h"
 
 namespace Sonorel {
 
-// Walks backward from the newest sample but one and cuts the window at upward zero crossings. A
-// stretch between crossings that is too weak on either side runs on into the next older one.
+// Scans backward from the second newest sample and splits the window at upward zero crossings. A
+// segment between crossings is a cycle if its peaks reach both thresholds; otherwise it is extended
+// to the next older crossing.
 inline CycleTable PlainScanCycles(const std::int16_t* window, std::int32_t count,
                                   std::int32_t firstNew, const PeakThresholds& thresholds) {
     CycleTable cycles;
@@ -19,7 +20,7 @@ inline CycleTable PlainScanCycles(const std::int16_t* window, std::int32_t count
         if (window[i - 1] < 0 && sample >= 0) {
             if (negativePeak > thresholds.Negative || positivePeak < thresholds.Positive) continue;
             cycles.Add(peakPosition);
-            if (cycles.Complete(i, firstNew)) break;
+            if (cycles.IsComplete(i, firstNew)) break;
             positivePeak = 0;
             negativePeak = 0;
         } else if (sample > positivePeak) {

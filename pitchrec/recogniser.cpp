@@ -1,4 +1,4 @@
-// The recogniser's life, and what it forwards to its capture object.
+// Construction, opening and settings of the recogniser, and calls forwarded to its capture object.
 #include "pitchrec/pitch_arithmetic.h"
 #include "pitchrec/pitch_rec.h"
 #include "soundin/sound_in.h"
@@ -8,10 +8,9 @@
 namespace Sonorel {
 
 namespace {
-// The analysis runs at one rate, whatever the device's.
-constexpr std::int32_t AnalysisRate = 22050;
+constexpr std::int32_t AnalysisRate = 22050; // Hz, for every device rate
 constexpr std::int32_t FramesInStore = 4;
-constexpr double MicLevelUnits = 128.0; // mic level of SoundIn level 1.0
+constexpr double MicLevelUnits = 128.0; // mic level at SoundIn level 1.0
 } // namespace
 
 PitchRecWaveIn::PitchRecWaveIn(SoundIn* input) : Input(input) {
@@ -37,7 +36,7 @@ bool PitchRecWaveIn::Open(std::int32_t rate) {
     ValidSamples = 0;
     ClearHistories();
     SampleStore.reset(new (std::nothrow) std::int16_t[static_cast<std::size_t>(StoreSize)]());
-    if (!SampleStore) StoreSize = 0; // every block is then too long to store
+    if (!SampleStore) StoreSize = 0; // every block is then too long and dropped
     Now = FrameState{};
     Last = FrameState{};
     return SampleStore != nullptr;
@@ -83,7 +82,7 @@ void PitchRecWaveIn::Reserved3(std::uint32_t) {}
 bool PitchRecWaveIn::GetNote(std::int32_t* time, std::int32_t* status, std::int32_t* data1,
                              std::int32_t* data2) {
     PackedMessage message = 0;
-    if (!Notes || !Notes->TakeNote(*time, message)) return false;
+    if (!Notes || !Notes->PopNote(*time, message)) return false;
     *status = static_cast<std::int32_t>(message >> 16 & 0xFF);
     *data1 = static_cast<std::int32_t>(message >> 8 & 0xFF);
     *data2 = static_cast<std::int32_t>(message & 0xFF);

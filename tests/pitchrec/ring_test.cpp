@@ -19,13 +19,13 @@ TEST(Ring, KeepsTheFirst128EntriesAndDropsTheNext) {
         for (std::int32_t i = 0; i < 129; ++i)
             ring.PushNote(round * 1000 + i, static_cast<PackedMessage>(i));
         for (std::int32_t i = 0; i < 128; ++i) {
-            ASSERT_TRUE(ring.TakeNote(time, message));
+            ASSERT_TRUE(ring.PopNote(time, message));
             EXPECT_EQ(time, round * 1000 + i);
             EXPECT_EQ(message, static_cast<PackedMessage>(i));
         }
-        EXPECT_FALSE(ring.TakeNote(time, message));
+        EXPECT_FALSE(ring.PopNote(time, message));
         ring.PushNote(7, 7); // shifts the next round by one entry
-        EXPECT_TRUE(ring.TakeNote(time, message));
+        EXPECT_TRUE(ring.PopNote(time, message));
     }
 }
 
@@ -41,7 +41,7 @@ TEST(Ring, LosesAndTearsNothingBetweenThreads) {
         while (taken.load() < Entries) {
             std::int32_t time = 0;
             PackedMessage message = 0;
-            if (!ring.TakeNote(time, message)) {
+            if (!ring.PopNote(time, message)) {
                 std::this_thread::yield();
                 continue;
             }
