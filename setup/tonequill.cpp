@@ -42,7 +42,7 @@ void ShowDevices(HWND dialog) {
     const Sonorel::TextStringArray& names = Microphones.Names();
     for (std::int32_t index = 0; index < names.Count; ++index)
         Devices(dialog, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(names.Items[index]->Text()));
-    Devices(dialog, CB_SETCURSEL, static_cast<WPARAM>(Microphones.Present()));
+    Devices(dialog, CB_SETCURSEL, static_cast<WPARAM>(Microphones.CurrentIndex()));
 }
 
 // A list that is down stands still under the user's eyes.

@@ -1,4 +1,4 @@
-// Through which capture class a microphone is heard.
+// Chooses the capture class for a microphone and opens a recogniser on it.
 #pragma once
 
 #include "pitchrec/driver/microphone_name.h"
@@ -11,20 +11,20 @@ enum class CaptureClass : std::uint8_t { None, DirectSound, WaveIn };
 
 // A recogniser that is open on a microphone.
 struct OpenMicrophone {
-    std::unique_ptr<Sonorel::PitchRec> Recogniser; // null: none could be opened
+    std::unique_ptr<Sonorel::PitchRec> Recogniser; // null if none could be opened
     CaptureClass Class = CaptureClass::None;
-    // As the class lists it; null for the default one of an empty list.
+    // As the class lists it; null for the default microphone if the list is empty.
     std::unique_ptr<const Sonorel::MicrophoneName> Name;
-    // It was asked for as DirectSound's entry for whatever the system's default is.
+    // True if DirectSound's list entry for the system's default microphone was requested.
     bool IsDefault = false;
 };
 
-// Opens this microphone, or the system's default one for null: by DirectSound where that can open
-// it, else by waveIn. No other device is touched on the way. There is no recogniser if neither
-// class knows the microphone, if it cannot be opened, of which a box has told, or if memory is
-// short. Thread: host; the box runs the host's messages.
+// Opens this microphone, or the system's default one for null: with DirectSound if that can open
+// it, else with waveIn. Opens no other device. The result has no recogniser if neither class lists
+// the microphone, if it cannot be opened (the user has seen a message box by then), or if memory
+// cannot be allocated. Thread: host. The message box runs the host's message loop.
 OpenMicrophone OpenRecogniser(const Sonorel::MicrophoneName* microphone);
 
-// Fills the list with the names of the microphones that there are now, in the order of the class.
-// Thread: host.
+// Replaces the list by the names of the microphones present, in the order of the class. The list is
+// empty for CaptureClass::None. Thread: host.
 void ListMicrophones(CaptureClass capture, Sonorel::TextStringArray& names);

@@ -9,22 +9,21 @@
 
 using namespace Sonorel;
 
-std::uint32_t Turn::Latest = 0;
+std::uint32_t ListeningChange::LatestNumber = 0;
 
 namespace {
 
-// Null: none yet, so the default one.
-std::unique_ptr<const MicrophoneName> Chosen;
+// The user's choice; null for the system's default microphone.
+std::unique_ptr<const MicrophoneName> ChosenMicrophone;
 
-// The chosen one is not heard. Told: the user knows.
-bool Missing = false;
-bool Told = false;
+bool ChosenIsMissing = false; // the chosen microphone could not be opened
+bool MissingReported = false; // the user has been informed of it
 
-// Of the recogniser in place, which is kept for the poll on its own.
-OpenMicrophone Present;
+// Class and name of the open microphone. Its recogniser is in Recogniser, where the poll reads it.
+OpenMicrophone CurrentOpen;
 
-// Notes decided by two frames that agree; no attacks, no bends.
-void UsePlainNotes(PitchRec& recogniser) {
+// Notes change when two frames agree; no attacks, no pitch bends.
+void SetPlainNotes(PitchRec& recogniser) {
     recogniser.SetTrackingMode(false);
     recogniser.SetAttackDetect(false, 0);
     recogniser.SetPitchBendOutput(false);
@@ -32,61 +31,60 @@ void UsePlainNotes(PitchRec& recogniser) {
 
 } // namespace
 
-OpenMicrophone OpenOnChoice(const Turn& turn) {
-    OpenMicrophone made = OpenRecogniser(Chosen.get());
-    if (!turn.IsLast()) return {};
-    Missing = Chosen && !made.Recogniser;
-    if (!Missing) Told = false;
-    if (Missing) made = OpenRecogniser(nullptr);
-    return turn.IsLast() ? std::move(made) : OpenMicrophone();
+OpenMicrophone OpenChosenMicrophone(const ListeningChange& change) {
+    OpenMicrophone opened = OpenRecogniser(ChosenMicrophone.get());
+    if (!change.IsLatest()) return {};
+    ChosenIsMissing = ChosenMicrophone && !opened.Recogniser;
+    if (!ChosenIsMissing) MissingReported = false;
+    if (ChosenIsMissing) opened = OpenRecogniser(nullptr);
+    return change.IsLatest() ? std::move(opened) : OpenMicrophone();
 }
 
-void TellOfMissingMicrophone() {
-    if (!Missing || Told) return;
-    Told = true;
+void ReportMissingMicrophone() {
+    if (!ChosenIsMissing || MissingReported) return;
+    MissingReported = true;
     TextString text("The microphone you chose cannot be used just now:\n\n");
-    text.Append(Chosen->Text());
+    text.Append(ChosenMicrophone->Text());
     text.Append("\n\nUntil it is back the system's default microphone is used in its place.");
     ShowErrorBox(text, TextString("Pitch Recognition"), MB_ICONEXCLAMATION);
 }
 
 bool ChoosePRecDevice(std::unique_ptr<const MicrophoneName> wanted) {
     if (!Recogniser || !wanted) return false;
-    const Turn turn;
+    const ListeningChange change;
     const bool on = Recogniser->IsRunning();
-    // First, since the two may be one device under two names.
-    StopListening();
-    OpenMicrophone made = OpenRecogniser(wanted.get());
-    if (!turn.IsLast()) return false;
-    const bool chosen = made.Recogniser != nullptr;
+    StopListening(); // first, since both names may belong to the same device
+    OpenMicrophone opened = OpenRecogniser(wanted.get());
+    if (!change.IsLatest()) return false;
+    const bool chosen = opened.Recogniser != nullptr;
     if (chosen) {
-        // Who picks the system's default one has no choice that could be missing.
-        Chosen = made.IsDefault ? nullptr : std::move(wanted);
-        Missing = Told = false;
+        // The system's default microphone counts as no choice, and cannot be missing.
+        ChosenMicrophone = opened.IsDefault ? nullptr : std::move(wanted);
+        ChosenIsMissing = MissingReported = false;
     } else {
-        made = OpenOnChoice(turn);
+        opened = OpenChosenMicrophone(change);
     }
-    if (made.Recogniser) StartListening(std::move(made), on);
+    if (opened.Recogniser) StartListening(std::move(opened), on);
     return chosen;
 }
 
 void StartListening(OpenMicrophone microphone, bool on) {
     PitchRec& started = *microphone.Recogniser;
     delete SetRecogniser(microphone.Recogniser.release());
-    Present = std::move(microphone);
+    CurrentOpen = std::move(microphone);
     started.Enable(on);
-    UsePlainNotes(started);
+    SetPlainNotes(started);
 }
 
 void StopListening() {
-    // From here on no poll can see it, so it may be taken apart while the timer runs.
+    // The poll cannot reach the recogniser from here on, so it can be closed while the timer runs.
     const std::unique_ptr<PitchRec> closing(SetRecogniser(nullptr));
-    Present = {};
+    CurrentOpen = {};
     if (!PRecInDialog) PRecHeldNote = NoHeldNote;
     if (!closing) return;
     closing->Enable(false);
-    UsePlainNotes(*closing);
+    SetPlainNotes(*closing);
 }
 
-CaptureClass PresentClass() { return Present.Class; }
-const MicrophoneName* PresentMicrophone() { return Present.Name.get(); }
+CaptureClass CurrentCaptureClass() { return CurrentOpen.Class; }
+const MicrophoneName* CurrentMicrophone() { return CurrentOpen.Name.get(); }

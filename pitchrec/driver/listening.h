@@ -1,4 +1,4 @@
-// Which recogniser listens, to which microphone, and who has the last word on it.
+// Opens, closes and changes the recogniser that listens. Thread: host, for everything here.
 #pragma once
 
 #include "pitchrec/driver/capture_choice.h"
@@ -6,46 +6,44 @@
 #include <cstdint>
 #include <memory>
 
-// All of this runs on the host's thread.
-
 // One opening, closing or change of microphone. A message box in the middle of it runs the host's
-// messages, from which the host may begin another: the one begun last decides what listens, and an
-// earlier one, when it goes on, drops what it has made and leaves everything as it is.
+// message loop, from which the host may begin another one. The latest wins: an earlier one, when it
+// resumes, drops the recogniser that it has opened and changes nothing.
 //
-// So no recogniser is in place while a call that can show a box runs on it, and none can be taken
-// away under such a call.
-class Turn {
+// Therefore Recogniser is null while a call that can show a message box uses a recogniser, so that
+// no recogniser is deleted during such a call.
+class ListeningChange {
 public:
-    Turn() : Mine(++Latest) {}
-    Turn(const Turn&) = delete;
-    Turn& operator=(const Turn&) = delete;
-    bool IsLast() const { return Mine == Latest; }
+    ListeningChange() : Number(++LatestNumber) {}
+    ListeningChange(const ListeningChange&) = delete;
+    ListeningChange& operator=(const ListeningChange&) = delete;
+    bool IsLatest() const { return Number == LatestNumber; }
 
 private:
-    static std::uint32_t Latest;
-    std::uint32_t Mine;
+    static std::uint32_t LatestNumber;
+    std::uint32_t Number;
 };
 
-// The user's microphone, open; the system's default one if the user has not chosen, or for as long
-// as the chosen one cannot be had. There is no recogniser if neither could be opened, or the turn
-// has passed to another.
-OpenMicrophone OpenOnChoice(const Turn& turn);
+// Opens the microphone that the user chose, or the system's default one if there is no choice or
+// the chosen one cannot be opened. The result has no recogniser if neither could be opened or a
+// later change has begun.
+OpenMicrophone OpenChosenMicrophone(const ListeningChange& change);
 
-// Tells the user, once until it is heard again, that the default microphone listens in place of the
-// chosen one. Shows a box.
-void TellOfMissingMicrophone();
+// If the default microphone is used in place of the chosen one, informs the user in a message box.
+// Shows it once until the chosen one works again.
+void ReportMissingMicrophone();
 
-// Makes this microphone the user's choice, which holds for the process, and goes over to it at
-// once. False if it cannot be opened: the choice is then the one before, and listens again. False
-// too if it is null, if no recogniser is in place, or when the host has opened or closed the row
-// meanwhile. May show boxes.
+// Makes this microphone the user's choice for the life of the process, and changes to it at once.
+// Returns false if it cannot be opened: the previous choice stays and is opened again. Returns
+// false too if wanted is null, if no recogniser listens, or if the host has opened or closed the
+// row meanwhile. May show message boxes.
 bool ChoosePRecDevice(std::unique_ptr<const Sonorel::MicrophoneName> wanted);
 
-// Puts the recogniser in place.
+// Sets Recogniser, and starts its capture if on is true.
 void StartListening(OpenMicrophone microphone, bool on);
-// Takes the recogniser, if there is one, out of its place and closes it.
+// Sets Recogniser to null; stops and deletes the recogniser if there was one.
 void StopListening();
 
-// What the recogniser in place hears; none and null without one.
-CaptureClass PresentClass();
-const Sonorel::MicrophoneName* PresentMicrophone();
+// The capture class and the microphone of Recogniser; None and null without one.
+CaptureClass CurrentCaptureClass();
+const Sonorel::MicrophoneName* CurrentMicrophone();

@@ -12,7 +12,7 @@ using Sonorel::TextStringArray;
 
 namespace {
 
-bool Same(const TextStringArray& a, const TextStringArray& b) {
+bool SameNames(const TextStringArray& a, const TextStringArray& b) {
     return std::equal(a.Items, a.Items + a.Count, b.Items, b.Items + b.Count,
                       [](const TextString* one, const TextString* other) {
                           return std::strcmp(one->Text(), other->Text()) == 0;
@@ -22,25 +22,26 @@ bool Same(const TextStringArray& a, const TextStringArray& b) {
 } // namespace
 
 void MicrophoneList::Read() {
-    Class = PresentClass();
-    ListMicrophones(Class, Listed);
-    ListMicrophones(CaptureClass::WaveIn, WaveDevices);
+    Class = CurrentCaptureClass();
+    ListMicrophones(Class, ListedNames);
+    ListMicrophones(CaptureClass::WaveIn, WaveInNames);
 }
 
 bool MicrophoneList::IsStale() const {
-    if (PresentClass() == CaptureClass::None) return false;
-    if (PresentClass() != Class) return true;
+    if (CurrentCaptureClass() == CaptureClass::None) return false;
+    if (CurrentCaptureClass() != Class) return true;
     TextStringArray now;
     ListMicrophones(CaptureClass::WaveIn, now);
-    return !Same(now, WaveDevices);
+    return !SameNames(now, WaveInNames);
 }
 
-std::int32_t MicrophoneList::Present() const {
-    const MicrophoneName* const name = PresentMicrophone();
-    return name ? name->PlaceIn(Listed) : -1;
+std::int32_t MicrophoneList::CurrentIndex() const {
+    const MicrophoneName* const name = CurrentMicrophone();
+    return name ? name->IndexIn(ListedNames) : -1;
 }
 
-std::unique_ptr<const MicrophoneName> MicrophoneList::NameAt(std::int32_t place) const {
-    if (!Listed.At(place)) return nullptr;
-    return std::unique_ptr<const MicrophoneName>(new (std::nothrow) MicrophoneName(Listed, place));
+std::unique_ptr<const MicrophoneName> MicrophoneList::NameAt(std::int32_t index) const {
+    if (!ListedNames.At(index)) return nullptr;
+    return std::unique_ptr<const MicrophoneName>(new (std::nothrow)
+                                                     MicrophoneName(ListedNames, index));
 }

@@ -7,25 +7,25 @@
 #include <cstdint>
 #include <memory>
 
-// The list as it was read last; a choice from it is a choice by name, since numbers move when a
-// device comes or goes. Thread: host.
+// The names of the microphones at the time of the last Read. Microphones are chosen by name, since
+// device numbers change when a device is plugged in or unplugged. Thread: host.
 class MicrophoneList {
 public:
-    // Lists what there is now, in the order of the capture class that listens; nothing while none
-    // listens.
+    // Reads the microphones present, in the order of the capture class in use. The list is empty
+    // while no recogniser listens.
     void Read();
-    // True if a device has come or gone since, or another class listens by now. Asks waveIn alone,
-    // which knows every device and opens nothing for the question.
+    // True if devices have been plugged in or unplugged since, or another class is in use. Calls
+    // only waveIn, which lists every device without opening one.
     bool IsStale() const;
 
-    const Sonorel::TextStringArray& Names() const { return Listed; }
-    // The place of the microphone that listens; -1 if it is not listed.
-    std::int32_t Present() const;
-    // Null outside the list, or if memory is short.
-    std::unique_ptr<const Sonorel::MicrophoneName> NameAt(std::int32_t place) const;
+    const Sonorel::TextStringArray& Names() const { return ListedNames; }
+    // The index of the microphone in use; -1 if it is not listed.
+    std::int32_t CurrentIndex() const;
+    // Null for an index outside the list, or if memory cannot be allocated.
+    std::unique_ptr<const Sonorel::MicrophoneName> NameAt(std::int32_t index) const;
 
 private:
-    CaptureClass Class = CaptureClass::None; // whose list it is
-    Sonorel::TextStringArray Listed;
-    Sonorel::TextStringArray WaveDevices;
+    CaptureClass Class = CaptureClass::None; // in use at the last Read
+    Sonorel::TextStringArray ListedNames;
+    Sonorel::TextStringArray WaveInNames;
 };

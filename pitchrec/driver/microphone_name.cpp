@@ -9,38 +9,38 @@ namespace Sonorel {
 
 namespace {
 
-constexpr std::size_t CutLength = MAXPNAMELEN - 1;
+constexpr std::size_t TruncatedLength = MAXPNAMELEN - 1;
 
 bool Equal(const TextString& a, const TextString& b) {
     return std::strcmp(a.Text(), b.Text()) == 0;
 }
-bool EqualWhenCut(const TextString& a, const TextString& b) {
-    return std::strncmp(a.Text(), b.Text(), CutLength) == 0;
+bool EqualWhenTruncated(const TextString& a, const TextString& b) {
+    return std::strncmp(a.Text(), b.Text(), TruncatedLength) == 0;
 }
-bool MayBeCut(const TextString& name) { return std::strlen(name.Text()) == CutLength; }
+bool MayBeTruncated(const TextString& name) { return std::strlen(name.Text()) == TruncatedLength; }
 
 } // namespace
 
 MicrophoneName::MicrophoneName(const TextStringArray& devices, std::int32_t index)
     : Name(*devices.Items[index]) {
     for (std::int32_t before = 0; before < index; ++before)
-        Twins += EqualWhenCut(Name, *devices.Items[before]);
+        MatchesBefore += EqualWhenTruncated(Name, *devices.Items[before]);
 }
 
-std::int32_t MicrophoneName::PlaceIn(const TextStringArray& devices) const {
-    std::int32_t whole = -1, wholes = 0, twin = -1, twins = 0;
+std::int32_t MicrophoneName::IndexIn(const TextStringArray& devices) const {
+    std::int32_t exact = -1, exactCount = 0, match = -1, matchCount = 0;
     for (std::int32_t index = 0; index < devices.Count; ++index) {
         const TextString& device = *devices.Items[index];
-        if (!EqualWhenCut(Name, device)) continue;
+        if (!EqualWhenTruncated(Name, device)) continue;
         const bool equal = Equal(Name, device);
         if (equal) {
-            whole = index;
-            ++wholes;
+            exact = index;
+            ++exactCount;
         }
-        const bool may = equal || MayBeCut(Name) || MayBeCut(device);
-        if (twins++ == Twins && may) twin = index;
+        const bool matches = equal || MayBeTruncated(Name) || MayBeTruncated(device);
+        if (matchCount++ == MatchesBefore && matches) match = index;
     }
-    return wholes == 1 ? whole : twin;
+    return exactCount == 1 ? exact : match;
 }
 
 } // namespace Sonorel

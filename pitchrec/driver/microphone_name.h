@@ -1,4 +1,4 @@
-// By what a microphone is known again.
+// Identifies a microphone by its name.
 #pragma once
 
 #include "support/text_string_array.h"
@@ -7,23 +7,22 @@
 
 namespace Sonorel {
 
-// A microphone is known by its name: the two capture classes number devices differently, and the
-// numbers move when one is plugged in or out. waveIn gives the first 31 characters of a name and
-// DirectSound all of them, so a name that was cut is known again by these 31. Where they fit
-// several devices, the one whose whole name fits alone is it, else the one at the same place among
-// them.
+// Identifies a microphone across both capture classes, which number devices differently, and across
+// changes of device numbers. waveIn truncates names to 31 characters and DirectSound does not, so
+// names are compared by their first 31. If several devices match, the only one with exactly the
+// same name is chosen, else the one with the same position among them.
 class MicrophoneName {
 public:
-    // The entry of a class's device list at an index that is in it.
+    // devices: the list of a capture class; index: a valid index of it.
     MicrophoneName(const TextStringArray& devices, std::int32_t index);
 
-    // Where it stands in the present device list of either class; -1 if it is not there.
-    std::int32_t PlaceIn(const TextStringArray& devices) const;
+    // The index of the microphone in a device list of either class; -1 if it is not listed.
+    std::int32_t IndexIn(const TextStringArray& devices) const;
     const char* Text() const { return Name.Text(); }
 
 private:
     TextString Name;
-    std::int32_t Twins = 0; // that stood before it: devices that waveIn gives the same name
+    std::int32_t MatchesBefore = 0; // devices before it in the list with the same 31 characters
 };
 
 } // namespace Sonorel

@@ -1,4 +1,4 @@
-// From the recogniser's ring to the receive path, at every expiry of the timer.
+// Fetches notes from the recogniser and passes them to the receive path, at each timer callback.
 #include "engine/driver_table.h"
 #include "engine/receive.h"
 #include "pitchrec/driver/prec_driver.h"
@@ -15,50 +15,51 @@ constexpr auto relaxed = std::memory_order_relaxed;
 constexpr std::int32_t NoteOff = 0x80, NoteOn = 0x90, ReleaseVelocity = 0x40;
 
 struct Note {
-    std::uint32_t Number; // of the recogniser that heard it
-    std::int32_t Time;    // on the timeGetTime clock
+    std::uint32_t Number; // RecogniserNumber of its recogniser
+    std::int32_t Time;    // milliseconds on the timeGetTime clock
     std::int32_t Channel;
     std::int32_t Status;
     std::int32_t Data1;
     std::int32_t Data2;
 };
 
-// The one poll at a time, so that notes go on in the order in which they were sung. Another timer
-// callback, or one that comes from within an echo's box, leaves at once: what waits is taken by the
-// poll under way, or by the next one. Acquired by exchange, released by store.
-class OnePoll {
+// Allows one poll at a time, so that notes keep their order. A second timer callback, or one from
+// within the message box of an echo, returns at once: the running poll or the next one fetches the
+// notes. The exchange acquires, the store releases.
+class PollGuard {
 public:
-    OnePoll() : Mine(!Polling.exchange(true, std::memory_order_acquire)) {}
-    ~OnePoll() {
-        if (Mine) Polling.store(false, std::memory_order_release);
+    PollGuard() : Locked(!Polling.exchange(true, std::memory_order_acquire)) {}
+    ~PollGuard() {
+        if (Locked) Polling.store(false, std::memory_order_release);
     }
-    OnePoll(const OnePoll&) = delete;
-    OnePoll& operator=(const OnePoll&) = delete;
-    explicit operator bool() const { return Mine; }
+    PollGuard(const PollGuard&) = delete;
+    PollGuard& operator=(const PollGuard&) = delete;
+    explicit operator bool() const { return Locked; }
 
 private:
     static std::atomic<bool> Polling;
-    bool Mine;
+    bool Locked;
 };
-std::atomic<bool> OnePoll::Polling{false};
+std::atomic<bool> PollGuard::Polling{false};
 
-// The note that met a transmission. It comes before those in the ring, and goes with its recogniser
-// as they do. Read and written by the one poll only.
+// A note that RcvEvent refused because of a transmission. The next poll delivers it before those in
+// the ring, and drops it if its recogniser has been closed. Used under PollGuard only.
 std::optional<Note> Deferred;
 
-// Which recogniser heard the held note. Read and written by the one poll only.
+// RecogniserNumber of the held note's recogniser. Used under PollGuard only.
 std::uint32_t HeldNumber = 0;
 
-// There is one at a time: the recogniser ends a note before it begins the next.
-void FollowHeldNote(const Note& note) {
+// Updates PRecHeldNote. One value is enough: the recogniser ends a note before it starts the next.
+void UpdateHeldNote(const Note& note) {
     const std::int32_t key = note.Channel * 256 + note.Data1;
     if (note.Status == NoteOn) PRecHeldNote.store(key, relaxed), HeldNumber = note.Number;
     if (note.Status == NoteOff) PRecHeldNote.store(NoHeldNote, relaxed);
 }
 
-// The end of the note that was held when the dialog took over. False if there was none. No poll need
-// come while the dialog is up: the next one ends the note.
-bool EndHeldNote(Note& note) {
+// Makes the note off of a note that still sounds from an earlier recogniser, closed for the dialog.
+// Returns false if there is none. Works for the first poll after the change, even if the dialog has
+// been closed by then.
+bool MakeHeldNoteOff(Note& note) {
     const std::int32_t held = PRecHeldNote.load(relaxed);
     if (held == NoHeldNote || HeldNumber == RecogniserNumber) return false;
     const auto now = static_cast<std::int32_t>(timeGetTime());
@@ -66,16 +67,17 @@ bool EndHeldNote(Note& note) {
     return true;
 }
 
-// One waiting note. Without one, and while they are the dialog's, it refreshes the meter's level
-// instead.
-bool TakeNote(Note& note) {
+// Fetches the next note. If there is none, or the dialog fetches the notes, updates PRecLevel and
+// returns false.
+bool FetchNote(Note& note) {
     const RecogniserGuard guard;
     if (!guard) return false;
-    if (EndHeldNote(note)) return true;
+    if (MakeHeldNoteOff(note)) return true;
     const bool inDialog = PRecInDialog.load(relaxed) != 0;
     if (!Recogniser || !Recogniser->IsRunning()) return false;
     const std::optional<Note> deferred = std::exchange(Deferred, std::nullopt);
-    if (!inDialog && deferred && deferred->Number == RecogniserNumber) return note = *deferred, true;
+    if (!inDialog && deferred && deferred->Number == RecogniserNumber)
+        return note = *deferred, true;
     note.Number = RecogniserNumber;
     if (!inDialog && Recogniser->GetNote(&note.Time, &note.Status, &note.Data1, &note.Data2)) {
         note.Channel = PRecChannel.load(relaxed);
@@ -87,14 +89,15 @@ bool TakeNote(Note& note) {
 
 } // namespace
 
-// A note that meets a transmission, the host's own for one, comes with the next expiry: were a note
-// off lost, the note would sound for ever. Its age is counted then, so its time stays.
+// A note that RcvEvent refuses, since a transmission is running, is delivered at the next timer
+// callback: a lost note off would leave the note sounding. Its age is computed anew then, so its
+// time stays right.
 void PollPitchRec() {
-    const OnePoll poll;
-    if (!poll) return;
-    for (Note note; TakeNote(note);) {
+    const PollGuard guard;
+    if (!guard) return;
+    for (Note note; FetchNote(note);) {
         MIDIEvent event{};
-        // The age of the note: the receive path counts it back from its own now.
+        // The age of the note in milliseconds; the receive path subtracts it from the current time.
         event.Time = static_cast<std::int32_t>(timeGetTime() - static_cast<DWORD>(note.Time));
         event.Channel = static_cast<std::int16_t>(note.Channel);
         event.Length = 2;
@@ -105,6 +108,6 @@ void PollPitchRec() {
             Deferred = note;
             return;
         }
-        FollowHeldNote(note);
+        UpdateHeldNote(note);
     }
 }

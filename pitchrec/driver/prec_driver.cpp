@@ -1,4 +1,4 @@
-// The driver's life: settings, and one recogniser built anew by each Open.
+// The driver's slots. Each Open creates a new recogniser, and Close deletes it.
 #include "pitchrec/driver/prec_driver.h"
 
 #include "engine/driver_table.h"
@@ -28,29 +28,31 @@ std::uint8_t PRecTerm() {
     return 1;
 }
 
-// Each box may bring another Open or Close, which then has decided. Gives whether the row is open.
+// A message box may lead to another Open or Close, which then wins. Returns whether the row is
+// open.
 std::uint8_t PRecOpen() {
-    const Turn turn;
-    StopListening(); // the engine opens a row that is closed
-    OpenMicrophone made = OpenOnChoice(turn);
-    if (made.Recogniser) {
-        StartListening(std::move(made), EnablePitchRec != 0 || PRecInDialog != 0);
-        TellOfMissingMicrophone();
-    } else if (turn.IsLast()) {
+    const ListeningChange change;
+    StopListening(); // in case it is open already
+    OpenMicrophone opened = OpenChosenMicrophone(change);
+    if (opened.Recogniser) {
+        StartListening(std::move(opened), EnablePitchRec != 0 || PRecInDialog != 0);
+        ReportMissingMicrophone();
+    } else if (change.IsLatest()) {
         MessageBoxA(nullptr, "Error initializing Pitch Recognition", "Testing",
                     MB_ICONEXCLAMATION | MB_OK);
     }
     return Recogniser != nullptr;
 }
 
-// Notes still in the ring go with it, and a held note gets no end unless it closes for its dialog.
+// Notes still in the ring are dropped. A sounding note gets no note off, unless the row closes for
+// its dialog.
 std::uint8_t PRecClose() {
-    const Turn turn;
+    const ListeningChange change;
     StopListening();
     return 1;
 }
 
-// A microphone has no output, nothing to follow and nothing to silence.
+// A microphone has no output, no clock and no sounding notes.
 std::uint8_t PRecXmit(const MIDIEvent*) { return 1; }
 void PRecSync(std::int16_t) {}
 std::uint8_t PRecSilence() { return 1; }

@@ -8,15 +8,15 @@
 #include <atomic>
 #include <cstdint>
 
-// The one recogniser; null while the row is closed. Written on the host's thread, where the setup
-// dialog may read it freely; the poll reads it under a guard that Close waits for.
+// The recogniser in use; null while the row is closed. Written on the host's thread, where it may
+// be read without a lock. The poll reads it under a RecogniserGuard, for which Close waits.
 extern Sonorel::PitchRec* Recogniser;
 
-// The note that the poll has handed on without its end: its key, and its channel times 256. When
-// the dialog takes the microphone over, the next poll ends it. Relaxed: one value, which the poll
-// sets and an opening or closing forgets.
+// The note that the poll has delivered without its note off yet: channel * 256 + key. If the dialog
+// opens meanwhile, the next poll delivers the note off. Relaxed: a single value, set by the poll
+// and cleared by Open and Close.
 constexpr std::int32_t NoHeldNote = -1;
 extern std::atomic<std::int32_t> PRecHeldNote;
 
-// The input level that the last poll fetched, in sample units, for the meter.
+// The input level at the last poll, in sample units, for the meter.
 extern std::atomic<std::int32_t> PRecLevel;

@@ -6,14 +6,14 @@
 std::uint32_t RecogniserNumber = 0;
 
 namespace {
-// Acquired by exchange, released by store: what the last holder did is seen by the next.
-std::atomic<bool> Taken{false};
+// The exchange acquires and the store releases, so that each holder sees the stores of the last.
+std::atomic<bool> InUse{false};
 } // namespace
 
-RecogniserGuard::RecogniserGuard() : Held(!Taken.exchange(true, std::memory_order_acquire)) {}
+RecogniserGuard::RecogniserGuard() : Locked(!InUse.exchange(true, std::memory_order_acquire)) {}
 
 RecogniserGuard::~RecogniserGuard() {
-    if (Held) Taken.store(false, std::memory_order_release);
+    if (Locked) InUse.store(false, std::memory_order_release);
 }
 
 Sonorel::PitchRec* SetRecogniser(Sonorel::PitchRec* recogniser) {

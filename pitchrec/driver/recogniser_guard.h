@@ -1,26 +1,26 @@
-// What keeps the poll off a recogniser that is being closed.
+// Keeps Recogniser from being closed while the poll uses it.
 #pragma once
 
 #include "pitchrec/driver/prec_driver.h"
 
-// Tries to get hold of Recogniser, and never waits. The holder keeps it for a few loads and stores
-// only, never across a call into the engine, so that whoever waits for it waits for moments.
-// Neither side is the delivering thread.
+// Tries to lock Recogniser; never waits. Held for a few loads and stores only, never across a call
+// into the engine, so that SetRecogniser waits briefly. Used by the timer's and the host's thread,
+// not by the delivery thread of the sound. Real time: yes.
 class RecogniserGuard {
 public:
     RecogniserGuard();
     ~RecogniserGuard();
     RecogniserGuard(const RecogniserGuard&) = delete;
     RecogniserGuard& operator=(const RecogniserGuard&) = delete;
-    explicit operator bool() const { return Held; }
+    explicit operator bool() const { return Locked; }
 
 private:
-    bool Held;
+    bool Locked;
 };
 
-// Which recogniser in turn is in place. Read under the guard.
+// Number of changes of Recogniser so far: identifies the present one. Read under the guard.
 extern std::uint32_t RecogniserNumber;
 
-// Puts another recogniser in place of the present one, which it gives back, once no poll is at it.
+// Replaces Recogniser, possibly by null, and returns the old one. Waits until no poll uses that.
 // Thread: host.
 Sonorel::PitchRec* SetRecogniser(Sonorel::PitchRec* recogniser);

@@ -16,7 +16,7 @@ UINT Read(const char* key, int fallback) {
     return GetPrivateProfileIntA(PRecSection, key, fallback, IniPath);
 }
 
-// Stored as people read a 16-bit value: with its sign.
+// Written as a signed number.
 bool Write(const char* key, std::uint16_t value) {
     return WriteProfileInt(PRecSection, key, static_cast<std::int16_t>(value), IniPath);
 }

@@ -4,13 +4,14 @@
 #include <atomic>
 #include <cstdint>
 
-// Relaxed: single values.
+// Written on the host's thread, read on any. Single values, with no order among them.
 extern std::atomic<std::uint8_t> EnablePitchRec;
-extern std::atomic<std::uint16_t> PRecChannel;  // zero-based Channel of every recognised note
+extern std::atomic<std::uint16_t> PRecChannel;  // Channel of every recognised note, from 0
 extern std::atomic<std::uint16_t> NoteRangeMin; // shown in the dialog; filters nothing
 extern std::atomic<std::uint16_t> NoteRangeMax;
 
 // Reads them from the ini file. Thread: host.
 void ReadPRecSettings();
-// Stores each of them that can be stored. False if one could not. Thread: host.
+// Writes them to the ini file. Returns false if one could not be written; the others are. Thread:
+// host.
 bool WritePRecSettings();

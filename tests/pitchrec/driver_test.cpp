@@ -173,7 +173,7 @@ TEST(Microphones, AreKnownByTheirNamesInEitherList) {
         Sonorel::TextStringArray then, now;
         for (const std::string& name : c.Then) then.AppendText(name.c_str());
         for (const std::string& name : c.Now) now.AppendText(name.c_str());
-        EXPECT_EQ(Sonorel::MicrophoneName(then, c.Chosen).PlaceIn(now), c.Place)
+        EXPECT_EQ(Sonorel::MicrophoneName(then, c.Chosen).IndexIn(now), c.Place)
             << testing::PrintToString(c.Then) << testing::PrintToString(c.Now);
     }
 }
