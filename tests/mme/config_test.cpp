@@ -1,9 +1,9 @@
-// The ini file, the devices present, and the tables that they make.
+// Loading the tables from the ini file and the devices present.
 #include "mme_test.h"
 
 namespace {
 
-// "row: name @device +base" of a row that has a name, rows from 1.
+// "row: name @device +base" for each row with a name, rows from 1.
 template <class Port>
 std::string Describe(const Port* ports) {
     std::string text;
@@ -27,7 +27,7 @@ struct LoadCase {
 };
 
 const LoadCase LoadCases[] = {
-    {"a name that says MIDI, in any case, as a word",
+    {"a name with the word MIDI, in any case",
      {"401", "USBMIDI", "Usb Midi", "MIDI"},
      "",
      "1: Usb Midi @2 +0; ",
@@ -91,12 +91,12 @@ TEST_F(MmeTest, DriverWideValuesAreLimited) {
     }
 }
 
-TEST_F(MmeTest, WhatTheFileDoesNotNameCarriesOver) {
+TEST_F(MmeTest, KeysOfRowsWithoutANameAreNotRead) {
     machine::AddMidiOutput("Aa", MIDICAPS_CACHE);
     Load("[MMEDRVR]\nInName2=x\nInBase2=41\nOutName2=Aa\nOutBase2=42\nOutMatch2=0\nMidiOutReset=1\n"
          "SyncMaster=2\n");
     EXPECT_EQ(OutPorts[1].Support, MIDICAPS_CACHE);
-    Load("[MMEDRVR]\nInBase2=9\nOutBase2=9\nOutMatch2=1\n"); // not read without a name
+    Load("[MMEDRVR]\nInBase2=9\nOutBase2=9\nOutMatch2=1\n"); // not read, since the name is missing
     EXPECT_EQ(InPorts[1].BaseChannel, 40);
     EXPECT_STREQ(InPorts[1].Name, "");
     EXPECT_EQ(OutPorts[1].BaseChannel, 41);

@@ -8,7 +8,7 @@ namespace {
 
 using Numbers = std::vector<int>;
 
-// The number of the device that each of the first three rows has open, on both sides alike; -1 for
+// The numbers of the devices that the first three rows have open, equal for both sides; -1 for
 // none.
 Numbers OpenedNumbers() {
     Numbers outputs(3, -1), inputs(3, -1);
@@ -26,7 +26,7 @@ Numbers OpenedNumbers() {
     return outputs;
 }
 
-// The same by name; "" for none.
+// Their names; "" for none.
 Lines Opened() {
     Lines names;
     for (const int device : OpenedNumbers()) {
@@ -44,26 +44,26 @@ void Unplug(const Lines& names) {
     }
 }
 
-// The system cuts it behind a blank, which the ini file then drops.
-const char CutAtBlank[] = "A name of more than thirty-one characters";
-const char AsCut[] = "A name of more than thirty-one ";
+// The system truncates this name after a blank, which the ini file then drops.
+const char LongName[] = "A name of more than thirty-one characters";
+const char Truncated[] = "A name of more than thirty-one ";
 const char AsStored[] = "A name of more than thirty-one";
 
 TEST_F(MmeTest, ARowOpensItsOwnDeviceOrNone) {
     const struct {
-        Lines Rows, Unplugged, Plugged; // the devices A, B, C and D are there at first
+        Lines Rows, Unplugged, Plugged; // at first A, B, C and D are plugged in
         Lines Now, WhenBack;
     } cases[] = {
         {{"B", "C", "D"}, {"A"}, {}, {"B", "C", "D"}, {"B", "C", "D"}}, // each one number lower
-        {{"A", "B", "C"}, {"B"}, {}, {"A", "", "C"}, {"A", "B", "C"}},  // C has B's number
+        {{"A", "B", "C"}, {"B"}, {}, {"A", "", "C"}, {"A", "B", "C"}},  // C gets B's number
         {{"A", "B", "D"}, {"D", "B"}, {"E", "F"}, {"A", "", ""}, {"A", "B", "D"}},
-        {{"A", "C", "D"}, {"A"}, {}, {"B", "C", "D"}, {"A", "C", "D"}}, // row 0 is never without
-        {{"A", "B", AsStored}, {"C"}, {}, {"A", "B", AsCut}, {"A", "B", AsCut}},
+        {{"A", "C", "D"}, {"A"}, {}, {"B", "C", "D"}, {"A", "C", "D"}}, // row 0 falls back on B
+        {{"A", "B", AsStored}, {"C"}, {}, {"A", "B", Truncated}, {"A", "B", Truncated}},
     };
     for (const auto& test : cases) {
         SCOPED_TRACE(IniFor(test.Rows));
         Restart();
-        Plug({"A", "B", "C", "D", CutAtBlank});
+        Plug({"A", "B", "C", "D", LongName});
         Load(IniFor(test.Rows));
         Unplug(test.Unplugged);
         Plug(test.Plugged);
@@ -79,10 +79,10 @@ TEST_F(MmeTest, ARowOpensItsOwnDeviceOrNone) {
     }
 }
 
-// Row 0 is never without a device, but gives way to a row that names the one it falls back on.
-TEST_F(MmeTest, WhatARowFallsBackOnComesLast) {
+// Row 0 falls back on another device unless another row names that.
+TEST_F(MmeTest, TheFallbackOfRow0ComesLast) {
     const struct {
-        Lines Rows, Now; // the devices B, C and D are there
+        Lines Rows, Now; // B, C and D are plugged in
     } cases[] = {
         {{"A", "B", "C"}, {"", "B", "C"}},
         {{"A", "C", "D"}, {"B", "C", "D"}},
@@ -102,19 +102,18 @@ TEST_F(MmeTest, WhatARowFallsBackOnComesLast) {
     EXPECT_TRUE(ZorStartMIDI(0));
     EXPECT_EQ(machine::OpenMidiOutputs(), 1);
     ZorStopMIDI();
-    // A device that another program has is told of.
+    // A device that another program uses gives an error.
     machine::FailCall(machine::Call::midiOutOpen, 1, MMSYSERR_ALLOCATED);
     Load(IniFor({"A"}));
     EXPECT_FALSE(ZorStartMIDI(0));
     EXPECT_EQ(machine::TakeBoxes().size(), 1u);
 }
 
-// Devices of one name are told apart by those around them, and are never taken for each other or
-// opened twice.
+// Devices of equal names are matched by their neighbours, and never confused or opened twice.
 TEST_F(MmeTest, DevicesOfOneNameStayOnTheirRows) {
     const auto begin = [this](const Lines& devices) {
         Restart();
-        Plug({"N"}); // is gone, and stands before the others when it returns
+        Plug({"N"}); // unplugged now; comes before the others when plugged in again
         Unplug({"N"});
         Plug(devices);
     };
@@ -129,7 +128,7 @@ TEST_F(MmeTest, DevicesOfOneNameStayOnTheirRows) {
         {{"P", "P", "P"}, {2, 1, -1}, {}, {"N"}, {3, 2, -1}},
         {{"P", "A", "P"}, {1, 0, 2}, {"P"}, {}, {0, -1, 1}},
         {{"P", "A", "P"}, {0, 2, -1}, {"P"}, {}, {0, 1, -1}}, // row 0 falls back on A
-        {{"P", "P", "A"}, {2, 0, 1}, {"P"}, {}, {1, 0, -1}},  // which of them cannot be told
+        {{"P", "P", "A"}, {2, 0, 1}, {"P"}, {}, {1, 0, -1}},  // which of the two P is unknown
         {{"P", "P", "A"}, {1, 0, 2}, {"P"}, {}, {-1, 0, 1}},
         {{"P", "P", "A"}, {2, 0, 1}, {"P", "P"}, {}, {0, -1, -1}},
         {{"A", "P", "B", "P"}, {3, 1, -1}, {"A", "P"}, {}, {1, -1, -1}},
@@ -153,7 +152,7 @@ TEST_F(MmeTest, DevicesOfOneNameStayOnTheirRows) {
         ZorStopMIDI();
         EXPECT_TRUE(machine::TakeBoxes().empty());
     }
-    // Two rows that the file gives one name are on one device, wherever it is.
+    // Two rows with the same stored name are on the same device, whatever its number.
     for (const std::string side : {"In", "Out"}) {
         begin({"P", "P"});
         Load("[MMEDRVR]\n" + side + "Name2=P\n" + side + "Name3=P\n");
@@ -166,10 +165,10 @@ TEST_F(MmeTest, DevicesOfOneNameStayOnTheirRows) {
 }
 
 // The ini file loses blanks at both ends.
-TEST_F(MmeTest, ANameWithBlanksIsKnownAgainAfterTheDialogHasStoredIt) {
-    Plug({"A", CutAtBlank, "A name of more than thirty-one, or so", " Keys"});
+TEST_F(MmeTest, ANameWithBlanksIsFoundAgainAfterTheDialogHasStoredIt) {
+    Plug({"A", LongName, "A name of more than thirty-one, or so", " Keys"});
     Load();
-    for (const auto& [name, number] : {std::pair{AsCut, 1}, {" Keys", 3}})
+    for (const auto& [name, number] : {std::pair{Truncated, 1}, {" Keys", 3}})
         for (const bool choose : {true, false}) {
             ScriptDialogs([&, name = name](DialogUser& user) {
                 for (const int list : {midisetup::InDevice, midisetup::OutDevice}) {
@@ -186,8 +185,8 @@ TEST_F(MmeTest, ANameWithBlanksIsKnownAgainAfterTheDialogHasStoredIt) {
         }
 }
 
-// It is neither chosen nor found by its name, and nobody is told.
-TEST_F(MmeTest, ADeviceThatCannotTellItsNameIsPassedOver) {
+// Neither the automatic choice nor the search by name uses it, and no message is shown.
+TEST_F(MmeTest, ADeviceWithoutAReadableNameIsSkipped) {
     Plug({"MIDI", "B"});
     for (const std::string& ini : {std::string(), IniFor({"MIDI"})}) {
         machine::FailCall(machine::Call::midiInGetDevCapsA, 1, MMSYSERR_NODRIVER);

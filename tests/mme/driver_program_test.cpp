@@ -1,4 +1,4 @@
-// Output devices whose driver is a program of its own: it calls back, waits and takes its time.
+// Output devices whose driver belongs to another program: it calls back, waits and is slow.
 #include "engine/errand.h"
 #include "mme_test.h"
 
@@ -12,7 +12,7 @@ using machine::Call;
 
 constexpr int Key = 60;
 
-// Two ports side by side; what comes in by one is echoed to it.
+// Two ports on neighbouring channels; input on one is echoed to it.
 class DriverProgramTest : public MmeTest {
 protected:
     void SetUp() override {
@@ -21,11 +21,11 @@ protected:
         ZorEchoMIDI(1, nullptr);
         MidiOutReset = 1;
     }
-    ~DriverProgramTest() override { machine::InsideMidiOut(nullptr); } // its test is over
+    ~DriverProgramTest() override { machine::InsideMidiOut(nullptr); } // uses the test's variables
     static void CallBack() { machine::CallBackMidi(0, MIM_DATA, 0x403C90, 0); }
 };
 
-TEST_F(DriverProgramTest, WhatItSendsBackFromInsideDoesNotComeBetween) {
+TEST_F(DriverProgramTest, CallbacksDuringSendingSendNothing) {
     Send(0, 0x90, Key, 9);
     Sent();
     machine::InsideMidiOut([](Call, int device) {
@@ -36,11 +36,11 @@ TEST_F(DriverProgramTest, WhatItSendsBackFromInsideDoesNotComeBetween) {
     MMEClose();
     EXPECT_EQ(Sent(), Lines{Line(0, 0x90, Key, 0)});
     MIDIEvent event;
-    EXPECT_TRUE(ZorRcv(&event, 0)); // the host has it all the same
+    EXPECT_TRUE(ZorRcv(&event, 0)); // the host receives it
 }
 
 // Another thread of the driver calls back while it holds the lock that our call waits for.
-TEST_F(DriverProgramTest, NoLockOfOursMeetsItsOwn) {
+TEST_F(DriverProgramTest, ACallbackUnderItsLockDoesNotDeadlock) {
     for (const Call call : {Call::midiOutShortMsg, Call::midiOutReset, Call::midiOutClose}) {
         std::timed_mutex driver;
         std::atomic<bool> held{false}, wanted{false};
@@ -55,7 +55,7 @@ TEST_F(DriverProgramTest, NoLockOfOursMeetsItsOwn) {
         machine::InsideMidiOut([&](Call now, int) {
             if (now != call || wanted.exchange(true)) return;
             wanted.notify_all();
-            // Of the ways to wait with an end, the one that the thread sanitizer knows.
+            // system_clock, since the thread sanitizer supports no other timed wait.
             const std::unique_lock lock(driver, std::chrono::system_clock::now() +
                                                     std::chrono::seconds(20));
             EXPECT_TRUE(lock.owns_lock());
@@ -71,10 +71,10 @@ TEST_F(DriverProgramTest, NoLockOfOursMeetsItsOwn) {
     }
 }
 
-TEST_F(DriverProgramTest, WhileItClosesOthersSend) {
+TEST_F(DriverProgramTest, OtherThreadsSendWhileAPortCloses) {
     machine::InsideMidiOut([](Call call, int device) {
         if (call == Call::midiOutShortMsg) return;
-        EXPECT_EQ(machine::CallCount(Call::midiInStop), 2u); // nothing is echoed any more
+        EXPECT_EQ(machine::CallCount(Call::midiInStop), 2u); // inputs are stopped by then
         if (device == 0)
             std::thread([] {
                 EXPECT_TRUE(Send(0, 0x90, Key, 9) && Send(16, 0x90, Key, 9));
@@ -84,7 +84,7 @@ TEST_F(DriverProgramTest, WhileItClosesOthersSend) {
     EXPECT_EQ(Sent(), (Lines{Line(1, 0x90, Key, 9), Line(1, 0x90, Key, 9)}));
 }
 
-TEST_F(DriverProgramTest, AKillReleasesWhatIsBeingSentAndNothingFollowsIt) {
+TEST_F(DriverProgramTest, AKillReleasesTheNoteBeingSentAndNothingFollows) {
     OutPorts[1].BaseChannel = 0;
     const MIDIEvent note = Event(3, 0x90, Key, 9);
     std::thread killer;
@@ -96,7 +96,7 @@ TEST_F(DriverProgramTest, AKillReleasesWhatIsBeingSentAndNothingFollowsIt) {
     });
     EXPECT_TRUE(ZorXmit(ZOR_IMMEDIATE, &note));
     killer.join();
-    machine::InsideMidiOut(nullptr); // which holds what ends here
+    machine::InsideMidiOut(nullptr); // uses local variables
     Lines first, second;
     for (const std::string& line : Sent()) (line[0] == '0' ? first : second).push_back(line);
     EXPECT_EQ(first, (Lines{Line(0, 0x93, Key, 9), Line(0, 0xB0, 64, 0), Line(0, 0xB0, 123, 0),

@@ -1,5 +1,5 @@
-// What the tests of this driver share: short ways to open ports, to send, and to read what the
-// devices got.
+// The fixture of this driver's tests, with helpers that open ports, send, and return the messages
+// that devices received.
 #pragma once
 
 #include "engine/driver_table.h"
@@ -11,7 +11,7 @@ using Lines = std::vector<std::string>;
 
 class MmeTest : public MachineTest {
 protected:
-    void SetUp() override; // the tables as they are when the library has just been loaded
+    void SetUp() override; // sets the tables as at load
     ~MmeTest() override { MMEClose(); }
     void Restart() {
         MMEClose();
@@ -24,17 +24,16 @@ protected:
         WriteIni(ini);
         BringUp();
     }
-    // An ini file with these devices and base channels (from 0) on the rows from 0 up of both
-    // sides.
+    // An ini file with these devices and base channels (from 0) on the first rows of both sides.
     static std::string IniFor(const Lines& names, const std::vector<int>& bases = {});
-    static void Plug(const Lines& names, std::uint32_t support = 0); // inputs and outputs alike
-    // A device of either side for each of these base channels, on the rows from 0 up.
+    static void Plug(const Lines& names, std::uint32_t support = 0); // as input and as output
+    // Plugs and opens an input and an output for each of these base channels, on the first rows.
     static void OpenPorts(const std::vector<int>& bases, std::uint32_t support = 0);
 };
 
 MIDIEvent Event(int channel, int status, int data1 = 0, int data2 = 0);
 std::uint8_t Send(int channel, int status, int data1 = 0, int data2 = 0);
 
-// What the devices were sent since the last call, resets left out, as "device: SS DD DD" in hex.
+// Messages that devices received since the last call, without resets, as "device: SS DD DD" in hex.
 Lines Sent();
 std::string Line(int device, int status, int data1, int data2);

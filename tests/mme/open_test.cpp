@@ -1,11 +1,11 @@
-// Opening and closing all ports, and each system call on the way made to fail.
+// Opening and closing all ports, with failures of each system call involved.
 #include "mme_test.h"
 
 namespace {
 
 using machine::Call;
 
-constexpr int Rows = 3; // of either side
+constexpr int Rows = 3; // per side
 constexpr MMRESULT Code = MMSYSERR_NODRIVER;
 
 class OpenTest : public MmeTest {
@@ -26,7 +26,7 @@ protected:
         }
     }
 
-    // So many boxes have told of that error since the last call.
+    // Expects this number of message boxes with this error since the last call.
     static void ExpectBoxes(std::size_t count, MMRESULT code = Code) {
         char text[256] = "";
         midiOutGetErrorTextA(code, text, sizeof text);
@@ -58,13 +58,13 @@ TEST_F(OpenTest, AnErrorDuringTheCleanUpGetsABoxOfItsOwn) {
     machine::FailCall(Call::midiInClose, 2, Code);
     EXPECT_FALSE(MMEOpen());
     ExpectBoxes(4);
-    EXPECT_EQ(machine::CallCount(Call::midiInStart), 0u); // none before all are open
+    EXPECT_EQ(machine::CallCount(Call::midiInStart), 0u); // no input starts before all are open
     EXPECT_EQ(machine::OpenMidiOutputs(), 2);
-    Send(16, 0xE0, 1, 2); // the one that would not close is as it was
+    Send(16, 0xE0, 1, 2); // the port that could not be closed still works
     EXPECT_EQ(Sent(), Lines{Line(1, 0xE0, 1, 2)});
     EXPECT_EQ(machine::OpenMidiInputs(), 1);
     machine::ClearFaults();
-    EXPECT_TRUE(MMEOpen()); // closes what was left
+    EXPECT_TRUE(MMEOpen()); // closes the remaining ports
     MMEClose();
     ExpectAllClosed();
 }
@@ -87,14 +87,14 @@ TEST_F(OpenTest, AnUnpluggedDeviceIsLetGoOf) {
     ExpectBoxes(0);
 }
 
-// The system will not take a dead handle back, not even where it is given up.
-TEST_F(OpenTest, AHandleThatStaysDeadIsGivenUpWhereTheDriverBeginsAnew) {
+// The system refuses to close a dead handle, even when it is abandoned.
+TEST_F(OpenTest, ADeadHandleIsAbandonedAtTheNextInitDialogOrSecondStart) {
     const Call calls[] = {Call::midiInReset, Call::midiInClose, Call::midiOutReset,
                           Call::midiOutClose};
     enum { SecondStart, ForcedInit, Dialog };
     for (const Call call : calls)
-        for (const int wayOut : {SecondStart, ForcedInit, Dialog}) {
-            SCOPED_TRACE(testing::Message() << static_cast<int>(call) << " way " << wayOut);
+        for (const int recovery : {SecondStart, ForcedInit, Dialog}) {
+            SCOPED_TRACE(testing::Message() << static_cast<int>(call) << " recovery " << recovery);
             Restart();
             const bool output = call == Call::midiOutReset || call == Call::midiOutClose;
             MidiOutReset = 1;
@@ -103,13 +103,13 @@ TEST_F(OpenTest, AHandleThatStaysDeadIsGivenUpWhereTheDriverBeginsAnew) {
                                       : static_cast<void*>(InPorts[2].Handle.load());
             machine::UnplugMidiInput("3");
             machine::UnplugMidiOutput("3");
-            machine::FailCall(call, Rows, Code, wayOut == SecondStart ? 4 : 2);
+            machine::FailCall(call, Rows, Code, recovery == SecondStart ? 4 : 2);
             ZorStopMIDI();
             ExpectBoxes(1);
-            if (wayOut == SecondStart) {
+            if (recovery == SecondStart) {
                 EXPECT_FALSE(ZorStartMIDI(0));
                 ExpectBoxes(2);
-            } else if (wayOut == ForcedInit) {
+            } else if (recovery == ForcedInit) {
                 EXPECT_EQ(MIDISysInit(1), -1);
             } else {
                 ZorConfigMIDIDriver(nullptr, MMERow);
@@ -117,7 +117,7 @@ TEST_F(OpenTest, AHandleThatStaysDeadIsGivenUpWhereTheDriverBeginsAnew) {
             EXPECT_TRUE(ZorStartMIDI(0));
             ZorStopMIDI();
             ExpectBoxes(0);
-            // A handle that the system would take back is given back.
+            // A handle that the system would close is closed.
             const bool refused = call == Call::midiInClose || call == Call::midiOutClose;
             EXPECT_EQ(machine::OpenMidiInputs() + machine::OpenMidiOutputs(), refused);
             if (!refused) continue;

@@ -1,9 +1,9 @@
-// From an input device to the record that the host takes.
+// Input messages from the device callback to the record that the host receives.
 #include "mme_test.h"
 
 namespace {
 
-TEST_F(MmeTest, OnlyTheMastersClockComesThroughInExternalSync) {
+TEST_F(MmeTest, OnlyTheSyncMastersClockPassesInExternalSync) {
     OpenPorts({0, 16});
     for (const int master : {0, 1, 5}) // row 5 has no device
         for (const int mode : {0, 1, 2})
@@ -18,13 +18,13 @@ TEST_F(MmeTest, OnlyTheMastersClockComesThroughInExternalSync) {
             }
 }
 
-TEST_F(MmeTest, OnlyDataOfOpenPortsIsTaken) {
+TEST_F(MmeTest, OnlyDataOfOpenPortsIsParsed) {
     OpenPorts({0, 16});
     for (const UINT message : {MIM_OPEN, MIM_CLOSE, MIM_LONGDATA, MIM_ERROR, MIM_LONGERROR, 0u})
         machine::CallBackMidi(0, message, 0x403C90, 0);
     HMIDIIN const handle = InPorts[1].Handle;
-    int nobody = 0;
-    for (void* const unknown : {static_cast<void*>(nullptr), static_cast<void*>(&nobody)})
+    int noDevice = 0;
+    for (void* const unknown : {static_cast<void*>(nullptr), static_cast<void*>(&noDevice)})
         MmeMidiInCallBack(unknown, MIM_DATA, 0, 0x403C90, 0);
     EXPECT_EQ(TakeReceived().size(), 0u);
     for (const UINT message : {MIM_DATA, MIM_MOREDATA})
@@ -36,15 +36,15 @@ TEST_F(MmeTest, OnlyDataOfOpenPortsIsTaken) {
     EXPECT_EQ(TakeReceived().size(), 0u);
 }
 
-TEST_F(MmeTest, AMessageThatComesDuringAnotherIsLost) {
+TEST_F(MmeTest, AMessageDuringAnotherIsLost) {
     OpenPorts({0});
     ASSERT_TRUE(ZorStartTimer());
     ZorSyncMIDI(2);
     ZorTimeMIDI(1);
     ZorEchoMIDI(1, nullptr);
     machine::CallBackMidi(0, MIM_DATA, 0xFA, 0);
-    // The echo of a note meets an error, and a clock comes while the box is up: the engine would
-    // count it, so that it must have been lost before.
+    // The echo of a note fails, and a clock arrives while the message box is up. The engine would
+    // count the clock, so the parser must have dropped it.
     machine::FailCall(machine::Call::midiOutShortMsg, 1, MMSYSERR_NODRIVER);
     int boxes = 0;
     machine::WhileBoxIsUp([&](const machine::Box&) {
@@ -55,7 +55,7 @@ TEST_F(MmeTest, AMessageThatComesDuringAnotherIsLost) {
     machine::WhileBoxIsUp(nullptr);
     EXPECT_EQ(boxes, 1);
     EXPECT_EQ(ZorTimeMIDI(0), 0);
-    machine::CallBackMidi(0, MIM_DATA, 0xF8, 0); // the next one comes through
+    machine::CallBackMidi(0, MIM_DATA, 0xF8, 0); // the next one passes
     EXPECT_EQ(ZorTimeMIDI(0), 1024 / 24);
     ZorSyncMIDI(0);
 }

@@ -1,4 +1,4 @@
-// Several threads on the ports at once.
+// Several threads use the ports at once.
 #include "mme_test.h"
 
 #include <map>
@@ -8,7 +8,7 @@
 namespace {
 
 // Two threads play on overlapping ports while the host silences, closes and opens them.
-TEST_F(MmeTest, CountsStayRightWhoeverSends) {
+TEST_F(MmeTest, CountsStayRightWithSeveralThreads) {
     OpenPorts({0, 8});
     std::atomic<int> playing{2}, refused{0};
     const auto play = [&](unsigned seed) {
@@ -31,10 +31,10 @@ TEST_F(MmeTest, CountsStayRightWhoeverSends) {
     }
     first.join();
     second.join();
-    EXPECT_EQ(refused, 0); // a port that is just being closed refuses nothing
+    EXPECT_EQ(refused, 0); // a port that is being closed is no refusal
 
-    // By what the devices got, no key ever ended more often than it began, and what still sounds
-    // is what the tables hold.
+    // In the messages received, no key has more note offs than note ons, and the open notes are
+    // those in the tables.
     std::map<std::pair<int, int>, int> sounding; // by device, and channel * 128 + key
     for (const machine::SentMidi& sent : machine::TakeSentMidi()) {
         if (sent.Reset) {

@@ -1,4 +1,4 @@
-// What goes out of the output ports, case by case.
+// Sending: note counts, status bytes, channels, data limits, patches and errors.
 #include "mme_test.h"
 
 namespace {
@@ -9,7 +9,7 @@ std::uint8_t& CountOf(int row, int channel, int key = Key) {
     return OutPorts[row].NoteCounts[channel * 128 + key];
 }
 
-// Of one key on one channel; with OutMatch 0 only the last of them is ended.
+// Overlapping notes of one key; with OutMatch 0 only the last note off is sent.
 TEST_F(MmeTest, NotesAreCounted) {
     OpenPorts({16});
     for (const bool match : {true, false}) {
@@ -22,7 +22,7 @@ TEST_F(MmeTest, NotesAreCounted) {
     }
 }
 
-TEST_F(MmeTest, StatusIsKeptWhereVelocityIsZero) {
+TEST_F(MmeTest, RunningStatusIsKeptWhereVelocityIsZero) {
     const struct {
         int Last, Status, Channel, Velocity;
         int OutStatus, OutVelocity, LastAfter;
@@ -33,14 +33,15 @@ TEST_F(MmeTest, StatusIsKeptWhereVelocityIsZero) {
         {0x83, 0x90, 3, 0, 0x83, 0, 0x83},   // Note On with velocity 0 becomes Note Off
         {0x83, 0x90, 3, 1, 0x93, 1, 0x93},   // with velocity 1 it does not
         {0x00, 0x80, 0, 7, 0x80, 7, 0x80},   // 0 is no Note On of channel 0
-        {0x93, 0xC7, 3, 0, 0xC3, 0, 0xC3},   // all move it, and the low nibble means nothing
-        {0x93, 0xF8, 3, 0, 0xF8, 0, 0x93},   // system messages leave it alone
+        {0x93, 0xC7, 3, 0, 0xC3, 0,
+         0xC3}, // any other message changes it; the low nibble is ignored
+        {0x93, 0xF8, 3, 0, 0xF8, 0, 0x93}, // system messages do not change it
     };
     OpenPorts({0});
     for (const auto& test : cases) {
         SCOPED_TRACE(Line(test.Last, test.Status, test.Channel, test.Velocity));
         for (int channel = 0; channel < 16; ++channel)
-            CountOf(0, channel) = 1; // so that nothing is held back
+            CountOf(0, channel) = 1; // or the note off would be held back
         OutPorts[0].LastStatus = static_cast<std::uint8_t>(test.Last);
         EXPECT_TRUE(Send(test.Channel, test.Status, Key, test.Velocity));
         EXPECT_EQ(Sent(), Lines{Line(0, test.OutStatus, Key, test.OutVelocity)});
@@ -48,11 +49,11 @@ TEST_F(MmeTest, StatusIsKeptWhereVelocityIsZero) {
     }
 }
 
-TEST_F(MmeTest, AHeldBackNoteOffHasMovedTheStatus) {
+TEST_F(MmeTest, AHeldBackNoteOffChangesTheStatus) {
     OpenPorts({0});
     Send(2, 0x90, Key, 9);
     Send(2, 0x80, Key, 0); // ends the note
-    Send(3, 0x80, Key, 0); // none to end
+    Send(3, 0x80, Key, 0); // no open note
     EXPECT_EQ(OutPorts[0].LastStatus, 0x83);
     Send(2, 0x90, Key, 9);
     EXPECT_EQ(Sent(), (Lines{Line(0, 0x92, Key, 9), Line(0, 0x92, Key, 0), Line(0, 0x92, Key, 9)}));
@@ -61,7 +62,7 @@ TEST_F(MmeTest, AHeldBackNoteOffHasMovedTheStatus) {
 TEST_F(MmeTest, ARecordGoesToEveryPortThatCoversIt) {
     OpenPorts({0, 8, 16, 32751});
     for (const int channel : {-1, 7, 8, 15, 16, 23, 24, 32, 32750, 32751, 32766, 32767}) {
-        Lines expected; // of -1 one for each channel
+        Lines expected; // for -1 one on each channel
         for (int row = 0; row < 4; ++row)
             for (int offset = 0; offset < 16; ++offset)
                 if (channel == -1 || channel == OutPorts[row].BaseChannel + offset)
@@ -73,7 +74,7 @@ TEST_F(MmeTest, ARecordGoesToEveryPortThatCoversIt) {
 
 TEST_F(MmeTest, DataBytesAbove127ReachNoDevice) {
     OpenPorts({0});
-    EXPECT_TRUE(Send(0, 0x90, Key, 128)); // of a microphone that clips
+    EXPECT_TRUE(Send(0, 0x90, Key, 128)); // from a clipping microphone
     EXPECT_TRUE(Send(-1, 0xF2, 0x80, 0xFF));
     EXPECT_TRUE(Send(1, 0xB0, 200, 255));
     for (const int type : {0x80, 0x90, 0xC0}) EXPECT_FALSE(Send(0, type, 128, 1)); // no such key
@@ -82,7 +83,7 @@ TEST_F(MmeTest, DataBytesAbove127ReachNoDevice) {
     EXPECT_EQ(CountOf(0, 0), 1);
 }
 
-// A device that refuses ends it: what it held is let go, later ports keep theirs.
+// The count of the refused note drops to 0; other notes and later ports keep their counts.
 TEST_F(MmeTest, SilenceEndsAtADeviceThatRefuses) {
     OpenPorts({16, 200});
     Send(16, 0x90, 1, 9);
@@ -104,7 +105,8 @@ TEST_F(MmeTest, PatchesAreCachedOnceForTheirChannels) {
     EXPECT_EQ(machine::CachedPatches(0)[9], 1 << 4);
     EXPECT_EQ(machine::CallCount(Call::midiOutCachePatches), 2u);
     Send(20, 0xC0, 9);
-    EXPECT_EQ(machine::CallCount(Call::midiOutCachePatches), 3u); // asked, and there already
+    EXPECT_EQ(machine::CallCount(Call::midiOutCachePatches),
+              3u); // a query only: it is cached already
     Send(31, 0xC0, 9);
     EXPECT_EQ(machine::CachedPatches(0)[9], 1 << 4 | 1 << 15);
     Send(-1, 0xC0, 9);
@@ -113,7 +115,7 @@ TEST_F(MmeTest, PatchesAreCachedOnceForTheirChannels) {
     machine::FailCall(Call::midiOutCachePatches, 1, MMSYSERR_NOTSUPPORTED, 2);
     EXPECT_TRUE(Send(20, 0xC0, 10));
     EXPECT_EQ(Sent(), Lines{Line(0, 0xC4, 10, 0)});
-    // The host moves the port while the device answers: the patch is for the channel it is sent on.
+    // The host moves the port during the query: the patch is cached for the channel it is sent on.
     machine::InsideMidiOut([](Call call, int) {
         if (call == Call::midiOutCachePatches) OutPorts[0].BaseChannel = 56;
     });
@@ -128,7 +130,7 @@ TEST_F(MmeTest, PatchesAreCachedOnceForTheirChannels) {
     EXPECT_EQ(machine::CallCount(Call::midiOutCachePatches), 0u);
 }
 
-TEST_F(MmeTest, ADeviceThatRefusesIsReportedAndTheOthersServed) {
+TEST_F(MmeTest, ADeviceThatRefusesIsReportedAndTheOthersReceive) {
     OpenPorts({0, 0, 0});
     machine::FailCall(machine::Call::midiOutShortMsg, 2, MIDIERR_NOTREADY);
     const MIDIEvent note = Event(1, 0x90, Key, 9);
@@ -141,15 +143,15 @@ TEST_F(MmeTest, ADeviceThatRefusesIsReportedAndTheOthersServed) {
     EXPECT_EQ(code, 1);
     EXPECT_EQ(ZorErrorMIDI(&code), -1);
 
-    // For all channels the errors show in boxes only.
+    // With channel -1 errors are shown in message boxes only.
     machine::FailCall(machine::Call::midiOutShortMsg, 3, MIDIERR_NOTREADY, 2);
     EXPECT_TRUE(Send(-1, 0xE0, 0, 64));
     EXPECT_EQ(machine::TakeBoxes().size(), 2u);
     EXPECT_EQ(Sent().size(), 46u);
 }
 
-// A device refuses, and while its box is up the host ends what the record belongs to.
-TEST_F(MmeTest, TheRestOfATransmissionGoesToNoPortOfANewSession) {
+// A device refuses, and while the message box is up the host kills or restarts playback.
+TEST_F(MmeTest, AStaleTransmissionReachesNoOtherPort) {
     const MIDIEvent fresh = Event(2, 0x90, Key, 5);
     for (const bool kills : {true, false})
         for (const int channel : {2, -1})

@@ -1,5 +1,5 @@
-// Row 1 of the driver table: its settings, its poll, and taking its recogniser away under the
-// timer's feet. The recogniser is a made-up one.
+// Row 1 of the driver table: settings, poll, and closing while the timer runs. The recogniser is a
+// fake.
 #include "pitchrec/driver/capture_choice.h"
 #include "pitchrec/driver/microphone_name.h"
 #include "pitchrec/driver/prec_driver.h"
@@ -15,10 +15,10 @@ namespace {
 
 using Note = std::tuple<std::int32_t, std::int32_t, std::int32_t, std::int32_t>; // time, message
 
-// Has the notes that it is given.
-class MadeUpRecogniser : public Sonorel::PitchRec {
+// Returns the notes in Waiting.
+class FakeRecogniser : public Sonorel::PitchRec {
 public:
-    ~MadeUpRecogniser() override { EXPECT_FALSE(Runs) << "goes while it listens"; }
+    ~FakeRecogniser() override { EXPECT_FALSE(Runs) << "deleted while it listens"; }
     bool IsRunning() override { return Runs; }
     bool Enable(bool on) override { return Runs = on, true; }
     bool GetNote(std::int32_t* time, std::int32_t* status, std::int32_t* data1,
@@ -36,11 +36,11 @@ class PRecDriver : public Session {
 protected:
     ~PRecDriver() override { PRecClose(); }
 
-    static MadeUpRecogniser& PutIn(std::deque<Note> notes) {
-        auto* made = new MadeUpRecogniser;
-        made->Waiting = std::move(notes);
-        delete SetRecogniser(made);
-        return *made;
+    static FakeRecogniser& Install(std::deque<Note> notes) {
+        auto* fake = new FakeRecogniser;
+        fake->Waiting = std::move(notes);
+        delete SetRecogniser(fake);
+        return *fake;
     }
 };
 
@@ -51,22 +51,22 @@ TEST_F(PRecDriver, ReadsItsSettingsOnce) {
     WriteSettings("EnablePitchRec=256\nChannel=65538\nNoteRangeMax=-1\n");
     BringUp();
     WriteSettings("enablepitchrec=0\nchannel=x\nNoteRangeMin=40\n");
-    EXPECT_EQ(PRecInit(), DriverSuccess); // not read again without an end
+    EXPECT_EQ(PRecInit(), DriverSuccess); // not read again before PRecTerm
     EXPECT_EQ(settings(), (std::array{1, 2, 0, 65535}));
     BringUp();
     EXPECT_EQ(settings(), (std::array{0, 0, 40, 127}));
 }
 
-// The timer does it, also while the row is not open.
-TEST_F(PRecDriver, HandsNotesOnWithTheirAgeBeforeTheQueuesArePlayed) {
+// On the timer, even while the row is closed.
+TEST_F(PRecDriver, DeliversNotesWithTheirAgeBeforeThePump) {
     WriteSettings("Channel=3\nNoteRangeMax=60\n"); // a range that filters nothing
     BringUp();
     ASSERT_TRUE(ZorStartTimer());
     machine::Advance(450);
-    MadeUpRecogniser& recogniser =
-        PutIn({{Start + 475, 0x90, 69, 100}, {Start + 500, 0x81, 70, 255}});
+    FakeRecogniser& recogniser =
+        Install({{Start + 475, 0x90, 69, 100}, {Start + 500, 0x81, 70, 255}});
     recogniser.SignalLevel = 44;
-    // What is sung is not late behind what is written.
+    // The sung note is echoed before the queued one.
     ZorEchoMIDI(1, nullptr);
     ASSERT_TRUE(ZorAllocMIDI(ZOR_QUEUE_OUTPUT, 4));
     const MIDIEvent due = {500, 0, 0, 2, 0x90, 70, 1};
@@ -87,21 +87,21 @@ TEST_F(PRecDriver, HandsNotesOnWithTheirAgeBeforeTheQueuesArePlayed) {
                                             {500 - 30, 0, 3, 2, 0x81, 70, 255}}));
     EXPECT_EQ(PRecLevel, 44);
 
-    recogniser.Runs = false; // no notes are fetched from one that does not listen
+    recogniser.Runs = false; // a stopped recogniser is not polled
     recogniser.Waiting = {{0, 0x90, 69, 100}};
     machine::Advance(50);
     recogniser.Runs = true;
     ZorKillMIDI();
-    MMETimerCallBack(0, 0, 0, 0, 0); // late, and nobody's
+    MMETimerCallBack(0, 0, 0, 0, 0); // a late timer callback
     EXPECT_TRUE(TakeReceived().empty());
 }
 
-// An echo is refused and its box runs the host's messages, the timer's among them: a note that was
-// taken now would meet the transmission under way, and be lost.
-TEST_F(PRecDriver, TakesTheNextNoteWhenTheOneBeforeIsThrough) {
+// The device refuses an echo, and the timer runs while the message box is up: a note popped then
+// would be lost, since a transmission is running.
+TEST_F(PRecDriver, PopsTheNextNoteAfterTheEchoOfTheLast) {
     BringUp();
     ZorEchoMIDI(1, nullptr);
-    PutIn({{0, 0x90, 69, 100}, {0, 0x80, 69, 64}});
+    Install({{0, 0x90, 69, 100}, {0, 0x80, 69, 64}});
     machine::FailCall(machine::Call::midiOutShortMsg, 1, MMSYSERR_ERROR);
     machine::WhileBoxIsUp([](const machine::Box&) { PollPitchRec(); });
     PollPitchRec();
@@ -109,20 +109,20 @@ TEST_F(PRecDriver, TakesTheNextNoteWhenTheOneBeforeIsThrough) {
     EXPECT_EQ(TakeReceived().size(), 2u);
     ZorEchoMIDI(0, nullptr);
     ZorErrorMIDI(nullptr);
-    PRecInDialog = 1; // takes over, and no note is held any more
+    PRecInDialog = 1; // opens, and no note is held any more
     PollPitchRec();
     PRecInDialog = 0;
     EXPECT_TRUE(TakeReceived().empty());
 }
 
-// The host sends, the device refuses, and the timer expires while its box is up. What was sung
-// waits, in its order and at its time, or goes with the recogniser that heard it.
-TEST_F(PRecDriver, NotesThatMeetATransmissionWaitForItsEnd) {
+// The device refuses a message of the host, and the timer runs while the message box is up. Notes
+// wait, with their order and time, or are dropped with their recogniser.
+TEST_F(PRecDriver, NotesWaitForTheEndOfATransmission) {
     WriteSettings("Channel=1\n");
     BringUp();
     ASSERT_TRUE(ZorStartMIDI(1));
     const MIDIEvent sent = {0, 0, 0, 2, 0xB0, 7, 1};
-    const auto meet = [&sent](const std::function<void()>& meanwhile) {
+    const auto pollDuringSend = [&sent](const std::function<void()>& meanwhile) {
         machine::FailCall(machine::Call::midiOutShortMsg, 1, MMSYSERR_ERROR);
         machine::WhileBoxIsUp([&](const machine::Box&) {
             for (int expiries = 0; expiries < 2; ++expiries) PollPitchRec();
@@ -135,67 +135,67 @@ TEST_F(PRecDriver, NotesThatMeetATransmissionWaitForItsEnd) {
         return TakeReceived();
     };
     machine::Advance(100);
-    MadeUpRecogniser& recogniser =
-        PutIn({{Start + 60, 0x80, 69, 64}, {Start + 60, 0x90, 70, 9}, {Start + 90, 0x80, 70, 64}});
+    FakeRecogniser& recogniser = Install(
+        {{Start + 60, 0x80, 69, 64}, {Start + 60, 0x90, 70, 9}, {Start + 90, 0x80, 70, 64}});
     std::vector<std::array<int, 3>> notes;
-    for (const MIDIEvent& r : meet([] {})) notes.push_back({r.Time, r.Status, r.Data1});
+    for (const MIDIEvent& r : pollDuringSend([] {})) notes.push_back({r.Time, r.Status, r.Data1});
     EXPECT_EQ(notes,
               (std::vector<std::array<int, 3>>{{30, 0x80, 69}, {30, 0x90, 70}, {60, 0x80, 70}}));
     recogniser.Waiting = {{Start, 0x90, 71, 9}};
     const auto replace = [&recogniser] {
         recogniser.Runs = false;
-        PutIn({});
+        Install({});
     };
-    EXPECT_TRUE(meet(replace).empty());
+    EXPECT_TRUE(pollDuringSend(replace).empty());
     ZorStopMIDI();
     ZorErrorMIDI(nullptr);
 }
 
-TEST(Microphones, AreKnownByTheirNamesInEitherList) {
+TEST(Microphones, AreFoundByNameInEitherList) {
     const std::string cut = "Microphone (USB Audio Device 2.";
     const std::string front = cut + "0 front)", back = cut + "0 back)";
     struct Case {
-        std::vector<std::string> Then;
+        std::vector<std::string> Before;
         int Chosen;
         std::vector<std::string> Now;
-        int Place;
+        int Index;
     };
     const Case cases[] = {
         {{"Primary", "A", "B"}, 2, {"A", "B"}, 1}, // numbered from 0 and from 1
-        {{"A", "B"}, 1, {"A", "BB", "b"}, -1},     // gone
-        {{"A", "A", "A"}, 1, {"A", "A"}, 1},       // twins
-        {{front, back}, 1, {"A", cut, cut}, 2},    // cut to twins
-        {{cut, cut}, 1, {front, back}, 1},         // and told apart
+        {{"A", "B"}, 1, {"A", "BB", "b"}, -1},     // missing
+        {{"A", "A", "A"}, 1, {"A", "A"}, 1},       // equal names
+        {{front, back}, 1, {"A", cut, cut}, 2},    // equal once truncated
+        {{cut, cut}, 1, {front, back}, 1},         // and the reverse
         {{front, back}, 0, {back}, -1},            // not its neighbour
         {{back, front}, 1, {front, back}, 0},
     };
     for (const Case& c : cases) {
-        Sonorel::TextStringArray then, now;
-        for (const std::string& name : c.Then) then.AppendText(name.c_str());
+        Sonorel::TextStringArray before, now;
+        for (const std::string& name : c.Before) before.AppendText(name.c_str());
         for (const std::string& name : c.Now) now.AppendText(name.c_str());
-        EXPECT_EQ(Sonorel::MicrophoneName(then, c.Chosen).IndexIn(now), c.Place)
-            << testing::PrintToString(c.Then) << testing::PrintToString(c.Now);
+        EXPECT_EQ(Sonorel::MicrophoneName(before, c.Chosen).IndexIn(now), c.Index)
+            << testing::PrintToString(c.Before) << testing::PrintToString(c.Now);
     }
 }
 
-// waveIn's list leaves out the first device, which does not tell its name. The second case has it
-// told in the middle of the search: then no device is opened, rather than the wrong one.
+// waveIn's list leaves out the first device, whose name cannot be read. In the second case it can
+// be read from the middle of the search on: then no device is opened, rather than the wrong one.
 TEST_F(PRecDriver, AMicrophoneIsOpenedByItsNumber) {
     machine::AddMicrophone({"Nameless"});
     const machine::Microphone line = machine::AddMicrophone({"Line"});
     Sonorel::TextStringArray names;
     names.AppendText("Line");
     const Sonorel::MicrophoneName wanted(names, 0);
-    for (const bool told : {false, true}) {
+    for (const bool readable : {false, true}) {
         machine::FailCall(machine::Call::waveInGetDevCapsA, 1, MMSYSERR_NODRIVER);
-        if (!told) machine::FailCall(machine::Call::waveInGetDevCapsA, 3, MMSYSERR_NODRIVER);
+        if (!readable) machine::FailCall(machine::Call::waveInGetDevCapsA, 3, MMSYSERR_NODRIVER);
         const OpenMicrophone opened = OpenRecogniser(&wanted);
-        EXPECT_EQ(opened.Recogniser != nullptr, !told);
-        EXPECT_EQ(machine::StatsOf(line).Open, told ? 0 : 1);
+        EXPECT_EQ(opened.Recogniser != nullptr, !readable);
+        EXPECT_EQ(machine::StatsOf(line).Open, readable ? 0 : 1);
     }
 }
 
-// The poll runs on while the recogniser comes and goes; it never meets one that is going.
+// The poll runs while recognisers are installed and closed, and never uses one that is closing.
 TEST_F(PRecDriver, PollsSafelyWhileClosing) {
     BringUp();
     std::atomic<bool> stop{false};
@@ -203,7 +203,7 @@ TEST_F(PRecDriver, PollsSafelyWhileClosing) {
         while (!stop) PollPitchRec();
     });
     for (int round = 0; round < 3000; ++round) {
-        PutIn({{0, 0x90, 69, 100}, {0, 0x80, 69, 64}});
+        Install({{0, 0x90, 69, 100}, {0, 0x80, 69, 64}});
         if (round % 3 == 0) std::this_thread::yield();
         PRecClose();
     }

@@ -1,4 +1,4 @@
-// A capture object whose blocks are handed in, and that keeps what it was asked for.
+// A capture object whose blocks the test provides.
 #pragma once
 
 #include "soundin/sound_in.h"

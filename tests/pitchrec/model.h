@@ -1,5 +1,6 @@
-// A second recogniser, written for reading: one function a block, indices and plain variables, no
-// room for cleverness. Random streams go through both, and every frame and entry must agree.
+// A reference model of the recogniser: simple code with indices and plain variables, without any
+// optimisation. Tests feed it and the recogniser with the same sound and compare every frame and
+// entry.
 #pragma once
 
 #include <algorithm>
@@ -26,7 +27,7 @@ struct Model {
     int valid = 0;
     int level = 0;
     bool attackOn = false;
-    std::vector<Entry> entries; // never full: the reader empties it after each block
+    std::vector<Entry> entries; // unlimited; the test empties it after each block
 
     void Push(int time, int status, int data1, int data2) {
         entries.emplace_back(time, status * 65536 + (data1 & 255) * 256 + data2);
@@ -183,9 +184,9 @@ struct Model {
         if (tracking == 0)
             Steady();
         else if (last.active != 255)
-            Held();
+            Slide();
         else
-            Unheld();
+            StartNote();
         if (last.active != 255 && now.active != last.active &&
             last.amplitude * 2 > now.amplitude * 3) {
             now.detected = 255;
@@ -200,7 +201,7 @@ struct Model {
             now.active = last.active;
     }
 
-    void Held() {
+    void Slide() {
         for (int i = 5; i >= 1; i--) {
             freq[i] = freq[i - 1];
             jump[i] = jump[i - 1];
@@ -240,7 +241,7 @@ struct Model {
         now.cents += 100 * (now.detected - last.active);
     }
 
-    void Unheld() {
+    void StartNote() {
         if (now.hold >= 1) {
             now.active = now.detected;
             for (int i = 0; i < 6; i++) freq[i] = jump[i] = 0.0;

@@ -1,5 +1,5 @@
-// Random streams in every setting through the recogniser and the model: every frame and every
-// entry must agree.
+// Compares every frame and every entry of the recogniser with the model's, on random sound in
+// random settings.
 #include "tests/pitchrec/model.h"
 #include "tests/pitchrec/player.h"
 #include "tests/pitchrec/signal.h"
@@ -29,13 +29,13 @@ std::vector<std::uint8_t> Encode(Signal& signal, const Model& model, std::size_t
     for (std::size_t frame = 0; frame < frames; ++frame) {
         const double value = signal.Next();
         for (int channel = 0; channel < model.channels; ++channel) {
-            const double mine = channel == 0 ? value : 0.5 * value + 3;
+            const double sample = channel == 0 ? value : 0.5 * value + 3;
             if (model.bits == 8) {
                 data.push_back(
-                    static_cast<std::uint8_t>(std::clamp(std::lround(mine) + 128, 0L, 255L)));
+                    static_cast<std::uint8_t>(std::clamp(std::lround(sample) + 128, 0L, 255L)));
             } else {
                 const auto word =
-                    static_cast<std::uint16_t>(std::clamp(std::lround(mine), -32768L, 32767L));
+                    static_cast<std::uint16_t>(std::clamp(std::lround(sample), -32768L, 32767L));
                 data.push_back(static_cast<std::uint8_t>(word));
                 data.push_back(static_cast<std::uint8_t>(word >> 8));
             }
@@ -59,8 +59,8 @@ void ExpectSameFrame(const Model& model, const Sonorel::PitchRecWaveIn& recognis
 }
 
 TEST(Recogniser, AgreesWithTheModelOnRandomStreams) {
-    std::mt19937 random(6); // whose streams meet every rule of the decision
-    bool attackOn = false;  // one for all recognisers, as the real one
+    std::mt19937 random(6); // a seed that reaches every branch of the decision
+    bool attackOn = false;  // shared by all recognisers
     std::size_t entries = 0;
     for (int stream = 0; stream < 200; ++stream) {
         Model model = RandomSettings(random);
@@ -82,14 +82,14 @@ TEST(Recogniser, AgreesWithTheModelOnRandomStreams) {
             player.Feed(data);
             model.Block(player.Time, data.data(), static_cast<int>(data.size()));
             ExpectSameFrame(model, player.Recogniser);
-            ASSERT_EQ(player.TakeEntries(), model.entries);
+            ASSERT_EQ(player.PopEntries(), model.entries);
             ASSERT_FALSE(HasFailure()) << "stream " << stream << " block " << block;
             entries += model.entries.size();
             model.entries.clear();
         }
         attackOn = model.attackOn;
     }
-    EXPECT_GT(entries, 4000u); // the streams are worth comparing
+    EXPECT_GT(entries, 4000u); // the streams contain enough notes
 }
 
 } // namespace

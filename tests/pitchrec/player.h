@@ -1,4 +1,4 @@
-// A recogniser that is fed by hand, and the sounds to feed it with.
+// Feeds a recogniser with generated sound and returns its notes.
 #pragma once
 
 #include "pitchrec/pitch_rec.h"
@@ -13,13 +13,13 @@
 
 using NoteEntry = std::pair<std::int32_t, std::uint32_t>; // time, message
 
-// Value of the sample at an index counted from the sound's start, in 8-bit sample units.
+// Sample value at an index from the start of the sound, in 8-bit sample units.
 using Sound = std::function<double(int)>;
 
 inline Sound Sine(double hertz, double peak) {
     return [=](int i) { return peak * std::sin(2 * M_PI * hertz * i / 22050); };
 }
-// Mono, 8 bits, 22,050 Hz unless told otherwise; block b ends at 1000 + 23 (b + 1) ms.
+// By default mono, 8 bits, 22,050 Hz. Block b ends at 1000 + 23 (b + 1) ms.
 class Player {
 public:
     static constexpr int Hop = 512;
@@ -30,12 +30,12 @@ public:
         Recogniser.Enable(true);
     }
 
-    // One block of any bytes.
+    // Feeds one block of raw bytes.
     void Feed(const std::vector<std::uint8_t>& data) {
         Time += 23;
         Input->Feed(Time, data);
     }
-    // Blocks of Hop samples of a sound, which starts with the first of them.
+    // Feeds the first blocks of a sound, Hop samples each.
     void Play(const Sound& sound, int blocks = 1) {
         for (int block = 0; block < blocks; ++block) {
             std::vector<std::uint8_t> data;
@@ -47,22 +47,22 @@ public:
         }
     }
 
-    std::vector<NoteEntry> TakeEntries() {
-        std::vector<NoteEntry> taken;
+    std::vector<NoteEntry> PopEntries() {
+        std::vector<NoteEntry> entries;
         std::int32_t time = 0, status = 0, data1 = 0, data2 = 0;
         while (Recogniser.GetNote(&time, &status, &data1, &data2))
-            taken.push_back(
+            entries.push_back(
                 {time, Sonorel::PackMessage(static_cast<std::uint32_t>(status), data1, data2)});
-        return taken;
+        return entries;
     }
-    std::vector<std::uint32_t> TakeMessages() {
+    std::vector<std::uint32_t> PopMessages() {
         std::vector<std::uint32_t> messages;
-        for (const auto& [time, message] : TakeEntries()) messages.push_back(message);
+        for (const auto& [time, message] : PopEntries()) messages.push_back(message);
         return messages;
     }
     const Sonorel::FrameState& Now() const { return Recogniser.Now; }
 
-    FedSound* Input; // the recogniser's
+    FedSound* Input; // owned by Recogniser
     Sonorel::PitchRecWaveIn Recogniser;
     std::uint32_t Time = 1000;
     std::vector<Sonorel::FrameState> Frames; // after each block played

@@ -1,18 +1,18 @@
-// The recogniser's life, and the blocks that it refuses.
+// Opening the recogniser again, and blocks that it drops.
 #include "tests/pitchrec/player.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-TEST(Recogniser, OpenedAgainStartsAfreshButKeepsItsNotes) {
+TEST(Recogniser, ReopeningClearsStateButKeepsNotes) {
     Player player;
     Sonorel::PitchRecWaveIn& recogniser = player.Recogniser;
     recogniser.SetTrackingMode(true);
     for (const int set : {2, -1}) recogniser.SetPeakFactorSet(set);
-    EXPECT_EQ(recogniser.PeakFactorSet, 0); // there are two, from 0
+    EXPECT_EQ(recogniser.PeakFactorSet, 0); // valid sets are 0 and 1
     player.Play(Sine(441, 100), 5);
-    player.Input->FailOpen = true; // which changes nothing
+    player.Input->FailOpen = true; // a failed opening changes nothing
     EXPECT_FALSE(recogniser.Open(22050));
     ASSERT_EQ(player.Now().ActiveNote, 69);
     ASSERT_NE(recogniser.FreqHistory[0], 0.0);
@@ -24,17 +24,17 @@ TEST(Recogniser, OpenedAgainStartsAfreshButKeepsItsNotes) {
     EXPECT_EQ(recogniser.FreqHistory, Sonorel::PitchRecWaveIn::History{});
     EXPECT_EQ(player.Now().ActiveNote, Sonorel::NoNote);
     EXPECT_EQ(recogniser.Last.ActiveNote, Sonorel::NoNote);
-    EXPECT_EQ(player.TakeMessages(), std::vector<std::uint32_t>{0x904564});
+    EXPECT_EQ(player.PopMessages(), std::vector<std::uint32_t>{0x904564});
 }
 
-// Nothing of a refused block shows: the window and the last frame stay.
-TEST(Recogniser, RefusesBlocksItCannotStore) {
+// A dropped block changes neither the window nor the last frame.
+TEST(Recogniser, DropsBlocksThatDoNotFit) {
     Player player;
     player.Play(Sine(441, 100), 2);
     player.Feed(std::vector<std::uint8_t>(2049, 255));
     EXPECT_EQ(player.Now().Amplitude, 100);
     EXPECT_EQ(player.Recogniser.ValidSamples, 1024);
-    player.Feed(std::vector<std::uint8_t>(2048, 255)); // as long as the store: taken
+    player.Feed(std::vector<std::uint8_t>(2048, 255)); // as long as the store: accepted
     EXPECT_EQ(player.Now().Amplitude, 127);
     EXPECT_EQ(player.Recogniser.ValidSamples, 2048);
 

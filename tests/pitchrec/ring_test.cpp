@@ -1,4 +1,4 @@
-// The ring of note messages: what fits, in what order, and what two threads make of it.
+// The ring of note messages: capacity, order and use by several threads.
 #include "pitchrec/note_ring.h"
 
 #include <gtest/gtest.h>
@@ -14,7 +14,7 @@ TEST(Ring, KeepsTheFirst128EntriesAndDropsTheNext) {
     NoteRing ring;
     std::int32_t time = 0;
     PackedMessage message = 0;
-    // Several times over, from different places in the ring.
+    // Several times, from different indices of the ring.
     for (std::int32_t round = 0; round < 5; ++round) {
         for (std::int32_t i = 0; i < 129; ++i)
             ring.PushNote(round * 1000 + i, static_cast<PackedMessage>(i));
@@ -29,16 +29,16 @@ TEST(Ring, KeepsTheFirst128EntriesAndDropsTheNext) {
     }
 }
 
-// One producer and two consumers, as the capture against the poll and the dialog. Every entry that
-// went in comes out once and whole, and each consumer sees its share in order.
+// One producer and two consumers, like the capture, the poll and the dialog. Every entry is popped
+// exactly once and unchanged, and each consumer gets ascending times.
 TEST(Ring, LosesAndTearsNothingBetweenThreads) {
     constexpr std::int32_t Entries = 100000;
     NoteRing ring;
-    std::atomic<std::int32_t> taken{0};
+    std::atomic<std::int32_t> popped{0};
     std::atomic<std::int64_t> sum{0};
     const auto consume = [&] {
         std::int32_t last = -1;
-        while (taken.load() < Entries) {
+        while (popped.load() < Entries) {
             std::int32_t time = 0;
             PackedMessage message = 0;
             if (!ring.PopNote(time, message)) {
@@ -49,7 +49,7 @@ TEST(Ring, LosesAndTearsNothingBetweenThreads) {
             EXPECT_GT(time, last);
             last = time;
             sum += time;
-            ++taken;
+            ++popped;
         }
     };
     std::thread poll(consume);

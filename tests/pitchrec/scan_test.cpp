@@ -1,4 +1,4 @@
-// The fast scan gives the plain one's cycles on every kind of window.
+// The fast scan finds the same cycles as the plain one in random windows.
 #include "pitchrec/cycle_scan.h"
 #include "pitchrec/plain_scan.h"
 #include "tests/pitchrec/signal.h"
@@ -23,7 +23,7 @@ TEST(Scan, GivesThePlainScansCyclesOnRandomWindows) {
     const std::size_t counts[] = {0,   1,   2,   3,   63,   64,   65,  127,
                                   128, 129, 512, 557, 1024, 1999, 2048};
     for (int round = 0; round < 20000; ++round) {
-        // Exactly as long as the window: a read outside is caught by the address sanitizer.
+        // Exactly as long as the window, so the address sanitizer catches a read outside.
         const std::size_t count = counts[random() % std::size(counts)];
         const int peak =
             static_cast<int>(random() % 3 == 0 ? 1 + random() % 32768 : 1 + random() % 128);

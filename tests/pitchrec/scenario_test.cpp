@@ -1,4 +1,4 @@
-// From a microphone of the machine to ZorRcv, through both capture classes.
+// Whole runs from a virtual microphone to ZorRcv, through both capture classes.
 #include "pitchrec/driver/listening.h"
 #include "pitchrec/driver/prec_driver.h"
 #include "tests/pitchrec/session.h"
@@ -14,7 +14,7 @@ namespace {
 constexpr const char* NotOpened = "Error initializing Pitch Recognition";
 
 struct Tone {
-    double From, To; // seconds on the feed
+    double Begin, End; // seconds from the start of the sound
     double Hertz;
 };
 
@@ -26,16 +26,16 @@ machine::Generator Melody(std::vector<Tone> tones) {
             const double seconds = static_cast<double>(frame) / request.Rate;
             request.Samples[i] = 0;
             for (const Tone& tone : tones)
-                if (seconds >= tone.From && seconds < tone.To)
+                if (seconds >= tone.Begin && seconds < tone.End)
                     request.Samples[i] = static_cast<float>(
-                        0.8 * std::cos(2 * M_PI * tone.Hertz * (seconds - tone.From)));
+                        0.8 * std::cos(2 * M_PI * tone.Hertz * (seconds - tone.Begin)));
         }
     };
 }
 
-class Journey : public Session {
+class Scenario : public Session {
 protected:
-    ~Journey() override { SetDirectSound(DirectSound::Absent); }
+    ~Scenario() override { SetDirectSound(DirectSound::Absent); }
     static void UseMicrophone(const std::vector<Tone>& tones, std::uint32_t formats = 0xFFF,
                               unsigned channels = 2) {
         const auto desk = machine::AddMicrophone({"Desk", formats, channels});
@@ -46,13 +46,13 @@ protected:
         names.AppendText(name);
         return ChoosePRecDevice(std::make_unique<Sonorel::MicrophoneName>(names, 0));
     }
-    // When a block of the capture begins, in seconds on the feed.
+    // The begin of a capture block, in seconds from the start of the sound.
     static double BlockStart(int block) { return block * 512 / 22050.0; }
 };
 
-// By waveIn where there is no DirectSound, or the microphone has only a format that is not asked of
-// it, at the last step of the negotiation.
-TEST_F(Journey, StampsNotesWhereTheyBeganWithEitherCapture) {
+// waveIn is used without DirectSound, and in the last case, where DirectSound does not request the
+// only format of the microphone.
+TEST_F(Scenario, NotesHaveTheTimeOfTheirOnsetWithEitherCapture) {
     const struct {
         DirectSound Direct;
         std::uint32_t Formats;
@@ -60,17 +60,17 @@ TEST_F(Journey, StampsNotesWhereTheyBeganWithEitherCapture) {
     } cases[] = {{DirectSound::Present, 0xFFF, 2},
                  {DirectSound::Absent, 0xFFF, 2},
                  {DirectSound::Present, 0x400, 1}};
-    // Tones that begin with a block, the second of them without a rest before it.
+    // The tones begin at block boundaries, the second without a rest before it.
     constexpr struct {
-        int From, To, Note;
+        int Begin, End, Note; // blocks
         double Hertz;
     } tones[] = {{20, 40, 69, 441}, {40, 60, 76, 660}, {80, 90, 57, 220}};
     std::vector<Tone> melody;
     for (const auto& tone : tones)
-        melody.push_back({BlockStart(tone.From), BlockStart(tone.To), tone.Hertz});
+        melody.push_back({BlockStart(tone.Begin), BlockStart(tone.End), tone.Hertz});
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << "case " << &c - cases);
-        SwitchOn(0xFFFFFF00); // the clock wraps on the way
+        SwitchOn(0xFFFFFF00); // the clock wraps during the run
         SetDirectSound(c.Direct);
         UseMicrophone(melody, c.Formats, c.Channels);
         WriteSettings("EnablePitchRec=1\nChannel=5\n");
@@ -83,10 +83,10 @@ TEST_F(Journey, StampsNotesWhereTheyBeganWithEitherCapture) {
             const MIDIEvent& record = records[2 * i];
             EXPECT_EQ(record.Status, 0x90);
             EXPECT_EQ(record.Data1, tones[i].Note);
-            // A note is decided in its second block, stamped with that block's first loud sample,
-            // and filed 30 ms early, as what comes with an age is. The time base starts with the
-            // capture.
-            EXPECT_NEAR(record.Time + 30, BlockStart(tones[i].From + 1) * 1000, 3) << i;
+            // A note is decided in its second block, with the time of that block's first loud
+            // sample. Records that arrive with an age get a time 30 ms earlier. The time base
+            // starts with the capture.
+            EXPECT_NEAR(record.Time + 30, BlockStart(tones[i].Begin + 1) * 1000, 3) << i;
         }
         ZorStopMIDI();
         EXPECT_EQ(machine::OpenWaveIns() + OpenCaptureObjects(), 0);
@@ -95,8 +95,8 @@ TEST_F(Journey, StampsNotesWhereTheyBeganWithEitherCapture) {
     EXPECT_TRUE(TakeBoxTexts().empty());
 }
 
-// Switched off, the row opens for the dialog all the same, and hears nothing.
-TEST_F(Journey, OpensIdleWhileSwitchedOffButNotWithoutMemory) {
+// With the setting off the row opens for the dialog, but does not listen.
+TEST_F(Scenario, OpensIdleWhileSwitchedOffButNotWithoutMemory) {
     UseMicrophone({});
     BringUp();
     {
@@ -104,14 +104,14 @@ TEST_F(Journey, OpensIdleWhileSwitchedOffButNotWithoutMemory) {
         EXPECT_FALSE(PRecOpen());
     }
     EXPECT_EQ(Recogniser, nullptr);
-    machine::FailCall(machine::Call::GlobalAlloc, 1, 0); // the ring's block
+    machine::FailCall(machine::Call::GlobalAlloc, 1, 0); // of the ring
     SetDirectSound(DirectSound::Present);
     EXPECT_FALSE(PRecOpen());
     EXPECT_EQ(machine::OpenWaveIns() + OpenCaptureObjects(), 0);
     EXPECT_EQ(TakeBoxTexts(), (std::vector<std::string>{NotOpened, NotOpened}));
     EXPECT_TRUE(PRecOpen());
     EXPECT_FALSE(Recogniser->IsRunning());
-    // The first entry of one list stands for whatever the system has first in the other.
+    // This entry of DirectSound's list stands for the default device in waveIn's.
     ASSERT_TRUE(Choose("Primary Sound Capture Driver"));
     machine::FailCall(machine::Call::CreateCaptureBuffer, 1, DSERR_ALLOCATED, 0);
     EXPECT_TRUE(PRecOpen());
@@ -120,9 +120,9 @@ TEST_F(Journey, OpensIdleWhileSwitchedOffButNotWithoutMemory) {
     EXPECT_TRUE(PRecClose());
 }
 
-// Tables, queues, buffers, events and threads of a session all end with it. The address sanitizer
-// has a heap of its own, and looks for such leaks itself.
-TEST_F(Journey, NothingIsLeftOfASession) {
+// A session frees its tables, queues, buffers, events and threads. (The address sanitizer has its
+// own heap and leak check.)
+TEST_F(Scenario, ASessionLeaksNothing) {
     UseMicrophone({});
     WriteSettings("EnablePitchRec=1\n");
     const auto session = [](DirectSound direct) {
@@ -134,24 +134,24 @@ TEST_F(Journey, NothingIsLeftOfASession) {
         MIDISysTerm();
         EXPECT_EQ(machine::OpenWaveIns() + OpenCaptureObjects(), 0);
     };
-    // What caches and the arenas of other threads hold comes and goes; a leak grows on and on.
+    // Caches and arenas of other threads vary; a leak grows with the number of sessions.
     constexpr int Sessions = 400, Batches = 6;
-    constexpr std::int64_t smallest = 32; // bytes, with the heap's own
+    constexpr std::int64_t smallest = 32; // bytes, including the heap's header
     for (const DirectSound direct : {DirectSound::Present, DirectSound::Absent}) {
         for (int warm = 0; warm < 10; ++warm) session(direct);
         const std::size_t before = mallinfo2().uordblks;
-        std::int64_t grown = 0, ran = 0;
+        std::int64_t growth = 0, sessions = 0;
         do {
             for (int i = 0; i < Sessions; ++i) session(direct);
-            ran += Sessions;
-            grown = static_cast<std::int64_t>(mallinfo2().uordblks - before);
-        } while (grown >= ran * smallest / 2 && ran < Batches * Sessions);
-        EXPECT_LT(grown, ran * smallest / 2) << "in " << ran << " sessions";
+            sessions += Sessions;
+            growth = static_cast<std::int64_t>(mallinfo2().uordblks - before);
+        } while (growth >= sessions * smallest / 2 && sessions < Batches * Sessions);
+        EXPECT_LT(growth, sessions * smallest / 2) << "in " << sessions << " sessions";
     }
 }
 
 // Two microphones; the second is the user's choice.
-class Choice : public Journey, public testing::WithParamInterface<DirectSound> {
+class Choice : public Scenario, public testing::WithParamInterface<DirectSound> {
 protected:
     void SetUp() override {
         SetDirectSound(GetParam());
@@ -170,7 +170,7 @@ protected:
     static machine::Microphone Add(const char* name) {
         return machine::AddMicrophone({.Name = name, .Exclusive = true});
     }
-    // Neither class opens anything, the next so many times or for good.
+    // Makes the next openings of both classes fail, or all if times is 0.
     static void RefuseOpening(int times = 0) {
         machine::FailCall(machine::Call::CreateCaptureBuffer, 1, DSERR_ALLOCATED, times);
         machine::FailCall(machine::Call::waveInOpen, 1, MMSYSERR_ALLOCATED, times);
@@ -183,9 +183,9 @@ protected:
 };
 INSTANTIATE_TEST_SUITE_P(Both, Choice, testing::Values(DirectSound::Present, DirectSound::Absent));
 
-// Across starts, whatever numbers come and go, in the other class, and where another one, or for
-// once it itself, cannot be opened.
-TEST_P(Choice, IsKeptAndNoOtherMicrophoneTouched) {
+// The choice lasts across starts, changed device numbers, the other class, and failed openings of
+// it and of another one.
+TEST_P(Choice, IsKeptAndNoOtherMicrophoneOpened) {
     machine::MoveControl(First, machine::MicrophoneVolume, 60000);
     RefuseOpening();
     EXPECT_FALSE(PRecOpen());
@@ -209,7 +209,7 @@ TEST_P(Choice, IsKeptAndNoOtherMicrophoneTouched) {
     EXPECT_EQ(Open(Second), 1);
 }
 
-TEST_P(Choice, GivesWayToTheDefaultWhileItIsGone) {
+TEST_P(Choice, IsReplacedByTheDefaultWhileUnplugged) {
     for (int time = 0; time < 2; ++time) {
         machine::Unplug(Second);
         for (int start = 0; start < 2; ++start) {
@@ -226,24 +226,24 @@ TEST_P(Choice, GivesWayToTheDefaultWhileItIsGone) {
     }
 }
 
-// What the host does from within a box decides, whatever the box came in the middle of.
-TEST_P(Choice, LeavesTheLastWordToTheHost) {
+// The host's calls from within a message box win over the operation that shows the box.
+TEST_P(Choice, TheLatestCallWins) {
     const std::function<void()> begins[] = {[] { PRecOpen(); }, [] { Choose("First"); }};
     const std::function<void()> acts[] = {[] { PRecClose(); }, [] { PRecOpen(); },
                                           [] { PRecClose(), PRecOpen(); }};
-    int met = 0;
-    for (int place = 0; place < 2 * 3 * 3 * 2; ++place) {
-        SCOPED_TRACE(place);
-        const auto& begin = begins[place % 2];
-        const auto& act = acts[place / 2 % 3];
-        const int refused = place / 6 % 3; // openings in a row
-        int before = place / 18;           // boxes that are left alone
+    int tested = 0;
+    for (int i = 0; i < 2 * 3 * 3 * 2; ++i) {
+        SCOPED_TRACE(i);
+        const auto& begin = begins[i % 2];
+        const auto& act = acts[i / 2 % 3];
+        const int refused = i / 6 % 3; // failed openings in a row
+        int skipped = i / 18;          // boxes before the host acts
         ASSERT_TRUE(PRecOpen() && Choose("Second"));
-        machine::Unplug(Second); // so that a box tells of that too
+        machine::Unplug(Second); // so that another box reports that
         if (refused > 0) RefuseOpening(refused);
         bool acted = false;
         machine::WhileBoxIsUp([&](const machine::Box&) {
-            if (acted || before-- > 0) return;
+            if (acted || skipped-- > 0) return;
             acted = true;
             machine::ClearFaults();
             act();
@@ -253,7 +253,7 @@ TEST_P(Choice, LeavesTheLastWordToTheHost) {
         machine::ClearFaults();
         const bool closed = &act == &acts[0];
         if (acted) {
-            ++met;
+            ++tested;
             EXPECT_EQ(Recogniser == nullptr, closed);
             EXPECT_EQ(Open(First), closed ? 0 : 1);
         }
@@ -262,12 +262,12 @@ TEST_P(Choice, LeavesTheLastWordToTheHost) {
         Second = Add("Second");
         machine::TakeBoxes();
     }
-    EXPECT_EQ(met, 24);
+    EXPECT_EQ(tested, 24);
 }
 
-// In real time, with timer, capture and host each on their own thread: opened and closed at any
-// moment, and still listening at the end.
-TEST_F(Journey, ReopensUnderARunningTimer) {
+// On the real clock, with timer, capture and host on their own threads: opens and closes at various
+// moments, and still listens at the end.
+TEST_F(Scenario, ReopensUnderARunningTimer) {
     machine::UseRealClock();
     for (const DirectSound direct : {DirectSound::Present, DirectSound::Absent}) {
         SetDirectSound(direct);

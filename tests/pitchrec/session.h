@@ -1,4 +1,4 @@
-// The whole library with one MIDI output, as row 0 wants one, and the second row's settings.
+// A fixture with the whole library, one MIDI output and the settings of row 1.
 #pragma once
 
 #include "engine/driver_table.h"

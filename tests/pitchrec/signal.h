@@ -1,12 +1,12 @@
-// Random sound, for the recogniser against its model and the fast scan against the plain one.
+// Random sound for the comparisons of recogniser and model and of fast and plain scan.
 #pragma once
 
 #include <algorithm>
 #include <cmath>
 #include <random>
 
-// A melody of a sort: tones of all colours, glides, vibrato, noise, rests, clicks and steps, each a
-// few blocks long, at levels around the gates and above.
+// A random melody: tones of various timbres, glides, vibrato, noise, rests, clicks and steps, each
+// a few blocks long, at levels around the gate thresholds and above.
 class Signal {
 public:
     Signal(std::mt19937& random, double rate, double fullScale)

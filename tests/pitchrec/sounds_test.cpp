@@ -1,4 +1,4 @@
-// The recogniser on sounds whose notes are known. How it gets there is the model's to check.
+// The recogniser's notes for known sounds. model_test.cpp checks the steps of the analysis.
 #include "tests/pitchrec/player.h"
 
 #include <gtest/gtest.h>
@@ -11,7 +11,7 @@ namespace {
 using Messages = std::vector<std::uint32_t>;
 using Sonorel::NoNote;
 
-constexpr int LowestSteady = 45; // the few cycles of a lower voice can disagree
+constexpr int LowestSteady = 45; // a window holds too few cycles of a lower voice
 
 Sound Harmonics(double hertz, std::vector<double> gains) {
     return [=](int i) {
@@ -50,12 +50,12 @@ TEST(Sounds, EverySemitoneFromC2ToC7) {
             }
             EXPECT_GE(held, note >= LowestSteady ? 20 : 12);
             if (note >= LowestSteady) {
-                EXPECT_EQ(player.TakeMessages().size(), 1u);
+                EXPECT_EQ(player.PopMessages().size(), 1u);
             }
         }
 }
 
-// The octave of strong harmonics, clipping, and an offset that leaves the wave its crossings.
+// A strong third harmonic, clipping, and an offset that leaves the zero crossings.
 TEST(Sounds, OneNoteEach) {
     const std::pair<Sound, std::uint32_t> cases[] = {
         {Harmonics(220, {33, 0, 66}), 57},
@@ -65,23 +65,23 @@ TEST(Sounds, OneNoteEach) {
         Player player;
         player.Play(sound, 6);
         const auto velocity = static_cast<std::uint32_t>(player.Now().Amplitude & 0xFF);
-        EXPECT_EQ(player.TakeMessages(), Messages{0x900000u | note << 8 | velocity});
+        EXPECT_EQ(player.PopMessages(), Messages{0x900000u | note << 8 | velocity});
     }
 }
 
-// What is no tone gives few notes or none.
-TEST(Sounds, DoNotBecomeMelodiesThatNobodySang) {
+// Sound without pitch gives few notes or none.
+TEST(Sounds, NoiseGivesNoMelody) {
     std::mt19937 random(3);
     const std::pair<Sound, std::size_t> cases[] = {
         {Sine(29, 100), 0},
-        {[](int i) { return 60 + Sine(441, 50)(i); }, 0}, // lifted off zero
+        {[](int i) { return 60 + Sine(441, 50)(i); }, 0}, // offset: no zero crossings
         {[](int i) { return i % 9973 == 700 ? 120.0 : 0.0; }, 0},
         {[](int i) { return i / 4000 % 2 ? 90.0 : -90.0; }, 0},
         {[&](int) { return static_cast<double>(random() % 201) - 100; }, 63}};
     for (const auto& [sound, most] : cases) {
         Player player;
         player.Play(sound, 43 * 4);
-        EXPECT_LE(player.TakeEntries().size(), most);
+        EXPECT_LE(player.PopEntries().size(), most);
     }
 }
 
@@ -96,7 +96,7 @@ TEST(Sounds, AGlideStaysOnItsFirstNoteAndAFifthChangesIt) {
     EXPECT_EQ(player.Now().ActiveNote, 69);
     EXPECT_GT(player.Now().CentsOffset, 300);
     player.Play(Sine(932, 100), 8);
-    EXPECT_EQ(player.TakeMessages(), (Messages{0x904564, 0x804540, 0x905264}));
+    EXPECT_EQ(player.PopMessages(), (Messages{0x904564, 0x804540, 0x905264}));
 }
 
 } // namespace
