@@ -52,7 +52,7 @@ private:
         const std::uint64_t high = masks.Strong & ~masks.Negative & ~crossings;
         PeakCandidates[static_cast<std::size_t>(word)] = PositiveDominates ? high : low;
 
-        // Samples of this word that belong to the present segment or an older one.
+        // The samples of this word that are older than SegmentEnd.
         std::uint64_t remaining = word == 0 ? BitsBelow(WordLength - 1) : ~std::uint64_t{0};
         for (;;) {
             // The crossings that can start the cycle: those older than a strong sample of each
