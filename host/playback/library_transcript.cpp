@@ -18,14 +18,14 @@ constexpr int Step = 20; // milliseconds of sound between two looks
 std::vector<MIDIEvent> Listen(Session& session) {
     std::vector<MIDIEvent> records;
     session.Start({});
-    const Microphone& microphone = *session.Ear();
+    const Microphone& microphone = *session.VirtualMicrophone();
     Progress progress;
     for (int left = MicrophoneTail; left > 0 && !Interrupted();) {
         machine::Advance(Step);
-        Library::TakeReceived(records);
+        Library::ReadReceived(records);
         if (microphone.Ended()) left -= Step;
         if (!progress.Due()) continue;
-        const auto heard = static_cast<std::int64_t>(microphone.SecondsHeard() * 1000);
+        const auto heard = static_cast<std::int64_t>(microphone.SecondsCaptured() * 1000);
         const auto whole = static_cast<std::int64_t>(microphone.Seconds() * 1000);
         progress.Show(Bar(heard, whole, 30) + "  " + ClockText(heard) + " of " + ClockText(whole));
     }
@@ -40,9 +40,9 @@ std::vector<MIDIEvent> HearAsLibrary(const std::string& path, const std::string&
         throw HostError("\"" + path + "\" is no file; the library's microphone hears files only");
     }
     SessionPlan plan;
-    plan.Microphone = path;
-    plan.Joined = Cables::Nowhere;
-    plan.Listens = true;
+    plan.MicrophoneFile = path;
+    plan.Policy = DevicePolicy::NoDevices;
+    plan.MicrophoneOn = true;
     Session session({iniFolder, true}, plan);
     machine::UseSteppedClock();
     return Listen(session);

@@ -12,7 +12,7 @@ namespace zorhost {
 
 void Performance::Receive() {
     const std::size_t before = Incoming.size();
-    Library::TakeReceived(Incoming);
+    Library::ReadReceived(Incoming);
     for (std::size_t i = before; i < Incoming.size(); ++i) {
         Incoming[i].Time -= static_cast<std::int32_t>(PlayLead);
         if (Plan.Record) Plan.Record->Add(Incoming[i]);
@@ -112,7 +112,8 @@ void Performance::Run(const Microphone* mic) {
 std::vector<MIDIEvent> Performance::FromPorts() const {
     std::vector<MIDIEvent> records = Incoming;
     std::erase_if(records, [&](const MIDIEvent& record) {
-        return record.Status >= 0xF0 || (Plan.SoundFile && record.Channel == MicrophoneChannel - 1);
+        return record.Status >= 0xF0 ||
+               (Plan.SoundFile && record.Channel == MicrophoneFileChannel - 1);
     });
     return records;
 }
@@ -120,7 +121,7 @@ std::vector<MIDIEvent> Performance::FromPorts() const {
 std::vector<Note> Performance::Heard() const {
     std::vector<MIDIEvent> records;
     for (MIDIEvent record : Incoming) {
-        if (record.Channel != MicrophoneChannel - 1 || record.Status >= 0xF0) continue;
+        if (record.Channel != MicrophoneFileChannel - 1 || record.Status >= 0xF0) continue;
         record.Time -= static_cast<std::int32_t>(MicStart);
         records.push_back(record);
     }

@@ -21,7 +21,7 @@ namespace {
 
 midifile::Bytes ReadBytes(const std::string& path) {
     if (std::filesystem::is_directory(path)) Refuse(path, "is a folder");
-    const WaitEndsAtInterrupt wait;
+    const InterruptibleReads wait;
     const auto close = [](std::FILE* file) { std::fclose(file); };
     const std::unique_ptr<std::FILE, decltype(close)> file(std::fopen(path.c_str(), "rb"), close);
     midifile::Bytes bytes;

@@ -63,7 +63,7 @@ OutputFile::~OutputFile() {
 }
 
 void OutputFile::OpenStream() {
-    const WaitEndsAtInterrupt wait;
+    const InterruptibleReads wait;
     if (Named != "/dev/stdout") {
         Stream = open(Named.c_str(), O_WRONLY | O_CLOEXEC); // waits for a reader
     } else {
@@ -106,7 +106,7 @@ void OutputFile::Replace(midifile::ByteSpan bytes) const {
 }
 
 void OutputFile::Write(midifile::ByteSpan bytes) const {
-    const InterruptsHeld untilWritten;
+    const ForcedExitBlocker untilWritten;
     if (Stream < 0) return Replace(bytes);
     if (!WriteAll(Stream, bytes)) CannotWrite(Named, std::strerror(errno));
 }

@@ -62,7 +62,7 @@ std::string Take::Keep(const RecordingPlan& plan) {
 }
 
 void Take::Finish(const RecordingPlan& plan) {
-    const InterruptsHeld untilSafe;
+    const ForcedExitBlocker untilSafe;
     try {
         WriteRecording(All, plan, File);
         if (Safe) Safe->Remove();

@@ -79,7 +79,7 @@ SoundFile::SoundFile(const std::string& path, const Mixing& how) : Mix(how) {
 }
 
 void SoundFile::OpenStream(const std::string& path) {
-    const WaitEndsAtInterrupt wait;
+    const InterruptibleReads wait;
     Stream.reset(path == StandardInput ? fdopen(dup(STDIN_FILENO), "rb")
                                        : std::fopen(path.c_str(), "rb"));
     struct stat about = {};

@@ -10,7 +10,7 @@ namespace {
 HANDLE FileOf(std::intptr_t handle) { return reinterpret_cast<HANDLE>(handle); }
 } // namespace
 
-// Others may read it, and take it away once it is done; none may open it to write.
+// Other processes may read the file, and delete it once it is closed, but not open it for writing.
 JournalFile::JournalFile(const std::string& path, Which which) : Path(path) {
     const HANDLE file = CreateFileA(
         path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,

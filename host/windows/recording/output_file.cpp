@@ -18,21 +18,21 @@ namespace {
                     std::system_category().message(static_cast<int>(error)));
 }
 
-// Where a file is made before it takes its place; the next one takes it again if the machine stops
-// meanwhile.
-std::string FreshFor(const std::string& path) {
+// Returns the temporary path at which a file is written before it replaces the one at path. If the
+// computer stops meanwhile, the next write uses the same path.
+std::string TemporaryFor(const std::string& path) {
     const fs::path whole(path);
     return (whole.parent_path() / ("." + whole.filename().string() + ".new")).string();
 }
 
-HANDLE Open(const std::string& path, DWORD how) {
-    return CreateFileA(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, how,
+HANDLE Open(const std::string& path, DWORD creation) {
+    return CreateFileA(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, creation,
                        FILE_ATTRIBUTE_NORMAL, nullptr);
 }
 
 } // namespace
 
-// Tried at once, which tells whether it can be written.
+// Opens the file once, to report early if it cannot be written.
 OutputFile::OutputFile(const std::string& path) : Named(path) {
     if (fs::is_directory(path))
         throw HostError("\"" + path + "\" cannot be written: it is a folder");
@@ -43,16 +43,16 @@ OutputFile::OutputFile(const std::string& path) : Named(path) {
 OutputFile::~OutputFile() = default;
 
 void OutputFile::CheckFile() const {
-    const std::string fresh = FreshFor(Real);
-    const HANDLE handle = Open(fs::exists(Real) ? Real : fresh, OPEN_ALWAYS);
+    const std::string temporary = TemporaryFor(Real);
+    const HANDLE handle = Open(fs::exists(Real) ? Real : temporary, OPEN_ALWAYS);
     if (handle == INVALID_HANDLE_VALUE) CannotWrite(Named, GetLastError());
     CloseHandle(handle);
-    DeleteFileA(fresh.c_str());
+    DeleteFileA(temporary.c_str());
 }
 
-// Beside the file first, so that one that was there is there until the new one is whole.
+// Writes beside the file first, so that an older file exists until the new one is complete.
 void OutputFile::Replace(midifile::ByteSpan bytes) const {
-    const std::string fresh = FreshFor(Real);
+    const std::string temporary = TemporaryFor(Real);
     const HANDLE handle = Open(fresh, CREATE_ALWAYS);
     if (handle == INVALID_HANDLE_VALUE) CannotWrite(Named, GetLastError());
     DWORD done = 0, error = 0;
@@ -60,15 +60,15 @@ void OutputFile::Replace(midifile::ByteSpan bytes) const {
     if (!WriteFile(handle, bytes.data(), size, &done, nullptr) || !FlushFileBuffers(handle))
         error = GetLastError();
     CloseHandle(handle);
-    if (error == 0 && !MoveFileExA(fresh.c_str(), Real.c_str(), MOVEFILE_REPLACE_EXISTING))
+    if (error == 0 && !MoveFileExA(temporary.c_str(), Real.c_str(), MOVEFILE_REPLACE_EXISTING))
         error = GetLastError();
     if (error == 0) return;
-    DeleteFileA(fresh.c_str());
+    DeleteFileA(temporary.c_str());
     CannotWrite(Named, error);
 }
 
 void OutputFile::Write(midifile::ByteSpan bytes) const {
-    const InterruptsHeld untilWritten;
+    const ForcedExitBlocker untilWritten;
     Replace(bytes);
 }
 
