@@ -53,7 +53,7 @@ void OutputFile::CheckFile() const {
 // Writes beside the file first, so that an older file exists until the new one is complete.
 void OutputFile::Replace(midifile::ByteSpan bytes) const {
     const std::string temporary = TemporaryFor(Real);
-    const HANDLE handle = Open(fresh, CREATE_ALWAYS);
+    const HANDLE handle = Open(temporary, CREATE_ALWAYS);
     if (handle == INVALID_HANDLE_VALUE) CannotWrite(Named, GetLastError());
     DWORD done = 0, error = 0;
     const auto size = static_cast<DWORD>(bytes.size());
