@@ -9,6 +9,7 @@ namespace zorhost {
 
 namespace {
 
+// Formats a number without trailing zeros.
 std::string Number(double value) {
     char text[32];
     std::snprintf(text, sizeof text, "%.10g", value);

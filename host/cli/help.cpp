@@ -32,6 +32,7 @@ struct Page {
     std::string Footer;
 };
 
+// Options without a group are hidden.
 std::vector<const CLI::Option*> ShownOptions(const CLI::App& app) {
     std::vector<const CLI::Option*> shown;
     for (const CLI::Option* option : app.get_options()) {
@@ -40,6 +41,7 @@ std::vector<const CLI::Option*> ShownOptions(const CLI::App& app) {
     return shown;
 }
 
+// Returns "-o, --out".
 std::string OptionLabel(const CLI::Option& option) {
     std::string names;
     for (const std::string& name : option.get_snames()) names += "-" + name + ", ";
@@ -47,6 +49,7 @@ std::string OptionLabel(const CLI::Option& option) {
     return names.substr(0, names.size() - 2);
 }
 
+// The text gets the limits, the default and the excluded options from the declaration.
 Entry MakeEntry(const CLI::Option& option) {
     Entry entry{option.get_positional() ? option.get_name() : OptionLabel(option),
                 option.get_description()};
@@ -79,6 +82,7 @@ Page MakePage(const CLI::App& app, const std::string& name) {
     return page;
 }
 
+// Formats a section of the help: names on the left, texts wrapped beside them.
 std::string Rendered(const std::string& title, const std::vector<Entry>& entries, int width) {
     std::string text = entries.empty() ? "" : "\n" + title + (title.empty() ? "" : "\n");
     const int column = width < NarrowColumns ? NarrowTextColumn : TextColumn;
@@ -92,6 +96,7 @@ std::string Rendered(const std::string& title, const std::vector<Entry>& entries
     return text;
 }
 
+// Replaces the layout of the parser's own help.
 class Format : public CLI::FormatterBase {
 public:
     std::string make_help(const CLI::App* app, std::string name,
@@ -138,6 +143,7 @@ std::string TroffEntries(const std::vector<Entry>& entries) {
     return text;
 }
 
+// Formats a command and its subcommands as subsections of the manual page.
 std::string TroffCommand(const CLI::App& app, const std::string& name) {
     const Page page = MakePage(app, name);
     std::string text = ".SS \"" + Troff(page.Usage) + "\"\n" + Troff(page.About) + "\n" +
@@ -221,7 +227,7 @@ std::vector<std::string> Completions(const CLI::App& app, const std::vector<std:
 
 std::string Nearest(const std::string& typed, const std::vector<std::string>& known) {
     std::string best;
-    std::size_t least = 1 + typed.size() / 3;
+    std::size_t least = 1 + typed.size() / 3; // more differences are not similar
     for (const std::string& name : known) {
         const std::size_t distance = Distance(typed, name);
         if (distance > least || (distance == least && !best.empty())) continue;

@@ -111,6 +111,7 @@ std::string StateText(const Row& row) {
     return "shared with " + users;
 }
 
+// A line per device: number, name, state and the port that uses it.
 void PrintText(const char* title, const Rows& rows, const std::string& warning = "") {
     std::printf("%s\n", title);
     for (const Row& row : rows) {
@@ -137,6 +138,7 @@ void PrintJson(const Rows& rows) {
     }
 }
 
+// A line per port: its row, channels, the name in the settings and the device that it opens.
 void PrintPorts(const char* kind, const std::vector<Port>& ports) {
     for (const Port& port : ports) {
         std::string note;

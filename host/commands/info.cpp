@@ -50,6 +50,7 @@ void AddMessage(TrackInfo& info, const midifile::TrackEvent& event) {
     info.Highest = std::max<int>(info.Highest, event.Data[0]);
 }
 
+// Names a track by its first name event. Notes on channel 10 count as drums.
 TrackInfo InfoOf(const std::vector<midifile::TrackEvent>& track) {
     TrackInfo info;
     for (const midifile::TrackEvent& event : track) {
@@ -61,6 +62,7 @@ TrackInfo InfoOf(const std::vector<midifile::TrackEvent>& track) {
     return info;
 }
 
+// Returns the values separated by commas.
 template <typename Range>
 std::string Joined(const Range& values) {
     std::string text;

@@ -64,6 +64,7 @@ private:
     std::int64_t EndTime = -1;      // of the sound file, in the time base; below 0 until it ends
 };
 
+// Reads the input queue, so that it cannot overflow; prints and records with --as-library only.
 void Listener::ReadLibrary() {
     std::vector<MIDIEvent> records;
     Library::ReadReceived(records);
@@ -118,6 +119,7 @@ std::size_t Listener::Notes() const {
     return Options.AsLibrary ? LibraryNotes : Decoder.Notes().size();
 }
 
+// Shows the greatest level since the last call, and the current pitch.
 void Listener::ShowMeter() {
     if (Frames.empty() || !Meter.Due()) return;
     int level = 0;
@@ -130,6 +132,7 @@ void Listener::ShowMeter() {
     Decoded = 0;
 }
 
+// True after Ctrl-C, the given time, or the end of the sound file and the tail after it.
 bool Listener::IsOver() {
     const std::int64_t now = ZorTimeMIDI(0);
     if (Interrupted() ||

@@ -32,6 +32,8 @@ struct PlayOptions {
     std::string WrittenFile;
 };
 
+// Compares the last pass with the records received from the ports. Throws HostError if any was lost
+// or changed. Both have times in milliseconds from the start of the music.
 void PrintReport(const Performance& performance) {
     std::vector<MIDIEvent> sent = performance.Of().Pass();
     for (MIDIEvent& record : sent) record.Time -= static_cast<std::int32_t>(PlayLead);
@@ -40,6 +42,7 @@ void PrintReport(const Performance& performance) {
     if (!result.Clean()) throw HostError("some messages were lost or changed on the way back");
 }
 
+// Reads the notes of a MIDI file, with times in milliseconds. All channels become one.
 std::vector<Note> WrittenNotes(const std::string& path) {
     const midifile::Song file = ReadSong(path);
     std::vector<MIDIEvent> records;
@@ -52,6 +55,7 @@ std::vector<Note> WrittenNotes(const std::string& path) {
     return PairNotes(records, file.Map.MicrosecondsAt(file.EndTick) / 1000);
 }
 
+// Prints both melodies side by side, and how many notes agree.
 void PrintMelody(const std::vector<Note>& written, const std::vector<Note>& heard) {
     const SideBySide result = CompareMelodies(written, heard);
     std::printf("Melody as written, and as detected by the microphone\n%s", result.Text.c_str());
@@ -60,6 +64,7 @@ void PrintMelody(const std::vector<Note>& written, const std::vector<Note>& hear
                 result.Strange == 1 ? "was" : "were");
 }
 
+// option: for the message. Throws HostError if the song ends before the bar.
 std::int64_t TickOfBar(const midifile::Song& song, std::int64_t bar, const char* option) {
     const std::int64_t tick = song.Map.TickOfBar(bar);
     if (tick <= song.EndTick) return tick;
@@ -98,6 +103,7 @@ Route MakeRoute(const PlayOptions& options, const midifile::Song& song) {
     return route;
 }
 
+// Throws HostError if the file cannot be read or no notes remain to be played.
 midifile::Song ReadEditedSong(const PlayOptions& options) {
     midifile::Song song = ReadSong(options.Song.File, options.Song.Strict);
     CheckNotEmpty(song, options.Song.File);
@@ -168,6 +174,8 @@ void AddChanges(const Command& command, PlayOptions& options) {
     }
 }
 
+// A loop has no end, and repeats the same bars: neither a recording by the song's bar lines nor a
+// comparison fits it.
 void CheckLoop(const PlayOptions& options) {
     if (options.IsLooped && !options.RecordFile.empty()) {
         throw HostError(

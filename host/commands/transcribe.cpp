@@ -55,6 +55,7 @@ struct Result {
     double Work = 0; // seconds that the analysis took
 };
 
+// Runs the pipeline, or with --as-library the library itself for the notes. Throws HostError.
 Result Analyse(const GlobalOptions& global, const TranscribeOptions& options) {
     const auto begin = std::chrono::steady_clock::now();
     Result result;
@@ -75,6 +76,7 @@ Result Analyse(const GlobalOptions& global, const TranscribeOptions& options) {
     return result;
 }
 
+// Throws HostError with the reason if the sound cannot contain a note.
 void CheckAudible(const HeardSound& sound, const TranscribeOptions& options) {
     const std::string name = "\"" + options.File + "\" is ";
     if (sound.Seconds < MinSeconds) {
@@ -123,6 +125,7 @@ void WriteMidi(const Result& result, const TranscribeOptions& options, OutputFil
                  file.Path().c_str(), tempo);
 }
 
+// The title is the name of the sound file. Throws HostError.
 void WriteScore(const Result& result, const TranscribeOptions& options, const OutputFile& file) {
     if (result.Melody.Notes.empty()) throw HostError("no notes detected, no score written");
     std::vector<score::HeardNote> melody;
@@ -146,6 +149,7 @@ void WriteScore(const Result& result, const TranscribeOptions& options, const Ou
         .Print();
 }
 
+// Opens the output files first, so that a path that cannot be written fails before the analysis.
 void Run(const GlobalOptions& global, const TranscribeOptions& options) {
     std::unique_ptr<OutputFile> midiFile;
     std::unique_ptr<OutputFile> scoreFile;

@@ -27,6 +27,7 @@ void PlayedFile::RewindIfReadable() try { Rewind(); } catch (const HostError&) {
     Truncated = true;
 }
 
+// Decodes up to a frame into the ring, overwriting frames that are RingFrames older.
 void PlayedFile::DecodeTo(std::uint64_t end) {
     while (Source && Decoded < end) {
         const std::size_t offset = Decoded % Ring.size();
@@ -39,6 +40,7 @@ void PlayedFile::DecodeTo(std::uint64_t end) {
     }
 }
 
+// A request far behind the decoded frames means that a new capture has begun at the start.
 void PlayedFile::Fill(const machine::FeedRequest& request) {
     const std::scoped_lock lock(Lock);
     Captured = request.First + request.Samples.size() / request.Channels;

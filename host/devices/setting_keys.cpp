@@ -36,6 +36,7 @@ Devices Sorted(Devices devices) {
     return devices;
 }
 
+// Stores ID and name of the device in the row.
 void SetDevice(PortSetting& row, const MidiDevice& device) {
     row.Device = device.ID;
     std::memcpy(row.Name, device.Name, sizeof row.Name);
@@ -55,6 +56,7 @@ void MatchStoredName(PortSetting& row, const Devices& devices) {
     SetDevice(row, length > 0 && found != devices.end() ? *found : *none);
 }
 
+// key: for the message. Throws HostError if the text is not a number in the range.
 int Number(const std::string& key, const std::string& text, int first, int last) {
     int number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
@@ -74,6 +76,7 @@ Key NumberKey(const std::string& name, Value& value, int first, int last) {
             }};
 }
 
+// The devices must outlive the key.
 Key DeviceKey(const std::string& name, PortSetting& row, const Devices& devices) {
     return {name, [&row] { return std::string(row.Name); },
             [name, &row, &devices](const std::string& wanted) {
@@ -99,7 +102,9 @@ const char* FirstDuplicate(const PortSetting (&rows)[PortRows]) {
 class Draft {
 public:
     virtual ~Draft() = default;
+    // Prints the devices that the settings can name, as comment lines.
     virtual void PrintChoices() const {}
+    // Writes the ini file. Throws HostError.
     virtual void Store() = 0;
     std::vector<Key> Keys;
 
@@ -138,6 +143,7 @@ public:
     }
 
 private:
+    // Adds name and base channel of each row. side: "In" or "Out", the prefix of the keys.
     void AddSide(const char* side, PortSetting (&rows)[PortRows], const Devices& devices) {
         for (int row = 0; row < PortRows; ++row) {
             const std::string kind = side, number = std::to_string(row + 1);

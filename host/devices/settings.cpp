@@ -20,6 +20,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// Without choices such as "(none)" and the default output, whose IDs are negative.
 std::vector<std::string> Names(const std::vector<MidiDevice>& choices) {
     std::vector<std::string> names;
     for (const MidiDevice& device : choices)
@@ -45,6 +46,7 @@ std::string Lower(std::string text) {
     return text;
 }
 
+// Returns the names as indented lines, for messages.
 std::string Listed(const std::vector<std::string>& names) {
     std::string text;
     for (const std::string& name : names) text += "\n  " + name;
@@ -76,6 +78,7 @@ std::string Resolve(const std::string& wanted, const std::vector<std::string>& p
                     (present.empty() ? ": there is none" : "; available:" + Listed(present)));
 }
 
+// Throws HostError if a device is given twice, or there are more devices than ports.
 std::vector<std::string> ResolveAll(const std::vector<std::string>& wanted,
                                     const std::vector<std::string>& present,
                                     const std::string& kind) {
@@ -201,6 +204,7 @@ SessionSettings::SessionSettings(const std::string& folder, const SettingOverrid
         if (fs::exists(original)) fs::copy_file(original, Path);
         WritePorts(Path, "In", inputs, 16);
         WritePorts(Path, "Out", outputs, 0);
+        // Row 0 is the first input, which drives external sync in this session.
         if (!inputs.empty()) Write(Path, "MMEDRVR", "SyncMaster", "0");
         if (overrides.MicrophoneOn) Write(Path, "PRECDRVR", "EnablePitchRec", "1");
         if (overrides.MicrophoneChannel > 0) {

@@ -29,6 +29,7 @@ int TerminalWidth() {
     return columns > 0 ? columns : 80;
 }
 
+// A background process would be stopped by SIGTTOU if it changed the terminal, so it does not.
 Keys::Keys() {
     termios present = {};
     if (!IsTerminal(STDERR_FILENO) || tcgetattr(STDIN_FILENO, &present) != 0 ||
@@ -39,7 +40,7 @@ Keys::Keys() {
     IsWorking = true;
     SetForcedExitHandler(Restore);
     present.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
-    present.c_cc[VMIN] = 0;
+    present.c_cc[VMIN] = 0; // read does not wait
     present.c_cc[VTIME] = 0;
     tcsetattr(STDIN_FILENO, TCSANOW, &present);
 }
@@ -49,6 +50,7 @@ Keys::~Keys() {
     SetForcedExitHandler(nullptr);
 }
 
+// Arrows and Home arrive as escape sequences of three bytes: ESC [ C.
 Key Keys::Next() {
     char bytes[8] = {};
     if (!IsWorking) return Key::None;

@@ -13,6 +13,7 @@ volatile std::sig_atomic_t interrupted = 0;
 volatile std::sig_atomic_t exitBlockers = 0;
 std::atomic<void (*)()> forcedExitHandler{nullptr};
 
+// Signal handler. Only async-signal-safe calls are allowed here.
 void OnSignal(int signal) {
     if (interrupted && !exitBlockers && signal != SIGHUP) {
         if (void (*const handler)() = forcedExitHandler.load(std::memory_order_relaxed)) handler();
@@ -22,6 +23,7 @@ void OnSignal(int signal) {
     interrupted = 1;
 }
 
+// flags: SA_RESTART for reads that continue after a signal, 0 for reads that fail with EINTR.
 void Catch(int flags) {
     struct sigaction action = {};
     action.sa_handler = OnSignal;

@@ -16,6 +16,7 @@ std::size_t CharacterSize(const std::string& text, std::size_t at) {
     if (first < 0x80) return 1;
     if (first >= 0xC2 && first < 0xE0) return continues(1) ? 2 : 0;
     const unsigned firstTwo = first << 8 | byte(1);
+    // Not valid: longer encodings of shorter characters, and surrogates.
     const bool overlong =
         (firstTwo >= 0xE080 && firstTwo < 0xE0A0) || (firstTwo >= 0xF080 && firstTwo < 0xF090);
     const bool surrogate = firstTwo >= 0xEDA0 && firstTwo < 0xEDC0;

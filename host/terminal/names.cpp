@@ -10,6 +10,7 @@ namespace zorhost {
 
 namespace {
 
+// A word for --filter, and the masks of ZorFilterMIDI that remove its messages.
 struct FilterWord {
     const char* Word;
     Filter Masks;
@@ -32,6 +33,7 @@ constexpr std::array<FilterWord, 14> Words = {{
     {"transport", {SystemClass, 1 << 10 | 1 << 11 | 1 << 12}},
 }};
 
+// For system messages without data bytes.
 const char* SystemText(std::uint8_t status) {
     switch (status) {
     case 0xF6:

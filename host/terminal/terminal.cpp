@@ -78,6 +78,7 @@ std::string Wrapped(const std::string& text, int width, int indent, int first) {
     return all;
 }
 
+// Formats twice: once to measure, once to print.
 void PrintRow(int indent, const char* format, ...) {
     va_list values, again;
     va_start(values, format);
