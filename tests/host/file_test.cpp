@@ -82,10 +82,10 @@ TEST(CommandLines, ThatAreInvalidExitWithTwo) {
     setenv("COLUMNS", "80", 1);
     for (const auto& [line, expected] :
          {std::pair("play --help",
-                    "\n  --tempo PERCENT       Tempo in percent of the written one (5 to "
-                    "5000, default\n                        100)\n"),
-          std::pair("record --help",
-                    "\n                        a bar if not 4. Not with --overdub\n")}) {
+                    "\n  --tempo PERCENT       Tempo in percent of the written tempo (5 to 5000,\n"
+                    "                        default 100)\n"),
+          std::pair("record --help", "beats per bar if not 4. Cannot be combined\n"
+                                     "                        with --overdub\n")}) {
         const Result help = RunZorhost(line);
         EXPECT_EQ(help.Code, 0);
         EXPECT_NE(help.Out.find(expected), std::string::npos) << help.Out;
