@@ -138,9 +138,9 @@ void WriteScore(const Heard& heard, const TranscribeOptions& options, const Outp
     if (!options.AsJson) return;
     Json()
         .Add("kind", "score")
-        .Add("meter", written.Meter())
-        .Add("key", written.In.Name())
-        .Add("tempo", written.Of.QuartersPerMinute)
+        .Add("meter", written.TimeSignature())
+        .Add("key", written.Key.Name())
+        .Add("tempo", written.Rhythm.QuartersPerMinute)
         .Add("bars", written.Bars.size())
         .Print();
 }
