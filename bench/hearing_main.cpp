@@ -122,7 +122,7 @@ void Decode(benchmark::State& state, int lag) {
     hearing::Decoder decoder(lag);
     std::size_t next = 0;
     for (auto _ : state) {
-        decoder.Take(sound.Frames[next]);
+        decoder.Feed(sound.Frames[next]);
         next = (next + 1) % sound.Frames.size();
     }
 }

@@ -78,7 +78,7 @@ void Listener::TakeFromLibrary() {
 }
 
 void Listener::Decode() {
-    for (; Decoded < Frames.size(); ++Decoded) Decoder.Take(Frames[Decoded].Of);
+    for (; Decoded < Frames.size(); ++Decoded) Decoder.Feed(Frames[Decoded].Of);
     PrintDecoded();
     Keep();
 }

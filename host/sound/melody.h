@@ -14,8 +14,8 @@ struct Note {
     std::int64_t End;
     int Key;
     int Velocity;
-    double Pitch = 0;    // exact, a MIDI number with fractions; 0 if it was not measured
-    double Sureness = 0; // 0 to 1
+    double Pitch = 0;      // exact, a MIDI number with fractions; 0 if it was not measured
+    double Confidence = 0; // 0 to 1
 };
 
 // Pairs the records of one voice; a note that no note off ends goes on to end. By Start.

@@ -205,10 +205,10 @@ void Row::DrawNote(const Note& note) {
     const std::string name = NoteName(note.Key);
     Append(Svg,
            "<rect x='%.1f' y='%.1f' width='%.1f' height='%.1f' rx='2' fill='#4f8fd6' "
-           "fill-opacity='0.5' stroke='#2f6cb0'><title>%s, %.3f s to %.3f s, velocity %d, %.0f%% "
-           "sure</title></rect>\n",
+           "fill-opacity='0.5' stroke='#2f6cb0'><title>%s, %.3f s to %.3f s, velocity %d, "
+           "confidence %.0f%%</title></rect>\n",
            x, Y(note.Key + 0.5), width, Scale.KeyHeight, name.c_str(), start, end, note.Velocity,
-           note.Sureness * 100);
+           note.Confidence * 100);
     if (note.Pitch > 0) {
         Append(Svg, "<path d='M%.1f %.1fh%.1f' stroke='#1c4f8a' stroke-width='1.5'/>\n", x,
                Y(note.Pitch), width);

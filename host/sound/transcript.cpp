@@ -90,13 +90,13 @@ void AddBends(const Note& note, const HeardSound& sound, std::vector<MIDIEvent>&
 
 // In 32 columns.
 void PrintNarrow(const Transcript& transcript) {
-    std::printf("     start  note  cents     sure\n");
+    std::printf("     start  note  cents    conf.\n");
     for (const Note& note : transcript.Notes) {
         std::printf("%8.3f s  %-5s", static_cast<double>(note.Start) / 1000,
                     NoteName(note.Key).c_str());
         if (note.Pitch != 0)
             std::printf(" %+5ld    %4.0f%%", std::lround(CentsOff(note, transcript)),
-                        note.Sureness * 100);
+                        note.Confidence * 100);
         std::printf("\n");
     }
 }
@@ -110,7 +110,7 @@ Note ToKey(const hearing::Note& note, double tuning) {
             key,
             std::clamp(note.Level, 1, 127),
             note.Pitch,
-            note.Sureness};
+            note.Confidence};
 }
 
 Transcript Decode(const HeardSound& sound, Loudness loudness) {
@@ -118,7 +118,7 @@ Transcript Decode(const HeardSound& sound, Loudness loudness) {
     const bool live = loudness == Loudness::Followed;
     if (!live) transcript.Tuning = hearing::TuningOf(sound.Frames);
     hearing::Decoder decoder(live ? hearing::LiveLag : hearing::FileLag, transcript.Tuning);
-    for (const hearing::Frame& frame : sound.Frames) decoder.Take(frame);
+    for (const hearing::Frame& frame : sound.Frames) decoder.Feed(frame);
     decoder.Finish();
     for (const hearing::Note& note : decoder.Notes()) {
         transcript.Notes.push_back(ToKey(note, transcript.Tuning));
@@ -131,7 +131,7 @@ void PrintNotes(const Transcript& transcript) {
         PrintNarrow(transcript);
         return;
     }
-    std::printf("    no      start     length  note  cents  velocity   sure\n");
+    std::printf("    no      start     length  note  cents  velocity  conf.\n");
     int number = 0;
     for (const Note& note : transcript.Notes) {
         std::printf("%6d %8.3f s %8.3f s  %-5s", ++number, static_cast<double>(note.Start) / 1000,
@@ -141,7 +141,7 @@ void PrintNotes(const Transcript& transcript) {
             continue;
         }
         std::printf(" %+5ld %9d %5.0f%%\n", std::lround(CentsOff(note, transcript)), note.Velocity,
-                    note.Sureness * 100);
+                    note.Confidence * 100);
     }
 }
 
@@ -167,7 +167,7 @@ void PrintJson(const Transcript& transcript, const HeardSound& sound) {
         object.Add("end", static_cast<double>(note.End) / 1000).Add("key", note.Key);
         object.Add("name", NoteName(note.Key)).Add("velocity", note.Velocity);
         if (note.Pitch != 0) {
-            object.Add("cents", CentsOff(note, transcript)).Add("sureness", note.Sureness);
+            object.Add("cents", CentsOff(note, transcript)).Add("confidence", note.Confidence);
         }
         object.Print();
     }
