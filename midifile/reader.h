@@ -1,7 +1,7 @@
 // Reads MIDI files as people have them.
 #pragma once
 
-#include "midifile/findings.h"
+#include "midifile/warnings.h"
 #include "midifile/song.h"
 
 namespace midifile {

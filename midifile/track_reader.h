@@ -1,7 +1,7 @@
 // The events of one track of a MIDI file, one after the other.
 #pragma once
 
-#include "midifile/findings.h"
+#include "midifile/warnings.h"
 #include "midifile/song.h"
 
 #include <cstddef>

@@ -1,6 +1,6 @@
 #include "midifile/writer.h"
 
-#include "midifile/findings.h"
+#include "midifile/warnings.h"
 
 #include <algorithm>
 #include <bit>

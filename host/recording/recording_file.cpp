@@ -2,7 +2,7 @@
 
 #include "host/terminal/host_error.h"
 #include "host/terminal/progress.h"
-#include "midifile/findings.h"
+#include "midifile/warnings.h"
 
 #include <algorithm>
 #include <map>

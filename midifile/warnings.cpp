@@ -1,4 +1,4 @@
-#include "midifile/findings.h"
+#include "midifile/warnings.h"
 
 #include <algorithm>
 
