@@ -1,4 +1,4 @@
-// What a MIDI file has that it should not have, and what was done about it.
+// Faults that were found while reading a MIDI file, and how each was repaired.
 #pragma once
 
 #include <cstddef>
@@ -8,27 +8,28 @@
 
 namespace midifile {
 
-// Why a file cannot be read, as text that goes on after its name: "is not a MIDI file".
+// Why a file cannot be read or written. The text continues a sentence that begins with the file's
+// name: "is not a MIDI file".
 class Error : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-// Gathers one line for each kind of fault, with the place of the first and the count of all.
-class Findings {
+// Collects one line per kind of fault, with the location of the first one and the number of all.
+class Warnings {
 public:
-    // strict: the first finding is thrown as an Error.
-    explicit Findings(bool strict) : Strict(strict) {}
+    // strict: Add throws an Error instead.
+    explicit Warnings(bool strict) : Strict(strict) {}
 
-    // what: the kind, "bytes that fit nowhere are left out"; place: "track 2", may be empty; byte:
-    // counted in the file, 0 for none.
-    void Add(const std::string& what, const std::string& place = {}, std::size_t byte = 0);
+    // text: the kind of fault and its repair, "bytes between tracks are ignored". location: "track
+    // 2", or empty. byte: offset in the file, 0 for none.
+    void Add(const std::string& text, const std::string& location = {}, std::size_t byte = 0);
     std::vector<std::string> Lines() const;
 
 private:
     struct Kind {
-        std::string What;
-        std::string FirstPlace;
+        std::string Text;
+        std::string FirstLocation;
         std::size_t Count;
     };
     bool Strict;

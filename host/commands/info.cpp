@@ -81,7 +81,7 @@ double Seconds(const Song& song) {
 
 // What a player may trip over, beside what was put right.
 std::vector<std::string> Warnings(const Song& song) {
-    std::vector<std::string> lines = song.Findings;
+    std::vector<std::string> lines = song.Warnings;
     if (song.SystemExclusive > 0) {
         lines.push_back(Counted(song.SystemExclusive, "system exclusive message") +
                         ", which play leaves out");

@@ -77,7 +77,7 @@ bool IsNote(const Event& event) { return event.Status < 0xB0 && (event.Status & 
 midifile::Song ReadSongQuietly(const std::string& path, bool strict) {
     try {
         return midifile::Read(ReadBytes(path),
-                              strict ? midifile::Care::Strict : midifile::Care::Lenient);
+                              strict ? midifile::ParseMode::Strict : midifile::ParseMode::Lenient);
     } catch (const midifile::Error& error) {
         Refuse(path, error.what());
     }
@@ -86,7 +86,7 @@ midifile::Song ReadSongQuietly(const std::string& path, bool strict) {
 midifile::Song ReadSong(const std::string& path, bool strict) {
     midifile::Song song = ReadSongQuietly(path, strict);
     const std::string name = std::filesystem::path(path).filename().string();
-    for (const std::string& line : song.Findings) {
+    for (const std::string& line : song.Warnings) {
         std::fprintf(stderr, "%s: %s\n", name.c_str(), line.c_str());
     }
     if (song.SystemExclusive > 0) {

@@ -1,9 +1,9 @@
 #include "host/recording/journal.h"
 
+#include "host/recording/recording_file.h"
 #include "host/terminal/host_error.h"
 #include "host/terminal/names.h"
 #include "host/terminal/progress.h"
-#include "host/recording/recording_file.h"
 #include "midifile/reader.h"
 
 #include <algorithm>
@@ -123,10 +123,10 @@ Journal::Journal(const std::string& target)
 
 bool Journal::Begin() {
     Sure.Track.AddText(0, midifile::MetaText, Mark);
-    const midifile::Bytes body = Sure.Track.TakeBody();
+    const midifile::Bytes body = Sure.Track.ReleaseBody();
     const midifile::ByteSpan end = midifile::EndOfTrack();
-    const midifile::Bytes heads =
-        Joined(midifile::FileHead(0, 1, Ticks), midifile::TrackHead(body.size() + end.size()), {});
+    const midifile::Bytes heads = Joined(midifile::FileHeader(0, 1, Ticks),
+                                         midifile::TrackHeader(body.size() + end.size()), {});
     Size = body.size();
     return File.Put(Joined(heads, body, end), 0);
 }
@@ -167,7 +167,7 @@ midifile::Bytes Journal::Tail() const {
     Events last = Sure;
     for (const MIDIEvent& record : Pending) last.Add(record);
     for (const MIDIEvent& record : Held) last.Add(record);
-    return last.Track.TakeBody();
+    return last.Track.ReleaseBody();
 }
 
 // The events and a new end in one, over the old end; then the length. In the moment between, the
@@ -176,7 +176,7 @@ bool Journal::Write(std::int32_t now, bool all) {
     if (!all && now - Written < Pause) return Unwritten.empty();
     Written = now;
     TakePending(all ? INT32_MAX : now - Late);
-    const midifile::Bytes fresh = Sure.Track.TakeBody();
+    const midifile::Bytes fresh = Sure.Track.ReleaseBody();
     Unwritten.insert(Unwritten.end(), fresh.begin(), fresh.end());
     const midifile::Bytes tail = Tail();
     if (Unwritten.empty() && tail == LastTail) return true;
@@ -186,7 +186,7 @@ bool Journal::Write(std::int32_t now, bool all) {
         static_cast<void>(File.Put(asItWas, BodyPlace + Size));
         return false;
     }
-    const midifile::Bytes head = midifile::TrackHead(Size + body.size());
+    const midifile::Bytes head = midifile::TrackHeader(Size + body.size());
     if (!File.Put(midifile::ByteSpan(head).subspan(4), LengthPlace)) return false;
     Size += Unwritten.size();
     Unwritten.clear();
