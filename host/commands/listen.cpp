@@ -52,12 +52,12 @@ private:
     Session& On;
     Take* const Kept;
     Progress Meter;
-    Ear Hears;
+    LiveAnalyser Analyser;
     hearing::Decoder Decoder;
     std::size_t Printed = 0; // of the decoder's notes
     std::size_t Ended = 0;   // and of these those that are in the take, too
     std::size_t LibraryNotes = 0;
-    std::vector<HeardFrame> Frames; // since the meter was last shown
+    std::vector<LiveFrame> Frames; // since the meter was last shown
     std::size_t Decoded = 0;        // of them
     std::uint32_t StartTime = 0;    // of the listening, milliseconds on the system's clock
     std::int64_t EndTime = -1;      // of the sound file; below 0 while it goes on
@@ -78,7 +78,7 @@ void Listener::TakeFromLibrary() {
 }
 
 void Listener::Decode() {
-    for (; Decoded < Frames.size(); ++Decoded) Decoder.Feed(Frames[Decoded].Of);
+    for (; Decoded < Frames.size(); ++Decoded) Decoder.Feed(Frames[Decoded].Frame);
     PrintDecoded();
     Keep();
 }
@@ -95,7 +95,7 @@ void Listener::PrintDecoded() {
 }
 
 Note Listener::Timed(const hearing::Note& note) const {
-    const double begin = static_cast<std::int32_t>(Hears.StartTime() - StartTime) / 1000.0;
+    const double begin = static_cast<std::int32_t>(Analyser.StartTime() - StartTime) / 1000.0;
     hearing::Note timed = note;
     timed.Onset += begin;
     timed.End += begin;
@@ -118,8 +118,8 @@ std::size_t Listener::Notes() const {
 void Listener::ShowMeter() {
     if (Frames.empty() || !Meter.Due()) return;
     int level = 0;
-    for (const HeardFrame& frame : Frames) level = std::max(level, frame.InputLevel);
-    const std::string pitch = PitchText(Frames.back().Of.Frequency);
+    for (const LiveFrame& frame : Frames) level = std::max(level, frame.InputLevel);
+    const std::string pitch = PitchText(Frames.back().Frame.Frequency);
     const int width = std::clamp(TerminalWidth() - 24, 8, 32);
     Meter.Show("level " + Bar(level, FullLevel, width) +
                (pitch.empty() ? "" : "  " + pitch + " cents"));
@@ -150,7 +150,7 @@ void Listener::Run() {
         Nap(4);
         over = Over();
         TakeFromLibrary();
-        Hears.Take(Frames);
+        Analyser.Drain(Frames);
         Decode();
         if (Kept) Kept->Save(static_cast<std::int32_t>(ZorTimeMIDI(0)));
         std::fflush(stdout);

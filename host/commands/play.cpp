@@ -53,11 +53,11 @@ std::vector<Note> WrittenNotes(const std::string& path) {
 }
 
 void PrintMelody(const std::vector<Note>& written, const std::vector<Note>& heard) {
-    const SideBySide result = CompareMelodies(written, heard);
+    const MelodyComparison result = CompareMelodies(written, heard);
     std::printf("Melody, as written and as heard by the microphone\n%s", result.Text.c_str());
-    std::printf("  %d of %s heard, %d missed, %d heard that %s not written\n", result.Heard,
-                Counted(result.Written, "written note").c_str(), result.Missed, result.Strange,
-                result.Strange == 1 ? "was" : "were");
+    std::printf("  %d of %s heard, %d missed, %d heard that %s not written\n", result.MatchedNotes,
+                Counted(result.WrittenNotes, "written note").c_str(), result.MissedNotes, result.ExtraNotes,
+                result.ExtraNotes == 1 ? "was" : "were");
 }
 
 std::int64_t TickOfBar(const midifile::Song& song, std::int64_t bar, const char* option) {

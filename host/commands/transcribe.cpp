@@ -43,13 +43,13 @@ struct TranscribeOptions {
     // Where sentences go: beside the objects, if those are wanted.
     std::FILE* Words() const { return AsJson ? stderr : stdout; }
     bool OwnTuning() const { return !AsLibrary && !AsListen; }
-    Loudness HowLoud() const {
-        return AsLibrary ? Loudness::AsItIs : AsListen ? Loudness::Followed : Loudness::Raised;
+    Levelling HowLoud() const {
+        return AsLibrary ? Levelling::None : AsListen ? Levelling::Live : Levelling::File;
     }
 };
 
 struct Heard {
-    HeardSound Sound;
+    AnalysedSound Sound;
     Transcript Of;
     std::vector<MIDIEvent> Records;
     double Work = 0; // seconds that it took
@@ -59,7 +59,7 @@ Heard Hear(const GlobalOptions& global, const TranscribeOptions& options) {
     const auto begin = std::chrono::steady_clock::now();
     Heard heard;
     if (options.AsLibrary) heard.Records = HearAsLibrary(options.File, global.IniFolder);
-    heard.Sound = HearFile(options.File, options.HowLoud());
+    heard.Sound = AnalyseFile(options.File, options.HowLoud());
     if (options.AsLibrary) {
         const auto end = static_cast<std::int64_t>(heard.Sound.Seconds * 1000);
         heard.Of.Notes = PairNotes(heard.Records, end);
@@ -75,7 +75,7 @@ Heard Hear(const GlobalOptions& global, const TranscribeOptions& options) {
     return heard;
 }
 
-void CheckHeard(const HeardSound& sound, const TranscribeOptions& options) {
+void CheckHeard(const AnalysedSound& sound, const TranscribeOptions& options) {
     const std::string name = "\"" + options.File + "\" is ";
     if (sound.Seconds < Shortest) {
         throw HostError(name + "too short: a note takes at least 0.05 s");
@@ -105,7 +105,7 @@ void PrintJson(const Heard& heard, const TranscribeOptions& options) {
     PrintJson(heard.Of, heard.Sound);
     Json summary;
     summary.Add("kind", "summary").Add("notes", heard.Of.Notes.size());
-    summary.Add("seconds", heard.Sound.Seconds).Add("complete", !heard.Sound.BrokeOff);
+    summary.Add("seconds", heard.Sound.Seconds).Add("complete", !heard.Sound.IsTruncated);
     if (options.OwnTuning()) summary.Add("a4", hearing::FrequencyOf(69 + heard.Of.Tuning));
     summary.Print();
 }
@@ -156,7 +156,7 @@ void Run(const GlobalOptions& global, const TranscribeOptions& options) {
     const auto heardMilliseconds = static_cast<std::int64_t>(heard.Sound.Seconds * 1000);
     if (Interrupted()) {
         std::fprintf(options.Words(), "Stopped at %s\n", ClockText(heardMilliseconds).c_str());
-    } else if (!heard.Sound.BrokeOff) {
+    } else if (!heard.Sound.IsTruncated) {
         CheckHeard(heard.Sound, options);
     }
     (options.AsJson ? PrintJson : PrintText)(heard, options);
@@ -166,7 +166,7 @@ void Run(const GlobalOptions& global, const TranscribeOptions& options) {
         const std::string names = pictures->Write({options.File, heard.Sound, heard.Of});
         std::fprintf(options.Words(), "Wrote the picture %s\n", names.c_str());
     }
-    if (heard.Sound.BrokeOff) {
+    if (heard.Sound.IsTruncated) {
         throw HostError("\"" + options.File + "\" breaks off after " +
                         ClockText(heardMilliseconds) + ": what comes then cannot be read");
     }

@@ -8,9 +8,9 @@ namespace zorhost {
 
 PlayedFile::PlayedFile(std::string path) : Path(std::move(path)), Last(KeptFrames) {
     Rewind();
-    File->Survey();
-    How = File->How();
-    Length = File->Announced();
+    File->Prescan();
+    How = File->CurrentMixing();
+    Length = File->AnnouncedSeconds();
 }
 
 void PlayedFile::Rewind() {
@@ -18,7 +18,7 @@ void PlayedFile::Rewind() {
     File.reset(); // what is piped in cannot be open twice
     Decoded = 0;
     File = std::make_unique<SoundFile>(Path, How);
-    Source = std::make_unique<Resampled>(*File);
+    Source = std::make_unique<Resampler>(*File);
     Broken = false;
 }
 
@@ -35,7 +35,7 @@ void PlayedFile::DecodeTo(std::uint64_t end) {
         Decoded += got;
         if (got == wanted) continue;
         Source.reset();
-        Broken = File->BrokeOff();
+        Broken = File->IsTruncated();
     }
 }
 

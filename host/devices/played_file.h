@@ -37,7 +37,7 @@ private:
     Mixing How;              // since the beginning
     mutable std::mutex Lock; // of all below
     std::unique_ptr<SoundFile> File;
-    std::unique_ptr<Resampled> Source; // null behind the end
+    std::unique_ptr<Resampler> Source; // null behind the end
     std::vector<float> Last;           // frame n at n modulo its size
     std::uint64_t Decoded = 0;         // frames
     std::uint64_t Heard = 0;           // up to this frame of the feed

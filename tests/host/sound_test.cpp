@@ -77,7 +77,7 @@ TEST(Transcribe, FindsTheNotesAndTheirTimes) {
 // By zorhost's own hearing, which reads a file again, and by the library's, for which it is looked
 // at before.
 TEST(Transcribe, HearsChannelsThatCancelAndSamplesBeyondAllScales) {
-    constexpr char beyond[] = "beyond all scales", second[] = "channel 2 alone";
+    constexpr char beyond[] = "far exceed full scale", second[] = "channel 2 alone";
     const struct {
         std::vector<double> Gains;
         bool Floats;
@@ -100,7 +100,7 @@ TEST(Transcribe, HearsChannelsThatCancelAndSamplesBeyondAllScales) {
                 EXPECT_NE(result.Err.find(text), std::string::npos) << result.Err;
         }
     }
-    // One sample beyond all scales is damage, and the others are heard as they are.
+    // A single huge sample is damage, and the others are used as they are.
     WriteWav("odd.wav", 2.4, Three, {1}, true);
     std::string bytes = ReadText("odd.wav");
     const float stray = 1e30f;
@@ -204,9 +204,9 @@ TEST(Transcribe, TellsWhatItDidNotUnderstand) {
     std::ofstream("header.wav") << ReadText("silent.wav").substr(0, 44);
     std::ofstream("text.wav") << "no sound";
     const std::pair<std::string, const char*> cases[] = {
-        {"absent", "absent.wav"},       {"text", "text.wav"},    {"header", "holds no sound"},
+        {"absent", "absent.wav"},       {"text", "text.wav"},    {"header", "contains no sound"},
         {"short", "is too short"},      {"silent", "is silent"}, {"hiss", "no note was understood"},
-        {"noise", "Not understood: 0."}};
+        {"noise", "Unrecognised: 0."}};
     for (const auto& [name, says] : cases) {
         const Result result = RunZorhost("transcribe -o some.mid " + name + ".wav");
         EXPECT_NE((result.Out + result.Err).find(says), std::string::npos) << name << result.Err;
