@@ -33,7 +33,7 @@ struct ListenOptions {
 class Listener {
 public:
     // take: of the notes, or null.
-    Listener(const ListenOptions& options, Session& session, Take* take)
+    Listener(const ListenOptions& options, Session& session, TakeWriter* take)
         : Options(options), On(session), Kept(take), Decoder(hearing::LiveLag) {}
 
     void Run();
@@ -50,7 +50,7 @@ private:
 
     const ListenOptions& Options;
     Session& On;
-    Take* const Kept;
+    TakeWriter* const Kept;
     Progress Meter;
     LiveAnalyser Analyser;
     hearing::Decoder Decoder;
@@ -108,7 +108,7 @@ void Listener::Keep() {
     const std::vector<hearing::Note>& notes = Decoder.Notes();
     for (; Ended < notes.size() && !notes[Ended].Open; ++Ended)
         for (const MIDIEvent& record : ToRecords({Timed(notes[Ended])})) Kept->Add(record);
-    Kept->Hold(Ended < notes.size() ? ToRecords({Timed(notes[Ended])}) : std::vector<MIDIEvent>{});
+    Kept->SetProvisional(Ended < notes.size() ? ToRecords({Timed(notes[Ended])}) : std::vector<MIDIEvent>{});
 }
 
 std::size_t Listener::Notes() const {
@@ -175,7 +175,7 @@ SessionPlan PlanOf(const ListenOptions& options) {
 }
 
 void Run(const GlobalOptions& global, const ListenOptions& options) {
-    std::optional<Take> take;
+    std::optional<TakeWriter> take;
     if (!options.Out.empty()) take.emplace(options.Out);
     Session session(global, PlanOf(options));
     session.PlugIn();

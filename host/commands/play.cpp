@@ -125,7 +125,7 @@ void Run(const GlobalOptions& global, const PlayOptions& options) {
     if (!options.Written.empty()) written = WrittenNotes(options.Written);
     const midifile::Song song = Prepared(options);
     const Route route = MakeRoute(options, song);
-    std::optional<Take> record;
+    std::optional<TakeWriter> record;
     if (!options.Record.empty()) record.emplace(options.Record);
     Session session(
         global, {{}, options.To, options.Mic, options.Report ? Cables::Private : Cables::Shared});

@@ -71,14 +71,14 @@ RecordingPlan Accompaniment::Plan() const {
     }
     if (Under) {
         plan.Map = Under->Map;
-        plan.Under = &*Under;
+        plan.Backing = &*Under;
     }
     return plan;
 }
 
 // What is played up to half a second before the first beat belongs to it; before that, it was for
 // warming up.
-void TakeAll(const std::vector<MIDIEvent>& received, std::int64_t lead, Take& take) {
+void TakeAll(const std::vector<MIDIEvent>& received, std::int64_t lead, TakeWriter& take) {
     constexpr std::int64_t early = 500;
     for (MIDIEvent record : received) {
         if (lead > 0 && record.Time < lead - early && (record.Status & 0xE0) == 0x80) continue;
@@ -87,18 +87,18 @@ void TakeAll(const std::vector<MIDIEvent>& received, std::int64_t lead, Take& ta
     }
 }
 
-std::string CountText(const Take& take) {
+std::string CountText(const TakeWriter& take) {
     return Counted(static_cast<std::int64_t>(take.Notes()), "note") + ", " +
            Counted(std::ssize(take.Records()), "message");
 }
 
-std::string ProgressText(std::int64_t now, const Take& take) {
+std::string ProgressText(std::int64_t now, const TakeWriter& take) {
     if (now < 0) return "counting in, " + std::to_string(-now / 1000 + 1) + " s";
     return ClockText(now) + "  " + CountText(take);
 }
 
 void Run(const GlobalOptions& global, const RecordOptions& options) {
-    Take take(options.File);
+    TakeWriter take(options.File);
     Accompaniment along(options);
     SessionPlan plan = options.Input.Plan();
     plan.Outputs.insert(plan.Outputs.end(), options.To.begin(), options.To.end());

@@ -18,7 +18,7 @@ struct PerformancePlan {
     Route Way;
     bool SoundFile = false; // the microphone hears one, on a channel of its own
     bool Report = false;    // all that was sent is waited for
-    Take* Record = nullptr; // what comes back is taken into it
+    TakeWriter* Record = nullptr; // what comes back is taken into it
 };
 
 class Performance {
