@@ -40,7 +40,7 @@ public:
     // Before the first clock comes.
     void Begin();
     void Run();
-    bool Complete() const { return Play.AllFed() && !Interrupted(); }
+    bool Complete() const { return Play.AllQueued() && !Interrupted(); }
 
 private:
     std::int32_t UnitsAt(std::int64_t tick) const {
@@ -50,7 +50,9 @@ private:
     std::int64_t TickAtUnits(std::int64_t units) const {
         return units * File.Map.TicksPerQuarter() / UnitsPerQuarter;
     }
-    std::size_t Sent() const { return Play.Fed() - static_cast<std::size_t>(OutputFill().Count); }
+    std::size_t Sent() const {
+        return Play.QueuedCount() - static_cast<std::size_t>(OutputFill().Count);
+    }
     std::int64_t NextTick() const;
     void GoTo(std::int64_t tick);
     void Jump(std::int32_t place);
@@ -72,7 +74,7 @@ private:
 
 // Replaces what is queued by the piece from that tick on.
 void Follower::GoTo(std::int64_t tick) {
-    Passage passage = PassageOf(File, tick);
+    Passage passage = MakePassage(File, tick);
     for (std::size_t i = 0; i < passage.Records.size(); ++i)
         passage.Records[i].Time = UnitsAt(passage.Ticks[i]);
     Play = Player(std::move(passage));
@@ -81,13 +83,13 @@ void Follower::GoTo(std::int64_t tick) {
 // The tick of the first event that has not been sent yet.
 std::int64_t Follower::NextTick() const {
     const std::size_t sent = Sent();
-    return sent < Play.All().size() ? Play.Ticks()[sent] : File.EndTick + 1;
+    return sent < Play.Records().size() ? Play.Ticks()[sent] : File.EndTick + 1;
 }
 
 // The clock's sender has gone to that place. Song positions are sixteenths, and the next clock
 // stands at it.
 void Follower::Jump(std::int32_t place) {
-    Library::Silence(Play.All());
+    Library::Silence(Play.Records());
     const std::int32_t sixteenths = std::max(0, place + UnitsPerClock) / UnitsPerSixteenth;
     GoTo(TickAtUnits(std::int64_t{sixteenths} * UnitsPerSixteenth));
 }
@@ -100,7 +102,7 @@ void Follower::Hear(const MIDIEvent& record) {
         Jump(record.Time);
         break;
     case 0xFA:
-        if (Running) Library::Silence(Play.All());
+        if (Running) Library::Silence(Play.Records());
         ZorZeroQueue(ZOR_QUEUE_OUTPUT);
         GoTo(0);
         Running = true;
@@ -123,7 +125,7 @@ void Follower::Hear(const MIDIEvent& record) {
 // Ends what sounds. What has not been sent by then is played when the clock goes on.
 void Follower::Stop() {
     const std::int64_t next = NextTick();
-    Library::Silence(Play.All());
+    Library::Silence(Play.Records());
     GoTo(next);
     Running = false;
     Moved = false;
@@ -151,8 +153,8 @@ void Follower::WatchTime(std::int32_t now) {
 // the clock. At 500 quarter notes a minute a clock comes every 5 ms.
 int Follower::Interval(std::int32_t now) const {
     const std::size_t sent = Sent();
-    if (!Running || sent >= Play.All().size()) return 2;
-    return std::int64_t{Play.All()[sent].Time} - now <= UnitsPerClock ? 1 : 4;
+    if (!Running || sent >= Play.Records().size()) return 2;
+    return std::int64_t{Play.Records()[sent].Time} - now <= UnitsPerClock ? 1 : 4;
 }
 
 void Follower::ShowProgress(Progress& progress) const {
@@ -162,7 +164,7 @@ void Follower::ShowProgress(Progress& progress) const {
     char line[128];
     std::snprintf(line, sizeof line, "%s  bar %4lld beat %2d  queue %4d/%d  %s",
                   Running ? "following" : "waiting  ", static_cast<long long>(place.Bar),
-                  place.Beat, fill.Count, fill.Room, Bar(tick, File.EndTick, 20).c_str());
+                  place.Beat, fill.Count, fill.Capacity, Bar(tick, File.EndTick, 20).c_str());
     progress.Show(line);
 }
 
@@ -197,10 +199,10 @@ void Follower::Run() {
         ZorMIDIPlay();
         if (progress.Due()) ShowProgress(progress);
         Nap(Interval(now));
-    } while (!Interrupted() && !(Play.AllFed() && ZorXmitEmpty(0)));
+    } while (!Interrupted() && !(Play.AllQueued() && ZorXmitEmpty(0)));
     machine::AfterTimers(nullptr);
     progress.End();
-    if (Interrupted() || LeavesSounding(Play.All())) Library::Silence(Play.All());
+    if (Interrupted() || LeavesSounding(Play.Records())) Library::Silence(Play.Records());
 }
 
 void SayWaiting(const PortMap& map) {

@@ -88,7 +88,7 @@ std::vector<std::string> Warnings(const Song& song) {
     }
     if (song.Events.empty()) lines.push_back("it holds no notes");
     if (Seconds(song) > Longest) lines.push_back("what comes after 24 days is not played");
-    if (LeavesSounding(PassageOf(song, 0).Records))
+    if (LeavesSounding(MakePassage(song, 0).Records))
         lines.push_back("a note or a pedal is still down at its end");
     return lines;
 }

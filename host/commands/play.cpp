@@ -33,11 +33,11 @@ struct PlayOptions {
 };
 
 void PrintReport(const Performance& performance) {
-    std::vector<MIDIEvent> sent = performance.Of().Pass();
+    std::vector<MIDIEvent> sent = performance.Playback().Pass();
     for (MIDIEvent& record : sent) record.Time -= static_cast<std::int32_t>(PlayLead);
-    const RoundTrip result = Compare(sent, performance.FromPorts());
+    const RoundTrip result = Compare(sent, performance.PortRecords());
     std::printf("Round trip, every message sent against what came back\n%s", result.Text().c_str());
-    if (!result.Clean()) throw HostError("not everything came back as it was sent");
+    if (!result.IsClean()) throw HostError("not everything came back as it was sent");
 }
 
 std::vector<Note> WrittenNotes(const std::string& path) {
@@ -69,7 +69,7 @@ std::int64_t TickOfBar(const midifile::Song& song, std::int64_t bar, const char*
 }
 
 // "5-8": from the beginning of bar 5 to the end of bar 8.
-void SetLoop(const PlayOptions& options, const midifile::Song& song, Route& route) {
+void SetLoop(const PlayOptions& options, const midifile::Song& song, PlayRange& range) {
     int from = options.FromBar;
     int to = static_cast<int>(song.Map.BarBeatAt(std::max<std::int64_t>(0, song.EndTick - 1)).Bar);
     int used = 0;
@@ -78,27 +78,27 @@ void SetLoop(const PlayOptions& options, const midifile::Song& song, Route& rout
                   static_cast<std::size_t>(used) != options.Loop.size() || from < 1 || to < from)) {
         throw HostError("--loop wants bars like 5-8, not \"" + options.Loop + "\"", ExitWrongUse);
     }
-    route.From = TickOfBar(song, from, "--loop");
-    route.To = song.Map.TickOfBar(std::max(from, to) + std::int64_t{1});
-    route.Round = true;
+    range.Begin = TickOfBar(song, from, "--loop");
+    range.End = song.Map.TickOfBar(std::max(from, to) + std::int64_t{1});
+    range.Loop = true;
     const std::int64_t length =
-        song.Map.MicrosecondsAt(route.To) - song.Map.MicrosecondsAt(route.From);
+        song.Map.MicrosecondsAt(range.End) - song.Map.MicrosecondsAt(range.Begin);
     if (length / 10 / options.TempoPercent < ShortestLoop)
         throw HostError("--loop: that takes less than a tenth of a second", ExitWrongUse);
 }
 
-Route MakeRoute(const PlayOptions& options, const midifile::Song& song) {
-    Route route;
-    route.TempoPercent = options.TempoPercent;
-    route.From = TickOfBar(song, options.FromBar, "--from");
-    if (options.Looped) SetLoop(options, song, route);
-    return route;
+PlayRange MakeRange(const PlayOptions& options, const midifile::Song& song) {
+    PlayRange range;
+    range.TempoPercent = options.TempoPercent;
+    range.Begin = TickOfBar(song, options.FromBar, "--from");
+    if (options.Looped) SetLoop(options, song, range);
+    return range;
 }
 
 midifile::Song Prepared(const PlayOptions& options) {
     midifile::Song song = ReadSong(options.Of.File, options.Of.Strict);
     CheckNotEmpty(song, options.Of.File);
-    const int lost = Apply(options.Edit, song);
+    const int lost = ApplyEdit(options.Edit, song);
     if (lost > 0) {
         std::fprintf(stderr, "%s outside the 128 keys %s left out.\n",
                      Counted(lost, "note").c_str(), lost == 1 ? "is" : "are");
@@ -109,14 +109,14 @@ midifile::Song Prepared(const PlayOptions& options) {
 }
 
 void PrintPlayed(const Performance& performance) {
-    const Transport& music = performance.Of();
-    std::printf("%s %s, %s long\n", performance.Complete() ? "Played" : "Stopped after",
-                Counted(static_cast<std::int64_t>(music.Sent()), "message").c_str(),
+    const Transport& music = performance.Playback();
+    std::printf("%s %s, %s long\n", performance.IsComplete() ? "Played" : "Stopped after",
+                Counted(static_cast<std::int64_t>(music.SentCount()), "message").c_str(),
                 ClockText(music.Length()).c_str());
-    if (music.LeftOut() > 0) {
+    if (music.DroppedEvents() > 0) {
         std::printf("%s after more than 24 days %s left out\n",
-                    Counted(static_cast<std::int64_t>(music.LeftOut()), "message").c_str(),
-                    music.LeftOut() == 1 ? "is" : "are");
+                    Counted(static_cast<std::int64_t>(music.DroppedEvents()), "message").c_str(),
+                    music.DroppedEvents() == 1 ? "is" : "are");
     }
 }
 
@@ -124,21 +124,21 @@ void Run(const GlobalOptions& global, const PlayOptions& options) {
     std::vector<Note> written;
     if (!options.Written.empty()) written = WrittenNotes(options.Written);
     const midifile::Song song = Prepared(options);
-    const Route route = MakeRoute(options, song);
+    const PlayRange range = MakeRange(options, song);
     std::optional<TakeWriter> record;
     if (!options.Record.empty()) record.emplace(options.Record);
     Session session(
         global, {{}, options.To, options.Mic, options.Report ? Cables::Private : Cables::Shared});
     Performance performance(
-        song, {route, !options.Mic.empty(), options.Report, record ? &*record : nullptr});
+        song, {range, !options.Mic.empty(), options.Report, record ? &*record : nullptr});
     session.Start({});
     performance.Run(session.Ear());
     PrintPlayed(performance);
     session.Stop();
     if (session.Ear()) session.Ear()->CheckRead();
     if (record) performance.FinishRecording();
-    if (!options.Written.empty()) PrintMelody(written, performance.Heard());
-    if (options.Report && performance.Complete()) PrintReport(performance);
+    if (!options.Written.empty()) PrintMelody(written, performance.MicrophoneNotes());
+    if (options.Report && performance.IsComplete()) PrintReport(performance);
 }
 
 void AddChanges(const Command& command, PlayOptions& options) {

@@ -37,14 +37,14 @@ public:
         if (!options.Click.empty()) Beat.emplace(options.Click);
         if (options.Under.File.empty()) return;
         Under.emplace(ReadSong(options.Under.File, options.Under.Strict));
-        Music.emplace(*Under, Route{});
+        Music.emplace(*Under, PlayRange{});
     }
 
     // When the recording begins, in milliseconds of the time base.
-    std::int64_t Lead() const { return Beat ? Beat->Lead() : Music ? OverdubLead : 0; }
+    std::int64_t Lead() const { return Beat ? Beat->CountInEnd() : Music ? OverdubLead : 0; }
     bool Sounds() const { return Beat || Music; }
     void Begin() {
-        if (Music) Music->Begin(OverdubLead);
+        if (Music) Music->Start(OverdubLead);
     }
     void Step() {
         if (Beat) Beat->Feed(ZorTimeMIDI(0) + Ahead);
@@ -67,7 +67,7 @@ RecordingPlan Accompaniment::Plan() const {
     RecordingPlan plan;
     if (Beat) {
         plan.Map.Add(Tempo{0, static_cast<int>(60e6 / Beat->BeatsPerMinute())});
-        plan.Map.Add(Meter{0, Beat->Beats(), 4});
+        plan.Map.Add(Meter{0, Beat->BeatsPerBar(), 4});
     }
     if (Under) {
         plan.Map = Under->Map;

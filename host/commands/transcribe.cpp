@@ -58,7 +58,7 @@ struct Heard {
 Heard Hear(const GlobalOptions& global, const TranscribeOptions& options) {
     const auto begin = std::chrono::steady_clock::now();
     Heard heard;
-    if (options.AsLibrary) heard.Records = HearAsLibrary(options.File, global.IniFolder);
+    if (options.AsLibrary) heard.Records = TranscribeWithLibrary(options.File, global.IniFolder);
     heard.Sound = AnalyseFile(options.File, options.HowLoud());
     if (options.AsLibrary) {
         const auto end = static_cast<std::int64_t>(heard.Sound.Seconds * 1000);

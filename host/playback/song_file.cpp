@@ -39,9 +39,9 @@ midifile::Bytes ReadBytes(const std::string& path) {
 
 using midifile::Event;
 
-constexpr int Drums = 9; // their channel, from 0
+constexpr int DrumChannel = 9; // from 0
 
-// Channels from 0, and tracks behind them.
+// The channels and tracks of --solo or --mute, both from 0.
 class Parts {
 public:
     Parts(const char* option, const std::vector<std::string>& words, std::size_t tracks) {
@@ -53,7 +53,7 @@ public:
             const auto [stop, error] = std::from_chars(word.data() + (track ? 1 : 0), end, number);
             if (error != std::errc() || stop != end || number < 1 || number > most) {
                 throw HostError(std::string(option) +
-                                    " takes channels from 1 to 16 and tracks "
+                                    " accepts channels from 1 to 16 and tracks "
                                     "from t1 to t" +
                                     std::to_string(tracks) + ", not \"" + word + "\"",
                                 ExitWrongUse);
@@ -70,7 +70,9 @@ private:
     std::set<std::size_t> Tracks;
 };
 
-bool IsNote(const Event& event) { return event.Status < 0xB0 && (event.Status & 15) != Drums; }
+bool IsNote(const Event& event) {
+    return event.Status < 0xB0 && (event.Status & 15) != DrumChannel;
+}
 
 } // namespace
 
@@ -90,7 +92,8 @@ midifile::Song ReadSong(const std::string& path, bool strict) {
         std::fprintf(stderr, "%s: %s\n", name.c_str(), line.c_str());
     }
     if (song.SystemExclusive > 0) {
-        std::fprintf(stderr, "%s: %d system exclusive %s left out: the library carries none\n",
+        std::fprintf(stderr,
+                     "%s: %d system exclusive %s left out: the library does not send them\n",
                      name.c_str(), song.SystemExclusive,
                      song.SystemExclusive == 1 ? "message is" : "messages are");
     }
@@ -98,10 +101,10 @@ midifile::Song ReadSong(const std::string& path, bool strict) {
 }
 
 void CheckNotEmpty(const midifile::Song& song, const std::string& path) {
-    if (song.Events.empty()) Refuse(path, "holds no notes");
+    if (song.Events.empty()) Refuse(path, "contains no notes");
 }
 
-int Apply(const SongEdit& edit, midifile::Song& song) {
+int ApplyEdit(const SongEdit& edit, midifile::Song& song) {
     const Parts solo("--solo", edit.Solo, song.Tracks.size());
     const Parts mute("--mute", edit.Mute, song.Tracks.size());
     std::erase_if(song.Events, [&](const Event& event) {
