@@ -37,6 +37,9 @@ void Trellis::Step(const Observation& observed) {
     StepBins(observed, StepSilence(observed, row), row);
 }
 
+// A change to another note can come from any note at least a semitone away, at the same cost. So
+// only two sources matter for all bins: the cheapest, and the cheapest among those far enough from
+// it.
 void Trellis::FindBest(Survivors& row) const {
     row.Best = FindLeast(SustainCosts, 0, BinCount);
     const int below = FindLeast(SustainCosts, 0, row.Best - Cost.BinsPerSemitone + 1);
@@ -93,6 +96,7 @@ void Trellis::StepBins(const Observation& observed, const EntryCosts entry, Surv
     }
 }
 
+// The end of the path of least cost. At equal costs silence wins, then Sustain.
 State Trellis::Cheapest() const {
     State state;
     float least = SilenceCost;
@@ -108,6 +112,7 @@ State Trellis::Cheapest() const {
     return state;
 }
 
+// The state before, on the path of least cost that leads to a state. row: of the step between them.
 State Trellis::Before(State state, const Survivors& row) const {
     const std::int32_t survivor = row.Bins[Index(state.Bin)];
     switch (state.Phase) {

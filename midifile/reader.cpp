@@ -68,6 +68,7 @@ private:
     std::vector<std::int64_t> TrackBegins; // ticks, for each track
 };
 
+// The header may follow other bytes, and its length may be greater than 6 or wrong.
 void FileReader::ReadHeader() {
     const ByteSpan file = Result.File;
     if (file.empty()) throw Error("is empty");
@@ -101,6 +102,8 @@ void FileReader::ReadDivision(int division) {
     FilmFrames = division >= 0x8000;
     int ticks = division;
     if (FilmFrames) {
+        // The high byte is the negative number of frames per second, the low one the ticks per
+        // frame. 29 stands for 29.97 frames per second.
         const int rate = 256 - (division >> 8);
         ticks = rate * (division & 0xFF);
         Warnings.Add("it counts time in film frames, " + std::to_string(rate) +
@@ -203,6 +206,7 @@ void FileReader::ReadTempoMap() {
     for (std::size_t track = 0; track < Result.Tracks.size(); ++track) {
         static constexpr unsigned char defaultTempo[] = {0x07, 0xA1, 0x20};
         static constexpr unsigned char defaultMeter[] = {4, 2, 24, 8};
+        // In type 2 each pattern starts with the default tempo and meter.
         if (TrackBegins[track] > 0) {
             metas.push_back({TrackBegins[track], 0xFF, MetaTempo, defaultTempo});
             metas.push_back({TrackBegins[track], 0xFF, MetaMeter, defaultMeter});

@@ -17,6 +17,7 @@ void TempoMap::Add(const Tempo& tempo) {
     TempoSegments.push_back({tempo, elapsed});
 }
 
+// A bar that the new meter cuts short still counts as a bar.
 void TempoMap::Add(const Meter& meter) {
     MeterSegment& last = MeterSegments.back();
     if (meter.Tick == last.Start.Tick) {
@@ -28,6 +29,7 @@ void TempoMap::Add(const Meter& meter) {
     MeterSegments.push_back({meter, last.FirstBar + bars});
 }
 
+// Beats and bars have at least one tick, so that coarse divisions do not divide by zero.
 std::int64_t TempoMap::TicksPerBeat(const Meter& meter) const {
     return std::max<std::int64_t>(1, std::int64_t{QuarterTicks} * 4 / meter.BeatUnit);
 }
@@ -36,6 +38,8 @@ std::int64_t TempoMap::TicksPerBar(const Meter& meter) const {
     return std::max<std::int64_t>(1, std::int64_t{QuarterTicks} * 4 * meter.Beats / meter.BeatUnit);
 }
 
+// The searches below find the last segment that begins at or before a position. They skip the first
+// segment, which is also used for negative positions.
 std::int64_t TempoMap::MicrosecondsAt(std::int64_t tick) const {
     const auto after = std::upper_bound(
         TempoSegments.begin() + 1, TempoSegments.end(), tick,
@@ -52,6 +56,7 @@ std::int64_t TempoMap::TickAt(std::int64_t microseconds) const {
         [](std::int64_t value, const TempoSegment& s) { return value < s.Elapsed; });
     const TempoSegment& segment = *(after - 1);
     const std::int64_t length = segment.Start.MicrosecondsPerQuarter;
+    // Half a tick is added to round to the nearest tick.
     return segment.Start.Tick + (scaled - segment.Elapsed + length / 2) / length;
 }
 

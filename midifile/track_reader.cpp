@@ -4,6 +4,7 @@
 
 namespace midifile {
 
+// Reads a variable-length number. False if it is cut off or longer than 4 bytes.
 bool TrackReader::ReadNumber(std::uint32_t& value) {
     value = 0;
     for (int i = 0; i < 4 && More(); ++i) {
@@ -38,6 +39,8 @@ TrackReader::Result TrackReader::ReadChannelMessage(TrackEvent& event) {
     return Result::Good;
 }
 
+// Reads a meta event or system exclusive, which have a length. Other system messages do not occur
+// in files.
 TrackReader::Result TrackReader::ReadLongMessage(TrackEvent& event) {
     StatusCancelled = true;
     if (event.Status == 0xFF) {
@@ -68,6 +71,7 @@ TrackReader::Result TrackReader::ReadMessage(TrackEvent& event) {
     return ReadChannelMessage(event);
 }
 
+// Whether a complete channel message with valid data bytes begins there.
 bool TrackReader::IsChannelMessage(std::size_t at) const {
     if (File[at] < 0x80 || File[at] >= 0xF0) return false;
     const auto count = static_cast<std::size_t>(DataBytes(File[at]));

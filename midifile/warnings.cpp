@@ -4,6 +4,7 @@
 
 namespace midifile {
 
+// Only the first location of each kind is kept.
 void Warnings::Add(const std::string& text, const std::string& location, std::size_t byte) {
     const auto known = std::ranges::find(Kinds, text, &Kind::Text);
     if (known != Kinds.end()) {

@@ -15,6 +15,7 @@ constexpr std::int64_t LongestDelta = 0x0FFFFFFF;
 
 void Append(Bytes& target, ByteSpan more) { target.insert(target.end(), more.begin(), more.end()); }
 
+// Appends a fixed-length number, most significant byte first.
 void AppendNumber(Bytes& target, std::size_t value, int bytes) {
     for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8) {
         target.push_back(static_cast<unsigned char>(value >> shift & 255));
@@ -23,6 +24,8 @@ void AppendNumber(Bytes& target, std::size_t value, int bytes) {
 
 } // namespace
 
+// Appends a variable-length number: 7 bits per byte, with the high bit set in all bytes but the
+// last. value: below 2^28.
 void TrackWriter::AddNumber(std::uint32_t value) {
     for (int shift = 21; shift > 0; shift -= 7) {
         if (value >> shift) {
@@ -98,6 +101,7 @@ Bytes Write(const std::vector<TrackWriter>& tracks, int ticks) {
     return file;
 }
 
+// Merges the two lists by tick, meters first.
 void AddMap(TrackWriter& track, const TempoMap& map, int percent) {
     const std::vector<Tempo> tempos = map.Tempos();
     const std::vector<Meter> meters = map.Meters();
@@ -105,6 +109,8 @@ void AddMap(TrackWriter& track, const TempoMap& map, int percent) {
     for (auto meter = meters.begin(); tempo != tempos.end() || meter != meters.end();) {
         if (tempo == tempos.end() || (meter != meters.end() && meter->Tick <= tempo->Tick)) {
             const auto unit = static_cast<unsigned>(meter->BeatUnit);
+            // Numerator, denominator as a power of two, MIDI clocks per metronome click, 32nd notes
+            // per quarter note.
             const Bytes data = {static_cast<unsigned char>(meter->Beats),
                                 static_cast<unsigned char>(std::countr_zero(unit)), 24, 8};
             track.AddMeta(meter->Tick, MetaMeter, data);

@@ -120,6 +120,7 @@ void Writer::WriteTempo() {
     Document.Empty("sound tempo=\"" + std::to_string(std::lround(quarters)) + "\"").Close();
 }
 
+// The alteration of a letter by the key signature.
 int Writer::SignatureAlteration(char letter) const {
     constexpr char sharps[] = "FCGDAEB";
     const int signature = Score.Key.Signature();
@@ -134,6 +135,8 @@ void Writer::WritePitch(const Spelling& pitch) {
     Document.Add("octave", pitch.Octave).Close();
 }
 
+// An accidental is written where the alteration differs from the key signature or from the last
+// note on the same line or space in this bar.
 void Writer::WriteAccidental(const Symbol& symbol) {
     const Spelling& pitch = Score.Pitches[static_cast<std::size_t>(symbol.Note)];
     const auto [known, added] =
@@ -178,6 +181,7 @@ void Writer::WriteHook(const Bar& bar, std::size_t at, const std::string& tag) {
     Document.Add(tag, forward ? "forward hook" : "backward hook");
 }
 
+// The order of the elements is prescribed by MusicXML.
 void Writer::WriteSymbol(const Bar& bar, std::size_t at) {
     const Symbol& symbol = bar.Symbols[at];
     const bool rest = symbol.Note < 0;

@@ -10,6 +10,7 @@
 
 namespace zorhost {
 
+// Collects the records that came in and makes their times relative to the start of the music.
 void Performance::Receive() {
     const std::size_t before = Incoming.size();
     Library::TakeReceived(Incoming);
@@ -77,6 +78,8 @@ void Performance::AwaitMicrophone(const Microphone& mic) {
     MicStart = mic.StartTime() - PlayLead;
 }
 
+// Called when all is sent or the user has stopped: waits for what is still to come, then releases
+// notes and pedals that the song leaves down.
 void Performance::EndNotes(const Microphone* mic) {
     if (Stopped) {
         Music.Silence();
@@ -110,6 +113,7 @@ void Performance::Run(const Microphone* mic) {
     EndNotes(mic);
 }
 
+// The records of the microphone are on a channel of their own.
 std::vector<MIDIEvent> Performance::PortRecords() const {
     std::vector<MIDIEvent> records = Incoming;
     std::erase_if(records, [&](const MIDIEvent& record) {

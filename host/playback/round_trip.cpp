@@ -41,12 +41,15 @@ std::vector<MIDIEvent> PassedOn(const std::vector<MIDIEvent>& records, std::int6
     return out;
 }
 
+// percent: 0 to 100.
 int Percentile(const std::vector<int>& ascending, std::size_t percent) {
     return ascending[(ascending.size() - 1) * percent / 100];
 }
 
 } // namespace
 
+// Each received record matches the first equal one among the next expected records. Those skipped
+// by a match are lost.
 RoundTrip Compare(const std::vector<MIDIEvent>& sent, const std::vector<MIDIEvent>& received) {
     RoundTrip result;
     const std::vector<MIDIEvent> expected = PassedOn(sent, result.SuppressedCount);

@@ -19,6 +19,7 @@ namespace {
     throw HostError("\"" + path + "\" " + why);
 }
 
+// Reads a file or a pipe to its end. Ctrl-C ends the wait for a pipe.
 midifile::Bytes ReadBytes(const std::string& path) {
     if (std::filesystem::is_directory(path)) Refuse(path, "is a folder");
     const WaitEndsAtInterrupt wait;
@@ -70,6 +71,7 @@ private:
     std::set<std::size_t> Tracks;
 };
 
+// Note on, note off and key pressure, except for drums.
 bool IsNote(const Event& event) {
     return event.Status < 0xB0 && (event.Status & 15) != DrumChannel;
 }

@@ -15,6 +15,7 @@ constexpr std::int64_t MaxTime = std::numeric_limits<std::int32_t>::max();
 Transport::Transport(const midifile::Song& song, const PlayRange& range)
     : Song(song), Range(range) {}
 
+// Milliseconds, rounded to the nearest one.
 std::int64_t Transport::TimeBetween(std::int64_t begin, std::int64_t end) const {
     const std::int64_t written = Song.Map.MicrosecondsAt(end) - Song.Map.MicrosecondsAt(begin);
     return (written * 100 / Range.TempoPercent + 500) / 1000;
@@ -79,6 +80,7 @@ std::size_t Transport::SentCount() const {
     return SentEarlier + PassPlayer.QueuedCount() - static_cast<std::size_t>(OutputFill().Count);
 }
 
+// Records that are still queued are discarded, so they do not count as sent.
 void Transport::Silence() {
     SentEarlier -= static_cast<std::size_t>(OutputFill().Count);
     Library::Silence(PassPlayer.Records());

@@ -38,6 +38,7 @@ midifile::Bytes ReadWhole(const fs::path& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
+// Whether the file is a journal of ours: it begins with a text event that contains Mark.
 bool IsJournal(const fs::path& path) {
     std::error_code none;
     if (!fs::is_regular_file(fs::symlink_status(path, none))) return false;
@@ -167,6 +168,7 @@ void Journal::SettlePending(std::int32_t until) {
     Pending.erase(Pending.begin(), later);
 }
 
+// The events that may still change.
 midifile::Bytes Journal::Tail() const {
     EventWriter last = Settled;
     for (const MIDIEvent& record : Pending) last.Add(record);

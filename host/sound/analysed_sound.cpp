@@ -44,6 +44,7 @@ private:
     const std::chrono::steady_clock::time_point StartTime = std::chrono::steady_clock::now();
 };
 
+// First pass: resamples, filters and stores the samples, and measures their peak.
 void FileAnalyser::ReadAll() {
     Samples = {};
     Resampler source(File);
@@ -63,7 +64,8 @@ void FileAnalyser::ReadAll() {
     Line.End();
 }
 
-// For a file, the gain rises in soft passages to at most 4 times (12 dB) what its peak allows.
+// Second pass. For a file, the gain rises in soft passages to at most 4 times (12 dB) what its peak
+// allows.
 void FileAnalyser::AnalyseAll() {
     Samples.Rewind();
     const float peak = std::max(static_cast<float>(Sound.Peak), 1e-6f);

@@ -100,6 +100,7 @@ std::string Escaped(const std::string& text) {
     return out;
 }
 
+// Whether it is a black key of the piano.
 bool IsBlack(int key) {
     const int step = key % 12;
     return step == 1 || step == 3 || step == 6 || step == 8 || step == 10;

@@ -155,6 +155,7 @@ void SoundFile::MixDown(std::span<float> mono) {
         Stats.Energies[channel] += Energy(frames + channel, mono.size(), count);
 }
 
+// Each fault is repaired once: first the scale, then cancelled channels.
 bool SoundFile::ChooseMixing() {
     const Mixing before = Mix;
     const auto loudest = std::ranges::max_element(Stats.Energies);
@@ -221,6 +222,7 @@ Resampler::Resampler(SoundFile& file) : File(file), Chunk() {
     }
 }
 
+// Input callback of soxr.
 std::size_t Resampler::Supply(void* self, soxr_in_t* data, std::size_t wanted) {
     auto& resampler = *static_cast<Resampler*>(self);
     *data = resampler.Chunk.data();

@@ -23,6 +23,7 @@ void SpillFile::Write(const Block& block) {
     Greatest = std::max(Greatest, PeakOf(block));
 }
 
+// Moves the blocks in memory to the temporary file.
 void SpillFile::Spill() {
     if (!File) File.reset(std::tmpfile());
     for (const Block& block : Memory) {

@@ -27,11 +27,14 @@ std::int64_t Milliseconds(double seconds) {
     return static_cast<std::int64_t>(std::lround(seconds * 1000));
 }
 
+// Whether a time in milliseconds is within a note. next: an index into the notes, for calls in
+// ascending order of time.
 bool InNote(const std::vector<Note>& notes, std::size_t& next, std::int64_t time) {
     while (next < notes.size() && notes[next].End <= time) ++next;
     return next < notes.size() && notes[next].Start <= time;
 }
 
+// Joins adjacent frames that are loud enough but belong to no note.
 std::vector<Gap> FindGaps(const Transcript& transcript, const AnalysedSound& sound) {
     std::vector<Gap> gaps;
     std::size_t next = 0;
@@ -69,6 +72,7 @@ void AddNote(const Note& note, std::vector<MIDIEvent>& records) {
     records.push_back(Record(note.End, 0x80, note.Key, 64));
 }
 
+// A pitch bend for a range of two semitones: 4096 steps per semitone around 8192.
 MIDIEvent Bend(std::int64_t time, double semitones) {
     const int bend = std::clamp(8192 + static_cast<int>(std::lround(semitones * 4096)), 0, 16383);
     return Record(time, 0xE0, bend & 127, bend >> 7);
