@@ -42,7 +42,7 @@ public:
     void Begin();
     // Plays until the end of the song or Ctrl-C.
     void Run();
-    bool Complete() const { return Queue.AllFed() && !Interrupted(); }
+    bool Complete() const { return Queue.AllQueued() && !Interrupted(); }
 
 private:
     std::int32_t UnitsAt(std::int64_t tick) const {
@@ -52,7 +52,9 @@ private:
     std::int64_t TickAtUnits(std::int64_t units) const {
         return units * Song.Map.TicksPerQuarter() / UnitsPerQuarter;
     }
-    std::size_t Sent() const { return Queue.Fed() - static_cast<std::size_t>(OutputFill().Count); }
+    std::size_t Sent() const {
+        return Queue.QueuedCount() - static_cast<std::size_t>(OutputFill().Count);
+    }
     std::int64_t NextTick() const;
     void GoTo(std::int64_t tick);
     void Jump(std::int32_t position);
@@ -72,7 +74,7 @@ private:
 
 // Replaces the queued records with the song from a tick on.
 void Follower::GoTo(std::int64_t tick) {
-    Passage passage = PassageOf(Song, tick);
+    Passage passage = MakePassage(Song, tick);
     for (std::size_t i = 0; i < passage.Records.size(); ++i)
         passage.Records[i].Time = UnitsAt(passage.Ticks[i]);
     Queue = Player(std::move(passage));
@@ -81,13 +83,13 @@ void Follower::GoTo(std::int64_t tick) {
 // Returns the tick of the first event that has not been sent yet.
 std::int64_t Follower::NextTick() const {
     const std::size_t sent = Sent();
-    return sent < Queue.All().size() ? Queue.Ticks()[sent] : Song.EndTick + 1;
+    return sent < Queue.Records().size() ? Queue.Ticks()[sent] : Song.EndTick + 1;
 }
 
 // Follows the sender to a new position. Song positions count in sixteenths, and the next clock
 // belongs to the position itself.
 void Follower::Jump(std::int32_t position) {
-    Library::Silence(Queue.All());
+    Library::Silence(Queue.Records());
     const std::int32_t sixteenths = std::max(0, position + UnitsPerClock) / UnitsPerSixteenth;
     GoTo(TickAtUnits(std::int64_t{sixteenths} * UnitsPerSixteenth));
 }
@@ -101,7 +103,7 @@ void Follower::Handle(const MIDIEvent& record) {
         Jump(record.Time);
         break;
     case 0xFA:
-        if (Running) Library::Silence(Queue.All());
+        if (Running) Library::Silence(Queue.Records());
         ZorZeroQueue(ZOR_QUEUE_OUTPUT);
         GoTo(0);
         Running = true;
@@ -125,7 +127,7 @@ void Follower::Handle(const MIDIEvent& record) {
 // Silences sounding notes. Events not sent yet play when the clock continues.
 void Follower::Stop() {
     const std::int64_t next = NextTick();
-    Library::Silence(Queue.All());
+    Library::Silence(Queue.Records());
     GoTo(next);
     Running = false;
     Moved = false;
@@ -154,8 +156,8 @@ void Follower::CheckTime(std::int32_t now) {
 // quarter notes per minute clocks arrive every 5 ms.
 int Follower::Interval(std::int32_t now) const {
     const std::size_t sent = Sent();
-    if (!Running || sent >= Queue.All().size()) return 2;
-    return std::int64_t{Queue.All()[sent].Time} - now <= UnitsPerClock ? 1 : 4;
+    if (!Running || sent >= Queue.Records().size()) return 2;
+    return std::int64_t{Queue.Records()[sent].Time} - now <= UnitsPerClock ? 1 : 4;
 }
 
 void Follower::ShowProgress(Progress& progress) const {
@@ -165,7 +167,7 @@ void Follower::ShowProgress(Progress& progress) const {
     char line[128];
     std::snprintf(line, sizeof line, "%s  bar %4lld beat %2d  queue %4d/%d  %s",
                   Running ? "following" : "waiting  ", static_cast<long long>(barBeat.Bar),
-                  barBeat.Beat, fill.Count, fill.Room, Bar(tick, Song.EndTick, 20).c_str());
+                  barBeat.Beat, fill.Count, fill.Capacity, Bar(tick, Song.EndTick, 20).c_str());
     progress.Show(line);
 }
 
@@ -200,10 +202,10 @@ void Follower::Run() {
         ZorMIDIPlay();
         if (progress.Due()) ShowProgress(progress);
         Nap(Interval(now));
-    } while (!Interrupted() && !(Queue.AllFed() && ZorXmitEmpty(0)));
+    } while (!Interrupted() && !(Queue.AllQueued() && ZorXmitEmpty(0)));
     machine::AfterTimers(nullptr);
     progress.End();
-    if (Interrupted() || LeavesSounding(Queue.All())) Library::Silence(Queue.All());
+    if (Interrupted() || LeavesSounding(Queue.Records())) Library::Silence(Queue.Records());
 }
 
 void PrintClockSource(const PortMap& map) {

@@ -83,14 +83,14 @@ double Seconds(const Song& song) {
 
 // Returns what may cause problems when the song is played, with the repairs made by the reader.
 std::vector<std::string> Warnings(const Song& song) {
-    std::vector<std::string> lines = song.Findings;
+    std::vector<std::string> lines = song.Warnings;
     if (song.SystemExclusive > 0) {
         lines.push_back(Counted(song.SystemExclusive, "system exclusive message") +
                         ", which play skips");
     }
     if (song.Events.empty()) lines.push_back("no notes");
     if (Seconds(song) > MaxSeconds) lines.push_back("events after 24 days are not played");
-    if (LeavesSounding(PassageOf(song, 0).Records))
+    if (LeavesSounding(MakePassage(song, 0).Records))
         lines.push_back("a note or pedal is still held at the end");
     return lines;
 }

@@ -33,7 +33,7 @@ struct ListenOptions {
 class Listener {
 public:
     // take: records the notes; may be null.
-    Listener(const ListenOptions& options, Session& session, Take* take)
+    Listener(const ListenOptions& options, Session& session, TakeWriter* take)
         : Options(options), Input(session), Writer(take), Decoder(hearing::LiveLag) {}
 
     void Run();
@@ -51,14 +51,14 @@ private:
 
     const ListenOptions& Options;
     Session& Input;
-    Take* const Writer;
+    TakeWriter* const Writer;
     Progress Meter;
-    Ear Analyser;
+    LiveAnalyser Analyser;
     hearing::Decoder Decoder;
     std::size_t Printed = 0;  // number of the decoder's notes that are printed
     std::size_t Recorded = 0; // and that are recorded for good
     std::size_t LibraryNotes = 0;
-    std::vector<HeardFrame> Frames; // since the meter was last shown
+    std::vector<LiveFrame> Frames;  // since the meter was last shown
     std::size_t Decoded = 0;        // number of Frames that the decoder has read
     std::uint32_t StartTime = 0;    // of the time base, in milliseconds of the system's clock
     std::int64_t EndTime = -1;      // of the sound file, in the time base; below 0 until it ends
@@ -80,7 +80,7 @@ void Listener::ReadLibrary() {
 }
 
 void Listener::Decode() {
-    for (; Decoded < Frames.size(); ++Decoded) Decoder.Take(Frames[Decoded].Of);
+    for (; Decoded < Frames.size(); ++Decoded) Decoder.Feed(Frames[Decoded].Frame);
     PrintDecoded();
     Record();
 }
@@ -111,8 +111,8 @@ void Listener::Record() {
     const std::vector<hearing::Note>& notes = Decoder.Notes();
     for (; Recorded < notes.size() && !notes[Recorded].Open; ++Recorded)
         for (const MIDIEvent& record : ToRecords({TimedKey(notes[Recorded])})) Writer->Add(record);
-    Writer->Hold(Recorded < notes.size() ? ToRecords({TimedKey(notes[Recorded])})
-                                         : std::vector<MIDIEvent>{});
+    Writer->SetProvisional(Recorded < notes.size() ? ToRecords({TimedKey(notes[Recorded])})
+                                                   : std::vector<MIDIEvent>{});
 }
 
 std::size_t Listener::Notes() const {
@@ -123,8 +123,8 @@ std::size_t Listener::Notes() const {
 void Listener::ShowMeter() {
     if (Frames.empty() || !Meter.Due()) return;
     int level = 0;
-    for (const HeardFrame& frame : Frames) level = std::max(level, frame.InputLevel);
-    const std::string pitch = PitchText(Frames.back().Of.Frequency);
+    for (const LiveFrame& frame : Frames) level = std::max(level, frame.InputLevel);
+    const std::string pitch = PitchText(Frames.back().Frame.Frequency);
     const int width = std::clamp(TerminalWidth() - 24, 8, 32);
     Meter.Show("level " + Bar(level, FullLevel, width) +
                (pitch.empty() ? "" : "  " + pitch + " cents"));
@@ -158,7 +158,7 @@ void Listener::Run() {
         Nap(4);
         over = IsOver();
         ReadLibrary();
-        Analyser.Take(Frames);
+        Analyser.Drain(Frames);
         Decode();
         if (Writer) Writer->Save(static_cast<std::int32_t>(ZorTimeMIDI(0)));
         std::fflush(stdout);
@@ -184,7 +184,7 @@ SessionPlan MakePlan(const ListenOptions& options) {
 }
 
 void Run(const GlobalOptions& global, const ListenOptions& options) {
-    std::optional<Take> take;
+    std::optional<TakeWriter> take;
     if (!options.MidiFile.empty()) take.emplace(options.MidiFile);
     Session session(global, MakePlan(options));
     session.AttachMicrophone();

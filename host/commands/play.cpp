@@ -35,11 +35,11 @@ struct PlayOptions {
 // Compares the last pass with the records received from the ports. Throws HostError if any was lost
 // or changed. Both have times in milliseconds from the start of the music.
 void PrintReport(const Performance& performance) {
-    std::vector<MIDIEvent> sent = performance.Of().Pass();
+    std::vector<MIDIEvent> sent = performance.Playback().Pass();
     for (MIDIEvent& record : sent) record.Time -= static_cast<std::int32_t>(PlayLead);
-    const RoundTrip result = Compare(sent, performance.FromPorts());
+    const RoundTrip result = Compare(sent, performance.PortRecords());
     std::printf("Round trip: messages sent and received back\n%s", result.Text().c_str());
-    if (!result.Clean()) throw HostError("some messages were lost or changed on the way back");
+    if (!result.IsClean()) throw HostError("some messages were lost or changed on the way back");
 }
 
 // Reads the notes of a MIDI file, with times in milliseconds. All channels become one.
@@ -57,11 +57,11 @@ std::vector<Note> WrittenNotes(const std::string& path) {
 
 // Prints both melodies side by side, and how many notes agree.
 void PrintMelody(const std::vector<Note>& written, const std::vector<Note>& heard) {
-    const SideBySide result = CompareMelodies(written, heard);
+    const MelodyComparison result = CompareMelodies(written, heard);
     std::printf("Melody as written, and as detected by the microphone\n%s", result.Text.c_str());
-    std::printf("  %d of %s heard, %d missed, %d heard that %s not written\n", result.Heard,
-                Counted(result.Written, "written note").c_str(), result.Missed, result.Strange,
-                result.Strange == 1 ? "was" : "were");
+    std::printf("  %d of %s heard, %d missed, %d heard that %s not written\n", result.MatchedNotes,
+                Counted(result.WrittenNotes, "written note").c_str(), result.MissedNotes,
+                result.ExtraNotes, result.ExtraNotes == 1 ? "was" : "were");
 }
 
 // option: for the message. Throws HostError if the song ends before the bar.
@@ -74,7 +74,7 @@ std::int64_t TickOfBar(const midifile::Song& song, std::int64_t bar, const char*
 }
 
 // "5-8" loops from the beginning of bar 5 to the end of bar 8. Throws HostError.
-void SetLoop(const PlayOptions& options, const midifile::Song& song, Route& route) {
+void SetLoop(const PlayOptions& options, const midifile::Song& song, PlayRange& range) {
     int first = options.FirstBar;
     int last =
         static_cast<int>(song.Map.BarBeatAt(std::max<std::int64_t>(0, song.EndTick - 1)).Bar);
@@ -86,28 +86,28 @@ void SetLoop(const PlayOptions& options, const midifile::Song& song, Route& rout
         throw HostError("--loop: expected bars like 5-8, not \"" + options.LoopBars + "\"",
                         ExitWrongUse);
     }
-    route.From = TickOfBar(song, first, "--loop");
-    route.To = song.Map.TickOfBar(std::max(first, last) + std::int64_t{1});
-    route.Round = true;
+    range.Begin = TickOfBar(song, first, "--loop");
+    range.End = song.Map.TickOfBar(std::max(first, last) + std::int64_t{1});
+    range.Loop = true;
     const std::int64_t length =
-        song.Map.MicrosecondsAt(route.To) - song.Map.MicrosecondsAt(route.From);
+        song.Map.MicrosecondsAt(range.End) - song.Map.MicrosecondsAt(range.Begin);
     if (length / 10 / options.TempoPercent < MinLoopLength)
         throw HostError("--loop: the loop is shorter than 0.1 s", ExitWrongUse);
 }
 
-Route MakeRoute(const PlayOptions& options, const midifile::Song& song) {
-    Route route;
-    route.TempoPercent = options.TempoPercent;
-    route.From = TickOfBar(song, options.FirstBar, "--from");
-    if (options.IsLooped) SetLoop(options, song, route);
-    return route;
+PlayRange MakeRange(const PlayOptions& options, const midifile::Song& song) {
+    PlayRange range;
+    range.TempoPercent = options.TempoPercent;
+    range.Begin = TickOfBar(song, options.FirstBar, "--from");
+    if (options.IsLooped) SetLoop(options, song, range);
+    return range;
 }
 
 // Throws HostError if the file cannot be read or no notes remain to be played.
 midifile::Song ReadEditedSong(const PlayOptions& options) {
     midifile::Song song = ReadSong(options.Song.File, options.Song.Strict);
     CheckNotEmpty(song, options.Song.File);
-    const int dropped = Apply(options.Edit, song);
+    const int dropped = ApplyEdit(options.Edit, song);
     if (dropped > 0) {
         std::fprintf(stderr, "%s outside the 128 keys %s skipped.\n",
                      Counted(dropped, "note").c_str(), dropped == 1 ? "is" : "are");
@@ -118,14 +118,14 @@ midifile::Song ReadEditedSong(const PlayOptions& options) {
 }
 
 void PrintPlayed(const Performance& performance) {
-    const Transport& music = performance.Of();
-    std::printf("%s %s, %s long\n", performance.Complete() ? "Played" : "Stopped after",
-                Counted(static_cast<std::int64_t>(music.Sent()), "message").c_str(),
+    const Transport& music = performance.Playback();
+    std::printf("%s %s, %s long\n", performance.IsComplete() ? "Played" : "Stopped after",
+                Counted(static_cast<std::int64_t>(music.SentCount()), "message").c_str(),
                 ClockText(music.Length()).c_str());
-    if (music.LeftOut() > 0) {
+    if (music.DroppedEvents() > 0) {
         std::printf("%s after more than 24 days %s skipped\n",
-                    Counted(static_cast<std::int64_t>(music.LeftOut()), "message").c_str(),
-                    music.LeftOut() == 1 ? "is" : "are");
+                    Counted(static_cast<std::int64_t>(music.DroppedEvents()), "message").c_str(),
+                    music.DroppedEvents() == 1 ? "is" : "are");
     }
 }
 
@@ -133,15 +133,15 @@ void Run(const GlobalOptions& global, const PlayOptions& options) {
     std::vector<Note> written;
     if (!options.WrittenFile.empty()) written = WrittenNotes(options.WrittenFile);
     const midifile::Song song = ReadEditedSong(options);
-    const Route route = MakeRoute(options, song);
-    std::optional<Take> record;
+    const PlayRange range = MakeRange(options, song);
+    std::optional<TakeWriter> record;
     if (!options.RecordFile.empty()) record.emplace(options.RecordFile);
     Session session(global, {{},
                              options.Outputs,
                              options.MicrophoneFile,
                              options.Report ? DevicePolicy::PrivateLoopback
                                             : DevicePolicy::HardwareOrLoopback});
-    Performance performance(song, {route, !options.MicrophoneFile.empty(), options.Report,
+    Performance performance(song, {range, !options.MicrophoneFile.empty(), options.Report,
                                    record ? &*record : nullptr});
     session.Start({});
     performance.Run(session.VirtualMicrophone());
@@ -149,8 +149,8 @@ void Run(const GlobalOptions& global, const PlayOptions& options) {
     session.Stop();
     if (session.VirtualMicrophone()) session.VirtualMicrophone()->CheckRead();
     if (record) performance.FinishRecording();
-    if (!options.WrittenFile.empty()) PrintMelody(written, performance.Heard());
-    if (options.Report && performance.Complete()) PrintReport(performance);
+    if (!options.WrittenFile.empty()) PrintMelody(written, performance.MicrophoneNotes());
+    if (options.Report && performance.IsComplete()) PrintReport(performance);
 }
 
 void AddChanges(const Command& command, PlayOptions& options) {

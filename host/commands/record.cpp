@@ -38,16 +38,16 @@ public:
         if (!options.Click.empty()) Metronome.emplace(options.Click);
         if (options.Overdub.File.empty()) return;
         Song.emplace(ReadSong(options.Overdub.File, options.Overdub.Strict));
-        Music.emplace(*Song, Route{});
+        Music.emplace(*Song, PlayRange{});
     }
 
     // Milliseconds of the time base before the recording begins.
     std::int64_t CountIn() const {
-        return Metronome ? Metronome->Lead() : Music ? OverdubCountIn : 0;
+        return Metronome ? Metronome->CountInEnd() : Music ? OverdubCountIn : 0;
     }
     bool Sounds() const { return Metronome || Music; }
     void Begin() {
-        if (Music) Music->Begin(OverdubCountIn);
+        if (Music) Music->Start(OverdubCountIn);
     }
     // Keeps the output queue filled. Call it at least once per second.
     void Step() {
@@ -71,18 +71,18 @@ RecordingPlan Accompaniment::Plan() const {
     RecordingPlan plan;
     if (Metronome) {
         plan.Map.Add(Tempo{0, static_cast<int>(60e6 / Metronome->BeatsPerMinute())});
-        plan.Map.Add(Meter{0, Metronome->Beats(), 4});
+        plan.Map.Add(Meter{0, Metronome->BeatsPerBar(), 4});
     }
     if (Song) {
         plan.Map = Song->Map;
-        plan.Under = &*Song;
+        plan.Backing = &*Song;
     }
     return plan;
 }
 
 // Adds the received records to the take, with times from the end of the count-in. Notes played up
 // to 500 ms too early move to the first beat; earlier ones are warming up, and are dropped.
-void AddReceived(const std::vector<MIDIEvent>& received, std::int64_t countIn, Take& take) {
+void AddReceived(const std::vector<MIDIEvent>& received, std::int64_t countIn, TakeWriter& take) {
     constexpr std::int64_t early = 500;
     for (MIDIEvent record : received) {
         if (countIn > 0 && record.Time < countIn - early && (record.Status & 0xE0) == 0x80)
@@ -92,18 +92,18 @@ void AddReceived(const std::vector<MIDIEvent>& received, std::int64_t countIn, T
     }
 }
 
-std::string CountText(const Take& take) {
+std::string CountText(const TakeWriter& take) {
     return Counted(static_cast<std::int64_t>(take.Notes()), "note") + ", " +
            Counted(std::ssize(take.Records()), "message");
 }
 
-std::string ProgressText(std::int64_t now, const Take& take) {
+std::string ProgressText(std::int64_t now, const TakeWriter& take) {
     if (now < 0) return "counting in, " + std::to_string(-now / 1000 + 1) + " s";
     return ClockText(now) + "  " + CountText(take);
 }
 
 void Run(const GlobalOptions& global, const RecordOptions& options) {
-    Take take(options.File);
+    TakeWriter take(options.File);
     Accompaniment accompaniment(options);
     SessionPlan plan = options.Input.Plan();
     plan.Outputs.insert(plan.Outputs.end(), options.Outputs.begin(), options.Outputs.end());

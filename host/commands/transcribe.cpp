@@ -43,13 +43,13 @@ struct TranscribeOptions {
     // The stream for messages: with --json, standard output has only objects.
     std::FILE* Messages() const { return AsJson ? stderr : stdout; }
     bool FindsTuning() const { return !AsLibrary && !AsListen; }
-    Loudness LoudnessMode() const {
-        return AsLibrary ? Loudness::AsItIs : AsListen ? Loudness::Followed : Loudness::Raised;
+    Levelling LevellingMode() const {
+        return AsLibrary ? Levelling::None : AsListen ? Levelling::Live : Levelling::File;
     }
 };
 
 struct Result {
-    HeardSound Sound;
+    AnalysedSound Sound;
     Transcript Melody;
     std::vector<MIDIEvent> Records;
     double Work = 0; // seconds that the analysis took
@@ -59,13 +59,13 @@ struct Result {
 Result Analyse(const GlobalOptions& global, const TranscribeOptions& options) {
     const auto begin = std::chrono::steady_clock::now();
     Result result;
-    if (options.AsLibrary) result.Records = HearAsLibrary(options.File, global.IniFolder);
-    result.Sound = HearFile(options.File, options.LoudnessMode());
+    if (options.AsLibrary) result.Records = TranscribeWithLibrary(options.File, global.IniFolder);
+    result.Sound = AnalyseFile(options.File, options.LevellingMode());
     if (options.AsLibrary) {
         const auto end = static_cast<std::int64_t>(result.Sound.Seconds * 1000);
         result.Melody.Notes = PairNotes(result.Records, end);
     } else {
-        result.Melody = Decode(result.Sound, options.LoudnessMode());
+        result.Melody = Decode(result.Sound, options.LevellingMode());
         result.Records = options.Bends ? ToRecords(result.Melody.Notes, result.Sound)
                                        : ToRecords(result.Melody.Notes);
     }
@@ -77,7 +77,7 @@ Result Analyse(const GlobalOptions& global, const TranscribeOptions& options) {
 }
 
 // Throws HostError with the reason if the sound cannot contain a note.
-void CheckAudible(const HeardSound& sound, const TranscribeOptions& options) {
+void CheckAudible(const AnalysedSound& sound, const TranscribeOptions& options) {
     const std::string name = "\"" + options.File + "\" is ";
     if (sound.Seconds < MinSeconds) {
         throw HostError(name + "too short: a note takes at least 0.05 s");
@@ -108,7 +108,7 @@ void PrintJson(const Result& result, const TranscribeOptions& options) {
     PrintJson(result.Melody, result.Sound);
     Json summary;
     summary.Add("kind", "summary").Add("notes", result.Melody.Notes.size());
-    summary.Add("seconds", result.Sound.Seconds).Add("complete", !result.Sound.BrokeOff);
+    summary.Add("seconds", result.Sound.Seconds).Add("complete", !result.Sound.IsTruncated);
     if (options.FindsTuning()) summary.Add("a4", hearing::FrequencyOf(69 + result.Melody.Tuning));
     summary.Print();
 }
@@ -142,9 +142,9 @@ void WriteScore(const Result& result, const TranscribeOptions& options, const Ou
     if (!options.AsJson) return;
     Json()
         .Add("kind", "score")
-        .Add("meter", written.Meter())
-        .Add("key", written.In.Name())
-        .Add("tempo", written.Of.QuartersPerMinute)
+        .Add("meter", written.TimeSignature())
+        .Add("key", written.Key.Name())
+        .Add("tempo", written.Rhythm.QuartersPerMinute)
         .Add("bars", written.Bars.size())
         .Print();
 }
@@ -161,7 +161,7 @@ void Run(const GlobalOptions& global, const TranscribeOptions& options) {
     const auto milliseconds = static_cast<std::int64_t>(result.Sound.Seconds * 1000);
     if (Interrupted()) {
         std::fprintf(options.Messages(), "Stopped at %s\n", ClockText(milliseconds).c_str());
-    } else if (!result.Sound.BrokeOff) {
+    } else if (!result.Sound.IsTruncated) {
         CheckAudible(result.Sound, options);
     }
     (options.AsJson ? PrintJson : PrintText)(result, options);
@@ -171,7 +171,7 @@ void Run(const GlobalOptions& global, const TranscribeOptions& options) {
         const std::string names = plots->Write({options.File, result.Sound, result.Melody});
         std::fprintf(options.Messages(), "Wrote %s\n", names.c_str());
     }
-    if (result.Sound.BrokeOff) {
+    if (result.Sound.IsTruncated) {
         throw HostError("\"" + options.File + "\" is truncated after " + ClockText(milliseconds) +
                         ": the rest cannot be read");
     }

@@ -8,9 +8,9 @@ namespace zorhost {
 
 PlayedFile::PlayedFile(std::string path) : Path(std::move(path)), Ring(RingFrames) {
     Rewind();
-    File->Survey();
-    FileMixing = File->How();
-    Length = File->Announced();
+    File->Prescan();
+    FileMixing = File->CurrentMixing();
+    Length = File->AnnouncedSeconds();
 }
 
 void PlayedFile::Rewind() {
@@ -18,7 +18,7 @@ void PlayedFile::Rewind() {
     File.reset(); // close before reopening: a pipe cannot be opened twice
     Decoded = 0;
     File = std::make_unique<SoundFile>(Path, FileMixing);
-    Source = std::make_unique<Resampled>(*File);
+    Source = std::make_unique<Resampler>(*File);
     Truncated = false;
 }
 
@@ -36,7 +36,7 @@ void PlayedFile::DecodeTo(std::uint64_t end) {
         Decoded += got;
         if (got == wanted) continue;
         Source.reset();
-        Truncated = File->BrokeOff();
+        Truncated = File->IsTruncated();
     }
 }
 

@@ -1,10 +1,10 @@
 #include "host/playback/library_transcript.h"
 
+#include "host/devices/session.h"
+#include "host/sound/sound_file.h"
 #include "host/terminal/host_error.h"
 #include "host/terminal/interrupt.h"
 #include "host/terminal/progress.h"
-#include "host/devices/session.h"
-#include "host/sound/sound_file.h"
 
 #include <filesystem>
 
@@ -12,9 +12,9 @@ namespace zorhost {
 
 namespace {
 
-constexpr int Step = 20; // milliseconds of sound between two looks
+constexpr int Step = 20; // milliseconds of sound between two polls
 
-// The sound begins with the library's time base.
+// Returns the records of the whole sound, which starts at time 0 of the library's time base.
 std::vector<MIDIEvent> Listen(Session& session) {
     std::vector<MIDIEvent> records;
     session.Start({});
@@ -34,10 +34,11 @@ std::vector<MIDIEvent> Listen(Session& session) {
 
 } // namespace
 
-std::vector<MIDIEvent> HearAsLibrary(const std::string& path, const std::string& iniFolder) {
+std::vector<MIDIEvent> TranscribeWithLibrary(const std::string& path,
+                                             const std::string& iniFolder) {
     const bool exists = path == StandardInput || std::filesystem::exists(path);
     if (exists && !std::filesystem::is_regular_file(path)) {
-        throw HostError("\"" + path + "\" is no file; the library's microphone hears files only");
+        throw HostError("\"" + path + "\" is not a file; --as-library reads files only");
     }
     SessionPlan plan;
     plan.MicrophoneFile = path;

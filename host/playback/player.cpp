@@ -11,7 +11,7 @@ namespace {
 
 using midifile::Event;
 
-MIDIEvent Record(const Event& event) {
+MIDIEvent ToRecord(const Event& event) {
     return {0,
             0,
             static_cast<std::int16_t>(event.Status & 15),
@@ -26,10 +26,12 @@ void Add(Passage& passage, const MIDIEvent& record, std::int64_t tick) {
     passage.Ticks.push_back(tick);
 }
 
+// Which of the events before a passage are sent at its beginning ("chased").
 enum class Chase { Never, Last, Always };
 
-// Bank selects act at the next program change, and parameter numbers at the next data entry: they
-// are sent whole and in order. Of all else that lasts, the last setting counts.
+// Bank selects take effect at the next program change, and parameter numbers at the next data
+// entry, so all of them are sent in order. Of every other lasting setting only the last one is
+// sent.
 Chase ChaseRule(const Event& event) {
     switch (event.Status & 0xF0) {
     case 0xC0:
@@ -53,26 +55,26 @@ Chase ChaseRule(const Event& event) {
 using Events = std::span<const Event>;
 
 void AddChased(Passage& passage, Events before, std::int64_t tick) {
-    std::set<int> seen;
+    std::set<int> known; // status and controller number of settings
     std::vector<MIDIEvent> chased;
     for (auto event = before.rbegin(); event != before.rend(); ++event) {
         const Chase rule = ChaseRule(*event);
         const int number = (event->Status & 0xF0) == 0xB0 ? event->Data1 : 0;
         if (rule == Chase::Always ||
-            (rule == Chase::Last && seen.insert(event->Status << 8 | number).second)) {
-            chased.push_back(Record(*event));
+            (rule == Chase::Last && known.insert(event->Status << 8 | number).second)) {
+            chased.push_back(ToRecord(*event));
         }
     }
     for (auto record = chased.rbegin(); record != chased.rend(); ++record)
         Add(passage, *record, tick);
 }
 
-// A key for each note and each sustain pedal, with how often it is down.
-using Held = std::map<int, int>;
-constexpr int SustainPedal = 128; // beside the 128 notes
+// How often each note and each sustain pedal is held, by channel * 256 + note.
+using HeldNotes = std::map<int, int>;
+constexpr int SustainPedal = 128; // as a note number, after the 128 notes
 
-Held HeldAfter(const std::vector<MIDIEvent>& records) {
-    Held held;
+HeldNotes FindHeldNotes(const std::vector<MIDIEvent>& records) {
+    HeldNotes held;
     for (const MIDIEvent& record : records) {
         const int key = record.Channel * 256;
         if (record.Status == 0x90 && record.Data2 > 0) {
@@ -88,7 +90,7 @@ Held HeldAfter(const std::vector<MIDIEvent>& records) {
 }
 
 void AddNoteOffs(Passage& passage, std::int64_t tick) {
-    for (const auto& [key, count] : HeldAfter(passage.Records)) {
+    for (const auto& [key, count] : FindHeldNotes(passage.Records)) {
         const MIDIEvent off = {0, 0,    static_cast<std::int16_t>(key / 256),
                                2, 0x80, static_cast<std::uint8_t>(key % 256),
                                64};
@@ -98,22 +100,22 @@ void AddNoteOffs(Passage& passage, std::int64_t tick) {
 
 } // namespace
 
-Passage PassageOf(const midifile::Song& song, std::int64_t from, std::int64_t to) {
+Passage MakePassage(const midifile::Song& song, std::int64_t begin, std::int64_t end) {
     const Events all = song.Events;
     const auto at = [&](std::int64_t tick) {
-        const auto place = std::ranges::lower_bound(all, tick, {}, &Event::Tick);
-        return static_cast<std::size_t>(place - all.begin());
+        const auto event = std::ranges::lower_bound(all, tick, {}, &Event::Tick);
+        return static_cast<std::size_t>(event - all.begin());
     };
     Passage passage;
-    AddChased(passage, all.first(at(from)), from);
-    for (const Event& event : all.subspan(at(from), at(to) - at(from)))
-        Add(passage, Record(event), event.Tick);
-    if (to != ToTheEnd) AddNoteOffs(passage, to);
+    AddChased(passage, all.first(at(begin)), begin);
+    for (const Event& event : all.subspan(at(begin), at(end) - at(begin)))
+        Add(passage, ToRecord(event), event.Tick);
+    if (end != EndOfSong) AddNoteOffs(passage, end);
     return passage;
 }
 
 bool LeavesSounding(const std::vector<MIDIEvent>& records) {
-    return std::ranges::any_of(HeldAfter(records),
+    return std::ranges::any_of(FindHeldNotes(records),
                                [](const auto& entry) { return entry.second > 0; });
 }
 

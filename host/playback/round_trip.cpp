@@ -8,7 +8,7 @@ namespace zorhost {
 
 namespace {
 
-// How far apart in the order two records may be and still count as the same one out of place.
+// Records skipped in the search for a match: more of them in a row count as lost or wrong.
 constexpr std::size_t Window = 256;
 
 bool IsNoteOff(const MIDIEvent& event) {
@@ -21,15 +21,15 @@ bool Same(const MIDIEvent& sent, const MIDIEvent& received) {
     return sent.Status == received.Status && (sent.Length < 2 || sent.Data2 == received.Data2);
 }
 
-// The output ports count the notes that sound and hold back a note off that ends none.
-std::vector<MIDIEvent> ThroughPorts(const std::vector<MIDIEvent>& records, std::int64_t& heldBack) {
+// The records that output ports pass on: they suppress a note off that ends no note.
+std::vector<MIDIEvent> PassedOn(const std::vector<MIDIEvent>& records, std::int64_t& suppressed) {
     std::vector<MIDIEvent> out;
     std::array<std::array<int, 128>, 16> sounding = {};
     for (const MIDIEvent& record : records) {
         int& count = sounding[record.Channel & 15][record.Data1 & 127];
         if (IsNoteOff(record)) {
             if (count == 0) {
-                ++heldBack;
+                ++suppressed;
                 continue;
             }
             --count;
@@ -41,17 +41,20 @@ std::vector<MIDIEvent> ThroughPorts(const std::vector<MIDIEvent>& records, std::
     return out;
 }
 
+// percent: 0 to 100.
 int Percentile(const std::vector<int>& ascending, std::size_t percent) {
     return ascending[(ascending.size() - 1) * percent / 100];
 }
 
 } // namespace
 
+// Each received record matches the first equal one among the next expected records. Those skipped
+// by a match are lost.
 RoundTrip Compare(const std::vector<MIDIEvent>& sent, const std::vector<MIDIEvent>& received) {
     RoundTrip result;
-    const std::vector<MIDIEvent> expected = ThroughPorts(sent, result.HeldBack);
-    result.Sent = static_cast<std::int64_t>(expected.size());
-    result.Received = static_cast<std::int64_t>(received.size());
+    const std::vector<MIDIEvent> expected = PassedOn(sent, result.SuppressedCount);
+    result.SentCount = static_cast<std::int64_t>(expected.size());
+    result.ReceivedCount = static_cast<std::int64_t>(received.size());
     std::size_t next = 0;
     std::int64_t matched = 0;
     for (const MIDIEvent& record : received) {
@@ -59,15 +62,15 @@ RoundTrip Compare(const std::vector<MIDIEvent>& sent, const std::vector<MIDIEven
         std::size_t found = next;
         while (found < end && !Same(expected[found], record)) ++found;
         if (found == end) {
-            ++result.Wrong;
+            ++result.WrongCount;
             continue;
         }
-        result.LateMilliseconds.push_back(record.Time - expected[found].Time);
+        result.Lateness.push_back(record.Time - expected[found].Time);
         ++matched;
         next = found + 1;
     }
-    result.Lost = result.Sent - matched;
-    std::sort(result.LateMilliseconds.begin(), result.LateMilliseconds.end());
+    result.LostCount = result.SentCount - matched;
+    std::sort(result.Lateness.begin(), result.Lateness.end());
     return result;
 }
 
@@ -79,15 +82,15 @@ std::string RoundTrip::Text() const {
                       static_cast<long long>(value), unit);
         text += buffer;
     };
-    line("records sent", Sent, "");
-    if (HeldBack > 0) line("held back (no such note)", HeldBack, "");
-    line("records received", Received, "");
-    line("lost", Lost, "");
-    line("wrong", Wrong, "");
-    if (!LateMilliseconds.empty()) {
-        line("lateness, median", Percentile(LateMilliseconds, 50), " ms");
-        line("lateness, 99th percentile", Percentile(LateMilliseconds, 99), " ms");
-        line("lateness, worst", LateMilliseconds.back(), " ms");
+    line("records sent", SentCount, "");
+    if (SuppressedCount > 0) line("note offs without a note on", SuppressedCount, "");
+    line("records received", ReceivedCount, "");
+    line("lost", LostCount, "");
+    line("wrong", WrongCount, "");
+    if (!Lateness.empty()) {
+        line("lateness, median", Percentile(Lateness, 50), " ms");
+        line("lateness, 99th percentile", Percentile(Lateness, 99), " ms");
+        line("lateness, worst", Lateness.back(), " ms");
     }
     return text;
 }

@@ -21,7 +21,7 @@ TEST(Files, ThatAreFaultyGiveAWarningOrAreRefused) {
     EXPECT_EQ(RunZorhost("play junk.mid --strict").Code, 1);
     const Result played = RunZorhost("play junk.mid");
     EXPECT_EQ(played.Code, 0);
-    EXPECT_NE(played.Err.find("junk.mid: bytes behind the end"), std::string::npos) << played.Err;
+    EXPECT_NE(played.Err.find("junk.mid: bytes after the end"), std::string::npos) << played.Err;
 }
 
 TEST(Files, AreReadAndWrittenWhereThatCanBe) {

@@ -72,7 +72,7 @@ TEST(Report, CountsMessagesHeldBackLostAndWrong) {
     WriteMidi("three.mid", 960,
               {{{0, {0x80, 61, 0}}, {0, {0x90, 60, 90}}, {9, {0x80, 60, 0}}, {9, {0x90, 62, 90}}}});
     const std::string sent = "records sent                        3\n"
-                             "  held back (no such note)            1\n"
+                             "  note offs without a note on         1\n"
                              "  records received                    3\n";
     const struct {
         std::string Settings, Expected;

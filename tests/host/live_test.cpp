@@ -90,7 +90,7 @@ TEST(Record, RestoresTheTakeOfAKilledProcess) {
     record.Finish();
     ASSERT_TRUE(live.Await("1 note, 1 message"));
     const Result next = RunZorhost("record killed.mid --seconds 0.1");
-    EXPECT_NE(next.Err.find("is kept in \""), std::string::npos) << next.Err;
+    EXPECT_NE(next.Err.find("was rescued to \""), std::string::npos) << next.Err;
     EXPECT_EQ(Messages(ReadBack("killed.rescued-2.mid")),
               (std::vector<Bytes>{{0x90, 60, 100}, {0x90, 60, 0}, {0x90, 60, 100}, {0x90, 60, 0}}));
     // The second input's notes are on a third track, after the bar lines and the first input's.
@@ -127,7 +127,7 @@ TEST(Record, OnAFullDisk) {
         Program record("record full.mid");
         ASSERT_TRUE(record.Await("Listening"));
         PlayTo(record, "full.part.mid", 200);
-        ASSERT_TRUE(record.Await("The disk takes no more"));
+        ASSERT_TRUE(record.Await("The disk is full"));
         EXPECT_EQ(ReadText("full.mid"), "older");
         if (room) record.LimitFiles(0);
         record.Signal(SIGINT);

@@ -78,7 +78,7 @@ TEST(Transcribe, FindsTheNotesAndTheirTimes) {
 // With zorhost's own analysis, which reads a file again if needed, and with the library's, for
 // which the file is checked before.
 TEST(Transcribe, ReadsChannelsThatCancelAndSamplesBeyondAllScales) {
-    constexpr char beyond[] = "beyond all scales", second[] = "channel 2 alone";
+    constexpr char beyond[] = "far exceed full scale", second[] = "channel 2 alone";
     const struct {
         std::vector<double> Gains;
         bool Floats;
@@ -205,9 +205,9 @@ TEST(Transcribe, ReportsWhatItCannotDetect) {
     std::ofstream("header.wav") << ReadText("silent.wav").substr(0, 44);
     std::ofstream("text.wav") << "no sound";
     const std::pair<std::string, const char*> cases[] = {
-        {"absent", "absent.wav"},       {"text", "text.wav"},    {"header", "holds no sound"},
-        {"short", "is too short"},      {"silent", "is silent"}, {"hiss", "no notes detected"},
-        {"noise", "Not understood: 0."}};
+        {"absent", "absent.wav"},     {"text", "text.wav"},    {"header", "contains no sound"},
+        {"short", "is too short"},    {"silent", "is silent"}, {"hiss", "no notes detected"},
+        {"noise", "Unrecognised: 0."}};
     for (const auto& [name, expected] : cases) {
         const Result result = RunZorhost("transcribe -o some.mid " + name + ".wav");
         EXPECT_NE((result.Out + result.Err).find(expected), std::string::npos)
