@@ -43,8 +43,8 @@ OutputFile::OutputFile(const std::string& path) : GivenPath(path) {
 OutputFile::~OutputFile() = default;
 
 void OutputFile::CheckFile() const {
-    const std::string fresh = TempPath(ResolvedPath);
-    const HANDLE handle = Open(fs::exists(ResolvedPath) ? ResolvedPath : fresh, OPEN_ALWAYS);
+    const std::string temporary = TempPath(ResolvedPath);
+    const HANDLE handle = Open(fs::exists(ResolvedPath) ? ResolvedPath : temporary, OPEN_ALWAYS);
     if (handle == INVALID_HANDLE_VALUE) CannotWrite(GivenPath, GetLastError());
     CloseHandle(handle);
     DeleteFileA(temporary.c_str());
@@ -53,18 +53,18 @@ void OutputFile::CheckFile() const {
 // Writes a temporary file in the same folder and renames it, so that the old file stays until the
 // new one is complete.
 void OutputFile::Replace(midifile::ByteSpan bytes) const {
-    const std::string fresh = TempPath(ResolvedPath);
-    const HANDLE handle = Open(fresh, CREATE_ALWAYS);
+    const std::string temporary = TempPath(ResolvedPath);
+    const HANDLE handle = Open(temporary, CREATE_ALWAYS);
     if (handle == INVALID_HANDLE_VALUE) CannotWrite(GivenPath, GetLastError());
     DWORD done = 0, error = 0;
     const auto size = static_cast<DWORD>(bytes.size());
     if (!WriteFile(handle, bytes.data(), size, &done, nullptr) || !FlushFileBuffers(handle))
         error = GetLastError();
     CloseHandle(handle);
-    if (error == 0 && !MoveFileExA(fresh.c_str(), ResolvedPath.c_str(), MOVEFILE_REPLACE_EXISTING))
+    if (error == 0 && !MoveFileExA(temporary.c_str(), ResolvedPath.c_str(), MOVEFILE_REPLACE_EXISTING))
         error = GetLastError();
     if (error == 0) return;
-    DeleteFileA(fresh.c_str());
+    DeleteFileA(temporary.c_str());
     CannotWrite(GivenPath, error);
 }
 
