@@ -87,7 +87,7 @@ BENCHMARK(ReadAndResample)->Name(AsItIs);
 void ReadMixed(benchmark::State& state) {
     for (auto _ : state) {
         zorhost::SoundFile file(SongPath());
-        zorhost::Resampled source(file);
+        zorhost::Resampler source(file);
         zorhost::Block block;
         while (source.Read(block) == block.size()) benchmark::DoNotOptimize(block.data());
     }
@@ -97,32 +97,32 @@ BENCHMARK(ReadMixed)->Name(Mixed);
 void ToNotes(benchmark::State& state) {
     const std::string& path = SongPath();
     for (auto _ : state) {
-        const auto sound = zorhost::HearFile(path, zorhost::Loudness::Raised);
-        benchmark::DoNotOptimize(zorhost::Decode(sound, zorhost::Loudness::Raised));
+        const auto sound = zorhost::AnalyseFile(path, zorhost::Levelling::File);
+        benchmark::DoNotOptimize(zorhost::Decode(sound, zorhost::Levelling::File));
     }
 }
 BENCHMARK(ToNotes)->Name(Whole);
 
 void Recognise(benchmark::State& state) {
     zorhost::SoundFile file(SongPath());
-    zorhost::Resampled source(file);
+    zorhost::Resampler source(file);
     std::vector<zorhost::Block> blocks(2048);
     for (zorhost::Block& block : blocks) source.Read(block);
-    zorhost::FrameMaker maker;
+    zorhost::FrameAnalyser analyser;
     std::size_t next = 0;
     for (auto _ : state) {
-        benchmark::DoNotOptimize(maker.Take(blocks[next], 1));
+        benchmark::DoNotOptimize(analyser.Analyse(blocks[next], 1));
         next = (next + 1) % blocks.size();
     }
 }
 BENCHMARK(Recognise)->Name(OneFrame);
 
 void Decode(benchmark::State& state, int lag) {
-    const auto sound = zorhost::HearFile(SongPath(), zorhost::Loudness::Raised);
+    const auto sound = zorhost::AnalyseFile(SongPath(), zorhost::Levelling::File);
     hearing::Decoder decoder(lag);
     std::size_t next = 0;
     for (auto _ : state) {
-        decoder.Take(sound.Frames[next]);
+        decoder.Feed(sound.Frames[next]);
         next = (next + 1) % sound.Frames.size();
     }
 }

@@ -34,7 +34,7 @@ void CheckOrder(const Song& song) {
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     try {
-        Read({data, data + size}, Care::Strict);
+        Read({data, data + size}, ParseMode::Strict);
     } catch (const Error&) {
     }
     try {

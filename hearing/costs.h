@@ -1,43 +1,47 @@
-// What each step of a path through the sound costs. The path of least cost is the melody.
+// The cost of each step of a path through the states. The decoder's melody is the path of least
+// cost.
 //
-// Costs stand for negative logarithms of probabilities, up to a factor: what is ten times as rare
-// costs about 2.3 more. They were set on recordings of 21 instruments and of voices, and rounded:
-// around each of them the result is flat.
+// Costs are negative logarithms of probabilities, up to a common factor: an event ten times as rare
+// costs about 2.3 more. They were tuned on recordings of 21 instruments and of voices, and rounded.
+// The accuracy changes little when one of them varies.
 #pragma once
 
 namespace hearing {
 
 struct Costs {
-    // Pitches that a note can be at. Two a semitone, so that a singer between two keys need not
-    // change keys over it.
-    int PlacesPerSemitone = 2;
+    // Pitch bins per semitone. With two of them a singer between two keys stays in one bin instead
+    // of alternating between the keys.
+    int BinsPerSemitone = 2;
 
-    // A frame that measured a pitch, against a note. A frame's error is small or anything at all:
-    // a line that is cut off, not a parabola.
-    float PerSemitone = 2.8f;
-    float MostOff = 3;
-    // A note an octave, two octaves or a twelfth from the measured pitch: the detector's usual
-    // slip.
+    // A frame with a pitch, in a note: the cost per semitone between them, up to a limit. The limit
+    // makes the cost robust, since a frame's error is either small or arbitrary.
+    float PitchError = 2.8f;
+    float MaxPitchError = 3;
+    // A frame that measured a pitch an octave, two octaves or a twelfth away from the note: the
+    // most common errors of the pitch detector.
     float Harmonic = 2;
-    // A frame without a pitch, against a note: consonants, bow noise, failed measurements.
+    // A frame without a pitch, in a note: consonants, bow noise, failed measurements.
     float Unvoiced = 1.5f;
-    // The same where it is so quiet that no pitch is searched for: the note has ended.
+    // The same at a level too low for a pitch to be searched for: the note has probably ended.
     float Quiet = 3;
-    int QuietLevel = 10; // and below, of 128
-    // A frame with a pitch, against the rest. One without costs the rest nothing.
-    float VoicedRest = 2.25f;
+    int QuietLevel = 10; // the highest such level, of 128
+    // A frame with a pitch, in silence. A frame without one costs nothing there.
+    float VoicedSilence = 2.25f;
 
-    float Begin = 6.5f; // from the rest to a note
-    float End = 1.5f;   // back
-    float Change = 10;  // from note to note: more than a swing of vibrato or two slips can save
-    // A rise of the level makes a beginning likelier: at FullRise or more a Begin or Change costs
-    // that much less.
-    float Relief = 3;
-    float FullRise = 12;     // decibels over two frames
-    float Repeat = 10;       // from a note to the same one struck again
-    float RepeatRelief = 12; // where it had sounded for a while; nothing else speaks for it
+    float NoteBegin = 6.5f; // from silence to a note
+    float NoteEnd = 1.5f;   // from a note to silence
+    // From one note to another: more than a swing of vibrato or two wrong frames can save.
+    float NoteChange = 10;
+    // A rising level makes an onset likelier: with a rise of FullRise or more, NoteBegin and
+    // NoteChange cost RiseRelief less, and proportionally less of it with a smaller rise.
+    float RiseRelief = 3;
+    float FullRise = 12; // decibels over two frames
+    // A re-onset: from a note to another one of the same pitch. Only a rise of the level after a
+    // sounding note indicates it, so its relief is greater.
+    float ReOnset = 10;
+    float ReOnsetRelief = 12;
 
-    // Of a note's first two frames only this share counts: scoops, pluck and bow noise.
+    // Weight of a note's first two frames: scoops, plucks and bow noise make them unreliable.
     float AttackShare = 0.5f;
 };
 

@@ -4,23 +4,24 @@ namespace hearing {
 
 namespace {
 
-// Tracing costs as much as there is to trace, so a long lag is traced once for many frames.
+// The time of a trace is proportional to its length, so with a long lag one trace decides many
+// frames.
 int StrideFor(int lag) { return lag > 64 ? lag : 1; }
 
 } // namespace
 
 Decoder::Decoder(int lag, double tuning, const Costs& costs)
     : Lag(static_cast<std::size_t>(lag)), Stride(static_cast<std::size_t>(StrideFor(lag))),
-      Eye(costs, tuning), Paths(costs, Eye.Places(), lag + StrideFor(lag)),
-      Writer(costs.PlacesPerSemitone) {
-    Waiting.reserve(Lag + Stride);
+      Observer(costs, tuning), Paths(costs, Observer.Bins(), lag + StrideFor(lag)),
+      Writer(costs.BinsPerSemitone) {
+    Undecided.reserve(Lag + Stride);
     Path.reserve(Lag + Stride);
 }
 
-void Decoder::Take(const Frame& frame) {
-    Paths.Step(Eye.Observe(frame));
-    Waiting.push_back(frame);
-    if (Waiting.size() == Lag + Stride) Decide(Lag);
+void Decoder::Feed(const Frame& frame) {
+    Paths.Step(Observer.Observe(frame));
+    Undecided.push_back(frame);
+    if (Undecided.size() == Lag + Stride) Decide(Lag);
 }
 
 void Decoder::Finish() {
@@ -28,15 +29,15 @@ void Decoder::Finish() {
     Writer.Close();
 }
 
-void Decoder::Decide(std::size_t kept) {
-    Path.resize(Waiting.size());
+void Decoder::Decide(std::size_t undecided) {
+    Path.resize(Undecided.size());
     Paths.Trace(Path);
-    const std::span<const Frame> frames = Waiting;
-    const std::size_t decided = frames.size() - kept;
+    const std::span<const Frame> frames = Undecided;
+    const std::size_t decided = frames.size() - undecided;
     for (std::size_t i = 0; i < decided; ++i) {
-        Writer.Take(Path[i], Eye.PitchAt(Path[i].Place), frames.subspan(i));
+        Writer.Write(Path[i], Observer.PitchAt(Path[i].Bin), frames.subspan(i));
     }
-    Waiting.erase(Waiting.begin(), Waiting.begin() + static_cast<std::ptrdiff_t>(decided));
+    Undecided.erase(Undecided.begin(), Undecided.begin() + static_cast<std::ptrdiff_t>(decided));
 }
 
 } // namespace hearing

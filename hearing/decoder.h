@@ -1,7 +1,8 @@
-// From the recogniser's frames to notes.
+// Turns the recogniser's frames into notes.
 //
-// A state is decided a number of frames after its own: a few for live use, so many for a file that
-// all paths have long met by then and the result is that of the whole file at once.
+// The state of a frame is decided a fixed number of frames later, the lag. Live, it is a compromise
+// between delay and accuracy. For a file it is so long that all candidate paths have merged, and
+// the result equals that of decoding the whole file at once.
 #pragma once
 
 #include "hearing/note_writer.h"
@@ -13,34 +14,34 @@
 
 namespace hearing {
 
-// Frames from a frame to its decision. Live: 93 ms.
-constexpr int LiveLag = 4;
-constexpr int FileLag = 256;
+constexpr int LiveLag = 4;   // frames, 93 ms
+constexpr int FileLag = 256; // frames, 5.9 s
 
-// No thread of its own: one at a time. Takes at most 2 us for a frame; allocates where a note
-// begins or grows. Its memory does not grow but for the notes.
+// For one thread at a time. A frame takes at most 2 us. Memory is allocated when a note begins or
+// grows, so Feed is not real-time safe; besides the notes, memory use is constant.
 class Decoder {
 public:
-    // lag in frames, above 0. tuning: what the take is sharper than 440 Hz, in semitones.
+    // lag: frames, above 0. tuning: how much sharper than 440 Hz the recording's A4 is, in
+    // semitones.
     explicit Decoder(int lag, double tuning = 0, const Costs& costs = {});
 
-    // Frames come in order, without a gap.
-    void Take(const Frame& frame);
-    // The sound is over: decides what is left. Nothing may be taken after it.
+    // Adds the next frame, in order and without gaps.
+    void Feed(const Frame& frame);
+    // Decides the remaining frames and ends an open note. Call it once, after the last Feed.
     void Finish();
 
-    // So far, in order. Only the last one can be open.
+    // The notes so far, in order. Only the last one can be open. Valid until the next call.
     const std::vector<Note>& Notes() const { return Writer.Notes(); }
 
 private:
-    void Decide(std::size_t kept);
+    void Decide(std::size_t undecided);
 
     std::size_t Lag;
-    std::size_t Stride; // states decided at a time
-    Observer Eye;
+    std::size_t Stride; // frames decided at a time
+    hearing::Observer Observer;
     Trellis Paths;
     NoteWriter Writer;
-    std::vector<Frame> Waiting; // not decided yet
+    std::vector<Frame> Undecided;
     std::vector<State> Path;
 };
 

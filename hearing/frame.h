@@ -1,17 +1,17 @@
-// What the recogniser measured in one block of sound, as the decoder takes it.
+// What the recogniser measured in one block of sound: the input of the decoder.
 #pragma once
 
 namespace hearing {
 
-// A block is 512 samples at 22,050 Hz.
+// A block is 512 samples at 22,050 Hz: 23.2 ms.
 constexpr double FrameSeconds = 512 / 22050.0;
 
 struct Frame {
-    double Begin = 0;     // seconds from the beginning of the sound, of the block's first sample
-    double Loud = 0;      // likewise, of its first loud sample; Begin if it has none
+    double Begin = 0;     // time of the block's first sample, seconds from the start of the sound
+    double LoudBegin = 0; // time of its first loud sample, in seconds; Begin if it has none
     double Frequency = 0; // Hz; 0: no period found
     int Level = 0;        // greatest absolute sample, 0 to 128
-    double Gain = 1;      // by which it had been raised beyond the take as a whole
+    double Gain = 1;      // amplification of this block relative to the whole recording
 };
 
 } // namespace hearing

@@ -10,108 +10,113 @@ namespace hearing {
 
 namespace {
 
-// An attack begins where the level leaves what was before it, but no lower than that share of the
-// peak that it reaches: below lie breath and the room.
+// An onset is where the level starts to rise, but not below this share of the peak of the attack:
+// lower levels are breath and room noise.
 constexpr double FootShare = 0.25;
-constexpr std::size_t AttackFrames = 5; // in which it reaches it
-constexpr std::size_t LongestRise = 16; // frames looked back
+constexpr std::size_t AttackFrames = 5; // in which an attack reaches its peak
+constexpr std::size_t LongestRise = 16; // frames to search back for its beginning
 
-// From one note straight to the next the window, 93 ms, has to fill before it tells the new pitch:
-// some of the time until then.
-constexpr double ChangeDelay = 0.018; // seconds
+// Where one note follows another without a gap, the new pitch is detected late, since the analysis
+// window of 93 ms has to fill with it first. The mean delay, in seconds.
+constexpr double ChangeDelay = 0.018;
 
-constexpr double NearPitch = 1;   // semitones that a note's own frames may lie off its place
-constexpr double SurePitch = 0.5; // that speak for it
+constexpr double NearPitch = 1;        // semitones from its bin that a note's own frames may be
+constexpr double ConfidentPitch = 0.5; // semitones from its pitch that count as confirming it
 
-// The frames' median, which outliers do not move.
 double Median(std::vector<double>& values) {
     const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
     std::nth_element(values.begin(), middle, values.end());
     return *middle;
 }
 
-// What the recogniser saw, and what it was in the take.
+// The greatest level of an attack.
 struct Peaks {
-    int Raised = 0;
-    double Own = 0;
+    int Amplified = 0;   // as the recogniser measured it
+    double Original = 0; // without the frames' gains
 };
 
 Peaks PeaksOf(std::span<const Frame> frames) {
     Peaks peaks;
     for (const Frame& frame : frames.first(std::min(frames.size(), AttackFrames))) {
-        peaks.Raised = std::max(peaks.Raised, frame.Level);
-        peaks.Own = std::max(peaks.Own, frame.Level / frame.Gain);
+        peaks.Amplified = std::max(peaks.Amplified, frame.Level);
+        peaks.Original = std::max(peaks.Original, frame.Level / frame.Gain);
     }
     return peaks;
 }
 
 } // namespace
 
-// With a short lag the path can change under way, so that a note's first frames are never decided.
-bool NoteWriter::Begins(State state) const {
-    if (Last.In == Phase::Rest) return true;
-    if (state.In == Phase::First && Last.In != Phase::First) return true;
-    return std::abs(state.Place - Last.Place) >= PerSemitone;
+// With a short lag the decided states can jump to another path, so that a note can begin without
+// its First or Second.
+bool NoteWriter::BeginsNote(State state) const {
+    if (LastState.Phase == Phase::Silence) return true;
+    if (state.Phase == Phase::First && LastState.Phase != Phase::First) return true;
+    return std::abs(state.Bin - LastState.Bin) >= BinsPerSemitone;
 }
 
-void NoteWriter::Take(State state, double pitch, std::span<const Frame> frames) {
+void NoteWriter::Write(State state, double pitch, std::span<const Frame> frames) {
     const Frame& frame = frames.front();
-    if (state.In == Phase::Rest) {
+    if (state.Phase == Phase::Silence) {
         Close();
-        Remember(frame);
+        KeepSilent(frame);
     } else {
-        if (Begins(state)) Open(frames);
-        Pitch = pitch;
-        Note& note = Written.back();
+        if (BeginsNote(state)) Open(frames);
+        BinPitch = pitch;
+        Note& note = Result.back();
         if (note.Pitch == 0) note.Pitch = pitch;
         note.End = frame.Begin + FrameSeconds;
-        ++Frames;
-        if (frame.Frequency > 0) Pitches.push_back(PitchOf(frame.Frequency));
+        ++FrameCount;
+        if (frame.Frequency > 0) FramePitches.push_back(PitchOf(frame.Frequency));
     }
-    Last = state;
+    LastState = state;
 }
 
 void NoteWriter::Open(std::span<const Frame> frames) {
-    const bool straight = Last.In != Phase::Rest;
+    const bool legato = LastState.Phase != Phase::Silence;
     Close();
     const Peaks peaks = PeaksOf(frames);
-    const auto least = static_cast<int>(std::lround(peaks.Raised * FootShare));
+    const auto least = static_cast<int>(std::lround(peaks.Amplified * FootShare));
     const Frame& first = frames.front();
     Note note;
-    note.Onset = straight ? first.Loud - ChangeDelay : FootOfRise(least, first);
-    if (!Written.empty()) note.Onset = std::max(note.Onset, Written.back().Onset + FrameSeconds);
-    note.Level = static_cast<int>(std::lround(peaks.Own));
+    note.Onset = legato ? first.LoudBegin - ChangeDelay : FootOfRise(least, first);
+    if (!Result.empty()) note.Onset = std::max(note.Onset, Result.back().Onset + FrameSeconds);
+    note.Level = static_cast<int>(std::lround(peaks.Original));
     note.Open = true;
-    Written.push_back(note);
-    Silent.clear();
+    Result.push_back(note);
+    SilentFrames.clear();
 }
 
+// The time at which the rise towards a note's first frame starts. least: the level below which the
+// search ends.
 double NoteWriter::FootOfRise(int least, const Frame& first) const {
     const Frame* foot = &first;
-    for (auto before = Silent.rbegin(); before != Silent.rend(); ++before) {
+    for (auto before = SilentFrames.rbegin(); before != SilentFrames.rend(); ++before) {
         if (before->Level >= foot->Level || before->Level < least) break;
         foot = &*before;
     }
-    return foot->Loud;
+    return foot->LoudBegin;
 }
 
-void NoteWriter::Remember(const Frame& frame) {
-    if (Silent.size() == LongestRise) Silent.erase(Silent.begin());
-    Silent.push_back(frame);
+void NoteWriter::KeepSilent(const Frame& frame) {
+    if (SilentFrames.size() == LongestRise) SilentFrames.erase(SilentFrames.begin());
+    SilentFrames.push_back(frame);
 }
 
 void NoteWriter::Close() {
-    if (Written.empty() || !Written.back().Open) return;
-    Note& note = Written.back();
+    if (Result.empty() || !Result.back().Open) return;
+    Note& note = Result.back();
     note.Open = false;
-    std::erase_if(Pitches, [this](double pitch) { return std::fabs(pitch - Pitch) >= NearPitch; });
-    note.Pitch = Pitches.empty() ? Pitch : Median(Pitches);
-    const auto sure = std::ranges::count_if(
-        Pitches, [&](double pitch) { return std::fabs(pitch - note.Pitch) < SurePitch; });
-    note.Sureness = static_cast<double>(sure) / std::max(Frames, 1);
+    const auto isFar = [this](double pitch) { return std::fabs(pitch - BinPitch) >= NearPitch; };
+    std::erase_if(FramePitches, isFar);
+    note.Pitch = FramePitches.empty() ? BinPitch : Median(FramePitches);
+    const auto confirms = [&](double pitch) {
+        return std::fabs(pitch - note.Pitch) < ConfidentPitch;
+    };
+    note.Confidence = static_cast<double>(std::ranges::count_if(FramePitches, confirms)) /
+                      std::max(FrameCount, 1);
     if (note.End < note.Onset) note.End = note.Onset;
-    Pitches.clear();
-    Frames = 0;
+    FramePitches.clear();
+    FrameCount = 0;
 }
 
 } // namespace hearing

@@ -1,4 +1,4 @@
-// From decided states to notes: where they really began, and their exact pitch.
+// Turns decided states into notes with their exact onsets and pitches.
 #pragma once
 
 #include "hearing/frame.h"
@@ -12,28 +12,29 @@ namespace hearing {
 
 class NoteWriter {
 public:
-    explicit NoteWriter(int placesPerSemitone) : PerSemitone(placesPerSemitone) {}
+    explicit NoteWriter(int binsPerSemitone) : BinsPerSemitone(binsPerSemitone) {}
 
-    // The state of frames.front(), at that pitch; the frames after it are those known already.
-    void Take(State state, double pitch, std::span<const Frame> frames);
+    // Adds the next state in order. pitch: of the state's bin. frames: the state's own frame first,
+    // then the later ones that are already known; at least one.
+    void Write(State state, double pitch, std::span<const Frame> frames);
     // Ends an open note.
     void Close();
 
-    const std::vector<Note>& Notes() const { return Written; }
+    const std::vector<Note>& Notes() const { return Result; }
 
 private:
-    bool Begins(State state) const;
+    bool BeginsNote(State state) const;
     void Open(std::span<const Frame> frames);
     double FootOfRise(int least, const Frame& first) const;
-    void Remember(const Frame& frame);
+    void KeepSilent(const Frame& frame);
 
-    int PerSemitone;
-    std::vector<Note> Written;
-    State Last;
-    double Pitch = 0;            // of the open note's place
-    std::vector<double> Pitches; // its frames', as far as they lie near
-    int Frames = 0;              // of it
-    std::vector<Frame> Silent;   // the last ones of the rest before the next note
+    int BinsPerSemitone;
+    std::vector<Note> Result;
+    State LastState;
+    double BinPitch = 0;              // of the open note
+    std::vector<double> FramePitches; // measured in frames of the open note
+    int FrameCount = 0;               // of the open note
+    std::vector<Frame> SilentFrames;  // the last ones before the next note, oldest first
 };
 
 } // namespace hearing

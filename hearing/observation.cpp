@@ -9,13 +9,14 @@ namespace hearing {
 
 namespace {
 
-constexpr int Slips[] = {-24, -19, -12, 12, 19, 24}; // semitones
+// Errors of a pitch detector: octaves and twelfths, in semitones.
+constexpr int HarmonicErrors[] = {-24, -19, -12, 12, 19, 24};
 
-// Below that a level is noise, whose rises mean nothing.
+// Lower levels are noise, whose rises have no meaning.
 constexpr int LeastLevel = 4;
 
-// Where a strike rises out of: the five frames before the last three. Without them it is a slow
-// attack that is still rising.
+// A re-onset needs sound in the five frames before the last three. Without it, the rise is a slow
+// attack that still goes on.
 constexpr unsigned SoundingBefore = 0b11111000;
 
 double Decibels(int level) { return 20 * std::log10(std::max(level, LeastLevel)); }
@@ -23,50 +24,53 @@ double Decibels(int level) { return 20 * std::log10(std::max(level, LeastLevel))
 } // namespace
 
 Observer::Observer(const Costs& costs, double tuning)
-    : Of(costs), PerSemitone(costs.PlacesPerSemitone), Lowest(LowestPitch + tuning) {
-    Seen.Note.resize(static_cast<std::size_t>((HighestPitch - LowestPitch + 1) * PerSemitone));
-    Before[0] = Before[1] = Decibels(0);
+    : Cost(costs), BinsPerSemitone(costs.BinsPerSemitone), Lowest(LowestPitch + tuning) {
+    Result.Note.resize(
+        static_cast<std::size_t>((HighestPitch - LowestPitch + 1) * BinsPerSemitone));
+    PreviousDecibels[0] = PreviousDecibels[1] = Decibels(0);
 }
 
 const Observation& Observer::Observe(const Frame& frame) {
     const double pitch = frame.Frequency > 0 ? PitchOf(frame.Frequency) : 0;
     const bool voiced = pitch > LowestPitch - 1 && pitch < HighestPitch + 1;
-    const float without = frame.Level <= Of.QuietLevel ? Of.Quiet : Of.Unvoiced;
-    std::ranges::fill(Seen.Note, voiced ? Of.MostOff : without);
-    Seen.Rest = voiced ? Of.VoicedRest : 0;
-    if (voiced) SeePitch(pitch);
-    SeeRise(frame.Level);
-    return Seen;
+    const float unvoiced = frame.Level <= Cost.QuietLevel ? Cost.Quiet : Cost.Unvoiced;
+    std::ranges::fill(Result.Note, voiced ? Cost.MaxPitchError : unvoiced);
+    Result.Silence = voiced ? Cost.VoicedSilence : 0;
+    if (voiced) ApplyPitch(pitch);
+    MeasureRise(frame.Level);
+    return Result;
 }
 
-void Observer::SeePitch(double pitch) {
-    for (const int slip : Slips) {
-        const auto place = std::lround((pitch + slip - Lowest) * PerSemitone);
-        if (place < 0 || place >= Places()) continue;
-        Seen.Note[static_cast<std::size_t>(place)] = std::min(Of.Harmonic, Of.MostOff);
+void Observer::ApplyPitch(double pitch) {
+    for (const int error : HarmonicErrors) {
+        const auto bin = std::lround((pitch + error - Lowest) * BinsPerSemitone);
+        if (bin < 0 || bin >= Bins()) continue;
+        Result.Note[static_cast<std::size_t>(bin)] = std::min(Cost.Harmonic, Cost.MaxPitchError);
     }
-    SeeNear(pitch);
+    ApplyNearBins(pitch);
 }
 
-void Observer::SeeNear(double pitch) {
-    const double reach = Of.MostOff / Of.PerSemitone;
-    const auto from = static_cast<int>(std::ceil((pitch - reach - Lowest) * PerSemitone));
-    const auto to = static_cast<int>(std::floor((pitch + reach - Lowest) * PerSemitone));
-    for (int place = std::max(from, 0); place <= std::min(to, Places() - 1); ++place) {
-        const auto off = static_cast<float>(std::fabs(PitchAt(place) - pitch));
-        Seen.Note[static_cast<std::size_t>(place)] = std::min(Of.PerSemitone * off, Of.MostOff);
+void Observer::ApplyNearBins(double pitch) {
+    const double reach = Cost.MaxPitchError / Cost.PitchError; // semitones
+    const auto first = static_cast<int>(std::ceil((pitch - reach - Lowest) * BinsPerSemitone));
+    const auto last = static_cast<int>(std::floor((pitch + reach - Lowest) * BinsPerSemitone));
+    for (int bin = std::max(first, 0); bin <= std::min(last, Bins() - 1); ++bin) {
+        const auto off = static_cast<float>(std::fabs(PitchAt(bin) - pitch));
+        Result.Note[static_cast<std::size_t>(bin)] =
+            std::min(Cost.PitchError * off, Cost.MaxPitchError);
     }
 }
 
-// Against the softer of the two frames before: an attack often takes two.
-void Observer::SeeRise(int level) {
+// The rise is measured from the softer of the two frames before, since an attack often takes two.
+void Observer::MeasureRise(int level) {
     const double now = Decibels(level);
-    const double rise = (now - std::min(Before[0], Before[1])) / Of.FullRise;
-    Seen.Rise = static_cast<float>(std::clamp(rise, 0.0, 1.0));
-    Seen.Strike = (Sounded & SoundingBefore) == SoundingBefore ? Seen.Rise : 0;
-    Sounded = Sounded << 1 | (level > Of.QuietLevel ? 1u : 0u);
-    Before[1] = Before[0];
-    Before[0] = now;
+    const double before = std::min(PreviousDecibels[0], PreviousDecibels[1]);
+    const double rise = (now - before) / Cost.FullRise;
+    Result.Rise = static_cast<float>(std::clamp(rise, 0.0, 1.0));
+    Result.ReOnset = (SoundHistory & SoundingBefore) == SoundingBefore ? Result.Rise : 0;
+    SoundHistory = SoundHistory << 1 | (level > Cost.QuietLevel ? 1u : 0u);
+    PreviousDecibels[1] = PreviousDecibels[0];
+    PreviousDecibels[0] = now;
 }
 
 } // namespace hearing

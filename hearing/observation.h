@@ -1,4 +1,4 @@
-// What one frame says for and against each state.
+// The cost of each state, given one frame.
 #pragma once
 
 #include "hearing/costs.h"
@@ -8,39 +8,41 @@
 
 namespace hearing {
 
-// The states' pitches: places from LowestPitch to HighestPitch, evenly spaced.
+// The range of the pitch bins, MIDI note numbers. Bins are evenly spaced.
 constexpr int LowestPitch = 28;   // E1
 constexpr int HighestPitch = 100; // E7
 
 struct Observation {
-    std::vector<float> Note; // cost of each place
-    float Rest = 0;          // cost of the rest
-    float Rise = 0;          // of the level, 0 to 1 for FullRise
-    float Strike = 0;        // the same where it had sounded for a while
+    std::vector<float> Note; // cost of a note, for each pitch bin
+    float Silence = 0;       // cost of silence
+    float Rise = 0;          // rise of the level, 0 to 1 for FullRise
+    float ReOnset = 0;       // Rise if the sound went on for several frames before, else 0
 };
 
 class Observer {
 public:
-    // tuning: what the take is sharper than 440 Hz, in semitones.
+    // tuning: how much sharper than 440 Hz the recording's A4 is, in semitones.
     Observer(const Costs& costs, double tuning);
 
-    int Places() const { return static_cast<int>(Seen.Note.size()); }
-    double PitchAt(int place) const { return Lowest + static_cast<double>(place) / PerSemitone; }
+    int Bins() const { return static_cast<int>(Result.Note.size()); }
+    // The pitch at the centre of a bin.
+    double PitchAt(int bin) const { return Lowest + static_cast<double>(bin) / BinsPerSemitone; }
 
-    // Frames come in order. The result holds until the next call.
+    // Frames come in order, without gaps. The result is valid until the next call. Real-time safe:
+    // yes.
     const Observation& Observe(const Frame& frame);
 
 private:
-    void SeePitch(double pitch);
-    void SeeNear(double pitch);
-    void SeeRise(int level);
+    void ApplyPitch(double pitch);
+    void ApplyNearBins(double pitch);
+    void MeasureRise(int level);
 
-    Costs Of;
-    int PerSemitone;
-    double Lowest; // pitch of place 0
-    Observation Seen;
-    double Before[2] = {}; // decibels of the last two frames
-    unsigned Sounded = 0;  // a bit for each frame before: it was not quiet; the last one lowest
+    Costs Cost;
+    int BinsPerSemitone;
+    double Lowest; // pitch of bin 0
+    Observation Result;
+    double PreviousDecibels[2] = {}; // levels of the last two frames, the last one first
+    unsigned SoundHistory = 0; // a bit per frame, 1 if it was not quiet; the last frame's is lowest
 };
 
 } // namespace hearing

@@ -7,131 +7,139 @@ namespace hearing {
 
 namespace {
 
-constexpr float Never = 1e9f;
+// Above any cost of a path, yet finite: this file is compiled with -ffinite-math-only.
+constexpr float InfiniteCost = 1e9f;
 
-std::size_t Index(int place) { return static_cast<std::size_t>(place); }
+std::size_t Index(int bin) { return static_cast<std::size_t>(bin); }
 
-// -1 if there is none. In two passes, which both take many at once.
-int FindLeast(const std::vector<float>& costs, int from, int to) {
-    if (from >= to) return -1;
-    const std::span<const float> part(costs.data() + from, Index(to - from));
+// The first bin of least cost from `begin` and before `end`; -1 if the range is empty. Minimum and
+// search are separate passes, since both vectorise.
+int FindLeast(const std::vector<float>& costs, int begin, int end) {
+    if (begin >= end) return -1;
+    const std::span<const float> part(costs.data() + begin, Index(end - begin));
     float least = part[0];
     for (const float cost : part) least = std::min(least, cost);
     const auto at = std::ranges::find(part, least) - part.begin();
-    return from + static_cast<int>(at);
+    return begin + static_cast<int>(at);
 }
 
 } // namespace
 
-Trellis::Trellis(const Costs& costs, int places, int depth)
-    : Of(costs), Places(places), First(Index(places), Never), Second(First), Held(First),
-      Rows(Index(depth)) {
-    for (Survivors& row : Rows) row.Places.resize(Index(places));
+Trellis::Trellis(const Costs& costs, int bins, int depth)
+    : Cost(costs), BinCount(bins), FirstCosts(Index(bins), InfiniteCost), SecondCosts(FirstCosts),
+      SustainCosts(FirstCosts), Rows(Index(depth)) {
+    for (Survivors& row : Rows) row.Bins.resize(Index(bins));
 }
 
-void Trellis::Step(const Observation& seen) {
-    Survivors& row = Rows[Steps++ % Rows.size()];
+void Trellis::Step(const Observation& observed) {
+    Survivors& row = Rows[StepCount++ % Rows.size()];
     FindBest(row);
-    StepPlaces(seen, StepRest(seen, row), row);
+    StepBins(observed, StepSilence(observed, row), row);
 }
 
+// A change to another note can come from any note at least a semitone away, at the same cost. So
+// only two sources matter for all bins: the cheapest, and the cheapest among those far enough from
+// it.
 void Trellis::FindBest(Survivors& row) const {
-    row.Best = FindLeast(Held, 0, Places);
-    const int below = FindLeast(Held, 0, row.Best - Of.PlacesPerSemitone + 1);
-    const int above = FindLeast(Held, row.Best + Of.PlacesPerSemitone, Places);
-    const bool isBelow = above < 0 || (below >= 0 && Held[Index(below)] < Held[Index(above)]);
+    row.Best = FindLeast(SustainCosts, 0, BinCount);
+    const int below = FindLeast(SustainCosts, 0, row.Best - Cost.BinsPerSemitone + 1);
+    const int above = FindLeast(SustainCosts, row.Best + Cost.BinsPerSemitone, BinCount);
+    const bool isBelow =
+        above < 0 || (below >= 0 && SustainCosts[Index(below)] < SustainCosts[Index(above)]);
     row.NextBest = isBelow ? below : above;
 }
 
-Trellis::Entries Trellis::StepRest(const Observation& seen, Survivors& row) {
-    const float best = Held[Index(row.Best)];
-    const float ended = best + Of.End;
-    const float least = std::min(Rest, best);
-    const float change = Of.Change - Of.Relief * seen.Rise - least;
-    const Entries entries = {
+Trellis::EntryCosts Trellis::StepSilence(const Observation& observed, Survivors& row) {
+    const float best = SustainCosts[Index(row.Best)];
+    const float ended = best + Cost.NoteEnd;
+    const float least = std::min(SilenceCost, best);
+    const float change = Cost.NoteChange - Cost.RiseRelief * observed.Rise - least;
+    const EntryCosts entry = {
         .Least = least,
-        .Silence = Rest + Of.Begin - Of.Relief * seen.Rise - least,
+        .Silence = SilenceCost + Cost.NoteBegin - Cost.RiseRelief * observed.Rise - least,
         .Best = best + change,
-        .NextBest = Held[Index(row.NextBest)] + change,
-        .Same = Of.Repeat - Of.RepeatRelief * seen.Strike,
+        .NextBest = SustainCosts[Index(row.NextBest)] + change,
+        .SameBin = Cost.ReOnset - Cost.ReOnsetRelief * observed.ReOnset,
     };
-    row.Ended = ended < Rest;
-    Rest = std::min(Rest, ended) - least + seen.Rest;
-    return entries;
+    row.NoteEnded = ended < SilenceCost;
+    SilenceCost = std::min(SilenceCost, ended) - least + observed.Silence;
+    return entry;
 }
 
-// The one loop that every frame goes through for every place: no branches, and nothing read that a
-// cost written could change, so that many go at once.
-void Trellis::StepPlaces(const Observation& seen, const Entries from, Survivors& row) {
-    const int places = Places;
-    const int low = row.Best - Of.PlacesPerSemitone;
-    const int high = row.Best + Of.PlacesPerSemitone;
-    const float attackShare = Of.AttackShare;
-    const float* note = seen.Note.data();
-    float* first = First.data();
-    float* second = Second.data();
-    float* held = Held.data();
-    std::int32_t* survivors = row.Places.data();
-    for (int i = 0; i < places; ++i) {
-        const float stays = held[i] - from.Least;
-        const float grows = second[i] - from.Least;
+// The inner loop, run for each bin of each frame. Without branches, and with all inputs in locals
+// that no store can alias, it vectorises.
+void Trellis::StepBins(const Observation& observed, const EntryCosts entry, Survivors& row) {
+    const int bins = BinCount;
+    const int low = row.Best - Cost.BinsPerSemitone;
+    const int high = row.Best + Cost.BinsPerSemitone;
+    const float attackShare = Cost.AttackShare;
+    const float* note = observed.Note.data();
+    float* first = FirstCosts.data();
+    float* second = SecondCosts.data();
+    float* sustain = SustainCosts.data();
+    std::int32_t* survivors = row.Bins.data();
+    for (int i = 0; i < bins; ++i) {
+        const float stays = sustain[i] - entry.Least;
+        const float grows = second[i] - entry.Least;
         const bool near = (i > low) & (i < high);
-        const float change = near ? from.NextBest : from.Best;
-        const float entered = std::min(from.Silence, change);
-        const float again = stays + from.Same;
+        const float change = near ? entry.NextBest : entry.Best;
+        const float entered = std::min(entry.Silence, change);
+        const float again = stays + entry.SameBin;
 
-        const std::int32_t other = near ? NextBest : Best;
-        const std::int32_t entry = from.Silence <= change ? Silence : other;
-        survivors[i] = (again < entered ? Same : entry) | (grows <= stays ? BeganHere : 0);
+        const std::int32_t other = near ? FromNextBest : FromBest;
+        const std::int32_t source = entry.Silence <= change ? FromSilence : other;
+        survivors[i] = (again < entered ? FromSameBin : source) | (grows <= stays ? FromSecond : 0);
 
-        held[i] = std::min(stays, grows) + note[i];
-        second[i] = first[i] - from.Least + attackShare * note[i];
+        sustain[i] = std::min(stays, grows) + note[i];
+        second[i] = first[i] - entry.Least + attackShare * note[i];
         first[i] = std::min(entered, again) + attackShare * note[i];
     }
 }
 
+// The end of the path of least cost. At equal costs silence wins, then Sustain.
 State Trellis::Cheapest() const {
     State state;
-    float least = Rest;
-    const auto look = [&](const std::vector<float>& costs, Phase phase) {
+    float least = SilenceCost;
+    const auto compare = [&](const std::vector<float>& costs, Phase phase) {
         const auto best = std::ranges::min_element(costs);
         if (*best >= least) return;
         least = *best;
         state = {phase, static_cast<int>(best - costs.begin())};
     };
-    look(Held, Phase::Held);
-    look(First, Phase::First);
-    look(Second, Phase::Second);
+    compare(SustainCosts, Phase::Sustain);
+    compare(FirstCosts, Phase::First);
+    compare(SecondCosts, Phase::Second);
     return state;
 }
 
+// The state before, on the path of least cost that leads to a state. row: of the step between them.
 State Trellis::Before(State state, const Survivors& row) const {
-    const std::int32_t survivor = row.Places[Index(state.Place)];
-    switch (state.In) {
-    case Phase::Rest:
-        return row.Ended ? State{Phase::Held, row.Best} : State{};
-    case Phase::Held:
-        return {survivor & BeganHere ? Phase::Second : Phase::Held, state.Place};
+    const std::int32_t survivor = row.Bins[Index(state.Bin)];
+    switch (state.Phase) {
+    case Phase::Silence:
+        return row.NoteEnded ? State{Phase::Sustain, row.Best} : State{};
+    case Phase::Sustain:
+        return {survivor & FromSecond ? Phase::Second : Phase::Sustain, state.Bin};
     case Phase::Second:
-        return {Phase::First, state.Place};
+        return {Phase::First, state.Bin};
     case Phase::First:
         break;
     }
-    switch (survivor & FromMask) {
-    case Silence:
+    switch (survivor & SourceMask) {
+    case FromSilence:
         return {};
-    case Best:
-        return {Phase::Held, row.Best};
-    case NextBest:
-        return {Phase::Held, row.NextBest};
+    case FromBest:
+        return {Phase::Sustain, row.Best};
+    case FromNextBest:
+        return {Phase::Sustain, row.NextBest};
     default:
-        return {Phase::Held, state.Place};
+        return {Phase::Sustain, state.Bin};
     }
 }
 
 void Trellis::Trace(std::span<State> path) const {
     State state = Cheapest();
-    std::size_t step = Steps;
+    std::size_t step = StepCount;
     for (std::size_t i = path.size(); i-- > 0;) {
         path[i] = state;
         state = Before(state, Rows[--step % Rows.size()]);

@@ -12,6 +12,7 @@ double TuningOf(std::span<const Frame> frames) {
     constexpr double turn = 2 * std::numbers::pi;
     double along = 0;
     double across = 0;
+    // Each pitch is a unit vector whose angle is its position within a semitone.
     for (const Frame& frame : frames) {
         if (frame.Frequency <= 0) continue;
         const double pitch = PitchOf(frame.Frequency);

@@ -2,6 +2,8 @@
 #include "host/cli/commands.h"
 #include "host/cli/help.h"
 #include "host/cli/help_pages.h"
+#include "host/devices/device_selection.h"
+#include "host/devices/settings.h"
 #include "host/terminal/host_error.h"
 #include "host/terminal/interrupt.h"
 
@@ -15,15 +17,14 @@
 namespace {
 
 constexpr char About[] =
-    "Plays, records and watches MIDI from a terminal, and hears notes in sound.\n\n"
-    "Ports go by their number in the list of `zorhost devices`, by name, or by a part of the name. "
-    "Which ones are in use is laid down in the settings, and a command's own options go before "
-    "them. Channels count from 1, and middle C is C4. Ctrl-C ends every command in order: what "
-    "sounds is silenced and what was recorded is written.";
+    "Play, record and monitor MIDI from a terminal, and detect notes in sound.\n\n"
+    "Select ports by their number in the list of `zorhost devices`, by name, or by a unique part "
+    "of the name. Without an option, a command uses the ports of the settings. Channels count from "
+    "1, and middle C is C4. Ctrl-C stops every command cleanly: sounding notes are silenced and "
+    "recordings are written.";
 
 constexpr char Footer[] =
-    "Exit codes: 0 done, 1 trouble with a file or a port or something was lost, 2 the command line "
-    "makes no sense.";
+    "Exit status: 0 success, 1 a file or port failed or data was lost, 2 invalid command line.";
 
 using Words = std::vector<std::string>;
 
@@ -32,13 +33,13 @@ void AddCommands(CLI::App& app, zorhost::GlobalOptions& global) {
     app.formatter(zorhost::HelpFormat());
     app.require_subcommand(1);
     app.fallthrough();
-    app.set_help_flag("-h,--help", "Tell what there is, then end");
+    app.set_help_flag("-h,--help", "Show this help and exit");
     app.set_version_flag("--version", std::string("zorhost ") + zorhost::Version,
-                         "Tell the version, then end");
-    app.add_option("--ini", global.IniFolder, "Folder of the settings file ZORMIDI.INI")
+                         "Print version and exit");
+    app.add_option("--ini", global.IniFolder, "Read settings from ZORMIDI.INI in this folder")
         ->type_name("FOLDER");
     app.add_flag("--virtual", global.Virtual,
-                 "Use loopback ports, which lead to other zorhosts too, in place of this "
+                 "Use loopback ports, shared with other zorhost processes, instead of this "
                  "computer's MIDI devices");
     const zorhost::Command commands(&app);
     zorhost::AddDevices(commands, global);
@@ -51,55 +52,64 @@ void AddCommands(CLI::App& app, zorhost::GlobalOptions& global) {
     zorhost::AddTranscribe(commands, global);
     zorhost::AddListen(commands, global);
     zorhost::AddSetup(commands, global);
-    app.footer(Footer); // last, so that no command inherits it
+    app.footer(Footer); // after the commands, which would inherit it otherwise
 }
 
-// What was meant by the first word that is no command and no option's value.
-std::string CommandAdvice(const CLI::App& app, const Words& words) {
+// Returns an error text if the first word that is neither an option nor its value is not a command;
+// else an empty string.
+std::string UnknownCommandError(const CLI::App& app, const Words& words) {
     for (std::size_t i = 0; i < words.size(); ++i) {
         if (words[i] == "--ini") {
             ++i;
         } else if (!words[i].starts_with('-')) {
-            if (zorhost::CommandNamed(app, words[i])) return "";
-            const std::string meant = zorhost::Nearest(words[i], zorhost::CommandNames(app));
-            return "there is no command \"" + words[i] + "\"" +
-                   (meant.empty() ? "" : "; did you mean \"" + meant + "\"?");
+            if (zorhost::FindCommand(app, words[i])) return "";
+            const std::string nearest = zorhost::Nearest(words[i], zorhost::CommandNames(app));
+            return "unknown command \"" + words[i] + "\"" +
+                   (nearest.empty() ? "" : "; did you mean \"" + nearest + "\"?");
         }
     }
     return "";
 }
 
-std::string OptionAdvice(const CLI::App& app) {
+// Returns an error text if the chosen command got an unknown option; else an empty string.
+std::string UnknownOptionError(const CLI::App& app) {
     for (const CLI::App* command : app.get_subcommands()) {
         for (const std::string& word : app.remaining(true)) {
             if (!word.starts_with("--")) continue;
-            const std::string meant = zorhost::Nearest(word, zorhost::OptionNames(*command));
-            return command->get_name() + ": there is no option \"" + word + "\"" +
-                   (meant.empty() ? "" : "; did you mean \"" + meant + "\"?");
+            const std::string nearest = zorhost::Nearest(word, zorhost::OptionNames(*command));
+            return command->get_name() + ": unknown option \"" + word + "\"" +
+                   (nearest.empty() ? "" : "; did you mean \"" + nearest + "\"?");
         }
     }
     return "";
 }
 
-int AnswerWrongUse(const CLI::App& app, const Words& words, const CLI::ParseError& error) {
-    std::string text = CommandAdvice(app, words);
-    if (text.empty()) text = OptionAdvice(app);
+// Prints why the command line is invalid. Returns the exit code.
+int ReportUsageError(const CLI::App& app, const Words& words, const CLI::ParseError& error) {
+    std::string text = UnknownCommandError(app, words);
+    if (text.empty()) text = UnknownOptionError(app);
     if (text.empty()) text = error.what();
     std::string command = "zorhost";
     for (const CLI::App* chosen : app.get_subcommands()) command += " " + chosen->get_name();
-    std::fprintf(stderr, "zorhost: %s\n\"%s --help\" tells what there is.\n", text.c_str(),
+    std::fprintf(stderr, "zorhost: %s\nRun \"%s --help\" for usage.\n", text.c_str(),
                  command.c_str());
     return zorhost::ExitWrongUse;
 }
 
-// What stays in a full disk's buffer is as lost as what could not be recorded.
+// Throws HostError if standard output could not be written, for example because the disk is full.
 void CheckOutput() {
     errno = 0;
     const bool failed = std::ferror(stdout) != 0;
-    if (failed) std::putchar('\n'); // once more, to be told why
+    if (failed) std::putchar('\n'); // another attempt sets errno
     if (std::fflush(stdout) == 0 && !failed) return;
-    const std::string why = errno ? std::string(": ") + std::strerror(errno) : "";
-    throw zorhost::HostError("standard output cannot be written" + why);
+    const std::string reason = errno ? std::string(": ") + std::strerror(errno) : "";
+    throw zorhost::HostError("cannot write standard output" + reason);
+}
+
+// For completion: the inputs after --in, the outputs after any other option.
+std::vector<std::string> ListPorts(const std::string& option) {
+    const zorhost::DeviceSelection devices({});
+    return option == "--in" ? zorhost::InputDevices() : zorhost::OutputDevices();
 }
 
 int Run(int count, char** arguments) {
@@ -111,14 +121,14 @@ int Run(int count, char** arguments) {
         std::printf("%s", zorhost::ManualPage(app).c_str());
     } else if (!words.empty() && words[0] == "--complete") {
         for (const std::string& word :
-             zorhost::Completions(app, Words(words.begin() + 1, words.end())))
+             zorhost::Completions(app, Words(words.begin() + 1, words.end()), ListPorts))
             std::printf("%s\n", word.c_str());
     } else {
         zorhost::CatchInterrupts();
         try {
             app.parse(count, arguments);
         } catch (const CLI::ParseError& error) {
-            if (error.get_exit_code() != 0) return AnswerWrongUse(app, words, error);
+            if (error.get_exit_code() != 0) return ReportUsageError(app, words, error);
             app.exit(error);
         }
     }
@@ -136,6 +146,6 @@ int main(int count, char** arguments) {
         return error.Code;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "zorhost: %s\n", error.what());
-        return zorhost::ExitTrouble;
+        return zorhost::ExitFailure;
     }
 }

@@ -1,16 +1,18 @@
-// Reads MIDI files as people have them.
+// Reads MIDI files and repairs common faults.
 #pragma once
 
-#include "midifile/findings.h"
 #include "midifile/song.h"
+#include "midifile/warnings.h"
 
 namespace midifile {
 
-enum class Care { Lenient, Strict };
+enum class ParseMode {
+    Lenient, // repairs or ignores faults and reports them in Song::Warnings
+    Strict,  // throws an Error at the first fault
+};
 
-// Reads a file of any type and division. What is faulty is put right or left out, and each kind
-// told in Song::Findings; with Care::Strict the first one is thrown. Throws Error too for what is
-// no MIDI file or holds no track. Time: linear, but for the merging of tracks.
-Song Read(Bytes file, Care care = Care::Lenient);
+// Reads a file of type 0, 1 or 2 with any time division. Throws Error if the bytes are no MIDI file
+// or contain no track. Time is linear in the size, except for sorting the events of all tracks.
+Song Read(Bytes file, ParseMode mode = ParseMode::Lenient);
 
 } // namespace midifile

@@ -25,38 +25,38 @@ enum MetaType : std::uint8_t {
     MetaKey = 0x59,
 };
 
-// Any event of a track, as it stands in the file.
+// Any event of a track except its end.
 struct TrackEvent {
     std::int64_t Tick = 0;
-    std::uint8_t Status = 0; // MetaStatus for a meta event, F0 and F7 for system exclusive
-    std::uint8_t Type = 0;   // of a meta event
-    ByteSpan Data;           // within Song::File
+    std::uint8_t Status = 0; // MetaStatus for a meta event, 0xF0 and 0xF7 for system exclusive
+    std::uint8_t Type = 0;   // a MetaType or another value, for a meta event only
+    ByteSpan Data;           // bytes of Song::File
 };
 
-// A channel message on its way to a port.
+// A channel message of the song.
 struct Event {
     std::int64_t Tick;
     std::uint16_t Track; // from 0
     std::uint8_t Status; // 0x80 to 0xEF, channel included
     std::uint8_t Data1;
-    std::uint8_t Data2; // 0 where the message has one data byte
+    std::uint8_t Data2; // 0 if the message has one data byte
 };
 
 struct Song {
     Song() = default;
-    Song(const Song&) = delete; // events point into File
+    Song(const Song&) = delete; // TrackEvent::Data refers to File
     Song& operator=(const Song&) = delete;
     Song(Song&&) = default;
     Song& operator=(Song&&) = default;
 
-    Bytes File;
-    int Format = 0;
-    std::vector<std::vector<TrackEvent>> Tracks; // each by tick, without the end of track
+    Bytes File;                                  // as it was read, except for corrected data bytes
+    int Format = 0;                              // type 0, 1 or 2
+    std::vector<std::vector<TrackEvent>> Tracks; // events by tick, without end-of-track events
     TempoMap Map{480};
-    std::vector<Event> Events;         // of all tracks by tick; equal ticks first track first
-    std::int64_t EndTick = 0;          // of the last event of any kind, ends of tracks included
-    int SystemExclusive = 0;           // messages among the tracks' events
-    std::vector<std::string> Findings; // what was put right or left out, one line a kind
+    std::vector<Event> Events;         // of all tracks by tick, then by track
+    std::int64_t EndTick = 0;          // of the last event of any kind, including ends of tracks
+    int SystemExclusive = 0;           // number of such messages
+    std::vector<std::string> Warnings; // repaired faults, one line per kind
 };
 
 } // namespace midifile

@@ -4,85 +4,90 @@
 
 namespace midifile {
 
-TempoMap::TempoMap(int ticksPerQuarter)
-    : Quarter(ticksPerQuarter), Stretches{{{0, 500000}, 0}}, BarRuns{{{0, 4, 4}, 0}} {}
+TempoMap::TempoMap(int ticksPerQuarter) : QuarterTicks(ticksPerQuarter) {}
 
 void TempoMap::Add(const Tempo& tempo) {
-    Stretch& last = Stretches.back();
-    if (tempo.Tick == last.From.Tick) {
-        last.From = tempo;
+    TempoSegment& last = TempoSegments.back();
+    if (tempo.Tick == last.Start.Tick) {
+        last.Start = tempo;
         return;
     }
     const std::int64_t elapsed =
-        last.Elapsed + (tempo.Tick - last.From.Tick) * last.From.MicrosecondsPerQuarter;
-    Stretches.push_back({tempo, elapsed});
+        last.Elapsed + (tempo.Tick - last.Start.Tick) * last.Start.MicrosecondsPerQuarter;
+    TempoSegments.push_back({tempo, elapsed});
 }
 
+// A bar that the new meter cuts short still counts as a bar.
 void TempoMap::Add(const Meter& meter) {
-    Bars& last = BarRuns.back();
-    if (meter.Tick == last.From.Tick) {
-        last.From = meter;
+    MeterSegment& last = MeterSegments.back();
+    if (meter.Tick == last.Start.Tick) {
+        last.Start = meter;
         return;
     }
-    const std::int64_t length = TicksPerBar(last.From);
-    const std::int64_t bars = (meter.Tick - last.From.Tick + length - 1) / length;
-    BarRuns.push_back({meter, last.FirstBar + bars});
+    const std::int64_t length = TicksPerBar(last.Start);
+    const std::int64_t bars = (meter.Tick - last.Start.Tick + length - 1) / length;
+    MeterSegments.push_back({meter, last.FirstBar + bars});
 }
 
+// Beats and bars have at least one tick, so that coarse divisions do not divide by zero.
 std::int64_t TempoMap::TicksPerBeat(const Meter& meter) const {
-    return std::max<std::int64_t>(1, std::int64_t{Quarter} * 4 / meter.BeatUnit);
+    return std::max<std::int64_t>(1, std::int64_t{QuarterTicks} * 4 / meter.BeatUnit);
 }
 
 std::int64_t TempoMap::TicksPerBar(const Meter& meter) const {
-    return std::max<std::int64_t>(1, std::int64_t{Quarter} * 4 * meter.Beats / meter.BeatUnit);
+    return std::max<std::int64_t>(1, std::int64_t{QuarterTicks} * 4 * meter.Beats / meter.BeatUnit);
 }
 
+// The searches below find the last segment that begins at or before a position. They skip the first
+// segment, which is also used for negative positions.
 std::int64_t TempoMap::MicrosecondsAt(std::int64_t tick) const {
-    const auto after =
-        std::upper_bound(Stretches.begin() + 1, Stretches.end(), tick,
-                         [](std::int64_t value, const Stretch& s) { return value < s.From.Tick; });
-    const Stretch& in = *(after - 1);
-    return (in.Elapsed + (tick - in.From.Tick) * in.From.MicrosecondsPerQuarter) / Quarter;
+    const auto after = std::upper_bound(
+        TempoSegments.begin() + 1, TempoSegments.end(), tick,
+        [](std::int64_t value, const TempoSegment& s) { return value < s.Start.Tick; });
+    const TempoSegment& segment = *(after - 1);
+    return (segment.Elapsed + (tick - segment.Start.Tick) * segment.Start.MicrosecondsPerQuarter) /
+           QuarterTicks;
 }
 
 std::int64_t TempoMap::TickAt(std::int64_t microseconds) const {
-    const std::int64_t scaled = microseconds * Quarter;
-    const auto after =
-        std::upper_bound(Stretches.begin() + 1, Stretches.end(), scaled,
-                         [](std::int64_t value, const Stretch& s) { return value < s.Elapsed; });
-    const Stretch& in = *(after - 1);
-    const std::int64_t length = in.From.MicrosecondsPerQuarter;
-    return in.From.Tick + (scaled - in.Elapsed + length / 2) / length;
+    const std::int64_t scaled = microseconds * QuarterTicks;
+    const auto after = std::upper_bound(
+        TempoSegments.begin() + 1, TempoSegments.end(), scaled,
+        [](std::int64_t value, const TempoSegment& s) { return value < s.Elapsed; });
+    const TempoSegment& segment = *(after - 1);
+    const std::int64_t length = segment.Start.MicrosecondsPerQuarter;
+    // Half a tick is added to round to the nearest tick.
+    return segment.Start.Tick + (scaled - segment.Elapsed + length / 2) / length;
 }
 
 BarBeat TempoMap::BarBeatAt(std::int64_t tick) const {
-    const auto after =
-        std::upper_bound(BarRuns.begin() + 1, BarRuns.end(), tick,
-                         [](std::int64_t value, const Bars& b) { return value < b.From.Tick; });
-    const Bars& in = *(after - 1);
-    const std::int64_t inside = std::max<std::int64_t>(0, tick - in.From.Tick);
-    const std::int64_t length = TicksPerBar(in.From);
-    return {in.FirstBar + inside / length + 1,
-            static_cast<int>(inside % length / TicksPerBeat(in.From)) + 1};
+    const auto after = std::upper_bound(
+        MeterSegments.begin() + 1, MeterSegments.end(), tick,
+        [](std::int64_t value, const MeterSegment& s) { return value < s.Start.Tick; });
+    const MeterSegment& segment = *(after - 1);
+    const std::int64_t inside = std::max<std::int64_t>(0, tick - segment.Start.Tick);
+    const std::int64_t length = TicksPerBar(segment.Start);
+    return {segment.FirstBar + inside / length + 1,
+            static_cast<int>(inside % length / TicksPerBeat(segment.Start)) + 1};
 }
 
 std::int64_t TempoMap::TickOfBar(std::int64_t bar) const {
-    const auto after =
-        std::upper_bound(BarRuns.begin() + 1, BarRuns.end(), bar - 1,
-                         [](std::int64_t value, const Bars& b) { return value < b.FirstBar; });
-    const Bars& in = *(after - 1);
-    return in.From.Tick + (bar - 1 - in.FirstBar) * TicksPerBar(in.From);
+    const auto after = std::upper_bound(
+        MeterSegments.begin() + 1, MeterSegments.end(), bar - 1,
+        [](std::int64_t value, const MeterSegment& s) { return value < s.FirstBar; });
+    const MeterSegment& segment = *(after - 1);
+    return segment.Start.Tick + (bar - 1 - segment.FirstBar) * TicksPerBar(segment.Start);
 }
 
 std::vector<Tempo> TempoMap::Tempos() const {
     std::vector<Tempo> all;
-    for (const Stretch& stretch : Stretches) all.push_back(stretch.From);
+    for (const TempoSegment& segment : TempoSegments) all.push_back(segment.Start);
     return all;
 }
 
 std::vector<Meter> TempoMap::Meters() const {
     std::vector<Meter> all;
-    for (const Bars& bars : BarRuns) all.push_back(bars.From);
+    for (const MeterSegment& segment : MeterSegments) all.push_back(segment.Start);
     return all;
 }
 

@@ -9,40 +9,43 @@
 
 namespace midifile {
 
-// The events of a track in the form of a file. Time to add one: constant.
+// Encodes the events of a track. The time to add an event is constant.
 class TrackWriter {
 public:
-    // message: status first, channel messages with all of their data bytes. tick: not before that
-    // of the event before; a pause of any length.
+    // message: the status byte, then all data bytes of a channel message. tick: not before that of
+    // the previous event; any distance is possible.
     void Add(std::int64_t tick, ByteSpan message);
-    // data: less than 256 MiB.
+    // type: a MetaType. data: less than 256 MiB.
     void AddMeta(std::int64_t tick, std::uint8_t type, ByteSpan data);
     void AddText(std::int64_t tick, std::uint8_t type, std::string_view text);
-    // Any event that was read.
+    // Any event that was read from a file. event.Tick is ignored.
     void Add(std::int64_t tick, const TrackEvent& event);
 
-    const Bytes& Body() const { return Written; } // without the end of track
-    Bytes TakeBody() { return std::exchange(Written, {}); }
+    // The encoded events, without the end-of-track event.
+    const Bytes& Body() const { return Encoded; }
+    // The same; the writer is empty afterwards, and keeps its tick.
+    Bytes ReleaseBody() { return std::exchange(Encoded, {}); }
 
 private:
     void AddDelta(std::int64_t tick);
     void AddNumber(std::uint32_t value);
 
-    Bytes Written;
-    std::int64_t Last = 0;
+    Bytes Encoded;
+    std::int64_t PreviousTick = 0;
 };
 
-// The end of track that follows a body, 4 bytes.
+// The end-of-track event that follows a body, 4 bytes.
 ByteSpan EndOfTrack();
-// A track chunk's head, 8 bytes, for a body of that size, end of track included.
-Bytes TrackHead(std::size_t size);
-// The file's head, 14 bytes. ticks: a quarter note, 1 to 32767.
-Bytes FileHead(int format, std::size_t tracks, int ticks);
+// The header of a track chunk, 8 bytes. size: of the body including the end of track, in bytes.
+Bytes TrackHeader(std::size_t size);
+// The header of the file, 14 bytes. ticks: per quarter note, 1 to 32767.
+Bytes FileHeader(int format, std::size_t tracks, int ticks);
 
-// A whole file of type 1, or of type 0 if it has one track. Throws Error for a track of 4 GiB.
+// A complete file of type 1, or of type 0 if there is one track. ticks: per quarter note. Throws
+// Error if a track reaches 4 GiB.
 Bytes Write(const std::vector<TrackWriter>& tracks, int ticks);
 
-// Tempo and meter changes of the map; tempos in percent of what it says.
+// Adds the tempo and meter changes of the map. percent: of the tempo, above 0.
 void AddMap(TrackWriter& track, const TempoMap& map, int percent = 100);
 
 } // namespace midifile

@@ -7,11 +7,13 @@ namespace score {
 
 namespace {
 
-constexpr double ShortestTouch = 0.4; // of its value that a note sounds
-constexpr double Rest = 0.75 * Quarter;
+constexpr double MinArticulation = 0.4; // sounding share of a note's written length
+constexpr double MinRest =
+    0.75 * GridUnitsPerQuarter; // a shorter gap belongs to the note before it
 
-// The share of its value that a note sounds, as this player parts notes: the middle one of all.
-double TouchOf(Melody melody) {
+// The sounding share of a note's written length, as this player articulates: the median of all
+// notes.
+double ArticulationOf(Melody melody) {
     std::vector<double> shares;
     for (std::size_t i = 0; i + 1 < melody.size(); ++i)
         shares.push_back((melody[i].End - melody[i].Onset) /
@@ -19,93 +21,97 @@ double TouchOf(Melody melody) {
     if (shares.empty()) return 1;
     const auto middle = shares.begin() + static_cast<std::ptrdiff_t>(shares.size() / 2);
     std::ranges::nth_element(shares, middle);
-    return std::clamp(*middle, ShortestTouch, 1.0);
+    return std::clamp(*middle, MinArticulation, 1.0);
 }
 
-// The nearest place to end at: on a beat, if it is as long as that. The melody's last note ends on
-// a beat anyway.
-int EndNear(int onset, double length, const Meter& meter, bool last) {
-    const int fine = length < 2 ? 1 : length < 3 || meter.BeatLength != Quarter ? 2 : Quarter;
+// Rounds a note's end to a grid that is coarser for longer notes. The last note of the melody ends
+// on a beat if it is longer than half a beat.
+int RoundEnd(int onset, double length, const Meter& meter, bool last) {
+    const bool dottedBeat = meter.BeatLength != GridUnitsPerQuarter;
+    const int fine = length < 2 ? 1 : length < 3 || dottedBeat ? 2 : GridUnitsPerQuarter;
     const int grid = last && length > meter.BeatLength / 2 ? meter.BeatLength : fine;
     const int end = static_cast<int>(std::lround((onset + length) / grid)) * grid;
     return std::max(end, onset + 1);
 }
 
-bool Writable(int length) {
+bool IsWritable(int length) {
     constexpr int values[] = {1, 2, 3, 4, 6, 8, 12, 16};
     return std::ranges::find(values, length) != std::end(values);
 }
 
-// Whether a symbol there shows where the beats are. From a beat, anything that fills beats or ends
-// in its own; from between, not over the next beat, but for a quarter on an off-beat.
-bool Readable(int place, int length, const Meter& meter, bool rest) {
+// Whether a symbol at that position leaves the beats visible. A symbol on a beat may fill whole
+// beats or end within its beat; one between beats must not cross the next beat, except a quarter
+// note on an off-beat.
+bool IsReadable(int position, int length, const Meter& meter, bool rest) {
     const int beat = meter.BeatLength;
-    const int toNext = beat - place % beat;
-    if (!Writable(length)) return false;
-    if (length <= toNext) return beat == Quarter || place % 2 == 0 || length == 1;
+    const bool quarterBeat = beat == GridUnitsPerQuarter;
+    const int toNext = beat - position % beat;
+    if (!IsWritable(length)) return false;
+    if (length <= toNext) return quarterBeat || position % 2 == 0 || length == 1;
     const int half = meter.BarLength == 16 ? 8 : meter.BarLength;
-    if (rest) return place % beat == 0 && length % beat == 0 && place % length == 0;
-    if (place % beat == 0) return length % beat == 0 || (beat == Quarter && length == 6);
-    const bool syncopation = beat == Quarter && place % 2 == 0 && length == Quarter;
-    return syncopation && place / half == (place + length - 1) / half;
+    if (rest) return position % beat == 0 && length % beat == 0 && position % length == 0;
+    if (position % beat == 0) return length % beat == 0 || (quarterBeat && length == 6);
+    const bool syncopation = quarterBeat && position % 2 == 0 && length == GridUnitsPerQuarter;
+    return syncopation && position / half == (position + length - 1) / half;
 }
 
-int LongestReadable(int place, int most, const Meter& meter, bool rest) {
+int LongestReadable(int position, int most, const Meter& meter, bool rest) {
     int length = most;
-    while (length > 1 && !Readable(place, length, meter, rest)) --length;
+    while (length > 1 && !IsReadable(position, length, meter, rest)) --length;
     return length;
 }
 
 class BarWriter {
 public:
-    explicit BarWriter(const Meter& meter, int pickup) : In(meter), At(pickup) {
+    explicit BarWriter(const Meter& meter, int pickup) : Meter(meter), Position(pickup) {
         Bars.push_back({pickup, {}});
     }
     void Add(int note, int length) {
         const int whole = length;
         while (length > 0) {
-            const int left = In.BarLength - At;
-            const int part = LongestReadable(At, std::min(length, left), In, note < 0);
+            const int left = Meter.BarLength - Position;
+            const int part = LongestReadable(Position, std::min(length, left), Meter, note < 0);
             const bool tie = note >= 0;
             Bars.back().Symbols.push_back(
-                {note, At, part, tie && length < whole, tie && part < length});
+                {note, Position, part, tie && length < whole, tie && part < length});
             length -= part;
-            At += part;
-            if (At < In.BarLength) continue;
+            Position += part;
+            if (Position < Meter.BarLength) continue;
             Bars.push_back({});
-            At = 0;
+            Position = 0;
         }
     }
     std::vector<Bar> Finish() {
-        if (At > 0) Add(-1, In.BarLength - At);
-        Bars.pop_back(); // the one that is begun
+        if (Position > 0) Add(-1, Meter.BarLength - Position);
+        Bars.pop_back(); // the empty bar that Add opened behind the last full one
         return std::move(Bars);
     }
 
 private:
-    const Meter& In;
-    int At;
+    const score::Meter& Meter;
+    int Position; // grid units from the beginning of the last bar
     std::vector<Bar> Bars;
 };
 
 } // namespace
 
-std::vector<int> Lengths(Melody melody, const Rhythm& rhythm) {
-    const double touch = TouchOf(melody);
+std::vector<int> FindLengths(Melody melody, const Rhythm& rhythm) {
+    const double articulation = ArticulationOf(melody);
     std::vector<int> lengths;
     for (std::size_t i = 0; i < melody.size(); ++i) {
         const int onset = rhythm.Onsets[i];
-        const double meant = (melody[i].End - melody[i].Onset) / touch / rhythm.Sixteenth[i];
+        const double intended =
+            (melody[i].End - melody[i].Onset) / articulation / rhythm.UnitSeconds[i];
         const bool last = i + 1 == melody.size();
-        int end = EndNear(onset, meant, *rhythm.In, last);
-        if (!last && rhythm.Onsets[i + 1] - onset - meant < Rest) end = rhythm.Onsets[i + 1];
+        int end = RoundEnd(onset, intended, *rhythm.Meter, last);
+        if (!last && rhythm.Onsets[i + 1] - onset - intended < MinRest) end = rhythm.Onsets[i + 1];
         lengths.push_back(end - onset);
     }
     return lengths;
 }
 
 std::vector<Bar> MakeBars(const Rhythm& rhythm, const std::vector<int>& lengths) {
-    BarWriter writer(*rhythm.In, rhythm.Onsets[0]);
+    BarWriter writer(*rhythm.Meter, rhythm.Onsets[0]);
     for (std::size_t i = 0; i < lengths.size(); ++i) {
         writer.Add(static_cast<int>(i), lengths[i]);
         if (i + 1 < lengths.size())

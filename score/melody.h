@@ -1,4 +1,4 @@
-// What a score is made of: the notes of one voice as they were heard.
+// The input of a score: the notes of one voice, as a recogniser reports them.
 #pragma once
 
 #include <span>
@@ -7,9 +7,11 @@ namespace score {
 
 struct HeardNote {
     double Onset; // seconds
-    double End;
-    int Key; // MIDI number
+    double End;   // seconds, above Onset
+    int Key;      // MIDI note number, 0 to 127
 };
-using Melody = std::span<const HeardNote>; // by Onset, one after another
+
+// Notes in ascending order of Onset, without overlaps.
+using Melody = std::span<const HeardNote>;
 
 } // namespace score

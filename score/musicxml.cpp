@@ -8,7 +8,7 @@ namespace score {
 
 namespace {
 
-// Elements, indented as they nest.
+// A document in the making. Elements are indented by their depth.
 class Xml {
 public:
     Xml& Open(const std::string& tag) {
@@ -47,12 +47,12 @@ private:
     std::vector<std::string> Names;
 };
 
-constexpr char Head[] =
+constexpr char XmlHeader[] =
     "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
     "<!DOCTYPE score-partwise PUBLIC \"-//Recordare//DTD MusicXML 3.1 Partwise//EN\" "
     "\"http://www.musicxml.org/dtds/partwise.dtd\">\n";
 
-// The value without its dot.
+// The note value of a length in grid units, without its dot.
 const char* TypeOf(int length) {
     return length == 1   ? "16th"
            : length < 4  ? "eighth"
@@ -70,7 +70,7 @@ const char* AccidentalOf(int alteration) {
 
 class Writer {
 public:
-    explicit Writer(const Score& score) : Of(score) {}
+    explicit Writer(const score::Score& score) : Score(score) {}
     std::string Write(const std::string& title);
 
 private:
@@ -82,140 +82,159 @@ private:
     void WriteAccidental(const Symbol& symbol);
     void WriteBeam(const Bar& bar, std::size_t at);
     void WriteHook(const Bar& bar, std::size_t at, const std::string& tag);
-    bool Joined(const Bar& bar, std::size_t at, int level) const;
-    int BySignature(char letter) const;
+    bool IsBeamed(const Bar& bar, std::size_t at, int level) const;
+    int SignatureAlteration(char letter) const;
 
-    const Score& Of;
-    Xml Out;
-    std::map<std::pair<char, int>, int> InForce; // accidentals of this bar
+    const score::Score& Score;
+    Xml Document;
+    // Alteration of each letter and octave that has occurred in this bar.
+    std::map<std::pair<char, int>, int> BarAlterations;
 };
 
 void Writer::WriteAttributes() {
-    Out.Open("attributes").Add("divisions", Quarter);
-    Out.Open("key").Add("fifths", Of.In.Signature()).Add("mode", Of.In.Minor ? "minor" : "major");
-    Out.Close().Open("time").Add("beats", Of.Of.In->Beats).Add("beat-type", Of.Of.In->BeatType);
-    Out.Close().Open("clef").Add("sign", std::string(1, Of.At.Sign)).Add("line", Of.At.Line);
-    if (Of.At.Octave != 0) Out.Add("clef-octave-change", Of.At.Octave);
-    Out.Close().Close();
+    Document.Open("attributes").Add("divisions", GridUnitsPerQuarter);
+    Document.Open("key")
+        .Add("fifths", Score.Key.Signature())
+        .Add("mode", Score.Key.Minor ? "minor" : "major");
+    Document.Close()
+        .Open("time")
+        .Add("beats", Score.Rhythm.Meter->Beats)
+        .Add("beat-type", Score.Rhythm.Meter->BeatType);
+    Document.Close()
+        .Open("clef")
+        .Add("sign", std::string(1, Score.Clef.Sign))
+        .Add("line", Score.Clef.Line);
+    if (Score.Clef.Octave != 0) Document.Add("clef-octave-change", Score.Clef.Octave);
+    Document.Close().Close();
 }
 
-// In what is felt as a beat.
+// The metronome mark counts felt beats, the playback tempo quarter notes.
 void Writer::WriteTempo() {
-    const bool dotted = Of.Of.In->BeatLength != Quarter;
-    const double quarters = Of.Of.QuartersPerMinute;
-    Out.Open("direction placement=\"above\"").Open("direction-type").Open("metronome");
-    Out.Add("beat-unit", "quarter");
-    if (dotted) Out.Empty("beat-unit-dot");
-    Out.Add("per-minute", static_cast<int>(std::lround(dotted ? quarters / 1.5 : quarters)));
-    Out.Close().Close();
-    Out.Empty("sound tempo=\"" + std::to_string(std::lround(quarters)) + "\"").Close();
+    const bool dotted = Score.Rhythm.Meter->BeatLength != GridUnitsPerQuarter;
+    const double quarters = Score.Rhythm.QuartersPerMinute;
+    Document.Open("direction placement=\"above\"").Open("direction-type").Open("metronome");
+    Document.Add("beat-unit", "quarter");
+    if (dotted) Document.Empty("beat-unit-dot");
+    Document.Add("per-minute", static_cast<int>(std::lround(dotted ? quarters / 1.5 : quarters)));
+    Document.Close().Close();
+    Document.Empty("sound tempo=\"" + std::to_string(std::lround(quarters)) + "\"").Close();
 }
 
-int Writer::BySignature(char letter) const {
+// The alteration of a letter by the key signature.
+int Writer::SignatureAlteration(char letter) const {
     constexpr char sharps[] = "FCGDAEB";
-    const int signature = Of.In.Signature();
+    const int signature = Score.Key.Signature();
     for (int i = 0; i < std::abs(signature); ++i)
         if (sharps[signature > 0 ? i : 6 - i] == letter) return signature > 0 ? 1 : -1;
     return 0;
 }
 
 void Writer::WritePitch(const Spelling& pitch) {
-    Out.Open("pitch").Add("step", std::string(1, pitch.Letter));
-    if (pitch.Alteration != 0) Out.Add("alter", pitch.Alteration);
-    Out.Add("octave", pitch.Octave).Close();
+    Document.Open("pitch").Add("step", std::string(1, pitch.Letter));
+    if (pitch.Alteration != 0) Document.Add("alter", pitch.Alteration);
+    Document.Add("octave", pitch.Octave).Close();
 }
 
+// An accidental is written where the alteration differs from the key signature or from the last
+// note on the same line or space in this bar.
 void Writer::WriteAccidental(const Symbol& symbol) {
-    const Spelling& pitch = Of.Pitches[static_cast<std::size_t>(symbol.Note)];
-    const auto [at, fresh] =
-        InForce.try_emplace({pitch.Letter, pitch.Octave}, BySignature(pitch.Letter));
-    if (at->second == pitch.Alteration || symbol.TiedBack) return;
-    at->second = pitch.Alteration;
-    Out.Add("accidental", AccidentalOf(pitch.Alteration));
+    const Spelling& pitch = Score.Pitches[static_cast<std::size_t>(symbol.Note)];
+    const auto [known, added] =
+        BarAlterations.try_emplace({pitch.Letter, pitch.Octave}, SignatureAlteration(pitch.Letter));
+    if (known->second == pitch.Alteration || symbol.TieStop) return;
+    known->second = pitch.Alteration;
+    Document.Add("accidental", AccidentalOf(pitch.Alteration));
 }
 
-// Whether a beam of that level leads from a symbol to the one behind it: within a beat.
-bool Writer::Joined(const Bar& bar, std::size_t at, int level) const {
+// Whether a beam of that level connects a symbol to the next one. Beams do not cross beats.
+bool Writer::IsBeamed(const Bar& bar, std::size_t at, int level) const {
     if (at + 1 >= bar.Symbols.size()) return false;
     const Symbol& one = bar.Symbols[at];
     const Symbol& other = bar.Symbols[at + 1];
     const int longest = level == 1 ? 3 : 1;
+    const int beat = Score.Rhythm.Meter->BeatLength;
     return one.Note >= 0 && other.Note >= 0 && one.Length <= longest && other.Length <= longest &&
-           one.Place / Of.Of.In->BeatLength == other.Place / Of.Of.In->BeatLength;
+           one.Position / beat == other.Position / beat;
 }
 
 void Writer::WriteBeam(const Bar& bar, std::size_t at) {
     const Symbol& symbol = bar.Symbols[at];
     for (int level = 1; level <= (symbol.Length == 1 ? 2 : 1); ++level) {
-        const bool before = at > 0 && Joined(bar, at - 1, level);
-        const bool behind = Joined(bar, at, level);
+        const bool before = at > 0 && IsBeamed(bar, at - 1, level);
+        const bool behind = IsBeamed(bar, at, level);
         const std::string tag = "beam number=\"" + std::to_string(level) + "\"";
         if (before || behind) {
-            Out.Add(tag, before && behind ? "continue" : before ? "end" : "begin");
+            Document.Add(tag, before && behind ? "continue" : before ? "end" : "begin");
         } else if (level == 2) {
             WriteHook(bar, at, tag);
         }
     }
 }
 
-// A lone sixteenth's second beam points to the note with which it fills an eighth or a beat.
+// The second beam of a single sixteenth is a hook towards the note that completes its eighth or
+// its beat.
 void Writer::WriteHook(const Bar& bar, std::size_t at, const std::string& tag) {
-    const bool before = at > 0 && Joined(bar, at - 1, 1);
-    const bool behind = Joined(bar, at, 1);
+    const bool before = at > 0 && IsBeamed(bar, at - 1, 1);
+    const bool behind = IsBeamed(bar, at, 1);
     if (!before && !behind) return;
-    const bool forward = behind && (!before || bar.Symbols[at].Place % 2 == 0);
-    Out.Add(tag, forward ? "forward hook" : "backward hook");
+    const bool forward = behind && (!before || bar.Symbols[at].Position % 2 == 0);
+    Document.Add(tag, forward ? "forward hook" : "backward hook");
 }
 
+// The order of the elements is prescribed by MusicXML.
 void Writer::WriteSymbol(const Bar& bar, std::size_t at) {
     const Symbol& symbol = bar.Symbols[at];
     const bool rest = symbol.Note < 0;
-    const bool wholeBar = rest && symbol.Length == Of.Of.In->BarLength;
-    Out.Open("note");
-    if (rest) Out.Empty(wholeBar ? "rest measure=\"yes\"" : "rest");
-    if (!rest) WritePitch(Of.Pitches[static_cast<std::size_t>(symbol.Note)]);
-    Out.Add("duration", symbol.Length);
-    if (symbol.TiedBack) Out.Empty("tie type=\"stop\"");
-    if (symbol.TiedOn) Out.Empty("tie type=\"start\"");
-    Out.Add("voice", 1);
-    if (!wholeBar) Out.Add("type", TypeOf(symbol.Length));
-    if (!wholeBar && Dotted(symbol.Length)) Out.Empty("dot");
+    const bool wholeBar = rest && symbol.Length == Score.Rhythm.Meter->BarLength;
+    Document.Open("note");
+    if (rest) Document.Empty(wholeBar ? "rest measure=\"yes\"" : "rest");
+    if (!rest) WritePitch(Score.Pitches[static_cast<std::size_t>(symbol.Note)]);
+    Document.Add("duration", symbol.Length);
+    if (symbol.TieStop) Document.Empty("tie type=\"stop\"");
+    if (symbol.TieStart) Document.Empty("tie type=\"start\"");
+    Document.Add("voice", 1);
+    if (!wholeBar) Document.Add("type", TypeOf(symbol.Length));
+    if (!wholeBar && Dotted(symbol.Length)) Document.Empty("dot");
     if (!rest) WriteAccidental(symbol);
     if (!rest) WriteBeam(bar, at);
-    if (symbol.TiedBack || symbol.TiedOn) {
-        Out.Open("notations");
-        if (symbol.TiedBack) Out.Empty("tied type=\"stop\"");
-        if (symbol.TiedOn) Out.Empty("tied type=\"start\"");
-        Out.Close();
+    if (symbol.TieStop || symbol.TieStart) {
+        Document.Open("notations");
+        if (symbol.TieStop) Document.Empty("tied type=\"stop\"");
+        if (symbol.TieStart) Document.Empty("tied type=\"start\"");
+        Document.Close();
     }
-    Out.Close();
+    Document.Close();
 }
 
 void Writer::WriteBar(const Bar& bar, std::size_t number) {
-    const bool pickup = bar.Place > 0;
-    InForce.clear();
-    Out.Open("measure number=\"" + std::to_string(number) + "\"" +
-             (pickup ? " implicit=\"yes\"" : ""));
-    if (&bar == &Of.Bars.front()) {
+    const bool pickup = bar.Offset > 0;
+    BarAlterations.clear();
+    Document.Open("measure number=\"" + std::to_string(number) + "\"" +
+                  (pickup ? " implicit=\"yes\"" : ""));
+    if (&bar == &Score.Bars.front()) {
         WriteAttributes();
         WriteTempo();
     }
     for (std::size_t at = 0; at < bar.Symbols.size(); ++at) WriteSymbol(bar, at);
-    if (&bar == &Of.Bars.back())
-        Out.Open("barline location=\"right\"").Add("bar-style", "light-heavy").Close();
-    Out.Close();
+    if (&bar == &Score.Bars.back())
+        Document.Open("barline location=\"right\"").Add("bar-style", "light-heavy").Close();
+    Document.Close();
 }
 
 std::string Writer::Write(const std::string& title) {
-    Out.Text = Head;
-    Out.Open("score-partwise version=\"3.1\"");
-    Out.Open("work").Add("work-title", title).Close();
-    Out.Open("part-list").Open("score-part id=\"P1\"").Add("part-name", "Melody").Close().Close();
-    Out.Open("part id=\"P1\"");
-    std::size_t number = Of.Bars.front().Place > 0 ? 0 : 1;
-    for (const Bar& bar : Of.Bars) WriteBar(bar, number++);
-    Out.Close().Close();
-    return std::move(Out.Text);
+    Document.Text = XmlHeader;
+    Document.Open("score-partwise version=\"3.1\"");
+    Document.Open("work").Add("work-title", title).Close();
+    Document.Open("part-list")
+        .Open("score-part id=\"P1\"")
+        .Add("part-name", "Melody")
+        .Close()
+        .Close();
+    Document.Open("part id=\"P1\"");
+    std::size_t number = Score.Bars.front().Offset > 0 ? 0 : 1;
+    for (const Bar& bar : Score.Bars) WriteBar(bar, number++);
+    Document.Close().Close();
+    return std::move(Document.Text);
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// Tempo and meter of a melody, and where in its bars each note begins.
+// Estimates tempo and meter of a melody, and the position of each note in its bars.
 #pragma once
 
 #include "score/melody.h"
@@ -9,13 +9,14 @@
 namespace score {
 
 struct Rhythm {
-    const Meter* In = nullptr;
-    double QuartersPerMinute = 0;  // over the whole
-    std::vector<int> Onsets;       // sixteenths from the beginning of the first note's bar
-    std::vector<double> Sixteenth; // seconds, as each note begins: the tempo may drift
+    const score::Meter* Meter = nullptr; // one of Meters()
+    double QuartersPerMinute = 0;        // of the whole melody; the given value if there is one
+    std::vector<int> Onsets;             // grid units from the beginning of the first note's bar
+    std::vector<double> UnitSeconds; // duration of a grid unit at each note: the tempo may drift
 };
 
-// quartersPerMinute: about which the tempo lies; 0 if nobody knows. The melody has a note at least.
+// The most likely rhythm of a melody with at least one note. quartersPerMinute: the approximate
+// tempo; 0 to estimate it. Time and memory are proportional to the number of notes.
 Rhythm FindRhythm(Melody melody, double quartersPerMinute = 0);
 
 } // namespace score

@@ -8,12 +8,11 @@ namespace score {
 
 namespace {
 
-// Clefs by the MIDI number that lies in the middle of their staff; those with an octave only for
-// what is far outside the others.
+// A clef with an octave mark is used only for melodies far outside the staff of the others.
 struct ClefChoice {
-    Clef Is;
-    int Middle;
-    int Reluctance; // semitones
+    score::Clef Clef;
+    int Middle;  // MIDI note number of the middle line
+    int Penalty; // semitones, added for each note
 };
 constexpr ClefChoice Clefs[] = {
     {{'G', 2, 0}, 71, 0},
@@ -22,24 +21,23 @@ constexpr ClefChoice Clefs[] = {
     {{'F', 4, -1}, 38, 8},
 };
 constexpr double LongestPause = 8; // seconds
-constexpr int Staff = 8;           // semitones from its middle to its ends, about
+constexpr int HalfStaff = 8;       // semitones from the middle line to the ends of the staff, about
 
-// What lies outside of the staff makes ledger lines.
-int Outside(Melody melody, const ClefChoice& clef) {
+// The sum of the distances of all notes from the staff, in semitones: a measure of ledger lines.
+int LedgerCost(Melody melody, const ClefChoice& clef) {
     int sum = 0;
     for (const HeardNote& note : melody)
-        sum += std::max(0, std::abs(note.Key - clef.Middle) - Staff) + clef.Reluctance;
+        sum += std::max(0, std::abs(note.Key - clef.Middle) - HalfStaff) + clef.Penalty;
     return sum;
 }
 
 Clef ChooseClef(Melody melody) {
-    return std::ranges::min_element(Clefs, {},
-                                    [&](const ClefChoice& clef) { return Outside(melody, clef); })
-        ->Is;
+    const auto cost = [&](const ClefChoice& clef) { return LedgerCost(melody, clef); };
+    return std::ranges::min_element(Clefs, {}, cost)->Clef;
 }
 
-// Nobody wants minutes of rest on paper.
-std::vector<HeardNote> WithoutLongPauses(Melody melody) {
+// Shortens each pause to LongestPause.
+std::vector<HeardNote> ShortenPauses(Melody melody) {
     std::vector<HeardNote> notes;
     double cut = 0;
     double end = melody.front().Onset;
@@ -53,24 +51,24 @@ std::vector<HeardNote> WithoutLongPauses(Melody melody) {
 
 } // namespace
 
-std::string Score::Meter() const {
-    return std::to_string(Of.In->Beats) + "/" + std::to_string(Of.In->BeatType);
+std::string Score::TimeSignature() const {
+    return std::to_string(Rhythm.Meter->Beats) + "/" + std::to_string(Rhythm.Meter->BeatType);
 }
 
 std::string Score::Description() const {
-    return Meter() + ", " + In.Name() + ", " + std::to_string(std::lround(Of.QuartersPerMinute)) +
-           " quarter notes a minute, " + std::to_string(Bars.size()) +
-           (Bars.size() == 1 ? " bar" : " bars");
+    const std::string tempo = std::to_string(std::lround(Rhythm.QuartersPerMinute));
+    return TimeSignature() + ", " + Key.Name() + ", " + tempo + " quarter notes per minute, " +
+           std::to_string(Bars.size()) + (Bars.size() == 1 ? " bar" : " bars");
 }
 
 Score MakeScore(Melody heard, double quartersPerMinute) {
-    const std::vector<HeardNote> melody = WithoutLongPauses(heard);
+    const std::vector<HeardNote> melody = ShortenPauses(heard);
     Score score;
-    score.Of = FindRhythm(melody, quartersPerMinute);
-    score.In = FindKey(melody);
-    score.At = ChooseClef(melody);
-    score.Pitches = Spell(melody, score.In);
-    score.Bars = MakeBars(score.Of, Lengths(melody, score.Of));
+    score.Rhythm = FindRhythm(melody, quartersPerMinute);
+    score.Key = FindKey(melody);
+    score.Clef = ChooseClef(melody);
+    score.Pitches = Spell(melody, score.Key);
+    score.Bars = MakeBars(score.Rhythm, FindLengths(melody, score.Rhythm));
     return score;
 }
 

@@ -15,20 +15,20 @@ std::ifstream OpenText(const std::string& path) {
     return file;
 }
 
-// A line a frame: level, stamp in milliseconds, frequency. A frame without a loud sample is stamped
-// with the window's beginning, which lies before its own.
+// One line per frame: level, stamp in milliseconds, frequency in Hz. The stamp of a frame without a
+// loud sample is the beginning of its analysis window, which is before the frame's own.
 void ReadFrames(const std::string& path, Clip& clip) {
     std::ifstream file = OpenText(path);
     double stamp = 0;
     for (Frame frame; file >> frame.Level >> stamp >> frame.Frequency;) {
         clip.Stamps.push_back(stamp / 1000);
         frame.Begin = static_cast<double>(clip.Frames.size()) * FrameSeconds;
-        frame.Loud = std::max(frame.Begin, clip.Stamps.back());
+        frame.LoudBegin = std::max(frame.Begin, clip.Stamps.back());
         clip.Frames.push_back(frame);
     }
 }
 
-// A line a note: onset, end, pitch.
+// One line per note: onset, end, pitch.
 std::vector<PlainNote> ReadNotes(const std::string& path) {
     std::ifstream file = OpenText(path);
     std::vector<PlainNote> notes;
@@ -45,7 +45,7 @@ std::vector<Clip> ReadClips(const std::string& folder) {
     std::ifstream index = OpenText(folder + "/index.csv");
     std::vector<Clip> clips;
     std::string line;
-    std::getline(index, line); // the heads
+    std::getline(index, line); // column names
     while (std::getline(index, line)) {
         std::istringstream fields(line);
         Clip clip;

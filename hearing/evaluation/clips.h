@@ -1,5 +1,5 @@
-// Recordings of which only the frames and the true notes are kept: NAME.frames and NAME.notes for
-// each line of index.csv.
+// Reads recordings that are stored as frames and true notes: the files NAME.frames and NAME.notes
+// for each line of index.csv.
 #pragma once
 
 #include "hearing/frame.h"
@@ -11,15 +11,15 @@ namespace hearing {
 
 struct PlainNote {
     double Onset; // seconds
-    double End;
-    double Pitch;
+    double End;   // seconds
+    double Pitch; // MIDI note number with fractions
 };
 
 struct Clip {
     std::string Name;
-    std::string Category;
+    std::string Category; // "notes", "melody", "singing" or "performance"
     std::vector<Frame> Frames;
-    std::vector<double> Stamps; // what the library would give each frame's notes, in seconds
+    std::vector<double> Stamps; // for each frame, the time of a library note found in it, seconds
     std::vector<PlainNote> Truth;
 };
 

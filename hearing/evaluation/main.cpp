@@ -1,6 +1,6 @@
-// hearing-score FOLDER [--ablate]: how well the decoder hears the recordings whose frames and true
-// notes lie in FOLDER, whole and with the live lag, beside two frames that agree. --ablate: what
-// each of its ideas brings.
+// hearing-score FOLDER [--ablate]: prints the accuracy of the decoder on the clips in FOLDER, with
+// the lag for files and with the live one, and of the baseline. With --ablate: the accuracy of the
+// decoder without each of its ideas.
 #include "hearing/decoder.h"
 #include "hearing/evaluation/clips.h"
 #include "hearing/evaluation/match.h"
@@ -16,80 +16,82 @@ namespace {
 
 using namespace hearing;
 
-using Hear = std::function<std::vector<PlainNote>(const Clip&)>;
+using Detector = std::function<std::vector<PlainNote>(const Clip&)>;
 
 std::vector<PlainNote> Decode(const Clip& clip, int lag, double tuning, const Costs& costs) {
     Decoder decoder(lag, tuning, costs);
-    for (const Frame& frame : clip.Frames) decoder.Take(frame);
+    for (const Frame& frame : clip.Frames) decoder.Feed(frame);
     decoder.Finish();
-    std::vector<PlainNote> heard;
-    for (const Note& note : decoder.Notes()) heard.push_back({note.Onset, note.End, note.Pitch});
-    return heard;
+    std::vector<PlainNote> notes;
+    for (const Note& note : decoder.Notes()) notes.push_back({note.Onset, note.End, note.Pitch});
+    return notes;
 }
 
 struct Group {
     std::string Category;
-    Score Of;
+    Accuracy Result;
 };
 
-// In the order of the index.
-std::vector<Group> ScoreGroups(const std::vector<Clip>& clips, const Hear& hear) {
+// Evaluates each category, in the order of the index.
+std::vector<Group> EvaluateGroups(const std::vector<Clip>& clips, const Detector& detect) {
     std::vector<Group> groups;
-    std::vector<std::vector<Take>> takes;
+    std::vector<std::vector<Comparison>> comparisons;
     for (const Clip& clip : clips) {
         std::size_t g = 0;
         while (g < groups.size() && groups[g].Category != clip.Category) ++g;
         if (g == groups.size()) {
             groups.push_back({clip.Category, {}});
-            takes.emplace_back();
+            comparisons.emplace_back();
         }
-        takes[g].push_back({clip.Truth, hear(clip)});
+        comparisons[g].push_back({clip.Truth, detect(clip)});
     }
-    for (std::size_t g = 0; g < groups.size(); ++g) groups[g].Of = ScoreOf(takes[g]);
+    for (std::size_t g = 0; g < groups.size(); ++g) groups[g].Result = Evaluate(comparisons[g]);
     return groups;
 }
 
+// The mean over the categories of F1 within 100 ms less the median delay.
 double MeanOf(const std::vector<Group>& groups) {
     double sum = 0;
     int count = 0;
     for (const Group& group : groups) {
-        if (group.Category == "performance") continue; // a single clip
-        sum += group.Of.Within100LessDelay;
+        if (group.Category == "performance") continue; // a single clip, not representative
+        sum += group.Result.Within100LessDelay;
         ++count;
     }
     return sum / (count ? count : 1);
 }
 
-void PrintScores(const char* title, const std::vector<Group>& groups) {
+void PrintAccuracy(const char* title, const std::vector<Group>& groups) {
     std::printf("%s\n%-12s %6s %6s %8s %8s %8s %9s\n", title, "category", "notes", "heard", "F1 50",
                 "F1 100", "50-", "100-delay");
     for (const Group& group : groups) {
-        const Score& of = group.Of;
+        const Accuracy& result = group.Result;
         std::printf("%-12s %6zu %6zu %8.3f %8.3f %8.3f %9.3f   median delay %+.0f ms\n",
-                    group.Category.c_str(), of.True, of.Heard, of.Within50, of.Within100,
-                    of.Within50LessDelay, of.Within100LessDelay, of.Delay * 1000);
+                    group.Category.c_str(), result.TrueNotes, result.DetectedNotes, result.Within50,
+                    result.Within100, result.Within50LessDelay, result.Within100LessDelay,
+                    result.MedianDelay * 1000);
     }
     std::printf("mean of notes, melody, singing: %.3f\n\n", MeanOf(groups));
 }
 
 struct Variant {
-    const char* Without;
+    const char* Feature; // that is left out
     void (*Change)(Costs&);
     bool Tuned = true;
 };
 
 constexpr Variant Variants[] = {
-    {"(all of it)", [](Costs&) {}},
-    {"the take's tuning", [](Costs&) {}, false},
-    {"places between the semitones", [](Costs& c) { c.PlacesPerSemitone = 1; }},
-    {"a limit on a frame's error", [](Costs& c) { c.MostOff = 12; }},
-    {"octaves and twelfths at less", [](Costs& c) { c.Harmonic = c.MostOff; }},
-    {"a note over frames without a pitch", [](Costs& c) { c.Unvoiced = c.MostOff; }},
-    {"the end by quiet", [](Costs& c) { c.Quiet = c.Unvoiced; }},
-    {"a cost of changes", [](Costs& c) { c.Change = c.Begin = 2; }},
-    {"the easier attack", [](Costs& c) { c.AttackShare = 1; }},
-    {"the rise of the level", [](Costs& c) { c.Relief = c.RepeatRelief = 0; }},
-    {"notes struck again", [](Costs& c) { c.RepeatRelief = 0; }},
+    {"(nothing)", [](Costs&) {}},
+    {"the recording's tuning", [](Costs&) {}, false},
+    {"pitch bins between the semitones", [](Costs& c) { c.BinsPerSemitone = 1; }},
+    {"a limit on a frame's pitch error", [](Costs& c) { c.MaxPitchError = 12; }},
+    {"a lower cost of octaves and twelfths", [](Costs& c) { c.Harmonic = c.MaxPitchError; }},
+    {"notes across frames without a pitch", [](Costs& c) { c.Unvoiced = c.MaxPitchError; }},
+    {"note ends by low level", [](Costs& c) { c.Quiet = c.Unvoiced; }},
+    {"a cost of changes", [](Costs& c) { c.NoteChange = c.NoteBegin = 2; }},
+    {"the lower weight of the attack", [](Costs& c) { c.AttackShare = 1; }},
+    {"the rise of the level", [](Costs& c) { c.RiseRelief = c.ReOnsetRelief = 0; }},
+    {"re-onsets", [](Costs& c) { c.ReOnsetRelief = 0; }},
 };
 
 void PrintAblation(const std::vector<Clip>& clips) {
@@ -97,16 +99,16 @@ void PrintAblation(const std::vector<Clip>& clips) {
     for (const Variant& variant : Variants) {
         Costs costs;
         variant.Change(costs);
-        std::printf("%-36s", variant.Without);
+        std::printf("%-36s", variant.Feature);
         for (const int lag : {FileLag, LiveLag}) {
-            const auto groups = ScoreGroups(clips, [&](const Clip& clip) {
+            const auto groups = EvaluateGroups(clips, [&](const Clip& clip) {
                 const bool tuned = variant.Tuned && lag == FileLag;
                 return Decode(clip, lag, tuned ? TuningOf(clip.Frames) : 0, costs);
             });
             std::printf("  ");
             for (const Group& group : groups) {
                 if (group.Category == "performance") continue;
-                std::printf(" %5.3f", group.Of.Within100LessDelay);
+                std::printf(" %5.3f", group.Result.Within100LessDelay);
             }
             std::printf(" %6.3f", MeanOf(groups));
         }
@@ -117,12 +119,13 @@ void PrintAblation(const std::vector<Clip>& clips) {
 void Run(const std::string& folder, bool ablate) {
     const std::vector<Clip> clips = ReadClips(folder);
     if (ablate) return PrintAblation(clips);
-    PrintScores("Two frames that agree", ScoreGroups(clips, TwoFramesAgree));
-    PrintScores("Decoder, whole file", ScoreGroups(clips, [](const Clip& clip) {
-                    return Decode(clip, FileLag, TuningOf(clip.Frames), {});
-                }));
-    PrintScores("Decoder, 4 frames later",
-                ScoreGroups(clips, [](const Clip& clip) { return Decode(clip, LiveLag, 0, {}); }));
+    PrintAccuracy("Two frames that agree", EvaluateGroups(clips, TwoFramesAgree));
+    PrintAccuracy("Decoder, whole file", EvaluateGroups(clips, [](const Clip& clip) {
+                      return Decode(clip, FileLag, TuningOf(clip.Frames), {});
+                  }));
+    PrintAccuracy("Decoder, 4 frames later", EvaluateGroups(clips, [](const Clip& clip) {
+                      return Decode(clip, LiveLag, 0, {});
+                  }));
 }
 
 } // namespace

@@ -14,49 +14,52 @@ bool SamePitch(const PlainNote& a, const PlainNote& b) {
     return std::fabs(a.Pitch - b.Pitch) <= PitchTolerance;
 }
 
-// The greatest number of pairs of a true and a heard note, each in one pair at most, by augmenting
-// paths (H. W. Kuhn, "The Hungarian method for the assignment problem", 1955).
+// The greatest number of pairs of a true and a detected note, each note in one pair at most, by
+// augmenting paths (H. W. Kuhn, "The Hungarian method for the assignment problem", 1955).
 class Pairing {
 public:
-    Pairing(const Take& take, double tolerance, double shift)
-        : Of(take), Tolerance(tolerance), Shift(shift), Partner(take.Heard.size()) {}
+    // tolerance, shift: seconds. shift is subtracted from the onsets of detected notes.
+    Pairing(const Comparison& notes, double tolerance, double shift)
+        : Notes(notes), Tolerance(tolerance), Shift(shift), Partners(notes.Detected.size()) {}
 
     std::size_t Count() {
         std::size_t count = 0;
-        for (const PlainNote& note : Of.Truth) {
-            Tried.assign(Of.Heard.size(), false);
-            if (Place(note)) ++count;
+        for (const PlainNote& note : Notes.Truth) {
+            Tried.assign(Notes.Detected.size(), false);
+            if (FindPartner(note)) ++count;
         }
         return count;
     }
 
 private:
-    bool Fits(const PlainNote& truth, const PlainNote& heard) const {
-        return SamePitch(truth, heard) && std::fabs(heard.Onset - Shift - truth.Onset) <= Tolerance;
+    bool Fits(const PlainNote& truth, const PlainNote& detected) const {
+        return SamePitch(truth, detected) &&
+               std::fabs(detected.Onset - Shift - truth.Onset) <= Tolerance;
     }
-    bool Place(const PlainNote& truth) {
-        for (std::size_t i = 0; i < Of.Heard.size(); ++i) {
-            if (Tried[i] || !Fits(truth, Of.Heard[i])) continue;
+    bool FindPartner(const PlainNote& truth) {
+        for (std::size_t i = 0; i < Notes.Detected.size(); ++i) {
+            if (Tried[i] || !Fits(truth, Notes.Detected[i])) continue;
             Tried[i] = true;
-            if (Partner[i] && !Place(*Partner[i])) continue;
-            Partner[i] = &truth;
+            if (Partners[i] && !FindPartner(*Partners[i])) continue;
+            Partners[i] = &truth;
             return true;
         }
         return false;
     }
 
-    const Take& Of;
+    const Comparison& Notes;
     double Tolerance;
     double Shift;
-    std::vector<const PlainNote*> Partner; // of each heard note
-    std::vector<bool> Tried;
+    std::vector<const PlainNote*> Partners; // the true note of each detected one, or null
+    std::vector<bool> Tried;                // detected notes of the current search
 };
 
-// Of the first note of that pitch around a true one's beginning.
-std::optional<double> DelayOf(const PlainNote& truth, std::span<const PlainNote> heard) {
+// The delay in seconds of the first note with the true pitch from 80 ms before the true onset to at
+// most 300 ms after it; empty if there is none.
+std::optional<double> DelayOf(const PlainNote& truth, std::span<const PlainNote> detected) {
     const double latest = std::min(0.3, std::max(truth.End - truth.Onset, 0.1));
     std::optional<double> delay;
-    for (const PlainNote& note : heard) {
+    for (const PlainNote& note : detected) {
         const double late = note.Onset - truth.Onset;
         if (!SamePitch(truth, note) || late < -0.08 || late > latest) continue;
         if (!delay || late < *delay) delay = late;
@@ -64,11 +67,11 @@ std::optional<double> DelayOf(const PlainNote& truth, std::span<const PlainNote>
     return delay;
 }
 
-double MedianDelay(std::span<const Take> takes) {
+double MedianDelay(std::span<const Comparison> clips) {
     std::vector<double> delays;
-    for (const Take& take : takes) {
-        for (const PlainNote& note : take.Truth) {
-            if (const auto delay = DelayOf(note, take.Heard)) delays.push_back(*delay);
+    for (const Comparison& clip : clips) {
+        for (const PlainNote& note : clip.Truth) {
+            if (const auto delay = DelayOf(note, clip.Detected)) delays.push_back(*delay);
         }
     }
     if (delays.empty()) return 0;
@@ -79,24 +82,24 @@ double MedianDelay(std::span<const Take> takes) {
 
 } // namespace
 
-Score ScoreOf(std::span<const Take> takes) {
-    Score score;
-    for (const Take& take : takes) {
-        score.True += take.Truth.size();
-        score.Heard += take.Heard.size();
+Accuracy Evaluate(std::span<const Comparison> clips) {
+    Accuracy result;
+    for (const Comparison& clip : clips) {
+        result.TrueNotes += clip.Truth.size();
+        result.DetectedNotes += clip.Detected.size();
     }
-    score.Delay = MedianDelay(takes);
+    result.MedianDelay = MedianDelay(clips);
     const auto f1 = [&](double tolerance, double shift) {
         std::size_t hits = 0;
-        for (const Take& take : takes) hits += Pairing(take, tolerance, shift).Count();
-        const auto all = static_cast<double>(score.True + score.Heard);
+        for (const Comparison& clip : clips) hits += Pairing(clip, tolerance, shift).Count();
+        const auto all = static_cast<double>(result.TrueNotes + result.DetectedNotes);
         return all > 0 ? 2 * static_cast<double>(hits) / all : 0.0;
     };
-    score.Within50 = f1(0.05, 0);
-    score.Within100 = f1(0.1, 0);
-    score.Within50LessDelay = f1(0.05, score.Delay);
-    score.Within100LessDelay = f1(0.1, score.Delay);
-    return score;
+    result.Within50 = f1(0.05, 0);
+    result.Within100 = f1(0.1, 0);
+    result.Within50LessDelay = f1(0.05, result.MedianDelay);
+    result.Within100LessDelay = f1(0.1, result.MedianDelay);
+    return result;
 }
 
 } // namespace hearing

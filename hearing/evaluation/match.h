@@ -1,4 +1,4 @@
-// How many of the true notes were heard.
+// Compares detected notes with the true ones.
 #pragma once
 
 #include "hearing/evaluation/clips.h"
@@ -8,23 +8,26 @@
 
 namespace hearing {
 
-struct Take {
+// The notes of one clip.
+struct Comparison {
     std::span<const PlainNote> Truth;
-    std::vector<PlainNote> Heard;
+    std::vector<PlainNote> Detected;
 };
 
-struct Score {
-    std::size_t True = 0; // notes
-    std::size_t Heard = 0;
-    double Delay = 0; // seconds, median of the onsets
-    // F1, the harmonic mean of precision and recall: onset within 50 or 100 ms, as it is and less
-    // the median delay; pitch within half a semitone.
+struct Accuracy {
+    std::size_t TrueNotes = 0;
+    std::size_t DetectedNotes = 0;
+    double MedianDelay = 0; // seconds, of the detected onsets
+    // F1, the harmonic mean of precision and recall, 0 to 1. A note is right if its pitch is within
+    // half a semitone and its onset within 50 or 100 ms; for the last two the median delay is
+    // subtracted from all onsets.
     double Within50 = 0;
     double Within100 = 0;
     double Within50LessDelay = 0;
     double Within100LessDelay = 0;
 };
 
-Score ScoreOf(std::span<const Take> takes);
+// Counts all clips together.
+Accuracy Evaluate(std::span<const Comparison> clips);
 
 } // namespace hearing

@@ -26,7 +26,8 @@ std::vector<PlainNote> TwoFramesAgree(const Clip& clip) {
         const Frame& frame = clip.Frames[i];
         int key = KeyOf(frame);
         int now = key == None ? None : key == detected ? key : active;
-        // A change while the level falls by more than a third is the old note's end.
+        // A change of pitch while the level falls by more than a third ends the old note and begins
+        // no new one.
         if (active != None && now != active && 2 * level > 3 * frame.Level) key = now = None;
         if (now != active) {
             const double stamp = clip.Stamps[i];

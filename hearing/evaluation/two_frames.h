@@ -1,4 +1,5 @@
-// What the library makes of the same frames: a note is what two frames in a row agree on.
+// The baseline: the method of the library, which reports a note as soon as two consecutive frames
+// agree on a key.
 #pragma once
 
 #include "hearing/evaluation/clips.h"

@@ -1,5 +1,5 @@
-// The commands of zorhost. Each adds itself to the command line and does its work when it is
-// chosen.
+// The commands of zorhost. Each function adds one command to the command line; the command runs
+// after parsing if the user chose it.
 #pragma once
 
 #include <string>
@@ -7,9 +7,10 @@
 namespace zorhost {
 
 class Command;
+// Options before the command. The object must outlive the parsing.
 struct GlobalOptions {
-    std::string IniFolder; // --ini, empty for the user's own
-    bool Virtual = false;  // --virtual: loopback ports, whatever devices there are
+    std::string IniFolder; // --ini; empty for the user's settings folder
+    bool Virtual = false;  // --virtual: loopback ports instead of the computer's devices
 };
 
 void AddDevices(const Command& app, const GlobalOptions& global);

@@ -1,4 +1,4 @@
-# Completion of zorhost's commands, options and ports, as the program itself knows them.
+# bash completion for zorhost: the program itself prints the commands, options and ports that fit.
 _zorhost() {
   local IFS=$'\n' words
   words=($(zorhost --complete "${COMP_WORDS[@]:1:COMP_CWORD}" 2>/dev/null))

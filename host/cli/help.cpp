@@ -1,7 +1,5 @@
 #include "host/cli/help.h"
 
-#include "host/devices/device_selection.h"
-#include "host/devices/settings.h"
 #include "host/terminal/terminal.h"
 
 #include <CLI/CLI.hpp>
@@ -13,15 +11,18 @@ namespace zorhost {
 
 namespace {
 
-constexpr int Column = 24;       // where texts begin beside what they explain
-constexpr int MostColumns = 100; // wider lines are hard to read
+constexpr int TextColumn = 24;      // where the descriptions of options begin
+constexpr int MaxColumns = 100;     // longer lines are hard to read
+constexpr int NarrowColumns = 60;   // below this width, descriptions begin further left
+constexpr int NarrowTextColumn = 6; // at this column
 
+// A command, argument or option with its description.
 struct Entry {
-    std::string Left;
+    std::string Name;
     std::string Text;
 };
 
-// All that is to be said about a command.
+// The help of one command.
 struct Page {
     std::string Usage;
     std::string About;
@@ -31,7 +32,8 @@ struct Page {
     std::string Footer;
 };
 
-std::vector<const CLI::Option*> OptionsOf(const CLI::App& app) {
+// Options without a group are hidden.
+std::vector<const CLI::Option*> ShownOptions(const CLI::App& app) {
     std::vector<const CLI::Option*> shown;
     for (const CLI::Option* option : app.get_options()) {
         if (!option->get_group().empty()) shown.push_back(option);
@@ -39,50 +41,53 @@ std::vector<const CLI::Option*> OptionsOf(const CLI::App& app) {
     return shown;
 }
 
-std::string NamesOf(const CLI::Option& option) {
+// Returns "-o, --out".
+std::string OptionLabel(const CLI::Option& option) {
     std::string names;
     for (const std::string& name : option.get_snames()) names += "-" + name + ", ";
     for (const std::string& name : option.get_lnames()) names += "--" + name + ", ";
     return names.substr(0, names.size() - 2);
 }
 
-Entry EntryOf(const CLI::Option& option) {
-    Entry entry{option.get_positional() ? option.get_name() : NamesOf(option),
+// The text gets the limits, the default and the excluded options from the declaration.
+Entry MakeEntry(const CLI::Option& option) {
+    Entry entry{option.get_positional() ? option.get_name() : OptionLabel(option),
                 option.get_description()};
     const std::string type = option.get_type_name(); // "PERCENT:[5 to 5000]", "IN:OUT"
     const std::size_t end = type.find(":[");
     const std::string value = type.substr(0, end);
     std::string limits = end == std::string::npos ? "" : type.substr(end + 2);
     if (!limits.empty()) limits.pop_back();
-    if (!option.get_positional() && !value.empty()) entry.Left += " " + value;
+    if (!option.get_positional() && !value.empty()) entry.Name += " " + value;
     if (!option.get_default_str().empty())
-        limits += (limits.empty() ? "" : ", ") + ("else " + option.get_default_str());
+        limits += (limits.empty() ? "" : ", ") + ("default " + option.get_default_str());
     if (!limits.empty()) entry.Text += " (" + limits + ")";
     std::string others;
     for (const CLI::Option* other : option.get_excludes())
-        others += (others.empty() ? "" : ", ") + NamesOf(*other);
-    if (!others.empty()) entry.Text += ". Not with " + others;
+        others += (others.empty() ? "" : ", ") + OptionLabel(*other);
+    if (!others.empty()) entry.Text += ". Cannot be combined with " + others;
     return entry;
 }
 
-Page PageOf(const CLI::App& app, const std::string& name) {
+Page MakePage(const CLI::App& app, const std::string& name) {
     Page page{name, app.get_description(), {}, {}, {}, app.get_footer()};
     for (const CLI::App* command : app.get_subcommands({}))
         page.Commands.push_back({command->get_name(), command->get_description()});
     if (!page.Commands.empty()) page.Usage += " COMMAND";
-    for (const CLI::Option* option : OptionsOf(app)) {
-        (option->get_positional() ? page.Arguments : page.Options).push_back(EntryOf(*option));
+    for (const CLI::Option* option : ShownOptions(app)) {
+        (option->get_positional() ? page.Arguments : page.Options).push_back(MakeEntry(*option));
         if (option->get_positional()) page.Usage += " " + option->get_name();
     }
     page.Usage += " [OPTIONS]";
     return page;
 }
 
+// Formats a section of the help: names on the left, texts wrapped beside them.
 std::string Rendered(const std::string& title, const std::vector<Entry>& entries, int width) {
     std::string text = entries.empty() ? "" : "\n" + title + (title.empty() ? "" : "\n");
-    const int column = width < 60 ? 6 : Column;
+    const int column = width < NarrowColumns ? NarrowTextColumn : TextColumn;
     for (const Entry& entry : entries) {
-        std::string line = "  " + entry.Left;
+        std::string line = "  " + entry.Name;
         const auto used = static_cast<int>(line.size());
         line += used + 2 > column ? "\n" + std::string(static_cast<std::size_t>(column), ' ')
                                   : std::string(static_cast<std::size_t>(column - used), ' ');
@@ -91,15 +96,16 @@ std::string Rendered(const std::string& title, const std::vector<Entry>& entries
     return text;
 }
 
+// Replaces the layout of the parser's own help.
 class Format : public CLI::FormatterBase {
 public:
     std::string make_help(const CLI::App* app, std::string name,
                           CLI::AppFormatMode) const override {
-        const int width = std::min(TerminalWidth(), MostColumns);
+        const int width = std::min(TerminalWidth(), MaxColumns);
         std::string path = app->get_name();
-        for (const CLI::App* up = app->get_parent(); up; up = up->get_parent())
-            path = up->get_name() + " " + path;
-        const Page page = PageOf(*app, app->get_parent() ? path : name.empty() ? path : name);
+        for (const CLI::App* parent = app->get_parent(); parent; parent = parent->get_parent())
+            path = parent->get_name() + " " + path;
+        const Page page = MakePage(*app, app->get_parent() ? path : name.empty() ? path : name);
         return Wrapped("Usage: " + page.Usage, width, 7) + "\n\n" + Wrapped(page.About, width) +
                "\n" + Rendered("", page.Arguments, width) +
                Rendered("Commands", page.Commands, width) +
@@ -108,6 +114,7 @@ public:
     }
 };
 
+// Escapes text for troff; blank lines begin paragraphs, other line ends break the line.
 std::string Troff(const std::string& text) {
     std::string out;
     for (std::size_t i = 0; i < text.size(); ++i) {
@@ -132,12 +139,13 @@ std::string Troff(const std::string& text) {
 std::string TroffEntries(const std::vector<Entry>& entries) {
     std::string text;
     for (const Entry& entry : entries)
-        text += ".TP\n.B " + Troff(entry.Left) + "\n" + Troff(entry.Text) + "\n";
+        text += ".TP\n.B " + Troff(entry.Name) + "\n" + Troff(entry.Text) + "\n";
     return text;
 }
 
+// Formats a command and its subcommands as subsections of the manual page.
 std::string TroffCommand(const CLI::App& app, const std::string& name) {
-    const Page page = PageOf(app, name);
+    const Page page = MakePage(app, name);
     std::string text = ".SS \"" + Troff(page.Usage) + "\"\n" + Troff(page.About) + "\n" +
                        TroffEntries(page.Arguments) + TroffEntries(page.Options);
     if (!page.Footer.empty()) text += ".PP\n" + Troff(page.Footer) + "\n";
@@ -146,22 +154,17 @@ std::string TroffCommand(const CLI::App& app, const std::string& name) {
     return text;
 }
 
-std::vector<std::string> PortNames(const std::string& option) {
-    const Machine machine({});
-    return option == "--in" ? InputDevices() : OutputDevices();
-}
-
-// How many letters must be changed, added or taken away.
+// Returns how many letters must be changed, inserted or removed to make one text the other.
 std::size_t Distance(const std::string& a, const std::string& b) {
     std::vector<std::size_t> row(b.size() + 1);
     std::iota(row.begin(), row.end(), std::size_t{0});
     for (std::size_t i = 1; i <= a.size(); ++i) {
-        std::size_t corner = row[0];
+        std::size_t diagonal = row[0];
         row[0] = i;
         for (std::size_t j = 1; j <= b.size(); ++j) {
-            const std::size_t changed = corner + (a[i - 1] == b[j - 1] ? 0 : 1);
-            corner = row[j];
-            row[j] = std::min({row[j] + 1, row[j - 1] + 1, changed});
+            const std::size_t replaced = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
+            diagonal = row[j];
+            row[j] = std::min({row[j] + 1, row[j - 1] + 1, replaced});
         }
     }
     return row.back();
@@ -172,8 +175,9 @@ std::size_t Distance(const std::string& a, const std::string& b) {
 std::shared_ptr<CLI::FormatterBase> HelpFormat() { return std::make_shared<Format>(); }
 
 std::string ManualPage(const CLI::App& app) {
-    const Page page = PageOf(app, app.get_name());
-    std::string text = ".TH ZORHOST 1\n.SH NAME\nzorhost \\- plays, records and watches MIDI\n"
+    const Page page = MakePage(app, app.get_name());
+    std::string text = ".TH ZORHOST 1\n.SH NAME\nzorhost \\- play, record and monitor MIDI, detect "
+                       "notes in sound\n"
                        ".SH SYNOPSIS\n.B " +
                        Troff(page.Usage) + "\n.SH DESCRIPTION\n" + Troff(page.About) +
                        "\n.SH OPTIONS\n" + TroffEntries(page.Options) + ".SH COMMANDS\n";
@@ -182,7 +186,7 @@ std::string ManualPage(const CLI::App& app) {
     return text + ".SH EXIT STATUS\n" + Troff(page.Footer) + "\n";
 }
 
-const CLI::App* CommandNamed(const CLI::App& app, const std::string& name) {
+const CLI::App* FindCommand(const CLI::App& app, const std::string& name) {
     const auto commands = app.get_subcommands({});
     const auto found = std::ranges::find(commands, name, &CLI::App::get_name);
     return found == commands.end() ? nullptr : *found;
@@ -196,32 +200,34 @@ std::vector<std::string> CommandNames(const CLI::App& app) {
 
 std::vector<std::string> OptionNames(const CLI::App& app) {
     std::vector<std::string> names;
-    for (const CLI::Option* option : OptionsOf(app)) {
+    for (const CLI::Option* option : ShownOptions(app)) {
         for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
     }
     return names;
 }
 
-std::vector<std::string> Completions(const CLI::App& app, const std::vector<std::string>& words) {
+std::vector<std::string> Completions(const CLI::App& app, const std::vector<std::string>& words,
+                                     const PortLister& listPorts) {
     if (words.empty()) return CommandNames(app);
-    const CLI::App* at = &app;
+    const CLI::App* command = &app;
     for (std::size_t i = 0; i + 1 < words.size(); ++i) {
-        if (const CLI::App* command = CommandNamed(*at, words[i])) at = command;
+        if (const CLI::App* subcommand = FindCommand(*command, words[i])) command = subcommand;
     }
-    const std::string& begun = words.back();
-    const std::string before = words.size() > 1 ? words[words.size() - 2] : "";
+    const std::string& prefix = words.back();
+    const std::string previous = words.size() > 1 ? words[words.size() - 2] : "";
     const CLI::Option* option =
-        before.starts_with("--") ? at->get_option_no_throw(before) : nullptr;
-    std::vector<std::string> all = begun.starts_with('-') ? OptionNames(*at) : CommandNames(*at);
+        previous.starts_with("--") ? command->get_option_no_throw(previous) : nullptr;
+    std::vector<std::string> all =
+        prefix.starts_with('-') ? OptionNames(*command) : CommandNames(*command);
     if (option && !option->get_type_name().empty())
-        all = option->get_type_name() == "PORT" ? PortNames(before) : std::vector<std::string>{};
-    std::erase_if(all, [&](const std::string& name) { return !name.starts_with(begun); });
+        all = option->get_type_name() == "PORT" ? listPorts(previous) : std::vector<std::string>{};
+    std::erase_if(all, [&](const std::string& name) { return !name.starts_with(prefix); });
     return all;
 }
 
 std::string Nearest(const std::string& typed, const std::vector<std::string>& known) {
     std::string best;
-    std::size_t least = 1 + typed.size() / 3;
+    std::size_t least = 1 + typed.size() / 3; // more differences are not similar
     for (const std::string& name : known) {
         const std::size_t distance = Distance(typed, name);
         if (distance > least || (distance == least && !best.empty())) continue;

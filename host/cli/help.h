@@ -1,7 +1,8 @@
-// What --help, the manual page and the shell's completion say, from one source: the declarations of
-// the commands.
+// Help texts, the manual page and shell completion, all generated from the declarations of the
+// commands.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -13,22 +14,27 @@ class FormatterBase;
 
 namespace zorhost {
 
-// Wrapped to the terminal; for every command of the app.
+// Formats --help of every command, wrapped to the width of the terminal.
 std::shared_ptr<CLI::FormatterBase> HelpFormat();
 
-// The manual page of the app and all its commands, in troff.
+// Returns the manual page of the program and all its commands, in troff.
 std::string ManualPage(const CLI::App& app);
 
-// What the last of the words could become: commands, options, or ports; nothing where a file is
-// wanted.
-std::vector<std::string> Completions(const CLI::App& app, const std::vector<std::string>& words);
+// Lists the port names that can follow an option such as "--in".
+using PortLister = std::function<std::vector<std::string>(const std::string& option)>;
 
-// The nearest of what there is to what was typed; empty if nothing is near.
+// Returns what the last of the words can be completed to: commands, options or ports; nothing where
+// a file is expected. Calls listPorts only if a port is expected.
+std::vector<std::string> Completions(const CLI::App& app, const std::vector<std::string>& words,
+                                     const PortLister& listPorts);
+
+// Returns the known word with the fewest differences from the typed one; empty if none is similar.
 std::string Nearest(const std::string& typed, const std::vector<std::string>& known);
 
-// Null if there is none of that name.
-const CLI::App* CommandNamed(const CLI::App& app, const std::string& name);
+// Returns the command of that name, or null.
+const CLI::App* FindCommand(const CLI::App& app, const std::string& name);
 std::vector<std::string> CommandNames(const CLI::App& app);
+// Returns the long names of a command's options, as "--name".
 std::vector<std::string> OptionNames(const CLI::App& app);
 
 } // namespace zorhost

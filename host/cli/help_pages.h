@@ -1,10 +1,10 @@
-// Pages of the documentation that the dialogs' Help shows, as they stand in docs/.
+// The version, and the pages of docs/ that the Help buttons of the dialogs print.
 #pragma once
 
 namespace zorhost {
 
-extern const char Version[]; // of zorhost and the library
-extern const char MidiSetupPage[];
+extern const char Version[];       // of zorhost and the library, "1.2.3"
+extern const char MidiSetupPage[]; // Markdown
 extern const char MicrophoneSetupPage[];
 
 } // namespace zorhost

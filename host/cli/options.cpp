@@ -4,45 +4,47 @@ namespace zorhost {
 
 namespace {
 
-Option AddDevices(const Command& command, const char* option, Texts& devices,
-                  const std::string& help) {
-    return command.Value(option, devices, help).Repeated().Named("PORT");
+Option AddPorts(const Command& command, const char* option, Texts& devices,
+                const std::string& help) {
+    return command.Value(option, devices, help).Repeatable().ValueName("PORT");
 }
 
 } // namespace
 
 Option AddInputs(const Command& command, Texts& inputs, const std::string& help) {
-    return AddDevices(command, "--in", inputs,
-                      help + "; give it again for several. Without it: the inputs of the settings");
+    return AddPorts(command, "--in", inputs,
+                    help + "; can be repeated. Default: the inputs of the settings");
 }
 
 Option AddOutputs(const Command& command, const char* option, Texts& outputs,
                   const std::string& help) {
-    return AddDevices(command, option, outputs, help + "; give it again for several");
+    const bool fromSettings = std::string(option) == "--to";
+    return AddPorts(command, option, outputs,
+                    help + "; can be repeated" +
+                        (fromSettings ? ". Default: the outputs of the settings" : ""));
 }
 
 Option AddSeconds(const Command& command, double& seconds) {
-    return command.Value("--seconds", seconds, "Stop after so many seconds, not only at Ctrl-C")
-        .Sensible(0.001, 2000000)
-        .Named("N");
+    return command.Value("--seconds", seconds, "Stop after N seconds. Default: run until Ctrl-C")
+        .HiddenRange(0.001, 2000000)
+        .ValueName("N");
 }
 
 Option AddMicrophoneFile(const Command& command, std::string& file) {
     return command
         .Value("--mic", file,
-               "Sound file that the microphone hears meanwhile; its notes come in on "
-               "channel 65")
-        .Named("FILE");
+               "Sound file to play into the virtual microphone; its notes arrive on channel 65")
+        .ValueName("FILE");
 }
 
-void AddPiece(const Command& command, Piece& piece) {
-    command.Value("FILE", piece.File, "The piece, a .mid file").Required();
-    command.Flag("--strict", piece.Strict,
-                 "Refuse a file in which anything must be put right or left out");
+void AddSongOptions(const Command& command, SongOptions& song) {
+    command.Value("FILE", song.File, "MIDI file (.mid)").Required();
+    command.Flag("--strict", song.Strict,
+                 "Fail if anything in the file has to be repaired or skipped");
 }
 
-Option AddJson(const Command& command, bool& json, const char* what) {
-    return command.Flag("--json", json, std::string("Print ") + what + " as JSON");
+Option AddJson(const Command& command, bool& json, const char* objects) {
+    return command.Flag("--json", json, std::string("Print one JSON object per ") + objects);
 }
 
 } // namespace zorhost

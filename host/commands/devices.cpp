@@ -23,25 +23,25 @@ struct DevicesOptions {
     bool Json = false;
 };
 
-// A device that is there, or that the settings remember.
+// A present device, or one that only the settings name.
 struct Row {
     std::string Kind;
-    unsigned Number; // as options take it; 0 if it is not there
+    unsigned Number; // for the options, from 1; 0 if it is not present
     std::string Name;
     std::string State;
-    std::vector<std::string> Users = {}; // other programs that have it too
-    int Port = 0;                        // that the settings make of it
-    int Channel = 0;                     // of the notes of a microphone that they switch on
+    std::vector<std::string> Users = {}; // other programs that use it
+    int Port = 0;                        // row of the settings that opens it, from 1; 0 for none
+    int Channel = 0;                     // of a microphone's notes, from 1; 0 if it is off
 };
 using Rows = std::vector<Row>;
 
-void CALLBACK Ignore(HMIDIIN, UINT, DWORD_PTR, DWORD_PTR, DWORD_PTR) {}
+void CALLBACK IgnoreInput(HMIDIIN, UINT, DWORD_PTR, DWORD_PTR, DWORD_PTR) {}
 
-// Whether it can be opened is found out by opening it.
+// Opens and closes the device to find out whether it can be opened.
 MMRESULT TryInput(unsigned number) {
     HMIDIIN handle = nullptr;
-    const MMRESULT code =
-        midiInOpen(&handle, number, reinterpret_cast<DWORD_PTR>(&Ignore), 0, CALLBACK_FUNCTION);
+    const MMRESULT code = midiInOpen(&handle, number, reinterpret_cast<DWORD_PTR>(&IgnoreInput), 0,
+                                     CALLBACK_FUNCTION);
     if (code == MMSYSERR_NOERROR) midiInClose(handle);
     return code;
 }
@@ -53,30 +53,31 @@ MMRESULT TryOutput(unsigned number) {
     return code;
 }
 
-// The MIDI devices of one way.
-struct Way {
+// The MIDI devices of one direction.
+struct Direction {
     const char* Kind;
     const char* Title;
     std::vector<std::string> (*Names)();
-    MMRESULT (*Try)(unsigned number);
+    MMRESULT (*TryOpen)(unsigned number);
     std::vector<std::string> (*Users)(int number);
 };
-const Way Inputs = {"input", "Input devices", InputDevices, TryInput, machine::UsersOfMidiInput};
-const Way Outputs = {"output", "Output devices", OutputDevices, TryOutput,
-                     machine::UsersOfMidiOutput};
+const Direction Inputs = {"input", "Input devices", InputDevices, TryInput,
+                          machine::UsersOfMidiInput};
+const Direction Outputs = {"output", "Output devices", OutputDevices, TryOutput,
+                           machine::UsersOfMidiOutput};
 
 const char* StateOf(MMRESULT code, bool shared) {
     if (code == MMSYSERR_NOERROR) return shared ? "shared" : "free";
     return code == MMSYSERR_ALLOCATED ? "in use" : "gone";
 }
 
-Rows MidiRows(const Way& way, const std::vector<Port>& ports) {
+Rows MidiRows(const Direction& direction, const std::vector<Port>& ports) {
     Rows rows;
-    const std::vector<std::string> names = way.Names();
+    const std::vector<std::string> names = direction.Names();
     for (unsigned i = 0; i < names.size(); ++i) {
-        Row row{way.Kind, i + 1, names[i], ""};
-        const MMRESULT code = way.Try(i);
-        row.Users = way.Users(static_cast<int>(i));
+        Row row{direction.Kind, i + 1, names[i], ""};
+        const MMRESULT code = direction.TryOpen(i);
+        row.Users = direction.Users(static_cast<int>(i));
         row.State = StateOf(code, !row.Users.empty());
         const auto port = std::ranges::find(ports, names[i], &Port::Device);
         if (port != ports.end()) row.Port = port->Row;
@@ -84,34 +85,34 @@ Rows MidiRows(const Way& way, const std::vector<Port>& ports) {
     }
     for (const Port& port : ports)
         if (port.Device.empty() && std::ranges::find(names, port.Name) == names.end())
-            rows.push_back({way.Kind, 0, port.Name, "not there", {}, port.Row});
+            rows.push_back({direction.Kind, 0, port.Name, "not found", {}, port.Row});
     return rows;
 }
 
-// The settings name no microphone: the default one is what they switch on.
+// The settings name no microphone: if they switch it on, the first one is used.
 Rows MicrophoneRows(const PortMap& map) {
     Rows rows;
     for (const auto& found : machine::FindMicrophones()) {
         const char* const state = rows.empty() ? "default" : found.Monitor ? "monitor" : "free";
         rows.push_back({"microphone", static_cast<unsigned>(rows.size()) + 1, found.Name, state});
     }
-    if (rows.empty() && map.Microphone)
-        rows.push_back({"microphone", 0, "(the default one)", "not there"});
-    if (map.Microphone) rows.front().Channel = map.MicrophoneChannel;
+    if (rows.empty() && map.MicrophoneOn)
+        rows.push_back({"microphone", 0, "(default)", "not found"});
+    if (map.MicrophoneOn) rows.front().Channel = map.MicrophoneChannel;
     return rows;
 }
 
 std::string StateText(const Row& row) {
     if (row.State == "in use") return "in use by another program";
-    if (row.State == "default") return "the default one";
-    if (row.State == "monitor") return "what is played";
+    if (row.State == "monitor") return "sound output monitor";
     if (row.State != "shared") return row.State;
     std::string users;
     for (const std::string& user : row.Users) users += (users.empty() ? "" : ", ") + user;
     return "shared with " + users;
 }
 
-void PrintText(const char* title, const Rows& rows, const std::string& whyNone = "") {
+// A line per device: number, name, state and the port that uses it.
+void PrintText(const char* title, const Rows& rows, const std::string& warning = "") {
     std::printf("%s\n", title);
     for (const Row& row : rows) {
         std::string use;
@@ -121,8 +122,8 @@ void PrintText(const char* title, const Rows& rows, const std::string& whyNone =
         PrintRow(5, "  %-2s %-31s  %-24s%s", number.c_str(), row.Name.c_str(),
                  StateText(row).c_str(), use.c_str());
     }
-    if (rows.empty() || !whyNone.empty())
-        std::printf("  %s %s\n", rows.empty() ? "(none)" : "  ", whyNone.c_str());
+    if (rows.empty() || !warning.empty())
+        std::printf("  %s %s\n", rows.empty() ? "(none)" : "  ", warning.c_str());
 }
 
 void PrintJson(const Rows& rows) {
@@ -137,41 +138,43 @@ void PrintJson(const Rows& rows) {
     }
 }
 
+// A line per port: its row, channels, the name in the settings and the device that it opens.
 void PrintPorts(const char* kind, const std::vector<Port>& ports) {
     for (const Port& port : ports) {
         std::string note;
         if (port.Device.empty()) {
-            note = "  (not there: not opened)";
+            note = "  (not found, not opened)";
         } else if (port.Device != port.Name) {
             note = "  -> " + port.Device;
         }
-        PrintRow(11, "  %-6s %d   channels %3d-%-3d  %s%s", kind, port.Row, port.Channel,
-                 port.Channel + 15, port.Name.c_str(), note.c_str());
+        PrintRow(11, "  %-6s %d   channels %3d-%-3d  %s%s", kind, port.Row, port.FirstChannel,
+                 port.FirstChannel + 15, port.Name.c_str(), note.c_str());
     }
 }
 
 void PrintSettings(const std::string& path, const PortMap& map) {
-    const bool there = std::filesystem::exists(path);
-    PrintRow(2, "Ports by %s%s", path.c_str(), there ? "" : " (not there: defaults)");
+    const bool exists = std::filesystem::exists(path);
+    PrintRow(2, "Ports from %s%s", path.c_str(), exists ? "" : " (file not found: defaults)");
     PrintPorts("input", map.Inputs);
     PrintPorts("output", map.Outputs);
-    std::printf("  external clock comes from input %d\n", map.SyncInput);
-    if (map.Microphone) {
-        std::printf("  the microphone is on, its notes on channel %d\n", map.MicrophoneChannel);
+    std::printf("  external clock from input %d\n", map.SyncInput);
+    if (map.MicrophoneOn) {
+        std::printf("  microphone on, notes on channel %d\n", map.MicrophoneChannel);
     } else {
-        std::printf("  the microphone is off\n");
+        std::printf("  microphone off\n");
     }
 }
 
-// Where there is no output to list.
+// Returns a warning if there is no output but the system has a default one; else an empty string.
 std::string SilenceText(const Rows& outputs) {
     if (!outputs.empty() || DefaultOutputDevice().empty()) return "";
-    return "The default output is silent: there is no output to play on.";
+    return "The default output is silent: no output device found.";
 }
 
 void Devices(const GlobalOptions& global, const DevicesOptions& options) {
-    const Machine machine(global, options.Watch ? Cables::None : Cables::Shared);
-    const RunSettings settings(SettingsFolder(global.IniFolder), {});
+    const DeviceSelection devices(global, options.Watch ? DevicePolicy::HardwareOnly
+                                                        : DevicePolicy::HardwareOrLoopback);
+    const SessionSettings settings(SettingsFolder(global.IniFolder), {});
     const PortMap map = ReadPortMap(settings.IniPath());
     const Rows inputs = MidiRows(Inputs, map.Inputs), outputs = MidiRows(Outputs, map.Outputs);
     const Rows microphones = MicrophoneRows(map);
@@ -192,12 +195,13 @@ void Devices(const GlobalOptions& global, const DevicesOptions& options) {
 } // namespace
 
 void AddDevices(const Command& app, const GlobalOptions& global) {
-    const Command command = app.Add(
-        "devices", "List the MIDI devices and the microphones, and what the settings make of them");
+    const Command command = app.AddCommand(
+        "devices", "List MIDI devices and microphones, and the ports that the settings define");
     const auto options = std::make_shared<DevicesOptions>();
-    command.Flag("--watch", options->Watch, "Then tell what is plugged in and pulled out");
-    AddJson(command, options->Json, "each device, and what happens to it, as a line");
-    command.Does([&global, options] { Devices(global, *options); });
+    command.Flag("--watch", options->Watch,
+                 "Keep running, and print devices that are plugged in or pulled out");
+    AddJson(command, options->Json, "device or change");
+    command.OnRun([&global, options] { Devices(global, *options); });
 }
 
 } // namespace zorhost

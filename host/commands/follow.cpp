@@ -21,93 +21,97 @@ namespace {
 constexpr int UnitsPerQuarter = 1024; // of the library's time in external sync
 constexpr int UnitsPerSixteenth = UnitsPerQuarter / 4;
 constexpr int UnitsPerClock = 43;             // rounded up
-constexpr std::int32_t LastUnit = 0x7FFFFFFF; // no clock gets there
-// A clock that stays away for longer has stopped: twice the distance of two at 10 quarters a
-// minute.
+constexpr std::int32_t LastUnit = 0x7FFFFFFF; // greatest time that a record can have
+// The clock counts as stopped after this time without a clock message: twice the interval at 10
+// quarter notes per minute.
 constexpr auto LongestGap = std::chrono::milliseconds(500);
 
 struct FollowOptions {
-    Piece Of;
-    Texts To;
-    Texts In;
+    SongOptions Song;
+    Texts Outputs;
+    Texts Inputs;
 };
 
-// Plays the piece at the places where the clock's sender is.
+// Plays a song at the position of the MIDI clock's sender. Positions are in units of the library's
+// time base in external sync.
 class Follower {
 public:
-    explicit Follower(midifile::Song file) : File(std::move(file)), Play({}) { GoTo(0); }
+    explicit Follower(midifile::Song song) : Song(std::move(song)), Queue({}) { GoTo(0); }
 
-    // Before the first clock comes.
+    // Prepares the time base. Call it before the first clock arrives.
     void Begin();
+    // Plays until the end of the song or Ctrl-C.
     void Run();
-    bool Complete() const { return Play.AllFed() && !Interrupted(); }
+    bool Complete() const { return Queue.AllQueued() && !Interrupted(); }
 
 private:
     std::int32_t UnitsAt(std::int64_t tick) const {
-        const std::int64_t units = tick * UnitsPerQuarter / File.Map.TicksPerQuarter();
+        const std::int64_t units = tick * UnitsPerQuarter / Song.Map.TicksPerQuarter();
         return static_cast<std::int32_t>(std::min<std::int64_t>(units, LastUnit));
     }
     std::int64_t TickAtUnits(std::int64_t units) const {
-        return units * File.Map.TicksPerQuarter() / UnitsPerQuarter;
+        return units * Song.Map.TicksPerQuarter() / UnitsPerQuarter;
     }
-    std::size_t Sent() const { return Play.Fed() - static_cast<std::size_t>(OutputFill().Count); }
+    std::size_t Sent() const {
+        return Queue.QueuedCount() - static_cast<std::size_t>(OutputFill().Count);
+    }
     std::int64_t NextTick() const;
     void GoTo(std::int64_t tick);
-    void Jump(std::int32_t place);
-    void Hear(const MIDIEvent& record);
+    void Jump(std::int32_t position);
+    void Handle(const MIDIEvent& record);
     void Stop();
-    void WatchTime(std::int32_t now);
+    void CheckTime(std::int32_t now);
     int Interval(std::int32_t now) const;
     void ShowProgress(Progress& progress) const;
 
-    const midifile::Song File;
-    Player Play;
+    const midifile::Song Song;
+    Player Queue;
     bool Running = false;
-    // The time as last seen, since when it stands there, and whether it has gone on since the clock
-    // was started.
-    std::int32_t Place = 0;
-    std::chrono::steady_clock::time_point Since;
-    bool Moved = false;
+    std::int32_t Position = 0;                            // at the last look
+    std::chrono::steady_clock::time_point LastChangeTime; // of Position
+    bool Moved = false; // Position has changed since Start or Continue
 };
 
-// Replaces what is queued by the piece from that tick on.
+// Replaces the queued records with the song from a tick on.
 void Follower::GoTo(std::int64_t tick) {
-    Passage passage = PassageOf(File, tick);
+    Passage passage = MakePassage(Song, tick);
     for (std::size_t i = 0; i < passage.Records.size(); ++i)
         passage.Records[i].Time = UnitsAt(passage.Ticks[i]);
-    Play = Player(std::move(passage));
+    Queue = Player(std::move(passage));
 }
 
-// The tick of the first event that has not been sent yet.
+// Returns the tick of the first event that has not been sent yet.
 std::int64_t Follower::NextTick() const {
     const std::size_t sent = Sent();
-    return sent < Play.All().size() ? Play.Ticks()[sent] : File.EndTick + 1;
+    return sent < Queue.Records().size() ? Queue.Ticks()[sent] : Song.EndTick + 1;
 }
 
-// The clock's sender has gone to that place. Song positions are sixteenths, and the next clock
-// stands at it.
-void Follower::Jump(std::int32_t place) {
-    Library::Silence(Play.All());
-    const std::int32_t sixteenths = std::max(0, place + UnitsPerClock) / UnitsPerSixteenth;
+// Follows the sender to a new position. Song positions count in sixteenths, and the next clock
+// belongs to the position itself.
+void Follower::Jump(std::int32_t position) {
+    Library::Silence(Queue.Records());
+    const std::int32_t sixteenths = std::max(0, position + UnitsPerClock) / UnitsPerSixteenth;
     GoTo(TickAtUnits(std::int64_t{sixteenths} * UnitsPerSixteenth));
 }
 
-// By the time that the record came with: while one is answered, the sender may have moved on.
-void Follower::Hear(const MIDIEvent& record) {
-    const bool stands = !Running && !Moved;
+// Uses the record's own time, since the clock may have advanced while an earlier record was
+// handled.
+void Follower::Handle(const MIDIEvent& record) {
+    const bool stopped = !Running && !Moved;
     switch (record.Status) {
     case 0xF2: // Song Position
         Jump(record.Time);
         break;
     case 0xFA:
-        if (Running) Library::Silence(Play.All());
+        if (Running) Library::Silence(Queue.Records());
         ZorZeroQueue(ZOR_QUEUE_OUTPUT);
         GoTo(0);
         Running = true;
         break;
     case 0xFB:
-        // Time stands still between Stop and Continue, but for a song position that was not filed.
-        if (stands && record.Time != Place) Jump(record.Time);
+        // The time does not change between Stop and Continue, unless the library counted a song
+        // position whose record it dropped.
+        if (stopped && record.Time != Position) Jump(record.Time);
         Running = true;
         break;
     case 0xFC:
@@ -116,116 +120,118 @@ void Follower::Hear(const MIDIEvent& record) {
     default:
         return;
     }
-    Place = record.Time;
+    Position = record.Time;
     Moved = false;
 }
 
-// Ends what sounds. What has not been sent by then is played when the clock goes on.
+// Silences sounding notes. Events not sent yet play when the clock continues.
 void Follower::Stop() {
     const std::int64_t next = NextTick();
-    Library::Silence(Play.All());
+    Library::Silence(Queue.Records());
     GoTo(next);
     Running = false;
     Moved = false;
 }
 
-// A message that comes in while one goes out is not filed, but the library's clock has heard it:
-// where the sender has gone shows in the time. So does a clock that stops without a word.
-void Follower::WatchTime(std::int32_t now) {
+// Detects position changes from the time alone: the library drops records received while it sends
+// one, but its clock still counts them. Also detects a clock that stops without a Stop message.
+void Follower::CheckTime(std::int32_t now) {
     const auto clock = std::chrono::steady_clock::now();
-    if (now == Place) {
-        if (Moved && clock - Since > LongestGap) Stop();
+    if (now == Position) {
+        if (Moved && clock - LastChangeTime > LongestGap) Stop();
         return;
     }
-    const bool back = now < Place - 1;
-    const bool ahead = !Running && now - Place >= UnitsPerSixteenth - 1;
+    const bool back = now < Position - 1;
+    const bool ahead = !Running && now - Position >= UnitsPerSixteenth - 1;
     if (back || ahead) Jump(now);
-    // After a song position the time stands one clock before it until the first clock comes.
+    // After a song position the time is one clock before it until the first clock arrives.
     const bool counted = (now + UnitsPerClock) % UnitsPerSixteenth > 1;
     if (counted || !(back || ahead)) Moved = Running = true;
-    Place = now;
-    Since = clock;
+    Position = now;
+    LastChangeTime = clock;
 }
 
-// Milliseconds until the next look: the library's timer counts milliseconds, and the piece goes by
-// the clock. At 500 quarter notes a minute a clock comes every 5 ms.
+// Returns the milliseconds until the next look. The library's timer works in milliseconds, while
+// the song follows the clock, so records that are due soon need a look every millisecond. At 500
+// quarter notes per minute clocks arrive every 5 ms.
 int Follower::Interval(std::int32_t now) const {
     const std::size_t sent = Sent();
-    if (!Running || sent >= Play.All().size()) return 2;
-    return std::int64_t{Play.All()[sent].Time} - now <= UnitsPerClock ? 1 : 4;
+    if (!Running || sent >= Queue.Records().size()) return 2;
+    return std::int64_t{Queue.Records()[sent].Time} - now <= UnitsPerClock ? 1 : 4;
 }
 
 void Follower::ShowProgress(Progress& progress) const {
     const std::int64_t tick = TickAtUnits(std::max(0, ZorTimeMIDI(0)));
-    const midifile::BarBeat place = File.Map.BarBeatAt(std::min(tick, File.EndTick));
+    const midifile::BarBeat barBeat = Song.Map.BarBeatAt(std::min(tick, Song.EndTick));
     const QueueFill fill = OutputFill();
     char line[128];
     std::snprintf(line, sizeof line, "%s  bar %4lld beat %2d  queue %4d/%d  %s",
-                  Running ? "following" : "waiting  ", static_cast<long long>(place.Bar),
-                  place.Beat, fill.Count, fill.Room, Bar(tick, File.EndTick, 20).c_str());
+                  Running ? "following" : "waiting  ", static_cast<long long>(barBeat.Bar),
+                  barBeat.Beat, fill.Count, fill.Capacity, Bar(tick, Song.EndTick, 20).c_str());
     progress.Show(line);
 }
 
-// The first clock after Start stands at the beginning, not one clock behind it: the count begins at
-// -1, which minus one clock gives.
+// The first clock after Start belongs to position 0, so the time must be one clock before it.
 void Follower::Begin() {
     ZorSetMIDITimer(-UnitsPerClock);
-    Place = ZorTimeMIDI(0);
+    Position = ZorTimeMIDI(0);
 }
 
-// As soon as a clock has come, on the timers' thread, which goes before ordinary ones. What steers
-// the piece is for the follower to see first.
-void PlayAtTheClock() {
+// Sends due records as soon as a clock has arrived. Runs on the timer thread, which has real-time
+// priority where allowed. Does nothing while records are waiting, since the follower must handle
+// Start, Stop and song positions first.
+void PlayAtClock() {
     MIDIEvent event;
     if (!ZorRcv(&event, 1)) ZorMIDIPlay();
 }
 
 void Follower::Run() {
     Progress progress;
-    machine::AfterTimers(PlayAtTheClock);
+    machine::AfterTimers(PlayAtClock);
     std::vector<MIDIEvent> records;
     do {
-        // Read first, so that what has been filed explains it.
+        // Read the time before the records, so that the records account for it.
         const std::int32_t now = ZorTimeMIDI(0);
         records.clear();
-        Library::TakeReceived(records);
-        for (const MIDIEvent& record : records) Hear(record);
-        if (!records.empty()) continue; // more may have come while these were answered
-        WatchTime(now);
-        // Not before the clock goes on: it may go on from another place.
-        if (Running) Play.Feed();
+        Library::ReadReceived(records);
+        for (const MIDIEvent& record : records) Handle(record);
+        if (!records.empty()) continue; // more may have arrived meanwhile
+        CheckTime(now);
+        // While the clock is stopped, its sender may still choose another position.
+        if (Running) Queue.Feed();
         ZorMIDIPlay();
         if (progress.Due()) ShowProgress(progress);
         Nap(Interval(now));
-    } while (!Interrupted() && !(Play.AllFed() && ZorXmitEmpty(0)));
+    } while (!Interrupted() && !(Queue.AllQueued() && ZorXmitEmpty(0)));
     machine::AfterTimers(nullptr);
     progress.End();
-    if (Interrupted() || LeavesSounding(Play.All())) Library::Silence(Play.All());
+    if (Interrupted() || LeavesSounding(Queue.Records())) Library::Silence(Queue.Records());
 }
 
-void SayWaiting(const PortMap& map) {
+void PrintClockSource(const PortMap& map) {
     for (const Port& port : map.Inputs) {
         if (port.Row != map.SyncInput || port.Device.empty()) continue;
-        std::fprintf(stderr, "Waiting for Start and clock on %s; Ctrl-C ends\n",
+        std::fprintf(stderr, "Waiting for Start and clock on %s; press Ctrl-C to stop\n",
                      port.Device.c_str());
         return;
     }
-    throw HostError("no clock can come in: input " + std::to_string(map.SyncInput) +
-                    ", which the settings take it from, has no device");
+    throw HostError("no clock source: input " + std::to_string(map.SyncInput) +
+                    ", selected for clock in the settings, has no device");
 }
 
 void Run(const GlobalOptions& global, const FollowOptions& options) {
-    midifile::Song song = ReadSong(options.Of.File, options.Of.Strict);
-    CheckNotEmpty(song, options.Of.File);
+    midifile::Song song = ReadSong(options.Song.File, options.Song.Strict);
+    CheckNotEmpty(song, options.Song.File);
     Follower follower(std::move(song));
     StartOptions start;
     start.Sync = ZOR_SYNC_EXTERNAL;
-    start.Keep.Classes = 0x80FF; // only what steers the piece comes in
-    start.Keep.System = 0xFFFF & ~(1 << 2 | 1 << 10 | 1 << 11 | 1 << 12);
-    Session session(global, {options.In, options.To, "", Cables::Shared});
+    start.InputFilter.Classes = 0x80FF; // receive only Start, Continue, Stop and song positions
+    start.InputFilter.System = 0xFFFF & ~(1 << 2 | 1 << 10 | 1 << 11 | 1 << 12);
+    Session session(global,
+                    {options.Inputs, options.Outputs, "", DevicePolicy::HardwareOrLoopback});
     session.Start(start);
     follower.Begin();
-    SayWaiting(session.Ports());
+    PrintClockSource(session.Ports());
     follower.Run();
     std::printf("%s\n", follower.Complete() ? "Played to the end" : "Stopped");
 }
@@ -234,12 +240,12 @@ void Run(const GlobalOptions& global, const FollowOptions& options) {
 
 void AddFollow(const Command& app, const GlobalOptions& global) {
     const Command command =
-        app.Add("follow", "Play a MIDI file in time with the MIDI clock that comes in");
+        app.AddCommand("follow", "Play a MIDI file in sync with received MIDI clock");
     const auto options = std::make_shared<FollowOptions>();
-    AddPiece(command, options->Of);
-    AddOutputs(command, "--to", options->To, "Output to play on");
-    AddInputs(command, options->In, "Input that the clock comes from");
-    command.Does([&global, options] { Run(global, *options); });
+    AddSongOptions(command, options->Song);
+    AddOutputs(command, "--to", options->Outputs, "Output to play on");
+    AddInputs(command, options->Inputs, "Input that receives the clock");
+    command.OnRun([&global, options] { Run(global, *options); });
 }
 
 } // namespace zorhost

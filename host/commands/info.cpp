@@ -22,11 +22,11 @@ namespace {
 
 using midifile::Song;
 
-constexpr std::size_t MostChanges = 12;         // of tempo or meter that are printed
-constexpr double Longest = 0x7FFFFFFF / 1000.0; // seconds that the library's time counts
+constexpr std::size_t MaxChanges = 12;             // of tempo or meter to print
+constexpr double MaxSeconds = 0x7FFFFFFF / 1000.0; // range of the library's time base
 
 struct InfoOptions {
-    Piece Of;
+    SongOptions Song;
     bool AsJson = false;
 };
 
@@ -35,7 +35,7 @@ struct TrackInfo {
     std::set<int> Channels; // from 1
     std::set<std::string> Instruments;
     std::size_t Notes = 0;
-    int Lowest = 127;
+    int Lowest = 127; // keys
     int Highest = 0;
 };
 
@@ -50,6 +50,7 @@ void AddMessage(TrackInfo& info, const midifile::TrackEvent& event) {
     info.Highest = std::max<int>(info.Highest, event.Data[0]);
 }
 
+// Names a track by its first name event. Notes on channel 10 count as drums.
 TrackInfo InfoOf(const std::vector<midifile::TrackEvent>& track) {
     TrackInfo info;
     for (const midifile::TrackEvent& event : track) {
@@ -62,6 +63,7 @@ TrackInfo InfoOf(const std::vector<midifile::TrackEvent>& track) {
     return info;
 }
 
+// Returns the values separated by commas.
 template <typename Range>
 std::string Joined(const Range& values) {
     std::string text;
@@ -80,17 +82,17 @@ double Seconds(const Song& song) {
     return static_cast<double>(song.Map.MicrosecondsAt(song.EndTick)) / 1e6;
 }
 
-// What a player may trip over, beside what was put right.
+// Returns what may cause problems when the song is played, with the repairs made by the reader.
 std::vector<std::string> Warnings(const Song& song) {
-    std::vector<std::string> lines = song.Findings;
+    std::vector<std::string> lines = song.Warnings;
     if (song.SystemExclusive > 0) {
         lines.push_back(Counted(song.SystemExclusive, "system exclusive message") +
-                        ", which play leaves out");
+                        ", which play skips");
     }
-    if (song.Events.empty()) lines.push_back("it holds no notes");
-    if (Seconds(song) > Longest) lines.push_back("what comes after 24 days is not played");
-    if (LeavesSounding(PassageOf(song, 0).Records))
-        lines.push_back("a note or a pedal is still down at its end");
+    if (song.Events.empty()) lines.push_back("no notes");
+    if (Seconds(song) > MaxSeconds) lines.push_back("events after 24 days are not played");
+    if (LeavesSounding(MakePassage(song, 0).Records))
+        lines.push_back("a note or pedal is still held at the end");
     return lines;
 }
 
@@ -98,16 +100,17 @@ double BeatsPerMinute(const midifile::Tempo& tempo) { return 60e6 / tempo.Micros
 
 std::int64_t BarOf(const Song& song, std::int64_t tick) { return song.Map.BarBeatAt(tick).Bar; }
 
-// The first of many values, and the bars of those that follow.
+// Lists the values of tempo or meter: the first, then later ones with their bars, at most
+// MaxChanges.
 template <typename Change, typename Write>
 std::string ChangesText(const Song& song, const std::vector<Change>& changes, Write write) {
     std::string text;
-    for (std::size_t i = 0; i < changes.size() && i < MostChanges; ++i) {
+    for (std::size_t i = 0; i < changes.size() && i < MaxChanges; ++i) {
         text += (i ? ", " : "") + write(changes[i]);
         if (i) text += " in bar " + std::to_string(BarOf(song, changes[i].Tick));
     }
-    if (changes.size() > MostChanges)
-        text += " and " + std::to_string(changes.size() - MostChanges) + " more";
+    if (changes.size() > MaxChanges)
+        text += " and " + std::to_string(changes.size() - MaxChanges) + " more";
     return text;
 }
 
@@ -134,15 +137,15 @@ void PrintText(const Song& song) {
     const auto meter = [](const midifile::Meter& one) {
         return std::to_string(one.Beats) + "/" + std::to_string(one.BeatUnit);
     };
-    PrintRow(9, "Tempo    %s quarter notes a minute",
+    PrintRow(9, "Tempo    %s quarter notes per minute",
              ChangesText(song, song.Map.Tempos(), tempo).c_str());
     PrintRow(9, "Meter    %s", ChangesText(song, song.Map.Meters(), meter).c_str());
-    PrintRow(9, "File     type %d, %s, %s, %s a quarter note", song.Format,
+    PrintRow(9, "File     type %d, %s, %s, %s per quarter note", song.Format,
              Counted(std::ssize(song.Tracks), "track").c_str(),
              Counted(std::ssize(song.Events), "message").c_str(),
              Counted(song.Map.TicksPerQuarter(), "tick").c_str());
     for (std::size_t i = 0; i < song.Tracks.size(); ++i) PrintTrack(i + 1, InfoOf(song.Tracks[i]));
-    for (const std::string& line : Warnings(song)) PrintRow(6, "Mind: %s", line.c_str());
+    for (const std::string& line : Warnings(song)) PrintRow(9, "Warning: %s", line.c_str());
 }
 
 void PrintJson(const Song& song) {
@@ -186,13 +189,13 @@ void PrintJson(const Song& song) {
 } // namespace
 
 void AddInfo(const Command& app, const GlobalOptions&) {
-    const Command command =
-        app.Add("info", "Tell what a MIDI file holds: tracks, instruments, tempo, length, faults");
+    const Command command = app.AddCommand(
+        "info", "Describe a MIDI file: length, tempo, meter, tracks, instruments, faults");
     const auto options = std::make_shared<InfoOptions>();
-    AddPiece(command, options->Of);
-    AddJson(command, options->AsJson, "an object a line: file, tempo, meter, track, warning");
-    command.Does([options] {
-        const Song song = ReadSongQuietly(options->Of.File, options->Of.Strict);
+    AddSongOptions(command, options->Song);
+    AddJson(command, options->AsJson, "line: file, tempo, meter, track, warning");
+    command.OnRun([options] {
+        const Song song = ReadSongQuietly(options->Song.File, options->Song.Strict);
         options->AsJson ? PrintJson(song) : PrintText(song);
     });
 }

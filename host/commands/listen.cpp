@@ -21,54 +21,56 @@ namespace zorhost {
 namespace {
 
 struct ListenOptions {
-    std::string Mic;
-    std::string Out;
-    std::vector<std::string> Thru;
-    int Device = 1;
+    std::string MicrophoneFile;
+    std::string MidiFile;
+    std::vector<std::string> ThruOutputs;
+    int MicrophoneNumber = 1;
     double Seconds = 0; // 0: until Ctrl-C, or the end of the file
     bool AsLibrary = false;
 };
 
-// Prints each note as soon as it is decided, above the meter.
+// Prints each note as soon as it is detected, above a level meter.
 class Listener {
 public:
-    // take: of the notes, or null.
-    Listener(const ListenOptions& options, Session& session, Take* take)
-        : Options(options), On(session), Kept(take), Decoder(hearing::LiveLag) {}
+    // take: records the notes; may be null.
+    Listener(const ListenOptions& options, Session& session, TakeWriter* take)
+        : Options(options), Input(session), Writer(take), Decoder(hearing::LiveLag) {}
 
     void Run();
     std::size_t Notes() const;
 
 private:
-    void TakeFromLibrary();
+    void ReadLibrary();
     void Decode();
-    void Keep();
+    void Record();
     void PrintDecoded();
-    Note Timed(const hearing::Note& note) const;
+    // The note as a key, with times on the library's time base.
+    Note TimedKey(const hearing::Note& note) const;
     void ShowMeter();
-    bool Over();
+    bool IsOver();
 
     const ListenOptions& Options;
-    Session& On;
-    Take* const Kept;
+    Session& Input;
+    TakeWriter* const Writer;
     Progress Meter;
-    Ear Hears;
+    LiveAnalyser Analyser;
     hearing::Decoder Decoder;
-    std::size_t Printed = 0; // of the decoder's notes
-    std::size_t Ended = 0;   // and of these those that are in the take, too
+    std::size_t Printed = 0;  // number of the decoder's notes that are printed
+    std::size_t Recorded = 0; // and that are recorded for good
     std::size_t LibraryNotes = 0;
-    std::vector<HeardFrame> Frames; // since the meter was last shown
-    std::size_t Decoded = 0;        // of them
-    std::uint32_t StartTime = 0;    // of the listening, milliseconds on the system's clock
-    std::int64_t EndTime = -1;      // of the sound file; below 0 while it goes on
+    std::vector<LiveFrame> Frames;  // since the meter was last shown
+    std::size_t Decoded = 0;        // number of Frames that the decoder has read
+    std::uint32_t StartTime = 0;    // of the time base, in milliseconds of the system's clock
+    std::int64_t EndTime = -1;      // of the sound file, in the time base; below 0 until it ends
 };
 
-void Listener::TakeFromLibrary() {
+// Reads the input queue, so that it cannot overflow; prints and records with --as-library only.
+void Listener::ReadLibrary() {
     std::vector<MIDIEvent> records;
-    Library::TakeReceived(records);
+    Library::ReadReceived(records);
     if (!Options.AsLibrary) return;
     for (const MIDIEvent& record : records) {
-        if (Kept) Kept->Add(record);
+        if (Writer) Writer->Add(record);
         if (record.Status != 0x90 || record.Data2 == 0) continue;
         ++LibraryNotes;
         Meter.End();
@@ -78,15 +80,15 @@ void Listener::TakeFromLibrary() {
 }
 
 void Listener::Decode() {
-    for (; Decoded < Frames.size(); ++Decoded) Decoder.Take(Frames[Decoded].Of);
+    for (; Decoded < Frames.size(); ++Decoded) Decoder.Feed(Frames[Decoded].Frame);
     PrintDecoded();
-    Keep();
+    Record();
 }
 
 void Listener::PrintDecoded() {
     const std::vector<hearing::Note>& notes = Decoder.Notes();
     for (; Printed < notes.size(); ++Printed) {
-        const Note note = Timed(notes[Printed]);
+        const Note note = TimedKey(notes[Printed]);
         Meter.End();
         std::printf("%10.3f  %-4s velocity %-3d %+4.0f cents\n",
                     static_cast<double>(note.Start) / 1000, NoteName(note.Key).c_str(),
@@ -94,32 +96,35 @@ void Listener::PrintDecoded() {
     }
 }
 
-Note Listener::Timed(const hearing::Note& note) const {
-    const double begin = static_cast<std::int32_t>(Hears.StartTime() - StartTime) / 1000.0;
+Note Listener::TimedKey(const hearing::Note& note) const {
+    const double begin = static_cast<std::int32_t>(Analyser.StartTime() - StartTime) / 1000.0;
     hearing::Note timed = note;
     timed.Onset += begin;
     timed.End += begin;
     return ToKey(timed, 0);
 }
 
-// A note has its exact pitch when it ends; until then it is in the take as it stands.
-void Listener::Keep() {
-    if (!Kept || Options.AsLibrary) return;
+// Only a note that has ended has its final pitch and length. A sounding one is held, and replaced
+// by each later call.
+void Listener::Record() {
+    if (!Writer || Options.AsLibrary) return;
     const std::vector<hearing::Note>& notes = Decoder.Notes();
-    for (; Ended < notes.size() && !notes[Ended].Open; ++Ended)
-        for (const MIDIEvent& record : ToRecords({Timed(notes[Ended])})) Kept->Add(record);
-    Kept->Hold(Ended < notes.size() ? ToRecords({Timed(notes[Ended])}) : std::vector<MIDIEvent>{});
+    for (; Recorded < notes.size() && !notes[Recorded].Open; ++Recorded)
+        for (const MIDIEvent& record : ToRecords({TimedKey(notes[Recorded])})) Writer->Add(record);
+    Writer->SetProvisional(Recorded < notes.size() ? ToRecords({TimedKey(notes[Recorded])})
+                                                   : std::vector<MIDIEvent>{});
 }
 
 std::size_t Listener::Notes() const {
     return Options.AsLibrary ? LibraryNotes : Decoder.Notes().size();
 }
 
+// Shows the greatest level since the last call, and the current pitch.
 void Listener::ShowMeter() {
     if (Frames.empty() || !Meter.Due()) return;
     int level = 0;
-    for (const HeardFrame& frame : Frames) level = std::max(level, frame.InputLevel);
-    const std::string pitch = PitchText(Frames.back().Of.Frequency);
+    for (const LiveFrame& frame : Frames) level = std::max(level, frame.InputLevel);
+    const std::string pitch = PitchText(Frames.back().Frame.Frequency);
     const int width = std::clamp(TerminalWidth() - 24, 8, 32);
     Meter.Show("level " + Bar(level, FullLevel, width) +
                (pitch.empty() ? "" : "  " + pitch + " cents"));
@@ -127,93 +132,100 @@ void Listener::ShowMeter() {
     Decoded = 0;
 }
 
-bool Listener::Over() {
+// True after Ctrl-C, the given time, or the end of the sound file and the tail after it.
+bool Listener::IsOver() {
     const std::int64_t now = ZorTimeMIDI(0);
     if (Interrupted() ||
         (Options.Seconds > 0 && static_cast<double>(now) >= Options.Seconds * 1000)) {
         return true;
     }
-    if (EndTime < 0 && On.Ear() && On.Ear()->Ended()) EndTime = now;
+    if (EndTime < 0 && Input.VirtualMicrophone() && Input.VirtualMicrophone()->Ended())
+        EndTime = now;
     return EndTime >= 0 && now >= EndTime + MicrophoneTail;
 }
 
 void Listener::Run() {
     StartOptions start;
-    start.Thru = !Options.Thru.empty();
+    start.Thru = !Options.ThruOutputs.empty();
     start.ThruMap = ParseChannelMap({});
-    On.Start(start);
+    Input.Start(start);
     StartTime = static_cast<std::uint32_t>(machine::Microseconds() / 1000) -
                 static_cast<std::uint32_t>(ZorTimeMIDI(0));
-    std::fprintf(stderr, "Listening; each note is told %.0f ms after it has begun. Ctrl-C ends\n",
+    std::fprintf(stderr,
+                 "Listening; notes are printed %.0f ms after they begin. Press Ctrl-C to stop\n",
                  hearing::LiveLag * hearing::FrameSeconds * 1000);
     for (bool over = false; !over;) {
         Nap(4);
-        over = Over();
-        TakeFromLibrary();
-        Hears.Take(Frames);
+        over = IsOver();
+        ReadLibrary();
+        Analyser.Drain(Frames);
         Decode();
-        if (Kept) Kept->Save(static_cast<std::int32_t>(ZorTimeMIDI(0)));
+        if (Writer) Writer->Save(static_cast<std::int32_t>(ZorTimeMIDI(0)));
         std::fflush(stdout);
         ShowMeter();
     }
     Decoder.Finish();
     PrintDecoded();
-    Keep();
+    Record();
     Meter.End();
     if (start.Thru) Library::Silence({});
 }
 
-// Without inputs: what is played thru must not be taken for what is heard.
-SessionPlan PlanOf(const ListenOptions& options) {
+// Without MIDI inputs, so that notes played thru are not read as the microphone's.
+SessionPlan MakePlan(const ListenOptions& options) {
     SessionPlan plan;
-    plan.Outputs = options.Thru;
-    plan.Microphone = options.Mic;
-    plan.Joined = options.Thru.empty() ? Cables::Nowhere : Cables::OutputsOnly;
-    plan.Listens = true;
-    plan.Device = options.Device;
+    plan.Outputs = options.ThruOutputs;
+    plan.MicrophoneFile = options.MicrophoneFile;
+    plan.Policy = options.ThruOutputs.empty() ? DevicePolicy::NoDevices
+                                              : DevicePolicy::HardwareOrLoopbackOutputs;
+    plan.MicrophoneOn = true;
+    plan.MicrophoneNumber = options.MicrophoneNumber;
     return plan;
 }
 
 void Run(const GlobalOptions& global, const ListenOptions& options) {
-    std::optional<Take> take;
-    if (!options.Out.empty()) take.emplace(options.Out);
-    Session session(global, PlanOf(options));
-    session.PlugIn();
+    std::optional<TakeWriter> take;
+    if (!options.MidiFile.empty()) take.emplace(options.MidiFile);
+    Session session(global, MakePlan(options));
+    session.AttachMicrophone();
     Listener listener(options, session, take ? &*take : nullptr);
     listener.Run();
-    if (session.Ear()) session.Ear()->CheckRead();
+    if (session.VirtualMicrophone()) session.VirtualMicrophone()->CheckRead();
     std::printf("%s\n", Counted(static_cast<std::int64_t>(listener.Notes()), "note").c_str());
     if (!take) return;
-    if (take->Notes() == 0) throw HostError("no note was heard, so no MIDI file is written");
+    if (take->Notes() == 0) throw HostError("no notes detected, no MIDI file written");
     take->Finish({});
-    std::printf("Wrote %s at 120 quarter notes a minute\n", take->Path().c_str());
+    std::printf("Wrote %s at 120 quarter notes per minute\n", take->Path().c_str());
 }
 
 } // namespace
 
 void AddListen(const Command& app, const GlobalOptions& global) {
-    const Command command =
-        app.Add("listen", "Hear notes in a microphone's sound as it comes: meter, pitch and notes");
+    const Command command = app.AddCommand(
+        "listen", "Detect notes in live microphone sound: level meter, pitch and notes");
     const auto options = std::make_shared<ListenOptions>();
     const Option mic = command
-                           .Value("--mic", options->Mic,
-                                  "Sound file to hear in place of a microphone of this computer")
-                           .Named("FILE");
+                           .Value("--mic", options->MicrophoneFile,
+                                  "Sound file to analyse instead of a microphone of this computer")
+                           .ValueName("FILE");
     command
-        .Value("--device", options->Device,
-               "Which microphone, as `zorhost devices` lists them, from 1")
-        .Named("N")
-        .WithDefault()
+        .Value("--device", options->MicrophoneNumber,
+               "Number of the microphone in the list of `zorhost devices`")
+        .ValueName("N")
+        .ShowDefault()
         .Excludes(mic);
     AddSeconds(command, options->Seconds);
-    command.Value("-o,--out", options->Out, "Write the notes to this MIDI file, each as it ends")
-        .Named("OUT.mid");
+    command.Value("-o,--out", options->MidiFile, "Write the notes to this MIDI file")
+        .ValueName("OUT.mid");
     command.Flag("--as-library", options->AsLibrary,
-                 "Print and write the notes of the library's microphone; print the decoded "
-                 "ones beside them");
-    AddOutputs(command, "--thru", options->Thru, "Output that plays the library's notes at once");
-    command.Footer("What is written is on the disk while it goes on, as a recording is.");
-    command.Does([&global, options] { Run(global, *options); });
+                 "Write the notes of the library's own recogniser, and print them beside the "
+                 "others");
+    AddOutputs(command, "--thru", options->ThruOutputs,
+               "Output to send the notes of the library's recogniser to at once");
+    command.Footer(
+        "The notes are saved while listening, as OUT.part.mid. If the program is killed, the next "
+        "recording to that folder restores them.");
+    command.OnRun([&global, options] { Run(global, *options); });
 }
 
 } // namespace zorhost

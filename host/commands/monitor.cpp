@@ -11,8 +11,8 @@ namespace zorhost {
 
 namespace {
 
-constexpr int IdleInterval = 300; // milliseconds between two looks for Ctrl-C
-constexpr int Wide = 72;          // columns that a line with a port's name takes, about
+constexpr int IdleInterval = 300; // milliseconds between checks for Ctrl-C
+constexpr int WideColumns = 72;   // width needed for lines with the port's name
 
 struct MonitorOptions {
     InputOptions Input;
@@ -27,8 +27,8 @@ struct Source {
 Source SourceOf(const MIDIEvent& record, const PortMap& map) {
     const int channel = record.Channel + 1;
     if (const Port* const port = map.InputOf(record.Channel))
-        return {port->Device, channel - port->Channel + 1};
-    const bool mic = map.Microphone && channel == map.MicrophoneChannel;
+        return {port->Device, channel - port->FirstChannel + 1};
+    const bool mic = map.MicrophoneOn && channel == map.MicrophoneChannel;
     return {mic ? "Microphone" : "?", channel};
 }
 
@@ -49,7 +49,7 @@ Colour ColourOf(std::uint8_t status) {
     }
 }
 
-// Time in seconds, port where there is room, channel within the port, message.
+// Prints time in seconds, port if the terminal is wide enough, channel within the port, message.
 void PrintLine(const MIDIEvent& record, const PortMap& map) {
     const Source source = SourceOf(record, map);
     const std::string channel = record.Status >= 0xF0
@@ -57,10 +57,10 @@ void PrintLine(const MIDIEvent& record, const PortMap& map) {
                                     : "ch " + std::string(source.Channel < 100, ' ') +
                                           std::string(source.Channel < 10, ' ') +
                                           std::to_string(source.Channel);
-    const bool ends = (record.Status & 0xF0) == 0x90 && record.Data2 == 0;
+    const bool isNoteOff = (record.Status & 0xF0) == 0x90 && record.Data2 == 0;
     const std::string text =
-        Coloured(MessageText(record), ends ? Colour::Dim : ColourOf(record.Status));
-    static const bool narrow = IsNarrow(Wide);
+        Coloured(MessageText(record), isNoteOff ? Colour::Dim : ColourOf(record.Status));
+    static const bool narrow = IsNarrow(WideColumns);
     if (narrow) {
         std::printf("%8.3f %s %s\n", record.Time / 1000.0, channel.c_str(), text.c_str());
     } else {
@@ -83,25 +83,25 @@ void PrintJson(const MIDIEvent& record, const PortMap& map) {
 
 void Run(const GlobalOptions& global, const MonitorOptions& options) {
     Session session(global, options.Input.Plan());
-    if (!options.Input.Thru.empty()) session.RefuseLoop("--thru");
-    RunInput(session, options.Input, 0, IdleInterval, [&](const std::vector<MIDIEvent>& received) {
-        for (const MIDIEvent& record : received)
-            (options.AsJson ? PrintJson : PrintLine)(record, session.Ports());
-        return received.empty() || std::fflush(stdout) == 0;
-    });
+    if (!options.Input.ThruOutputs.empty()) session.RefuseLoop("--thru");
+    ReceiveUntilStopped(session, options.Input, 0, IdleInterval,
+                        [&](const std::vector<MIDIEvent>& received) {
+                            for (const MIDIEvent& record : received)
+                                (options.AsJson ? PrintJson : PrintLine)(record, session.Ports());
+                            return received.empty() || std::fflush(stdout) == 0;
+                        });
 }
 
 } // namespace
 
 void AddMonitor(const Command& app, const GlobalOptions& global) {
     const Command command =
-        app.Add("monitor", "Print each message as it comes in: seconds, port, channel, "
-                           "message");
+        app.AddCommand("monitor", "Print each received message: seconds, port, channel, message");
     const auto options = std::make_shared<MonitorOptions>();
     options->Input.AddTo(command);
-    AddJson(command, options->AsJson, "an object a line");
+    AddJson(command, options->AsJson, "message");
     command.Footer("Example: zorhost monitor --in piano --filter clock");
-    command.Does([&global, options] { Run(global, *options); });
+    command.OnRun([&global, options] { Run(global, *options); });
 }
 
 } // namespace zorhost

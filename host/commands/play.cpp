@@ -16,30 +16,33 @@ namespace zorhost {
 
 namespace {
 
-constexpr int ShortestLoop = 100; // milliseconds
+constexpr int MinLoopLength = 100; // milliseconds
 
 struct PlayOptions {
-    Piece Of;
-    Texts To;
-    std::string Record;
+    SongOptions Song;
+    Texts Outputs;
+    std::string RecordFile;
     int TempoPercent = 100;
-    int FromBar = 1;
-    std::string Loop; // "" for all of it
-    bool Looped = false;
+    int FirstBar = 1;
+    std::string LoopBars; // "5-8"; empty for the whole song
+    bool IsLooped = false;
     SongEdit Edit;
     bool Report = false;
-    std::string Mic;
-    std::string Written;
+    std::string MicrophoneFile;
+    std::string WrittenFile;
 };
 
+// Compares the last pass with the records received from the ports. Throws HostError if any was lost
+// or changed. Both have times in milliseconds from the start of the music.
 void PrintReport(const Performance& performance, const PortMap& ports) {
-    std::vector<MIDIEvent> sent = performance.Of().Pass();
+    std::vector<MIDIEvent> sent = performance.Playback().Pass();
     for (MIDIEvent& record : sent) record.Time -= static_cast<std::int32_t>(PlayLead);
-    const RoundTrip result = Compare(sent, performance.FromPorts(), ports);
-    std::printf("Round trip, every message sent against what came back\n%s", result.Text().c_str());
-    if (!result.Clean()) throw HostError("not everything came back as it was sent");
+    const RoundTrip result = Compare(sent, performance.PortRecords(), ports);
+    std::printf("Round trip: messages sent and received back\n%s", result.Text().c_str());
+    if (!result.IsClean()) throw HostError("some messages were lost or changed on the way back");
 }
 
+// Reads the notes of a MIDI file, with times in milliseconds. All channels become one.
 std::vector<Note> WrittenNotes(const std::string& path) {
     const midifile::Song file = ReadSong(path);
     std::vector<MIDIEvent> records;
@@ -52,165 +55,174 @@ std::vector<Note> WrittenNotes(const std::string& path) {
     return PairNotes(records, file.Map.MicrosecondsAt(file.EndTick) / 1000);
 }
 
+// Prints both melodies side by side, and how many notes agree.
 void PrintMelody(const std::vector<Note>& written, const std::vector<Note>& heard) {
-    const SideBySide result = CompareMelodies(written, heard);
-    std::printf("Melody, as written and as heard by the microphone\n%s", result.Text.c_str());
-    std::printf("  %d of %s heard, %d missed, %d heard that %s not written\n", result.Heard,
-                Counted(result.Written, "written note").c_str(), result.Missed, result.Strange,
-                result.Strange == 1 ? "was" : "were");
+    const MelodyComparison result = CompareMelodies(written, heard);
+    std::printf("Melody as written, and as detected by the microphone\n%s", result.Text.c_str());
+    std::printf("  %d of %s heard, %d missed, %d heard that %s not written\n", result.MatchedNotes,
+                Counted(result.WrittenNotes, "written note").c_str(), result.MissedNotes,
+                result.ExtraNotes, result.ExtraNotes == 1 ? "was" : "were");
 }
 
+// option: for the message. Throws HostError if the song ends before the bar.
 std::int64_t TickOfBar(const midifile::Song& song, std::int64_t bar, const char* option) {
     const std::int64_t tick = song.Map.TickOfBar(bar);
     if (tick <= song.EndTick) return tick;
-    throw HostError(std::string(option) + ": the piece ends in bar " +
+    throw HostError(std::string(option) + ": the song ends in bar " +
                         std::to_string(song.Map.BarBeatAt(song.EndTick).Bar),
                     ExitWrongUse);
 }
 
-// "5-8": from the beginning of bar 5 to the end of bar 8.
-void SetLoop(const PlayOptions& options, const midifile::Song& song, Route& route) {
-    int from = options.FromBar;
-    int to = static_cast<int>(song.Map.BarBeatAt(std::max<std::int64_t>(0, song.EndTick - 1)).Bar);
+// "5-8" loops from the beginning of bar 5 to the end of bar 8. Throws HostError.
+void SetLoop(const PlayOptions& options, const midifile::Song& song, PlayRange& range) {
+    int first = options.FirstBar;
+    int last =
+        static_cast<int>(song.Map.BarBeatAt(std::max<std::int64_t>(0, song.EndTick - 1)).Bar);
     int used = 0;
-    const bool given = !options.Loop.empty();
-    if (given && (std::sscanf(options.Loop.c_str(), "%6d-%6d%n", &from, &to, &used) != 2 ||
-                  static_cast<std::size_t>(used) != options.Loop.size() || from < 1 || to < from)) {
-        throw HostError("--loop wants bars like 5-8, not \"" + options.Loop + "\"", ExitWrongUse);
+    const bool given = !options.LoopBars.empty();
+    if (given &&
+        (std::sscanf(options.LoopBars.c_str(), "%6d-%6d%n", &first, &last, &used) != 2 ||
+         static_cast<std::size_t>(used) != options.LoopBars.size() || first < 1 || last < first)) {
+        throw HostError("--loop: expected bars like 5-8, not \"" + options.LoopBars + "\"",
+                        ExitWrongUse);
     }
-    route.From = TickOfBar(song, from, "--loop");
-    route.To = song.Map.TickOfBar(std::max(from, to) + std::int64_t{1});
-    route.Round = true;
+    range.Begin = TickOfBar(song, first, "--loop");
+    range.End = song.Map.TickOfBar(std::max(first, last) + std::int64_t{1});
+    range.Loop = true;
     const std::int64_t length =
-        song.Map.MicrosecondsAt(route.To) - song.Map.MicrosecondsAt(route.From);
-    if (length / 10 / options.TempoPercent < ShortestLoop)
-        throw HostError("--loop: that takes less than a tenth of a second", ExitWrongUse);
+        song.Map.MicrosecondsAt(range.End) - song.Map.MicrosecondsAt(range.Begin);
+    if (length / 10 / options.TempoPercent < MinLoopLength)
+        throw HostError("--loop: the loop is shorter than 0.1 s", ExitWrongUse);
 }
 
-Route MakeRoute(const PlayOptions& options, const midifile::Song& song) {
-    Route route;
-    route.TempoPercent = options.TempoPercent;
-    route.From = TickOfBar(song, options.FromBar, "--from");
-    if (options.Looped) SetLoop(options, song, route);
-    return route;
+PlayRange MakeRange(const PlayOptions& options, const midifile::Song& song) {
+    PlayRange range;
+    range.TempoPercent = options.TempoPercent;
+    range.Begin = TickOfBar(song, options.FirstBar, "--from");
+    if (options.IsLooped) SetLoop(options, song, range);
+    return range;
 }
 
-midifile::Song Prepared(const PlayOptions& options) {
-    midifile::Song song = ReadSong(options.Of.File, options.Of.Strict);
-    CheckNotEmpty(song, options.Of.File);
-    const int lost = Apply(options.Edit, song);
-    if (lost > 0) {
-        std::fprintf(stderr, "%s outside the 128 keys %s left out.\n",
-                     Counted(lost, "note").c_str(), lost == 1 ? "is" : "are");
+// Throws HostError if the file cannot be read or no notes remain to be played.
+midifile::Song ReadEditedSong(const PlayOptions& options) {
+    midifile::Song song = ReadSong(options.Song.File, options.Song.Strict);
+    CheckNotEmpty(song, options.Song.File);
+    const int dropped = ApplyEdit(options.Edit, song);
+    if (dropped > 0) {
+        std::fprintf(stderr, "%s outside the 128 keys %s skipped.\n",
+                     Counted(dropped, "note").c_str(), dropped == 1 ? "is" : "are");
     }
     if (song.Events.empty())
-        throw HostError("nothing is left to play; look at --solo and --mute", ExitWrongUse);
+        throw HostError("nothing left to play; check --solo and --mute", ExitWrongUse);
     return song;
 }
 
 void PrintPlayed(const Performance& performance) {
-    const Transport& music = performance.Of();
-    std::printf("%s %s, %s long\n", performance.Complete() ? "Played" : "Stopped after",
-                Counted(static_cast<std::int64_t>(music.Sent()), "message").c_str(),
+    const Transport& music = performance.Playback();
+    std::printf("%s %s, %s long\n", performance.IsComplete() ? "Played" : "Stopped after",
+                Counted(static_cast<std::int64_t>(music.SentCount()), "message").c_str(),
                 ClockText(music.Length()).c_str());
-    if (music.LeftOut() > 0) {
-        std::printf("%s after more than 24 days %s left out\n",
-                    Counted(static_cast<std::int64_t>(music.LeftOut()), "message").c_str(),
-                    music.LeftOut() == 1 ? "is" : "are");
+    if (music.DroppedEvents() > 0) {
+        std::printf("%s after more than 24 days %s skipped\n",
+                    Counted(static_cast<std::int64_t>(music.DroppedEvents()), "message").c_str(),
+                    music.DroppedEvents() == 1 ? "is" : "are");
     }
 }
 
 void Run(const GlobalOptions& global, const PlayOptions& options) {
     std::vector<Note> written;
-    if (!options.Written.empty()) written = WrittenNotes(options.Written);
-    const midifile::Song song = Prepared(options);
-    const Route route = MakeRoute(options, song);
-    std::optional<Take> record;
-    if (!options.Record.empty()) record.emplace(options.Record);
-    Session session(
-        global, {{}, options.To, options.Mic, options.Report ? Cables::Private : Cables::Shared});
-    Performance performance(
-        song, {route, !options.Mic.empty(), options.Report, record ? &*record : nullptr});
+    if (!options.WrittenFile.empty()) written = WrittenNotes(options.WrittenFile);
+    const midifile::Song song = ReadEditedSong(options);
+    const PlayRange range = MakeRange(options, song);
+    std::optional<TakeWriter> record;
+    if (!options.RecordFile.empty()) record.emplace(options.RecordFile);
+    Session session(global, {{},
+                             options.Outputs,
+                             options.MicrophoneFile,
+                             options.Report ? DevicePolicy::PrivateLoopback
+                                            : DevicePolicy::HardwareOrLoopback});
+    Performance performance(song, {range, !options.MicrophoneFile.empty(), options.Report,
+                                   record ? &*record : nullptr});
     session.Start({});
-    performance.Run(session.Ear());
+    performance.Run(session.VirtualMicrophone());
     PrintPlayed(performance);
     session.Stop();
-    if (session.Ear()) session.Ear()->CheckRead();
+    if (session.VirtualMicrophone()) session.VirtualMicrophone()->CheckRead();
     if (record) performance.FinishRecording();
-    if (!options.Written.empty()) PrintMelody(written, performance.Heard());
-    if (options.Report && performance.Complete()) PrintReport(performance, session.Ports());
+    if (!options.WrittenFile.empty()) PrintMelody(written, performance.MicrophoneNotes());
+    if (options.Report && performance.IsComplete()) PrintReport(performance, session.Ports());
 }
 
 void AddChanges(const Command& command, PlayOptions& options) {
-    command.Value("--tempo", options.TempoPercent, "Tempo in percent of the written one")
-        .Within(5, 5000)
-        .Named("PERCENT")
-        .WithDefault();
+    command.Value("--tempo", options.TempoPercent, "Tempo in percent of the written tempo")
+        .Range(5, 5000)
+        .ValueName("PERCENT")
+        .ShowDefault();
     command
-        .Value("--from", options.FromBar,
-               "Bar to begin at, with the sounds and pedals that hold by then")
-        .Sensible(1, 1000000)
-        .Named("BAR")
-        .WithDefault();
-    command
-        .Value("--transpose", options.Edit.Transpose, "Semitones up, or down if below 0; not drums")
-        .Within(-127, 127)
-        .Named("N");
+        .Value("--from", options.FirstBar,
+               "Start at this bar, with the programs, controllers and pedals in effect there")
+        .HiddenRange(1, 1000000)
+        .ValueName("BAR")
+        .ShowDefault();
+    command.Value("--transpose", options.Edit.Transpose, "Transpose all but drums by N semitones")
+        .Range(-127, 127)
+        .ValueName("N");
     for (const auto& [name, parts, help] :
-         {std::tuple("--solo", &options.Edit.Solo, "Play only these channels, or tracks as t2"),
-          std::tuple("--mute", &options.Edit.Mute, "Leave out these channels, or tracks as t2")}) {
-        command.Value(name, *parts, help).Listed().Named("N,...");
+         {std::tuple("--solo", &options.Edit.Solo, "Play only these channels, or tracks (t2)"),
+          std::tuple("--mute", &options.Edit.Mute, "Skip these channels, or tracks (t2)")}) {
+        command.Value(name, *parts, help).CommaSeparated().ValueName("N,...");
     }
 }
 
+// A loop has no end, and repeats the same bars: neither a recording by the song's bar lines nor a
+// comparison fits it.
 void CheckLoop(const PlayOptions& options) {
-    if (options.Looped && !options.Record.empty()) {
+    if (options.IsLooped && !options.RecordFile.empty()) {
         throw HostError(
-            "--record writes one pass, by the bar lines of the piece: leave out --loop, "
-            "or run `zorhost record` in another terminal",
+            "--record cannot be combined with --loop: run `zorhost record` in another terminal",
             ExitWrongUse);
     }
-    if (options.Looped && options.Report)
-        throw HostError("--report compares one pass with what came back: leave out --loop",
-                        ExitWrongUse);
+    if (options.IsLooped && options.Report)
+        throw HostError("--report cannot be combined with --loop", ExitWrongUse);
 }
 
 void AddChecks(const Command& command, PlayOptions& options) {
     command
-        .Value("--record", options.Record,
-               "Write what comes back through the inputs meanwhile to this MIDI file")
-        .Named("OUT.mid");
+        .Value("--record", options.RecordFile,
+               "Record the inputs during playback to this MIDI file")
+        .ValueName("OUT.mid");
     command.Flag("--report", options.Report,
-                 "Compare every message sent with what came back, and say how late it was. "
-                 "It uses loopback ports of its own");
-    const Option mic = AddMicrophoneFile(command, options.Mic);
+                 "Play over private loopback ports, compare every message with what is received, "
+                 "and report losses and delays");
+    const Option mic = AddMicrophoneFile(command, options.MicrophoneFile);
     command
-        .Value("--written", options.Written,
-               "With --mic: the MIDI file that the sound was made from, to print its notes "
-               "beside those heard")
-        .Named("FILE")
+        .Value("--written", options.WrittenFile,
+               "With --mic: MIDI file with the notes of the sound file, to print them beside the "
+               "detected notes")
+        .ValueName("FILE")
         .Needs(mic);
 }
 
 } // namespace
 
 void AddPlay(const Command& app, const GlobalOptions& global) {
-    const Command command = app.Add("play", "Play a MIDI file");
+    const Command command = app.AddCommand("play", "Play a MIDI file");
     const auto options = std::make_shared<PlayOptions>();
-    AddPiece(command, options->Of);
-    AddOutputs(command, "--to", options->To, "Output to play on");
+    AddSongOptions(command, options->Song);
+    AddOutputs(command, "--to", options->Outputs, "Output to play on");
     AddChanges(command, *options);
     const Option loop =
-        command.Value("--loop", options->Loop, "Play again and again, all or bars like 5-8")
-            .Named("[FROM-TO]")
-            .Values(0, 1);
+        command
+            .Value("--loop", options->LoopBars, "Repeat the song, or bars like 5-8, until Ctrl-C")
+            .ValueName("[FIRST-LAST]")
+            .ValueCount(0, 1);
     AddChecks(command, *options);
     command.Footer("Examples: zorhost play song.mid --to piano --tempo 80\n"
                    "          zorhost play song.mid --loop 5-8 --mute 10 --transpose -2\n"
-                   "On a terminal, space pauses, the arrows go a bar back or on, Home goes to the "
-                   "start, q ends.");
-    command.Does([&global, options, loop] {
-        options->Looped = loop.Given();
+                   "Keys on a terminal: space pauses, left and right arrow move by a bar, Home "
+                   "returns to the start, q quits.");
+    command.OnRun([&global, options, loop] {
+        options->IsLooped = loop.IsGiven();
         CheckLoop(*options);
         Run(global, *options);
     });

@@ -18,151 +18,159 @@ namespace zorhost {
 
 namespace {
 
-constexpr std::int64_t Ahead = 1000; // milliseconds of clicks that wait in the queue
-constexpr std::int64_t OverdubLead = 500;
-constexpr int Interval = 50; // milliseconds between two looks at what is to be fed and saved
+// Milliseconds.
+constexpr std::int64_t QueueAhead = 1000;    // how far ahead clicks are queued
+constexpr std::int64_t OverdubCountIn = 500; // before the song starts
+constexpr int Interval = 50;                 // between queueing and saving
 
 struct RecordOptions {
     std::string File;
-    Texts Click;
-    Piece Under;
-    Texts To;
+    Texts Click; // tempo, and beats per bar if given
+    SongOptions Overdub;
+    Texts Outputs;
     InputOptions Input;
 };
 
-// What sounds meanwhile, if anything: a metronome or a piece.
+// What plays during the recording: a metronome, a song or nothing.
 class Accompaniment {
 public:
     explicit Accompaniment(const RecordOptions& options) {
-        if (!options.Click.empty()) Beat.emplace(options.Click);
-        if (options.Under.File.empty()) return;
-        Under.emplace(ReadSong(options.Under.File, options.Under.Strict));
-        Music.emplace(*Under, Route{});
+        if (!options.Click.empty()) Metronome.emplace(options.Click);
+        if (options.Overdub.File.empty()) return;
+        Song.emplace(ReadSong(options.Overdub.File, options.Overdub.Strict));
+        Music.emplace(*Song, PlayRange{});
     }
 
-    // When the recording begins, in milliseconds of the time base.
-    std::int64_t Lead() const { return Beat ? Beat->Lead() : Music ? OverdubLead : 0; }
-    bool Sounds() const { return Beat || Music; }
-    void Begin() {
-        if (Music) Music->Begin(OverdubLead);
+    // Milliseconds of the time base before the recording begins.
+    std::int64_t CountIn() const {
+        return Metronome ? Metronome->CountInEnd() : Music ? OverdubCountIn : 0;
     }
+    bool Sounds() const { return Metronome || Music; }
+    void Begin() {
+        if (Music) Music->Start(OverdubCountIn);
+    }
+    // Keeps the output queue filled. Call it at least once per second.
     void Step() {
-        if (Beat) Beat->Feed(ZorTimeMIDI(0) + Ahead);
+        if (Metronome) Metronome->Feed(ZorTimeMIDI(0) + QueueAhead);
         if (Music) Music->Step();
     }
-    // Only a piece has an end; a recording goes on behind it.
+    // Ends sounding notes. The recording may be longer than the song, or stop within it.
     void Silence() {
         if (Music) Music->Silence();
-        if (Beat) Library::Silence({});
+        if (Metronome) Library::Silence({});
     }
     RecordingPlan Plan() const;
 
 private:
-    std::optional<Click> Beat;
-    std::optional<midifile::Song> Under;
+    std::optional<Click> Metronome;
+    std::optional<midifile::Song> Song;
     std::optional<Transport> Music;
 };
 
 RecordingPlan Accompaniment::Plan() const {
     RecordingPlan plan;
-    if (Beat) {
-        plan.Map.Add(Tempo{0, static_cast<int>(60e6 / Beat->BeatsPerMinute())});
-        plan.Map.Add(Meter{0, Beat->Beats(), 4});
+    if (Metronome) {
+        plan.Map.Add(Tempo{0, static_cast<int>(60e6 / Metronome->BeatsPerMinute())});
+        plan.Map.Add(Meter{0, Metronome->BeatsPerBar(), 4});
     }
-    if (Under) {
-        plan.Map = Under->Map;
-        plan.Under = &*Under;
+    if (Song) {
+        plan.Map = Song->Map;
+        plan.Backing = &*Song;
     }
     return plan;
 }
 
-// What is played up to half a second before the first beat belongs to it; before that, it was for
-// warming up.
-void TakeAll(const std::vector<MIDIEvent>& received, std::int64_t lead, Take& take) {
+// Adds the received records to the take, with times from the end of the count-in. Notes played up
+// to 500 ms too early move to the first beat; earlier ones are warming up, and are dropped.
+void AddReceived(const std::vector<MIDIEvent>& received, std::int64_t countIn, TakeWriter& take) {
     constexpr std::int64_t early = 500;
     for (MIDIEvent record : received) {
-        if (lead > 0 && record.Time < lead - early && (record.Status & 0xE0) == 0x80) continue;
-        record.Time = static_cast<std::int32_t>(std::max<std::int64_t>(0, record.Time - lead));
+        if (countIn > 0 && record.Time < countIn - early && (record.Status & 0xE0) == 0x80)
+            continue;
+        record.Time = static_cast<std::int32_t>(std::max<std::int64_t>(0, record.Time - countIn));
         take.Add(record);
     }
 }
 
-std::string CountText(const Take& take) {
+std::string CountText(const TakeWriter& take) {
     return Counted(static_cast<std::int64_t>(take.Notes()), "note") + ", " +
            Counted(std::ssize(take.Records()), "message");
 }
 
-std::string ProgressText(std::int64_t now, const Take& take) {
+std::string ProgressText(std::int64_t now, const TakeWriter& take) {
     if (now < 0) return "counting in, " + std::to_string(-now / 1000 + 1) + " s";
     return ClockText(now) + "  " + CountText(take);
 }
 
 void Run(const GlobalOptions& global, const RecordOptions& options) {
-    Take take(options.File);
-    Accompaniment along(options);
+    TakeWriter take(options.File);
+    Accompaniment accompaniment(options);
     SessionPlan plan = options.Input.Plan();
-    plan.Outputs.insert(plan.Outputs.end(), options.To.begin(), options.To.end());
+    plan.Outputs.insert(plan.Outputs.end(), options.Outputs.begin(), options.Outputs.end());
     Session session(global, plan);
-    if (!options.Input.Thru.empty()) session.RefuseLoop("--thru");
-    if (along.Sounds()) session.RefuseLoop(options.Click.empty() ? "--overdub" : "--click");
+    if (!options.Input.ThruOutputs.empty()) session.RefuseLoop("--thru");
+    if (accompaniment.Sounds()) session.RefuseLoop(options.Click.empty() ? "--overdub" : "--click");
     std::int64_t now = 0;
     {
         Progress progress;
-        along.Begin();
-        RunInput(session, options.Input, along.Lead(), Interval,
-                 [&](const std::vector<MIDIEvent>& received) {
-                     along.Step();
-                     now = ZorTimeMIDI(0) - along.Lead();
-                     TakeAll(received, along.Lead(), take);
-                     take.Save(static_cast<std::int32_t>(std::max<std::int64_t>(0, now)));
-                     if (progress.Due()) progress.Show(ProgressText(now, take));
-                     return true;
-                 });
-        along.Silence();
+        accompaniment.Begin();
+        ReceiveUntilStopped(session, options.Input, accompaniment.CountIn(), Interval,
+                            [&](const std::vector<MIDIEvent>& received) {
+                                accompaniment.Step();
+                                now = ZorTimeMIDI(0) - accompaniment.CountIn();
+                                AddReceived(received, accompaniment.CountIn(), take);
+                                take.Save(
+                                    static_cast<std::int32_t>(std::max<std::int64_t>(0, now)));
+                                if (progress.Due()) progress.Show(ProgressText(now, take));
+                                return true;
+                            });
+        accompaniment.Silence();
     }
-    if (take.Records().empty()) throw HostError("nothing came in, so nothing is written");
-    RecordingPlan recording = along.Plan();
+    if (take.Records().empty()) throw HostError("nothing received, no file written");
+    RecordingPlan recording = accompaniment.Plan();
     recording.EndTime = static_cast<std::int32_t>(std::max<std::int64_t>(0, now));
     take.Finish(recording);
     std::printf("Recorded %s in %s\n", CountText(take).c_str(), take.Path().c_str());
 }
 
-// "--click 120 take.mid": the second word is only beats if it is a number.
-void SortWords(RecordOptions& options) {
-    const bool file = options.File.empty() && options.Click.size() == 2 &&
-                      options.Click[1].find_first_not_of("0123456789") != std::string::npos;
-    if (file) {
+// In "--click 120 take.mid" the parser reads the file as a second value of --click.
+void SeparateFile(RecordOptions& options) {
+    const bool isFile = options.File.empty() && options.Click.size() == 2 &&
+                        options.Click[1].find_first_not_of("0123456789") != std::string::npos;
+    if (isFile) {
         options.File = options.Click[1];
         options.Click.pop_back();
     }
     if (options.File.empty())
-        throw HostError("OUT is missing: name the MIDI file to write", ExitWrongUse);
+        throw HostError("missing argument OUT: the MIDI file to write", ExitWrongUse);
 }
 
 } // namespace
 
 void AddRecord(const Command& app, const GlobalOptions& global) {
-    const Command command = app.Add("record", "Record what comes in as a MIDI file");
+    const Command command = app.AddCommand("record", "Record MIDI input to a file");
     const auto options = std::make_shared<RecordOptions>();
-    command.Value("OUT", options->File, "The MIDI file to write");
+    command.Value("OUT", options->File, "MIDI file to write");
     options->Input.AddTo(command);
     const Option click =
         command
-            .Value("--click", options->Click,
-                   "Count one bar in and click on: beats a minute, and beats a bar if not 4")
-            .Named("BPM [BEATS]")
-            .Values(1, 2);
+            .Value(
+                "--click", options->Click,
+                "Play a metronome after one bar of count-in: beats per minute, and beats per bar "
+                "if not 4")
+            .ValueName("BPM [BEATS]")
+            .ValueCount(1, 2);
     command
-        .Value("--overdub", options->Under.File,
-               "Play this MIDI file meanwhile, and write its tracks and the new one")
-        .Named("FILE")
+        .Value("--overdub", options->Overdub.File,
+               "Play this MIDI file while recording, and write its tracks too")
+        .ValueName("FILE")
         .Excludes(click);
-    AddOutputs(command, "--to", options->To, "Output for --click and --overdub");
+    AddOutputs(command, "--to", options->Outputs, "Output for --click and --overdub");
     command.Footer("Example: zorhost record take.mid --in piano --click 96 3 --to synth\n"
-                   "A recording is on the disk while it goes on, as take.part.mid. What is broken "
-                   "off, the next recording into that folder finds and keeps.");
-    command.Does([&global, options] {
-        SortWords(*options);
+                   "Recordings are saved as they are made, as take.part.mid. If the program is "
+                   "killed, the next recording to that folder restores the take.");
+    command.OnRun([&global, options] {
+        SeparateFile(*options);
         Run(global, *options);
     });
 }

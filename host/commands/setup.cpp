@@ -20,16 +20,16 @@ namespace zorhost {
 
 namespace {
 
-constexpr unsigned HelpMessage = 1024; // from a dialog to its parent; the user word says which
-constexpr LONG_PTR MidiDialog = 6000;
+constexpr unsigned HelpMessage = 1024; // sent by a dialog's Help button to the parent window
+constexpr LONG_PTR MidiDialog = 6000;  // user word of the MIDI Setup dialog
 
 struct SetupOptions {
     SetupDialog Dialog = SetupDialog::Midi;
     bool Print = false;
-    std::vector<std::string> Set;
+    std::vector<std::string> Changes;
 };
 
-// As a page reads in a terminal: without its pictures.
+// Prints a help page without its pictures.
 void PrintPage(const char* page) {
     std::istringstream lines(page);
     for (std::string line; std::getline(lines, line);)
@@ -37,24 +37,24 @@ void PrintPage(const char* page) {
     std::fflush(stdout);
 }
 
-// The window that the dialogs belong to, which answers their Help.
+// The parent window of the dialogs. Prints the help page when their Help button is pressed.
 class HelpWindow {
 public:
     HelpWindow() = default;
     ~HelpWindow() { machine::DestroyHostWindow(Handle); }
     HelpWindow(const HelpWindow&) = delete;
     HelpWindow& operator=(const HelpWindow&) = delete;
-    void* Handle = machine::CreateHostWindow(Hear);
+    void* Handle = machine::CreateHostWindow(OnMessage);
 
 private:
-    static void Hear(unsigned message, std::uintptr_t, std::intptr_t dialog) {
+    static void OnMessage(unsigned message, std::uintptr_t, std::intptr_t dialog) {
         if (message != HelpMessage) return;
-        const LONG_PTR which = GetWindowLongPtrA(reinterpret_cast<HWND>(dialog), DWLP_USER);
-        PrintPage(which == MidiDialog ? MidiSetupPage : MicrophoneSetupPage);
+        const LONG_PTR userWord = GetWindowLongPtrA(reinterpret_cast<HWND>(dialog), DWLP_USER);
+        PrintPage(userWord == MidiDialog ? MidiSetupPage : MicrophoneSetupPage);
     }
 };
 
-// Ctrl-C closes the dialog, storing nothing.
+// Runs on its own thread: Ctrl-C closes the dialog without storing anything.
 void WatchInterrupts(const std::stop_token& done) {
     while (!done.stop_requested()) {
         if (Interrupted()) machine::CloseDialog();
@@ -62,7 +62,7 @@ void WatchInterrupts(const std::stop_token& done) {
     }
 }
 
-// On the screen, until the user closes it.
+// Returns when the user closes the dialog. Throws HostError if there is no display.
 void ShowDialog(SetupDialog dialog) {
     const Library library;
     const HelpWindow parent;
@@ -75,35 +75,35 @@ void ShowDialog(SetupDialog dialog) {
 
 void Setup(const GlobalOptions& global, const SetupOptions& options) {
     const Session session(global, {});
-    if (!options.Set.empty()) ChangeSettings(options.Dialog, options.Set);
+    if (!options.Changes.empty()) ChangeSettings(options.Dialog, options.Changes);
     if (options.Print) PrintSettings(options.Dialog);
-    if (!options.Print && options.Set.empty()) ShowDialog(options.Dialog);
+    if (!options.Print && options.Changes.empty()) ShowDialog(options.Dialog);
 }
 
 void AddDialog(const Command& setup, const GlobalOptions& global, SetupDialog dialog,
                const char* name, const char* about) {
-    const Command command = setup.Add(name, about);
+    const Command command = setup.AddCommand(name, about);
     const auto options = std::make_shared<SetupOptions>();
     options->Dialog = dialog;
-    command.Flag("--print", options->Print, "Print the settings, and what can be chosen");
+    command.Flag("--print", options->Print, "Print the settings and the available devices");
     command
-        .Value("--set", options->Set,
-               "Change a setting and store it; keys and values as --print gives them")
-        .Repeated()
-        .Named("KEY=VALUE");
-    command.Does([&global, options] { Setup(global, *options); });
+        .Value("--set", options->Changes,
+               "Change a setting and store it, in the form printed by --print; can be repeated")
+        .Repeatable()
+        .ValueName("KEY=VALUE");
+    command.OnRun([&global, options] { Setup(global, *options); });
 }
 
 } // namespace
 
 void AddSetup(const Command& app, const GlobalOptions& global) {
-    const Command setup = app.Add(
-        "setup", "Show a settings dialog, or print and change its settings without a screen");
-    setup.NeedsCommand();
+    const Command setup = app.AddCommand(
+        "setup", "Open a settings dialog, or print and change settings in the terminal");
+    setup.RequireCommand();
     AddDialog(setup, global, SetupDialog::Midi, "midi",
-              "Devices of the MIDI ports, their base channels, sync and reset");
+              "MIDI ports: devices, base channels, sync and reset");
     AddDialog(setup, global, SetupDialog::Microphone, "mic",
-              "The microphone as a MIDI input: level, source and channel");
+              "Microphone as a MIDI input: level, source and channel");
 }
 
 } // namespace zorhost

@@ -25,62 +25,64 @@ namespace zorhost {
 
 namespace {
 
-constexpr double Shortest = 0.05; // seconds: two frames, which a note takes
-constexpr double UsualTempo = 120;
-constexpr double Silent = 1e-4; // of full scale: less than a step of 8 bits brought to 16
+constexpr double MinSeconds = 0.05;  // two frames, which a note needs
+constexpr double DefaultTempo = 120; // quarter notes per minute
+constexpr double SilencePeak = 1e-4; // of full scale: below one step of an 8-bit file
 
 struct TranscribeOptions {
     std::string File;
-    std::string Out;
+    std::string MidiFile;
     std::string PlotFile;
     std::string ScoreFile;
-    double BeatsPerMinute = 0; // 0: nobody has said
+    double BeatsPerMinute = 0; // 0: not given
     bool AsLibrary = false;
     bool AsListen = false;
     bool Bends = false;
     bool AsJson = false;
 
-    // Where sentences go: beside the objects, if those are wanted.
-    std::FILE* Words() const { return AsJson ? stderr : stdout; }
-    bool OwnTuning() const { return !AsLibrary && !AsListen; }
-    Loudness HowLoud() const {
-        return AsLibrary ? Loudness::AsItIs : AsListen ? Loudness::Followed : Loudness::Raised;
+    // The stream for messages: with --json, standard output has only objects.
+    std::FILE* Messages() const { return AsJson ? stderr : stdout; }
+    bool FindsTuning() const { return !AsLibrary && !AsListen; }
+    Levelling LevellingMode() const {
+        return AsLibrary ? Levelling::None : AsListen ? Levelling::Live : Levelling::File;
     }
 };
 
-struct Heard {
-    HeardSound Sound;
-    Transcript Of;
+struct Result {
+    AnalysedSound Sound;
+    Transcript Melody;
     std::vector<MIDIEvent> Records;
-    double Work = 0; // seconds that it took
+    double Work = 0; // seconds that the analysis took
 };
 
-Heard Hear(const GlobalOptions& global, const TranscribeOptions& options) {
+// Runs the pipeline, or with --as-library the library itself for the notes. Throws HostError.
+Result Analyse(const GlobalOptions& global, const TranscribeOptions& options) {
     const auto begin = std::chrono::steady_clock::now();
-    Heard heard;
-    if (options.AsLibrary) heard.Records = HearAsLibrary(options.File, global.IniFolder);
-    heard.Sound = HearFile(options.File, options.HowLoud());
+    Result result;
+    if (options.AsLibrary) result.Records = TranscribeWithLibrary(options.File, global.IniFolder);
+    result.Sound = AnalyseFile(options.File, options.LevellingMode());
     if (options.AsLibrary) {
-        const auto end = static_cast<std::int64_t>(heard.Sound.Seconds * 1000);
-        heard.Of.Notes = PairNotes(heard.Records, end);
+        const auto end = static_cast<std::int64_t>(result.Sound.Seconds * 1000);
+        result.Melody.Notes = PairNotes(result.Records, end);
     } else {
-        heard.Of = Decode(heard.Sound, options.HowLoud());
-        heard.Records =
-            options.Bends ? ToRecords(heard.Of.Notes, heard.Sound) : ToRecords(heard.Of.Notes);
+        result.Melody = Decode(result.Sound, options.LevellingMode());
+        result.Records = options.Bends ? ToRecords(result.Melody.Notes, result.Sound)
+                                       : ToRecords(result.Melody.Notes);
     }
-    // The library's microphone has told it already.
-    if (!heard.Sound.Remark.empty() && !options.AsLibrary)
-        std::fprintf(stderr, "%s: %s\n", options.File.c_str(), heard.Sound.Remark.c_str());
-    heard.Work = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-    return heard;
+    // With --as-library the remark has already been printed by the microphone.
+    if (!result.Sound.Remark.empty() && !options.AsLibrary)
+        std::fprintf(stderr, "%s: %s\n", options.File.c_str(), result.Sound.Remark.c_str());
+    result.Work = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+    return result;
 }
 
-void CheckHeard(const HeardSound& sound, const TranscribeOptions& options) {
+// Throws HostError with the reason if the sound cannot contain a note.
+void CheckAudible(const AnalysedSound& sound, const TranscribeOptions& options) {
     const std::string name = "\"" + options.File + "\" is ";
-    if (sound.Seconds < Shortest) {
+    if (sound.Seconds < MinSeconds) {
         throw HostError(name + "too short: a note takes at least 0.05 s");
     }
-    if (sound.Peak < Silent) throw HostError(name + "silent");
+    if (sound.Peak < SilencePeak) throw HostError(name + "silent");
     int loudest = 0;
     for (const hearing::Frame& frame : sound.Frames) loudest = std::max(loudest, frame.Level);
     if (loudest >= sound.OnLevel) return;
@@ -88,44 +90,46 @@ void CheckHeard(const HeardSound& sound, const TranscribeOptions& options) {
                     " of 128, and a note needs " + std::to_string(sound.OnLevel));
 }
 
-void PrintText(const Heard& heard, const TranscribeOptions& options) {
-    PrintNotes(heard.Of);
-    const double seconds = heard.Sound.Seconds;
-    std::printf("%s in %.1f s of sound, heard in %.2f s: %.0f times as fast as it sounds\n",
-                Counted(std::ssize(heard.Of.Notes), "note").c_str(), seconds, heard.Work,
-                seconds / std::max(heard.Work, 1e-6));
-    if (options.OwnTuning()) {
+void PrintText(const Result& result, const TranscribeOptions& options) {
+    PrintNotes(result.Melody);
+    const double seconds = result.Sound.Seconds;
+    std::printf("%s in %.1f s of sound, analysed in %.2f s: %.0f times faster than real time\n",
+                Counted(std::ssize(result.Melody.Notes), "note").c_str(), seconds, result.Work,
+                seconds / std::max(result.Work, 1e-6));
+    if (options.FindsTuning()) {
         std::printf("Tuning of the take: A4 = %.1f Hz (%+ld cents)\n",
-                    hearing::FrequencyOf(69 + heard.Of.Tuning), std::lround(heard.Of.Tuning * 100));
+                    hearing::FrequencyOf(69 + result.Melody.Tuning),
+                    std::lround(result.Melody.Tuning * 100));
     }
-    PrintGaps(heard.Of, heard.Sound);
+    PrintGaps(result.Melody, result.Sound);
 }
 
-void PrintJson(const Heard& heard, const TranscribeOptions& options) {
-    PrintJson(heard.Of, heard.Sound);
+void PrintJson(const Result& result, const TranscribeOptions& options) {
+    PrintJson(result.Melody, result.Sound);
     Json summary;
-    summary.Add("kind", "summary").Add("notes", heard.Of.Notes.size());
-    summary.Add("seconds", heard.Sound.Seconds).Add("complete", !heard.Sound.BrokeOff);
-    if (options.OwnTuning()) summary.Add("a4", hearing::FrequencyOf(69 + heard.Of.Tuning));
+    summary.Add("kind", "summary").Add("notes", result.Melody.Notes.size());
+    summary.Add("seconds", result.Sound.Seconds).Add("complete", !result.Sound.IsTruncated);
+    if (options.FindsTuning()) summary.Add("a4", hearing::FrequencyOf(69 + result.Melody.Tuning));
     summary.Print();
 }
 
-void WriteMidi(const Heard& heard, const TranscribeOptions& options, OutputFile& file) {
-    if (heard.Of.Notes.empty()) {
-        throw HostError("no note was understood, so no MIDI file is written");
+void WriteMidi(const Result& result, const TranscribeOptions& options, OutputFile& file) {
+    if (result.Melody.Notes.empty()) {
+        throw HostError("no notes detected, no MIDI file written");
     }
-    const double tempo = options.BeatsPerMinute > 0 ? options.BeatsPerMinute : UsualTempo;
+    const double tempo = options.BeatsPerMinute > 0 ? options.BeatsPerMinute : DefaultTempo;
     RecordingPlan plan;
     plan.Map.Add(Tempo{0, static_cast<int>(60e6 / tempo)});
-    WriteRecording(heard.Records, plan, file);
-    std::fprintf(options.Words(), "Wrote %s at %g quarter notes a minute\n", file.Path().c_str(),
-                 tempo);
+    WriteRecording(result.Records, plan, file);
+    std::fprintf(options.Messages(), "Wrote %s at %g quarter notes per minute\n",
+                 file.Path().c_str(), tempo);
 }
 
-void WriteScore(const Heard& heard, const TranscribeOptions& options, const OutputFile& file) {
-    if (heard.Of.Notes.empty()) throw HostError("no note was understood, so no score is written");
+// The title is the name of the sound file. Throws HostError.
+void WriteScore(const Result& result, const TranscribeOptions& options, const OutputFile& file) {
+    if (result.Melody.Notes.empty()) throw HostError("no notes detected, no score written");
     std::vector<score::HeardNote> melody;
-    for (const Note& note : heard.Of.Notes)
+    for (const Note& note : result.Melody.Notes)
         melody.push_back({static_cast<double>(note.Start) / 1000,
                           static_cast<double>(note.End) / 1000, note.Key});
     const score::Score written = score::MakeScore(melody, options.BeatsPerMinute);
@@ -133,83 +137,86 @@ void WriteScore(const Heard& heard, const TranscribeOptions& options, const Outp
     const std::string title =
         piped ? "Melody" : std::filesystem::path(options.File).stem().string();
     WriteText(score::MusicXml(written, Utf8(title)), file);
-    std::fprintf(options.Words(), "Wrote %s: %s\n", file.Path().c_str(),
+    std::fprintf(options.Messages(), "Wrote %s: %s\n", file.Path().c_str(),
                  written.Description().c_str());
     if (!options.AsJson) return;
     Json()
         .Add("kind", "score")
-        .Add("meter", written.Meter())
-        .Add("key", written.In.Name())
-        .Add("tempo", written.Of.QuartersPerMinute)
+        .Add("meter", written.TimeSignature())
+        .Add("key", written.Key.Name())
+        .Add("tempo", written.Rhythm.QuartersPerMinute)
         .Add("bars", written.Bars.size())
         .Print();
 }
 
+// Opens the output files first, so that a path that cannot be written fails before the analysis.
 void Run(const GlobalOptions& global, const TranscribeOptions& options) {
-    std::unique_ptr<OutputFile> out;
-    std::unique_ptr<OutputFile> paper;
-    std::unique_ptr<PlotFiles> pictures;
-    if (!options.Out.empty()) out = std::make_unique<OutputFile>(options.Out);
-    if (!options.ScoreFile.empty()) paper = std::make_unique<OutputFile>(options.ScoreFile);
-    if (!options.PlotFile.empty()) pictures = std::make_unique<PlotFiles>(options.PlotFile);
-    const Heard heard = Hear(global, options);
-    const auto heardMilliseconds = static_cast<std::int64_t>(heard.Sound.Seconds * 1000);
+    std::unique_ptr<OutputFile> midiFile;
+    std::unique_ptr<OutputFile> scoreFile;
+    std::unique_ptr<PlotFiles> plots;
+    if (!options.MidiFile.empty()) midiFile = std::make_unique<OutputFile>(options.MidiFile);
+    if (!options.ScoreFile.empty()) scoreFile = std::make_unique<OutputFile>(options.ScoreFile);
+    if (!options.PlotFile.empty()) plots = std::make_unique<PlotFiles>(options.PlotFile);
+    const Result result = Analyse(global, options);
+    const auto milliseconds = static_cast<std::int64_t>(result.Sound.Seconds * 1000);
     if (Interrupted()) {
-        std::fprintf(options.Words(), "Stopped at %s\n", ClockText(heardMilliseconds).c_str());
-    } else if (!heard.Sound.BrokeOff) {
-        CheckHeard(heard.Sound, options);
+        std::fprintf(options.Messages(), "Stopped at %s\n", ClockText(milliseconds).c_str());
+    } else if (!result.Sound.IsTruncated) {
+        CheckAudible(result.Sound, options);
     }
-    (options.AsJson ? PrintJson : PrintText)(heard, options);
-    if (out) WriteMidi(heard, options, *out);
-    if (paper) WriteScore(heard, options, *paper);
-    if (pictures) {
-        const std::string names = pictures->Write({options.File, heard.Sound, heard.Of});
-        std::fprintf(options.Words(), "Wrote the picture %s\n", names.c_str());
+    (options.AsJson ? PrintJson : PrintText)(result, options);
+    if (midiFile) WriteMidi(result, options, *midiFile);
+    if (scoreFile) WriteScore(result, options, *scoreFile);
+    if (plots) {
+        const std::string names = plots->Write({options.File, result.Sound, result.Melody});
+        std::fprintf(options.Messages(), "Wrote %s\n", names.c_str());
     }
-    if (heard.Sound.BrokeOff) {
-        throw HostError("\"" + options.File + "\" breaks off after " +
-                        ClockText(heardMilliseconds) + ": what comes then cannot be read");
+    if (result.Sound.IsTruncated) {
+        throw HostError("\"" + options.File + "\" is truncated after " + ClockText(milliseconds) +
+                        ": the rest cannot be read");
     }
 }
 
 } // namespace
 
 void AddTranscribe(const Command& app, const GlobalOptions& global) {
-    const Command command =
-        app.Add("transcribe", "Turn a recording of one voice or melody instrument into notes");
+    const Command command = app.AddCommand(
+        "transcribe", "Convert a recording of one voice or melody instrument to notes");
     const auto options = std::make_shared<TranscribeOptions>();
     command
         .Value("IN", options->File,
-               "The sound: WAV, FLAC, Ogg, MP3 and others; a pipe too, and - for what is piped in")
+               "Sound file: WAV, FLAC, Ogg, MP3 and others; - for standard input")
         .Required();
-    command.Value("-o,--out", options->Out, "Write the notes to this MIDI file").Named("OUT.mid");
+    command.Value("-o,--out", options->MidiFile, "Write the notes to this MIDI file")
+        .ValueName("OUT.mid");
     command
         .Value("--plot", options->PlotFile,
-               "Draw level, pitch and notes over time to this SVG file, and to OUT-2.svg and so "
-               "on what is longer than a minute")
-        .Named("OUT.svg");
+               "Draw level, pitch and notes over time to this SVG file; further minutes go to "
+               "OUT-2.svg and so on")
+        .ValueName("OUT.svg");
     command
-        .Value("--score", options->ScoreFile, "Write the notes as a score, MusicXML, to this file")
-        .Named("OUT.musicxml");
+        .Value("--score", options->ScoreFile, "Write the notes as a score (MusicXML) to this file")
+        .ValueName("OUT.musicxml");
     command
         .Value("--tempo", options->BeatsPerMinute,
-               "Quarter notes a minute: what the MIDI file says, 120 otherwise, while the "
-               "times of its notes stay; and the score's, which is estimated otherwise")
-        .Sensible(10.0, 500.0)
-        .Named("BPM");
-    command.Flag("--bends", options->Bends,
-                 "Write the exact pitch of every frame too, as pitch bends of two semitones");
-    const Option library = command.Flag(
-        "--as-library", options->AsLibrary,
-        "Give the notes that the library's microphone would give, which two frames decide");
+               "Quarter notes per minute. In the MIDI file it does not change the times of the "
+               "notes (default 120); for the score it replaces the estimated tempo")
+        .HiddenRange(10.0, 500.0)
+        .ValueName("BPM");
+    command.Flag(
+        "--bends", options->Bends,
+        "Write the exact pitch of every frame as pitch bends, with a range of two semitones");
+    const Option library =
+        command.Flag("--as-library", options->AsLibrary,
+                     "Use the library's own recogniser, which decides on a note after two frames");
     command
         .Flag("--as-listen", options->AsListen,
-              "Give the notes that listen would give, which knows only 93 ms of what follows")
+              "Detect notes as `listen` does, which looks only 93 ms ahead")
         .Excludes(library);
-    AddJson(command, options->AsJson, "an object a line: note, gap, summary, score");
+    AddJson(command, options->AsJson, "line: note, gap, summary, score");
     command.Footer("Examples: zorhost transcribe song.wav -o song.mid\n"
                    "          zorhost transcribe song.wav --score song.musicxml");
-    command.Does([&global, options] { Run(global, *options); });
+    command.OnRun([&global, options] { Run(global, *options); });
 }
 
 } // namespace zorhost

@@ -13,7 +13,7 @@ namespace zorhost {
 
 namespace {
 
-// One that has been away in between is another one.
+// Visit tells a microphone that was unplugged and plugged in again from one that stayed.
 struct Device {
     std::string Name;
     unsigned Visit = 0;
@@ -34,19 +34,19 @@ Devices Microphones() {
     return devices;
 }
 
-// MIDI devices tell of each change by themselves, so that one that is undone at once is seen as
-// well; microphones are looked for.
+// MIDI device changes are reported by callbacks, so that even a change that is undone at once is
+// seen. Microphones are polled. Thread: any.
 class Watcher {
 public:
     explicit Watcher(bool json) : AsJson(json) {}
-    void LookAtMidi() {
+    void UpdateMidi() {
         const std::scoped_lock lock(Lock);
         Compare("input", Inputs, Named(InputDevices()));
         Compare("output", Outputs, Named(OutputDevices()));
     }
-    void LookAtMicrophones() {
+    void UpdateMicrophones() {
         const std::scoped_lock lock(Lock);
-        Compare("microphone", Heard, Microphones());
+        Compare("microphone", KnownMicrophones, Microphones());
     }
 
 private:
@@ -56,15 +56,16 @@ private:
         known.swap(now);
         std::fflush(stdout);
     }
-    void Print(const char* what, const char* kind, const Devices& these, Devices others) const {
-        for (const Device& device : these) {
+    // Prints an event for each device that is not among the others.
+    void Print(const char* event, const char* kind, const Devices& devices, Devices others) const {
+        for (const Device& device : devices) {
             const auto same = std::ranges::find(others, device);
             if (same != others.end())
                 others.erase(same);
             else if (AsJson)
-                Json().Add("event", what).Add("kind", kind).Add("name", device.Name).Print();
+                Json().Add("event", event).Add("kind", kind).Add("name", device.Name).Print();
             else
-                std::printf("%-10s  %-10s  %s\n", what, kind, device.Name.c_str());
+                std::printf("%-10s  %-10s  %s\n", event, kind, device.Name.c_str());
         }
     }
 
@@ -72,21 +73,21 @@ private:
     std::mutex Lock;
     Devices Inputs = Named(InputDevices());
     Devices Outputs = Named(OutputDevices());
-    Devices Heard = Microphones();
+    Devices KnownMicrophones = Microphones();
 };
 
 } // namespace
 
 void WatchDevices(bool json) {
     Watcher watcher(json);
-    machine::WatchMidiDevices([&watcher] { watcher.LookAtMidi(); });
-    watcher.LookAtMidi(); // what has changed before that
+    machine::WatchMidiDevices([&watcher] { watcher.UpdateMidi(); });
+    watcher.UpdateMidi(); // changes before the callback was installed
     std::fflush(stdout);
-    std::fprintf(stderr, "Watching; Ctrl-C ends\n");
-    constexpr int nap = 100, between = 500; // milliseconds
-    for (int naps = 1; !Interrupted(); ++naps) {
-        Nap(nap);
-        if (naps % (between / nap) == 0) watcher.LookAtMicrophones();
+    std::fprintf(stderr, "Watching; press Ctrl-C to stop\n");
+    constexpr int pause = 100, pollInterval = 500; // milliseconds
+    for (int pauses = 1; !Interrupted(); ++pauses) {
+        Nap(pause);
+        if (pauses % (pollInterval / pause) == 0) watcher.UpdateMicrophones();
     }
     machine::WatchMidiDevices(nullptr);
 }

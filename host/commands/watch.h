@@ -1,9 +1,10 @@
-// Devices as they come and go.
+// devices --watch: reports changes of the device lists.
 #pragma once
 
 namespace zorhost {
 
-// Prints a line, or a JSON object, for each device that is plugged in or pulled out, until Ctrl-C.
+// Prints a line or a JSON object for each device that is plugged in or pulled out. Returns after
+// Ctrl-C.
 void WatchDevices(bool json);
 
 } // namespace zorhost

@@ -10,41 +10,43 @@ namespace zorhost {
 
 namespace {
 
-constexpr int Loopbacks = 4;
-constexpr char Prefix[] = "Loopback MIDI ";
+constexpr int LoopbackCount = 4;
+constexpr char LoopbackPrefix[] = "Loopback MIDI ";
 
-// False if the ports could not be joined with those of others; they work alone then.
-bool AddLoopback(const std::string& name, Cables cables) {
+// Returns false if the port could not be shared with other processes. It then works within this
+// process only.
+bool AddLoopback(const std::string& name, DevicePolicy policy) {
     const int output = machine::AddMidiOutput(name);
-    if (cables == Cables::OutputsOnly) return machine::BridgeOutput(output, name);
+    if (policy == DevicePolicy::HardwareOrLoopbackOutputs)
+        return machine::BridgeOutput(output, name);
     const int input = machine::AddMidiInput(name);
-    // A shared cable leads back to this machine's own input too.
-    if (cables == Cables::Shared && machine::BridgeInput(input, name)) {
+    // A shared cable also returns this process's own messages to its input.
+    if (policy == DevicePolicy::HardwareOrLoopback && machine::BridgeInput(input, name)) {
         if (machine::BridgeOutput(output, name)) return true;
         machine::BridgeInput(input, "");
     }
     machine::Connect(output, input);
-    return cables == Cables::Private;
+    return policy == DevicePolicy::PrivateLoopback;
 }
 
-void AddLoopbacks(const std::string& why, Cables cables) {
-    bool joined = true;
-    for (int i = 1; i <= Loopbacks; ++i)
-        joined = AddLoopback(Prefix + std::to_string(i), cables) && joined;
-    std::fprintf(stderr, "%s: running on loopback ports, %s1 to %d.\n", why.c_str(), Prefix,
-                 Loopbacks);
-    if (!joined)
-        std::fprintf(stderr, "They cannot be joined with those of other zorhosts: there is no "
-                             "shared memory for it.\n");
+void AddLoopbacks(const std::string& reason, DevicePolicy policy) {
+    bool shared = true;
+    for (int i = 1; i <= LoopbackCount; ++i)
+        shared = AddLoopback(LoopbackPrefix + std::to_string(i), policy) && shared;
+    std::fprintf(stderr, "%s: using loopback ports %s1 to %d.\n", reason.c_str(), LoopbackPrefix,
+                 LoopbackCount);
+    if (!shared)
+        std::fprintf(stderr, "Other zorhost processes cannot use them: shared memory is not "
+                             "available.\n");
 }
 
-
-// Empty if there are some, or why there are none.
+// Switches to the computer's MIDI devices. Returns an empty string if there are any, else the
+// reason why there are none.
 std::string FindDevices() {
     const std::string reason = machine::UseNative();
     const unsigned inputs = midiInGetNumDevs(), outputs = midiOutGetNumDevs();
     if (inputs + outputs == 0)
-        return "No MIDI device is there" + (reason.empty() ? "" : " (" + reason + ")");
+        return "No MIDI devices found" + (reason.empty() ? "" : " (" + reason + ")");
     std::fprintf(stderr, "MIDI devices of this computer: %s, %s.%s\n",
                  Counted(inputs, "input").c_str(), Counted(outputs, "output").c_str(),
                  outputs == 0 ? " The default output is silent." : "");
@@ -53,23 +55,25 @@ std::string FindDevices() {
 
 } // namespace
 
-Machine::Machine(const GlobalOptions& global, Cables cables) {
+DeviceSelection::DeviceSelection(const GlobalOptions& global, DevicePolicy policy) {
     machine::PowerOn();
     machine::PrintBoxes(true);
     machine::RecordSentMidi(false);
     if (!global.Virtual) machine::UseNativeMicrophones();
-    if (cables == Cables::Nowhere) return;
-    const bool ownOnly = global.Virtual || cables == Cables::Private;
-    const std::string why = ownOnly ? "No MIDI hardware is in use" : FindDevices();
-    if (why.empty()) return;
-    if (cables == Cables::None)
-        std::fprintf(stderr, "%s.\n", why.c_str());
+    if (policy == DevicePolicy::NoDevices) return;
+    const bool virtualOnly = global.Virtual || policy == DevicePolicy::PrivateLoopback;
+    const std::string reason = virtualOnly ? "MIDI hardware is not used" : FindDevices();
+    if (reason.empty()) return;
+    if (policy == DevicePolicy::HardwareOnly)
+        std::fprintf(stderr, "%s.\n", reason.c_str());
     else
-        AddLoopbacks(why, cables);
+        AddLoopbacks(reason, policy);
 }
 
-bool Machine::IsLoopback(const std::string& device) { return device.starts_with(Prefix); }
+bool DeviceSelection::IsLoopback(const std::string& device) {
+    return device.starts_with(LoopbackPrefix);
+}
 
-Machine::~Machine() { machine::PowerOn(); }
+DeviceSelection::~DeviceSelection() { machine::PowerOn(); }
 
 } // namespace zorhost

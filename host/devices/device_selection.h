@@ -1,4 +1,4 @@
-// The machine that the library runs on here.
+// Which MIDI devices a command runs on: the computer's own, or loopback ports.
 #pragma once
 
 #include "host/cli/commands.h"
@@ -7,26 +7,29 @@
 
 namespace zorhost {
 
-// What there is besides this computer's MIDI devices, or in their place.
-enum class Cables {
-    Shared,      // loopback ports of the same name are one cable for every zorhost of this user
-    OutputsOnly, // the same without this machine's inputs
-    Private,     // nobody else hears what is sent, or sends; whatever devices there are
-    Nowhere,     // no inputs and no outputs, whatever devices there are
-    None,        // only the computer's devices, even if there are none
+// Loopback ports are four outputs, each connected to the input of the same name. With --virtual,
+// the first two policies use them even if the computer has MIDI devices.
+enum class DevicePolicy {
+    HardwareOrLoopback,        // without hardware: loopback ports shared by all zorhost processes
+    HardwareOrLoopbackOutputs, // the same, but without this process's inputs
+    PrivateLoopback,           // loopback ports that no other process can use; never hardware
+    NoDevices,                 // neither inputs nor outputs
+    HardwareOnly,              // hardware, even if there is none
 };
 
-// Gives the machine its MIDI devices, and says on standard error which: those of this computer, or
-// loopback ports if it has none, or if the user wants those. Its microphones are this computer's,
-// unless one is made to hear something else. One at a time; the library is closed before it goes.
-class Machine {
+// Sets up the virtual system's MIDI devices and prints on standard error which ones are used.
+// Microphones are the computer's own unless --virtual is given. Create one at a time, and close the
+// library before destroying it. On Windows the devices are always the computer's own.
+class DeviceSelection {
 public:
-    Machine(const GlobalOptions& global, Cables cables = Cables::Shared);
-    ~Machine();
-    Machine(const Machine&) = delete;
-    Machine& operator=(const Machine&) = delete;
+    // Throws HostError on Windows if --virtual is given.
+    DeviceSelection(const GlobalOptions& global,
+                    DevicePolicy policy = DevicePolicy::HardwareOrLoopback);
+    ~DeviceSelection();
+    DeviceSelection(const DeviceSelection&) = delete;
+    DeviceSelection& operator=(const DeviceSelection&) = delete;
 
-    // Whether what is played on the output device comes in at the input device of that name.
+    // True if messages sent to the output device arrive at the input device of the same name.
     static bool IsLoopback(const std::string& device);
 };
 

@@ -9,56 +9,60 @@ namespace zorhost {
 
 namespace {
 
-void SayListening(const PortMap& map) {
+void PrintInputs(const PortMap& map) {
     std::string names;
     for (const Port& port : map.Inputs) {
         if (!port.Device.empty()) names += (names.empty() ? "" : ", ") + port.Device;
     }
-    if (map.Microphone) names += (names.empty() ? "" : ", ") + std::string("the microphone");
-    std::fprintf(stderr, "Listening to %s; Ctrl-C ends\n",
-                 names.empty() ? "nothing: no input is there" : names.c_str());
+    if (map.MicrophoneOn) names += (names.empty() ? "" : ", ") + std::string("the microphone");
+    std::fprintf(stderr, "Listening to %s; press Ctrl-C to stop\n",
+                 names.empty() ? "nothing: no input found" : names.c_str());
 }
 
 } // namespace
 
 void InputOptions::AddTo(const Command& command) {
-    AddInputs(command, In, "Input to listen to");
-    command.Value("--filter", Filter, "Keep messages out: " + FilterWords())
-        .Listed()
-        .Named("KIND,...");
-    const Option thru = AddOutputs(command, "--thru", Thru,
-                                   "Output that plays at once what comes in, filtered or not");
-    command.Value("--map", Map, "With --thru: channels to play on, 1:10 for in 1, out 10")
-        .Listed()
-        .Named("IN:OUT,...")
+    AddInputs(command, Inputs, "Input to listen to");
+    command.Value("--filter", Filter, "Ignore messages of these kinds: " + FilterWords())
+        .CommaSeparated()
+        .ValueName("KIND,...");
+    const Option thru = AddOutputs(command, "--thru", ThruOutputs,
+                                   "Output to send received messages to at once, filtered or not");
+    command
+        .Value("--map", ThruMap, "With --thru: change channels, 1:10 sends input channel 1 on 10")
+        .CommaSeparated()
+        .ValueName("IN:OUT,...")
         .Needs(thru);
-    AddMicrophoneFile(command, Mic);
+    AddMicrophoneFile(command, MicrophoneFile);
     AddSeconds(command, Seconds);
 }
 
-SessionPlan InputOptions::Plan() const { return {In, Thru, Mic, Cables::Shared}; }
+SessionPlan InputOptions::Plan() const {
+    return {Inputs, ThruOutputs, MicrophoneFile, DevicePolicy::HardwareOrLoopback};
+}
 
 StartOptions InputOptions::Start() const {
     StartOptions start;
-    start.Keep = ParseFilter(Filter);
-    start.Thru = !Thru.empty();
-    start.ThruMap = ParseChannelMap(Map);
+    start.InputFilter = ParseFilter(Filter);
+    start.Thru = !ThruOutputs.empty();
+    start.ThruMap = ParseChannelMap(ThruMap);
     return start;
 }
 
-void RunInput(Session& session, const InputOptions& options, std::int64_t lead, int interval,
-              const std::function<bool(const std::vector<MIDIEvent>&)>& take) {
+void ReceiveUntilStopped(Session& session, const InputOptions& options, std::int64_t countIn,
+                         int interval,
+                         const std::function<bool(const std::vector<MIDIEvent>&)>& deliver) {
     const StartOptions start = options.Start();
-    const double end = options.Seconds * 1000 + static_cast<double>(lead);
+    const double end = options.Seconds * 1000 + static_cast<double>(countIn);
     session.Start(start);
-    SayListening(session.Ports());
+    PrintInputs(session.Ports());
     std::vector<MIDIEvent> records;
     for (bool last = false; !last;) {
         Library::AwaitReceived(interval);
         last = Interrupted() || (options.Seconds > 0 && ZorTimeMIDI(0) >= end);
         records.clear();
-        Library::TakeReceived(records);
-        if (!take(records)) last = true;
+        Library::ReadReceived(records);
+        if (!deliver(records)) last = true;
     }
     if (start.Thru) Library::Silence({});
 }

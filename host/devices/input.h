@@ -1,4 +1,5 @@
-// What `record` and `monitor` have in common: inputs, filter, thru, and how long.
+// What `record` and `monitor` share: the options for inputs, filter, thru and duration, and the
+// loop that reads the inputs.
 #pragma once
 
 #include "host/cli/options.h"
@@ -10,23 +11,26 @@
 namespace zorhost {
 
 struct InputOptions {
-    Texts In;
+    Texts Inputs;
     Texts Filter;
-    Texts Thru;
-    Texts Map;
-    std::string Mic;
+    Texts ThruOutputs;
+    Texts ThruMap;
+    std::string MicrophoneFile;
     double Seconds = 0; // 0: until Ctrl-C
 
+    // Declares the options.
     void AddTo(const Command& command);
     SessionPlan Plan() const;
-    // Throws HostError on wrong values.
+    // Throws HostError if a value is invalid.
     StartOptions Start() const;
 };
 
-// Runs the library until the time is over or Ctrl-C: take gets what came in as soon as it came, and
-// nothing every so many milliseconds (interval) without; it says whether to go on. lead:
-// milliseconds before the time begins to count. Says on standard error what it listens to.
-void RunInput(Session& session, const InputOptions& options, std::int64_t lead, int interval,
-              const std::function<bool(const std::vector<MIDIEvent>&)>& take);
+// Starts the session and runs until the duration is over, Ctrl-C is pressed or deliver returns
+// false. Calls deliver with new records as soon as they are received, and at least every interval
+// milliseconds with none. The duration counts from countIn milliseconds of the time base on. Prints
+// the inputs on standard error. Throws HostError.
+void ReceiveUntilStopped(Session& session, const InputOptions& options, std::int64_t countIn,
+                         int interval,
+                         const std::function<bool(const std::vector<MIDIEvent>&)>& deliver);
 
 } // namespace zorhost

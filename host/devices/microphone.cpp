@@ -10,26 +10,27 @@ namespace zorhost {
 
 namespace {
 
-// At the rate that the library asks for, which is that of the file's sound too.
-machine::Microphone Add(const char* name) {
+// Offers the formats at AnalysisRate only, so that the library opens it at the file's rate after
+// resampling.
+machine::Microphone AddMicrophone(const char* name) {
     machine::MicrophoneModel model;
     model.Name = name;
-    model.Formats = 0x0F0; // of AnalysisRate
+    model.Formats = 0x0F0; // WAVE_FORMAT_2*: 22.05 kHz, mono and stereo, 8 and 16 bits
     return machine::AddMicrophone(model);
 }
 
-// None was looked for where the user wants virtual devices only.
-std::string WhyNone() {
+// Why the computer has no microphone to use, as a sentence.
+std::string NoMicrophoneReason() {
     const std::string problem = machine::MicrophoneProblem();
-    return problem.empty() ? "This computer's are not asked for." : problem;
+    return problem.empty() ? "With --virtual, this computer's microphones are not used." : problem;
 }
 
 } // namespace
 
-Microphone::Microphone() : Device(Add("Silence")) {}
+Microphone::Microphone() : Device(AddMicrophone("Silence")) {}
 
 Microphone::Microphone(const std::string& path)
-    : Path(path), File(std::make_shared<PlayedFile>(path)), Device(Add("Sound file")) {
+    : Path(path), File(std::make_shared<PlayedFile>(path)), Device(AddMicrophone("Sound file")) {
     if (const std::string remark = File->Remark(); !remark.empty())
         std::fprintf(stderr, "%s: %s\n", path.c_str(), remark.c_str());
     machine::FeedGenerator(Device, [file = File](const auto& request) { file->Fill(request); });
@@ -37,13 +38,13 @@ Microphone::Microphone(const std::string& path)
 
 double Microphone::Seconds() const { return File ? File->Seconds() : 0; }
 
-double Microphone::SecondsHeard() const { return File ? File->SecondsHeard() : 0; }
+double Microphone::SecondsCaptured() const { return File ? File->SecondsCaptured() : 0; }
 
 bool Microphone::Ended() const { return File && File->Ended(); }
 
 void Microphone::CheckRead() const {
     if (File && File->BrokeOff()) {
-        throw HostError("\"" + Path + "\" breaks off: it could not be read to its end");
+        throw HostError("\"" + Path + "\" is truncated: it could not be read to its end");
     }
 }
 
@@ -52,11 +53,11 @@ std::int64_t Microphone::StartTime() const {
     return ZorTimeMIDI(0) - static_cast<std::int64_t>(age / 1000);
 }
 
-void ChooseMicrophone(int number) {
+void SelectMicrophone(int number) {
     const auto found = machine::FindMicrophones();
-    if (found.empty()) throw HostError("there is no microphone. " + WhyNone());
+    if (found.empty()) throw HostError("no microphone found. " + NoMicrophoneReason());
     if (number < 1 || number > static_cast<int>(found.size())) {
-        std::string text = "there is no microphone " + std::to_string(number) + "; there are:";
+        std::string text = "microphone " + std::to_string(number) + " not found; available:";
         for (std::size_t i = 0; i < found.size(); ++i)
             text += "\n  " + std::to_string(i + 1) + "  " + found[i].Name;
         throw HostError(text);
@@ -66,13 +67,14 @@ void ChooseMicrophone(int number) {
     std::fprintf(stderr, "Microphone: %s\n", chosen.Name.c_str());
 }
 
-std::unique_ptr<Microphone> PlugMicrophone(const std::string& file, const PortMap& map) {
+std::unique_ptr<Microphone> MakeVirtualMicrophone(const std::string& file, const PortMap& map) {
     if (!file.empty()) return std::make_unique<Microphone>(file);
-    if (!map.Microphone || !machine::FindMicrophones().empty()) return nullptr;
-    std::fprintf(stderr,
-                 "The settings switch the microphone on, and it hears silence. %s --mic gives it a "
-                 "sound file.\n",
-                 WhyNone().c_str());
+    if (!map.MicrophoneOn || !machine::FindMicrophones().empty()) return nullptr;
+    std::fprintf(
+        stderr,
+        "The settings switch the microphone on, but it captures only silence. %s Use --mic "
+        "to play a sound file into it.\n",
+        NoMicrophoneReason().c_str());
     return std::make_unique<Microphone>();
 }
 

@@ -1,4 +1,4 @@
-// What the library's microphone hears: a microphone of this computer, a sound file or silence.
+// The microphone that the library captures from: one of the computer's, a sound file or silence.
 #pragma once
 
 #include "host/devices/settings.h"
@@ -12,22 +12,24 @@ namespace zorhost {
 
 class PlayedFile;
 
-// One that the machine has in place of this computer's.
+// A virtual microphone, which replaces the computer's. Not available on Windows. Thread: any, but
+// StartTime only on the one that runs the library.
 class Microphone {
 public:
-    // Hears the file from the moment that capture starts, once. Throws HostError if it is no sound.
+    // Plays the file once, from the moment when capture starts. Throws HostError if it cannot be
+    // read as sound.
     explicit Microphone(const std::string& path);
-    // Hears silence.
+    // Silence.
     Microphone();
 
-    double Seconds() const; // of the file; 0 without one
-    // Of the file, captured so far.
-    double SecondsHeard() const;
-    bool Ended() const; // the whole file has been captured
+    double Seconds() const; // length of the file; 0 for silence
+    // Seconds of the file captured so far.
+    double SecondsCaptured() const;
+    bool Ended() const; // true once the whole file has been captured
     // Throws HostError if the file could not be read to its end.
     void CheckRead() const;
-    // When the file's first sample sounded, in milliseconds of the library's time base, which must
-    // run; negative if before its start. Right to a millisecond. Once some of it has been captured.
+    // When the file's first sample was captured, in milliseconds of the running time base, negative
+    // if before its start; exact to 1 ms. Valid once some of the file has been captured.
     std::int64_t StartTime() const;
 
 private:
@@ -36,19 +38,20 @@ private:
     machine::Microphone Device;
 };
 
-// The channel of the microphone's notes where --mic switches it on: behind those of four ports.
-constexpr int MicrophoneChannel = 65;
+// Channel of the notes, from 1, if --mic switches the microphone on: the first one after the 64
+// channels of four input ports.
+constexpr int MicrophoneFileChannel = 65;
 
-// Milliseconds of silence after a sound file, in which its last note ends.
+// Milliseconds of silence captured after a sound file, in which its last note ends.
 constexpr int MicrophoneTail = 500;
 
-// Makes the microphone of that number, from 1, the one that is heard, and says on standard error
-// which it is. Throws HostError if it is not there, naming those that are.
-void ChooseMicrophone(int number);
+// Selects one of the computer's microphones by number, from 1, and prints its name on standard
+// error. Throws HostError if there is none of that number; the message lists all.
+void SelectMicrophone(int number);
 
-// What a run needs that is not to hear a microphone of this computer: one that hears the file if
-// one is given; a silent one, with a word on standard error, if the settings switch the microphone
-// on and there is none. Else null.
-std::unique_ptr<Microphone> PlugMicrophone(const std::string& file, const PortMap& map);
+// Returns a microphone that plays the file if one is given, or silence if the settings switch the
+// microphone on and the computer has none (with a warning on standard error); null if the
+// computer's microphone, or none, is used. Throws HostError.
+std::unique_ptr<Microphone> MakeVirtualMicrophone(const std::string& file, const PortMap& map);
 
 } // namespace zorhost

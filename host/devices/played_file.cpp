@@ -6,64 +6,66 @@
 
 namespace zorhost {
 
-PlayedFile::PlayedFile(std::string path) : Path(std::move(path)), Last(KeptFrames) {
+PlayedFile::PlayedFile(std::string path) : Path(std::move(path)), Ring(RingFrames) {
     Rewind();
-    File->Survey();
-    How = File->How();
-    Length = File->Announced();
+    File->Prescan();
+    FileMixing = File->CurrentMixing();
+    Length = File->AnnouncedSeconds();
 }
 
 void PlayedFile::Rewind() {
     Source.reset();
-    File.reset(); // what is piped in cannot be open twice
+    File.reset(); // close before reopening: a pipe cannot be opened twice
     Decoded = 0;
-    File = std::make_unique<SoundFile>(Path, How);
-    Source = std::make_unique<Resampled>(*File);
-    Broken = false;
+    File = std::make_unique<SoundFile>(Path, FileMixing);
+    Source = std::make_unique<Resampler>(*File);
+    Truncated = false;
 }
 
-// It may have gone since the last time.
-void PlayedFile::RewindIfThere() try { Rewind(); } catch (const HostError&) {
-    Broken = true;
+// The file may have been removed since the last pass: then the microphone captures silence.
+void PlayedFile::RewindIfReadable() try { Rewind(); } catch (const HostError&) {
+    Truncated = true;
 }
 
+// Decodes up to a frame into the ring, overwriting frames that are RingFrames older.
 void PlayedFile::DecodeTo(std::uint64_t end) {
     while (Source && Decoded < end) {
-        const std::size_t at = Decoded % Last.size();
-        const auto wanted = std::min<std::uint64_t>(end - Decoded, Last.size() - at);
-        const std::size_t got = Source->Read(std::span(Last).subspan(at, wanted));
+        const std::size_t offset = Decoded % Ring.size();
+        const auto wanted = std::min<std::uint64_t>(end - Decoded, Ring.size() - offset);
+        const std::size_t got = Source->Read(std::span(Ring).subspan(offset, wanted));
         Decoded += got;
         if (got == wanted) continue;
         Source.reset();
-        Broken = File->BrokeOff();
+        Truncated = File->IsTruncated();
     }
 }
 
+// A request far behind the decoded frames means that a new capture has begun at the start.
 void PlayedFile::Fill(const machine::FeedRequest& request) {
     const std::scoped_lock lock(Lock);
-    Heard = request.First + request.Samples.size() / request.Channels;
-    if (request.First + Last.size() < Decoded) RewindIfThere();
-    DecodeTo(Heard);
+    Captured = request.First + request.Samples.size() / request.Channels;
+    if (request.First + Ring.size() < Decoded) RewindIfReadable();
+    DecodeTo(Captured);
     for (std::size_t i = 0; i < request.Samples.size(); ++i) {
         const std::uint64_t frame = request.First + i / request.Channels;
-        request.Samples[i] = frame < Decoded ? Last[frame % Last.size()] : 0;
+        request.Samples[i] = frame < Decoded ? Ring[frame % Ring.size()] : 0;
     }
 }
 
-double PlayedFile::SecondsHeard() const {
+double PlayedFile::SecondsCaptured() const {
     const std::scoped_lock lock(Lock);
-    const double heard = static_cast<double>(Heard) / AnalysisRate;
-    return std::min(heard, Broken && File ? File->Position() : Length);
+    const double captured = static_cast<double>(Captured) / AnalysisRate;
+    return std::min(captured, Truncated && File ? File->Position() : Length);
 }
 
 bool PlayedFile::Ended() const {
     const std::scoped_lock lock(Lock);
-    return !Source && Heard >= Decoded;
+    return !Source && Captured >= Decoded;
 }
 
 bool PlayedFile::BrokeOff() const {
     const std::scoped_lock lock(Lock);
-    return Broken;
+    return Truncated;
 }
 
 } // namespace zorhost

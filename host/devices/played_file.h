@@ -1,5 +1,5 @@
-// A sound file as a microphone hears it: from its beginning whenever a capture begins, then
-// silence.
+// A sound file as the signal of a virtual microphone: it starts with each capture and is followed
+// by silence.
 #pragma once
 
 #include "host/sound/sound_file.h"
@@ -11,37 +11,40 @@ namespace zorhost {
 
 class PlayedFile {
 public:
-    // Throws HostError if it is no sound.
+    // Throws HostError if the file cannot be read as sound.
     explicit PlayedFile(std::string path);
 
-    // Fills the request with the place of the file that it asks for. Thread: any that captures; all
-    // that capture at one time are within seconds of each other. Real time: but for the disk.
+    // Fills the request with the requested frames of the file, at AnalysisRate. Captures that run
+    // at the same time must be within six seconds of each other. Thread: any capture thread. Not
+    // real time: it locks a mutex and reads the disk.
     void Fill(const machine::FeedRequest& request);
 
     // Thread: any.
     double Seconds() const { return Length; }
-    double SecondsHeard() const;
+    double SecondsCaptured() const;
     bool Ended() const;
-    bool BrokeOff() const;                                // it could not be read to its end
-    std::string Remark() const { return File->Remark(); } // before the first Fill
+    bool BrokeOff() const; // true if the file could not be read to its end
+    // A warning about the file for the user, empty if there is none. Call before the first Fill.
+    std::string Remark() const { return File->Remark(); }
 
 private:
-    static constexpr std::size_t KeptFrames = 1u << 17; // six seconds
+    static constexpr std::size_t RingFrames = 1u << 17; // six seconds
 
-    void Rewind(); // locked, as the next two, but at first
-    void RewindIfThere();
+    // Call these three with Lock held, except in the constructor.
+    void Rewind();
+    void RewindIfReadable();
     void DecodeTo(std::uint64_t end);
 
     const std::string Path;
-    double Length = 0;
-    Mixing How;              // since the beginning
-    mutable std::mutex Lock; // of all below
+    double Length = 0;       // seconds
+    Mixing FileMixing;       // found by the constructor, used by every later pass
+    mutable std::mutex Lock; // guards the members below
     std::unique_ptr<SoundFile> File;
-    std::unique_ptr<Resampled> Source; // null behind the end
-    std::vector<float> Last;           // frame n at n modulo its size
+    std::unique_ptr<Resampler> Source; // null after the end of the file
+    std::vector<float> Ring;           // frame n is at n modulo its size
     std::uint64_t Decoded = 0;         // frames
-    std::uint64_t Heard = 0;           // up to this frame of the feed
-    bool Broken = false;
+    std::uint64_t Captured = 0;        // frames delivered by Fill
+    bool Truncated = false;
 };
 
 } // namespace zorhost

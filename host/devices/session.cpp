@@ -14,19 +14,22 @@ namespace zorhost {
 
 namespace {
 
-constexpr std::int16_t InputSlots = 32767; // as many as there can be: a busy machine takes late
+// Records per queue. The input queue has the greatest possible size, since a busy computer may read
+// it late.
+constexpr std::int16_t InputSlots = 32767;
 constexpr std::int16_t OutputSlots = 4096;
 
 constexpr int PollInterval = 4; // milliseconds
 
-// The wait for what comes in. The thread that clears the flag releases the semaphore, once.
+// State of AwaitReceived. The thread that clears Waiting releases WaitEnded once, whether it is the
+// waiting thread or the timer thread.
 std::atomic<bool> Waiting{false};
-std::counting_semaphore<> Ended{0};
+std::counting_semaphore<> WaitEnded{0};
 
-// On the timers' thread.
+// Runs on the timer thread after each timer callback. Does not block.
 void EndWait() {
     MIDIEvent event;
-    if (Waiting && ZorRcv(&event, 1) && Waiting.exchange(false)) Ended.release();
+    if (Waiting && ZorRcv(&event, 1) && Waiting.exchange(false)) WaitEnded.release();
 }
 
 void SendNow(std::int16_t channel, std::uint8_t status, std::uint8_t data1, std::uint8_t data2) {
@@ -34,13 +37,15 @@ void SendNow(std::int16_t channel, std::uint8_t status, std::uint8_t data1, std:
     ZorXmit(ZOR_IMMEDIATE, &event);
 }
 
-RunChanges Changes(const SessionPlan& plan) {
-    RunChanges changes;
-    changes.Inputs = plan.Inputs;
-    changes.Outputs = plan.Outputs;
-    changes.Microphone = plan.Listens || !plan.Microphone.empty();
-    changes.MicrophoneChannel = plan.Listens ? 1 : changes.Microphone ? MicrophoneChannel : 0;
-    return changes;
+SettingOverrides OverridesOf(const SessionPlan& plan) {
+    SettingOverrides overrides;
+    overrides.Inputs = plan.Inputs;
+    overrides.Outputs = plan.Outputs;
+    overrides.MicrophoneOn = plan.MicrophoneOn || !plan.MicrophoneFile.empty();
+    overrides.MicrophoneChannel = plan.MicrophoneOn        ? 1
+                                  : overrides.MicrophoneOn ? MicrophoneFileChannel
+                                                           : 0;
+    return overrides;
 }
 
 } // namespace
@@ -48,7 +53,7 @@ RunChanges Changes(const SessionPlan& plan) {
 Library::Library() {
     const std::int16_t code = MIDISysInit(0);
     if (code != -1)
-        throw HostError("the MIDI library does not start (code " + std::to_string(code) + ")");
+        throw HostError("cannot start the MIDI library (code " + std::to_string(code) + ")");
     if (!ZorAllocMIDI(ZOR_QUEUE_INPUT, InputSlots) ||
         !ZorAllocMIDI(ZOR_QUEUE_OUTPUT, OutputSlots)) {
         MIDISysTerm();
@@ -63,20 +68,20 @@ Library::~Library() {
 }
 
 void Library::Start(const StartOptions& options) {
-    ZorFilterMIDI(options.Keep.Classes, options.Keep.System);
+    ZorFilterMIDI(options.InputFilter.Classes, options.InputFilter.System);
     ZorSyncMIDI(static_cast<std::int16_t>(options.Sync));
     if (!ZorStartMIDI(1)) {
-        const std::string which = TakeErrors();
-        throw HostError("the ports cannot be opened" + (which.empty() ? "" : ": " + which));
+        const std::string errors = ReadErrors();
+        throw HostError("cannot open the ports" + (errors.empty() ? "" : ": " + errors));
     }
-    std::uint8_t timed = 0;
-    ZorMIDIStatus(nullptr, &timed);
-    if (!timed) throw HostError("the system gives no timer");
+    std::uint8_t timerRunning = 0;
+    ZorMIDIStatus(nullptr, &timerRunning);
+    if (!timerRunning) throw HostError("cannot start the system timer");
     Thru = options.Thru;
     if (Thru) ZorEchoMIDI(1, options.ThruMap.data());
 }
 
-void Library::TakeReceived(std::vector<MIDIEvent>& records) {
+void Library::ReadReceived(std::vector<MIDIEvent>& records) {
     MIDIEvent event;
     for (int i = 1; i < InputSlots && ZorRcv(&event, 0); ++i) {
         event.Data2 = std::min(std::uint8_t{event.Data2}, std::uint8_t{127});
@@ -84,21 +89,22 @@ void Library::TakeReceived(std::vector<MIDIEvent>& records) {
     }
 }
 
-// The library has nothing to wait for, but whatever comes in is filed on the timers' thread.
+// The library has no blocking read. Every received record is queued on the timer thread, so a hook
+// after each timer callback can end the wait.
 void Library::AwaitReceived(int milliseconds) {
     if (!machine::AfterTimers(EndWait)) return Nap(std::min(milliseconds, PollInterval));
     Waiting = true;
     MIDIEvent event;
     const bool ended =
-        !ZorRcv(&event, 1) && Ended.try_acquire_for(std::chrono::milliseconds(milliseconds));
-    // It may be ended just now, after all.
-    if (!Waiting.exchange(false) && !ended) Ended.acquire();
+        !ZorRcv(&event, 1) && WaitEnded.try_acquire_for(std::chrono::milliseconds(milliseconds));
+    // The timer thread may have cleared Waiting after the time-out: consume its release.
+    if (!Waiting.exchange(false) && !ended) WaitEnded.acquire();
 }
 
 void Library::Silence(std::span<const MIDIEvent> played) {
     ZorKillMIDI();
-    // What comes in while a message is being sent directly is dropped: let the note offs come back
-    // first where they are recorded.
+    // The library drops messages received while one is sent immediately. Wait until the note offs
+    // have come back, in case they are recorded.
     Nap(20);
     std::set<std::int16_t> channels;
     for (const MIDIEvent& event : played) channels.insert(event.Channel);
@@ -107,10 +113,10 @@ void Library::Silence(std::span<const MIDIEvent> played) {
         SendNow(channel, 0xB0, 123, 0); // all notes off
         SendNow(channel, 0xE0, 0, 64);  // bend centre
     }
-    ZorMIDIPlay(); // a kill has ended the chain of expiries; what is queued from now on plays
+    ZorMIDIPlay(); // ZorKillMIDI stopped the timer chain; restart it for records queued later
 }
 
-std::string Library::TakeErrors() {
+std::string Library::ReadErrors() {
     std::string text;
     std::uint16_t code = 0;
     for (std::int16_t row = ZorErrorMIDI(&code); row >= 0; row = ZorErrorMIDI(&code)) {
@@ -121,18 +127,19 @@ std::string Library::TakeErrors() {
 }
 
 Session::Session(const GlobalOptions& global, const SessionPlan& plan)
-    : On(global, plan.Joined), Plan(plan),
-      Settings(SettingsFolder(global.IniFolder), Changes(plan)),
+    : Devices(global, plan.Policy), Plan(plan),
+      Settings(SettingsFolder(global.IniFolder), OverridesOf(plan)),
       Map(ReadPortMap(Settings.IniPath())) {}
 
-void Session::PlugIn() {
-    if (std::exchange(Plugged, true)) return;
-    if (Plan.Listens && Plan.Microphone.empty()) return ChooseMicrophone(Plan.Device);
-    Mic = PlugMicrophone(Plan.Microphone, Map);
+void Session::AttachMicrophone() {
+    if (std::exchange(Attached, true)) return;
+    if (Plan.MicrophoneOn && Plan.MicrophoneFile.empty())
+        return SelectMicrophone(Plan.MicrophoneNumber);
+    Mic = MakeVirtualMicrophone(Plan.MicrophoneFile, Map);
 }
 
 void Session::Start(const StartOptions& options) {
-    PlugIn();
+    AttachMicrophone();
     Lib.emplace().Start(options);
 }
 
@@ -142,11 +149,11 @@ void Session::RefuseLoop(const std::string& option) const {
     for (const Port& output : Map.Outputs) {
         for (const Port& input : Map.Inputs) {
             if (output.Device.empty() || output.Device != input.Device) continue;
-            if (!Machine::IsLoopback(output.Device)) continue;
+            if (!DeviceSelection::IsLoopback(output.Device)) continue;
             throw HostError(option + ": \"" + output.Device +
-                                "\" plays into an input that is listened to, so what is sent would "
-                                "come in again; take another loopback port, or listen to another "
-                                "one with --in",
+                                "\" is a loopback to an input in use, so everything sent would be "
+                                "received again; use another loopback port, or another input "
+                                "with --in",
                             ExitWrongUse);
         }
     }

@@ -1,5 +1,4 @@
-// The library as this host runs it: on a machine, by the settings, with ports and a microphone; up,
-// open, timed, and down again whatever happens.
+// One session of the library: its devices, settings, ports and microphone, from start to clean end.
 #pragma once
 
 #include "engine/zormidi.h"
@@ -19,79 +18,79 @@
 namespace zorhost {
 
 struct StartOptions {
-    Filter Keep;                       // what stays out of the input queue
+    Filter InputFilter;                // messages that do not reach the input queue
     int Sync = ZOR_SYNC_INTERNAL;      // or ZOR_SYNC_EXTERNAL
-    bool Thru = false;                 // send out again what comes in
-    std::vector<std::uint8_t> ThruMap; // 64 bytes, as ParseChannelMap gives them
+    bool Thru = false;                 // echo received messages to the outputs
+    std::vector<std::uint8_t> ThruMap; // 64 bytes, as returned by ParseChannelMap
 };
 
+// The initialised library with its queues. One at a time; all functions on one thread.
 class Library {
 public:
-    // Brings the library up and gives it its queues. Throws HostError.
+    // Initialises the library and allocates its queues. Throws HostError if that fails.
     Library();
-    // Silences what still sounds, closes everything.
+    // Silences sounding notes and closes everything.
     ~Library();
     Library(const Library&) = delete;
     Library& operator=(const Library&) = delete;
 
-    // Opens the ports and starts the time base at 0. Throws HostError if a port does not open; the
-    // library's own message has been shown by then.
+    // Opens the ports and starts the time base at 0. Throws HostError if a port cannot be opened;
+    // the library has shown its own message before that.
     void Start(const StartOptions& options);
 
-    // Appends what has come in since the last call, at most the 16,383 records that the queue
-    // holds. A note of a clipped microphone has a velocity of 128 in the library, which no file
-    // and no device may get: here it is 127.
-    static void TakeReceived(std::vector<MIDIEvent>& records);
+    // Appends the records received since the last call, at most the 32,766 of a full queue. The
+    // velocity 128 of a clipped microphone becomes 127, since files and devices allow no more.
+    static void ReadReceived(std::vector<MIDIEvent>& records);
 
-    // Waits until something has come in, for so many milliseconds at the most. Where the machine
-    // does not tell, it returns after 4.
+    // Waits until a record has been received, at most the given time. Returns after at most 4 ms
+    // where timer callbacks cannot be observed (on Windows).
     static void AwaitReceived(int milliseconds);
 
-    // Throws away what is queued and ends every note that sounds; pedals and bends too on the
-    // channels that the given records play on. What is queued after that plays.
+    // Discards queued records and ends all sounding notes. On the channels of the given records it
+    // also releases the sustain pedal and centres the pitch bend. Records queued afterwards play.
     static void Silence(std::span<const MIDIEvent> played);
 
-    // Errors of the drivers since the last call, as text; empty if there were none.
-    static std::string TakeErrors();
+    // Returns the drivers' errors since the last call as text, empty if there were none.
+    static std::string ReadErrors();
 
 private:
     bool Thru = false;
 };
 
 struct SessionPlan {
-    std::vector<std::string> Inputs;  // in place of those of the settings; as the user names them
+    std::vector<std::string> Inputs;  // replace the inputs of the settings; as named by the user
     std::vector<std::string> Outputs; // likewise
-    std::string Microphone;           // the sound file that it hears; empty: as the settings say
-    Cables Joined = Cables::Shared;
-    bool Listens = false; // the microphone is on anyway, with its notes on channel 1
-    int Device = 1;       // then: which of this computer's, if there is no sound file
+    std::string MicrophoneFile;       // sound file to capture; empty for the settings' microphone
+    DevicePolicy Policy = DevicePolicy::HardwareOrLoopback;
+    bool MicrophoneOn = false; // whatever the settings say, with its notes on channel 1
+    int MicrophoneNumber = 1;  // which of the computer's, from 1, if MicrophoneOn without a file
 };
 
 class Session {
 public:
-    // Throws HostError.
+    // Selects devices and reads the settings. Throws HostError if a port is not available.
     Session(const GlobalOptions& global, const SessionPlan& plan);
 
-    // Plugs the microphone in, which Start does otherwise. Throws HostError.
-    void PlugIn();
+    // Attaches the microphone, which Start does otherwise. Throws HostError.
+    void AttachMicrophone();
     // Opens the ports and starts the time base at 0. Throws HostError.
     void Start(const StartOptions& options);
-    // Silences, and closes all.
+    // Silences sounding notes and closes the library.
     void Stop();
 
     const PortMap& Ports() const { return Map; }
-    // Once plugged in; null without one that is not this computer's.
-    const Microphone* Ear() const { return Mic.get(); }
-    // Throws HostError if an output in use plays into an input in use on this machine: what is sent
-    // there would come in again. option: that which sends.
+    // Null if no microphone is used or it is one of the computer's. Valid after AttachMicrophone.
+    const Microphone* VirtualMicrophone() const { return Mic.get(); }
+    // Throws HostError if an output is a loopback to an input of this session, since everything
+    // sent would be received again. option: the sending option, for the message.
     void RefuseLoop(const std::string& option) const;
 
 private:
-    const Machine On;
+    const DeviceSelection Devices;
     const SessionPlan Plan;
-    RunSettings Settings;
+    SessionSettings Settings;
     PortMap Map;
-    bool Plugged = false;
+    bool Attached = false;
     std::unique_ptr<Microphone> Mic;
     std::optional<Library> Lib;
 };

@@ -21,14 +21,14 @@ namespace {
 
 using Devices = std::vector<MidiDevice>;
 
-// A setting: how it reads, and what a new value does.
+// One setting with its accessors. Set throws HostError if the value is invalid.
 struct Key {
     std::string Name;
     std::function<std::string()> Get;
     std::function<void(const std::string& value)> Set;
 };
 
-// In the order of the dialog's lists.
+// Sorts as the dialog's lists do: by name, ignoring case.
 Devices Sorted(Devices devices) {
     std::ranges::stable_sort(devices, [](const MidiDevice& one, const MidiDevice& other) {
         return strcasecmp(one.Name, other.Name) < 0;
@@ -36,25 +36,27 @@ Devices Sorted(Devices devices) {
     return devices;
 }
 
-void Choose(PortSetting& row, const MidiDevice& device) {
+// Stores ID and name of the device in the row.
+void SetDevice(PortSetting& row, const MidiDevice& device) {
     row.Device = device.ID;
     std::memcpy(row.Name, device.Name, sizeof row.Name);
 }
 
-// Shows a row as its list does: with the device of the stored name, else with the first one whose
-// name begins so, else with none.
-void Show(PortSetting& row, const Devices& devices) {
+// Selects what the row's list box would show: the device of the stored name, else the first one
+// whose name begins with it, else "(none)".
+void MatchStoredName(PortSetting& row, const Devices& devices) {
     if (const MidiDevice* const exact = row.Name[0] ? FindByName(devices, row.Name) : nullptr)
-        return Choose(row, *exact);
+        return SetDevice(row, *exact);
     const std::size_t length = std::strlen(row.Name);
     const auto begins = [&](const MidiDevice& device) {
         return strncasecmp(device.Name, row.Name, length) == 0;
     };
     const auto found = std::ranges::find_if(devices, begins);
     const auto none = std::ranges::find(devices, NoDevice, &MidiDevice::ID);
-    Choose(row, length > 0 && found != devices.end() ? *found : *none);
+    SetDevice(row, length > 0 && found != devices.end() ? *found : *none);
 }
 
+// key: for the message. Throws HostError if the text is not a number in the range.
 int Number(const std::string& key, const std::string& text, int first, int last) {
     int number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
@@ -65,7 +67,7 @@ int Number(const std::string& key, const std::string& text, int first, int last)
                     ExitWrongUse);
 }
 
-// value: of any integer type of the settings.
+// Value: any integer type of the settings.
 template <typename Value>
 Key NumberKey(const std::string& name, Value& value, int first, int last) {
     return {name, [&value] { return std::to_string(value); },
@@ -74,19 +76,21 @@ Key NumberKey(const std::string& name, Value& value, int first, int last) {
             }};
 }
 
+// The devices must outlive the key.
 Key DeviceKey(const std::string& name, PortSetting& row, const Devices& devices) {
     return {name, [&row] { return std::string(row.Name); },
             [name, &row, &devices](const std::string& wanted) {
                 const auto found = std::ranges::find_if(
                     devices, [&](const MidiDevice& device) { return device.Name == wanted; });
-                if (found != devices.end()) return Choose(row, *found);
-                std::string text = name + " cannot be '" + wanted + "'. There is:";
+                if (found != devices.end()) return SetDevice(row, *found);
+                std::string text = name + ": device '" + wanted + "' not found; available:";
                 for (const MidiDevice& device : devices) text += std::string("\n  ") + device.Name;
                 throw HostError(text);
             }};
 }
 
-const char* Twice(const PortSetting (&rows)[PortRows]) {
+// Returns the name of the first device that is on two rows, or null.
+const char* FirstDuplicate(const PortSetting (&rows)[PortRows]) {
     for (const PortSetting& row : rows) {
         const auto same = std::ranges::count(rows, row.Device, &PortSetting::Device);
         if (row.Device != NoDevice && same > 1) return row.Name;
@@ -94,11 +98,13 @@ const char* Twice(const PortSetting (&rows)[PortRows]) {
     return nullptr;
 }
 
-// The settings of one dialog, as it opens.
+// The settings of one dialog, read when it is constructed and written by Store.
 class Draft {
 public:
     virtual ~Draft() = default;
+    // Prints the devices that the settings can name, as comment lines.
     virtual void PrintChoices() const {}
+    // Writes the ini file. Throws HostError.
     virtual void Store() = 0;
     std::vector<Key> Keys;
 
@@ -129,18 +135,19 @@ public:
         const Stored stored = StoreMMESettings(Settings);
         CheckWritten(stored != Stored::Unwritten);
         if (stored == Stored::All) return;
-        const char* twice = Twice(Settings.Inputs);
-        if (!twice) twice = Twice(Settings.Outputs);
-        throw HostError(std::string("\"") + twice +
+        const char* duplicate = FirstDuplicate(Settings.Inputs);
+        if (!duplicate) duplicate = FirstDuplicate(Settings.Outputs);
+        throw HostError(std::string("\"") + duplicate +
                         "\" is on two ports; a device can be opened only once. The ports before "
                         "are stored.");
     }
 
 private:
+    // Adds name and base channel of each row. side: "In" or "Out", the prefix of the keys.
     void AddSide(const char* side, PortSetting (&rows)[PortRows], const Devices& devices) {
         for (int row = 0; row < PortRows; ++row) {
             const std::string kind = side, number = std::to_string(row + 1);
-            Show(rows[row], devices);
+            MatchStoredName(rows[row], devices);
             Keys.push_back(DeviceKey(kind + "Name" + number, rows[row], devices));
             Keys.push_back(NumberKey(kind + "Base" + number, rows[row].Base, 1, HighestBase));
         }
@@ -166,7 +173,7 @@ public:
 
 private:
     std::uint8_t Enabled = 0;
-    std::int16_t Channel = 0; // any that the file can hold
+    std::int16_t Channel = 0; // from 0; any value that the file can hold
 };
 
 std::unique_ptr<Draft> Open(SetupDialog dialog) {
@@ -183,7 +190,7 @@ void Change(const Draft& draft, const std::string& text) {
     if (key != draft.Keys.end()) return key->Set(text.substr(equals + 1));
     std::string known;
     for (const Key& other : draft.Keys) known += " " + other.Name;
-    throw HostError("there is no setting '" + name + "' here. There is:" + known, ExitWrongUse);
+    throw HostError("unknown setting '" + name + "'; known:" + known, ExitWrongUse);
 }
 
 } // namespace

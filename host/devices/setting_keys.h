@@ -1,4 +1,4 @@
-// The settings of ZORMIDI.INI as KEY=VALUE text, read and stored by the library's own rules.
+// The settings of ZORMIDI.INI as KEY=VALUE text, read and stored by the library's own code.
 #pragma once
 
 #include <string>
@@ -8,17 +8,16 @@ namespace zorhost {
 
 enum class SetupDialog { Midi, Microphone };
 
-// Has the library's rules, as this program has them, work on an ini file. A missing one reads as an
-// empty one. Throws HostError if the path is too long for them.
+// Sets the ini file for this program's copy of the library's settings code. A missing file reads as
+// an empty one. Throws HostError if the path is too long.
 void UseIni(const std::string& path);
 
-// Prints what the dialog would show, and what can be chosen.
+// Prints the settings as the dialog shows them, and the available choices as # lines.
 void PrintSettings(SetupDialog dialog);
 
-// Changes settings of the form KEY=VALUE as a user would, and stores what the dialog's OK would.
-// Throws HostError if there is no such setting, or it does not take the value; nothing is stored
-// then. Also if a device stands twice, when the ports before are stored, and if the file cannot be
-// written.
+// Applies changes of the form KEY=VALUE and stores what the dialog's OK button stores. Throws
+// HostError for an unknown setting or an invalid value, and stores nothing then. Also throws if a
+// device is on two ports, after storing the ports before, and if the file cannot be written.
 void ChangeSettings(SetupDialog dialog, const std::vector<std::string>& changes);
 
 } // namespace zorhost

@@ -20,6 +20,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// Without choices such as "(none)" and the default output, whose IDs are negative.
 std::vector<std::string> Names(const std::vector<MidiDevice>& choices) {
     std::vector<std::string> names;
     for (const MidiDevice& device : choices)
@@ -27,7 +28,8 @@ std::vector<std::string> Names(const std::vector<MidiDevice>& choices) {
     return names;
 }
 
-// Adds the row if it names a device or opens one.
+// Adds the row as a port if it names a device or opens one. mapped: the device of the default
+// output.
 template <typename Row>
 void Add(std::vector<Port>& ports, const Row& row, int number, const std::string& mapped,
          bool everyNoteOff = true) {
@@ -39,7 +41,7 @@ void Add(std::vector<Port>& ports, const Row& row, int number, const std::string
 
 const Port* PortOf(const std::vector<Port>& ports, int channel) {
     for (const Port& port : ports) {
-        const int offset = channel + 1 - port.Channel;
+        const int offset = channel + 1 - port.FirstChannel;
         if (!port.Device.empty() && offset >= 0 && offset < 16) return &port;
     }
     return nullptr;
@@ -53,14 +55,15 @@ std::string Lower(std::string text) {
     return text;
 }
 
+// Returns the names as indented lines, for messages.
 std::string Listed(const std::vector<std::string>& names) {
     std::string text;
     for (const std::string& name : names) text += "\n  " + name;
     return text;
 }
 
-// By its name, its number in the list, its name in other letters' cases, or a part that only one
-// name has.
+// Returns the present device that the user means: by exact name, by number in the list, by name
+// ignoring case, or by a unique part of the name. Throws HostError if there is none, or several.
 std::string Resolve(const std::string& wanted, const std::vector<std::string>& present,
                     const std::string& kind) {
     if (std::ranges::find(present, wanted) != present.end()) return wanted;
@@ -68,22 +71,23 @@ std::string Resolve(const std::string& wanted, const std::vector<std::string>& p
     const auto [end, error] = std::from_chars(wanted.data(), wanted.data() + wanted.size(), number);
     const bool isNumber = error == std::errc() && end == wanted.data() + wanted.size();
     if (isNumber && number >= 1 && number <= present.size()) return present[number - 1];
-    std::vector<std::string> fitting, alike;
-    std::ranges::copy_if(present, std::back_inserter(fitting), [&](const std::string& name) {
+    std::vector<std::string> matching, sameLength;
+    std::ranges::copy_if(present, std::back_inserter(matching), [&](const std::string& name) {
         return !isNumber && !wanted.empty() && Lower(name).find(Lower(wanted)) != std::string::npos;
     });
-    std::ranges::copy_if(fitting, std::back_inserter(alike),
+    std::ranges::copy_if(matching, std::back_inserter(sameLength),
                          [&](const std::string& name) { return name.size() == wanted.size(); });
-    if (alike.size() == 1) return alike.front();
-    if (fitting.size() == 1) return fitting.front();
-    if (!fitting.empty()) {
-        throw HostError("more than one " + kind + " device fits \"" + wanted +
-                        "\":" + Listed(fitting) + "\nSay more of its name, or its number.");
+    if (sameLength.size() == 1) return sameLength.front();
+    if (matching.size() == 1) return matching.front();
+    if (!matching.empty()) {
+        throw HostError("more than one " + kind + " device matches \"" + wanted +
+                        "\":" + Listed(matching) + "\nGive more of its name, or its number.");
     }
-    throw HostError("there is no " + kind + " device \"" + wanted + "\"" +
-                    (present.empty() ? "; none is there" : "; there are:" + Listed(present)));
+    throw HostError(kind + " device \"" + wanted + "\" not found" +
+                    (present.empty() ? ": there is none" : "; available:" + Listed(present)));
 }
 
+// Throws HostError if a device is given twice, or there are more devices than ports.
 std::vector<std::string> ResolveAll(const std::vector<std::string>& wanted,
                                     const std::vector<std::string>& present,
                                     const std::string& kind) {
@@ -91,13 +95,14 @@ std::vector<std::string> ResolveAll(const std::vector<std::string>& wanted,
     for (const std::string& text : wanted) {
         const std::string name = Resolve(text, present, kind);
         if (std::ranges::find(names, name) != names.end()) {
-            throw HostError("\"" + name + "\" is named twice; a device can be opened only once",
+            throw HostError("\"" + name + "\" is given twice; a device can be opened only once",
                             ExitWrongUse);
         }
         names.push_back(name);
     }
     if (names.size() > Rows) {
-        throw HostError("at most 8 " + kind + " devices can be used at once", ExitWrongUse);
+        throw HostError("at most 8 " + kind + " devices can be used at the same time",
+                        ExitWrongUse);
     }
     return names;
 }
@@ -109,7 +114,8 @@ void Write(const std::string& ini, const char* section, const std::string& key,
     }
 }
 
-// A row without a device still needs a name, since a missing one means the automatic choice.
+// Rows without a device are written as "(none)", since the library chooses a device for a missing
+// name. spacing: channels from one port's first channel to the next one's.
 void WritePorts(const std::string& ini, const std::string& kind,
                 const std::vector<std::string>& names, int spacing) {
     for (std::size_t row = 0; !names.empty() && row < Rows; ++row) {
@@ -120,20 +126,19 @@ void WritePorts(const std::string& ini, const std::string& kind,
     }
 }
 
-// The settings of a zorhost that had a folder of its own; nothing is done twice, and nothing taken
-// away.
-void TakeOver(const fs::path& old, const fs::path& present) {
+// Copies the settings of earlier versions, which had their own folder, unless present exists.
+void MigrateSettings(const fs::path& old, const fs::path& present) {
     std::error_code failed;
     if (!fs::exists(old, failed) || fs::exists(present, failed)) return;
     fs::create_directories(present.parent_path(), failed);
     fs::copy_file(old, present, failed);
     if (failed) {
-        throw HostError("\"" + old.string() + "\" cannot be copied to \"" + present.string() +
+        throw HostError("cannot copy \"" + old.string() + "\" to \"" + present.string() +
                         "\": " + failed.message());
     }
 }
 
-// Of this user's only, under a name that nobody has.
+// Makes a folder with a new name that only this user can access. Throws HostError.
 std::string MakeTemporaryFolder() {
     std::error_code failed;
     const fs::path place = fs::temp_directory_path(failed);
@@ -144,7 +149,7 @@ std::string MakeTemporaryFolder() {
         fs::permissions(folder, fs::perms::owner_all);
         return folder.string();
     }
-    throw HostError("no temporary folder can be made: " + failed.message());
+    throw HostError("cannot make a temporary folder: " + failed.message());
 }
 
 } // namespace
@@ -156,8 +161,8 @@ std::string DefaultOutputDevice() {
     const std::vector<std::string> outputs = OutputDevices();
     MIDIOUTCAPSA caps{};
     if (!outputs.empty()) return outputs.front();
-    const bool standsIn = midiOutGetDevCapsA(MIDI_MAPPER, &caps, sizeof caps) == MMSYSERR_NOERROR;
-    return standsIn ? "silence" : "";
+    const bool discards = midiOutGetDevCapsA(MIDI_MAPPER, &caps, sizeof caps) == MMSYSERR_NOERROR;
+    return discards ? "silence" : "";
 }
 
 const Port* PortMap::InputOf(int channel) const { return PortOf(Inputs, channel); }
@@ -174,7 +179,7 @@ PortMap ReadPortMap(const std::string& ini) {
         Add(map.Outputs, OutPorts[row], row + 1, standard, OutPorts[row].OutMatch != 0);
     }
     map.SyncInput = SyncMaster + 1;
-    map.Microphone = EnablePitchRec != 0;
+    map.MicrophoneOn = EnablePitchRec != 0;
     map.MicrophoneChannel = static_cast<std::int16_t>(PRecChannel.load()) + 1;
     return map;
 }
@@ -182,38 +187,40 @@ PortMap ReadPortMap(const std::string& ini) {
 std::string SettingsFolder(const std::string& iniOption) {
     if (!iniOption.empty()) {
         if (!fs::is_directory(iniOption)) {
-            throw HostError("--ini: there is no folder \"" + iniOption + "\"", ExitWrongUse);
+            throw HostError("--ini: folder \"" + iniOption + "\" not found", ExitWrongUse);
         }
         return fs::absolute(iniOption).string();
     }
     const fs::path folder = fs::path(machine::ModulePath()).parent_path();
-    TakeOver(folder.parent_path() / "zorhost" / IniName, folder / IniName);
+    MigrateSettings(folder.parent_path() / "zorhost" / IniName, folder / IniName);
     return folder.string();
 }
 
-RunSettings::RunSettings(const std::string& folder, const RunChanges& changes) {
-    const std::vector<std::string> inputs = ResolveAll(changes.Inputs, InputDevices(), "input");
-    const std::vector<std::string> outputs = ResolveAll(changes.Outputs, OutputDevices(), "output");
+SessionSettings::SessionSettings(const std::string& folder, const SettingOverrides& overrides) {
+    const std::vector<std::string> inputs = ResolveAll(overrides.Inputs, InputDevices(), "input");
+    const std::vector<std::string> outputs =
+        ResolveAll(overrides.Outputs, OutputDevices(), "output");
     Path = (fs::path(folder) / IniName).string();
-    if (!changes.None()) {
-        Copy = MakeTemporaryFolder();
+    if (!overrides.Empty()) {
+        CopyFolder = MakeTemporaryFolder();
         const std::string original = Path;
-        Path = (fs::path(Copy) / IniName).string();
+        Path = (fs::path(CopyFolder) / IniName).string();
         if (fs::exists(original)) fs::copy_file(original, Path);
         WritePorts(Path, "In", inputs, 16);
         WritePorts(Path, "Out", outputs, 0);
+        // Row 0 is the first input, which drives external sync in this session.
         if (!inputs.empty()) Write(Path, "MMEDRVR", "SyncMaster", "0");
-        if (changes.Microphone) Write(Path, "PRECDRVR", "EnablePitchRec", "1");
-        if (changes.MicrophoneChannel > 0) {
-            Write(Path, "PRECDRVR", "Channel", std::to_string(changes.MicrophoneChannel - 1));
+        if (overrides.MicrophoneOn) Write(Path, "PRECDRVR", "EnablePitchRec", "1");
+        if (overrides.MicrophoneChannel > 0) {
+            Write(Path, "PRECDRVR", "Channel", std::to_string(overrides.MicrophoneChannel - 1));
         }
     }
     machine::SetModulePath((fs::path(Path).parent_path() / "libzormidi.so").string());
 }
 
-RunSettings::~RunSettings() {
+SessionSettings::~SessionSettings() {
     std::error_code ignored;
-    if (!Copy.empty()) fs::remove_all(Copy, ignored);
+    if (!CopyFolder.empty()) fs::remove_all(CopyFolder, ignored);
 }
 
 } // namespace zorhost

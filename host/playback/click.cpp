@@ -9,40 +9,42 @@ namespace zorhost {
 
 namespace {
 
-constexpr double Begin = 100; // milliseconds from the start of the timer to the first beat
-constexpr double Length = 40; // of a click
-constexpr std::int16_t Drums = 9;
-constexpr std::uint8_t HighBlock = 76, LowBlock = 77; // as General MIDI has them
+constexpr double FirstBeat = 100;                     // milliseconds of the time base
+constexpr double ClickLength = 40;                    // milliseconds
+constexpr std::int16_t DrumChannel = 9;               // from 0
+constexpr std::uint8_t HighBlock = 76, LowBlock = 77; // drum keys of General MIDI
 
+// Parses an argument of --click. what: for the error message.
 double Number(const std::string& text, double least, double most, const char* what) {
     double number = 0;
     const char* const end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, number);
     if (error == std::errc() && stop == end && number >= least && number <= most) return number;
-    throw HostError("--click: \"" + text + "\" is no number of " + what, ExitWrongUse);
+    throw HostError("--click: \"" + text + "\" is not a number of " + what, ExitWrongUse);
 }
 
 } // namespace
 
-Click::Click(const std::vector<std::string>& words)
-    : Rate(Number(words.front(), 10, 500, "beats a minute, 10 to 500")) {
-    if (words.size() > 1) InBar = static_cast<int>(Number(words[1], 1, 32, "beats a bar, 1 to 32"));
+Click::Click(const std::vector<std::string>& arguments)
+    : Rate(Number(arguments.front(), 10, 500, "beats per minute, 10 to 500")) {
+    if (arguments.size() > 1)
+        BarBeats = static_cast<int>(Number(arguments[1], 1, 32, "beats per bar, 1 to 32"));
 }
 
 double Click::TimeOf(std::int64_t beat) const {
-    return Begin + static_cast<double>(beat) * 60000 / Rate;
+    return FirstBeat + static_cast<double>(beat) * 60000 / Rate;
 }
 
-std::int64_t Click::Lead() const { return std::lround(TimeOf(InBar)); }
+std::int64_t Click::CountInEnd() const { return std::lround(TimeOf(BarBeats)); }
 
-MIDIEvent Click::Next() const {
-    const std::int64_t beat = Sent / 2;
-    const bool off = Sent % 2 != 0;
-    const bool first = beat % InBar == 0;
+MIDIEvent Click::NextRecord() const {
+    const std::int64_t beat = SentRecords / 2;
+    const bool off = SentRecords % 2 != 0;
+    const bool first = beat % BarBeats == 0;
     const auto velocity = static_cast<std::uint8_t>(off ? 0 : first ? 110 : 80);
-    return {static_cast<std::int32_t>(std::lround(TimeOf(beat) + (off ? Length : 0))),
+    return {static_cast<std::int32_t>(std::lround(TimeOf(beat) + (off ? ClickLength : 0))),
             0,
-            Drums,
+            DrumChannel,
             2,
             0x90,
             first ? HighBlock : LowBlock,
@@ -50,8 +52,8 @@ MIDIEvent Click::Next() const {
 }
 
 void Click::Feed(std::int64_t until) {
-    for (;; ++Sent) {
-        const MIDIEvent event = Next();
+    for (;; ++SentRecords) {
+        const MIDIEvent event = NextRecord();
         if (event.Time > until || !ZorXmit(ZOR_QUEUE_OUTPUT, &event)) return;
     }
 }

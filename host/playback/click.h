@@ -9,25 +9,27 @@
 
 namespace zorhost {
 
+// Sends the drum sounds of the metronome on channel 10. The first bar is a count-in.
 class Click {
 public:
-    // words: beats a minute, and beats a bar, 4 if not given. Throws HostError.
-    explicit Click(const std::vector<std::string>& words);
+    // arguments: beats per minute, 10 to 500, then beats per bar, 1 to 32, by default 4. Throws
+    // HostError.
+    explicit Click(const std::vector<std::string>& arguments);
 
-    // Milliseconds of the time base at which the bar after the count-in begins.
-    std::int64_t Lead() const;
-    // Queues the beats up to that time.
+    // The end of the count-in, in milliseconds of the time base.
+    std::int64_t CountInEnd() const;
+    // Queues the beats up to that time, in milliseconds of the time base.
     void Feed(std::int64_t until);
     double BeatsPerMinute() const { return Rate; }
-    int Beats() const { return InBar; }
+    int BeatsPerBar() const { return BarBeats; }
 
 private:
     double TimeOf(std::int64_t beat) const;
-    MIDIEvent Next() const;
+    MIDIEvent NextRecord() const;
 
-    double Rate = 0;
-    int InBar = 4;
-    std::int64_t Sent = 0; // note ons and note offs
+    double Rate = 0; // beats per minute
+    int BarBeats = 4;
+    std::int64_t SentRecords = 0; // note ons and note offs, alternately
 };
 
 } // namespace zorhost

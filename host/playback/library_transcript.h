@@ -1,4 +1,4 @@
-// What the library's own microphone gives for a sound file.
+// The notes that the library's own recogniser finds in a sound file.
 #pragma once
 
 #include "engine/zormidi.h"
@@ -8,9 +8,9 @@
 
 namespace zorhost {
 
-// Runs the sound through the library on a machine with a stepped clock, as fast as it goes;
-// iniFolder as for GlobalOptions. Record times count from the beginning of the sound. Throws
-// HostError.
-std::vector<MIDIEvent> HearAsLibrary(const std::string& path, const std::string& iniFolder);
+// Feeds the sound to the library's microphone on a virtual machine with a stepped clock, faster
+// than real time. iniFolder: as in GlobalOptions. Times of the records are milliseconds from the
+// beginning of the sound. Throws HostError.
+std::vector<MIDIEvent> TranscribeWithLibrary(const std::string& path, const std::string& iniFolder);
 
 } // namespace zorhost

@@ -1,40 +1,41 @@
 #include "host/playback/performance.h"
 
+#include "host/devices/session.h"
 #include "host/terminal/host_error.h"
 #include "host/terminal/interrupt.h"
 #include "host/terminal/names.h"
-#include "host/devices/session.h"
 
 #include <cstdio>
 #include <optional>
 
 namespace zorhost {
 
+// Collects the records that came in and makes their times relative to the start of the music.
 void Performance::Receive() {
     const std::size_t before = Incoming.size();
-    Library::TakeReceived(Incoming);
+    Library::ReadReceived(Incoming);
     for (std::size_t i = before; i < Incoming.size(); ++i) {
         Incoming[i].Time -= static_cast<std::int32_t>(PlayLead);
-        if (Plan.Record) Plan.Record->Add(Incoming[i]);
+        if (Plan.Take) Plan.Take->Add(Incoming[i]);
     }
-    if (!Plan.Record && !Plan.Report && !Plan.SoundFile) Incoming.clear(); // nobody asks for it
-    if (Plan.Record) Plan.Record->Save(static_cast<std::int32_t>(ZorTimeMIDI(0) - PlayLead));
+    if (!Plan.Take && !Plan.Report && !Plan.HasSoundFile) Incoming.clear(); // not needed
+    if (Plan.Take) Plan.Take->Save(static_cast<std::int32_t>(ZorTimeMIDI(0) - PlayLead));
 }
 
 void Performance::ShowProgress(Progress& progress) const {
-    const std::int64_t tick = Music.Place();
-    const midifile::BarBeat place = File.Map.BarBeatAt(tick);
+    const std::int64_t tick = Music.Position();
+    const midifile::BarBeat place = Song.Map.BarBeatAt(tick);
     const QueueFill fill = OutputFill();
     const std::int64_t now = Music.TimeOf(tick);
     char line[128];
     std::snprintf(line, sizeof line, "%sbar %4lld beat %2d  %s of %s  %s  queue %d/%d",
                   Music.Paused() ? "paused  " : "", static_cast<long long>(place.Bar), place.Beat,
                   ClockText(now).c_str(), ClockText(Music.Length()).c_str(),
-                  Bar(now, Music.Length(), 20).c_str(), fill.Count, fill.Room);
+                  Bar(now, Music.Length(), 20).c_str(), fill.Count, fill.Capacity);
     progress.Show(line);
 }
 
-void Performance::Obey(Key key) {
+void Performance::HandleKey(Key key) {
     switch (key) {
     case Key::Space:
         return Music.Paused() ? Music.Resume() : Music.Pause();
@@ -43,7 +44,7 @@ void Performance::Obey(Key key) {
     case Key::Right:
         return Music.JumpBars(1);
     case Key::Home:
-        return Music.JumpTo(Plan.Way.From);
+        return Music.JumpTo(Plan.Range.Begin);
     case Key::Quit:
         Stopped = true;
         break;
@@ -52,20 +53,21 @@ void Performance::Obey(Key key) {
     }
 }
 
-// What was sent last is still on its way back when the queue has run empty. While less came than
-// went out, a busy machine may only be slow.
-void Performance::AwaitRest() {
+// Waits for the last messages to come back after the queue has run empty: 2 s without a message, or
+// 0.2 s once as many have come back as were sent.
+void Performance::AwaitReturns() {
     const std::size_t sent = Music.Pass().size();
     for (int quiet = 0; quiet < (Incoming.size() < sent ? 100 : 10) && !Interrupted(); ++quiet) {
         const std::size_t before = Incoming.size();
         Nap(20);
         Receive();
         if (Incoming.size() != before) quiet = 0;
-        if (Incoming.size() >= 2 * sent) break; // someone else plays on
+        if (Incoming.size() >= 2 * sent) break; // another sender is still playing
     }
 }
 
-// The sound file may be longer than the piece; its last note ends in the silence behind it.
+// Waits for the end of the sound file, which may be longer than the song, and for the silence that
+// ends its last note.
 void Performance::AwaitMicrophone(const Microphone& mic) {
     Progress progress;
     for (int left = MicrophoneTail; left > 0 && !Interrupted(); Nap(20)) {
@@ -76,51 +78,55 @@ void Performance::AwaitMicrophone(const Microphone& mic) {
     MicStart = mic.StartTime() - PlayLead;
 }
 
-void Performance::SilenceRest(const Microphone* mic) {
+// Called when all is sent or the user has stopped: waits for what is still to come, then releases
+// notes and pedals that the song leaves down.
+void Performance::EndNotes(const Microphone* mic) {
     if (Stopped) {
         Music.Silence();
         Nap(50);
         return Receive();
     }
-    if (mic && Plan.SoundFile) AwaitMicrophone(*mic);
-    if (Plan.Record || Plan.Report) AwaitRest();
+    if (mic && Plan.HasSoundFile) AwaitMicrophone(*mic);
+    if (Plan.Take || Plan.Report) AwaitReturns();
     if (LeavesSounding(Music.Pass())) Music.Silence();
 }
 
 void Performance::Run(const Microphone* mic) {
     std::optional<Keys> keys;
-    // Only what goes straight on can be compared with what comes back.
-    if (!Plan.Record && !Plan.Report && !Plan.SoundFile) keys.emplace();
+    // Jumps and pauses would make the result incomparable with what comes back.
+    if (!Plan.Take && !Plan.Report && !Plan.HasSoundFile) keys.emplace();
     if (keys && keys->Working())
         std::fprintf(stderr,
-                     "Space pauses, arrows go a bar back or on, Home to the start, q ends\n");
+                     "Space pauses, arrows move by a bar, Home goes to the start, q quits\n");
     Progress progress;
-    Music.Begin(PlayLead);
+    Music.Start(PlayLead);
     do {
         Music.Step();
         Receive();
         if (progress.Due()) ShowProgress(progress);
         Nap(4);
-        if (keys) Obey(keys->Next());
+        if (keys) HandleKey(keys->Next());
         Stopped = Stopped || Interrupted();
-    } while (!Stopped && !Music.Done());
+    } while (!Stopped && !Music.IsDone());
     ShowProgress(progress);
     progress.End();
-    SilenceRest(mic);
+    EndNotes(mic);
 }
 
-std::vector<MIDIEvent> Performance::FromPorts() const {
+// The records of the microphone are on a channel of their own.
+std::vector<MIDIEvent> Performance::PortRecords() const {
     std::vector<MIDIEvent> records = Incoming;
     std::erase_if(records, [&](const MIDIEvent& record) {
-        return record.Status >= 0xF0 || (Plan.SoundFile && record.Channel == MicrophoneChannel - 1);
+        return record.Status >= 0xF0 ||
+               (Plan.HasSoundFile && record.Channel == MicrophoneFileChannel - 1);
     });
     return records;
 }
 
-std::vector<Note> Performance::Heard() const {
+std::vector<Note> Performance::MicrophoneNotes() const {
     std::vector<MIDIEvent> records;
     for (MIDIEvent record : Incoming) {
-        if (record.Channel != MicrophoneChannel - 1 || record.Status >= 0xF0) continue;
+        if (record.Channel != MicrophoneFileChannel - 1 || record.Status >= 0xF0) continue;
         record.Time -= static_cast<std::int32_t>(MicStart);
         records.push_back(record);
     }
@@ -128,18 +134,17 @@ std::vector<Note> Performance::Heard() const {
 }
 
 void Performance::FinishRecording() const {
-    if (Plan.Record->Records().empty()) {
+    if (Plan.Take->Records().empty()) {
         throw HostError("nothing came back through the inputs, so nothing is recorded; an output "
                         "must lead to an input in use");
     }
     RecordingPlan recording;
-    recording.Map = File.Map;
-    recording.TempoPercent = Plan.Way.TempoPercent;
-    recording.StartMicroseconds = File.Map.MicrosecondsAt(Plan.Way.From);
-    Plan.Record->Finish(recording);
-    std::printf("Recorded %s in %s\n",
-                Counted(std::ssize(Plan.Record->Records()), "message").c_str(),
-                Plan.Record->Path().c_str());
+    recording.Map = Song.Map;
+    recording.TempoPercent = Plan.Range.TempoPercent;
+    recording.StartMicroseconds = Song.Map.MicrosecondsAt(Plan.Range.Begin);
+    Plan.Take->Finish(recording);
+    std::printf("Recorded %s in %s\n", Counted(std::ssize(Plan.Take->Records()), "message").c_str(),
+                Plan.Take->Path().c_str());
 }
 
 } // namespace zorhost

@@ -1,12 +1,13 @@
-// A piece as it is played to the user: with keys, beside a microphone, and with what comes back.
+// Plays a song to the user: handles keys and a microphone, and collects what comes back through the
+// inputs.
 #pragma once
 
-#include "host/sound/melody.h"
 #include "host/devices/microphone.h"
-#include "host/terminal/progress.h"
-#include "host/recording/take_writer.h"
-#include "host/terminal/terminal.h"
 #include "host/playback/transport.h"
+#include "host/recording/take_writer.h"
+#include "host/sound/melody.h"
+#include "host/terminal/progress.h"
+#include "host/terminal/terminal.h"
 
 #include <vector>
 
@@ -15,41 +16,44 @@ namespace zorhost {
 constexpr std::int64_t PlayLead = 100; // milliseconds from the start of the timer to the music
 
 struct PerformancePlan {
-    Route Way;
-    bool SoundFile = false; // the microphone hears one, on a channel of its own
-    bool Report = false;    // all that was sent is waited for
-    Take* Record = nullptr; // what comes back is taken into it
+    PlayRange Range;
+    bool HasSoundFile = false;  // the microphone plays a sound file, on MicrophoneChannel
+    bool Report = false;        // waits for all messages to come back
+    TakeWriter* Take = nullptr; // records what comes back; may be null
 };
 
 class Performance {
 public:
+    // The song must outlive the performance.
     Performance(const midifile::Song& song, const PerformancePlan& plan)
-        : File(song), Plan(plan), Music(song, plan.Way) {}
+        : Song(song), Plan(plan), Music(song, plan.Range) {}
 
-    // Until the end, Ctrl-C or the key that ends it. mic may be null.
+    // Plays until the end of the song, Ctrl-C or the quit key. mic may be null.
     void Run(const Microphone* mic);
-    bool Complete() const { return !Stopped; }
-    const Transport& Of() const { return Music; }
-    // As they came in from the ports, with times from the start of the music.
-    std::vector<MIDIEvent> FromPorts() const;
-    // The notes of the microphone's sound file, with times from its beginning.
-    std::vector<Note> Heard() const;
-    // Throws HostError if nothing came back.
+    // False if Run was stopped by the user.
+    bool IsComplete() const { return !Stopped; }
+    const Transport& Playback() const { return Music; }
+    // Channel messages of the input ports. Their times are milliseconds from the start of the
+    // music.
+    std::vector<MIDIEvent> PortRecords() const;
+    // Notes of the microphone's sound file, with times from its beginning.
+    std::vector<Note> MicrophoneNotes() const;
+    // Writes the take of the plan. Throws HostError if nothing came back.
     void FinishRecording() const;
 
 private:
     void Receive();
     void ShowProgress(Progress& progress) const;
-    void Obey(Key key);
-    void AwaitRest();
+    void HandleKey(Key key);
+    void AwaitReturns();
     void AwaitMicrophone(const Microphone& mic);
-    void SilenceRest(const Microphone* mic);
+    void EndNotes(const Microphone* mic);
 
-    const midifile::Song& File;
+    const midifile::Song& Song;
     const PerformancePlan Plan;
     Transport Music;
     std::vector<MIDIEvent> Incoming; // times from the start of the music
-    std::int64_t MicStart = 0;
+    std::int64_t MicStart = 0;       // of the sound file, milliseconds from the start of the music
     bool Stopped = false;
 };
 

@@ -12,9 +12,9 @@ namespace {
 
 using midifile::Event;
 
-constexpr int SustainPedal = 64; // a controller
+constexpr int SustainPedal = 64; // controller number
 
-MIDIEvent Record(const Event& event) {
+MIDIEvent ToRecord(const Event& event) {
     return {0,
             0,
             midi::ChannelOf(event.Status),
@@ -29,10 +29,12 @@ void Add(Passage& passage, const MIDIEvent& record, std::int64_t tick) {
     passage.Ticks.push_back(tick);
 }
 
+// Which of the events before a passage are sent at its beginning ("chased").
 enum class Chase { Never, Last, Always };
 
-// Bank selects act at the next program change, and parameter numbers at the next data entry: they
-// are sent whole and in order. Of all else that lasts, the last setting counts.
+// Bank selects take effect at the next program change, and parameter numbers at the next data
+// entry, so all of them are sent in order. Of every other lasting setting only the last one is
+// sent.
 Chase ChaseRule(const Event& event) {
     switch (midi::MessageType(event.Status)) {
     case midi::ProgramChange:
@@ -56,15 +58,15 @@ Chase ChaseRule(const Event& event) {
 using Events = std::span<const Event>;
 
 void AddChased(Passage& passage, Events before, std::int64_t tick) {
-    std::set<int> seen;
+    std::set<int> known; // status and controller number of settings
     std::vector<MIDIEvent> chased;
     for (auto event = before.rbegin(); event != before.rend(); ++event) {
         const Chase rule = ChaseRule(*event);
         const bool controller = midi::MessageType(event->Status) == midi::ControlChange;
         const int number = controller ? event->Data1 : 0;
         if (rule == Chase::Always ||
-            (rule == Chase::Last && seen.insert(event->Status << 8 | number).second)) {
-            chased.push_back(Record(*event));
+            (rule == Chase::Last && known.insert(event->Status << 8 | number).second)) {
+            chased.push_back(ToRecord(*event));
         }
     }
     for (auto record = chased.rbegin(); record != chased.rend(); ++record)
@@ -98,17 +100,17 @@ void AddNoteOffs(Passage& passage, std::int64_t tick) {
 
 } // namespace
 
-Passage PassageOf(const midifile::Song& song, std::int64_t from, std::int64_t to) {
+Passage MakePassage(const midifile::Song& song, std::int64_t begin, std::int64_t end) {
     const Events all = song.Events;
     const auto at = [&](std::int64_t tick) {
-        const auto place = std::ranges::lower_bound(all, tick, {}, &Event::Tick);
-        return static_cast<std::size_t>(place - all.begin());
+        const auto event = std::ranges::lower_bound(all, tick, {}, &Event::Tick);
+        return static_cast<std::size_t>(event - all.begin());
     };
     Passage passage;
-    AddChased(passage, all.first(at(from)), from);
-    for (const Event& event : all.subspan(at(from), at(to) - at(from)))
-        Add(passage, Record(event), event.Tick);
-    if (to != ToTheEnd) AddNoteOffs(passage, to);
+    AddChased(passage, all.first(at(begin)), begin);
+    for (const Event& event : all.subspan(at(begin), at(end) - at(begin)))
+        Add(passage, ToRecord(event), event.Tick);
+    if (end != EndOfSong) AddNoteOffs(passage, end);
     return passage;
 }
 

@@ -1,4 +1,4 @@
-// A piece on its way through the library's output queue.
+// Sends a song through the library's output queue.
 #pragma once
 
 #include "engine/zormidi.h"
@@ -11,45 +11,48 @@
 
 namespace zorhost {
 
-// Records and the tick of each, side by side, in the order in which they are played.
+// A part of a song in the order of playing. Records and Ticks have the same size.
 struct Passage {
-    std::vector<MIDIEvent> Records; // their times are for the player to say
+    std::vector<MIDIEvent> Records; // Time is 0 until it is scheduled
     std::vector<std::int64_t> Ticks;
 };
 
-constexpr std::int64_t ToTheEnd = std::numeric_limits<std::int64_t>::max();
+constexpr std::int64_t EndOfSong = std::numeric_limits<std::int64_t>::max();
 
-// What to play between two ticks: first the controllers, programs and bends that the piece has set
-// by then, so that it sounds as if played from its beginning; then the events; then, if it ends
-// before the piece does, note offs for what still sounds.
-Passage PassageOf(const midifile::Song& song, std::int64_t from, std::int64_t to = ToTheEnd);
+// The part of a song from tick begin up to, but not including, tick end. It starts with the
+// controllers, programs and bends that are set before begin, so that it sounds as if played from
+// the start of the song. If it ends before the song does, note offs for sounding notes are added.
+Passage MakePassage(const midifile::Song& song, std::int64_t begin, std::int64_t end = EndOfSong);
 
-// Whether a note sounds on or a pedal is held when all of these have been played.
+// Whether a note or a sustain pedal is still down after all of these.
 bool LeavesSounding(const std::vector<MIDIEvent>& records);
 
-// Keeps queue 1 fed. Records that find it full wait here; none is dropped.
+// Keeps queue 1 filled with the records of a passage. Records wait here while the queue is full;
+// none is dropped. Thread: the one that runs the library.
 class Player {
 public:
-    explicit Player(Passage passage) : Of(std::move(passage)) {}
+    // The records must be in ascending order of Time.
+    explicit Player(zorhost::Passage passage) : Passage(std::move(passage)) {}
 
-    // Hands over what there is room for. Call it more often than the queue runs empty.
+    // Queues records while there is space. Call it often enough that the queue never runs empty.
     void Feed() {
-        while (Next < Of.Records.size() && ZorXmit(ZOR_QUEUE_OUTPUT, &Of.Records[Next])) ++Next;
+        while (Next < Passage.Records.size() && ZorXmit(ZOR_QUEUE_OUTPUT, &Passage.Records[Next]))
+            ++Next;
     }
-    bool AllFed() const { return Next == Of.Records.size(); }
-    std::size_t Fed() const { return Next; }
-    const std::vector<MIDIEvent>& All() const { return Of.Records; }
-    const std::vector<std::int64_t>& Ticks() const { return Of.Ticks; }
+    bool AllQueued() const { return Next == Passage.Records.size(); }
+    std::size_t QueuedCount() const { return Next; }
+    const std::vector<MIDIEvent>& Records() const { return Passage.Records; }
+    const std::vector<std::int64_t>& Ticks() const { return Passage.Ticks; }
 
 private:
-    Passage Of; // by ascending Time
-    std::size_t Next = 0;
+    zorhost::Passage Passage;
+    std::size_t Next = 0; // index of the next record to queue
 };
 
-// How many records queue 1 holds, and how many it can hold.
+// The fill level of queue 1, in records.
 struct QueueFill {
     int Count;
-    int Room;
+    int Capacity;
 };
 QueueFill OutputFill();
 

@@ -11,7 +11,7 @@ namespace zorhost {
 
 namespace {
 
-// How far apart in the order two records may be and still count as the same one out of place.
+// Records skipped in the search for a match: more of them in a row count as lost or wrong.
 constexpr std::size_t Window = 256;
 
 bool IsNoteOff(const MIDIEvent& event) { return midi::EndsNote(event.Status, event.Data2); }
@@ -23,8 +23,8 @@ bool Same(const MIDIEvent& sent, const MIDIEvent& received) {
 }
 
 // The records that the output ports send, by the ports' own rule of counting notes.
-std::vector<MIDIEvent> ThroughPorts(const std::vector<MIDIEvent>& records, const PortMap& ports,
-                                    std::int64_t& heldBack) {
+std::vector<MIDIEvent> SentByPorts(const std::vector<MIDIEvent>& records, const PortMap& ports,
+                                   std::int64_t& suppressed) {
     std::vector<MIDIEvent> out;
     std::map<std::pair<int, int>, std::uint8_t> counts; // by channel and note
     for (const MIDIEvent& record : records) {
@@ -34,7 +34,7 @@ std::vector<MIDIEvent> ThroughPorts(const std::vector<MIDIEvent>& records, const
             const Port* port = ports.OutputOf(channel);
             std::uint8_t& count = counts[{channel, int{record.Data1}}];
             if (!midi::CountNote(count, noteOn, !port || port->EveryNoteOff)) {
-                ++heldBack;
+                ++suppressed;
                 continue;
             }
         }
@@ -43,18 +43,21 @@ std::vector<MIDIEvent> ThroughPorts(const std::vector<MIDIEvent>& records, const
     return out;
 }
 
+// percent: 0 to 100.
 int Percentile(const std::vector<int>& ascending, std::size_t percent) {
     return ascending[(ascending.size() - 1) * percent / 100];
 }
 
 } // namespace
 
+// Each received record matches the first equal one among the next expected records. Those skipped
+// by a match are lost.
 RoundTrip Compare(const std::vector<MIDIEvent>& sent, const std::vector<MIDIEvent>& received,
                   const PortMap& ports) {
     RoundTrip result;
-    const std::vector<MIDIEvent> expected = ThroughPorts(sent, ports, result.HeldBack);
-    result.Sent = static_cast<std::int64_t>(expected.size());
-    result.Received = static_cast<std::int64_t>(received.size());
+    const std::vector<MIDIEvent> expected = SentByPorts(sent, ports, result.SuppressedCount);
+    result.SentCount = static_cast<std::int64_t>(expected.size());
+    result.ReceivedCount = static_cast<std::int64_t>(received.size());
     std::size_t next = 0;
     std::int64_t matched = 0;
     for (const MIDIEvent& record : received) {
@@ -62,15 +65,15 @@ RoundTrip Compare(const std::vector<MIDIEvent>& sent, const std::vector<MIDIEven
         std::size_t found = next;
         while (found < end && !Same(expected[found], record)) ++found;
         if (found == end) {
-            ++result.Wrong;
+            ++result.WrongCount;
             continue;
         }
-        result.LateMilliseconds.push_back(record.Time - expected[found].Time);
+        result.Lateness.push_back(record.Time - expected[found].Time);
         ++matched;
         next = found + 1;
     }
-    result.Lost = result.Sent - matched;
-    std::sort(result.LateMilliseconds.begin(), result.LateMilliseconds.end());
+    result.LostCount = result.SentCount - matched;
+    std::sort(result.Lateness.begin(), result.Lateness.end());
     return result;
 }
 
@@ -82,15 +85,15 @@ std::string RoundTrip::Text() const {
                       static_cast<long long>(value), unit);
         text += buffer;
     };
-    line("records sent", Sent, "");
-    if (HeldBack > 0) line("held back by note counts", HeldBack, "");
-    line("records received", Received, "");
-    line("lost", Lost, "");
-    line("wrong", Wrong, "");
-    if (!LateMilliseconds.empty()) {
-        line("lateness, median", Percentile(LateMilliseconds, 50), " ms");
-        line("lateness, 99th percentile", Percentile(LateMilliseconds, 99), " ms");
-        line("lateness, worst", LateMilliseconds.back(), " ms");
+    line("records sent", SentCount, "");
+    if (SuppressedCount > 0) line("held back by note counts", SuppressedCount, "");
+    line("records received", ReceivedCount, "");
+    line("lost", LostCount, "");
+    line("wrong", WrongCount, "");
+    if (!Lateness.empty()) {
+        line("lateness, median", Percentile(Lateness, 50), " ms");
+        line("lateness, 99th percentile", Percentile(Lateness, 99), " ms");
+        line("lateness, worst", Lateness.back(), " ms");
     }
     return text;
 }

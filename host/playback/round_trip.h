@@ -1,4 +1,4 @@
-// What was sent against what came back: nothing lost, nothing wrong, and how late.
+// Compares the messages that were sent with those that came back.
 #pragma once
 
 #include "engine/zormidi.h"
@@ -11,19 +11,19 @@
 namespace zorhost {
 
 struct RoundTrip {
-    std::int64_t Sent = 0;     // records that the ports send on
-    std::int64_t HeldBack = 0; // notes that the ports' note counts hold back
-    std::int64_t Received = 0;
-    std::int64_t Lost = 0;
-    std::int64_t Wrong = 0;            // came in, but were not sent like that or not in that place
-    std::vector<int> LateMilliseconds; // of each that came back right, ascending
+    std::int64_t SentCount = 0;       // records that the output ports send
+    std::int64_t SuppressedCount = 0; // notes that the ports' note counts hold back
+    std::int64_t ReceivedCount = 0;
+    std::int64_t LostCount = 0;
+    std::int64_t WrongCount = 0; // came in, but were not sent, or out of order
+    std::vector<int> Lateness;   // of each record that came back right, milliseconds, ascending
 
-    bool Clean() const { return Lost == 0 && Wrong == 0; }
-    std::string Text() const;
+    bool IsClean() const { return LostCount == 0 && WrongCount == 0; }
+    std::string Text() const; // a table
 };
 
-// Both in the order of time. A note off may come back as a note on with velocity 0. ports: those
-// that the records were sent to, since they hold some notes back.
+// Both in order of time. A note off may come back as a note on with velocity 0. ports: those that
+// the records were sent to, since they hold some notes back.
 RoundTrip Compare(const std::vector<MIDIEvent>& sent, const std::vector<MIDIEvent>& received,
                   const PortMap& ports);
 

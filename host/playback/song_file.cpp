@@ -19,9 +19,10 @@ namespace {
     throw HostError("\"" + path + "\" " + why);
 }
 
+// Reads a file or a pipe to its end. Ctrl-C ends the wait for a pipe.
 midifile::Bytes ReadBytes(const std::string& path) {
     if (std::filesystem::is_directory(path)) Refuse(path, "is a folder");
-    const WaitEndsAtInterrupt wait;
+    const InterruptibleReads wait;
     const auto close = [](std::FILE* file) { std::fclose(file); };
     const std::unique_ptr<std::FILE, decltype(close)> file(std::fopen(path.c_str(), "rb"), close);
     midifile::Bytes bytes;
@@ -39,9 +40,9 @@ midifile::Bytes ReadBytes(const std::string& path) {
 
 using midifile::Event;
 
-constexpr int Drums = 9; // their channel, from 0
+constexpr int DrumChannel = 9; // from 0
 
-// Channels from 0, and tracks behind them.
+// The channels and tracks of --solo or --mute, both from 0.
 class Parts {
 public:
     Parts(const char* option, const std::vector<std::string>& words, std::size_t tracks) {
@@ -53,7 +54,7 @@ public:
             const auto [stop, error] = std::from_chars(word.data() + (track ? 1 : 0), end, number);
             if (error != std::errc() || stop != end || number < 1 || number > most) {
                 throw HostError(std::string(option) +
-                                    " takes channels from 1 to 16 and tracks "
+                                    " accepts channels from 1 to 16 and tracks "
                                     "from t1 to t" +
                                     std::to_string(tracks) + ", not \"" + word + "\"",
                                 ExitWrongUse);
@@ -70,14 +71,17 @@ private:
     std::set<std::size_t> Tracks;
 };
 
-bool IsNote(const Event& event) { return event.Status < 0xB0 && (event.Status & 15) != Drums; }
+// Note on, note off and key pressure, except for drums.
+bool IsNote(const Event& event) {
+    return event.Status < 0xB0 && (event.Status & 15) != DrumChannel;
+}
 
 } // namespace
 
 midifile::Song ReadSongQuietly(const std::string& path, bool strict) {
     try {
         return midifile::Read(ReadBytes(path),
-                              strict ? midifile::Care::Strict : midifile::Care::Lenient);
+                              strict ? midifile::ParseMode::Strict : midifile::ParseMode::Lenient);
     } catch (const midifile::Error& error) {
         Refuse(path, error.what());
     }
@@ -86,11 +90,12 @@ midifile::Song ReadSongQuietly(const std::string& path, bool strict) {
 midifile::Song ReadSong(const std::string& path, bool strict) {
     midifile::Song song = ReadSongQuietly(path, strict);
     const std::string name = std::filesystem::path(path).filename().string();
-    for (const std::string& line : song.Findings) {
+    for (const std::string& line : song.Warnings) {
         std::fprintf(stderr, "%s: %s\n", name.c_str(), line.c_str());
     }
     if (song.SystemExclusive > 0) {
-        std::fprintf(stderr, "%s: %d system exclusive %s left out: the library carries none\n",
+        std::fprintf(stderr,
+                     "%s: %d system exclusive %s left out: the library does not send them\n",
                      name.c_str(), song.SystemExclusive,
                      song.SystemExclusive == 1 ? "message is" : "messages are");
     }
@@ -98,10 +103,10 @@ midifile::Song ReadSong(const std::string& path, bool strict) {
 }
 
 void CheckNotEmpty(const midifile::Song& song, const std::string& path) {
-    if (song.Events.empty()) Refuse(path, "holds no notes");
+    if (song.Events.empty()) Refuse(path, "contains no notes");
 }
 
-int Apply(const SongEdit& edit, midifile::Song& song) {
+int ApplyEdit(const SongEdit& edit, midifile::Song& song) {
     const Parts solo("--solo", edit.Solo, song.Tracks.size());
     const Parts mute("--mute", edit.Mute, song.Tracks.size());
     std::erase_if(song.Events, [&](const Event& event) {

@@ -1,4 +1,4 @@
-// A MIDI file that a user names, and what is changed in it before it is played.
+// Reads a MIDI file that the user names, and edits it before it is played.
 #pragma once
 
 #include "midifile/reader.h"
@@ -9,24 +9,24 @@
 
 namespace zorhost {
 
-// Reads the file and tells on standard error, a line each, what was put right or left out of it.
-// Throws HostError if it cannot be read; with strict, if anything had to be put right.
+// Reads the file and prints its warnings to standard error, one per line. Throws HostError if it
+// cannot be read, and with strict also if it has any fault.
 midifile::Song ReadSong(const std::string& path, bool strict = false);
-// The same without telling.
+// The same without printing.
 midifile::Song ReadSongQuietly(const std::string& path, bool strict = false);
 
-// Throws HostError if there is no message in it.
+// Throws HostError if the song has no channel message.
 void CheckNotEmpty(const midifile::Song& song, const std::string& path);
 
-// Channels from 1 as "10", tracks as "t2".
+// Solo and Mute contain channels from 1, "10", and tracks, "t2".
 struct SongEdit {
-    int Transpose = 0; // semitones; drums, on channel 10, stay
+    int Transpose = 0; // semitones; channel 10, the drums, is not transposed
     std::vector<std::string> Solo;
     std::vector<std::string> Mute;
 };
 
-// Gives how many notes no key is left for, which are left out. Throws HostError for what is neither
-// a channel nor a track of the song.
-int Apply(const SongEdit& edit, midifile::Song& song);
+// Returns the number of notes that were removed since they are outside the MIDI range after
+// transposing. Throws HostError for an invalid channel or track.
+int ApplyEdit(const SongEdit& edit, midifile::Song& song);
 
 } // namespace zorhost

@@ -8,102 +8,109 @@
 namespace zorhost {
 
 namespace {
-constexpr std::int64_t Lead = 50; // milliseconds from a jump to the music
-constexpr std::int64_t LastTime = std::numeric_limits<std::int32_t>::max();
+constexpr std::int64_t JumpLead = 50; // milliseconds from a jump to the music
+constexpr std::int64_t MaxTime = std::numeric_limits<std::int32_t>::max();
 } // namespace
 
-Transport::Transport(const midifile::Song& song, const Route& route) : Of(song), Way(route) {}
+Transport::Transport(const midifile::Song& song, const PlayRange& range)
+    : Song(song), Range(range) {}
 
-std::int64_t Transport::TimeBetween(std::int64_t from, std::int64_t to) const {
-    const std::int64_t piece = Of.Map.MicrosecondsAt(to) - Of.Map.MicrosecondsAt(from);
-    return (piece * 100 / Way.TempoPercent + 500) / 1000;
+// Milliseconds, rounded to the nearest one.
+std::int64_t Transport::TimeBetween(std::int64_t begin, std::int64_t end) const {
+    const std::int64_t written = Song.Map.MicrosecondsAt(end) - Song.Map.MicrosecondsAt(begin);
+    return (written * 100 / Range.TempoPercent + 500) / 1000;
 }
 
-// Puts what comes from that tick on in place of what was played before.
-void Transport::Schedule(std::int64_t start, std::int64_t tick) {
-    Passage passage = PassageOf(Of, tick, Way.To);
+// Replaces the player by one for the records of a segment.
+void Transport::Schedule(const Segment& segment) {
+    Passage passage = MakePassage(Song, segment.StartTick, Range.End);
     std::size_t count = 0;
     for (; count < passage.Records.size(); ++count) {
-        const std::int64_t time = start + TimeBetween(tick, passage.Ticks[count]);
-        if (time > LastTime) break;
+        const std::int64_t time =
+            segment.StartTime + TimeBetween(segment.StartTick, passage.Ticks[count]);
+        if (time > MaxTime) break;
         passage.Records[count].Time = static_cast<std::int32_t>(time);
     }
-    TooLate = passage.Records.size() - count;
+    OverflowCount = passage.Records.size() - count;
     passage.Records.resize(count);
     passage.Ticks.resize(count);
-    SentBefore += Play.Fed();
-    Play = Player(std::move(passage));
+    SentEarlier += PassPlayer.QueuedCount();
+    PassPlayer = Player(std::move(passage));
 }
 
-void Transport::Begin(std::int64_t lead) {
-    Now = {lead, Way.From};
-    Schedule(Now.Start, Now.Tick);
+void Transport::Start(std::int64_t lead) {
+    CurrentSegment = {lead, Range.Begin};
+    Schedule(CurrentSegment);
 }
 
-std::int64_t Transport::PassEnd() const { return Now.Start + TimeBetween(Now.Tick, Way.To); }
+std::int64_t Transport::LoopEnd() const {
+    return CurrentSegment.StartTime + TimeBetween(CurrentSegment.StartTick, Range.End);
+}
 
-// A pass is queued when the one before has gone out, so that one sounds while the next one waits.
+// In a loop, the next pass is queued once all records of the current one are queued.
 void Transport::Step() {
     if (IsPaused) return;
-    Play.Feed();
-    if (!Way.Round) return;
-    if (Following && ZorTimeMIDI(0) >= Following->Start) Now = *std::exchange(Following, {});
-    if (Following || !Play.AllFed() || PassEnd() > LastTime) return;
-    Following = Stretch{PassEnd(), Way.From};
-    Schedule(Following->Start, Way.From);
+    PassPlayer.Feed();
+    if (!Range.Loop) return;
+    if (NextSegment && ZorTimeMIDI(0) >= NextSegment->StartTime)
+        CurrentSegment = *std::exchange(NextSegment, {});
+    if (NextSegment || !PassPlayer.AllQueued() || LoopEnd() > MaxTime) return;
+    NextSegment = Segment{LoopEnd(), Range.Begin};
+    Schedule(*NextSegment);
 }
 
-// A jump to the end of a loop leaves nothing to feed until the next step.
-bool Transport::Done() const {
-    const bool goesOn = IsPaused || (Way.Round && PassEnd() <= LastTime);
-    return !goesOn && !Following && Play.AllFed() && ZorXmitEmpty(0);
+// The loop is tested too, since after a jump to its end nothing is queued until the next step.
+bool Transport::IsDone() const {
+    const bool continues = IsPaused || (Range.Loop && LoopEnd() <= MaxTime);
+    return !continues && !NextSegment && PassPlayer.AllQueued() && ZorXmitEmpty(0);
 }
 
-std::int64_t Transport::Place() const {
-    if (IsPaused) return PausedAt;
+std::int64_t Transport::Position() const {
+    if (IsPaused) return PausePosition;
     const std::int64_t now = ZorTimeMIDI(0);
-    const Stretch& sounds = Following && now >= Following->Start ? *Following : Now;
-    const std::int64_t played = std::max<std::int64_t>(0, now - sounds.Start);
-    const std::int64_t piece = played * 10 * Way.TempoPercent;
-    const std::int64_t tick = Of.Map.TickAt(Of.Map.MicrosecondsAt(sounds.Tick) + piece);
-    return std::min({tick, Way.To, Of.EndTick});
+    const bool isNext = NextSegment && now >= NextSegment->StartTime;
+    const Segment& segment = isNext ? *NextSegment : CurrentSegment;
+    const std::int64_t played = std::max<std::int64_t>(0, now - segment.StartTime);
+    const std::int64_t written = played * 10 * Range.TempoPercent; // microseconds of the map
+    const std::int64_t tick = Song.Map.TickAt(Song.Map.MicrosecondsAt(segment.StartTick) + written);
+    return std::min({tick, Range.End, Song.EndTick});
 }
 
-std::size_t Transport::Sent() const {
-    return SentBefore + Play.Fed() - static_cast<std::size_t>(OutputFill().Count);
+std::size_t Transport::SentCount() const {
+    return SentEarlier + PassPlayer.QueuedCount() - static_cast<std::size_t>(OutputFill().Count);
 }
 
+// Records that are still queued are discarded, so they do not count as sent.
 void Transport::Silence() {
-    SentBefore -= static_cast<std::size_t>(OutputFill().Count);
-    Library::Silence(Play.All());
+    SentEarlier -= static_cast<std::size_t>(OutputFill().Count);
+    Library::Silence(PassPlayer.Records());
 }
 
 void Transport::Pause() {
-    PausedAt = Place();
+    PausePosition = Position();
     IsPaused = true;
-    Following.reset();
+    NextSegment.reset();
     Silence();
 }
 
 void Transport::JumpTo(std::int64_t tick) {
-    const std::int64_t to = std::clamp(tick, std::int64_t{0}, std::min(Way.To, Of.EndTick));
-    PausedAt = to;
+    PausePosition = std::clamp(tick, std::int64_t{0}, std::min(Range.End, Song.EndTick));
     if (IsPaused) return;
     Silence();
-    Following.reset();
-    Now = {ZorTimeMIDI(0) + Lead, to};
-    Schedule(Now.Start, to);
+    NextSegment.reset();
+    CurrentSegment = {ZorTimeMIDI(0) + JumpLead, PausePosition};
+    Schedule(CurrentSegment);
 }
 
 void Transport::Resume() {
     IsPaused = false;
-    Now = {ZorTimeMIDI(0) + Lead, PausedAt};
-    Schedule(Now.Start, PausedAt);
+    CurrentSegment = {ZorTimeMIDI(0) + JumpLead, PausePosition};
+    Schedule(CurrentSegment);
 }
 
 void Transport::JumpBars(std::int64_t bars) {
-    const std::int64_t bar = Of.Map.BarBeatAt(Place()).Bar + bars;
-    JumpTo(Of.Map.TickOfBar(std::max<std::int64_t>(1, bar)));
+    const std::int64_t bar = Song.Map.BarBeatAt(Position()).Bar + bars;
+    JumpTo(Song.Map.TickOfBar(std::max<std::int64_t>(1, bar)));
 }
 
 } // namespace zorhost

@@ -1,4 +1,4 @@
-// A piece that plays, is paused, jumps and goes round, on the library's time base.
+// Plays a song on the library's time base, with pause, jumps and loops.
 #pragma once
 
 #include "host/playback/player.h"
@@ -9,62 +9,65 @@
 
 namespace zorhost {
 
-struct Route {
-    std::int64_t From = 0; // ticks
-    std::int64_t To = ToTheEnd;
-    bool Round = false;     // from To, which must be a tick then, again from From
-    int TempoPercent = 100; // of the written tempo
+// The part of a song to play.
+struct PlayRange {
+    std::int64_t Begin = 0;       // ticks
+    std::int64_t End = EndOfSong; // ticks; not included
+    bool Loop = false;            // repeats the range; End must not be EndOfSong then
+    int TempoPercent = 100;       // of the written tempo
 };
 
 // Thread: the one that runs the library. The song must outlive it.
 class Transport {
 public:
-    Transport(const midifile::Song& song, const Route& route);
+    Transport(const midifile::Song& song, const PlayRange& range);
 
-    // lead: milliseconds of the time base at which the music begins.
-    void Begin(std::int64_t lead);
-    // Keeps the queue fed. Call it more often than the queue runs empty.
+    // Starts the music. lead: its time in milliseconds of the time base.
+    void Start(std::int64_t lead);
+    // Keeps the queue filled. Call it often enough that the queue never runs empty.
     void Step();
-    // All has been sent. Never while paused or going round.
-    bool Done() const;
+    // Everything has been sent. Never while paused or in a loop.
+    bool IsDone() const;
 
     bool Paused() const { return IsPaused; }
     void Pause();
     void Resume();
     void JumpTo(std::int64_t tick);
-    // To the beginning of a bar: 0 of this one, -1 of the one before.
+    // Jumps to the beginning of a bar: 0 for the current one, -1 for the one before.
     void JumpBars(std::int64_t bars);
 
-    // Where the music is now, in ticks.
-    std::int64_t Place() const;
-    // Milliseconds from the beginning of the music to a tick, at the tempo asked for.
-    std::int64_t TimeOf(std::int64_t tick) const { return TimeBetween(Way.From, tick); }
-    std::int64_t Length() const { return TimeOf(std::min(Way.To, Of.EndTick)); }
-    // Events that come after more time than the time base counts, which are not played.
-    std::size_t LeftOut() const { return TooLate; }
-    // Messages that have gone out, and those of the present pass.
-    std::size_t Sent() const;
-    const std::vector<MIDIEvent>& Pass() const { return Play.All(); }
-    // Ends what sounds and throws away what is queued.
+    // The current playback position, in ticks.
+    std::int64_t Position() const;
+    // Milliseconds from the beginning of the range to a tick, at the chosen tempo.
+    std::int64_t TimeOf(std::int64_t tick) const { return TimeBetween(Range.Begin, tick); }
+    std::int64_t Length() const { return TimeOf(std::min(Range.End, Song.EndTick)); }
+    // Number of events that are not played, since their time exceeds the 32-bit time base.
+    std::size_t DroppedEvents() const { return OverflowCount; }
+    // Number of messages that have left the queue.
+    std::size_t SentCount() const;
+    // The records of the current pass through the range.
+    const std::vector<MIDIEvent>& Pass() const { return PassPlayer.Records(); }
+    // Ends sounding notes and empties the queue.
     void Silence();
 
 private:
-    struct Stretch {
-        std::int64_t Start; // milliseconds of the time base
-        std::int64_t Tick;
+    // A stretch of uninterrupted playback.
+    struct Segment {
+        std::int64_t StartTime; // milliseconds of the time base
+        std::int64_t StartTick;
     };
-    std::int64_t TimeBetween(std::int64_t from, std::int64_t to) const;
-    void Schedule(std::int64_t start, std::int64_t tick);
-    std::int64_t PassEnd() const; // going round
+    std::int64_t TimeBetween(std::int64_t begin, std::int64_t end) const;
+    void Schedule(const Segment& segment);
+    std::int64_t LoopEnd() const; // milliseconds of the time base
 
-    const midifile::Song& Of;
-    const Route Way;
-    Player Play{{}};
-    Stretch Now{0, 0};                // that sounds
-    std::optional<Stretch> Following; // that is queued behind it
-    std::size_t SentBefore = 0;       // by players before this one
-    std::size_t TooLate = 0;
-    std::int64_t PausedAt = 0;
+    const midifile::Song& Song;
+    const PlayRange Range;
+    Player PassPlayer{{}};
+    Segment CurrentSegment{0, 0};       // the one that sounds
+    std::optional<Segment> NextSegment; // queued after it, in a loop
+    std::size_t SentEarlier = 0;        // messages of previous players
+    std::size_t OverflowCount = 0;
+    std::int64_t PausePosition = 0; // ticks
     bool IsPaused = false;
 };
 

@@ -1,9 +1,9 @@
 #include "host/recording/journal.h"
 
+#include "host/recording/recording_file.h"
 #include "host/terminal/host_error.h"
 #include "host/terminal/names.h"
 #include "host/terminal/progress.h"
-#include "host/recording/recording_file.h"
 #include "midifile/reader.h"
 
 #include <algorithm>
@@ -19,17 +19,17 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int Ticks = 500;  // a quarter: milliseconds at 120 quarters a minute
-constexpr int Late = 500;   // milliseconds that a record may come behind its time
-constexpr int Pause = 200;  // milliseconds between two writes
-constexpr int Often = 1000; // and between two syncs
+constexpr int TicksPerQuarter = 500; // a tick is a millisecond at 120 quarter notes per minute
+constexpr int MaxLateness = 500;     // milliseconds by which a record may arrive after its time
+constexpr int WriteInterval = 200;   // milliseconds
+constexpr int SyncInterval = 1000;   // milliseconds
 constexpr std::uint8_t MetaPort = 0x21;
 constexpr char Mark[] = "zorhost journal";
-constexpr std::size_t LengthPlace = 18; // in the file: of the track's length
-constexpr std::size_t BodyPlace = 22;
+constexpr std::size_t LengthOffset = 18; // of the track's length in the file
+constexpr std::size_t BodyOffset = 22;   // of its events
 
-// "take.mid" becomes "take.part.mid".
-fs::path Beside(const fs::path& target, const std::string& word) {
+// "take.mid" with the word ".part" becomes "take.part.mid".
+fs::path WithWord(const fs::path& target, const std::string& word) {
     return target.parent_path() / (target.stem().string() + word + target.extension().string());
 }
 
@@ -38,21 +38,23 @@ midifile::Bytes ReadWhole(const fs::path& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
+// Whether the file is a journal of ours: it begins with a text event that contains Mark.
 bool IsJournal(const fs::path& path) {
     std::error_code none;
     if (!fs::is_regular_file(fs::symlink_status(path, none))) return false;
-    std::array<char, BodyPlace + 4 + sizeof Mark - 1> head{};
+    std::array<char, BodyOffset + 4 + sizeof Mark - 1> head{};
     std::ifstream(path, std::ios::binary).read(head.data(), head.size());
-    return std::equal(Mark, std::end(Mark) - 1, &head[BodyPlace + 4]);
+    return std::equal(Mark, std::end(Mark) - 1, &head[BodyOffset + 4]);
 }
 
-midifile::Bytes Joined(midifile::Bytes first, midifile::ByteSpan then, midifile::ByteSpan last) {
-    first.insert(first.end(), then.begin(), then.end());
+midifile::Bytes Concatenate(midifile::Bytes first, midifile::ByteSpan second,
+                            midifile::ByteSpan last) {
+    first.insert(first.end(), second.begin(), second.end());
     first.insert(first.end(), last.begin(), last.end());
     return first;
 }
 
-// Its records, with the channels that they came in on.
+// The records of a journal with their original channels, which can be above 16.
 std::vector<MIDIEvent> ReadJournal(const fs::path& path) {
     const midifile::Song song = midifile::Read(ReadWhole(path));
     std::vector<MIDIEvent> records;
@@ -70,21 +72,21 @@ std::vector<MIDIEvent> ReadJournal(const fs::path& path) {
     return records;
 }
 
-std::string FreeName(const fs::path& target) {
-    fs::path name = Beside(target, ".rescued");
-    for (int i = 2; fs::exists(name); ++i) name = Beside(target, ".rescued-" + std::to_string(i));
+std::string UnusedName(const fs::path& target) {
+    fs::path name = WithWord(target, ".rescued");
+    for (int i = 2; fs::exists(name); ++i) name = WithWord(target, ".rescued-" + std::to_string(i));
     return name.string();
 }
 
 void Rescue(const fs::path& journal, const fs::path& target) {
-    const JournalFile file(journal.string(), JournalFile::Which::Existing);
-    if (!file.IsHeld()) return; // another zorhost is recording into it
+    const JournalFile file(journal.string(), JournalFile::OpenMode::Existing);
+    if (!file.IsLocked()) return; // another zorhost is recording into it
     const std::vector<MIDIEvent> records = ReadJournal(journal);
     if (!records.empty()) {
-        const OutputFile rescued(FreeName(target));
+        const OutputFile rescued(UnusedName(target));
         WriteRecording(records, {}, rescued);
-        std::fprintf(stderr, "A recording that was broken off after %s is kept in \"%s\": %s.\n",
-                     ClockText(records.back().Time).c_str(), rescued.Path().c_str(),
+        std::fprintf(stderr, "An interrupted recording was rescued to \"%s\": %s, %s.\n",
+                     rescued.Path().c_str(), ClockText(records.back().Time).c_str(),
                      Counted(std::ssize(records), "message").c_str());
     }
     file.Remove();
@@ -104,37 +106,39 @@ void RescueTakes(const std::string& target) {
         const fs::path stem = journal.stem().stem();
         try {
             Rescue(journal, folder / (stem.string() + journal.extension().string()));
-        } catch (const std::exception& error) { // it stays, and does not stop what begins now
-            std::fprintf(stderr, "%s: left as it is: %s\n", journal.string().c_str(), error.what());
+        } catch (const std::exception& error) { // the journal stays, and the new recording starts
+            std::fprintf(stderr, "%s: cannot be rescued: %s\n", journal.string().c_str(),
+                         error.what());
         }
     }
 }
 
 Journal::Journal(const std::string& target)
-    : Name(Beside(target, ".part").string()), File(Name, JournalFile::Which::New) {
-    if (File.WasThere()) {
-        throw HostError("\"" + Name + "\" is there already: another zorhost is recording into \"" +
-                        target + "\", or it is a file of yours; take another name");
+    : Name(WithWord(target, ".part").string()), File(Name, JournalFile::OpenMode::New) {
+    if (File.AlreadyExists()) {
+        throw HostError("\"" + Name + "\" already exists: another zorhost is recording into \"" +
+                        target + "\", or it is a file of yours; choose another name");
     }
-    if (File.IsHeld() && Begin()) return;
-    const std::string why = File.IsHeld() ? "there is no room" : File.Error;
-    if (File.IsHeld()) File.Remove();
+    if (File.IsLocked() && WriteEmptyTrack()) return;
+    const std::string why = File.IsLocked() ? "the disk is full" : File.ErrorText;
+    if (File.IsLocked()) File.Remove();
     throw HostError("\"" + Name + "\" cannot be written: " + why);
 }
 
-bool Journal::Begin() {
-    Sure.Track.AddText(0, midifile::MetaText, Mark);
-    const midifile::Bytes body = Sure.Track.TakeBody();
+bool Journal::WriteEmptyTrack() {
+    Settled.Track.AddText(0, midifile::MetaText, Mark);
+    const midifile::Bytes body = Settled.Track.ReleaseBody();
     const midifile::ByteSpan end = midifile::EndOfTrack();
-    const midifile::Bytes heads =
-        Joined(midifile::FileHead(0, 1, Ticks), midifile::TrackHead(body.size() + end.size()), {});
+    const midifile::Bytes headers =
+        Concatenate(midifile::FileHeader(0, 1, TicksPerQuarter),
+                    midifile::TrackHeader(body.size() + end.size()), {});
     Size = body.size();
-    return File.Put(Joined(heads, body, end), 0);
+    return File.Write(Concatenate(headers, body, end), 0);
 }
 
 Journal::~Journal() {
-    if (Used) {
-        Write(Synced, true);
+    if (IsNeeded) {
+        Write(LastSyncTime, true);
     } else {
         File.Remove();
     }
@@ -142,59 +146,61 @@ Journal::~Journal() {
 
 void Journal::Add(const MIDIEvent& record) {
     Pending.push_back(record);
-    Used = true;
+    IsNeeded = true;
 }
 
-// What comes after all that its time would have put it before is as late as that.
-void Journal::Events::Add(const MIDIEvent& record) {
-    Last = std::max(Last, std::int32_t{record.Time}); // no reference into a packed record
+// A record that arrives after a later one was written gets the time of that one.
+void Journal::EventWriter::Add(const MIDIEvent& record) {
+    const std::int32_t time = record.Time; // copied: a packed member cannot be referenced
+    LastTime = std::max(LastTime, time);
     if (record.Channel >> 4 != Block) {
         Block = record.Channel >> 4;
         const unsigned char port[] = {static_cast<unsigned char>(Block)};
-        Track.AddMeta(Last, MetaPort, port);
+        Track.AddMeta(LastTime, MetaPort, port);
     }
-    AddRecord(Track, Last, record);
+    AddRecord(Track, LastTime, record);
 }
 
-void Journal::TakePending(std::int32_t until) {
+void Journal::SettlePending(std::int32_t until) {
     std::ranges::stable_sort(Pending, {}, [](const MIDIEvent& record) { return record.Time; });
     const auto later =
         std::ranges::find_if(Pending, [&](const MIDIEvent& record) { return record.Time > until; });
-    for (auto record = Pending.begin(); record != later; ++record) Sure.Add(*record);
+    for (auto record = Pending.begin(); record != later; ++record) Settled.Add(*record);
     Pending.erase(Pending.begin(), later);
 }
 
+// The events that may still change.
 midifile::Bytes Journal::Tail() const {
-    Events last = Sure;
+    EventWriter last = Settled;
     for (const MIDIEvent& record : Pending) last.Add(record);
-    for (const MIDIEvent& record : Held) last.Add(record);
-    return last.Track.TakeBody();
+    for (const MIDIEvent& record : Provisional) last.Add(record);
+    return last.Track.ReleaseBody();
 }
 
-// The events and a new end in one, over the old end; then the length. In the moment between, the
-// track goes on behind its end or breaks off in its last events.
+// Overwrites the old tail with new events and a new tail, then updates the length. If the program
+// is killed between the two writes, the length is wrong, which our reader repairs.
 bool Journal::Write(std::int32_t now, bool all) {
-    if (!all && now - Written < Pause) return Unwritten.empty();
-    Written = now;
-    TakePending(all ? INT32_MAX : now - Late);
-    const midifile::Bytes fresh = Sure.Track.TakeBody();
-    Unwritten.insert(Unwritten.end(), fresh.begin(), fresh.end());
+    if (!all && now - LastWriteTime < WriteInterval) return UnwrittenBytes.empty();
+    LastWriteTime = now;
+    SettlePending(all ? INT32_MAX : now - MaxLateness);
+    const midifile::Bytes fresh = Settled.Track.ReleaseBody();
+    UnwrittenBytes.insert(UnwrittenBytes.end(), fresh.begin(), fresh.end());
     const midifile::Bytes tail = Tail();
-    if (Unwritten.empty() && tail == LastTail) return true;
-    const midifile::Bytes body = Joined(Unwritten, tail, midifile::EndOfTrack());
-    if (!File.Put(body, BodyPlace + Size)) {
-        const midifile::Bytes asItWas = Joined({}, LastTail, midifile::EndOfTrack());
-        static_cast<void>(File.Put(asItWas, BodyPlace + Size));
+    if (UnwrittenBytes.empty() && tail == LastTail) return true;
+    const midifile::Bytes body = Concatenate(UnwrittenBytes, tail, midifile::EndOfTrack());
+    if (!File.Write(body, BodyOffset + Size)) {
+        const midifile::Bytes previous = Concatenate({}, LastTail, midifile::EndOfTrack());
+        static_cast<void>(File.Write(previous, BodyOffset + Size));
         return false;
     }
-    const midifile::Bytes head = midifile::TrackHead(Size + body.size());
-    if (!File.Put(midifile::ByteSpan(head).subspan(4), LengthPlace)) return false;
-    Size += Unwritten.size();
-    Unwritten.clear();
+    const midifile::Bytes head = midifile::TrackHeader(Size + body.size());
+    if (!File.Write(midifile::ByteSpan(head).subspan(4), LengthOffset)) return false;
+    Size += UnwrittenBytes.size();
+    UnwrittenBytes.clear();
     LastTail = tail;
-    if (now - Synced >= Often || all) {
+    if (now - LastSyncTime >= SyncInterval || all) {
         File.Sync();
-        Synced = now;
+        LastSyncTime = now;
     }
     return true;
 }

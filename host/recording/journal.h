@@ -1,4 +1,4 @@
-// A take on the disk while it goes on: nothing that ends the program or the machine loses it.
+// Keeps a recording in progress on disk, so that a crash or power failure does not lose it.
 #pragma once
 
 #include "engine/zormidi.h"
@@ -11,58 +11,62 @@
 
 namespace zorhost {
 
-// A MIDI file beside the one that a recording is for, "take.part.mid" for "take.mid", whole
-// whenever it is looked at. Its ticks are milliseconds.
+// A MIDI file beside the target of the recording: "take.part.mid" for "take.mid". After each write
+// it is complete and can be read by any program. Its ticks are milliseconds. Thread: one.
 class Journal {
 public:
-    // Throws HostError if it cannot be written, or another zorhost records into the same file.
+    // target: path of the recording. Throws HostError if the journal cannot be written, or another
+    // zorhost records into the same target.
     explicit Journal(const std::string& target);
-    ~Journal(); // leaves on the disk what nobody says is safe elsewhere
+    // Writes everything, or deletes the file if Discard was called or nothing was added.
+    ~Journal();
     Journal(const Journal&) = delete;
     Journal& operator=(const Journal&) = delete;
 
     void Add(const MIDIEvent& record);
-    // What would be added if the recording ended now: a note that still sounds and its end. It
-    // takes the place of what was held before.
-    void Hold(std::vector<MIDIEvent> records) { Held = std::move(records); }
-    // Writes all that came in. What is less than half a second old can still be preceded, since
-    // notes of a microphone come late: it is written anew the next time, as what is held is; with
-    // all, it is not. To the disk itself at most once a second. False if there is no room; the next
-    // one tries again.
+    // Sets the records that would follow if the recording ended now: a sounding note and its end.
+    // They replace those of the previous call.
+    void SetProvisional(std::vector<MIDIEvent> records) { Provisional = std::move(records); }
+    // Writes new records to the file, at most five times per second, and synchronises it with the
+    // disk at most once per second. now: milliseconds, as in the records. Notes of a microphone
+    // arrive late, so records less than half a second old are rewritten the next time, as the
+    // provisional ones are. all: writes at once and treats all records as final. False if the disk
+    // is full; the next call tries again.
     bool Write(std::int32_t now, bool all = false);
-    // The file is written: nothing is lost with the journal.
-    void Remove() { Used = false; }
+    // The recording is saved elsewhere: the destructor deletes the journal.
+    void Discard() { IsNeeded = false; }
     const std::string& Path() const { return Name; }
 
 private:
-    // Records as the track's events.
-    struct Events {
+    // Encodes records as events of the track.
+    struct EventWriter {
         void Add(const MIDIEvent& record);
 
         midifile::TrackWriter Track;
-        int Block = 0;         // of 16 channels, of the last record
-        std::int32_t Last = 0; // its time
+        int Block = 0;             // of 16 channels, of the last record
+        std::int32_t LastTime = 0; // of the last record, milliseconds
     };
 
-    void TakePending(std::int32_t until);
+    void SettlePending(std::int32_t until);
     midifile::Bytes Tail() const;
-    bool Begin(); // an empty track
+    bool WriteEmptyTrack();
 
     std::string Name;
     JournalFile File;
-    bool Used = false; // it holds what is nowhere else
+    bool IsNeeded = false; // contains records that are saved nowhere else
     std::vector<MIDIEvent> Pending;
-    std::vector<MIDIEvent> Held;
-    Events Sure;
-    midifile::Bytes Unwritten; // of them
-    midifile::Bytes LastTail;  // on the disk
-    std::size_t Size = 0;      // of the track that is written for good
-    std::int32_t Written = 0;  // when the disk was last tried, in the records' time
-    std::int32_t Synced = 0;
+    std::vector<MIDIEvent> Provisional;
+    EventWriter Settled;            // final events
+    midifile::Bytes UnwrittenBytes; // final, but not in the file yet
+    midifile::Bytes LastTail;       // in the file, after the final events
+    std::size_t Size = 0;           // of the final events in the file, bytes
+    std::int32_t LastWriteTime = 0; // milliseconds, as in the records
+    std::int32_t LastSyncTime = 0;  // likewise
 };
 
-// Makes recordings of the journals in the target's folder whose program has ended over them, and
-// says so in a line each. One that cannot be is told too, and stays.
+// Turns journals that a crashed program left in the target's folder into recordings,
+// "take.rescued.mid", and prints a line to standard error for each. A journal that cannot be
+// rescued is reported and left in place.
 void RescueTakes(const std::string& target);
 
 } // namespace zorhost

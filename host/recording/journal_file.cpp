@@ -9,18 +9,18 @@
 
 namespace zorhost {
 
-JournalFile::JournalFile(const std::string& path, Which which) : Path(path) {
-    const int fresh = which == Which::New ? O_CREAT | O_EXCL : 0;
+JournalFile::JournalFile(const std::string& path, OpenMode mode) : Path(path) {
+    const int fresh = mode == OpenMode::New ? O_CREAT | O_EXCL : 0;
     const int handle = open(path.c_str(), O_RDWR | fresh | O_CLOEXEC, 0666);
     Handle = handle;
     struct stat about = {};
     if (handle >= 0 && flock(handle, LOCK_EX | LOCK_NB) == 0) {
-        // Another zorhost may have rescued and removed it in between.
-        if (fstat(handle, &about) != 0 || about.st_nlink == 0) Error = "it is gone";
+        // Another zorhost may have rescued and deleted the file between open and flock.
+        if (fstat(handle, &about) != 0 || about.st_nlink == 0) ErrorText = "it was deleted";
         return;
     }
     Existed = handle < 0 && errno == EEXIST;
-    Error = std::strerror(errno);
+    ErrorText = std::strerror(errno);
     if (handle >= 0 && fresh) Remove();
 }
 
@@ -28,17 +28,18 @@ JournalFile::~JournalFile() {
     if (Handle >= 0) close(static_cast<int>(Handle));
 }
 
-bool JournalFile::Put(midifile::ByteSpan bytes, std::size_t at) const {
+bool JournalFile::Write(midifile::ByteSpan bytes, std::size_t offset) const {
     while (!bytes.empty()) {
-        const ssize_t count =
-            pwrite(static_cast<int>(Handle), bytes.data(), bytes.size(), static_cast<off_t>(at));
+        const ssize_t count = pwrite(static_cast<int>(Handle), bytes.data(), bytes.size(),
+                                     static_cast<off_t>(offset));
         if (count < 0) return false;
         bytes = bytes.subspan(static_cast<std::size_t>(count));
-        at += static_cast<std::size_t>(count);
+        offset += static_cast<std::size_t>(count);
     }
     return true;
 }
 
+// Flushes the data, but not the times of the file, which saves a write.
 void JournalFile::Sync() const { fdatasync(static_cast<int>(Handle)); }
 
 void JournalFile::Remove() const { unlink(Path.c_str()); }

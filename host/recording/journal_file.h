@@ -1,4 +1,4 @@
-// The file of a recording under way, which no other zorhost may touch meanwhile.
+// The file of a journal, locked against other instances of zorhost.
 #pragma once
 
 #include "midifile/song.h"
@@ -9,25 +9,27 @@ namespace zorhost {
 
 class JournalFile {
 public:
-    enum class Which { New, Existing };
-    // Holds it alone; else Error says why not.
-    JournalFile(const std::string& path, Which which);
-    ~JournalFile(); // it stays
+    enum class OpenMode { New, Existing };
+    // Opens and locks the file. Check IsLocked afterwards.
+    JournalFile(const std::string& path, OpenMode mode);
+    ~JournalFile(); // closes the file without deleting it
     JournalFile(const JournalFile&) = delete;
     JournalFile& operator=(const JournalFile&) = delete;
 
-    bool IsHeld() const { return Error.empty(); }
-    bool WasThere() const { return Existed; } // a new one is not made over another
-    // All of the bytes at a place in the file; false if they could not be written.
-    bool Put(midifile::ByteSpan bytes, std::size_t at) const;
-    void Sync() const; // to the disk itself
+    // False if the constructor failed; ErrorText says why.
+    bool IsLocked() const { return ErrorText.empty(); }
+    // OpenMode::New failed since there is such a file.
+    bool AlreadyExists() const { return Existed; }
+    // Writes all bytes at an offset. False on failure.
+    bool Write(midifile::ByteSpan bytes, std::size_t offset) const;
+    void Sync() const; // flushes the file to the disk
     void Remove() const;
 
-    std::string Error;
+    std::string ErrorText;
 
 private:
     std::string Path;
-    std::intptr_t Handle = -1;
+    std::intptr_t Handle = -1; // a file descriptor, or a HANDLE on Windows
     bool Existed = false;
 };
 

@@ -1,4 +1,4 @@
-// A file that appears under its name only when it is complete, in place of one that was there.
+// A file that replaces its predecessor only when it is completely written.
 #pragma once
 
 #include "midifile/song.h"
@@ -9,19 +9,20 @@ namespace zorhost {
 
 class OutputFile {
 public:
-    // Looks at once whether it can be written. A link is followed to what it names; a pipe and
-    // /dev/stdout are written to as they are, and text for standard output then goes to standard
-    // error. Throws HostError for anything else that is no file, and for a folder that cannot be
-    // written.
+    // Checks that the file can be written, without changing it. Symbolic links are followed. A pipe
+    // and /dev/stdout are opened for writing; with /dev/stdout, the program's other output goes to
+    // standard error from now on. Throws HostError for other special files, for folders and if
+    // permission is missing.
     explicit OutputFile(const std::string& path);
     ~OutputFile();
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
 
-    const std::string& Path() const { return Named; } // as the user gave it
-    // Where the file lies, its links followed; empty for a pipe.
-    const std::string& RealPath() const { return Real; }
-    // The whole contents, to the disk itself. Throws HostError: what was there is there still.
+    const std::string& Path() const { return GivenPath; } // as the user wrote it
+    // The absolute path behind all links; empty for a pipe.
+    const std::string& RealPath() const { return ResolvedPath; }
+    // Writes the whole contents and flushes them to the disk. Throws HostError; the old file is
+    // unchanged then.
     void Write(midifile::ByteSpan bytes) const;
 
 private:
@@ -29,9 +30,9 @@ private:
     void CheckFile() const;
     void Replace(midifile::ByteSpan bytes) const;
 
-    std::string Named;
-    std::string Real;
-    int Stream = -1; // of a pipe or standard output
+    std::string GivenPath;
+    std::string ResolvedPath;
+    int Stream = -1; // file descriptor of a pipe or standard output
 };
 
 // Throws HostError.

@@ -3,7 +3,7 @@
 #include "host/terminal/host_error.h"
 #include "host/terminal/progress.h"
 #include "midi/note_counts.h"
-#include "midifile/findings.h"
+#include "midifile/warnings.h"
 
 #include <algorithm>
 #include <map>
@@ -14,17 +14,18 @@ namespace {
 
 using midifile::TrackWriter;
 
-constexpr int FineTicks = 960;         // a quarter, so that milliseconds survive
-constexpr int MostTicks = 32767;       // that a file can say
-constexpr int ShortestQuarter = 1000;  // microseconds of a piece whose bar lines are of use
-constexpr std::size_t Many = 1u << 16; // records between two looks at the progress
+constexpr int FineTicks = 960;                 // per quarter note, fine enough for milliseconds
+constexpr int MaxTicks = 32767;                // per quarter note, the limit of the file format
+constexpr int MinQuarter = 1000;               // microseconds; shorter quarter notes are no music
+constexpr std::size_t ProgressStep = 1u << 16; // records between two updates of the progress line
 
+// The integer by which the ticks of a map are refined.
 int Factor(const TempoMap& map) {
     const int ticks = map.TicksPerQuarter();
-    return std::min(std::max(1, (FineTicks + ticks - 1) / ticks), MostTicks / ticks);
+    return std::min(std::max(1, (FineTicks + ticks - 1) / ticks), MaxTicks / ticks);
 }
 
-TempoMap Finer(const TempoMap& coarse) {
+TempoMap Refine(const TempoMap& coarse) {
     const int factor = Factor(coarse);
     TempoMap fine(coarse.TicksPerQuarter() * factor);
     for (const Tempo& tempo : coarse.Tempos()) {
@@ -36,18 +37,19 @@ TempoMap Finer(const TempoMap& coarse) {
     return fine;
 }
 
-// Only for music: at tempos that no music has, ticks would be beyond counting.
+// Drops the tempo map and the backing song if the tempo is absurdly high, since ticks would
+// overflow.
 RecordingPlan Usable(const RecordingPlan& plan) {
     const std::vector<Tempo> tempos = plan.Map.Tempos();
     const bool music = std::ranges::all_of(
-        tempos, [](const Tempo& tempo) { return tempo.MicrosecondsPerQuarter >= ShortestQuarter; });
+        tempos, [](const Tempo& tempo) { return tempo.MicrosecondsPerQuarter >= MinQuarter; });
     RecordingPlan plain;
     plain.EndTime = plan.EndTime;
     return music ? plan : plain;
 }
 
-// The channel messages by time: notes from a microphone come in later than what was played at the
-// same time. Each note on that has no note off gets one at the end.
+// Sorts the channel messages by time, since notes of a microphone arrive late, and adds a note off
+// at the end for each note on without one.
 std::vector<MIDIEvent> Complete(const std::vector<MIDIEvent>& records, std::int32_t end) {
     std::vector<MIDIEvent> all;
     std::ranges::copy_if(records, std::back_inserter(all), [](const MIDIEvent& record) {
@@ -56,7 +58,7 @@ std::vector<MIDIEvent> Complete(const std::vector<MIDIEvent>& records, std::int3
     std::ranges::stable_sort(all, {}, [](const MIDIEvent& record) { return record.Time; });
     midi::OpenNotes notes;
     for (const MIDIEvent& record : all) {
-        const std::int32_t time = record.Time; // a copy: the record is packed
+        const std::int32_t time = record.Time; // copied: a packed member cannot be referenced
         end = std::max(end, time);
         notes.Apply(record.Channel, record.Status, record.Data1, record.Data2);
     }
@@ -66,13 +68,13 @@ std::vector<MIDIEvent> Complete(const std::vector<MIDIEvent>& records, std::int3
     return all;
 }
 
-// The bar lines, and what a recording is laid over.
+// A track with tempos and meters, then the tracks of the backing song.
 std::vector<TrackWriter> FirstTracks(const RecordingPlan& plan, const TempoMap& map) {
     std::vector<TrackWriter> tracks;
     midifile::AddMap(tracks.emplace_back(), map, plan.TempoPercent);
-    if (!plan.Under) return tracks;
+    if (!plan.Backing) return tracks;
     const int factor = Factor(plan.Map);
-    for (const auto& events : plan.Under->Tracks) {
+    for (const auto& events : plan.Backing->Tracks) {
         TrackWriter& track = tracks.emplace_back();
         for (const midifile::TrackEvent& event : events) {
             const bool line =
@@ -84,11 +86,12 @@ std::vector<TrackWriter> FirstTracks(const RecordingPlan& plan, const TempoMap& 
     return tracks;
 }
 
-class Saving {
+// Shows the progress of a long save.
+class SaveProgress {
 public:
-    explicit Saving(std::size_t whole) : Whole(whole) {}
+    explicit SaveProgress(std::size_t whole) : Whole(whole) {}
     void Step() {
-        if (++Done % Many == 0 && Line.Due()) {
+        if (++Done % ProgressStep == 0 && Line.Due()) {
             Line.Show("saving " +
                       Bar(static_cast<std::int64_t>(Done), static_cast<std::int64_t>(Whole), 20));
         }
@@ -104,7 +107,7 @@ std::vector<TrackWriter> MakeTracks(const std::vector<MIDIEvent>& records,
                                     const RecordingPlan& plan, const TempoMap& map) {
     std::vector<TrackWriter> tracks = FirstTracks(plan, map);
     std::map<int, std::size_t> blocks;
-    Saving saving(records.size());
+    SaveProgress saving(records.size());
     for (const MIDIEvent& record : records) {
         const auto [block, fresh] = blocks.try_emplace(record.Channel >> 4, tracks.size());
         if (fresh) tracks.emplace_back();
@@ -128,7 +131,7 @@ void AddRecord(TrackWriter& track, std::int64_t tick, const MIDIEvent& record) {
 void WriteRecording(const std::vector<MIDIEvent>& records, const RecordingPlan& wanted,
                     const OutputFile& file) {
     const RecordingPlan plan = Usable(wanted);
-    const TempoMap map = Finer(plan.Map);
+    const TempoMap map = Refine(plan.Map);
     try {
         file.Write(midifile::Write(MakeTracks(Complete(records, plan.EndTime), plan, map),
                                    map.TicksPerQuarter()));

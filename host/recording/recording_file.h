@@ -1,4 +1,4 @@
-// What came in, as a MIDI file.
+// Writes recorded messages to a MIDI file.
 #pragma once
 
 #include "engine/zormidi.h"
@@ -16,21 +16,21 @@ using midifile::Meter;
 using midifile::Tempo;
 using midifile::TempoMap;
 
-// Records by the bar lines of map, whose tempo percent scales.
+// How times of the records become ticks of the file.
 struct RecordingPlan {
-    TempoMap Map{960};
-    int TempoPercent = 100;
-    std::int64_t StartMicroseconds = 0;    // of the map, unscaled, where record time 0 lies
-    std::int32_t EndTime = 0;              // milliseconds; notes that still sound end then
-    const midifile::Song* Under = nullptr; // its tracks come first; Map is its map
+    TempoMap Map{960};                       // tempos and bar lines of the file
+    int TempoPercent = 100;                  // of the map's tempos
+    std::int64_t StartMicroseconds = 0;      // map time of record time 0, before TempoPercent
+    std::int32_t EndTime = 0;                // milliseconds; end of notes that still sound
+    const midifile::Song* Backing = nullptr; // a song whose tracks are copied first; Map is its map
 };
 
-// Adds a channel message.
+// Adds a channel message to a track.
 void AddRecord(midifile::TrackWriter& track, std::int64_t tick, const MIDIEvent& record);
 
-// Writes the channel messages among the records, each at its Time in milliseconds, and the note
-// offs that are missing at the end. Channels beyond 16 go to tracks of their own, one for each
-// block of 16. Says how far it is if there are many. Throws HostError.
+// Writes the channel messages among the records, at their Time in milliseconds, and note offs for
+// notes that have none. Each block of 16 channels gets its own track. Shows the progress if there
+// are many records. Throws HostError.
 void WriteRecording(const std::vector<MIDIEvent>& records, const RecordingPlan& plan,
                     const OutputFile& file);
 

@@ -11,31 +11,33 @@ namespace zorhost {
 
 namespace fs = std::filesystem;
 
-Take::Take(const std::string& path) : File(path) {
+TakeWriter::TakeWriter(const std::string& path) : File(path) {
     if (File.RealPath().empty()) return;
     RescueTakes(File.RealPath());
-    Safe.emplace(File.RealPath());
+    TakeJournal.emplace(File.RealPath());
 }
 
-void Take::Add(const MIDIEvent& record) {
+void TakeWriter::Add(const MIDIEvent& record) {
     if (record.Status < 0x80 || record.Status >= 0xF0) return;
-    All.push_back(record);
+    AllRecords.push_back(record);
     if (record.Status == 0x90 && record.Data2 > 0) ++NoteCount;
-    if (Safe) Safe->Add(record);
+    if (TakeJournal) TakeJournal->Add(record);
 }
 
-void Take::Hold(std::vector<MIDIEvent> records) {
-    if (Safe) Safe->Hold(std::move(records));
+void TakeWriter::SetProvisional(std::vector<MIDIEvent> records) {
+    if (TakeJournal) TakeJournal->SetProvisional(std::move(records));
 }
 
-void Take::Save(std::int32_t now) {
-    if (!Safe || Safe->Write(now) || ToldOfRoom) return;
-    ToldOfRoom = true;
-    std::fprintf(stderr, "\nThe disk takes no more. The recording goes on in memory: make room.\n");
+void TakeWriter::Save(std::int32_t now) {
+    if (!TakeJournal || TakeJournal->Write(now) || DiskFullReported) return;
+    DiskFullReported = true;
+    std::fprintf(stderr,
+                 "\nThe disk is full. The recording continues in memory: free some space.\n");
 }
 
-// Where files of the moment go, which is often another disk.
-std::string Take::SaveElsewhere(const RecordingPlan& plan) {
+// Writes the take to the folder for temporary files, which is often on another disk. Returns its
+// path.
+std::string TakeWriter::SaveToTempFolder(const RecordingPlan& plan) {
     fs::path name = fs::temp_directory_path() / fs::path(File.RealPath()).filename();
     for (int i = 2; fs::exists(name); ++i) {
         const fs::path whole(File.RealPath());
@@ -43,32 +45,32 @@ std::string Take::SaveElsewhere(const RecordingPlan& plan) {
                (whole.stem().string() + "-" + std::to_string(i) + whole.extension().string());
     }
     const OutputFile other(name.string());
-    WriteRecording(All, plan, other);
+    WriteRecording(AllRecords, plan, other);
     return other.Path();
 }
 
-// The take when its file cannot be written, and where it is then, in words.
-std::string Take::Keep(const RecordingPlan& plan) {
-    std::error_code none; // the folder may have gone, with a journal that is still open
-    if (Safe->Write(plan.EndTime, true) && fs::exists(Safe->Path(), none))
-        return "the recording is in \"" + Safe->Path() + "\"";
+// Saves a take whose file cannot be written. Returns a message about the place.
+std::string TakeWriter::SaveElsewhere(const RecordingPlan& plan) {
+    std::error_code none; // the folder may be deleted while the journal is still open
+    if (TakeJournal->Write(plan.EndTime, true) && fs::exists(TakeJournal->Path(), none))
+        return "the recording is in \"" + TakeJournal->Path() + "\"";
     try {
-        const std::string elsewhere = SaveElsewhere(plan);
-        Safe->Remove();
+        const std::string elsewhere = SaveToTempFolder(plan);
+        TakeJournal->Discard();
         return "the recording is in \"" + elsewhere + "\"";
-    } catch (const std::exception&) { // the journal has what the disk took
-        return "only its beginning is in \"" + Safe->Path() + "\"";
+    } catch (const std::exception&) { // the journal contains what fitted on the disk
+        return "only its beginning is in \"" + TakeJournal->Path() + "\"";
     }
 }
 
-void Take::Finish(const RecordingPlan& plan) {
-    const InterruptsHeld untilSafe;
+void TakeWriter::Finish(const RecordingPlan& plan) {
+    const ForcedExitBlocker untilSafe;
     try {
-        WriteRecording(All, plan, File);
-        if (Safe) Safe->Remove();
+        WriteRecording(AllRecords, plan, File);
+        if (TakeJournal) TakeJournal->Discard();
     } catch (const HostError& error) {
-        if (!Safe) throw;
-        throw HostError(std::string(error.what()) + "; " + Keep(plan));
+        if (!TakeJournal) throw;
+        throw HostError(std::string(error.what()) + "; " + SaveElsewhere(plan));
     }
 }
 

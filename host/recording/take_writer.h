@@ -1,4 +1,5 @@
-// A recording under way, which is on the disk from its first second on.
+// Collects a take, the messages of one recording, and writes its file. A journal on disk protects
+// it from the first second on.
 #pragma once
 
 #include "host/recording/journal.h"
@@ -9,33 +10,34 @@
 
 namespace zorhost {
 
-class Take {
+class TakeWriter {
 public:
-    // Rescues what former recordings into the folder have left. Throws HostError if the file cannot
-    // be written.
-    explicit Take(const std::string& path);
+    // Rescues journals of earlier takes in the same folder. Throws HostError if the file cannot be
+    // written.
+    explicit TakeWriter(const std::string& path);
 
-    // Channel messages; others have no place in a file and are passed over. Times in milliseconds.
+    // Adds a channel message; other messages are ignored. Its Time is in milliseconds.
     void Add(const MIDIEvent& record);
-    // What the file on the disk has beside them for now, in place of what was held before.
-    void Hold(std::vector<MIDIEvent> records);
-    // now: milliseconds as in the records. Call it often.
+    // Sets records that the journal contains until they are added or replaced: a sounding note.
+    void SetProvisional(std::vector<MIDIEvent> records);
+    // Writes the journal. Call it often. now: milliseconds, as in the records.
     void Save(std::int32_t now);
-    const std::vector<MIDIEvent>& Records() const { return All; }
+    const std::vector<MIDIEvent>& Records() const { return AllRecords; }
     std::size_t Notes() const { return NoteCount; }
     const std::string& Path() const { return File.Path(); }
-    // Writes the file. If that fails, the take is kept somewhere else, which the HostError names.
+    // Writes the file. If that fails, saves the take elsewhere and throws a HostError that names
+    // the place.
     void Finish(const RecordingPlan& plan);
 
 private:
+    std::string SaveToTempFolder(const RecordingPlan& plan);
     std::string SaveElsewhere(const RecordingPlan& plan);
-    std::string Keep(const RecordingPlan& plan);
 
     OutputFile File;
-    std::optional<Journal> Safe; // none beside a pipe
-    std::vector<MIDIEvent> All;
+    std::optional<Journal> TakeJournal; // none if the output is a pipe
+    std::vector<MIDIEvent> AllRecords;
     std::size_t NoteCount = 0;
-    bool ToldOfRoom = false;
+    bool DiskFullReported = false;
 };
 
 } // namespace zorhost

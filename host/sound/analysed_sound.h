@@ -1,5 +1,5 @@
-// A sound file as the recogniser's frames, on the straight road: read, brought to 22,050 Hz,
-// filtered, raised to a good level, measured. No device and no second thread.
+// Turns a sound file into the recogniser's frames: the samples are read, resampled to 22,050 Hz,
+// filtered, amplified and analysed. Runs in the calling thread, without a device.
 #pragma once
 
 #include "hearing/frame.h"
@@ -10,25 +10,27 @@
 
 namespace zorhost {
 
-enum class Loudness {
-    Raised,   // the file to a good peak, its soft stretches more
-    Followed, // as live, by the peak of the last seconds
-    AsItIs,   // unfiltered too
+// How samples are amplified before the analysis.
+enum class Levelling {
+    File, // so that the file reaches GoodPeak; its soft passages by up to 12 dB more
+    Live, // as live, by the peak of the last seconds
+    None, // not at all, and without the filter
 };
 
-struct HeardSound {
+struct AnalysedSound {
     std::vector<hearing::Frame> Frames;
-    double Seconds = 0;   // heard
-    double Announced = 0; // what the file says of its length
-    double Peak = 0;      // 1 is full scale
-    int OnLevel = 0;      // from which a pitch is searched for, and further on
-    int OffLevel = 0;
-    bool BrokeOff = false; // there should have been more
-    std::string Remark;    // what the user is told of the file; mostly nothing
+    double Seconds = 0;          // of sound that was analysed
+    double AnnouncedSeconds = 0; // length according to the file's header
+    double Peak = 0;             // after the filter; 1 is full scale
+    int OnLevel = 0;             // level from which the recogniser starts to search for a pitch
+    int OffLevel = 0;            // level down to which it continues to search
+    bool IsTruncated = false;    // the file ended too early
+    std::string Remark;          // message for the user about the file; mostly empty
 };
 
-// Takes 64 MB of memory at most and 6 MB an hour for the frames; what is longer than 12 minutes
-// waits on the disk meanwhile, 320 MB an hour. Ends early if interrupted. Throws HostError.
-HeardSound HearFile(const std::string& path, Loudness loudness);
+// Reads the file, or standard input, twice where its channels or scale need it. Uses up to 64 MB of
+// memory for samples and 6 MB per hour for frames; a sound longer than 12 minutes is stored in a
+// temporary file, 320 MB per hour. Returns early if interrupted. Throws HostError.
+AnalysedSound AnalyseFile(const std::string& path, Levelling levelling);
 
 } // namespace zorhost

@@ -12,7 +12,7 @@ namespace zorhost {
 
 namespace {
 
-// The blocks are handed in.
+// A capture device for the recogniser that delivers nothing: blocks are passed to it directly.
 class NoDevice : public Sonorel::SoundIn {
 public:
     std::uint32_t GetSampleRate() override { return AnalysisRate; }
@@ -22,7 +22,7 @@ public:
     bool Stop() override { return true; }
 };
 
-// Rounded: the half comes off again as what is above zero is cut.
+// An 8-bit sample, rounded: 128 is the centre, and the conversion to integer truncates.
 std::uint8_t Byte(float sample) {
     const float shifted = sample * FullLevel + 128.5f;
     const float positive = shifted > 0 ? shifted : 0;
@@ -35,18 +35,18 @@ constexpr double LowPassAngle = Turn * 1500 / AnalysisRate;
 
 } // namespace
 
-FrameMaker::FrameMaker() : Recogniser(new NoDevice) {
+FrameAnalyser::FrameAnalyser() : Recogniser(new NoDevice) {
     if (!Recogniser.Open(AnalysisRate)) throw HostError("out of memory");
 }
 
-hearing::Frame FrameMaker::Take(std::span<const float, FrameSamples> samples, float gain) {
+hearing::Frame FrameAnalyser::Analyse(std::span<const float, FrameSamples> samples, float gain) {
     for (std::size_t i = 0; i < FrameSamples; ++i) {
         Bytes[2 * i] = Bytes[2 * i + 1] = Byte(samples[i] * gain);
     }
-    const double begin = static_cast<double>(Frames++) * hearing::FrameSeconds;
-    const auto end = static_cast<std::uint32_t>(Frames * 1000 * FrameSamples / AnalysisRate);
+    const double begin = static_cast<double>(FrameCount++) * hearing::FrameSeconds;
+    const auto end = static_cast<std::uint32_t>(FrameCount * 1000 * FrameSamples / AnalysisRate);
     Sonorel::PitchRecWaveIn::ProcessChunk(end, Bytes.data(), 2 * FrameSamples, &Recogniser);
-    // Its notes are not asked for: a full ring takes no more.
+    // Its note ring is never read: when it is full, further notes are dropped.
     const Sonorel::FrameState& now = Recogniser.Now;
     return {begin, std::max(begin, now.OnsetTime / 1000.0), now.Frequency, now.Amplitude, gain};
 }
@@ -60,20 +60,20 @@ ToneFilter::ToneFilter() {
     const double a2 = (1 - alpha) / (1 + alpha);
     const double fall = std::exp(-LowPassAngle);
     const double gain = (1 + cosine) / 2 / (1 + alpha) * (1 - fall);
-    Ahead = {gain, -2 * gain, gain};
-    Back = {fall - a1, a1 * fall - a2, a2 * fall};
+    FeedForward = {gain, -2 * gain, gain};
+    FeedBack = {fall - a1, a1 * fall - a2, a2 * fall};
 }
 
-// First what depends on the input alone, which many samples can do at once; then the rest, in which
-// each waits for the one before.
+// The feed-forward part depends on the input only, so its loop vectorises. In the feedback part
+// each sample depends on the ones before.
 void ToneFilter::Apply(std::span<float, FrameSamples> samples) {
-    std::copy(In.end() - Order, In.end(), In.begin());
-    std::copy(Out.end() - Order, Out.end(), Out.begin());
-    std::ranges::copy(samples, In.begin() + Order);
-    const auto [b0, b1, b2] = Ahead;
-    const auto [a1, a2, a3] = Back;
-    const double* in = In.data() + Order;
-    double* out = Out.data() + Order;
+    std::copy(Input.end() - Order, Input.end(), Input.begin());
+    std::copy(Output.end() - Order, Output.end(), Output.begin());
+    std::ranges::copy(samples, Input.begin() + Order);
+    const auto [b0, b1, b2] = FeedForward;
+    const auto [a1, a2, a3] = FeedBack;
+    const double* in = Input.data() + Order;
+    double* out = Output.data() + Order;
     for (std::ptrdiff_t i = 0; i < std::ssize(samples); ++i) {
         out[i] = b0 * in[i] + b1 * in[i - 1] + b2 * in[i - 2];
     }

@@ -1,5 +1,4 @@
-// From samples to the recogniser's frames: filtered, raised to a good level, measured, without a
-// device.
+// Turns samples into the recogniser's frames without a device: filter, gain control and analysis.
 #pragma once
 
 #include "hearing/frame.h"
@@ -17,77 +16,80 @@ namespace zorhost {
 constexpr std::int32_t AnalysisRate = 22050; // Hz
 constexpr std::size_t FrameSamples = 512;
 static_assert(hearing::FrameSeconds == FrameSamples / double{AnalysisRate});
-constexpr int FullLevel = 128;
+constexpr int FullLevel = 128; // level of a full-scale sample
 
-// The recogniser, fed with samples, for what the library does not tell: the level and the exact
-// pitch of each frame.
-class FrameMaker {
+// Runs the recogniser on blocks of samples and returns the level and the exact pitch of each frame,
+// which the library does not report.
+class FrameAnalyser {
 public:
     // Throws HostError if memory is short.
-    FrameMaker();
+    FrameAnalyser();
 
-    // Samples from -1 to 1, times gain. Real time: yes.
-    hearing::Frame Take(std::span<const float, FrameSamples> samples, float gain);
+    // Analyses the next block. samples: -1 to 1, multiplied by gain. Real-time safe: yes.
+    hearing::Frame Analyse(std::span<const float, FrameSamples> samples, float gain);
 
-    // So many frames of time went by without sound. Real time: yes.
-    void Pass(std::int64_t frames) { Frames += frames; }
+    // Advances the time by a number of frames without sound. Real-time safe: yes.
+    void Skip(std::int64_t frames) { FrameCount += frames; }
 
-    // Levels from which a pitch is searched for at first, and further on.
+    // Level from which the search for a pitch starts, and level down to which it continues; 0 to
+    // 128.
     std::int32_t OnLevel() const { return Recogniser.NoteOnThreshold; }
     std::int32_t OffLevel() const { return Recogniser.NoteOffThreshold; }
 
 private:
     Sonorel::PitchRecWaveIn Recogniser;
-    // Both channels of the usual capture, which the recogniser takes fastest.
+    // 8-bit samples on two equal channels, the format that the recogniser processes fastest.
     std::array<std::uint8_t, 2 * FrameSamples> Bytes{};
-    std::int64_t Frames = 0;
+    std::int64_t FrameCount = 0;
 };
 
 constexpr float GoodPeak = 100.0f / 128; // of full scale
 
-// Keeps soft stretches near the level that the recogniser hears best: follows the peak of the last
-// seconds: up at once, down by half in three seconds. Real time: yes.
+// Automatic gain control that keeps soft passages near the level at which the recogniser works
+// best. It follows the peak of the last seconds: upwards at once, downwards by half in three
+// seconds. Real-time safe: yes.
 class LiveGain {
 public:
-    // least: the peak down to which it follows, so that noise stays below the notes. It begins
-    // there, since what is louder lowers the gain at once.
+    // least: the lowest peak to follow, so that noise stays softer than notes. It is also the
+    // initial value: the gain starts high, and a louder sound lowers it at once.
     explicit LiveGain(float least) : Least(least), Peak(least) {}
 
-    // Of one block of 512 samples at 22,050 Hz.
-    float For(std::span<const float> samples) {
+    // Returns the gain for the next block of 512 samples at 22,050 Hz.
+    float Update(std::span<const float> samples) {
         float peak = 0;
         for (const float sample : samples) peak = std::max(peak, std::fabs(sample));
-        Peak = std::max({peak, Peak * Fall, Least});
+        Peak = std::max({peak, Peak * Decay, Least});
         return GoodPeak / Peak;
     }
 
 private:
-    static constexpr float Fall = 0.99466f; // a block: half in three seconds
+    static constexpr float Decay = 0.99466f; // per block: half in three seconds
     float Least;
     float Peak;
 };
 
-// Without knowing what is to come: 24 dB below a good peak.
+// The lowest peak for live use, where later sound is unknown: 24 dB below GoodPeak.
 constexpr float LeastLivePeak = GoodPeak / 16;
 
-// What the scan for cycles is spared: rumble below the lowest notes, and harmonics that rise over
-// the fundamental. A second-order high-pass at 40 Hz and a first-order low-pass at 1.5 kHz, for
-// 22,050 Hz. Real time: yes.
+// Removes what disturbs the recogniser's search for cycles: rumble below the lowest notes, and
+// harmonics stronger than the fundamental. A second-order high-pass at 40 Hz and a first-order
+// low-pass at 1.5 kHz, for 22,050 Hz. Real-time safe: yes.
 class ToneFilter {
 public:
     ToneFilter();
+    // Filters the next block in place.
     void Apply(std::span<float, FrameSamples> samples);
 
 private:
     static constexpr std::size_t Order = 3;
 
-    // The two as one: what goes in by Ahead, what came out by Back, newest first.
-    std::array<double, Order> Ahead;
-    std::array<double, Order> Back;
-    // Oldest first: the end of the block before, then the block. In double: so near to a pole
-    // rounding adds up.
-    std::array<double, Order + FrameSamples> In{};
-    std::array<double, Order + FrameSamples> Out{};
+    // Coefficients of both filters combined, for the newest sample first.
+    std::array<double, Order> FeedForward;
+    std::array<double, Order> FeedBack;
+    // The end of the previous block, then the current block, oldest sample first. In double
+    // precision, since rounding errors accumulate so near to a pole.
+    std::array<double, Order + FrameSamples> Input{};
+    std::array<double, Order + FrameSamples> Output{};
 };
 
 } // namespace zorhost

@@ -1,5 +1,5 @@
-// A recogniser of the host's own beside the library's, on the same microphone, for what the library
-// does not tell: the level and the exact pitch of each frame.
+// Analyses the microphone live. It runs a recogniser beside the library's, on the same microphone,
+// to get the level and the exact pitch of each frame, which the library does not report.
 #pragma once
 
 #include "host/sound/frame_analyser.h"
@@ -14,49 +14,53 @@
 
 namespace zorhost {
 
-struct HeardFrame {
-    hearing::Frame Of;  // filtered and raised
-    int InputLevel = 0; // as the microphone gives it, 0 to 128
+struct LiveFrame {
+    hearing::Frame Frame; // after filter and gain
+    int InputLevel = 0;   // of the microphone's own signal, 0 to 128
 };
 
-class Ear {
+class LiveAnalyser {
 public:
-    // Opens the first microphone and listens. Throws HostError if it cannot be opened.
-    Ear();
-    ~Ear();
-    Ear(const Ear&) = delete;
-    Ear& operator=(const Ear&) = delete;
+    // Opens the first microphone and starts it. Throws HostError if that fails.
+    LiveAnalyser();
+    ~LiveAnalyser();
+    LiveAnalyser(const LiveAnalyser&) = delete;
+    LiveAnalyser& operator=(const LiveAnalyser&) = delete;
 
-    // Appends the frames since the last call. Some 20 seconds of them are kept for it. Where the
-    // microphone was away meanwhile, their times go on as the clock did.
-    void Take(std::vector<HeardFrame>& frames);
-    // When the first frame began, in milliseconds on the system's clock. Once there is one.
-    std::uint32_t StartTime() const { return Begun.load(std::memory_order_relaxed); }
+    // Appends the frames since the last call. The buffer holds about 20 seconds; later frames are
+    // dropped while it is full. If the microphone was interrupted, the times of the frames skip the
+    // interruption. Thread: one consumer.
+    void Drain(std::vector<LiveFrame>& frames);
+    // The beginning of the first frame in milliseconds of the system's clock. Valid once Drain has
+    // returned a frame.
+    std::uint32_t StartTime() const { return BeginTime.load(std::memory_order_relaxed); }
 
 private:
-    static void Hear(std::uint32_t time, const std::uint8_t* data, std::int32_t bytes, void* ear);
-    void TakeBlock(std::uint32_t time, const std::uint8_t* data, std::int32_t bytes);
-    void TakeGathered(std::uint32_t time);
+    static void OnBlock(std::uint32_t time, const std::uint8_t* data, std::int32_t bytes,
+                        void* self);
+    void AddBlock(std::uint32_t time, const std::uint8_t* data, std::int32_t bytes);
+    void AnalyseCollected(std::uint32_t time);
 
-    // Of the delivering thread.
+    // Used by the sound delivery thread only.
     ToneFilter Filter;
     LiveGain Gain{LeastLivePeak};
-    FrameMaker Maker;
-    std::array<float, FrameSamples> Gathered{};
-    std::size_t Count = 0; // of them
+    FrameAnalyser Analyser;
+    std::array<float, FrameSamples> Samples{}; // of the next frame
+    std::size_t SampleCount = 0;
     float InputPeak = 0;
-    std::uint32_t Before = 0; // time of the frame before
+    std::uint32_t PreviousTime = 0; // of the frame before, milliseconds
 
-    // One producer, the delivering thread, and one consumer; each writes its own count.
-    std::array<HeardFrame, 1024> Ring{};
-    std::atomic<std::size_t> Written{0}; // released after the frame is in place
-    std::atomic<std::size_t> Read{0};    // released after it has been taken
-    std::atomic<std::uint32_t> Begun{0}; // written before the first frame is released
+    // A ring buffer with one producer, the delivery thread, and one consumer. Each side writes its
+    // own count.
+    std::array<LiveFrame, 1024> Ring{};
+    std::atomic<std::size_t> WriteCount{0};  // released after the frame is stored
+    std::atomic<std::size_t> ReadCount{0};   // released after the frame is copied
+    std::atomic<std::uint32_t> BeginTime{0}; // stored before the first frame is released
 
-    Sonorel::SoundInWin Capture; // last: it is gone before what it writes to
+    Sonorel::SoundInWin Capture; // last, so that it stops before the buffers are destroyed
 };
 
-// "A4 +12", or the empty text without a pitch.
+// "A4 +12", with the deviation in cents; empty for 0 Hz and pitches outside the MIDI range.
 std::string PitchText(double frequency);
 
 } // namespace zorhost

@@ -12,8 +12,9 @@ namespace zorhost {
 
 namespace {
 
-constexpr std::int64_t Near = 150; // milliseconds
+constexpr std::int64_t MaxDistance = 150; // milliseconds between two notes that match
 
+// One side of a row, 22 columns; blank for null.
 std::string Half(const Note* note) {
     if (!note) return std::string(22, ' ');
     char text[48];
@@ -22,32 +23,32 @@ std::string Half(const Note* note) {
     return text;
 }
 
-// The index of the heard note that belongs to it, among those not taken.
-std::optional<std::size_t> Match(const Note& written, const std::vector<Note>& heard,
-                                 const std::vector<bool>& taken) {
+// The index of the nearest detected note that matches, among those not matched yet.
+std::optional<std::size_t> Match(const Note& written, const std::vector<Note>& detected,
+                                 const std::vector<bool>& matched) {
     std::optional<std::size_t> best;
-    for (std::size_t i = 0; i < heard.size(); ++i) {
-        const std::int64_t distance = std::abs(heard[i].Start - written.Start);
-        if (taken[i] || heard[i].Key != written.Key || distance > Near) continue;
-        if (!best || distance < std::abs(heard[*best].Start - written.Start)) best = i;
+    for (std::size_t i = 0; i < detected.size(); ++i) {
+        const std::int64_t distance = std::abs(detected[i].Start - written.Start);
+        if (matched[i] || detected[i].Key != written.Key || distance > MaxDistance) continue;
+        if (!best || distance < std::abs(detected[*best].Start - written.Start)) best = i;
     }
     return best;
 }
 
 struct Row {
-    std::int64_t Time;
-    const Note* Written;
-    const Note* Heard;
+    std::int64_t Time;        // milliseconds
+    const Note* WrittenNote;  // or null
+    const Note* DetectedNote; // or null
 };
 
 std::string RowText(const Row& row) {
-    std::string text = "  " + Half(row.Written) + "   " + Half(row.Heard);
+    std::string text = "  " + Half(row.WrittenNote) + "   " + Half(row.DetectedNote);
     char late[32] = "   missed";
-    if (!row.Written) {
+    if (!row.WrittenNote) {
         std::snprintf(late, sizeof late, "   not written");
-    } else if (row.Heard) {
+    } else if (row.DetectedNote) {
         std::snprintf(late, sizeof late, "   %+lld ms",
-                      static_cast<long long>(row.Heard->Start - row.Written->Start));
+                      static_cast<long long>(row.DetectedNote->Start - row.WrittenNote->Start));
     }
     return text + late + "\n";
 }
@@ -70,24 +71,25 @@ std::vector<Note> PairNotes(const std::vector<MIDIEvent>& records, std::int64_t 
     return notes;
 }
 
-SideBySide CompareMelodies(const std::vector<Note>& written, const std::vector<Note>& heard) {
-    SideBySide result;
-    std::vector<bool> taken(heard.size());
+MelodyComparison CompareMelodies(const std::vector<Note>& written,
+                                 const std::vector<Note>& detected) {
+    MelodyComparison result;
+    std::vector<bool> matched(detected.size());
     std::vector<Row> rows;
     for (const Note& note : written) {
-        const std::optional<std::size_t> match = Match(note, heard, taken);
-        if (match) taken[*match] = true;
-        rows.push_back({note.Start, &note, match ? &heard[*match] : nullptr});
-        ++(match ? result.Heard : result.Missed);
+        const std::optional<std::size_t> match = Match(note, detected, matched);
+        if (match) matched[*match] = true;
+        rows.push_back({note.Start, &note, match ? &detected[*match] : nullptr});
+        ++(match ? result.MatchedNotes : result.MissedNotes);
     }
-    for (std::size_t i = 0; i < heard.size(); ++i) {
-        if (taken[i]) continue;
-        rows.push_back({heard[i].Start, nullptr, &heard[i]});
-        ++result.Strange;
+    for (std::size_t i = 0; i < detected.size(); ++i) {
+        if (matched[i]) continue;
+        rows.push_back({detected[i].Start, nullptr, &detected[i]});
+        ++result.ExtraNotes;
     }
     std::stable_sort(rows.begin(), rows.end(),
                      [](const Row& a, const Row& b) { return a.Time < b.Time; });
-    result.Written = static_cast<int>(written.size());
+    result.WrittenNotes = static_cast<int>(written.size());
     result.Text = "   written                  heard\n";
     for (const Row& row : rows) result.Text += RowText(row);
     return result;

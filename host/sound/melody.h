@@ -1,4 +1,4 @@
-// Notes with a beginning and an end, made of note ons and note offs.
+// Notes with a beginning and an end, and the comparison of two melodies.
 #pragma once
 
 #include "engine/zormidi.h"
@@ -11,25 +11,28 @@ namespace zorhost {
 
 struct Note {
     std::int64_t Start; // milliseconds
-    std::int64_t End;
-    int Key;
+    std::int64_t End;   // milliseconds
+    int Key;            // MIDI note number
     int Velocity;
-    double Pitch = 0;    // exact, a MIDI number with fractions; 0 if it was not measured
-    double Sureness = 0; // 0 to 1
+    double Pitch = 0;      // exact MIDI note number with fractions; 0 if it was not measured
+    double Confidence = 0; // 0 to 1; 0 if the pitch was not measured
 };
 
-// Pairs the records of one voice; a note that no note off ends goes on to end. By Start.
+// Pairs the note ons and note offs of one voice, by Start. A note without a note off ends at `end`,
+// in milliseconds.
 std::vector<Note> PairNotes(const std::vector<MIDIEvent>& records, std::int64_t end);
 
-// Written and heard side by side, one line a note: times, names, how late. A heard note belongs to
-// the nearest written one of the same key that begins within 150 ms of it.
-struct SideBySide {
-    std::string Text;
-    int Written = 0;
-    int Heard = 0;   // of the written ones
-    int Missed = 0;  // written, not heard
-    int Strange = 0; // heard, not written
+// Written and detected notes side by side.
+struct MelodyComparison {
+    std::string Text; // a table, one line per note: times, names, delay
+    int WrittenNotes = 0;
+    int MatchedNotes = 0; // written and detected
+    int MissedNotes = 0;  // written, but not detected
+    int ExtraNotes = 0;   // detected, but not written
 };
-SideBySide CompareMelodies(const std::vector<Note>& written, const std::vector<Note>& heard);
+// A detected note matches the nearest written one with the same key that starts within 150 ms of
+// it.
+MelodyComparison CompareMelodies(const std::vector<Note>& written,
+                                 const std::vector<Note>& detected);
 
 } // namespace zorhost

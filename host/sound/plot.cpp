@@ -14,17 +14,17 @@ namespace zorhost {
 
 namespace {
 
-// Pixels. A page is no wider than a screen.
+// Sizes in pixels. A page fits the width of a screen.
 constexpr double Left = 76;
 constexpr double Right = 24;
 constexpr double RowWidth = 1500;
 constexpr double Top = 58;
-constexpr double Gap = 14; // between the two fields of a row
+constexpr double Gap = 14; // between the pitch and the level of a row
 constexpr double LevelHeight = 70;
-constexpr double Below = 58; // of a row, for the times
-constexpr int MostRows = 4;
+constexpr double TimesHeight = 58; // below a row
+constexpr int MaxRows = 4;         // per page
 
-// What all pages share, so that they can be laid side by side.
+// The scales, which are the same on all pages.
 class PlotScale {
 public:
     explicit PlotScale(const Plot& plot);
@@ -32,12 +32,12 @@ public:
     int Pages() const;
 
     double PixelsPerSecond;
-    double RowSeconds; // of one row across the page
+    double RowSeconds; // per row
     double Seconds;    // of the sound
-    int Rows;          // on a page
-    int Low = 127;     // keys
-    int High = 0;
-    double KeyHeight; // pixels
+    int Rows;          // per page
+    int Low = 127;     // lowest key drawn
+    int High = 0;      // highest key drawn
+    double KeyHeight;  // pixels per semitone
 
 private:
     void FindKeys(const Transcript& transcript);
@@ -46,8 +46,8 @@ private:
 PlotScale::PlotScale(const Plot& plot) : Seconds(std::max(plot.Sound.Seconds, 0.01)) {
     PixelsPerSecond = std::clamp(RowWidth / Seconds, 100.0, 400.0);
     RowSeconds = RowWidth / PixelsPerSecond;
-    Rows = std::min(MostRows, static_cast<int>(std::ceil(Seconds / RowSeconds)));
-    FindKeys(plot.Of);
+    Rows = std::min(MaxRows, static_cast<int>(std::ceil(Seconds / RowSeconds)));
+    FindKeys(plot.Transcript);
     KeyHeight = std::clamp(330.0 / (High - Low + 1), 5.0, 15.0);
 }
 
@@ -55,7 +55,8 @@ int PlotScale::Pages() const {
     return std::max(1, static_cast<int>(std::ceil(Seconds / (RowSeconds * Rows))));
 }
 
-// The notes with two semitones of air, at least an octave; single frames far off are not followed.
+// The range of the notes with a margin of two semitones, at least an octave. Frames outside are not
+// drawn.
 void PlotScale::FindKeys(const Transcript& transcript) {
     for (const Note& note : transcript.Notes) {
         Low = std::min(Low, note.Key);
@@ -99,24 +100,25 @@ std::string Escaped(const std::string& text) {
     return out;
 }
 
+// Whether it is a black key of the piano.
 bool IsBlack(int key) {
     const int step = key % 12;
     return step == 1 || step == 3 || step == 6 || step == 8 || step == 10;
 }
 
-// One row: a stretch of the sound, pitch above level.
+// Draws one row: a section of the sound, with the pitch above the level.
 class Row {
 public:
-    Row(const Plot& plot, const PlotScale& scale, double from, double y, std::string& svg)
-        : Of(plot), Scale(scale), From(from), To(std::min(from + scale.RowSeconds, scale.Seconds)),
-          PitchTop(y), Svg(svg) {}
+    Row(const zorhost::Plot& plot, const PlotScale& scale, double begin, double y, std::string& svg)
+        : Plot(plot), Scale(scale), Begin(begin),
+          End(std::min(begin + scale.RowSeconds, scale.Seconds)), PitchTop(y), Svg(svg) {}
     static double Height(const PlotScale& scale) {
-        return (scale.High - scale.Low + 1) * scale.KeyHeight + Gap + LevelHeight + Below;
+        return (scale.High - scale.Low + 1) * scale.KeyHeight + Gap + LevelHeight + TimesHeight;
     }
     void Draw();
 
 private:
-    double X(double seconds) const { return Left + (seconds - From) * Scale.PixelsPerSecond; }
+    double X(double seconds) const { return Left + (seconds - Begin) * Scale.PixelsPerSecond; }
     double Y(double pitch) const { return PitchTop + (Scale.High + 0.5 - pitch) * Scale.KeyHeight; }
     double PitchBase() const { return Y(Scale.Low - 0.5); }
     double LevelBase() const { return PitchBase() + Gap + LevelHeight; }
@@ -131,10 +133,10 @@ private:
     void DrawLevel();
     void DrawGate(int level);
 
-    const Plot& Of;
+    const zorhost::Plot& Plot;
     const PlotScale& Scale;
-    double From; // seconds
-    double To;
+    double Begin; // seconds
+    double End;   // seconds
     double PitchTop;
     std::string& Svg;
 };
@@ -151,7 +153,7 @@ void Row::Draw() {
 void Row::DrawKeys() {
     for (int key = Scale.Low; key <= Scale.High; ++key) {
         Append(Svg, "<rect x='%.1f' y='%.1f' width='%.1f' height='%.1f' fill='%s'/>\n", Left,
-               Y(key + 0.5), X(To) - Left, Scale.KeyHeight, IsBlack(key) ? "#e9ecf1" : "#f8f9fb");
+               Y(key + 0.5), X(End) - Left, Scale.KeyHeight, IsBlack(key) ? "#e9ecf1" : "#f8f9fb");
         const bool isC = key % 12 == 0;
         const bool isG = key % 12 == 7;
         if (!isC && (IsBlack(key) || (!isG && Scale.KeyHeight < 12))) continue;
@@ -159,7 +161,7 @@ void Row::DrawKeys() {
                Y(key) + 3.5, isC ? "c" : "k", NoteName(key).c_str());
     }
     Append(Svg, "<rect x='%.1f' y='%.1f' width='%.1f' height='%.1f' fill='#f8f9fb'/>\n", Left,
-           LevelBase() - LevelHeight, X(To) - Left, LevelHeight);
+           LevelBase() - LevelHeight, X(End) - Left, LevelHeight);
 }
 
 void Row::DrawTimes() {
@@ -167,7 +169,7 @@ void Row::DrawTimes() {
     for (const double next : {0.2, 0.5, 1.0}) {
         if (step * Scale.PixelsPerSecond < 70) step = next;
     }
-    for (int i = static_cast<int>(From / step + 1 - 1e-6); i * step <= To + 1e-6; ++i) {
+    for (int i = static_cast<int>(Begin / step + 1 - 1e-6); i * step <= End + 1e-6; ++i) {
         const double x = X(i * step);
         Append(Svg, "<path d='M%.1f %.1fV%.1fM%.1f %.1fV%.1f' stroke='#d3d8df'/>\n", x, PitchTop,
                PitchBase(), x, LevelBase() - LevelHeight, LevelBase());
@@ -186,44 +188,45 @@ void Row::DrawAxisNames() {
     upright((PitchTop + PitchBase()) / 2, "pitch (note)");
     upright(LevelBase() - LevelHeight / 2, "level (of 128)");
     Append(Svg, "<text x='%.1f' y='%.1f' text-anchor='middle' class='a'>time (s)</text>\n",
-           (Left + X(To)) / 2, LevelBase() + 30);
+           (Left + X(End)) / 2, LevelBase() + 30);
 }
 
 void Row::DrawNotes() {
-    for (const Note& note : Of.Of.Notes) {
+    for (const Note& note : Plot.Transcript.Notes) {
         const auto start = static_cast<double>(note.Start) / 1000;
-        if (start<To&& static_cast<double>(note.End) / 1000> From) DrawNote(note);
+        const auto end = static_cast<double>(note.End) / 1000;
+        if (start < End && end > Begin) DrawNote(note);
     }
 }
 
-// The bar is the key, the line in it the exact pitch.
+// A bar at the key, with a line at the exact pitch.
 void Row::DrawNote(const Note& note) {
     const double start = static_cast<double>(note.Start) / 1000;
     const double end = static_cast<double>(note.End) / 1000;
-    const double x = X(std::max(start, From));
-    const double width = std::max(2.0, X(std::min(end, To)) - x);
+    const double x = X(std::max(start, Begin));
+    const double width = std::max(2.0, X(std::min(end, End)) - x);
     const std::string name = NoteName(note.Key);
     Append(Svg,
            "<rect x='%.1f' y='%.1f' width='%.1f' height='%.1f' rx='2' fill='#4f8fd6' "
-           "fill-opacity='0.5' stroke='#2f6cb0'><title>%s, %.3f s to %.3f s, velocity %d, %.0f%% "
-           "sure</title></rect>\n",
+           "fill-opacity='0.5' stroke='#2f6cb0'><title>%s, %.3f s to %.3f s, velocity %d, "
+           "confidence %.0f%%</title></rect>\n",
            x, Y(note.Key + 0.5), width, Scale.KeyHeight, name.c_str(), start, end, note.Velocity,
-           note.Sureness * 100);
+           note.Confidence * 100);
     if (note.Pitch > 0) {
         Append(Svg, "<path d='M%.1f %.1fh%.1f' stroke='#1c4f8a' stroke-width='1.5'/>\n", x,
                Y(note.Pitch), width);
     }
-    if (start >= From) {
+    if (start >= Begin) {
         Append(Svg, "<text x='%.1f' y='%.1f' class='n'>%s</text>\n", x + 1, Y(note.Key + 0.5) - 3,
                name.c_str());
     }
 }
 
-// One dot for each frame that has a pitch, as one path of points.
+// One dot per frame with a pitch. All dots are one path of zero-length lines.
 void Row::DrawPitch() {
     Svg += "<path class='p' d='";
-    for (const hearing::Frame& frame : Of.Sound.Frames) {
-        if (frame.Frequency <= 0 || frame.Begin < From || frame.Begin >= To) continue;
+    for (const hearing::Frame& frame : Plot.Sound.Frames) {
+        if (frame.Frequency <= 0 || frame.Begin < Begin || frame.Begin >= End) continue;
         const double pitch = hearing::PitchOf(frame.Frequency);
         if (pitch < Scale.Low - 0.5 || pitch > Scale.High + 0.5) continue;
         Append(Svg, "M%.1f %.1fh0", X(frame.Begin + hearing::FrameSeconds / 2), Y(pitch));
@@ -234,14 +237,14 @@ void Row::DrawPitch() {
 void Row::DrawLevel() {
     Append(Svg, "<path fill='#8aa1b8' d='M%.1f %.1f", Left, LevelBase());
     double last = Left;
-    for (const hearing::Frame& frame : Of.Sound.Frames) {
-        if (frame.Begin < From || frame.Begin >= To) continue;
+    for (const hearing::Frame& frame : Plot.Sound.Frames) {
+        if (frame.Begin < Begin || frame.Begin >= End) continue;
         last = X(frame.Begin);
         Append(Svg, "L%.1f %.1f", last, LevelY(frame.Level));
     }
     Append(Svg, "L%.1f %.1fZ'/>\n", last, LevelBase());
-    for (const int level : {Of.Sound.OnLevel, Of.Sound.OffLevel}) DrawGate(level);
-    for (const int level : {0, Of.Sound.OnLevel, FullLevel / 2, FullLevel}) {
+    for (const int level : {Plot.Sound.OnLevel, Plot.Sound.OffLevel}) DrawGate(level);
+    for (const int level : {0, Plot.Sound.OnLevel, FullLevel / 2, FullLevel}) {
         Append(Svg, "<text x='%.1f' y='%.1f' text-anchor='end' class='k'>%d</text>\n", Left - 6,
                LevelY(level) + 3.5, level);
     }
@@ -249,10 +252,10 @@ void Row::DrawLevel() {
 
 void Row::DrawGate(int level) {
     Append(Svg, "<path d='M%.1f %.1fH%.1f' stroke='#c2452d' stroke-dasharray='5 4'/>\n", Left,
-           LevelY(level), X(To));
+           LevelY(level), X(End));
 }
 
-// page counts from 0.
+// page: from 0.
 std::string DrawPage(const Plot& plot, const PlotScale& scale, int page) {
     const double pageSeconds = scale.RowSeconds * scale.Rows;
     const double first = page * pageSeconds;
@@ -276,8 +279,8 @@ std::string DrawPage(const Plot& plot, const PlotScale& scale, int page) {
            "</text>\n";
     Append(svg,
            "<text x='%.0f' y='42' class='k'>bars: notes, with their exact pitch; dots: pitch of "
-           "each frame; below: level, dashed from where a pitch is searched for, and further "
-           "on</text>\n",
+           "each frame; below: level, dashed lines: thresholds of the search for a "
+           "pitch</text>\n",
            Left);
     for (int row = 0; row < rows; ++row) {
         Row(plot, scale, first + row * scale.RowSeconds, Top + row * Row::Height(scale), svg)
@@ -286,7 +289,7 @@ std::string DrawPage(const Plot& plot, const PlotScale& scale, int page) {
     return svg + "</svg>\n";
 }
 
-constexpr int MostPages = 60;
+constexpr int MaxPages = 60;
 
 std::string PageName(const std::string& path, int page) {
     const std::filesystem::path whole(path);
@@ -299,15 +302,15 @@ std::string PageName(const std::string& path, int page) {
 
 std::string PlotFiles::Write(const Plot& plot) {
     const PlotScale scale(plot);
-    const int pages = std::min(scale.Pages(), MostPages);
-    WriteText(DrawPage(plot, scale, 0), First);
+    const int pages = std::min(scale.Pages(), MaxPages);
+    WriteText(DrawPage(plot, scale, 0), FirstPage);
     for (int page = 1; page < pages; ++page) {
-        OutputFile file(PageName(First.Path(), page + 1));
+        OutputFile file(PageName(FirstPage.Path(), page + 1));
         WriteText(DrawPage(plot, scale, page), file);
     }
     const std::string more =
-        " and " + std::to_string(pages - 1) + " more, to " + PageName(First.Path(), pages);
-    return First.Path() + (pages > 1 ? more : "") +
+        " and " + std::to_string(pages - 1) + " more, to " + PageName(FirstPage.Path(), pages);
+    return FirstPage.Path() + (pages > 1 ? more : "") +
            (scale.Pages() > pages ? ", of the first hour" : "");
 }
 

@@ -1,8 +1,8 @@
-// Pictures of what was heard in a sound, as SVG: pages of a minute each, in rows like a score's.
+// Draws the analysis of a sound as SVG: pages of about a minute, each with several rows.
 #pragma once
 
+#include "host/recording/output_file.h"
 #include "host/sound/analysed_sound.h"
-#include "host/recording/recording_file.h"
 #include "host/sound/transcript.h"
 
 #include <string>
@@ -11,21 +11,21 @@ namespace zorhost {
 
 struct Plot {
     std::string Title;
-    const HeardSound& Sound;
-    const Transcript& Of;
+    const AnalysedSound& Sound;
+    const zorhost::Transcript& Transcript;
 };
 
 class PlotFiles {
 public:
-    // Of the first page; the second is "OUT-2.svg" where the first is "OUT.svg". Throws HostError
-    // if it cannot be written.
-    explicit PlotFiles(const std::string& path) : First(path) {}
-    // As many pages as it takes, no more than an hour's. Gives their names, as a sentence has
-    // them. Throws HostError.
+    // path: of the first page. The second page of "OUT.svg" is "OUT-2.svg". Throws HostError if the
+    // first page cannot be written.
+    explicit PlotFiles(const std::string& path) : FirstPage(path) {}
+    // Writes all pages, at most 60. Returns their names as part of a message: "OUT.svg and 2 more,
+    // to OUT-3.svg". Throws HostError.
     std::string Write(const Plot& plot);
 
 private:
-    OutputFile First;
+    OutputFile FirstPage;
 };
 
 } // namespace zorhost

@@ -17,50 +17,53 @@ namespace zorhost {
 namespace {
 
 constexpr sf_count_t Chunk = 4096; // frames
-// A file of floats can hold numbers of 32 bits as they are; nothing is meant to be beyond that.
-constexpr float Absurd = 1e10f;
-constexpr double MuchWeaker = 0.01; // of the energy: 20 dB
+// Floating-point files can contain unscaled 32-bit integers. A greater absolute value is damage.
+constexpr float HugeSample = 1e10f;
+constexpr double CancelledEnergy = 0.01; // of the loudest channel: -20 dB
 
 [[noreturn]] void CannotRead(const std::string& path, const std::string& why) {
     throw HostError("\"" + path + "\" cannot be read: " + why);
 }
 
-// Count is a number or, so that the compiler can take many frames at once, a constant.
+// Mixes channels to their mean. Count is a number, or an integral_constant so that the loop
+// vectorises.
 template <class Count>
-void Average(const float* from, Count count, std::span<float> mean) {
+void Average(const float* samples, Count count, std::span<float> mean) {
     const float share = 1 / static_cast<float>(count);
-    float* to = mean.data();
+    float* target = mean.data();
     const std::size_t frames = mean.size();
     for (std::size_t i = 0; i < frames; ++i) {
         float sum = 0;
-        for (std::size_t channel = 0; channel < count; ++channel) sum += from[i * count + channel];
-        to[i] = sum * share;
+        for (std::size_t channel = 0; channel < count; ++channel)
+            sum += samples[i * count + channel];
+        target[i] = sum * share;
     }
 }
 
-// Of one channel of so many, or of what is mixed. Some of the frames tell enough.
-double Energy(const float* from, std::size_t frames, std::size_t channels) {
-    constexpr std::size_t some = 7;
+// The energy of one channel of interleaved samples. Every seventh frame is enough for a comparison.
+double Energy(const float* samples, std::size_t frames, std::size_t channels) {
+    constexpr std::size_t step = 7;
     float sum = 0;
-    for (std::size_t i = 0; i < frames; i += some) sum += from[i * channels] * from[i * channels];
+    for (std::size_t i = 0; i < frames; i += step)
+        sum += samples[i * channels] * samples[i * channels];
     return sum;
 }
 
-// What the formats need to go back and forth in.
-std::FILE* Spooled(std::FILE* from, const std::string& path) {
-    std::FILE* to = std::tmpfile();
-    if (!to) CannotRead(path, std::strerror(errno));
+// Copies a pipe to an unnamed temporary file, since decoders need to seek.
+std::FILE* CopyToTempFile(std::FILE* source, const std::string& path) {
+    std::FILE* target = std::tmpfile();
+    if (!target) CannotRead(path, std::strerror(errno));
     std::array<char, 65536> bytes;
     while (!Interrupted()) {
-        const std::size_t got = std::fread(bytes.data(), 1, bytes.size(), from);
+        const std::size_t got = std::fread(bytes.data(), 1, bytes.size(), source);
         if (got == 0) break;
-        if (std::fwrite(bytes.data(), 1, got, to) == got) continue;
-        std::fclose(to);
-        CannotRead(path, "there is no room to keep it");
+        if (std::fwrite(bytes.data(), 1, got, target) == got) continue;
+        std::fclose(target);
+        CannotRead(path, "no disk space is left for a copy");
     }
-    std::fflush(to);
-    std::rewind(to);
-    return to;
+    std::fflush(target);
+    std::rewind(target);
+    return target;
 }
 
 } // namespace
@@ -68,18 +71,18 @@ std::FILE* Spooled(std::FILE* from, const std::string& path) {
 SoundFile::SoundFile(const std::string& path, const Mixing& how) : Mix(how) {
     OpenStream(path);
     File.reset(sf_open_fd(fileno(Stream.get()), SFM_READ, &Info, SF_FALSE));
-    if (!File) CannotRead(path, "it is not a sound file of a kind that is known");
+    if (!File) CannotRead(path, "it is no sound file, or of an unknown format");
     if (Info.frames <= 0 || Info.channels < 1 || Info.samplerate < 1) {
-        throw HostError("\"" + path + "\" holds no sound");
+        throw HostError("\"" + path + "\" contains no sound");
     }
     Channels.resize(static_cast<std::size_t>(Chunk * Info.channels));
-    Seen.Energies.resize(static_cast<std::size_t>(Info.channels));
+    Stats.Energies.resize(static_cast<std::size_t>(Info.channels));
     const int kind = Info.format & SF_FORMAT_SUBMASK;
     Floats = kind == SF_FORMAT_FLOAT || kind == SF_FORMAT_DOUBLE;
 }
 
 void SoundFile::OpenStream(const std::string& path) {
-    const WaitEndsAtInterrupt wait;
+    const InterruptibleReads wait;
     Stream.reset(path == StandardInput ? fdopen(dup(STDIN_FILENO), "rb")
                                        : std::fopen(path.c_str(), "rb"));
     struct stat about = {};
@@ -88,13 +91,13 @@ void SoundFile::OpenStream(const std::string& path) {
     }
     if (S_ISDIR(about.st_mode)) CannotRead(path, "it is a folder");
     if (!S_ISREG(about.st_mode)) {
-        Stream.reset(Spooled(Stream.get(), path));
+        Stream.reset(CopyToTempFile(Stream.get(), path));
         fstat(fileno(Stream.get()), &about);
     }
     if (about.st_size == 0) CannotRead(path, "it is empty");
 }
 
-double SoundFile::Announced() const {
+double SoundFile::AnnouncedSeconds() const {
     return static_cast<double>(Info.frames) / static_cast<double>(Info.samplerate);
 }
 
@@ -105,7 +108,7 @@ std::size_t SoundFile::Read(std::span<float> samples) {
             std::min<sf_count_t>(Chunk, static_cast<sf_count_t>(samples.size() - done));
         const sf_count_t got = sf_readf_float(File.get(), Channels.data(), wanted);
         if (got <= 0) break;
-        Taken += got;
+        FramesRead += got;
         if (Floats) Clean(std::span(Channels).first(static_cast<std::size_t>(got * Info.channels)));
         MixDown(samples.subspan(done, static_cast<std::size_t>(got)));
         done += static_cast<std::size_t>(got);
@@ -113,89 +116,92 @@ std::size_t SoundFile::Read(std::span<float> samples) {
     return done;
 }
 
-// A file of floats can hold what is no number, which would stay in every filter.
+// Replaces NaN, infinity and huge samples by silence, since they would stay in every filter.
 void SoundFile::Clean(std::span<float> samples) {
     const float scale = Mix.Scale;
-    const auto fits = [scale](float sample) { return std::fabs(sample * scale) < Absurd; };
-    std::int32_t sane = 0, silent = 0;
+    const auto fits = [scale](float sample) { return std::fabs(sample * scale) < HugeSample; };
+    std::int32_t normal = 0, silent = 0;
     for (const float sample : samples) {
-        sane += fits(sample);
+        normal += fits(sample);
         silent += sample == 0;
     }
-    Seen.Sane += sane - silent;
-    for (const float sample : samples.first(sane == std::ssize(samples) ? 0 : samples.size())) {
+    Stats.NormalSamples += normal - silent;
+    for (const float sample : samples.first(normal == std::ssize(samples) ? 0 : samples.size())) {
         if (fits(sample) || !std::isfinite(sample)) continue;
-        ++Seen.Absurd;
-        Seen.Greatest = std::max(Seen.Greatest, std::fabs(sample));
+        ++Stats.HugeSamples;
+        Stats.HugePeak = std::max(Stats.HugePeak, std::fabs(sample));
     }
     for (float& sample : samples) sample = fits(sample) ? sample * scale : 0;
 }
 
 void SoundFile::MixDown(std::span<float> mono) {
     const auto count = static_cast<std::size_t>(Info.channels);
-    const float* const from = Channels.data();
+    const float* const frames = Channels.data();
     if (Mix.Channel >= 0) {
         for (std::size_t i = 0; i < mono.size(); ++i)
-            mono[i] = from[i * count + static_cast<std::size_t>(Mix.Channel)];
+            mono[i] = frames[i * count + static_cast<std::size_t>(Mix.Channel)];
         return;
     }
     if (count == 1) {
-        std::ranges::copy_n(from, std::ssize(mono), mono.begin());
+        std::ranges::copy_n(frames, std::ssize(mono), mono.begin());
         return;
     }
     if (count == 2)
-        Average(from, std::integral_constant<std::size_t, 2>(), mono);
+        Average(frames, std::integral_constant<std::size_t, 2>(), mono);
     else
-        Average(from, count, mono);
-    Seen.MeanEnergy += Energy(mono.data(), mono.size(), 1);
+        Average(frames, count, mono);
+    Stats.MeanEnergy += Energy(mono.data(), mono.size(), 1);
     for (std::size_t channel = 0; channel < count; ++channel)
-        Seen.Energies[channel] += Energy(from + channel, mono.size(), count);
+        Stats.Energies[channel] += Energy(frames + channel, mono.size(), count);
 }
 
-bool SoundFile::ReadAnew() {
+// Each fault is repaired once: first the scale, then cancelled channels.
+bool SoundFile::ChooseMixing() {
     const Mixing before = Mix;
-    const auto loudest = std::ranges::max_element(Seen.Energies);
-    if (Seen.Absurd > Seen.Sane && Mix.Scale == 1)
-        Mix.Scale = 1 / Seen.Greatest;
-    else if (Mix.Channel < 0 && Seen.MeanEnergy < *loudest * MuchWeaker)
-        Mix.Channel = static_cast<int>(loudest - Seen.Energies.begin());
+    const auto loudest = std::ranges::max_element(Stats.Energies);
+    if (Stats.HugeSamples > Stats.NormalSamples && Mix.Scale == 1)
+        Mix.Scale = 1 / Stats.HugePeak;
+    else if (Mix.Channel < 0 && Stats.MeanEnergy < *loudest * CancelledEnergy)
+        Mix.Channel = static_cast<int>(loudest - Stats.Energies.begin());
     return Mix != before && Rewind();
 }
 
 bool SoundFile::Rewind() {
     if (sf_seek(File.get(), 0, SEEK_SET) != 0) return false;
-    Taken = 0;
-    Seen = {.Energies = std::vector<double>(Seen.Energies.size())};
+    FramesRead = 0;
+    Stats = {.Energies = std::vector<double>(Stats.Energies.size())};
     return true;
 }
 
-void SoundFile::Survey() {
+void SoundFile::Prescan() {
     if ((Info.channels == 1 && !Floats) || !Info.seekable) return;
     std::vector<float> passed(Chunk);
     do {
         while (Read(passed) == passed.size() && !Interrupted()) {
         }
-    } while (ReadAnew());
+    } while (ChooseMixing());
     Rewind();
 }
 
 std::string SoundFile::Remark() const {
     std::string text;
-    if (Mix.Scale != 1) text = "its samples are beyond all scales, so the greatest counts as full";
+    if (Mix.Scale != 1)
+        text = "its samples far exceed full scale, so the greatest counts as full scale";
     if (Mix.Channel < 0) return text;
     return text + (text.empty() ? "" : "; ") + "its channels cancel each other, so channel " +
-           std::to_string(Mix.Channel + 1) + " alone is heard";
+           std::to_string(Mix.Channel + 1) + " alone is used";
 }
 
-bool SoundFile::BrokeOff() const {
-    // Of an MP3 the length is only guessed.
+bool SoundFile::IsTruncated() const {
+    // The announced length of an MP3 is an estimate.
     if ((Info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_MPEG) return false;
-    return sf_error(File.get()) != SF_ERR_NO_ERROR || Taken < Info.frames || CutShort();
+    return sf_error(File.get()) != SF_ERR_NO_ERROR || FramesRead < Info.frames ||
+           IsShorterThanHeader();
 }
 
-// A WAV or AIFF whose header tells of more sound than the file holds is taken as shorter without an
-// error; only the log of its reading says so.
-bool SoundFile::CutShort() const {
+// libsndfile shortens a WAV or AIFF whose header announces more sound than the file contains
+// without an error. Only its log mentions it.
+bool SoundFile::IsShorterThanHeader() const {
     std::array<char, 16384> log = {};
     sf_command(File.get(), SFC_GET_LOG_INFO, log.data(), static_cast<int>(log.size() - 1));
     const char* data = std::strstr(log.data(), "data :");
@@ -205,21 +211,23 @@ bool SoundFile::CutShort() const {
     return line.find("should be") != std::string::npos;
 }
 
-Resampled::Resampled(SoundFile& file) : File(file), Chunk() {
+Resampler::Resampler(SoundFile& file) : File(file), Chunk() {
     const soxr_io_spec_t samples = soxr_io_spec(SOXR_FLOAT32_I, SOXR_FLOAT32_I);
     const soxr_quality_spec_t quality = soxr_quality_spec(SOXR_HQ, 0);
     const soxr_runtime_spec_t runtime = soxr_runtime_spec(1);
     Converter.reset(
         soxr_create(file.Rate(), AnalysisRate, 1, nullptr, &samples, &quality, &runtime));
     if (!Converter || soxr_set_input_fn(Converter.get(), &Supply, this, Chunk.size())) {
-        throw HostError("the sound cannot be brought to the recogniser's rate");
+        throw HostError("the sound cannot be resampled to the rate of the recogniser");
     }
 }
 
-std::size_t Resampled::Supply(void* self, soxr_in_t* data, std::size_t wanted) {
-    auto& mine = *static_cast<Resampled*>(self);
-    *data = mine.Chunk.data();
-    return mine.File.Read(std::span(mine.Chunk).first(std::min(wanted, mine.Chunk.size())));
+// Input callback of soxr.
+std::size_t Resampler::Supply(void* self, soxr_in_t* data, std::size_t wanted) {
+    auto& resampler = *static_cast<Resampler*>(self);
+    *data = resampler.Chunk.data();
+    return resampler.File.Read(
+        std::span(resampler.Chunk).first(std::min(wanted, resampler.Chunk.size())));
 }
 
 } // namespace zorhost

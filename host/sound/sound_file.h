@@ -1,5 +1,4 @@
-// A sound file, read once from its beginning to its end as one channel, at its own rate or the
-// recogniser's.
+// Reads a sound file from beginning to end as one channel, at its own rate or the recogniser's.
 #pragma once
 
 #include "host/sound/frame_analyser.h"
@@ -17,39 +16,40 @@
 
 namespace zorhost {
 
-// The path of what is piped in.
+// The path that stands for standard input.
 constexpr char StandardInput[] = "-";
 
-// How a file's channels become one.
+// How the channels of a file are mixed to one.
 struct Mixing {
-    int Channel = -1; // this one alone, from 0; below 0 the mean of all
-    float Scale = 1;  // that every sample is multiplied by
+    int Channel = -1; // the only channel used, from 0; below 0: the mean of all
+    float Scale = 1;  // factor for each sample
     bool operator==(const Mixing&) const = default;
 };
 
 class SoundFile {
 public:
-    // A pipe or a terminal is read to its end first, into a file without a name. Throws HostError
-    // if that is no sound of a kind that can be read.
-    explicit SoundFile(const std::string& path, const Mixing& how = {});
+    // path: a file, a pipe or StandardInput. A pipe is copied to an unnamed temporary file first.
+    // Throws HostError if the file cannot be read or is no sound of a known format.
+    explicit SoundFile(const std::string& path, const Mixing& mixing = {});
 
+    // Hz.
     int Rate() const { return Info.samplerate; }
-    // What the file says of itself, in seconds; of some kinds a guess.
-    double Announced() const;
-    // Fills with the mean of the channels, -1 to 1. Less than asked for at the end only.
+    // Length in seconds according to the header; an estimate in some formats.
+    double AnnouncedSeconds() const;
+    // Reads and mixes the next samples, -1 to 1. Returns their number, which is less than requested
+    // only at the end.
     std::size_t Read(std::span<float> samples);
-    // Seconds read.
-    double Position() const { return static_cast<double>(Taken) / Info.samplerate; }
-    // After the end: whether there should have been more.
-    bool BrokeOff() const;
-    // After the end: whether what was read was nearly nothing although the file holds sound, since
-    // its channels cancel each other or its floats are beyond all scales. Then the next Read begins
-    // anew and hears it, and How and Remark tell in which way.
-    bool ReadAnew();
-    // The same for a Read that comes later: reads all, if the file is of a kind that may need it.
-    void Survey();
-    const Mixing& How() const { return Mix; }
-    // What the user is told of it; empty if there is nothing to tell.
+    // Seconds read so far.
+    double Position() const { return static_cast<double>(FramesRead) / Info.samplerate; }
+    // At the end: whether the file ended before its announced length.
+    bool IsTruncated() const;
+    // At the end: if the channels have cancelled each other, or floating-point samples far exceed
+    // full scale, chooses another mixing, rewinds and returns true. The caller then reads again.
+    bool ChooseMixing();
+    // Before the first Read: reads the whole file to choose the mixing, if that may be necessary.
+    void Prescan();
+    const Mixing& CurrentMixing() const { return Mix; }
+    // A message for the user about an unusual mixing; empty for the usual one.
     std::string Remark() const;
 
 private:
@@ -60,39 +60,40 @@ private:
         void operator()(SNDFILE* file) const { sf_close(file); }
     };
 
-    // What a pass over the file comes across.
-    struct Findings {
-        std::int64_t Sane = 0;   // samples that are neither silent nor beyond all scales
-        std::int64_t Absurd = 0; // numbers that are
-        float Greatest = 0;      // of the absurd that are numbers
-        double MeanEnergy = 0;
-        std::vector<double> Energies; // of each channel, if there are several
+    // Gathered while reading, to choose the mixing.
+    struct Statistics {
+        std::int64_t NormalSamples = 0; // neither zero nor huge
+        std::int64_t HugeSamples = 0;   // finite, but huge
+        float HugePeak = 0;             // greatest absolute value of the huge samples
+        double MeanEnergy = 0;          // of the mean of all channels
+        std::vector<double> Energies;   // of each channel, if there are several
     };
 
     bool Rewind();
     void Clean(std::span<float> samples);
     void MixDown(std::span<float> mono);
     void OpenStream(const std::string& path);
-    bool CutShort() const;
+    bool IsShorterThanHeader() const;
 
     std::unique_ptr<std::FILE, CloseStream> Stream;
     std::unique_ptr<SNDFILE, CloseSound> File;
     SF_INFO Info = {};
-    std::int64_t Taken = 0; // frames
-    std::vector<float> Channels;
-    bool Floats = false; // its samples
+    std::int64_t FramesRead = 0;
+    std::vector<float> Channels; // interleaved frames of one chunk
+    bool Floats = false;         // the file contains floating-point samples
     Mixing Mix;
-    Findings Seen;
+    Statistics Stats;
 };
 
-// At the recogniser's rate.
+// A frame of the recogniser, at 22,050 Hz.
 using Block = std::array<float, FrameSamples>;
 
-class Resampled {
+// Reads a sound file at the recogniser's rate.
+class Resampler {
 public:
-    // Throws HostError if there is no way from the file's rate.
-    explicit Resampled(SoundFile& file);
-    // Less than asked for at the end only.
+    // Throws HostError if the file's rate cannot be converted.
+    explicit Resampler(SoundFile& file);
+    // Returns the number of samples read, which is less than requested only at the end.
     std::size_t Read(std::span<float> samples) {
         return soxr_output(Converter.get(), samples.data(), samples.size());
     }
@@ -104,7 +105,7 @@ private:
     static std::size_t Supply(void* self, soxr_in_t* data, std::size_t wanted);
 
     SoundFile& File;
-    std::array<float, 4096> Chunk;
+    std::array<float, 4096> Chunk; // input of the converter
     std::unique_ptr<soxr, Free> Converter;
 };
 

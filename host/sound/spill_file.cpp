@@ -17,28 +17,29 @@ float PeakOf(const Block& block) {
 
 } // namespace
 
-void Spool::Write(const Block& block) {
-    if (Memory.size() == MostInMemory) Spill();
+void SpillFile::Write(const Block& block) {
+    if (Memory.size() == MaxInMemory) Spill();
     Memory.push_back(block);
     Greatest = std::max(Greatest, PeakOf(block));
 }
 
-void Spool::Spill() {
+// Moves the blocks in memory to the temporary file.
+void SpillFile::Spill() {
     if (!File) File.reset(std::tmpfile());
     for (const Block& block : Memory) {
         if (File && std::fwrite(block.data(), sizeof block, 1, File.get()) == 1) continue;
-        throw HostError("there is no room to keep the sound while it is measured");
+        throw HostError("no disk space is left to store the sound during its analysis");
     }
     Memory.clear();
 }
 
-void Spool::Rewind() {
+void SpillFile::Rewind() {
     if (!File) return;
     Spill();
     std::rewind(File.get());
 }
 
-bool Spool::Read(Block& block) {
+bool SpillFile::Read(Block& block) {
     if (File) return std::fread(block.data(), sizeof block, 1, File.get()) == 1;
     if (Memory.empty()) return false;
     block = Memory.front();

@@ -1,4 +1,4 @@
-// Samples between two passes over a sound.
+// Stores the samples of a sound between two passes over it.
 #pragma once
 
 #include "host/sound/sound_file.h"
@@ -9,29 +9,29 @@
 
 namespace zorhost {
 
-// Keeps 12 minutes in memory, and what is longer in a file without a name.
-class Spool {
+// The first 12 minutes are kept in memory; a longer sound is moved to an unnamed temporary file.
+class SpillFile {
 public:
-    // Throws HostError if there is no room.
+    // Appends a block. Throws HostError if the disk is full.
     void Write(const Block& block);
-    // Greatest absolute sample so far.
+    // Greatest absolute sample so far; 1 is full scale.
     float Peak() const { return Greatest; }
-    // After the last Write, once.
+    // Prepares for reading. Call it once, after the last Write. Throws HostError.
     void Rewind();
-    // False at the end.
+    // Reads the next block. False at the end.
     bool Read(Block& block);
 
 private:
-    static constexpr std::size_t MostInMemory = std::size_t{1} << 15; // blocks, 64 MB
+    static constexpr std::size_t MaxInMemory = std::size_t{1} << 15; // blocks, 64 MB
 
     struct Close {
         void operator()(std::FILE* file) const { std::fclose(file); }
     };
     void Spill();
 
-    std::deque<Block> Memory; // does not move what it holds as it grows
+    std::deque<Block> Memory; // a deque grows without moving its blocks
     float Greatest = 0;
-    std::unique_ptr<std::FILE, Close> File; // once there is more than Memory takes
+    std::unique_ptr<std::FILE, Close> File; // null while Memory suffices
 };
 
 } // namespace zorhost

@@ -14,40 +14,43 @@ namespace zorhost {
 
 namespace {
 
-constexpr double Worth = 0.06;       // seconds without a note that are worth telling
-constexpr int Wide = 57;             // columns of the whole table
-constexpr std::size_t MostGaps = 12; // lines of them
+constexpr double MinGap = 0.06;     // seconds; shorter gaps are not reported
+constexpr int TableWidth = 57;      // columns
+constexpr std::size_t MaxGaps = 12; // lines printed
 
-struct Stretch {
-    double From; // seconds
-    double To;
+struct Gap {
+    double Begin; // seconds
+    double End;   // seconds
 };
 
 std::int64_t Milliseconds(double seconds) {
     return static_cast<std::int64_t>(std::lround(seconds * 1000));
 }
 
+// Whether a time in milliseconds is within a note. next: an index into the notes, for calls in
+// ascending order of time.
 bool InNote(const std::vector<Note>& notes, std::size_t& next, std::int64_t time) {
     while (next < notes.size() && notes[next].End <= time) ++next;
     return next < notes.size() && notes[next].Start <= time;
 }
 
-std::vector<Stretch> Gaps(const Transcript& transcript, const HeardSound& sound) {
-    std::vector<Stretch> gaps;
+// Joins adjacent frames that are loud enough but belong to no note.
+std::vector<Gap> FindGaps(const Transcript& transcript, const AnalysedSound& sound) {
+    std::vector<Gap> gaps;
     std::size_t next = 0;
     for (const hearing::Frame& frame : sound.Frames) {
         const double end = frame.Begin + hearing::FrameSeconds;
         const std::int64_t middle = Milliseconds((frame.Begin + end) / 2);
         if (frame.Level <= sound.OffLevel || InNote(transcript.Notes, next, middle)) continue;
         const bool goesOn =
-            !gaps.empty() && frame.Begin - gaps.back().To < hearing::FrameSeconds / 2;
+            !gaps.empty() && frame.Begin - gaps.back().End < hearing::FrameSeconds / 2;
         if (goesOn) {
-            gaps.back().To = end;
+            gaps.back().End = end;
         } else {
             gaps.push_back({frame.Begin, end});
         }
     }
-    std::erase_if(gaps, [](const Stretch& gap) { return gap.To - gap.From < Worth; });
+    std::erase_if(gaps, [](const Gap& gap) { return gap.End - gap.Begin < MinGap; });
     return gaps;
 }
 
@@ -69,13 +72,14 @@ void AddNote(const Note& note, std::vector<MIDIEvent>& records) {
     records.push_back(Record(note.End, 0x80, note.Key, 64));
 }
 
+// A pitch bend for a range of two semitones: 4096 steps per semitone around 8192.
 MIDIEvent Bend(std::int64_t time, double semitones) {
     const int bend = std::clamp(8192 + static_cast<int>(std::lround(semitones * 4096)), 0, 16383);
     return Record(time, 0xE0, bend & 127, bend >> 7);
 }
 
-// What lies within a semitone of the note: slips of the measurement are no bends.
-void AddBends(const Note& note, const HeardSound& sound, std::vector<MIDIEvent>& records) {
+// Frames a semitone or more away from the note are wrong measurements, not bends.
+void AddBends(const Note& note, const AnalysedSound& sound, std::vector<MIDIEvent>& records) {
     records.push_back(Bend(note.Start, note.Pitch - note.Key));
     auto frame = std::ranges::lower_bound(sound.Frames, static_cast<double>(note.Start) / 1000, {},
                                           &hearing::Frame::Begin);
@@ -88,15 +92,15 @@ void AddBends(const Note& note, const HeardSound& sound, std::vector<MIDIEvent>&
     }
 }
 
-// In 32 columns.
+// A table of 32 columns.
 void PrintNarrow(const Transcript& transcript) {
-    std::printf("     start  note  cents     sure\n");
+    std::printf("     start  note  cents    conf.\n");
     for (const Note& note : transcript.Notes) {
         std::printf("%8.3f s  %-5s", static_cast<double>(note.Start) / 1000,
                     NoteName(note.Key).c_str());
         if (note.Pitch != 0)
             std::printf(" %+5ld    %4.0f%%", std::lround(CentsOff(note, transcript)),
-                        note.Sureness * 100);
+                        note.Confidence * 100);
         std::printf("\n");
     }
 }
@@ -110,15 +114,15 @@ Note ToKey(const hearing::Note& note, double tuning) {
             key,
             std::clamp(note.Level, 1, 127),
             note.Pitch,
-            note.Sureness};
+            note.Confidence};
 }
 
-Transcript Decode(const HeardSound& sound, Loudness loudness) {
+Transcript Decode(const AnalysedSound& sound, Levelling levelling) {
     Transcript transcript;
-    const bool live = loudness == Loudness::Followed;
+    const bool live = levelling == Levelling::Live;
     if (!live) transcript.Tuning = hearing::TuningOf(sound.Frames);
     hearing::Decoder decoder(live ? hearing::LiveLag : hearing::FileLag, transcript.Tuning);
-    for (const hearing::Frame& frame : sound.Frames) decoder.Take(frame);
+    for (const hearing::Frame& frame : sound.Frames) decoder.Feed(frame);
     decoder.Finish();
     for (const hearing::Note& note : decoder.Notes()) {
         transcript.Notes.push_back(ToKey(note, transcript.Tuning));
@@ -127,11 +131,11 @@ Transcript Decode(const HeardSound& sound, Loudness loudness) {
 }
 
 void PrintNotes(const Transcript& transcript) {
-    if (IsNarrow(Wide)) {
+    if (IsNarrow(TableWidth)) {
         PrintNarrow(transcript);
         return;
     }
-    std::printf("    no      start     length  note  cents  velocity   sure\n");
+    std::printf("    no      start     length  note  cents  velocity  conf.\n");
     int number = 0;
     for (const Note& note : transcript.Notes) {
         std::printf("%6d %8.3f s %8.3f s  %-5s", ++number, static_cast<double>(note.Start) / 1000,
@@ -141,38 +145,38 @@ void PrintNotes(const Transcript& transcript) {
             continue;
         }
         std::printf(" %+5ld %9d %5.0f%%\n", std::lround(CentsOff(note, transcript)), note.Velocity,
-                    note.Sureness * 100);
+                    note.Confidence * 100);
     }
 }
 
-void PrintGaps(const Transcript& transcript, const HeardSound& sound) {
-    const std::vector<Stretch> gaps = Gaps(transcript, sound);
+void PrintGaps(const Transcript& transcript, const AnalysedSound& sound) {
+    const std::vector<Gap> gaps = FindGaps(transcript, sound);
     double total = 0;
-    for (const Stretch& gap : gaps) total += gap.To - gap.From;
+    for (const Gap& gap : gaps) total += gap.End - gap.Begin;
     if (gaps.empty()) {
-        std::printf("All that was loud enough became notes\n");
+        std::printf("All sound above the threshold became notes\n");
         return;
     }
-    std::printf("Not understood: %.2f s that were loud enough gave no note\n", total);
-    for (std::size_t i = 0; i < gaps.size() && i < MostGaps; ++i) {
-        std::printf("  %8.3f s to %8.3f s\n", gaps[i].From, gaps[i].To);
+    std::printf("Unrecognised: %.2f s above the threshold gave no note\n", total);
+    for (std::size_t i = 0; i < gaps.size() && i < MaxGaps; ++i) {
+        std::printf("  %8.3f s to %8.3f s\n", gaps[i].Begin, gaps[i].End);
     }
-    if (gaps.size() > MostGaps) std::printf("  and %zu more\n", gaps.size() - MostGaps);
+    if (gaps.size() > MaxGaps) std::printf("  and %zu more\n", gaps.size() - MaxGaps);
 }
 
-void PrintJson(const Transcript& transcript, const HeardSound& sound) {
+void PrintJson(const Transcript& transcript, const AnalysedSound& sound) {
     for (const Note& note : transcript.Notes) {
         Json object;
         object.Add("kind", "note").Add("start", static_cast<double>(note.Start) / 1000);
         object.Add("end", static_cast<double>(note.End) / 1000).Add("key", note.Key);
         object.Add("name", NoteName(note.Key)).Add("velocity", note.Velocity);
         if (note.Pitch != 0) {
-            object.Add("cents", CentsOff(note, transcript)).Add("sureness", note.Sureness);
+            object.Add("cents", CentsOff(note, transcript)).Add("confidence", note.Confidence);
         }
         object.Print();
     }
-    for (const Stretch& gap : Gaps(transcript, sound)) {
-        Json().Add("kind", "gap").Add("start", gap.From).Add("end", gap.To).Print();
+    for (const Gap& gap : FindGaps(transcript, sound)) {
+        Json().Add("kind", "gap").Add("start", gap.Begin).Add("end", gap.End).Print();
     }
 }
 
@@ -182,7 +186,7 @@ std::vector<MIDIEvent> ToRecords(const std::vector<Note>& notes) {
     return records;
 }
 
-std::vector<MIDIEvent> ToRecords(const std::vector<Note>& notes, const HeardSound& sound) {
+std::vector<MIDIEvent> ToRecords(const std::vector<Note>& notes, const AnalysedSound& sound) {
     std::vector<MIDIEvent> records;
     for (const Note& note : notes) {
         AddBends(note, sound, records);

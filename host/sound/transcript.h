@@ -1,4 +1,4 @@
-// The notes of a sound file, as a table and as MIDI.
+// The notes of a sound file, as a table, as JSON and as MIDI records.
 #pragma once
 
 #include "engine/zormidi.h"
@@ -12,25 +12,26 @@ namespace zorhost {
 
 struct Transcript {
     std::vector<Note> Notes;
-    double Tuning = 0; // what A4 is sharper than 440 Hz, in semitones
+    double Tuning = 0; // how much sharper than 440 Hz A4 is, in semitones
 };
 
-// Followed loudness: each frame decided with the live lag, at 440 Hz.
-Transcript Decode(const HeardSound& sound, Loudness loudness);
+// With Levelling::Live each frame is decided with the live lag, and the tuning is 440 Hz.
+Transcript Decode(const AnalysedSound& sound, Levelling levelling);
 
-// In the take's own tuning: the nearest key, and the cents from it.
+// Rounds to the nearest key. tuning: as in Transcript.
 Note ToKey(const hearing::Note& note, double tuning);
 
+// Prints a table to standard output, a narrow one if the terminal is narrow.
 void PrintNotes(const Transcript& transcript);
-// Stretches that were loud enough for a note, and have none.
-void PrintGaps(const Transcript& transcript, const HeardSound& sound);
-// Both as JSON: the kinds note and gap.
-void PrintJson(const Transcript& transcript, const HeardSound& sound);
+// Prints the gaps: passages that were loud enough for a note, but have none.
+void PrintGaps(const Transcript& transcript, const AnalysedSound& sound);
+// Prints both as JSON, one object per line, of the kinds "note" and "gap".
+void PrintJson(const Transcript& transcript, const AnalysedSound& sound);
 
-// As records of channel 1.
+// Note ons and note offs on channel 1, at their Time in milliseconds.
 std::vector<MIDIEvent> ToRecords(const std::vector<Note>& notes);
-// With the pitch of each frame as bends, for a receiver whose range is two semitones up and down,
-// as it is unless told otherwise.
-std::vector<MIDIEvent> ToRecords(const std::vector<Note>& notes, const HeardSound& sound);
+// The same with the pitch of each frame as a pitch bend. The range of the receiver must be the
+// usual two semitones up and down.
+std::vector<MIDIEvent> ToRecords(const std::vector<Note>& notes, const AnalysedSound& sound);
 
 } // namespace zorhost

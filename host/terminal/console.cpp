@@ -11,9 +11,9 @@ namespace zorhost {
 
 namespace {
 
-termios restored = {}; // also for the signal that ends the program
+termios original = {}; // restored at the end, also by the forced-exit handler
 
-void Restore() { tcsetattr(STDIN_FILENO, TCSANOW, &restored); }
+void Restore() { tcsetattr(STDIN_FILENO, TCSANOW, &original); }
 
 } // namespace
 
@@ -24,31 +24,33 @@ int TerminalWidth() {
     for (const int handle : {STDOUT_FILENO, STDERR_FILENO}) {
         if (ioctl(handle, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) return size.ws_col;
     }
-    const char* const said = std::getenv("COLUMNS");
-    const int columns = said ? std::atoi(said) : 0;
+    const char* const text = std::getenv("COLUMNS");
+    const int columns = text ? std::atoi(text) : 0;
     return columns > 0 ? columns : 80;
 }
 
+// A background process would be stopped by SIGTTOU if it changed the terminal, so it does not.
 Keys::Keys() {
     termios present = {};
     if (!IsTerminal(STDERR_FILENO) || tcgetattr(STDIN_FILENO, &present) != 0 ||
         tcgetpgrp(STDIN_FILENO) != getpgrp()) {
         return;
     }
-    restored = present;
+    original = present;
     IsWorking = true;
-    AtSecondInterrupt(Restore);
+    SetForcedExitHandler(Restore);
     present.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
-    present.c_cc[VMIN] = 0;
+    present.c_cc[VMIN] = 0; // read does not wait
     present.c_cc[VTIME] = 0;
     tcsetattr(STDIN_FILENO, TCSANOW, &present);
 }
 
 Keys::~Keys() {
     if (IsWorking) Restore();
-    AtSecondInterrupt(nullptr);
+    SetForcedExitHandler(nullptr);
 }
 
+// Arrows and Home arrive as escape sequences of three bytes: ESC [ C.
 Key Keys::Next() {
     char bytes[8] = {};
     if (!IsWorking) return Key::None;

@@ -1,12 +1,12 @@
-// What General MIDI and its makers call programs and controllers.
+// Program names of General MIDI, and the usual names of controllers.
 #pragma once
 
 namespace zorhost {
 
-// Of a program from 0 to 127: "Acoustic grand piano".
+// Returns the name of a program, 0 to 127: "Acoustic grand piano".
 const char* ProgramName(int program);
 
-// Of a controller from 0 to 127; empty where it has no name.
+// Returns the name of a controller, 0 to 127; empty if it has none.
 const char* ControllerName(int controller);
 
 } // namespace zorhost

@@ -1,4 +1,4 @@
-// How zorhost ends: its exit codes, and the error that carries one up to main.
+// The exit codes of zorhost, and the exception that carries one to main.
 #pragma once
 
 #include <stdexcept>
@@ -8,14 +8,14 @@ namespace zorhost {
 
 enum ExitCode : int {
     ExitOk = 0,
-    ExitTrouble = 1,  // a file or a port could not be used, or records were lost
-    ExitWrongUse = 2, // the command line makes no sense
+    ExitFailure = 1,  // a file or port could not be used, or data was lost
+    ExitWrongUse = 2, // the command line is invalid
 };
 
-// Shown as "zorhost: text" on standard error.
+// main prints it as "zorhost: text" on standard error and exits with the code.
 class HostError : public std::runtime_error {
 public:
-    explicit HostError(const std::string& text, ExitCode code = ExitTrouble)
+    explicit HostError(const std::string& text, ExitCode code = ExitFailure)
         : std::runtime_error(text), Code(code) {}
     ExitCode Code;
 };

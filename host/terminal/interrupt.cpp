@@ -10,18 +10,20 @@ namespace zorhost {
 namespace {
 
 volatile std::sig_atomic_t interrupted = 0;
-volatile std::sig_atomic_t held = 0;
-std::atomic<void (*)()> atEnd{nullptr};
+volatile std::sig_atomic_t exitBlockers = 0;
+std::atomic<void (*)()> forcedExitHandler{nullptr};
 
+// Signal handler. Only async-signal-safe calls are allowed here.
 void OnSignal(int signal) {
-    if (interrupted && !held && signal != SIGHUP) {
-        if (void (*const last)() = atEnd.load(std::memory_order_relaxed)) last();
+    if (interrupted && !exitBlockers && signal != SIGHUP) {
+        if (void (*const handler)() = forcedExitHandler.load(std::memory_order_relaxed)) handler();
         std::signal(signal, SIG_DFL);
         std::raise(signal);
     }
     interrupted = 1;
 }
 
+// flags: SA_RESTART for reads that continue after a signal, 0 for reads that fail with EINTR.
 void Catch(int flags) {
     struct sigaction action = {};
     action.sa_handler = OnSignal;
@@ -34,15 +36,17 @@ void Catch(int flags) {
 
 void CatchInterrupts() { Catch(SA_RESTART); }
 
-WaitEndsAtInterrupt::WaitEndsAtInterrupt() { Catch(0); }
-WaitEndsAtInterrupt::~WaitEndsAtInterrupt() { Catch(SA_RESTART); }
+InterruptibleReads::InterruptibleReads() { Catch(0); }
+InterruptibleReads::~InterruptibleReads() { Catch(SA_RESTART); }
 
-void AtSecondInterrupt(void (*last)()) { atEnd.store(last, std::memory_order_relaxed); }
+void SetForcedExitHandler(void (*handler)()) {
+    forcedExitHandler.store(handler, std::memory_order_relaxed);
+}
 
 bool Interrupted() { return interrupted != 0; }
 
-InterruptsHeld::InterruptsHeld() { held = held + 1; }
-InterruptsHeld::~InterruptsHeld() { held = held - 1; }
+ForcedExitBlocker::ForcedExitBlocker() { exitBlockers = exitBlockers + 1; }
+ForcedExitBlocker::~ForcedExitBlocker() { exitBlockers = exitBlockers - 1; }
 
 void Nap(int milliseconds) {
     const timespec time = {milliseconds / 1000, milliseconds % 1000 * 1000000L};

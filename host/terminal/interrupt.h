@@ -1,36 +1,38 @@
-// Ctrl-C as a flag that loops look at, so that every command silences and writes before it ends.
+// Ctrl-C as a flag that loops poll, so that every command can silence its notes and write its
+// files.
 #pragma once
 
 namespace zorhost {
 
-// From now on SIGINT, SIGTERM and SIGHUP set the flag. A second SIGINT or SIGTERM ends the program
-// at once; a terminal that closes may send SIGHUP more than once. What is being written meanwhile is
-// written on.
+// Makes SIGINT, SIGTERM and SIGHUP (on Windows: console events) set the flag from now on. A second
+// SIGINT or SIGTERM ends the program at once, unless a ForcedExitBlocker exists. SIGHUP never does,
+// since a closing terminal may send it several times.
 void CatchInterrupts();
 bool Interrupted();
-// What is to be done before that end, of what a signal may do; null for nothing.
-void AtSecondInterrupt(void (*last)());
+// Sets a function to run before a second signal ends the program; null for none. On Linux it runs
+// in the signal handler and may only do what is async-signal-safe.
+void SetForcedExitHandler(void (*handler)());
 
-// While one lives, a signal also ends the wait of a file that is opened or read: a pipe whose other
-// end keeps silent. One at a time, after CatchInterrupts.
-class WaitEndsAtInterrupt {
+// While an object lives, a signal also ends a blocking open or read, as on a pipe without a writer.
+// One at a time, after CatchInterrupts.
+class InterruptibleReads {
 public:
-    WaitEndsAtInterrupt();
-    ~WaitEndsAtInterrupt();
-    WaitEndsAtInterrupt(const WaitEndsAtInterrupt&) = delete;
-    WaitEndsAtInterrupt& operator=(const WaitEndsAtInterrupt&) = delete;
+    InterruptibleReads();
+    ~InterruptibleReads();
+    InterruptibleReads(const InterruptibleReads&) = delete;
+    InterruptibleReads& operator=(const InterruptibleReads&) = delete;
 };
 
-// While one lives, no second one ends the program: a file is being put in its place.
-class InterruptsHeld {
+// While an object lives, a second signal does not end the program. Used while a file is replaced.
+class ForcedExitBlocker {
 public:
-    InterruptsHeld();
-    ~InterruptsHeld();
-    InterruptsHeld(const InterruptsHeld&) = delete;
-    InterruptsHeld& operator=(const InterruptsHeld&) = delete;
+    ForcedExitBlocker();
+    ~ForcedExitBlocker();
+    ForcedExitBlocker(const ForcedExitBlocker&) = delete;
+    ForcedExitBlocker& operator=(const ForcedExitBlocker&) = delete;
 };
 
-// Sleeps so many milliseconds, less if a signal comes.
+// Sleeps for the given time, or until a signal arrives.
 void Nap(int milliseconds);
 
 } // namespace zorhost

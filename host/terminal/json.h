@@ -1,4 +1,4 @@
-// One JSON object, for a line of output.
+// One JSON object per line of output.
 #pragma once
 
 #include <cstdint>
@@ -8,10 +8,11 @@
 
 namespace zorhost {
 
-// As text for a terminal or a program: bytes that are no UTF-8 are taken as Latin-1, which names in
-// MIDI files often are, and control characters become blanks.
+// Returns text that is safe for a terminal or a JSON string. Bytes that are not valid UTF-8 are
+// converted from Latin-1, which is common in MIDI files; control characters become blanks.
 std::string Utf8(const std::string& raw);
 
+// An object under construction. Members are printed in the order in which they are added.
 class Json {
 public:
     Json& Add(const char* key, const std::string& text) { return AddRaw(key, Quoted(text)); }
@@ -21,12 +22,13 @@ public:
     Json& Add(const char* key, std::size_t n) { return Add(key, static_cast<std::int64_t>(n)); }
     Json& Add(const char* key, bool value) { return AddRaw(key, value ? "true" : "false"); }
     Json& Add(const char* key, const std::vector<std::string>& texts);
-    // With three places.
+    // Rounded to three decimal places.
     Json& Add(const char* key, double number) {
         char text[64];
         std::snprintf(text, sizeof text, "%.3f", number);
         return AddRaw(key, text);
     }
+    // Writes the object and a line end to standard output.
     void Print() const { std::printf("{%s}\n", Body.c_str()); }
 
 private:

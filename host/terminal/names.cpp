@@ -10,6 +10,7 @@ namespace zorhost {
 
 namespace {
 
+// A word for --filter, and the masks of ZorFilterMIDI that remove its messages.
 struct FilterWord {
     const char* Word;
     Filter Masks;
@@ -32,6 +33,7 @@ constexpr std::array<FilterWord, 14> Words = {{
     {"transport", {SystemClass, 1 << 10 | 1 << 11 | 1 << 12}},
 }};
 
+// For system messages without data bytes.
 const char* SystemText(std::uint8_t status) {
     switch (status) {
     case 0xF6:
@@ -68,38 +70,38 @@ std::string NoteName(int note) {
 
 std::string MessageText(const MIDIEvent& event) {
     char text[64];
-    const int one = event.Data1;
-    const int two = event.Data2;
+    const int first = event.Data1;
+    const int second = event.Data2;
     const auto print = [&](const char* format, auto... values) {
         std::snprintf(text, sizeof text, format, values...);
     };
     switch (event.Status & 0xF0) {
     case 0x80:
-        print("note off  %-4s velocity %d", NoteName(one).c_str(), two);
+        print("note off  %-4s velocity %d", NoteName(first).c_str(), second);
         break;
     case 0x90:
-        print("note on   %-4s velocity %d", NoteName(one).c_str(), two);
+        print("note on   %-4s velocity %d", NoteName(first).c_str(), second);
         break;
     case 0xA0:
-        print("pressure  %-4s %d", NoteName(one).c_str(), two);
+        print("pressure  %-4s %d", NoteName(first).c_str(), second);
         break;
     case 0xB0:
-        print("control   %-4d value %-4d%s", one, two, ControllerName(one));
+        print("control   %-4d value %-4d%s", first, second, ControllerName(first));
         break;
     case 0xC0:
-        print("program   %-4d %s", one + 1, ProgramName(one));
+        print("program   %-4d %s", first + 1, ProgramName(first));
         break;
     case 0xD0:
-        print("pressure  %d", one);
+        print("pressure  %d", first);
         break;
     case 0xE0:
-        print("bend      %+d", (two << 7 | one) - 8192);
+        print("bend      %+d", (second << 7 | first) - 8192);
         break;
     default:
         if (event.Status == 0xF2) {
-            print("song position %d", two << 7 | one);
+            print("song position %d", second << 7 | first);
         } else if (event.Status == 0xF3) {
-            print("song select %d", one);
+            print("song select %d", first);
         } else {
             print("%s", SystemText(event.Status));
         }
@@ -124,7 +126,7 @@ Filter ParseFilter(const std::vector<std::string>& words) {
             known = true;
         }
         if (!known) {
-            throw HostError("--filter does not know \"" + word + "\"; it knows " + FilterWords(),
+            throw HostError("--filter: unknown kind \"" + word + "\"; known: " + FilterWords(),
                             ExitWrongUse);
         }
     }
@@ -141,7 +143,8 @@ std::vector<std::uint8_t> ParseChannelMap(const std::vector<std::string>& pairs)
         if (std::sscanf(pair.c_str(), "%3d:%3d%n", &from, &to, &used) != 2 ||
             static_cast<std::size_t>(used) != pair.size() || from < 1 || from > 64 || to < 1 ||
             to > 256) {
-            throw HostError("--map wants pairs like 1:10 (in 1 to 64, out 1 to 256), not \"" +
+            throw HostError("--map: expected pairs like 1:10 (input 1 to 64, output 1 to 256), not "
+                            "\"" +
                                 pair + "\"",
                             ExitWrongUse);
         }

@@ -1,4 +1,4 @@
-// MIDI in words: what is printed for a record, and what a user may type for a class of messages.
+// Text for MIDI messages: how records are printed, and the words that options accept.
 #pragma once
 
 #include "engine/zormidi.h"
@@ -9,13 +9,13 @@
 
 namespace zorhost {
 
-// "1 note", "2 notes".
+// Returns a count with its noun: "1 note", "2 notes".
 std::string Counted(std::int64_t count, const std::string& what);
 
-// Middle C, note 60, is C4.
+// Returns the name of a key, 0 to 127. Middle C, 60, is "C4".
 std::string NoteName(int note);
 
-// "note on   C4   velocity 100" and the like, for any record that can come in.
+// Describes any record that can be received: "note on   C4   velocity 100".
 std::string MessageText(const MIDIEvent& event);
 
 // Masks for ZorFilterMIDI.
@@ -23,14 +23,15 @@ struct Filter {
     std::uint16_t Classes = 0;
     std::uint16_t System = 0;
 };
-// Words that ParseFilter takes, for help texts.
+// Returns the words that ParseFilter accepts, for help texts.
 std::string FilterWords();
-// Each word names what is kept out. Throws HostError for an unknown one.
+// Returns the masks that filter out the named kinds of messages. Throws HostError for an unknown
+// word.
 Filter ParseFilter(const std::vector<std::string>& words);
 
-// Reads "1:10" or "2:3": what comes in on the first channel goes out on the second. Channels count
-// from 1, up to 64 in and 256 out. Fills the 64 bytes that ZorEchoMIDI takes; channels that no
-// pair names stay as they are. Throws HostError.
+// Parses pairs such as "1:10", which sends messages of input channel 1 on output channel 10.
+// Channels count from 1, up to 64 for input and 256 for output. Returns the 64 bytes for
+// ZorEchoMIDI; other channels map to themselves. Throws HostError.
 std::vector<std::uint8_t> ParseChannelMap(const std::vector<std::string>& pairs);
 
 } // namespace zorhost

@@ -8,12 +8,12 @@
 
 namespace zorhost {
 
-Progress::Progress() : Terminal(IsTerminal(STDERR_FILENO)) {}
+Progress::Progress() : OnTerminal(IsTerminal(STDERR_FILENO)) {}
 
 namespace {
 
-// What has room on the terminal: whole fields, which two blanks part.
-std::string Fitting(const std::string& line) {
+// Cuts a line to the width of the terminal, between fields, which two blanks separate.
+std::string CutToWidth(const std::string& line) {
     const auto room = static_cast<std::size_t>(TerminalWidth() - 1);
     if (line.size() <= room) return line;
     const std::size_t end = line.rfind("  ", room);
@@ -24,22 +24,22 @@ std::string Fitting(const std::string& line) {
 
 void Progress::Show(const std::string& line) {
     using namespace std::chrono_literals;
-    if (Terminal) {
-        Last = Fitting(line);
-        std::fprintf(stderr, "\r%s\033[K", Last.c_str());
-        Open = true;
+    if (OnTerminal) {
+        LastLine = CutToWidth(line);
+        std::fprintf(stderr, "\r%s\033[K", LastLine.c_str());
+        LineOpen = true;
     } else {
         std::fprintf(stderr, "%s\n", line.c_str());
     }
     std::fflush(stderr);
-    Next = std::chrono::steady_clock::now() + (Terminal ? 100ms : 2000ms);
+    NextTime = std::chrono::steady_clock::now() + (OnTerminal ? 100ms : 2000ms);
 }
 
-// Once more, over the ^C that the terminal may have put behind it, or where it would have stood.
+// Prints the line again, since the terminal may have echoed ^C behind it.
 void Progress::End() {
-    if (Terminal) std::fprintf(stderr, "\r%s\033[K%s", Last.c_str(), Open ? "\n" : "");
-    Open = false;
-    Last.clear();
+    if (OnTerminal) std::fprintf(stderr, "\r%s\033[K%s", LastLine.c_str(), LineOpen ? "\n" : "");
+    LineOpen = false;
+    LastLine.clear();
 }
 
 std::string ClockText(std::int64_t milliseconds) {

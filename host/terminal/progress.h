@@ -1,5 +1,5 @@
-// One line on standard error that follows the work: rewritten in place on a terminal, printed anew
-// every two seconds elsewhere.
+// A progress line on standard error: rewritten in place on a terminal, else printed every two
+// seconds.
 #pragma once
 
 #include <chrono>
@@ -7,6 +7,7 @@
 
 namespace zorhost {
 
+// Thread: any, but one at a time.
 class Progress {
 public:
     Progress();
@@ -14,22 +15,22 @@ public:
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    // Whether enough time has passed for another Show to be of use.
-    bool Due() const { return std::chrono::steady_clock::now() >= Next; }
+    // True if it is time for the next Show: after 100 ms on a terminal, else 2 s.
+    bool Due() const { return std::chrono::steady_clock::now() >= NextTime; }
     void Show(const std::string& line);
-    // Leaves the last line standing. Call it before anything else is printed.
+    // Ends the line, which stays on the terminal. Call it before anything else is printed.
     void End();
 
 private:
-    bool Terminal;
-    bool Open = false;
-    std::string Last; // as it stands on the terminal
-    std::chrono::steady_clock::time_point Next;
+    bool OnTerminal;
+    bool LineOpen = false; // a line without its line end is on the terminal
+    std::string LastLine;  // as shown, cut to the width of the terminal
+    std::chrono::steady_clock::time_point NextTime;
 };
 
-// "1:23.4", with hours "2:01:23.4"
+// Formats a time as "1:23.4", or with hours as "2:01:23.4".
 std::string ClockText(std::int64_t milliseconds);
-// "[#####-----]", filled as part is of whole.
+// Draws part/whole as "[#####-----]", with width characters between the brackets.
 std::string Bar(std::int64_t part, std::int64_t whole, int width);
 
 } // namespace zorhost

@@ -13,7 +13,7 @@ namespace zorhost {
 
 namespace {
 
-const char* Code(Colour colour) {
+const char* EscapeSequence(Colour colour) {
     switch (colour) {
     case Colour::Green:
         return "\033[32m";
@@ -36,18 +36,18 @@ bool HasColours() {
     return IsTerminal(STDOUT_FILENO) && !(none && *none) && !(kind && !std::strcmp(kind, "dumb"));
 }
 
-// One line of a text, which begins at a column; what it begins with stays.
+// Wraps one line, which begins at a column. Its leading blanks are kept.
 std::string WrappedLine(const std::string& line, std::size_t width, std::size_t indent,
                         std::size_t column) {
     std::istringstream words(line);
     std::string text(std::min(line.find_first_not_of(' '), line.size()), ' ');
     column += text.size();
-    bool begun = false;
-    for (std::string word; words >> word; begun = true) {
-        if (begun && column + 1 + word.size() > width) {
+    bool afterFirst = false;
+    for (std::string word; words >> word; afterFirst = true) {
+        if (afterFirst && column + 1 + word.size() > width) {
             text += "\n" + std::string(indent, ' ');
             column = indent;
-        } else if (begun) {
+        } else if (afterFirst) {
             text += ' ';
             ++column;
         }
@@ -63,7 +63,7 @@ bool IsNarrow(int columns) { return IsTerminal(STDOUT_FILENO) && TerminalWidth()
 
 std::string Coloured(const std::string& text, Colour colour) {
     static const bool colours = HasColours();
-    return colours && colour != Colour::Plain ? Code(colour) + text + "\033[0m" : text;
+    return colours && colour != Colour::Plain ? EscapeSequence(colour) + text + "\033[0m" : text;
 }
 
 std::string Wrapped(const std::string& text, int width, int indent, int first) {
@@ -78,6 +78,7 @@ std::string Wrapped(const std::string& text, int width, int indent, int first) {
     return all;
 }
 
+// Formats twice: once to measure, once to print.
 void PrintRow(int indent, const char* format, ...) {
     va_list values, again;
     va_start(values, format);

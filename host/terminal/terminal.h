@@ -1,28 +1,30 @@
-// What the terminal can do, and keys that are pressed on it.
+// Properties of the terminal, text layout for it, and single key presses.
 #pragma once
 
 #include <string>
 
 namespace zorhost {
 
+// handle: a file descriptor, such as STDOUT_FILENO.
 bool IsTerminal(int handle);
-// Columns, 80 where it is not known.
+// Returns the width in columns; 80 if unknown.
 int TerminalWidth();
-// Standard output is a terminal of fewer columns.
+// True if standard output is a terminal with fewer columns.
 bool IsNarrow(int columns);
 
 enum class Colour { Plain, Green, Yellow, Cyan, Magenta, Dim };
-// For standard output: coloured on a terminal, unless NO_COLOR is set.
+// Returns the text coloured for standard output; unchanged if that is not a terminal or NO_COLOR is
+// set.
 std::string Coloured(const std::string& text, Colour colour);
 
-// Broken between words into lines of so many columns, those after the first indented; the first
-// begins at a column of its own. Line ends in the text stay.
+// Wraps text between words to lines of width columns. The first line begins at column first, and
+// later lines are indented. Line ends in the text are kept.
 std::string Wrapped(const std::string& text, int width, int indent = 0, int first = 0);
 
-// A line of a table on standard output. On a terminal that is narrower it is broken between words
-// with single spaces, all but its first part indented.
+// Prints a line of a table on standard output. If it is wider than the terminal, it is wrapped with
+// single spaces between words and later lines indented.
 #ifdef _WIN32
-[[gnu::format(gnu_printf, 2, 3)]] // as the compiler's own library has it
+[[gnu::format(gnu_printf, 2, 3)]] // the C++ library of MinGW uses GNU formats
 #else
 [[gnu::format(printf, 2, 3)]]
 #endif
@@ -30,8 +32,8 @@ void PrintRow(int indent, const char* format, ...);
 
 enum class Key { None, Other, Space, Left, Right, Home, Quit };
 
-// While one lives, keys come one by one and do not show. Not if standard input is no terminal, or
-// another program has it in front.
+// While an object lives, keys are read one by one and not echoed. Does nothing if standard input is
+// not a terminal or the program runs in its background.
 class Keys {
 public:
     Keys();
@@ -40,7 +42,7 @@ public:
     Keys& operator=(const Keys&) = delete;
 
     bool Working() const { return IsWorking; }
-    // The next one that was pressed, or None. Does not wait.
+    // Returns the next key pressed, or None. Does not block.
     Key Next();
 
 private:

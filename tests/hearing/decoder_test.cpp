@@ -1,4 +1,4 @@
-// Notes out of frames as voices and instruments make them.
+// Notes found in synthetic frames that resemble voices and instruments.
 #include "hearing/decoder.h"
 #include "hearing/pitch.h"
 #include "hearing/tuning.h"
@@ -14,27 +14,27 @@ using namespace hearing;
 
 constexpr int Unvoiced = 0; // as a pitch
 
-struct Stretch {
+struct Segment {
     int Frames;
     double Pitch;
     int Level = 60;
-    double Slope = 0;   // semitones a frame
+    double Slope = 0;   // semitones per frame
     double Vibrato = 0; // semitones to each side, 5.5 Hz
 };
 
-using Sound = std::vector<Stretch>;
+using Sound = std::vector<Segment>;
 
-constexpr Stretch Silence = {10, Unvoiced, 0};
+constexpr Segment Silence = {10, Unvoiced, 0};
 
 std::vector<Frame> Frames(const Sound& sound) {
     std::vector<Frame> frames;
-    for (const Stretch& stretch : sound) {
-        for (int i = 0; i < stretch.Frames; ++i) {
+    for (const Segment& segment : sound) {
+        for (int i = 0; i < segment.Frames; ++i) {
             const double begin = static_cast<double>(frames.size()) * FrameSeconds;
-            const double bend = stretch.Slope * i + stretch.Vibrato * std::sin(i * 0.8);
+            const double bend = segment.Slope * i + segment.Vibrato * std::sin(i * 0.8);
             const double frequency =
-                stretch.Pitch == Unvoiced ? 0 : FrequencyOf(stretch.Pitch + bend);
-            frames.push_back({begin, begin, frequency, stretch.Level});
+                segment.Pitch == Unvoiced ? 0 : FrequencyOf(segment.Pitch + bend);
+            frames.push_back({begin, begin, frequency, segment.Level});
         }
     }
     return frames;
@@ -42,28 +42,28 @@ std::vector<Frame> Frames(const Sound& sound) {
 
 std::vector<Note> Notes(const std::vector<Frame>& frames, int lag) {
     Decoder decoder(lag, 0);
-    for (const Frame& frame : frames) decoder.Take(frame);
+    for (const Frame& frame : frames) decoder.Feed(frame);
     decoder.Finish();
     return decoder.Notes();
 }
 
-TEST(Decoder, HearsWhatWasMeantAtAnyLag) {
+TEST(Decoder, FindsTheNotesAtAnyLag) {
     const struct {
         const char* Name;
-        Sound Of;
+        Sound Input;
         std::vector<int> Keys;
     } cases[] = {
         {"wide vibrato", {{50, 60, 60, 0, 0.9}}, {60}},
-        {"an octave slip", {{10, 60}, {2, 72}, {10, 60}}, {60}},
+        {"an octave error", {{10, 60}, {2, 72}, {10, 60}}, {60}},
         {"a subharmonic", {{10, 67}, {4, 48}, {10, 67}}, {67}},
-        {"frames that fail", {{10, 60}, {3, Unvoiced}, {10, 60}}, {60}},
+        {"frames without a pitch", {{10, 60}, {3, Unvoiced}, {10, 60}}, {60}},
         {"a scoop", {{5, 58, 50, 0.4}, {20, 60}}, {60}},
         {"a noisy attack", {{2, Unvoiced, 80}, {1, 93.3, 90}, {15, 60}}, {60}},
         {"legato", {{12, 60}, {12, 62}, {12, 61}}, {60, 62, 61}},
-        {"an octave that is meant", {{15, 60}, {15, 72}}, {60, 72}},
-        {"struck again", {{12, 60}, {1, 60, 10}, {12, 60, 80}}, {60, 60}},
-        {"with a gap", {{12, 60}, {4, Unvoiced, 3}, {12, 60}}, {60, 60}},
-        {"struck again slowly", {{12, 60}, {1, 60, 20}, {1, 60, 40}, {12, 60, 80}}, {60, 60}},
+        {"an octave that is played", {{15, 60}, {15, 72}}, {60, 72}},
+        {"a re-onset", {{12, 60}, {1, 60, 10}, {12, 60, 80}}, {60, 60}},
+        {"a re-onset after a gap", {{12, 60}, {4, Unvoiced, 3}, {12, 60}}, {60, 60}},
+        {"a slow re-onset", {{12, 60}, {1, 60, 20}, {1, 60, 40}, {12, 60, 80}}, {60, 60}},
         {"just quiet enough", {{12, 60}, {3, Unvoiced, 10}, {12, 60, 12}}, {60, 60}},
         {"soft after loud", {{12, 60, 120}, {4, Unvoiced, 2}, {12, 62, 14}}, {60, 62}},
         {"a soft attack", {{1, 60, 12}, {1, 60, 14}, {1, 60, 18}, {1, 60, 40}, {12, 60, 80}}, {60}},
@@ -75,14 +75,14 @@ TEST(Decoder, HearsWhatWasMeantAtAnyLag) {
     };
     for (const auto& c : cases) {
         Sound sound = {Silence};
-        sound.insert(sound.end(), c.Of.begin(), c.Of.end());
+        sound.insert(sound.end(), c.Input.begin(), c.Input.end());
         sound.push_back(Silence);
         for (const int lag : {LiveLag, FileLag}) {
             std::vector<int> keys;
             for (const Note& note : Notes(Frames(sound), lag)) {
                 keys.push_back(static_cast<int>(std::lround(note.Pitch)));
                 EXPECT_FALSE(note.Open) << c.Name;
-                EXPECT_LE(note.Sureness, 1) << c.Name;
+                EXPECT_LE(note.Confidence, 1) << c.Name;
             }
             EXPECT_EQ(keys, c.Keys) << c.Name << " at " << lag;
         }
@@ -100,17 +100,17 @@ TEST(Decoder, FindsTheBeginningTheEndAndTheExactPitch) {
                                      Silence}),
                              FileLag);
     ASSERT_EQ(notes.size(), 2u);
-    // The level rises two frames before there is a pitch.
+    // The level rises two frames before a pitch is measured.
     EXPECT_NEAR(notes[0].Onset, 12 * FrameSeconds, 0.001);
     EXPECT_NEAR(notes[0].Pitch, 60.5, 0.01);
-    EXPECT_NEAR(notes[0].Sureness, 0.95, 0.04);
+    EXPECT_NEAR(notes[0].Confidence, 0.95, 0.04);
     // The window fills before the new pitch is measured.
     EXPECT_NEAR(notes[1].Onset, 35 * FrameSeconds, 0.03);
     EXPECT_NEAR(notes[1].End, 55 * FrameSeconds, 0.001);
     EXPECT_NEAR(notes[1].Pitch, 62, 0.1);
 }
 
-TEST(Decoder, BeginsAnewWithASecondNoteInWhichTheSoundEnds) {
+TEST(Decoder, EndsANoteThatIsOpenAtTheEndOfTheSound) {
     auto frames = Frames({Silence,
                           {10, 60.3, 80},
                           {3, 72.3, 80},
@@ -120,7 +120,7 @@ TEST(Decoder, BeginsAnewWithASecondNoteInWhichTheSoundEnds) {
                           {10, 60.1, 40}});
     for (std::size_t i = 36; i < frames.size(); ++i) {
         frames[i].Gain = 2;
-        frames[i].Loud += 0.001;
+        frames[i].LoudBegin += 0.001;
     }
     for (const int lag : {LiveLag, FileLag}) {
         const auto notes = Notes(frames, lag);
@@ -128,31 +128,32 @@ TEST(Decoder, BeginsAnewWithASecondNoteInWhichTheSoundEnds) {
         EXPECT_EQ(notes[0].Onset, 10 * FrameSeconds);
         EXPECT_EQ(notes[0].Level, 80); // of its attack
         EXPECT_NEAR(notes[0].Pitch, 60.3, 1e-6);
-        EXPECT_DOUBLE_EQ(notes[0].Sureness, 17 / 20.0);
+        EXPECT_DOUBLE_EQ(notes[0].Confidence, 17 / 20.0);
         EXPECT_DOUBLE_EQ(notes[1].Onset, 36 * FrameSeconds + 0.001);
         EXPECT_DOUBLE_EQ(notes[1].End, 47 * FrameSeconds);
         EXPECT_EQ(notes[1].Level, 20);
         EXPECT_NEAR(notes[1].Pitch, 60.1, 1e-6);
-        EXPECT_EQ(notes[1].Sureness, 1);
+        EXPECT_EQ(notes[1].Confidence, 1);
         EXPECT_FALSE(notes[1].Open);
     }
 }
 
-TEST(NoteWriter, LooksBackForABeginningAsFarAsItMay) {
+TEST(NoteWriter, LimitsTheSearchForAnOnset) {
     NoteWriter writer(2);
     int count = 0;
-    const auto take = [&](Phase phase, int place, int level) {
+    const auto write = [&](Phase phase, int bin, int level) {
         const double begin = count++ * FrameSeconds;
-        const Frame frame = {begin, begin, phase == Phase::Rest ? 0 : 261.6, level};
-        writer.Take({phase, place}, 28 + place / 2.0, {&frame, 1});
+        const Frame frame = {begin, begin, phase == Phase::Silence ? 0 : 261.6, level};
+        writer.Write({phase, bin}, 28 + bin / 2.0, {&frame, 1});
     };
-    for (int level = 21; level <= 60; ++level) take(Phase::Rest, 0, level); // breath, then louder
-    for (const Phase phase : {Phase::First, Phase::Second, Phase::Held}) take(phase, 64, 80);
-    take(Phase::Rest, 0, 65);
-    for (const Phase phase : {Phase::First, Phase::Second, Phase::Held}) take(phase, 64, 80);
-    take(Phase::Rest, 0, 0);
-    take(Phase::First, 64, 80);
-    take(Phase::Held, 68, 80); // the path has changed
+    for (int level = 21; level <= 60; ++level)
+        write(Phase::Silence, 0, level); // breath, then louder
+    for (const Phase phase : {Phase::First, Phase::Second, Phase::Sustain}) write(phase, 64, 80);
+    write(Phase::Silence, 0, 65);
+    for (const Phase phase : {Phase::First, Phase::Second, Phase::Sustain}) write(phase, 64, 80);
+    write(Phase::Silence, 0, 0);
+    write(Phase::First, 64, 80);
+    write(Phase::Sustain, 68, 80); // the path has changed
     writer.Close();
     std::vector<double> onsets;
     for (const Note& note : writer.Notes()) onsets.push_back(note.Onset / FrameSeconds);
@@ -160,19 +161,19 @@ TEST(NoteWriter, LooksBackForABeginningAsFarAsItMay) {
     EXPECT_NEAR(onsets[0], 40 - 16, 1e-6);
     EXPECT_NEAR(onsets[1], 43, 1e-6);
     EXPECT_NEAR(onsets[2], 48, 1e-6);
-    EXPECT_NEAR(onsets[3], 49, 1e-6); // a frame behind the one before
+    EXPECT_NEAR(onsets[3], 49, 1e-6); // one frame after the onset before
 }
 
-TEST(Decoder, TellsANoteLiveAsSoonAsItsLagIsOver) {
+TEST(Decoder, ReportsALiveNoteAfterTheLag) {
     Decoder decoder(LiveLag, 0.25);
     const auto frames = Frames({Silence, {30, 60.25}});
-    for (std::size_t i = 0; i < 10 + LiveLag + 1; ++i) decoder.Take(frames[i]);
+    for (std::size_t i = 0; i < 10 + LiveLag + 1; ++i) decoder.Feed(frames[i]);
     ASSERT_EQ(decoder.Notes().size(), 1u);
     EXPECT_TRUE(decoder.Notes()[0].Open);
     EXPECT_EQ(decoder.Notes()[0].Pitch, 60.25);
 }
 
-TEST(Decoder, GivesTheSameWhereverALongFileIsCut) {
+TEST(Decoder, DecidesALongFileAsIfItWereWhole) {
     std::mt19937 random(1);
     Sound sound;
     for (int i = 0; i < 800; ++i) {
@@ -189,7 +190,7 @@ TEST(Decoder, GivesTheSameWhereverALongFileIsCut) {
     }));
 }
 
-TEST(Tuning, IsThatOfTheTakeWhateverItsNotes) {
+TEST(Tuning, IsIndependentOfTheNotes) {
     for (const double tuning : {-0.45, -0.2, 0.0, 0.3}) {
         const auto frames = Frames({{20, 60 + tuning}, {9, 130.5}, {30, 67 + tuning, 60, 0, 0.1}});
         EXPECT_NEAR(TuningOf(frames), tuning, 0.01);

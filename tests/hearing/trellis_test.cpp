@@ -1,4 +1,4 @@
-// The cheapest path, against one that is found by comparing every step with every other.
+// Compares the trellis with a reference model that tries every transition.
 #include "hearing/trellis.h"
 
 #include <algorithm>
@@ -10,54 +10,56 @@ namespace {
 
 using namespace hearing;
 
-constexpr int Places = 6;
+constexpr int Bins = 6;
 constexpr std::size_t Depth = 40;
 
-constexpr Costs Eager = { // so that all steps are common
-    .Begin = 2, .End = 0.5f, .Change = 2, .Relief = 1, .Repeat = 2, .RepeatRelief = 2};
+constexpr Costs Cheap = { // so that all transitions are common
+    .NoteBegin = 2,  .NoteEnd = 0.5f, .NoteChange = 2,
+    .RiseRelief = 1, .ReOnset = 2,    .ReOnsetRelief = 2};
 
-// States by number: the rest, then First, Second and Held of each place.
-constexpr std::size_t Number(Phase phase, int place) {
-    return phase == Phase::Rest
+// The number of a state: silence is 0, then First, Second and Sustain of each bin.
+constexpr std::size_t Number(Phase phase, int bin) {
+    return phase == Phase::Silence
                ? 0
-               : static_cast<std::size_t>(place) * 3 + static_cast<std::size_t>(phase);
+               : static_cast<std::size_t>(bin) * 3 + static_cast<std::size_t>(phase);
 }
 
-class PlainTrellis {
+class ReferenceTrellis {
 public:
-    PlainTrellis() {
+    ReferenceTrellis() {
         Cost[0] = 0;
-        for (auto& row : From) row.resize(Cost.size());
+        for (auto& row : Sources) row.resize(Cost.size());
     }
-    void Step(const Observation& seen) {
-        const auto held = [this](int place) { return Cost[Number(Phase::Held, place)]; };
-        int best = 0, far = -1; // the best that is a semitone away from it
-        for (int i = 0; i < Places; ++i)
-            if (held(i) < held(best)) best = i;
-        for (int i = 0; i < Places; ++i)
-            if (std::abs(i - best) >= Eager.PlacesPerSemitone && (far < 0 || held(i) < held(far)))
+    void Step(const Observation& observed) {
+        const auto sustain = [this](int bin) { return Cost[Number(Phase::Sustain, bin)]; };
+        int best = 0, far = -1; // far: the best at least a semitone from best
+        for (int i = 0; i < Bins; ++i)
+            if (sustain(i) < sustain(best)) best = i;
+        for (int i = 0; i < Bins; ++i)
+            if (std::abs(i - best) >= Cheap.BinsPerSemitone &&
+                (far < 0 || sustain(i) < sustain(far)))
                 far = i;
         std::vector<double> next(Cost.size(), 1e9);
-        auto& from = From[Steps++ % Depth];
-        const auto come = [&](std::size_t source, std::size_t target, double cost) {
+        auto& sources = Sources[Steps++ % Depth];
+        const auto enter = [&](std::size_t source, std::size_t target, double cost) {
             if (Cost[source] + cost >= next[target]) return;
             next[target] = Cost[source] + cost;
-            from[target] = source;
+            sources[target] = source;
         };
-        const double relief = Eager.Relief * seen.Rise;
-        come(0, 0, seen.Rest);
-        for (int i = 0; i < Places; ++i) {
-            const double note = seen.Note[static_cast<std::size_t>(i)];
-            const double attack = note * Eager.AttackShare;
-            const int other = std::abs(i - best) < Eager.PlacesPerSemitone ? far : best;
+        const double relief = Cheap.RiseRelief * observed.Rise;
+        enter(0, 0, observed.Silence);
+        for (int i = 0; i < Bins; ++i) {
+            const double note = observed.Note[static_cast<std::size_t>(i)];
+            const double attack = note * Cheap.AttackShare;
+            const int other = std::abs(i - best) < Cheap.BinsPerSemitone ? far : best;
             const auto first = Number(Phase::First, i), second = first + 1, third = first + 2;
-            come(third, 0, Eager.End + seen.Rest);
-            come(0, first, Eager.Begin - relief + attack);
-            come(Number(Phase::Held, other), first, Eager.Change - relief + attack);
-            come(third, first, Eager.Repeat - Eager.RepeatRelief * seen.Strike + attack);
-            come(first, second, attack);
-            come(second, third, note);
-            come(third, third, note);
+            enter(third, 0, Cheap.NoteEnd + observed.Silence);
+            enter(0, first, Cheap.NoteBegin - relief + attack);
+            enter(Number(Phase::Sustain, other), first, Cheap.NoteChange - relief + attack);
+            enter(third, first, Cheap.ReOnset - Cheap.ReOnsetRelief * observed.ReOnset + attack);
+            enter(first, second, attack);
+            enter(second, third, note);
+            enter(third, third, note);
         }
         const double least = *std::ranges::min_element(next);
         for (double& cost : next) cost -= least;
@@ -66,37 +68,37 @@ public:
     std::vector<std::size_t> Trace() const {
         std::vector<std::size_t> path(Depth);
         auto state = static_cast<std::size_t>(std::ranges::min_element(Cost) - Cost.begin());
-        for (std::size_t i = Depth; i-- > 0; state = From[(Steps + i) % Depth][state])
+        for (std::size_t i = Depth; i-- > 0; state = Sources[(Steps + i) % Depth][state])
             path[i] = state;
         return path;
     }
 
 private:
-    std::vector<double> Cost = std::vector<double>(1 + 3 * Places, 1e9);
-    std::vector<std::size_t> From[Depth];
+    std::vector<double> Cost = std::vector<double>(1 + 3 * Bins, 1e9);
+    std::vector<std::size_t> Sources[Depth];
     std::size_t Steps = 0;
 };
 
-TEST(Trellis, FindsTheCheapestPathHoweverLongTheSound) {
+TEST(Trellis, FindsTheCheapestPathInALongSound) {
     std::mt19937 random(1);
     const auto share = [&] { return static_cast<float>(random() % 100000) / 100000; };
-    Trellis trellis(Eager, Places, Depth);
-    PlainTrellis plain;
-    Observation seen;
-    seen.Note.resize(Places);
+    Trellis trellis(Cheap, Bins, Depth);
+    ReferenceTrellis reference;
+    Observation observed;
+    observed.Note.resize(Bins);
     std::vector<State> path(Depth);
     for (int step = 1; step <= 200000; ++step) { // 77 minutes
-        for (float& note : seen.Note) note = 3 * share();
-        seen.Rest = 2.25f * share();
-        seen.Rise = share();
-        seen.Strike = random() % 2 ? share() : 0;
-        trellis.Step(seen);
-        plain.Step(seen);
+        for (float& note : observed.Note) note = 3 * share();
+        observed.Silence = 2.25f * share();
+        observed.Rise = share();
+        observed.ReOnset = random() % 2 ? share() : 0;
+        trellis.Step(observed);
+        reference.Step(observed);
         if (step % 500 != 0) continue;
         trellis.Trace(path);
         std::vector<std::size_t> found;
-        for (const State& state : path) found.push_back(Number(state.In, state.Place));
-        ASSERT_EQ(found, plain.Trace()) << "after " << step << " frames";
+        for (const State& state : path) found.push_back(Number(state.Phase, state.Bin));
+        ASSERT_EQ(found, reference.Trace()) << "after " << step << " frames";
     }
 }
 

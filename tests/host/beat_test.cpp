@@ -1,4 +1,4 @@
-// What is recorded beside a click or a piece, and what is played, lies where it sounded.
+// Recording with a metronome or over a song: notes are stored at the beats where they were played.
 #include "tests/host/midi_bytes.h"
 #include "tests/host/peer.h"
 #include "tests/host/program.h"
@@ -9,29 +9,28 @@
 
 namespace {
 
-// Plays a note of its own on channel 6, and a controller, with each note that it hears, key 40 and
-// up. Until the program ends.
+// Plays a controller and a note on channel 6, key 40 and up, with each note received.
 void PlayAlong(const Peer& peer, std::size_t notes) {
     unsigned key = 40;
     for (std::size_t i = 0; key < 40 + notes; ++i) {
-        const std::uint32_t message = peer.At(i);
-        if (message == 0) FAIL() << "heard " << key - 40 << " notes of " << notes;
+        const std::uint32_t message = peer.AwaitNumber(i);
+        if (message == 0) FAIL() << "received " << key - 40 << " notes of " << notes;
         if ((message & 0xF0) != 0x90 || message >> 16 == 0) continue;
         peer.Send(Packed(0xB5, 1, key));
         peer.Send(Packed(0x95, key++, 70));
     }
 }
 
-// Where the messages of a status lie, by their first data byte.
-std::multimap<int, int> Places(const std::string& path, int status) {
-    std::multimap<int, int> places;
+// Returns the ticks of the messages of a status, by their first data byte.
+std::multimap<int, int> TicksByKey(const std::string& path, int status) {
+    std::multimap<int, int> ticks;
     for (const TimedMessage& event : ReadBack(path))
-        if (event.Message[0] == status) places.emplace(event.Message[1], event.Tick);
-    return places;
+        if (event.Message[0] == status) ticks.emplace(event.Message[1], event.Tick);
+    return ticks;
 }
 
-// None before it was heard, each nearer to its own beat than to the next, and one almost at once:
-// a busy machine is not late with all of them.
+// Expects a note for each beat: none early, each nearer to its own beat than to the next, and at
+// least one within soon ticks, since even a busy computer is not late with all of them.
 void ExpectBeats(const std::multimap<int, int>& ons, int first, int count, int soon) {
     int least = 960;
     ASSERT_EQ(ons.size(), static_cast<std::size_t>(count));
@@ -46,24 +45,26 @@ void ExpectBeats(const std::multimap<int, int>& ons, int first, int count, int s
     EXPECT_LT(least, soon);
 }
 
-TEST(Record, BesideAClickIsWhereTheBeatsAre) {
+TEST(Record, WithAClickStoresNotesAtTheBeats) {
     const Peer peer("Loopback MIDI 2", "Loopback MIDI 1");
     Program record("record clicked.mid --click 160 3 --to 2 --seconds 1.3");
     PlayAlong(peer, 7);
     EXPECT_EQ(record.Finish(), 0) << record.Err;
-    // Beats of 375 ms. Of the bar that counts in, what comes 0.5 s early counts as the first beat.
-    std::multimap<int, int> ons = Places("clicked.mid", 0x95), ends = Places("clicked.mid", 0x85);
+    // Beats of 375 ms. A note played 0.5 s early, in the count-in, is stored at the first beat.
+    std::multimap<int, int> ons = TicksByKey("clicked.mid", 0x95),
+                            ends = TicksByKey("clicked.mid", 0x85);
     EXPECT_LT(ons.find(42)->second, 480);
     ons.erase(42);
     ExpectBeats(ons, 43, 4, 200);
     ASSERT_EQ(ends.size(), 5u);
     EXPECT_GE(ends.begin()->second, 3328); // 1.3 s
     EXPECT_LT(ends.rbegin()->second, 3328 + 960);
-    EXPECT_EQ(Places("clicked.mid", 0xB5).size(), 7u) << "controllers count before, too";
+    EXPECT_EQ(TicksByKey("clicked.mid", 0xB5).size(), 7u)
+        << "controllers are kept from the count-in, too";
     const std::string csv = ReadCsv("clicked.mid");
     for (const char* line : {"Tempo, 375000\n", "Time_signature, 3, 2,"})
         EXPECT_NE(csv.find(line), std::string::npos) << csv;
-    std::vector<std::uint32_t> clicks = peer.Heard();
+    std::vector<std::uint32_t> clicks = peer.Received();
     ASSERT_GE(clicks.size(), 8u);
     clicks.resize(8);
     for (std::size_t i = 0; i < 8; ++i) {
@@ -73,8 +74,8 @@ TEST(Record, BesideAClickIsWhereTheBeatsAre) {
     }
 }
 
-// 3/4 at 300, and from the second bar 2/4 at 150; the last note is left sounding.
-TEST(Record, OverAPieceIsWhereItsNotesAre) {
+// 3/4 at 300, and from the second bar 2/4 at 150; the last note has no note off.
+TEST(Record, OverASongStoresNotesAtItsBeats) {
     const std::vector<TrackEvents> under = {{{0, Tempo(200000)},
                                              {0, {0xFF, 0x58, 4, 3, 2, 24, 8}},
                                              {288, Tempo(400000)},
@@ -90,8 +91,8 @@ TEST(Record, OverAPieceIsWhereItsNotesAre) {
     PlayAlong(peer, 5);
     EXPECT_EQ(record.Finish(), 0) << record.Err;
     EXPECT_NE(record.Out.find("5 notes, 10 messages"), std::string::npos) << record.Out;
-    ExpectBeats(Places("over.mid", 0x95), 40, 5, 400);
-    EXPECT_EQ(Places("over.mid", 0x92),
+    ExpectBeats(TicksByKey("over.mid", 0x95), 40, 5, 400);
+    EXPECT_EQ(TicksByKey("over.mid", 0x92),
               (std::multimap<int, int>{{50, 0}, {51, 960}, {52, 1920}, {53, 2880}, {54, 3840}}));
     const std::string csv = ReadCsv("over.mid");
     for (const char* line : {"1, 0, Tempo, 200000\n", "1, 2880, Tempo, 400000\n",

@@ -1,4 +1,4 @@
-// What zorhost answers to files, ports and values that are no use.
+// Invalid files, ports and option values, and the messages for them.
 #include "tests/host/midi_bytes.h"
 #include "tests/host/program.h"
 
@@ -14,20 +14,19 @@ const Bytes Note = {0x90, 60, 100};
 
 Bytes Sound() { return MidiBytes(480, {{{0, Note}, {480, {0x80, 60, 0}}}}); }
 
-// What is faulty in a file is told, or with --strict refused.
-TEST(Files, ThatAreFaultyAreToldOrRefused) {
+TEST(Files, ThatAreFaultyGiveAWarningOrAreRefused) {
     Bytes junk = Sound();
     junk.insert(junk.end(), {1, 2, 3});
     WriteBytes("junk.mid", junk);
     EXPECT_EQ(RunZorhost("play junk.mid --strict").Code, 1);
     const Result played = RunZorhost("play junk.mid");
     EXPECT_EQ(played.Code, 0);
-    EXPECT_NE(played.Err.find("junk.mid: bytes behind the end"), std::string::npos) << played.Err;
+    EXPECT_NE(played.Err.find("junk.mid: bytes after the end"), std::string::npos) << played.Err;
 }
 
 TEST(Files, AreReadAndWrittenWhereThatCanBe) {
     WriteBytes("good.mid", Sound());
-    // By a link into another folder. A file that is there keeps its owner and its permissions.
+    // Through a link into another folder. An existing file keeps its owner and permissions.
     const char* const file = "links/linked/behind.mid";
     std::filesystem::create_directories("links/linked");
     std::filesystem::create_symlink("linked/behind.mid", "links/link.mid");
@@ -52,17 +51,17 @@ TEST(Files, AreReadAndWrittenWhereThatCanBe) {
         {"record /dev/null", "cannot be written: "},
         {"record no/x.mid", "cannot be written: "},
         {"record --click 120 no/x.mid", "cannot be written: "},
-        {"play good.mid --to Nowhere", "\"Nowhere\"; there are:\n  Loopback MIDI 1"},
-        {"follow good.mid --in Nowhere", "\"Nowhere\"; there are:\n  Loopback MIDI 1"},
+        {"play good.mid --to Nowhere", "\"Nowhere\" not found; available:\n  Loopback MIDI 1"},
+        {"follow good.mid --in Nowhere", "\"Nowhere\" not found; available:\n  Loopback MIDI 1"},
     };
-    for (const auto& [line, says] : cases) {
+    for (const auto& [line, expected] : cases) {
         const Result result = RunZorhost(line);
         EXPECT_EQ(result.Code, 1) << line;
-        EXPECT_NE(result.Err.find(says), std::string::npos) << result.Err;
+        EXPECT_NE(result.Err.find(expected), std::string::npos) << result.Err;
     }
 }
 
-TEST(CommandLines, ThatMakeNoSenseAreWrongUse) {
+TEST(CommandLines, ThatAreInvalidExitWithTwo) {
     WriteBytes("good.mid", Sound());
     for (const char* line :
          {"", "play", "play good.mid --tempo 0", "play good.mid --tempo fast",
@@ -75,25 +74,25 @@ TEST(CommandLines, ThatMakeNoSenseAreWrongUse) {
         EXPECT_EQ(result.Code, 2) << line << result.Err;
         EXPECT_FALSE(result.Err.empty()) << line;
     }
-    for (const auto& [line, meant] : {std::pair("plaay", "play"), std::pair("recrod", "record"),
-                                      std::pair("play good.mid --tmepo 9", "--tempo")})
-        EXPECT_NE(RunZorhost(line).Err.find("did you mean \"" + std::string(meant) + "\"?"),
+    for (const auto& [line, nearest] : {std::pair("plaay", "play"), std::pair("recrod", "record"),
+                                        std::pair("play good.mid --tmepo 9", "--tempo")})
+        EXPECT_NE(RunZorhost(line).Err.find("did you mean \"" + std::string(nearest) + "\"?"),
                   std::string::npos)
             << line;
     setenv("COLUMNS", "80", 1);
-    for (const auto& [line, says] :
+    for (const auto& [line, expected] :
          {std::pair("play --help",
-                    "\n  --tempo PERCENT       Tempo in percent of the written one (5 to "
-                    "5000, else\n                        100)\n"),
-          std::pair("record --help",
-                    "\n                        a bar if not 4. Not with --overdub\n")}) {
+                    "\n  --tempo PERCENT       Tempo in percent of the written tempo (5 to 5000,\n"
+                    "                        default 100)\n"),
+          std::pair("record --help", "beats per bar if not 4. Cannot be combined\n"
+                                     "                        with --overdub\n")}) {
         const Result help = RunZorhost(line);
         EXPECT_EQ(help.Code, 0);
-        EXPECT_NE(help.Out.find(says), std::string::npos) << help.Out;
+        EXPECT_NE(help.Out.find(expected), std::string::npos) << help.Out;
     }
 }
 
-// Found where the user's lie.
+// In the user's folder.
 TEST(Settings, DecideThePortsAndAreNeverWritten) {
     const char* const ini = "config/zormidi/ZORMIDI.INI";
     const std::string text = "; mine\n[MMEDRVR]\nInName1=Loopback MIDI 3\nInBase1=17\n"
@@ -105,19 +104,20 @@ TEST(Settings, DecideThePortsAndAreNeverWritten) {
     EXPECT_EQ(devices.Code, 0);
     for (const char* line :
          {"input  1   channels  17-32   Loopback MIDI 3\n",
-          "input  2   channels  17-32   Gone  (not there: not opened)\n",
+          "input  2   channels  17-32   Gone  (not found, not opened)\n",
           "output 1   channels   1-16   Default MIDI Output Device  -> "
           "Loopback MIDI 1\n",
-          "output 2   channels  17-32   Loopback MIDI 3\n", "external clock comes from input 2\n"})
+          "output 2   channels  17-32   Loopback MIDI 3\n", "external clock from input 2\n"})
         EXPECT_NE(devices.Out.find(line), std::string::npos) << line << devices.Out;
-    for (const auto& [line, says] :
-         {std::pair("follow good.mid", "input 2, which the settings take it from, has no device"),
+    for (const auto& [line, expected] :
+         {std::pair("follow good.mid",
+                    "input 2, selected for clock in the settings, has no device"),
           std::pair("follow good.mid --in 4", "clock on Loopback MIDI 4")}) {
         WriteBytes("good.mid", Sound());
         Program follow(line);
-        EXPECT_TRUE(follow.Await(says)) << follow.Err;
+        EXPECT_TRUE(follow.Await(expected)) << follow.Err;
     }
-    // The input of the settings hears the output of the command line.
+    // The input of the settings receives from the output of the command line.
     WriteBytes("good.mid", Sound());
     const Result played =
         RunZorhost("play good.mid --to 'Loopback MIDI 3' --tempo 5000 --record copy.mid");

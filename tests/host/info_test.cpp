@@ -1,4 +1,4 @@
-// What zorhost tells of a file, and of what came back of what it sent.
+// The output of zorhost info, and the report on messages that were sent and received back.
 #include "tests/host/midi_bytes.h"
 #include "tests/host/program.h"
 
@@ -14,7 +14,7 @@ Bytes Name(const std::string& text) {
     return event;
 }
 
-TEST(Info, TellsAllThatAFileHolds) {
+TEST(Info, PrintsAllThatAFileHolds) {
     // 4/4 at 120, from bar 3 on 3/8 at 60, and the last note an hour later.
     WriteMidi("whole.mid", 480,
               {{{0, Name("A \"\\\xE9\x1F\xC3\xA9")},
@@ -33,15 +33,15 @@ TEST(Info, TellsAllThatAFileHolds) {
                {{0, {0x92, 59, 9}}, {9, {0x92, 66, 9}}, {10, {0x92, 59, 0}}}});
     EXPECT_EQ(RunZorhost("info whole.mid").Out,
               R"(Length   1:00:04.0, 2402 bars
-Tempo    120, 60 in bar 3 quarter notes a minute
+Tempo    120, 60 in bar 3 quarter notes per minute
 Meter    4/4, 3/8 in bar 3
-File     type 1, 3 tracks, 9 messages, 480 ticks a quarter note
+File     type 1, 3 tracks, 9 messages, 480 ticks per quarter note
 t1       0 notes                ch          A "\é é
 t2       2 notes    B1 to C4    ch 9, 10    Two  (Drums, Violin)
 t3       2 notes    B3 to F#4   ch 3        )"
               R"(
-Mind: 2 system exclusive messages, which play leaves out
-Mind: a note or a pedal is still down at its end
+Warning: 2 system exclusive messages, which play skips
+Warning: a note or pedal is still held at the end
 )");
     EXPECT_EQ(
         RunZorhost("info whole.mid --json").Out,
@@ -53,32 +53,33 @@ Mind: a note or a pedal is still down at its end
 {"kind":"track","track":1,"name":"A \"\\é é","notes":0,"channels":"","instruments":""}
 {"kind":"track","track":2,"name":"Two","notes":2,"channels":"9, 10","instruments":"Drums, Violin"}
 {"kind":"track","track":3,"name":"","notes":2,"channels":"3","instruments":""}
-{"kind":"warning","text":"2 system exclusive messages, which play leaves out"}
-{"kind":"warning","text":"a note or a pedal is still down at its end"}
+{"kind":"warning","text":"2 system exclusive messages, which play skips"}
+{"kind":"warning","text":"a note or pedal is still held at the end"}
 )");
-    // Broken between words, and indented, where the terminal has no more room.
+    // Wrapped between words, and indented, on a narrow terminal.
     Program narrow("info whole.mid", 40);
     EXPECT_EQ(narrow.Finish(), 0);
-    for (const char* lines :
-         {"\nTempo 120, 60 in bar 3 quarter notes a\r\n         minute\r\nMeter    4/4, 3/8 in bar "
-          "3\r\n",
-          "\nt2 2 notes B1 to C4 ch 9, 10 Two (Drums,\r\n     Violin)\r\n",
-          "\nMind: 2 system exclusive messages, which\r\n      play leaves out\r\nMind: a note"})
+    for (const char* lines : {"\nTempo 120, 60 in bar 3 quarter notes per\r\n         "
+                              "minute\r\nMeter    4/4, 3/8 in bar "
+                              "3\r\n",
+                              "\nt2 2 notes B1 to C4 ch 9, 10 Two (Drums,\r\n     Violin)\r\n",
+                              "\nWarning: 2 system exclusive messages,\r\n         which play "
+                              "skips\r\nWarning: a note"})
         EXPECT_NE(narrow.Out.find(lines), std::string::npos) << narrow.Out;
 }
 
-TEST(Report, TellsWhatIsHeldBackLostAndWrong) {
+TEST(Report, CountsMessagesHeldBackLostAndWrong) {
     WriteMidi("three.mid", 960,
               {{{0, {0x80, 61, 0}}, {0, {0x90, 60, 90}}, {3, {0x90, 60, 90}}, {9, {0x80, 60, 0}}}});
     const std::string sent = "records sent                        2\n"
                              "  held back by note counts            2\n"
                              "  records received                    2\n";
     const struct {
-        std::string Settings, Says;
+        std::string Settings, Expected;
         int Code;
     } cases[] = {
         {"", "lost                                0\n  wrong                               0\n", 0},
-        // What is played on channel 1 comes in on channel 2.
+        // Messages sent on channel 1 are received on channel 2.
         {"InBase1=2\n",
          "lost                                2\n  wrong                               2\n", 1}};
     std::filesystem::create_directory("report");
@@ -88,9 +89,9 @@ TEST(Report, TellsWhatIsHeldBackLostAndWrong) {
             << c.Settings;
         const Result result = RunZorhost("--ini report play three.mid --report");
         EXPECT_EQ(result.Code, c.Code) << result.Err;
-        EXPECT_NE(result.Out.find(sent + "  " + c.Says), std::string::npos) << result.Out;
+        EXPECT_NE(result.Out.find(sent + "  " + c.Expected), std::string::npos) << result.Out;
         EXPECT_EQ(result.Out.find(" -"), std::string::npos)
-            << "none comes too early: " << result.Out;
+            << "none is received early: " << result.Out;
     }
 }
 

@@ -1,4 +1,4 @@
-// zorhost among other programs on the same cables: monitor, record, thru, clock, follow.
+// zorhost with other programs on the same ports: monitor, record, thru, clock, follow.
 #include "tests/host/midi_bytes.h"
 #include "tests/host/peer.h"
 #include "tests/host/program.h"
@@ -18,7 +18,7 @@ TEST(Monitor, PrintsEachMessageInWordsButForThoseFilteredOut) {
     Peer peer("Loopback MIDI 3");
     Program monitor("monitor --in 2 --in 'midi 3' --filter polypressure,clock");
     ASSERT_TRUE(monitor.Await("Listening to Loopback MIDI 2, Loopback MIDI 3"));
-    // What is left of it, on a narrow terminal with its colours.
+    // With most kinds filtered out, on a narrow terminal with colours.
     Program other("monitor --in 3 --filter notes,control,bend,transport,songposition,tune", 60);
     ASSERT_TRUE(other.Await("Listening"));
     for (const std::uint32_t message :
@@ -29,7 +29,7 @@ TEST(Monitor, PrintsEachMessageInWordsButForThoseFilteredOut) {
         peer.Send(message);
     ASSERT_TRUE(monitor.Await("continue"));
     ASSERT_TRUE(other.Await("\033[2mclock\033[0m\r\n"));
-    EXPECT_EQ(other.Out.find("stop"), std::string::npos);
+    EXPECT_EQ(other.Out.find("\033[2mstop"), std::string::npos);
     EXPECT_NE(other.Out.find(" ch   4 \033[35mprogram   105  Sitar\033[0m\r\n"), std::string::npos);
     monitor.Signal(SIGINT);
     EXPECT_EQ(monitor.Finish(), 0);
@@ -44,7 +44,7 @@ TEST(Monitor, PrintsEachMessageInWordsButForThoseFilteredOut) {
     EXPECT_EQ(std::regex_replace(monitor.Out, std::regex(R"( *\d+\.\d{3}  )"), ""), expected);
 }
 
-// Its output is read only after it has been told to end.
+// Its output is read only after Ctrl-C.
 TEST(Monitor, CtrlCWhileItWritesLosesNoLine) {
     Peer peer("Loopback MIDI 2");
     Program monitor("monitor --in 2");
@@ -56,7 +56,7 @@ TEST(Monitor, CtrlCWhileItWritesLosesNoLine) {
     EXPECT_GT(std::ranges::count(monitor.Out, '\n'), 1000);
 }
 
-// The library's timer wakes up 250 times a second as it is.
+// The main thread must not poll, although the library's timer runs 250 times per second.
 TEST(Monitor, SleepsUntilSomethingComesIn) {
     using Clock = std::chrono::steady_clock;
     Peer peer("Loopback MIDI 2");
@@ -72,7 +72,7 @@ TEST(Monitor, SleepsUntilSomethingComesIn) {
     EXPECT_TRUE(monitor.Await("C4"));
 }
 
-TEST(Record, WhatAKilledOneTookIsKeptByTheNext) {
+TEST(Record, RestoresTheTakeOfAKilledProcess) {
     std::ofstream("killed.rescued.mid") << "older";
     WriteMidi("mine.part.mid", 96, {{{0, {0x90, 60, 1}}}});
     Program record("record killed.mid --in 1 --in 2"), live("record live.mid");
@@ -83,22 +83,22 @@ TEST(Record, WhatAKilledOneTookIsKeptByTheNext) {
         ASSERT_TRUE(peer.Await(Packed(0x90, 60, 100)));
     }
     ASSERT_TRUE(record.Await("2 notes"));
-    record.Err.clear(); // two seconds from one line to the next
+    record.Err.clear(); // the next line is printed two seconds later
     ASSERT_TRUE(record.Await("2 notes"));
     EXPECT_EQ(ReadBack("killed.part.mid").size(), 2u);
     record.Signal(SIGKILL);
     record.Finish();
     ASSERT_TRUE(live.Await("1 note, 1 message"));
     const Result next = RunZorhost("record killed.mid --seconds 0.1");
-    EXPECT_NE(next.Err.find("is kept in \""), std::string::npos) << next.Err;
+    EXPECT_NE(next.Err.find("was rescued to \""), std::string::npos) << next.Err;
     EXPECT_EQ(Messages(ReadBack("killed.rescued-2.mid")),
               (std::vector<Bytes>{{0x90, 60, 100}, {0x90, 60, 0}, {0x90, 60, 100}, {0x90, 60, 0}}));
-    // The second input's on a track of their own, behind that of the bar lines and the first one's.
+    // The second input's notes are on a third track, after the bar lines and the first input's.
     EXPECT_NE(ReadCsv("killed.rescued-2.mid").find("\n3, 0, Start_track"), std::string::npos);
     EXPECT_NE(access("killed.part.mid", F_OK), 0);
     EXPECT_EQ(ReadText("killed.rescued.mid"), "older");
     EXPECT_EQ(access("mine.part.mid", F_OK), 0) << "not one of ours";
-    // The one that goes on is left alone, and no other may record into its file.
+    // The running recording is not touched, and no other process may record to its file.
     EXPECT_EQ(next.Err.find("live"), std::string::npos) << next.Err;
     const Result second = RunZorhost("record live.mid --seconds 0.1");
     EXPECT_EQ(second.Code, 1);
@@ -108,7 +108,7 @@ TEST(Record, WhatAKilledOneTookIsKeptByTheNext) {
     EXPECT_EQ(Messages(ReadBack("live.mid")).size(), 2u);
 }
 
-// Plays many short notes to one that records, after a first one that is on the disk.
+// Plays many short notes to a recording, after a first one that is saved.
 void PlayTo(Program& record, const std::string& journal, unsigned limit = 0) {
     Peer peer("Loopback MIDI 1");
     for (const unsigned velocity : {100, 0}) peer.Send(Packed(0x90, 99, velocity));
@@ -119,15 +119,15 @@ void PlayTo(Program& record, const std::string& journal, unsigned limit = 0) {
     ASSERT_TRUE(record.Await("100 notes, 200 messages"));
 }
 
-// A full disk costs nothing if there is room in the end, else what it did not take; the older file
-// stays.
+// Nothing is lost if there is space again at the end, else only what could not be saved. The older
+// file stays.
 TEST(Record, OnAFullDisk) {
     for (const bool room : {true, false}) {
         std::ofstream("full.mid") << "older";
         Program record("record full.mid");
         ASSERT_TRUE(record.Await("Listening"));
         PlayTo(record, "full.part.mid", 200);
-        ASSERT_TRUE(record.Await("The disk takes no more"));
+        ASSERT_TRUE(record.Await("The disk is full"));
         EXPECT_EQ(ReadText("full.mid"), "older");
         if (room) record.LimitFiles(0);
         record.Signal(SIGINT);
@@ -144,8 +144,8 @@ TEST(Record, OnAFullDisk) {
               (std::vector<Bytes>{{0x90, 99, 100}, {0x90, 99, 0}}));
 }
 
-// The folder with all that is in it, as when a stick is pulled out: it is kept where there is one.
-TEST(Record, WhoseFolderGoesAway) {
+// The folder disappears, as when a USB stick is pulled out: the take is saved elsewhere.
+TEST(Record, IsSavedElsewhereIfItsFolderDisappears) {
     std::filesystem::create_directory("stick");
     Program record("record stick/gone.mid");
     ASSERT_TRUE(record.Await("Listening"));
@@ -157,7 +157,7 @@ TEST(Record, WhoseFolderGoesAway) {
     EXPECT_EQ(ReadBack("temporary/gone.mid").size(), 200u);
 }
 
-TEST(Record, WritesWhatCameInAndPlaysItThruByTheMap) {
+TEST(Record, WritesInputAndPlaysItThruWithTheMap) {
     Program record("record --thru 'Loopback MIDI 2' --map 1:10,3:4 --filter control recorded.mid");
     ASSERT_TRUE(record.Await("Listening"));
     const std::vector<std::uint32_t> played = {Packed(0x90, 60, 100), Packed(0xB0, 7, 5),
@@ -168,7 +168,7 @@ TEST(Record, WritesWhatCameInAndPlaysItThruByTheMap) {
         for (const std::uint32_t message : played) peer.Send(message);
         ASSERT_TRUE(peer.Await(played.back()));
     }
-    // On the way out, the filter does not count; channels that no pair names stay.
+    // Thru ignores the filter; channels without a pair are not changed.
     Peer heard("Loopback MIDI 2");
     WriteMidi("again.mid", 960,
               {{{0, {0x90, 70, 1}},
@@ -187,13 +187,12 @@ TEST(Record, WritesWhatCameInAndPlaysItThruByTheMap) {
     const std::vector<Bytes> expected = {
         {0x90, 60, 100}, {0x92, 62, 90}, {0x90, 64, 0}, {0x93, 64, 80},
         {0x90, 70, 1},   {0x95, 71, 1},  {0x90, 70, 0}, {0x95, 71, 0},
-        {0x90, 60, 0},   {0x92, 62, 0},  {0x93, 64, 0}}; // those held end with the recording
+        {0x90, 60, 0},   {0x92, 62, 0},  {0x93, 64, 0}}; // held notes end with the recording
     EXPECT_EQ(Messages(ReadBack("recorded.mid")), expected);
 }
 
 // A note on each of the first eight quarters, keys from 60 up; each ends as the next begins, and
-// key 30 sounds one clock before. All
-// channels are in use, so that there is much to silence.
+// key 30 sounds one clock before. All channels are used, so that silencing takes long.
 void WriteSteps() {
     TrackEvents track;
     for (unsigned char i = 0; i < 16; ++i)
@@ -211,18 +210,18 @@ void SendClocks(Peer& peer, int count) {
     for (int i = 0; i < count; ++i) peer.Send(Packed(0xF8));
 }
 
-TEST(Follow, GoesWhereTheClockIs) {
+TEST(Follow, PlaysAtThePositionOfTheClock) {
     Peer peer("Loopback MIDI 1");
     WriteSteps();
     Program follow("follow steps.mid --to 'Loopback MIDI 1'");
     ASSERT_TRUE(follow.Await("Waiting for Start and clock on Loopback MIDI 1"));
 
     const auto heard = [&peer](unsigned key) {
-        return std::ranges::count(peer.Heard(), Packed(0x90, key, 100));
+        return std::ranges::count(peer.Received(), Packed(0x90, key, 100));
     };
     peer.Send(Packed(0xFA));
     EXPECT_EQ(heard(60), 0);
-    SendClocks(peer, 1); // stands at the beginning
+    SendClocks(peer, 1); // belongs to the beginning
     ASSERT_TRUE(peer.Await(Packed(0x90, 60, 100)));
     SendClocks(peer, 23);
     ASSERT_TRUE(peer.Await(Packed(0x90, 30, 1)));
@@ -230,31 +229,31 @@ TEST(Follow, GoesWhereTheClockIs) {
     SendClocks(peer, 1); // one quarter on
     ASSERT_TRUE(peer.Await(Packed(0x90, 61, 100)));
 
-    // Stop ends what sounds; the song position is in sixteenths. All that comes while the program
-    // still silences comes together with what it sends: then the clock alone hears it.
+    // Stop silences; song positions count sixteenths. Messages that arrive while the program still
+    // silences are dropped by the library, and only its clock counts them.
     for (int round = 0; round < 21; ++round) {
         const unsigned key = round % 2 == 0 ? 65 : 63;
-        const std::size_t stopped = peer.Heard().size();
+        const std::size_t stopped = peer.Received().size();
         peer.Send(Packed(0xFC));
         ASSERT_TRUE(peer.Await(Packed(0xE0, 0, 64), stopped));
         follow.Signal(SIGSTOP);
         peer.Send(Packed(0xF2, (key - 60) * 4));
         peer.Send(Packed(0xFB));
         SendClocks(peer, 1);
-        usleep(30'000); // longer than it waits between two messages
+        usleep(30'000); // longer than its pause between two messages
         follow.Signal(SIGCONT);
         ASSERT_TRUE(peer.Await(Packed(0x90, key, 100), stopped)) << "round " << round;
         ASSERT_TRUE(peer.Await(Packed(0xC0, 9), stopped));
     }
     EXPECT_EQ(heard(62) + heard(64), 0);
-    EXPECT_EQ(std::ranges::count(peer.Heard(), Packed(0x90, 30, 1)), 1);
+    EXPECT_EQ(std::ranges::count(peer.Received(), Packed(0x90, 30, 1)), 1);
 
-    // Start after Stop begins anew. A clock that stays away ends what sounds, and goes on where it
-    // was.
-    std::size_t before = peer.Heard().size();
+    // Start after Stop plays from the beginning. If the clock pauses, sounding notes end; then it
+    // continues at the same position.
+    std::size_t before = peer.Received().size();
     peer.Send(Packed(0xFC));
     ASSERT_TRUE(peer.Await(Packed(0xE0, 0, 64), before));
-    before = peer.Heard().size();
+    before = peer.Received().size();
     peer.Send(Packed(0xFA));
     SendClocks(peer, 1);
     ASSERT_TRUE(peer.Await(Packed(0x90, 60, 100), before));
@@ -271,24 +270,24 @@ TEST(Follow, GoesWhereTheClockIs) {
     EXPECT_NE(follow.Out.find("Played to the end"), std::string::npos);
 }
 
-// Of the clock, Start, twenty-four a quarter, and Stop.
+// The clock sends Start, 24 clocks per quarter note, and Stop.
 TEST(Follow, AClockInAnotherTerminal) {
     Peer peer("Loopback MIDI 1");
     WriteSteps();
     Program follow("follow steps.mid --to 1");
     ASSERT_TRUE(follow.Await("Waiting"));
-    // 500 quarters a minute: 200 clocks a second. The piece takes one of the three seconds; what a
-    // busy machine has not played when Stop comes waits for a clock that goes on.
+    // 500 quarter notes per minute: 200 clocks per second. The song takes one of the three seconds,
+    // so that a busy computer has played it before Stop.
     EXPECT_EQ(RunZorhost("clock 500 --seconds 3").Code, 0);
     ASSERT_TRUE(peer.Await(Packed(0xFC)));
-    std::vector<std::uint32_t> heard = peer.Heard(), expected(602, Packed(0xF8));
+    std::vector<std::uint32_t> heard = peer.Received(), expected(602, Packed(0xF8));
     std::erase_if(heard, [](std::uint32_t message) { return (message & 0xFF) < 0xF8; });
     expected.front() = Packed(0xFA);
     expected.back() = Packed(0xFC);
     ASSERT_EQ(heard, expected);
     EXPECT_EQ(follow.Finish(), 0) << follow.Err;
     for (unsigned key = 60; key < 68; ++key) EXPECT_TRUE(peer.Await(Packed(0x90, key, 100))) << key;
-    const std::size_t before = peer.Heard().size();
+    const std::size_t before = peer.Received().size();
     Program clock("clock 10");
     ASSERT_TRUE(peer.Await(Packed(0xF8), before));
     clock.Signal(SIGINT);

@@ -1,4 +1,4 @@
-// MIDI files written, and read back by a program that is not ours.
+// Writes MIDI files, and reads them back with midicsv.
 #pragma once
 
 #include <cstdint>
@@ -15,18 +15,18 @@ using TrackEvents = std::vector<TimedMessage>; // by ascending tick
 
 Bytes Tempo(unsigned microsecondsPerQuarter);
 
-// A file as our own writer makes it, which ReadBack vouches for: of type 1, or of type 0 if it has
+// Builds a file with the project's own writer, which ReadBack verifies: type 1, or type 0 if it has
 // one track.
 Bytes MidiBytes(int ticksPerQuarter, const std::vector<TrackEvents>& tracks);
 void WriteBytes(const std::string& name, const Bytes& bytes);
 void WriteMidi(const std::string& name, int ticksPerQuarter,
                const std::vector<TrackEvents>& tracks);
 
-// All of a file as lines of text: track, tick, kind, values.
+// Returns the contents of a file as lines of text: track, tick, kind, values.
 std::string ReadCsv(const std::string& path);
-// The channel messages of a file, merged by time. Fails the test and gives none if it is no valid
-// file.
+// Returns the channel messages of a file, merged by time. Fails the test and returns none if the
+// file is not valid.
 std::vector<TimedMessage> ReadBack(const std::string& path, int* ticksPerQuarter = nullptr);
 
-// As a port sends them on: a note off counts as a note on with velocity 0.
+// Returns the messages as a port sends them: a note off becomes a note on with velocity 0.
 std::vector<Bytes> Messages(const std::vector<TimedMessage>& events);

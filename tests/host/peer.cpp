@@ -12,7 +12,7 @@
 namespace {
 
 std::mutex Lock;
-std::condition_variable Came;
+std::condition_variable NewMessage;
 std::vector<std::uint32_t> Messages;
 HMIDIIN Input;
 HMIDIOUT Output;
@@ -21,7 +21,7 @@ void CALLBACK OnMidi(void*, UINT message, DWORD_PTR, DWORD_PTR first, DWORD_PTR)
     if (message != MIM_DATA) return;
     const std::lock_guard hold(Lock);
     Messages.push_back(static_cast<std::uint32_t>(first));
-    Came.notify_all();
+    NewMessage.notify_all();
 }
 
 } // namespace
@@ -48,24 +48,25 @@ Peer::~Peer() {
 
 void Peer::Send(std::uint32_t packed) const { midiOutShortMsg(Output, packed); }
 
-std::vector<std::uint32_t> Peer::Heard() const {
+std::vector<std::uint32_t> Peer::Received() const {
     const std::lock_guard hold(Lock);
     return Messages;
 }
 
-std::uint32_t Peer::At(std::size_t number) const {
+std::uint32_t Peer::AwaitNumber(std::size_t number) const {
     using namespace std::chrono_literals;
     std::unique_lock hold(Lock);
-    const bool came = Came.wait_for(hold, 60s, [number] { return number < Messages.size(); });
-    return came ? Messages[number] : 0;
+    const bool arrived =
+        NewMessage.wait_for(hold, 60s, [number] { return number < Messages.size(); });
+    return arrived ? Messages[number] : 0;
 }
 
-bool Peer::Await(std::uint32_t packed, std::size_t from) const {
+bool Peer::Await(std::uint32_t packed, std::size_t first) const {
     using namespace std::chrono_literals;
     std::unique_lock hold(Lock);
-    return Came.wait_for(hold, 60s, [&] {
-        return from < Messages.size() &&
-               std::find(Messages.begin() + static_cast<std::ptrdiff_t>(from), Messages.end(),
+    return NewMessage.wait_for(hold, 60s, [&] {
+        return first < Messages.size() &&
+               std::find(Messages.begin() + static_cast<std::ptrdiff_t>(first), Messages.end(),
                          packed) != Messages.end();
     });
 }

@@ -1,4 +1,4 @@
-// Another program on a loopback port's cable: hears what zorhost sends there and sends to it.
+// Another program connected to a loopback port: receives what zorhost sends, and sends to it.
 #pragma once
 
 #include <cstddef>
@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-// A message as it travels: status, data 1, data 2 from the low byte up.
+// A packed message: status, data 1, data 2 from the low byte up.
 constexpr std::uint32_t Packed(unsigned status, unsigned data1 = 0, unsigned data2 = 0) {
     return status | data1 << 8 | data2 << 16;
 }
@@ -14,17 +14,17 @@ constexpr std::uint32_t Packed(unsigned status, unsigned data1 = 0, unsigned dat
 // One at a time.
 class Peer {
 public:
-    // Sends to the second cable if there is one.
+    // Receives from cable; sends to target if it is given, else to cable.
     explicit Peer(const std::string& cable, const std::string& target = "");
     ~Peer();
     Peer(const Peer&) = delete;
     Peer& operator=(const Peer&) = delete;
 
     void Send(std::uint32_t packed) const;
-    // What has come so far, its own messages too.
-    std::vector<std::uint32_t> Heard() const;
-    // Waits for the first, second... that comes, from 0. Gives 0 if it never does.
-    std::uint32_t At(std::size_t number) const;
-    // Waits until the message has come, after the first from messages. False if it never does.
-    bool Await(std::uint32_t packed, std::size_t from = 0) const;
+    // Returns all messages received so far, its own included.
+    std::vector<std::uint32_t> Received() const;
+    // Waits for the message of that number, from 0. Returns 0 after a minute.
+    std::uint32_t AwaitNumber(std::size_t number) const;
+    // Waits until the message is received as number first or later. False after a minute.
+    bool Await(std::uint32_t packed, std::size_t first = 0) const;
 };

@@ -1,4 +1,4 @@
-// A MIDI file through the library and back into a MIDI file.
+// Playing MIDI files: what arrives at the ports, and what is recorded back.
 #include "tests/host/midi_bytes.h"
 #include "tests/host/peer.h"
 #include "tests/host/program.h"
@@ -11,7 +11,7 @@
 
 namespace {
 
-// Notes that never overlap on a key, amid every other kind of channel message.
+// Notes that never overlap on a key, among all other kinds of channel messages.
 TrackEvents RandomTrack(unsigned seed, unsigned channel, int notes) {
     std::mt19937 random(seed);
     const auto pick = [&](unsigned below) { return static_cast<unsigned char>(random() % below); };
@@ -51,7 +51,8 @@ TEST(Play, EveryMessageOfAFileLargerThanTheQueuesComesBackInOrder) {
         EXPECT_NE(result.Out.find(line), std::string::npos) << result.Out;
     const std::vector<TimedMessage> copy = ReadBack("copy.mid");
     ASSERT_EQ(Messages(copy), Messages(all));
-    // By the piece's bar lines, 1 ms being 26 ticks and 13 later: none early, some in time.
+    // Stored by the song's bar lines, where 1 ms is 26 ticks and later 13: none early, some in
+    // time.
     int least = 960;
     for (std::size_t i = 0; i < all.size(); ++i)
         least = std::min(least, copy[i].Tick - all[i].Tick);
@@ -61,7 +62,7 @@ TEST(Play, EveryMessageOfAFileLargerThanTheQueuesComesBackInOrder) {
     EXPECT_EQ(RunZorhost("play '" ZOR_PIECE "' --tempo 5000 --report").Code, 0);
 }
 
-TEST(Play, FollowsTheTempoMapAndTellsWhatIsLeftOut) {
+TEST(Play, FollowsTheTempoMapAndReportsWhatIsSkipped) {
     // Two quarters at 0.1 s, two at 0.2 s: 0.6 s, at 200 percent 0.3.
     WriteMidi("tempi.mid", 96,
               {{{0, Tempo(100000)}, {192, Tempo(200000)}},
@@ -70,7 +71,7 @@ TEST(Play, FollowsTheTempoMapAndTellsWhatIsLeftOut) {
     EXPECT_NE(result.Out.find("Played 2 messages, 0:00.3 long"), std::string::npos) << result.Out;
     EXPECT_NE(result.Err.find("1 system exclusive message is left out"), std::string::npos)
         << result.Err;
-    // The recording has the piece's bar lines, so nothing stands before its written place.
+    // The recording has the song's tempo map, so no message is before its written tick.
     const std::vector<TimedMessage> events = ReadBack("copy.mid");
     ASSERT_EQ(events.size(), 2u);
     EXPECT_GE(events[1].Tick, 3840);
@@ -93,8 +94,8 @@ TEST(Play, FromABarSoundsAsIfPlayedFromTheBeginning) {
                                          {0xB0, 7, 90},    {0xB0, 64, 64}, {0xE0, 0, 70},
                                          {0xB0, 101, 127}, {0x90, 60, 64}, {0x90, 60, 0}};
     ASSERT_EQ(Messages(events), expected);
-    EXPECT_TRUE(peer.Await(Packed(0xB0, 64, 0))); // the pedal, behind the recording
-    EXPECT_GE(events.front().Tick, 7680);         // the recording's bars are the piece's
+    EXPECT_TRUE(peer.Await(Packed(0xB0, 64, 0))); // pedal released, after the recording
+    EXPECT_GE(events.front().Tick, 7680);         // the recording has the song's bars
 }
 
 TEST(Play, CtrlCLeavesNothingSoundingAndAWholeRecording) {
@@ -108,11 +109,11 @@ TEST(Play, CtrlCLeavesNothingSoundingAndAWholeRecording) {
     ASSERT_TRUE(peer.Await(Packed(0xE3, 0, 70)));
     play.Signal(SIGINT);
     EXPECT_EQ(play.Finish(), 0) << play.Err;
-    const auto heard =
-        static_cast<std::size_t>(std::ranges::count(peer.Heard(), Packed(0xE3, 0, 70)));
-    std::size_t told = 0;
-    EXPECT_EQ(std::sscanf(play.Out.c_str(), "Stopped after %zu", &told), 1) << play.Out;
-    EXPECT_NEAR(told, heard + 3, 100); // not what was queued
+    const auto received =
+        static_cast<std::size_t>(std::ranges::count(peer.Received(), Packed(0xE3, 0, 70)));
+    std::size_t reported = 0;
+    EXPECT_EQ(std::sscanf(play.Out.c_str(), "Stopped after %zu", &reported), 1) << play.Out;
+    EXPECT_NEAR(reported, received + 3, 100); // not the queued ones
     for (const std::uint32_t end : {Packed(0x83, 60), Packed(0x83, 67), Packed(0xB3, 64, 0),
                                     Packed(0xB3, 123, 0), Packed(0xE3, 0, 64)})
         EXPECT_TRUE(peer.Await(end)) << std::hex << end;
@@ -121,8 +122,8 @@ TEST(Play, CtrlCLeavesNothingSoundingAndAWholeRecording) {
         EXPECT_EQ(std::ranges::count(recorded, message), 1);
 }
 
-TEST(Play, ChangedRoundAndRoundOnSeveralOutputs) {
-    // Two bars, of which the second goes round; a track and a channel that are not heard.
+TEST(Play, LoopedAndEditedOnSeveralOutputs) {
+    // Two bars, of which the second is looped; a track and a channel are muted.
     WriteMidi("round.mid", 96,
               {{{0, {0x90, 40, 1}}, {384, {0x95, 60, 90}}},
                {{384, {0x90, 50, 1}}},
@@ -135,12 +136,12 @@ TEST(Play, ChangedRoundAndRoundOnSeveralOutputs) {
         for (int round = 0; round < 3; ++round) {
             for (const std::uint32_t message : {Packed(0x95, 48, 90), Packed(0x99, 35, 2),
                                                 Packed(0x85, 48, 64), Packed(0x89, 35, 64)})
-                expected.push_back(message); // the loop's end is theirs
-            ASSERT_TRUE(peer.Await(expected.back(), peer.Heard().size())) << cable;
+                expected.push_back(message); // ended by the loop's end
+            ASSERT_TRUE(peer.Await(expected.back(), peer.Received().size())) << cable;
         }
         play.Signal(SIGINT);
         EXPECT_EQ(play.Finish(), 0);
-        std::vector<std::uint32_t> notes = peer.Heard();
+        std::vector<std::uint32_t> notes = peer.Received();
         std::erase_if(notes, [](std::uint32_t message) { return (message & 0xF0) > 0x90; });
         notes.resize(expected.size());
         EXPECT_EQ(notes, expected);

@@ -1,4 +1,4 @@
-// Which devices --in and setup choose where the name of one contains that of another.
+// Which devices --in and setup select if one name contains another.
 #include "host/terminal/host_error.h"
 #include "host/devices/setting_keys.h"
 #include "host/devices/settings.h"
@@ -17,33 +17,34 @@ protected:
     }
 };
 
-TEST_F(Ports, AWholeNameGoesBeforeThePartOfAnother) {
+TEST_F(Ports, AWholeNameIsPreferredToAPartOfAnother) {
     const std::string folder = std::filesystem::path(IniFile()).parent_path();
     const struct {
         std::vector<std::string> Wanted;
-        const char* Opened; // the first device, or what is said
-    } cases[] = {{{"Keys"}, "Keys."},
-                 {{"keys", "two b"}, "Keys."},
-                 {{"KEYS TWO"}, "Keys Two."},
-                 {{"Pad"}, "Pad."},
-                 {{"2"}, "Keys."},
-                 {{"two"}, "more than one input device fits \"two\":\n  Keys Two\n  keys two b\n"},
-                 {{"pad"}, "more than one input device fits \"pad\":\n  PAD\n  Pad\n"},
-                 {{"keys", "2"}, "\"Keys\" is named twice"},
-                 {{"6"}, "there is no input device \"6\"; there are:\n  Keys Two\n  Keys\n"}};
-    for (const auto& [wanted, opened] : cases) {
+        const char* Expected; // how the first device or the error message begins
+    } cases[] = {
+        {{"Keys"}, "Keys."},
+        {{"keys", "two b"}, "Keys."},
+        {{"KEYS TWO"}, "Keys Two."},
+        {{"Pad"}, "Pad."},
+        {{"2"}, "Keys."},
+        {{"two"}, "more than one input device matches \"two\":\n  Keys Two\n  keys two b\n"},
+        {{"pad"}, "more than one input device matches \"pad\":\n  PAD\n  Pad\n"},
+        {{"keys", "2"}, "\"Keys\" is given twice"},
+        {{"6"}, "input device \"6\" not found; available:\n  Keys Two\n  Keys\n"}};
+    for (const auto& [wanted, expected] : cases) {
         std::string got;
         try {
-            const zorhost::RunSettings run(folder, {wanted, {}});
-            got = zorhost::ReadPortMap(run.IniPath()).Inputs.at(0).Device + ".";
+            const zorhost::SessionSettings settings(folder, {wanted, {}});
+            got = zorhost::ReadPortMap(settings.IniPath()).Inputs.at(0).Device + ".";
         } catch (const zorhost::HostError& error) {
             got = error.what();
         }
-        EXPECT_EQ(got.substr(0, std::strlen(opened)), opened);
+        EXPECT_EQ(got.substr(0, std::strlen(expected)), expected);
     }
 }
 
-// As the dialog's lists show a name that is stored: the device itself, else one that begins so.
+// Like the dialog's lists: the device of the stored name, else one whose name begins with it.
 TEST_F(Ports, SetupStoresTheDeviceThatIsNamed) {
     WriteIni("[MMEDRVR]\nInName1=Keys Two\nInName2=Keys\nInName3=Pad\nInName4=KEYS TWO B\n");
     zorhost::UseIni(IniFile());

@@ -64,8 +64,8 @@ Program::Program(const std::string& arguments, unsigned short columns) {
     pointers.push_back(nullptr);
     Process = columns > 0 ? forkpty(&OutPipe, nullptr, nullptr, &size) : fork();
     if (Process == 0) {
-        std::signal(SIGXFSZ, SIG_IGN);    // a file that may not grow is an error like a full disk
-        prctl(PR_SET_PDEATHSIG, SIGKILL); // the watchdog may end the test
+        std::signal(SIGXFSZ, SIG_IGN);    // a write beyond the limit fails, as on a full disk
+        prctl(PR_SET_PDEATHSIG, SIGKILL); // in case the watchdog ends the test
     }
     if (Process == 0 && columns > 0) {
         setenv("TERM", "xterm", 1);
@@ -149,7 +149,7 @@ int Program::Finish() {
     int status = 0;
     waitpid(Process, &status, 0);
     Process = -1;
-    // A sanitizer's, which an expected failure could hide.
+    // A sanitizer's report would be missed where the test expects a failure.
     if (Err.find("Sanitizer") != std::string::npos ||
         Err.find("runtime error:") != std::string::npos)
         ADD_FAILURE() << Err;

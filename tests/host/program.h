@@ -1,6 +1,6 @@
-// A program as a user runs it, zorhost mostly: a process in a folder of this test program, made
-// new, in which its home, settings, runtime folder and temporary files lie as well. There is no
-// sound server and no display. The test itself works there too.
+// Runs zorhost as a user does: a process in a new folder of this test program, which also holds its
+// home, settings, runtime folder and temporary files. There is no sound server and no display. The
+// test itself runs in the same folder.
 #pragma once
 
 #include <string>
@@ -10,28 +10,28 @@ std::string ReadText(const std::string& path);
 
 class Program {
 public:
-    // Words are parted by blanks; those that have blanks themselves stand in 'quotes'.
-    // With columns, both outputs and the input are a terminal of that width; Out is what it shows.
+    // Words are separated by blanks; words with blanks are put in 'quotes'. With columns, input and
+    // both outputs are a terminal of that width, and Out is what it shows.
     explicit Program(const std::string& arguments, unsigned short columns = 0);
-    ~Program(); // a process that still runs is killed
+    ~Program(); // kills the process if it still runs
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
 
-    // Reads on until the text has appeared on either output. False if the program ended without it,
-    // or prints other things for a minute.
+    // Reads until the text has appeared on either output. False if the program ended without it, or
+    // after a minute.
     bool Await(const std::string& text);
-    // Every file that it writes ends there, as on a full disk; 0 makes room again.
+    // Limits the size of every file that it writes, like a full disk; 0 removes the limit.
     void LimitFiles(unsigned bytes) const;
     void Type(const std::string& keys); // on the terminal
-    void Signal(int number); // SIGINT as Ctrl-C; with SIGSTOP it stands still when this returns
-    // Waits for the end and gives the exit code; 128 plus the signal if one ended it.
+    void Signal(int number); // SIGINT for Ctrl-C; after SIGSTOP, returns when it has stopped
+    // Waits for its end. Returns the exit code, or 128 plus the signal that ended it.
     int Finish();
 
-    // How often its first thread has gone to sleep so far.
+    // Returns how often its main thread has gone to sleep so far.
     int Sleeps() const;
 
     std::string Out, Err;
-    bool Echoes = false; // the terminal, as the program has left it
+    bool Echoes = false; // true if the program has left the terminal in its normal mode
 
 private:
     bool ReadMore();

@@ -1,4 +1,4 @@
-// Sound into notes: transcribe, listen, and a microphone beside the ports.
+// Notes from sound: transcribe, listen, and a microphone together with MIDI ports.
 #include "tests/host/midi_bytes.h"
 #include "tests/host/peer.h"
 #include "tests/host/program.h"
@@ -23,7 +23,8 @@ struct Tone {
     double Level = 1;
 };
 
-// A WAV of tones with six harmonics: a channel for each gain, of floats, or else of 16 bits, which clip.
+// Writes a WAV file of tones with six harmonics, one channel per gain: 32-bit float, or 16 bits,
+// which clip.
 void WriteWav(const std::string& name, double seconds, const std::vector<Tone>& tones,
               const std::vector<double>& gains = {1}, bool floats = false) {
     std::mt19937 random(1);
@@ -56,13 +57,13 @@ const std::vector<Tone> Three = {{0.5, 0.9, 60}, {1.0, 1.4, 67}, {1.6, 2.0, 64}}
 TEST(Transcribe, FindsTheNotesAndTheirTimes) {
     WriteWav("whole.wav", 2.4, Three);
     const std::string bytes = ReadText("whole.wav");
-    // By a quarter of a second.
+    // A quarter of a second shorter than its header says.
     WriteBytes("cut.wav", Bytes(bytes.begin(), bytes.end() - Rate * 2 / 4));
     for (const bool isCut : {false, true}) {
         const Result result = RunZorhost(isCut ? "transcribe cut.wav -o three.mid --tempo 60"
                                                : "transcribe whole.wav -o three.mid --tempo 97.5");
         EXPECT_EQ(result.Code, isCut ? 1 : 0) << result.Err;
-        EXPECT_EQ(result.Err.find("breaks off after 0:02.1") != std::string::npos, isCut);
+        EXPECT_EQ(result.Err.find("is truncated after 0:02.1") != std::string::npos, isCut);
         int quarter = 0;
         std::vector<TimedMessage> ons = ReadBack("three.mid", &quarter);
         std::erase_if(ons, [](const auto& event) { return (event.Message[0] & 0xF0) != 0x90; });
@@ -74,14 +75,14 @@ TEST(Transcribe, FindsTheNotesAndTheirTimes) {
     }
 }
 
-// By zorhost's own hearing, which reads a file again, and by the library's, for which it is looked
-// at before.
-TEST(Transcribe, HearsChannelsThatCancelAndSamplesBeyondAllScales) {
-    constexpr char beyond[] = "beyond all scales", second[] = "channel 2 alone";
+// With zorhost's own analysis, which reads a file again if needed, and with the library's, for
+// which the file is checked before.
+TEST(Transcribe, ReadsChannelsThatCancelAndSamplesBeyondAllScales) {
+    constexpr char beyond[] = "far exceed full scale", second[] = "channel 2 alone";
     const struct {
         std::vector<double> Gains;
         bool Floats;
-        std::vector<const char*> Says;
+        std::vector<const char*> Remarks;
     } cases[] = {{{1, 0}, false, {}},
                  {{1, -0.5}, false, {}},
                  {{0.9, -0.95}, false, {second}},
@@ -89,18 +90,18 @@ TEST(Transcribe, HearsChannelsThatCancelAndSamplesBeyondAllScales) {
                  {{1e9}, true, {}},
                  {{1e30}, true, {beyond}},
                  {{3e38, -3.1e38}, true, {beyond, second}}};
-    for (const auto& [gains, floats, says] : cases) {
+    for (const auto& [gains, floats, remarks] : cases) {
         WriteWav("odd.wav", 2.4, Three, gains, floats);
         for (const char* how : {"", "--as-library "}) {
             const Result result =
                 RunZorhost(std::string("transcribe --json odd.wav ") + how + "-o odd.mid");
             EXPECT_EQ(ReadBack("odd.mid").size(), 6u) << gains[0] << how << result.Err;
-            EXPECT_EQ(result.Err.find("odd.wav: its ") == std::string::npos, says.empty());
-            for (const char* text : says)
+            EXPECT_EQ(result.Err.find("odd.wav: its ") == std::string::npos, remarks.empty());
+            for (const char* text : remarks)
                 EXPECT_NE(result.Err.find(text), std::string::npos) << result.Err;
         }
     }
-    // One sample beyond all scales is damage, and the others are heard as they are.
+    // A single sample beyond all scales is damage; the others are read unchanged.
     WriteWav("odd.wav", 2.4, Three, {1}, true);
     std::string bytes = ReadText("odd.wav");
     const float stray = 1e30f;
@@ -125,10 +126,10 @@ std::vector<PlottedNote> ReadPlot(const std::string& path) {
     return notes;
 }
 
-// All of them a quarter of a semitone too high; the second soft after the loud first one, the third
-// in the second row of the picture and followed by one that is too soft, the last, with which the
-// file ends, on its second page.
-TEST(Transcribe, ATakeOutOfTuneIntoMidiBendsJsonAndAPicture) {
+// All notes are a quarter of a semitone sharp. The second is soft after the loud first one; the
+// third is in the second row of the plot and followed by one that is too soft; the last, at the end
+// of the file, is on the second page.
+TEST(Transcribe, WritesATakeOutOfTuneAsMidiBendsJsonAndPlot) {
     WriteWav("out & <in>.wav", 61,
              {{0.5, 1, 60.25},
               {1.1, 1.6, 67.25, 0.25},
@@ -191,7 +192,7 @@ TEST(Transcribe, ATakeOutOfTuneIntoMidiBendsJsonAndAPicture) {
     EXPECT_NE(ReadText("tune.svg").find("out &amp; &lt;in&gt;.wav"), std::string::npos);
 }
 
-TEST(Transcribe, TellsWhatItDidNotUnderstand) {
+TEST(Transcribe, ReportsWhatItCannotDetect) {
     WriteWav("three.wav", 2.4, Three);
     for (const char* as : {"--as-library", "--as-listen"})
         EXPECT_NE(
@@ -204,12 +205,13 @@ TEST(Transcribe, TellsWhatItDidNotUnderstand) {
     std::ofstream("header.wav") << ReadText("silent.wav").substr(0, 44);
     std::ofstream("text.wav") << "no sound";
     const std::pair<std::string, const char*> cases[] = {
-        {"absent", "absent.wav"},       {"text", "text.wav"},    {"header", "holds no sound"},
-        {"short", "is too short"},      {"silent", "is silent"}, {"hiss", "no note was understood"},
-        {"noise", "Not understood: 0."}};
-    for (const auto& [name, says] : cases) {
+        {"absent", "absent.wav"},     {"text", "text.wav"},    {"header", "contains no sound"},
+        {"short", "is too short"},    {"silent", "is silent"}, {"hiss", "no notes detected"},
+        {"noise", "Unrecognised: 0."}};
+    for (const auto& [name, expected] : cases) {
         const Result result = RunZorhost("transcribe -o some.mid " + name + ".wav");
-        EXPECT_NE((result.Out + result.Err).find(says), std::string::npos) << name << result.Err;
+        EXPECT_NE((result.Out + result.Err).find(expected), std::string::npos)
+            << name << result.Err;
         EXPECT_EQ(result.Code, name == "noise" ? 0 : 1) << name;
         EXPECT_EQ(std::filesystem::exists("some.mid"), result.Code == 0) << name;
     }
@@ -217,7 +219,7 @@ TEST(Transcribe, TellsWhatItDidNotUnderstand) {
 
 TEST(Listen, PrintsPlaysAndWritesTheNotesOfAMicrophone) {
     Peer peer("Loopback MIDI 2");
-    WriteWav("three.wav", 2.4, {Three[0], Three[1], {1.6, 2.4, 64}}); // ends in a note
+    WriteWav("three.wav", 2.4, {Three[0], Three[1], {1.6, 2.4, 64}}); // the last note has no end
     Program library("listen --as-library --mic three.wav -o library.mid");
     const Result result = RunZorhost("listen --mic three.wav --thru 2 -o listened.mid");
     EXPECT_EQ(result.Code, 0) << result.Err;
@@ -236,7 +238,7 @@ TEST(Listen, PrintsPlaysAndWritesTheNotesOfAMicrophone) {
         << library.Out;
     EXPECT_EQ(ReadBack("library.mid").size(), 6u);
     std::vector<std::uint32_t> keys;
-    for (const std::uint32_t message : peer.Heard()) {
+    for (const std::uint32_t message : peer.Received()) {
         if ((message & 0xFF) == 0x90 && message >> 16) keys.push_back(message >> 8 & 127);
     }
     EXPECT_EQ(keys, (std::vector<std::uint32_t>{60, 67, 64}));
@@ -244,8 +246,8 @@ TEST(Listen, PrintsPlaysAndWritesTheNotesOfAMicrophone) {
     EXPECT_EQ(RunZorhost("listen --mic three.wav --device 2").Code, 2);
 }
 
-// The recogniser's velocity of a clipped sample is 128, which no file can hold.
-TEST(Microphone, IsHeardBesideThePortsAndMayClip) {
+// The recogniser gives a clipped note the velocity 128, which no file can hold.
+TEST(Microphone, IsRecordedTogetherWithPortsAndMayClip) {
     WriteWav("clipped.wav", 2.4, Three, {8});
     Program record("record both.mid --mic clipped.wav --seconds 3");
     ASSERT_TRUE(record.Await("Listening to Loopback MIDI 1, the microphone"));
@@ -260,13 +262,13 @@ TEST(Microphone, IsHeardBesideThePortsAndMayClip) {
     EXPECT_EQ(std::ranges::count(both, 127, [](const auto& event) { return event.Message[2]; }), 3);
 }
 
-TEST(Microphone, OfTheSettingsHearsSilenceAndOneOfAFileIsComparedWithWhatWasWritten) {
+TEST(Microphone, CapturesSilenceOrAFileWhoseNotesAreComparedWithWrittenOnes) {
     std::filesystem::create_directory("mic settings");
     std::ofstream("mic settings/ZORMIDI.INI") << "[PRECDRVR]\nEnablePitchRec=1\nChannel=5\n";
     WriteMidi("short.mid", 960, {{{0, {0x90, 60, 90}}, {10, {0x80, 60, 0}}}});
     const Result silent = RunZorhost("--ini 'mic settings' play short.mid --report");
     EXPECT_EQ(silent.Code, 0) << silent.Err;
-    EXPECT_NE(silent.Err.find("it hears silence"), std::string::npos) << silent.Err;
+    EXPECT_NE(silent.Err.find("captures only silence"), std::string::npos) << silent.Err;
 
     // 480 ticks a quarter at 120: 960 a second.
     TrackEvents notes;

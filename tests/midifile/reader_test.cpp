@@ -1,14 +1,16 @@
-// MIDI files as people have them, good and faulty.
+// Valid and invalid MIDI files.
 #include "midifile/reader.h"
 #include "midifile/writer.h"
 #include "tests/host/midi_bytes.h"
 
 #include <gtest/gtest.h>
 
-// Of fuzz/midi_file.cpp: ends the program if what can be read is not in order.
+// From fuzz/midi_file.cpp: aborts if a file that can be read gives an inconsistent song.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 namespace {
+
+using midifile::ParseMode;
 
 const Bytes Note = {0x90, 60, 100};
 
@@ -19,7 +21,7 @@ Bytes With(Bytes file, std::size_t at, const Bytes& bytes) {
     return file;
 }
 
-Bytes Behind(Bytes first, const Bytes& second) {
+Bytes Append(Bytes first, const Bytes& second) {
     first.insert(first.end(), second.begin(), second.end());
     return first;
 }
@@ -30,7 +32,7 @@ Bytes LateNote() {
     return midifile::Write({track}, 96);
 }
 
-TEST(Files, ThatAreFaultyAreReadAndToldOrRefused) {
+TEST(Files, ThatAreInvalidAreReadWithWarningsOrRefused) {
     const Bytes good = Sound();
     const auto cut = [&](std::size_t size) {
         return Bytes(good.begin(), good.begin() + static_cast<int>(size));
@@ -38,50 +40,50 @@ TEST(Files, ThatAreFaultyAreReadAndToldOrRefused) {
     // The track begins at byte 22; its note on is at 23, its note off's delta at 26.
     const struct {
         Bytes File;
-        const char* Says;
-        std::size_t Messages; // read all the same
+        const char* Text;
+        std::size_t Messages; // that are read from it
     } cases[] = {
         {{}, "is empty", 0},
         {{'M', 'T', 'h', 'i', 's'}, "is not a MIDI file", 0},
         {cut(11), "is cut off in its header", 0},
-        {cut(14), "is cut off: it holds no track", 0},
+        {cut(14), "is cut off: it contains no track", 0},
         {cut(good.size() - 6), "the file is cut off", 1},
         {With(good, 11, {2}), "it has 1 of the 2 tracks", 2},
         {With(good, 9, {2}), "type 2", 2},
-        {With(good, 12, {0xE7, 40}), "film frames, 25 a second", 2},
-        {With(good, 12, {0, 0}), "no ticks a quarter", 2},
-        {Behind({'R', 'I', 'F', 'F', 9, 0, 0, 0, 'R', 'M', 'I', 'D'}, good), "RIFF", 2},
-        {Behind(good, {1, 2, 3}), "bytes behind the end", 2},
-        {With(Behind(good, good), 18, {1}), "wrong length", 4},
-        {With(good, 32, {0xFF, 1, 0}), "without an end mark", 2},
-        {With(good, 23, {0x10}), "make no sense", 1},
-        {With(good, 25, {200}), "taken as 127", 2},
+        {With(good, 12, {0xE7, 40}), "film frames, 25 per second", 2},
+        {With(good, 12, {0, 0}), "no ticks per quarter note", 2},
+        {Append({'R', 'I', 'F', 'F', 9, 0, 0, 0, 'R', 'M', 'I', 'D'}, good), "RIFF", 2},
+        {Append(good, {1, 2, 3}), "bytes after the end", 2},
+        {With(Append(good, good), 18, {1}), "wrong length", 4},
+        {With(good, 32, {0xFF, 1, 0}), "no end-of-track event", 2},
+        {With(good, 23, {0x10}), "form no event", 1},
+        {With(good, 25, {200}), "read as 127", 2},
         {With(With(good, 25, {200}), 30, {200}), "(track 1, byte 25 and 1 more)", 2},
         {With(good, 24, {200}), "first data byte above 127", 1},
-        {MidiBytes(96, {{{0, Tempo(0)}, {0, Note}}}), "tempo changes that cannot be used", 1},
-        {MidiBytes(96, {{{0, {0xFF, 0x58, 4, 0, 2, 24, 8}}, {0, Note}}}), "meter changes that", 1},
-        {MidiBytes(96, {{{0, {0xF5, 0xF6, 0x90, 1, 2}}, {9, Note}}}), "make no sense", 2},
-        {MidiBytes(96, {{{0, {0xFF, 1, 128, 128, 128, 128, 0}}, {9, Note}}}), "make no sense", 2},
-        {LateNote(), "beyond all measure of time", 0},
+        {MidiBytes(96, {{{0, Tempo(0)}, {0, Note}}}), "invalid tempo", 1},
+        {MidiBytes(96, {{{0, {0xFF, 0x58, 4, 0, 2, 24, 8}}, {0, Note}}}), "invalid meter", 1},
+        {MidiBytes(96, {{{0, {0xF5, 0xF6, 0x90, 1, 2}}, {9, Note}}}), "form no event", 2},
+        {MidiBytes(96, {{{0, {0xFF, 1, 128, 128, 128, 128, 0}}, {9, Note}}}), "form no event", 2},
+        {LateNote(), "too late a time", 0},
         {MidiBytes(96, {{{0, Note}, {1, {0xFF, 1, 0}}, {2, {60, 0}}}}), "running status", 2},
     };
     for (const auto& c : cases) {
         std::string said;
         try {
             const midifile::Song song = midifile::Read(c.File);
-            EXPECT_EQ(song.Events.size(), c.Messages) << c.Says;
-            for (const std::string& line : song.Findings) said += line + "\n";
+            EXPECT_EQ(song.Events.size(), c.Messages) << c.Text;
+            for (const std::string& line : song.Warnings) said += line + "\n";
             EXPECT_LT(song.Map.TickAt(song.Map.MicrosecondsAt(song.EndTick) / 2), song.EndTick + 1);
         } catch (const midifile::Error& error) {
             said = error.what();
-            EXPECT_EQ(c.Messages, 0u) << c.Says << ": " << said;
+            EXPECT_EQ(c.Messages, 0u) << c.Text << ": " << said;
         }
-        EXPECT_NE(said.find(c.Says), std::string::npos) << c.Says << ": " << said;
-        EXPECT_THROW(midifile::Read(c.File, midifile::Care::Strict), midifile::Error) << c.Says;
+        EXPECT_NE(said.find(c.Text), std::string::npos) << c.Text << ": " << said;
+        EXPECT_THROW(midifile::Read(c.File, ParseMode::Strict), midifile::Error) << c.Text;
     }
 }
 
-// Any byte of a file may be wrong: it is read or refused, never worse.
+// A file with any byte changed is read or refused, without a crash.
 TEST(Files, WithAnyByteChangedDoNoHarm) {
     const Bytes good = MidiBytes(
         96, {{{0, Tempo(1000)}, {0, {0xFF, 0x58, 4, 3, 2, 24, 8}}, {5, {0xFF, 1, 2, 'h', 'i'}}},
@@ -92,7 +94,7 @@ TEST(Files, WithAnyByteChangedDoNoHarm) {
               {200, {0x80, 60, 0}},
               {201, {61, 0}},
               {3 * 0x0FFFFFFF, {0xE0, 1, 2}}}}); // longer than one delta time
-    const midifile::Song song = midifile::Read(good, midifile::Care::Strict);
+    const midifile::Song song = midifile::Read(good, ParseMode::Strict);
     EXPECT_EQ(song.Events.size(), 5u);
     EXPECT_EQ(song.SystemExclusive, 2);
     EXPECT_EQ(song.EndTick, 3 * 0x0FFFFFFF);
@@ -102,7 +104,7 @@ TEST(Files, WithAnyByteChangedDoNoHarm) {
     }
 }
 
-// Ticks, messages and times, of files in which nothing is wrong but what is said.
+// Ticks, times and the number of warnings.
 TEST(Files, AreReadInTheirOwnTime) {
     const Bytes off = {0x80, 60, 0};
     const Bytes good = Sound();
@@ -117,7 +119,7 @@ TEST(Files, AreReadInTheirOwnTime) {
     other.insert(other.begin() + 14, {'X', 'F', 'I', 'H', 0, 0, 0, 4, 'M', 'T', 'r', 'k'});
     const struct {
         Bytes File;
-        std::size_t Findings;
+        std::size_t Warnings;
         std::vector<std::int64_t> Ticks;
         std::int64_t End, Microseconds;
     } cases[] = {
@@ -133,7 +135,7 @@ TEST(Files, AreReadInTheirOwnTime) {
         std::vector<std::int64_t> ticks;
         for (const midifile::Event& event : song.Events) ticks.push_back(event.Tick);
         EXPECT_EQ(ticks, c.Ticks);
-        EXPECT_EQ(song.Findings.size(), c.Findings);
+        EXPECT_EQ(song.Warnings.size(), c.Warnings);
         EXPECT_EQ(song.EndTick, c.End);
         EXPECT_EQ(song.Map.MicrosecondsAt(song.EndTick), c.Microseconds);
     }
@@ -142,7 +144,7 @@ TEST(Files, AreReadInTheirOwnTime) {
 TEST(Files, AreWrittenInOrderAndAtAnotherTempo) {
     TrackEvents chord, melody;
     for (unsigned char key = 0; key < 20; ++key) {
-        chord.push_back({0x4005, {0x90, key, 1}}); // whose seven middle bits are 0
+        chord.push_back({0x4005, {0x90, key, 1}}); // the delta's middle seven bits are 0
         melody.push_back({0x4005, {0x91, key, 1}});
     }
     midifile::TempoMap map(480);
@@ -150,13 +152,13 @@ TEST(Files, AreWrittenInOrderAndAtAnotherTempo) {
     map.Add(midifile::Tempo{960, 16000000});
     midifile::TrackWriter slow;
     midifile::AddMap(slow, map, 50);
-    const midifile::Song one = midifile::Read(midifile::Write({slow}, 480), midifile::Care::Strict);
-    const midifile::Song two =
-        midifile::Read(MidiBytes(480, {chord, melody}), midifile::Care::Strict);
+    const midifile::Song one = midifile::Read(midifile::Write({slow}, 480), ParseMode::Strict);
+    const midifile::Song two = midifile::Read(MidiBytes(480, {chord, melody}), ParseMode::Strict);
     EXPECT_EQ(one.Format, 0);
     EXPECT_EQ(two.Format, 1);
     EXPECT_EQ(one.Map.Tempos()[0].MicrosecondsPerQuarter, 1000000);
-    EXPECT_EQ(one.Map.Tempos()[1].MicrosecondsPerQuarter, 0xFFFFFF); // the slowest there is
+    EXPECT_EQ(one.Map.Tempos()[1].MicrosecondsPerQuarter,
+              0xFFFFFF); // the slowest tempo of a MIDI file
     EXPECT_EQ(one.Map.Meters()[0].BeatUnit, 8);
     ASSERT_EQ(two.Events.size(), 40u);
     for (std::size_t i = 0; i < 40; ++i) {

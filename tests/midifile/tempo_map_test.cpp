@@ -10,7 +10,7 @@ using midifile::Tempo;
 using midifile::TempoMap;
 
 TEST(TempoMap, PlacesTicksInTimeAndInBarsAndBack) {
-    // 4/4 at 120; from bar 3 a 3/8 bar line at 60; a 4/4 that cuts a 3/8 bar short; slower again.
+    // 4/4 at 120; 3/8 at 60 from bar 3; 4/4 within a 3/8 bar; then a slower tempo.
     TempoMap map(480);
     map.Add(Meter{3840, 3, 8});
     map.Add(Tempo{3840, 1});

@@ -1,4 +1,4 @@
-// Scores as they are written to a file, read back as a musician would say them.
+// Reads MusicXML back into a short text of notes and signs.
 #include "score/score.h"
 
 #include <gtest/gtest.h>
@@ -11,7 +11,7 @@ namespace {
 
 using namespace score;
 
-// Elements that stand on a line of their own, each with what it reads as behind it.
+// Elements that fill a line, each followed by its sign in the text.
 constexpr std::string_view Signs = R"(
 <alter>1</alter>#<alter>-1</alter>b<rest/>r<rest measure="yes"/>R</note> </measure>| 
 <type>16th</type>s<type>eighth</type>e<type>quarter</type>q<type>half</type>h<type>whole</type>w
@@ -29,7 +29,7 @@ std::string Value(const std::string& xml, const std::string& before) {
     return xml.substr(from, xml.find_first_of("<\"", from) - from);
 }
 
-// "C#4~q.!# " is a dotted quarter tied to what was before, whose sharp is printed.
+// "C#4~q.!# " is a dotted quarter tied to the note before, with a printed sharp.
 std::string Notes(const std::string& xml) {
     std::map<char, int> values = {{'s', 1}, {'e', 2}, {'q', 4}, {'h', 8}, {'w', 16}};
     std::istringstream lines(xml);
@@ -51,24 +51,24 @@ std::string Notes(const std::string& xml) {
     return text;
 }
 
-// A tune of keys and sixteenths, in which 0 is a rest. Before it stand the meter's number, the key
-// (its tonic, and 1 for minor) and where in its bar the first note begins.
+// tune: the index of the meter, the key (its tonic, and 1 for minor), the position of the first
+// note in its bar, then pairs of MIDI key (0 is a rest) and length in grid units.
 std::string Written(const std::string& tune) {
     Score score{{nullptr, 90, {}, {}}, {}, {'G', 2, 1}, {}, {}};
     std::vector<HeardNote> melody;
     std::istringstream words(tune);
     std::size_t meter = 0;
     int at = 0;
-    words >> meter >> score.In.Tonic >> score.In.Minor >> at;
-    score.Of.In = &Meters()[meter];
+    words >> meter >> score.Key.Tonic >> score.Key.Minor >> at;
+    score.Rhythm.Meter = &Meters()[meter];
     for (int pitch = 0, length = 0; words >> pitch >> length; at += length) {
         if (pitch == 0) continue;
         melody.push_back({at * 0.1, (at + length) * 0.1, pitch});
-        score.Of.Onsets.push_back(at);
-        score.Of.Sixteenth.push_back(0.1);
+        score.Rhythm.Onsets.push_back(at);
+        score.Rhythm.UnitSeconds.push_back(0.1);
     }
-    score.Pitches = Spell(melody, score.In);
-    score.Bars = MakeBars(score.Of, Lengths(melody, score.Of));
+    score.Pitches = Spell(melody, score.Key);
+    score.Bars = MakeBars(score.Rhythm, FindLengths(melody, score.Rhythm));
     return MusicXml(score, "Me & <you>");
 }
 
@@ -77,12 +77,12 @@ TEST(MusicXml, HasTheSignsAndValuesThatAreMeant) {
         // A sign holds to the end of its bar, for its octave.
         {"0 -3 0 0 63 4 68 4 69 4 68 2 80 2 69 2 67 2 62 12",
          "Eb4q Ab4q A4q!n Ab4e!b[ Ab5e] | A4e!n[ G4e] D4h. | "},
-        // What is tied over the bar line keeps its own, and gives it to no other.
+        // A tie over the bar line keeps the sign of its note only.
         {"0 0 0 0 60 8 66 12 66 4 67 8", "C4h F#4h!#~ | F#4~q F#4q!# G4h | "},
-        // Chromatic notes lead to the next.
+        // A chromatic note is spelled towards the next one.
         {"0 0 0 0 60 4 61 4 62 4 61 4 60 4 66 4 65 4 70 4 71 16",
          "C4q C#4q!# D4q Db4q!b | C4q Gb4q!b F4q A#4q!# | B4w | "},
-        // Octaves are those of the letters; nothing has two signs.
+        // Octave numbers follow the letter; double accidentals are avoided.
         {"0 7 1 0 61 4 60 2 61 2 62 4 67 4 68 16", "C#4q B#3e!#[ C#4e] D4q!n G4q!n | G#4w | "},
         {"0 -6 0 0 59 8 60 4 59 4", "Cb4h C4q!n Cb4q!b | "},
         // Rests and notes show the beats and the middle of the bar.
@@ -103,7 +103,7 @@ TEST(MusicXml, SaysTitleKeyMeterClefAndTempoAtItsBeginning) {
     for (const char* part :
          {"<work-title>Me &amp; &lt;you&gt;<", "<fifths>4</fifths><mode>minor<",
           "<beats>6</beats><beat-type>8<", "<line>2</line><clef-octave-change>1<",
-          // In dotted quarters; what plays counts plain ones.
+          // The metronome mark is in dotted quarters, the playback tempo in quarters.
           "<beat-unit>quarter</beat-unit><beat-unit-dot/><per-minute>60<", "<sound tempo=\"90\"",
           "<measure number=\"0\" implicit=\"yes\">", "<measure number=\"2\">"})
         EXPECT_NE(text.find(part), std::string::npos) << part;

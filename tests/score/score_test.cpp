@@ -1,5 +1,4 @@
-// Melodies as they are played, early and late and slowing down, back into the bars that they are
-// of.
+// Turns melodies with jitter and changes of tempo back into the bars that they were played from.
 #include "score/score.h"
 
 #include <gtest/gtest.h>
@@ -15,17 +14,17 @@ constexpr char Greensleeves[] = // MIDI numbers and quarters; 0 is a rest
     "1.5 66 .5 68 1 69 3";
 const struct {
     const char* Tune;
-    double Tempo, Touch, Given; // Touch: of its value that a note sounds
-    double Slowing;             // seconds in which the player takes twice the time
+    double Tempo, Touch, Given; // Touch: sounding share of a note's value
+    double Slowing;             // seconds after which the player is at half the tempo
     const char* Reads;          // meter, key, tempo, bars, clef
 } Cases[] = {
     {Greensleeves, 108, 0.6, 0, 300, "^6/8, A minor, 5"},
-    {Greensleeves, 108, 1, 108, 300, "^3/4, A minor, 108 quarter notes a minute, 16 bars"},
+    {Greensleeves, 108, 1, 108, 300, "^3/4, A minor, 108 quarter notes per minute, 16 bars"},
     {"67 1 0 1 67 1 0 1 69 2 71 2 72 1 71 .5 69 .5 67 2 0 4 64 1 65 1 67 2 60 4", 96, 0.95, 0, 300,
      "^4/4, C major, 9"},
     {"62 .5 60 .5 60 .5 64 .5 60 2 60 2 60 1 60 1 60 2 60 2 0 20 62 1 60 1 64 2 67 2 65 2 67 1 64 "
      "1 65 2 60 4",
-     108, 0.9, 0, 1000, "^4/4, C major, 106 quarter notes a minute, 11 bars"},
+     108, 0.9, 0, 1000, "^4/4, C major, 106 quarter notes per minute, 11 bars"},
     {"65 1.5 67 .5 64 1 67 1.5 65 .5 67 1 69 1 67 1 71 1 72 1 69 1 72 1 71 1 67 .5 69 .5 71 1 69 2 "
      "65 1 60 3",
      108, 0.9, 0, 30, "^3/4, C major, 90"},
@@ -36,12 +35,12 @@ const struct {
      120, 0.9, 60, 1000, "^6/8, C major, 60"},
     {"60 2 62 2 64 2 65 2 67 4 60 2 62 2 64 2 62 2 60 4", 100, 0.5, 100, 1000,
      "^4/4, C major, 100"},
-    {"60 1", 90, 1, 90, 1000, "C major, 90 quarter notes a minute, 1 bar, F 0"},
-    {"60 1", 100, 1, 0, 1000, "C major, 105 quarter notes a minute, 1 bar, F 0"},
-    // The same notes rest on one tonic or the other.
+    {"60 1", 90, 1, 90, 1000, "C major, 90 quarter notes per minute, 1 bar, F 0"},
+    {"60 1", 100, 1, 0, 1000, "C major, 105 quarter notes per minute, 1 bar, F 0"},
+    // The last note decides between a key and its relative minor.
     {"60 1 62 1 64 1 65 1 67 1 69 1 71 1 72 1 69 1 72 1", 100, 1, 100, 1000, "C major.*G 0"},
     {"60 1 62 1 64 1 65 1 67 1 69 1 71 1 72 1 72 1 69 1", 100, 1, 100, 1000, "A minor.*G 0"},
-    // Long notes count for more than many short ones.
+    // Key detection weighs notes by their duration.
     {"48 4 52 4 55 4 54 .5 56 .5 58 .5 61 .5 58 .5 56 .5 54 .5 61 .5 53 2 50 2 48 4", 80, 1, 80,
      1000, "C major.*F 0"},
     {"61 1 63 1 64 1 66 1 68 2 69 1 60 1 61 2", 100, 1, 100, 1000, "C sharp minor.*G 0"},
@@ -56,7 +55,7 @@ TEST(Score, ReadsLikeTheTune) {
         std::mt19937 random(7);
         std::normal_distribution<double> jitter(0, 0.015);
         std::vector<score::HeardNote> melody;
-        std::vector<int> wanted; // in sixteenths of this tempo
+        std::vector<int> wanted; // grid units at this tempo
         std::istringstream words(c.Tune);
         double at = 0.5, quarters = 0;
         for (int key = 0; words >> key >> quarters;) {
@@ -67,10 +66,10 @@ TEST(Score, ReadsLikeTheTune) {
         }
         const score::Score score = score::MakeScore(melody, c.Given);
         const std::string text =
-            score.Description() + ", " + score.At.Sign + " " + std::to_string(score.At.Octave);
+            score.Description() + ", " + score.Clef.Sign + " " + std::to_string(score.Clef.Octave);
         EXPECT_TRUE(std::regex_search(text, std::regex(c.Reads))) << text;
         // An eighth may stand for the quarter.
-        const int unit = score.Meter() == "6/8" || c.Given == c.Tempo / 2 ? 2 : 1;
+        const int unit = score.TimeSignature() == "6/8" || c.Given == c.Tempo / 2 ? 2 : 1;
         std::vector<int> found(melody.size());
         for (const score::Bar& bar : score.Bars)
             for (const score::Symbol& symbol : bar.Symbols)

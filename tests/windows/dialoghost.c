@@ -2,8 +2,8 @@
  *
  *   dialoghost 0|1 DLL
  *
- * Prints what the dialog posts to its parent, and the dialog's user word; once it is closed, what
- * became of the parent and its timer meanwhile. */
+ * Prints the messages that the dialog posts to its parent, with the dialog's user word; after it is
+ * closed, whether the parent was disabled and its timer ran meanwhile. */
 #include <windows.h>
 
 #include <stdio.h>

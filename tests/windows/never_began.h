@@ -1,6 +1,6 @@
-/* Wine's DirectSound does not begin now and then, in 3 openings of 100, without the library too:
- * Start succeeds, the buffer says that it captures, but it stays at its first byte and signals
- * nothing. Who hears nothing from such a buffer has no fault of ours before him. */
+/* Detects a fault of Wine's DirectSound: in about 3 of 100 openings, with or without the library,
+ * Start succeeds and the buffer reports that it captures, but its position stays at 0 and it
+ * signals nothing. A test that hears nothing from such a buffer must open it again. */
 #ifndef TESTS_WINDOWS_NEVER_BEGAN_H
 #define TESTS_WINDOWS_NEVER_BEGAN_H
 
@@ -9,7 +9,7 @@
 
 #include <dsound.h>
 
-/* Whether this is one. To be asked two seconds and more after its start. */
+/* Returns nonzero for such a buffer. Call it at least two seconds after Start. */
 static inline int neverBegan(IDirectSoundCaptureBuffer* started) {
     DWORD status = 0, captured = 1, readable = 1;
     return started && SUCCEEDED(IDirectSoundCaptureBuffer_GetStatus(started, &status)) &&

@@ -1,6 +1,6 @@
-// The recogniser's numbers, to be compared between systems: every frame and every note of sounds
-// that are made in whole numbers, in every setting, frequencies by their bits; then what becomes of
-// the frequencies that a window can give, a checksum for each reference pitch.
+// Prints the recogniser's numbers, to compare them between systems: every frame and note of sounds
+// computed in integers, in every setting, with the bits of each frequency; then, for each reference
+// pitch, a checksum of the cents of all frequencies that a window can yield.
 #include "pitchrec/pitch_arithmetic.h"
 #include "pitchrec/pitch_rec.h"
 #include "tests/pitchrec/fed_sound.h"
@@ -10,7 +10,7 @@
 #include <cstdlib>
 
 #ifndef _WIN32
-namespace machine { // where the clock is not wanted
+namespace machine { // replaces the clock, which is not linked
 void UseRealClock();
 void UseRealClock() {}
 } // namespace machine
@@ -18,12 +18,13 @@ void UseRealClock() {}
 
 namespace {
 
-// Tones, glides, noise and rests, each for some blocks, at levels around the gates and above.
+// Generates tones, glides, noise and rests, each for some blocks, at levels around and above the
+// gates.
 class Tune {
 public:
     explicit Tune(std::uint32_t seed) : State(seed) {}
 
-    std::int32_t Next() { // 16 bits
+    std::int32_t Next() { // a sample of 16 bits
         if (--Left < 0) Choose();
         Step += Glide;
         Phase += Step;
@@ -41,7 +42,7 @@ private:
         State = State * 1664525u + 1013904223u;
         return (State >> 8) % below;
     }
-    // A sine of parabolas.
+    // A sine approximated by parabolas.
     static std::int32_t Wave(std::int32_t turn) { return turn * (32768 - std::abs(turn)) / 8192; }
 
     void Choose() {
@@ -62,7 +63,7 @@ void PrintTune(std::uint32_t setting) {
     const std::int32_t rates[] = {22050, 44100, 48000};
     const std::int32_t references[] = {440, 442, 415};
     const std::int32_t bits = setting & 1 ? 16 : 8;
-    auto* const input = new FedSound(rates[setting % 3], 2, bits); // the recogniser's
+    auto* const input = new FedSound(rates[setting % 3], 2, bits); // owned by the recogniser
     Sonorel::PitchRecWaveIn recogniser(input);
     recogniser.SetTrackingMode(setting & 2);
     recogniser.SetPitchBendOutput(setting & 4);
@@ -83,7 +84,7 @@ void PrintTune(std::uint32_t setting) {
         }
         input->Feed(1000 + 23 * block, data);
         const Sonorel::FrameState& now = recogniser.Now;
-        // The distance is a logarithm, whose last bit each system's library rounds its own way.
+        // The distance is a logarithm, whose last bit depends on the system's math library.
         std::printf("%u %016llx %.12f %d %d %d %d %d %d %d %d %d %d\n", block,
                     static_cast<unsigned long long>(std::bit_cast<std::uint64_t>(now.Frequency)),
                     recogniser.JumpHistory[0], now.CentsOffset, now.OnsetTime, now.DetectedNote,
@@ -95,7 +96,7 @@ void PrintTune(std::uint32_t setting) {
     }
 }
 
-// So many cycles in so many samples.
+// For frequencies of votes cycles in total samples.
 void PrintCents(double reference) {
     std::uint32_t sum = 0, count = 0;
     for (std::int32_t votes = 2; votes <= 57; ++votes)

@@ -1,8 +1,8 @@
-// A winmm.dll for tests: loopback MIDI cables and a clock. It has only the calls that the library
-// and zorhost make. The clock is stepped by hand, or goes with the real one where
-// STANDIN_CLOCK=real stands in the environment. There are no audio devices; where
-// STANDIN_WAVE=system stands there, the system's own waveIn devices are passed on.
-#define _WINMM_ // so that the system's header does not import what is defined here
+// A winmm.dll for tests: loopback MIDI cables and a clock, with only the calls that the library and
+// zorhost make. The test advances the clock, or it follows the real one if the environment variable
+// STANDIN_CLOCK is "real". There are no audio devices, unless STANDIN_WAVE is "system": then the
+// system's waveIn devices are used.
+#define _WINMM_ // keeps the header from importing the functions defined here
 #include <windows.h>
 
 #include <mmsystem.h>
@@ -16,7 +16,7 @@
 
 namespace {
 
-std::mutex lock; // of the messages and timers; never held over a callback
+std::mutex lock; // guards the messages and timers; never held during a callback
 using Lock = std::lock_guard<std::mutex>;
 
 constexpr int Cables = 2;
@@ -38,7 +38,7 @@ struct Message {
 constexpr int MostMessages = 65536;
 Message sent[MostMessages];
 int sentCount = 0;
-int delivered = 0; // of sent, at the inputs
+int delivered = 0; // how many of sent the inputs have received
 
 struct Timer {
     bool Pending = false;
@@ -52,7 +52,7 @@ UINT lastDelay = 0;
 int openPeriods = 0;
 volatile DWORD now = StartOfTime;
 
-// Handles are the cable's number from 1 up; outputs and inputs have handle types of their own.
+// A handle is the number of its cable, from 1. Outputs and inputs have different handle types.
 template <class Handle>
 Handle HandleOf(int cable) {
     return reinterpret_cast<Handle>(static_cast<ULONG_PTR>(cable + 1));
@@ -83,7 +83,7 @@ void Deliver() {
     }
 }
 
-std::optional<Timer> TakeDue(UINT id) {
+std::optional<Timer> PopDue(UINT id) {
     const Lock held(lock);
     if (!timers[id].Pending || timers[id].Due != now) return {};
     timers[id].Pending = false;
@@ -92,7 +92,7 @@ std::optional<Timer> TakeDue(UINT id) {
 
 void RunTimers() {
     for (UINT id = 0; id < MostTimers; ++id)
-        if (const auto timer = TakeDue(id)) timer->CallBack(id + 1, 0, timer->User, 0, 0);
+        if (const auto timer = PopDue(id)) timer->CallBack(id + 1, 0, timer->User, 0, 0);
 }
 
 void FollowRealClock() {
@@ -107,7 +107,7 @@ void FollowRealClock() {
     }
 }
 
-// Not before somebody waits for a timer: a library that loads may start no thread and wait for it.
+// Called with the first timer, since a library must not start a thread while it is being loaded.
 void StartRealClock() {
     static std::once_flag once;
     std::call_once(once, [] {
@@ -129,7 +129,7 @@ MMRESULT ErrorText(MMRESULT code, char* text, UINT size) {
     return MMSYSERR_NOERROR;
 }
 
-// A function of the winmm.dll that this one stands in for, or null.
+// Returns a function of the system's winmm.dll, or null unless STANDIN_WAVE is "system".
 template <class Function>
 Function SystemsOwn(const char* name) {
     static const HMODULE system = [] {
@@ -274,24 +274,24 @@ MMRESULT WINAPI midiInGetErrorTextA(MMRESULT code, LPSTR text, UINT size) {
 }
 
 // Capture devices: the system's or none.
-#define PASS_ON(absent, name, parameters, ...)                                                     \
+#define FORWARD(absent, name, parameters, ...)                                                     \
     MMRESULT WINAPI name parameters {                                                              \
         static const auto systems = SystemsOwn<decltype(&name)>(#name);                            \
         return systems ? systems(__VA_ARGS__) : absent;                                            \
     }
-PASS_ON(0, waveInGetNumDevs, ())
-PASS_ON(MMSYSERR_BADDEVICEID, waveInGetDevCapsA, (UINT_PTR w, LPWAVEINCAPSA c, UINT n), w, c, n)
-PASS_ON(MMSYSERR_BADDEVICEID, waveInOpen,
+FORWARD(0, waveInGetNumDevs, ())
+FORWARD(MMSYSERR_BADDEVICEID, waveInGetDevCapsA, (UINT_PTR w, LPWAVEINCAPSA c, UINT n), w, c, n)
+FORWARD(MMSYSERR_BADDEVICEID, waveInOpen,
         (LPHWAVEIN w, UINT n, LPCWAVEFORMATEX f, DWORD_PTR c, DWORD_PTR u, DWORD o), w, n, f, c, u,
         o)
-PASS_ON(MMSYSERR_INVALHANDLE, waveInClose, (HWAVEIN w), w)
-PASS_ON(MMSYSERR_INVALHANDLE, waveInPrepareHeader, (HWAVEIN w, LPWAVEHDR h, UINT n), w, h, n)
-PASS_ON(MMSYSERR_INVALHANDLE, waveInUnprepareHeader, (HWAVEIN w, LPWAVEHDR h, UINT n), w, h, n)
-PASS_ON(MMSYSERR_INVALHANDLE, waveInAddBuffer, (HWAVEIN w, LPWAVEHDR h, UINT n), w, h, n)
-PASS_ON(MMSYSERR_INVALHANDLE, waveInStart, (HWAVEIN w), w)
-PASS_ON(MMSYSERR_INVALHANDLE, waveInStop, (HWAVEIN w), w)
-PASS_ON(MMSYSERR_INVALHANDLE, waveInReset, (HWAVEIN w), w)
-PASS_ON(MMSYSERR_INVALHANDLE, waveInGetPosition, (HWAVEIN w, LPMMTIME t, UINT n), w, t, n)
+FORWARD(MMSYSERR_INVALHANDLE, waveInClose, (HWAVEIN w), w)
+FORWARD(MMSYSERR_INVALHANDLE, waveInPrepareHeader, (HWAVEIN w, LPWAVEHDR h, UINT n), w, h, n)
+FORWARD(MMSYSERR_INVALHANDLE, waveInUnprepareHeader, (HWAVEIN w, LPWAVEHDR h, UINT n), w, h, n)
+FORWARD(MMSYSERR_INVALHANDLE, waveInAddBuffer, (HWAVEIN w, LPWAVEHDR h, UINT n), w, h, n)
+FORWARD(MMSYSERR_INVALHANDLE, waveInStart, (HWAVEIN w), w)
+FORWARD(MMSYSERR_INVALHANDLE, waveInStop, (HWAVEIN w), w)
+FORWARD(MMSYSERR_INVALHANDLE, waveInReset, (HWAVEIN w), w)
+FORWARD(MMSYSERR_INVALHANDLE, waveInGetPosition, (HWAVEIN w, LPMMTIME t, UINT n), w, t, n)
 
 // No mixer.
 #define ABSENT(result, name, ...)                                                                  \

@@ -1,19 +1,19 @@
-/* Steering the stand-in for winmm.dll: two cables, "Cable 1" and "Cable 2", each an output device
- * and the input device that it leads to, and a clock that stands still but for StandInAdvance.
- * All callbacks run on the thread that calls StandInAdvance. */
+/* Functions that control the stand-in for winmm.dll: two cables, "Cable 1" and "Cable 2", each an
+ * output device connected to an input device, and a clock that only StandInAdvance moves. All
+ * callbacks run on the thread that calls StandInAdvance. */
 #ifndef STANDIN_WINMM_H
 #define STANDIN_WINMM_H
 
 #include <windows.h>
 
-/* Moves the clock, one millisecond after another, and runs what falls due. */
+/* Advances the clock millisecond by millisecond, and runs timers and inputs as they fall due. */
 typedef void(WINAPI* StandInAdvanceFn)(DWORD milliseconds);
-/* The nth message that was sent to an output device: device * 0x1000000 + packed message. 0 if
- * there was none. */
+/* Returns the nth message sent to an output device, from 0: device * 0x1000000 + packed message. 0
+ * if there is none. */
 typedef DWORD(WINAPI* StandInSentFn)(int index);
-/* Delay of the last one-shot timer programmed. */
+/* Returns the delay of the last one-shot timer programmed, in milliseconds. */
 typedef UINT(WINAPI* StandInLastDelayFn)(void);
-/* Handles open, plus timer periods begun and not ended. */
+/* Returns the number of open handles plus that of timer periods not ended. */
 typedef int(WINAPI* StandInOpenFn)(void);
 
 #endif

@@ -1,6 +1,7 @@
-// Captures through both classes from the system's own devices, also when the microphone is pulled
-// out meanwhile and put back. Needs a microphone on which a tone is to be heard, and somebody who
-// does what it says in a line, and answers by one. Exit code 0: both heard it.
+// Captures through both classes from the system's own devices, also while the microphone is removed
+// and restored. Needs a microphone with a tone, and a controlling process that removes it for the
+// line "pull", restores it for "put", and answers each with a line. Exit code 0: both captured the
+// tone.
 #include "soundin/sound_in_dx.h"
 #include "soundin/sound_in_win.h"
 #include "support/text_string_array.h"
@@ -12,25 +13,25 @@
 
 namespace {
 
-// Filled on the delivering thread; read after Stop.
-struct Heard {
+// Written on the delivery thread; read after Stop.
+struct Captured {
     std::atomic<int> Blocks{0};
     std::uint32_t FirstTime = 0, LastTime = 0;
     int Lowest = 255;
     int Highest = 0;
     bool InThePast = true;
-    bool Whole = true;
+    bool FullBlocks = true;
     std::int32_t BytesPerBlock = 0;
 
     static void Receive(std::uint32_t time, const std::uint8_t* data, std::int32_t byteCount,
                         void* context) {
-        auto& self = *static_cast<Heard*>(context);
-        // Not from one block to the next: what a server that was held up hands over at once is
-        // stamped by when it came.
+        auto& self = *static_cast<Captured*>(context);
+        // Stamps are compared with the clock only, not with each other: after a delay the server
+        // delivers several blocks at once, stamped by their arrival.
         const auto age = static_cast<std::int32_t>(timeGetTime() - time);
         self.InThePast = self.InThePast && age >= 0;
         if (self.Blocks == 0) self.FirstTime = time;
-        self.Whole = self.Whole && byteCount == self.BytesPerBlock;
+        self.FullBlocks = self.FullBlocks && byteCount == self.BytesPerBlock;
         self.LastTime = time;
         for (std::int32_t at = 0; at < byteCount; ++at) {
             self.Lowest = std::min(self.Lowest, int{data[at]});
@@ -40,47 +41,48 @@ struct Heard {
     }
 };
 
-void Ask(const char* what) {
+void Request(const char* what) {
     std::printf("%s\n", what);
     std::fflush(stdout);
     std::getchar();
 }
 
-int leftAnew = 2; // openings that may be made once more, since the system did not begin
+int retries = 2; // for captures that the system did not start
 
-// dx: the same object, if it captures by DirectSound. pullOut: the microphone goes once it is
-// heard, and comes back when the capture is closed.
-bool Hear(Sonorel::SoundIn& input, Sonorel::SoundInDx* dx, bool pullOut) {
-    Heard heard;
-    input.SetCallback(&Heard::Receive, &heard);
+// dx: the same object if it captures by DirectSound, else null. pullOut: removes the microphone
+// after the first blocks, and restores it when the capture is closed.
+bool CaptureTone(Sonorel::SoundIn& input, Sonorel::SoundInDx* dx, bool pullOut) {
+    Captured captured;
+    input.SetCallback(&Captured::Receive, &captured);
     if (!input.Open(22050)) {
         std::printf("  cannot be opened\n");
         input.Close();
         return false;
     }
-    heard.BytesPerBlock = input.BytesPerBlock;
+    captured.BytesPerBlock = input.BytesPerBlock;
     input.Start();
-    // A sound server can take its time to begin, and a busy machine loses blocks.
-    for (int wait = 0; wait < 1200 && heard.Blocks < 40; ++wait) {
+    // A sound server may start slowly, and a busy computer loses blocks.
+    for (int wait = 0; wait < 1200 && captured.Blocks < 40; ++wait) {
         Sleep(50);
-        if (!dx || wait < 60 || heard.Blocks > 0 || !neverBegan(dx->CaptureBuffer)) continue;
+        if (!dx || wait < 60 || captured.Blocks > 0 || !neverBegan(dx->CaptureBuffer)) continue;
         input.Close();
-        std::printf("  the system did not begin\n");
-        return --leftAnew >= 0 && Hear(input, dx, pullOut);
+        std::printf("  the system did not start the capture\n");
+        return --retries >= 0 && CaptureTone(input, dx, pullOut);
     }
     if (pullOut) {
-        Ask("pull");
-        Sleep(500); // for the system to find that out
+        Request("pull");
+        Sleep(500); // until the system has noticed
     }
     input.Stop();
     input.Close();
-    if (pullOut) Ask("put");
-    const auto span = static_cast<std::int32_t>(heard.LastTime - heard.FirstTime);
-    std::printf("  %d blocks from %d to %d, stamped over %d ms%s%s\n", heard.Blocks.load(),
-                heard.Lowest, heard.Highest, static_cast<int>(span),
-                heard.InThePast ? "" : ", some in the future", heard.Whole ? "" : ", some cut");
-    return heard.Blocks >= 40 && span > 0 && heard.InThePast && heard.Whole &&
-           heard.Lowest <= 100 && heard.Highest >= 156;
+    if (pullOut) Request("put");
+    const auto span = static_cast<std::int32_t>(captured.LastTime - captured.FirstTime);
+    std::printf("  %d blocks from %d to %d, stamped over %d ms%s%s\n", captured.Blocks.load(),
+                captured.Lowest, captured.Highest, static_cast<int>(span),
+                captured.InThePast ? "" : ", some in the future",
+                captured.FullBlocks ? "" : ", some cut");
+    return captured.Blocks >= 40 && span > 0 && captured.InThePast && captured.FullBlocks &&
+           captured.Lowest <= 100 && captured.Highest >= 156;
 }
 
 bool Capture(Sonorel::SoundIn& input, Sonorel::SoundInDx* dx, const char* name) {
@@ -89,8 +91,9 @@ bool Capture(Sonorel::SoundIn& input, Sonorel::SoundInDx* dx, const char* name) 
     for (std::int32_t index = 0; index < devices.Count; ++index)
         std::printf(", %s", devices.At(index)->Text());
     std::printf("\n");
-    // Opened anew each time.
-    return Hear(input, dx, false) && Hear(input, dx, true) && Hear(input, dx, false);
+    // Opens the device again each time.
+    return CaptureTone(input, dx, false) && CaptureTone(input, dx, true) &&
+           CaptureTone(input, dx, false);
 }
 
 } // namespace
@@ -98,7 +101,7 @@ bool Capture(Sonorel::SoundIn& input, Sonorel::SoundInDx* dx, const char* name) 
 int main() {
     Sonorel::SoundInDx dx;
     Sonorel::SoundInWin win;
-    const bool dxHears = Capture(dx, &dx, "DirectSound");
-    const bool winHears = Capture(win, nullptr, "waveIn");
-    return dxHears && winHears ? 0 : 1;
+    const bool dxCaptures = Capture(dx, &dx, "DirectSound");
+    const bool winCaptures = Capture(win, nullptr, "waveIn");
+    return dxCaptures && winCaptures ? 0 : 1;
 }

@@ -1,11 +1,11 @@
-/* A host on Windows: loads ZORMIDI.DLL by the path that it is given and runs a session on it.
+/* A host on Windows: loads ZORMIDI.DLL from the given path and runs a session on it.
  *
  *   winhost standin DLL   on the stand-in winmm.dll: MIDI over a cable, the clock stepped by hand
  *   winhost system DLL    on the system's own timer, without MIDI devices
  *   winhost hundred DLL   a hundred sessions on the stand-in, on the real clock, with a microphone
- *                         that hears a tone, through DirectSound where there is one, else waveIn
+ *                         that carries a tone, by DirectSound if available, else waveIn
  *
- * Prints a line for each check; the exit code is the number of those that failed, 0 for none. */
+ * Prints a line per check; the exit code is the number of failed checks. */
 #include "engine/zormidi.h"
 #include "never_began.h"
 #include "standin_winmm.h"
@@ -42,7 +42,7 @@ enum {
     ExportCount
 };
 
-/* By the type that the header gives it. */
+/* The exported function, with its type from the header. */
 #define ZOR(name) ((__typeof__(&name))(void (*)(void))exports[At_##name].function)
 
 static int loadLibrary(const char* path) {
@@ -69,12 +69,12 @@ static MIDIEvent record(int32_t time, int16_t channel, uint8_t status, uint8_t d
     return event;
 }
 
-/* ---- 32 bits: who cleans the stack, and how it may be aligned ---- */
+/* ---- 32 bits: the callee cleans the stack, which may have any alignment ---- */
 
 #ifdef __i386__
 
-/* Calls function with so many bytes of arguments, the stack offset bytes off a multiple of 16
- * before they are pushed, and stores how many bytes the callee took off it. */
+/* Calls function with the given bytes of arguments. The stack is offset bytes below a multiple of
+ * 16 before they are pushed. Stores how many bytes the callee removed. */
 unsigned callFromOddStack(FARPROC function, const void* arguments, int bytes, int offset,
                           int* popped);
 __asm__(".globl _callFromOddStack\n"
@@ -105,7 +105,8 @@ __asm__(".globl _callFromOddStack\n"
         "  popl %ebp\n"
         "  ret\n");
 
-/* The library is down: every call is harmless, with null pointers and queue 0 too. */
+/* The library is not initialised: every call must be harmless, with null pointers and queue 0 too.
+ */
 static void checkCallingConvention(void) {
     for (int i = 0; i < ExportCount; ++i) {
         DWORD arguments[5] = {0};
@@ -115,27 +116,27 @@ static void checkCallingConvention(void) {
             callFromOddStack(exports[i].function, arguments, exports[i].bytes, offset, &popped);
             good = good && popped == exports[i].bytes;
         }
-        if (!good) printf("      %s took %d bytes off\n", exports[i].name, popped);
+        if (!good) printf("      %s removed %d bytes\n", exports[i].name, popped);
         check(good, exports[i].name);
     }
 }
 
-/* The system promises its callbacks no more than 4 bytes of alignment. With echo on, a message goes
- * the whole way from the callback to an output. */
+/* The system guarantees callbacks only 4 bytes of stack alignment. With echo on, a message passes
+ * from the input callback to an output. */
 static void checkCallbacksFromOddStack(StandInSentFn sent, int already) {
-    /* Cable 2's input, MIM_DATA, a program change: the longest way, over the patch cache. */
+    /* Cable 2's input, MIM_DATA, a program change: the longest path, with the patch cache. */
     DWORD input[5] = {2, 963, 0, 0x05C1, 0};
     DWORD timer[5] = {1, 0, 0, 0, 0};
-    int popped = 0, came = already;
+    int popped = 0, count = already;
     for (int offset = 0; offset < 16; offset += 4) {
         MIDIEvent due = record(0, 16, 0x90, (uint8_t)(70 + offset), 1);
         callFromOddStack(exports[At_MmeMidiInCallBack].function, input, 20, offset, &popped);
-        came += sent(came) != 0;
+        count += sent(count) != 0;
         ZOR(ZorXmit)(1, &due);
         callFromOddStack(exports[At_MMETimerCallBack].function, timer, 20, offset, &popped);
-        came += sent(came) != 0;
+        count += sent(count) != 0;
     }
-    check(came == already + 8, "callbacks work at every alignment of the stack");
+    check(count == already + 8, "callbacks work at every alignment of the stack");
 }
 
 #else
@@ -148,8 +149,8 @@ static void checkCallbacksFromOddStack(StandInSentFn sent, int already) {
 
 /* ---- sessions ---- */
 
-/* Beside the library lies an ini file with MMESpeed=7 and port 1 of both sides on "Cable 2", output
- * base 17 and input base 33; elsewhere lie others that say otherwise. */
+/* The ini file beside the library has MMESpeed=7 and port 1 of both directions on "Cable 2", with
+ * output base 17 and input base 33; ini files in other folders have other values. */
 static void sessionOnStandIn(void) {
     HMODULE winmm = GetModuleHandleA("winmm.dll");
     StandInAdvanceFn advance =
@@ -158,14 +159,14 @@ static void sessionOnStandIn(void) {
     StandInLastDelayFn lastDelay =
         (StandInLastDelayFn)(void (*)(void))GetProcAddress(winmm, "StandInLastDelay");
     StandInOpenFn open = (StandInOpenFn)(void (*)(void))GetProcAddress(winmm, "StandInOpen");
-    MIDIEvent note = record(100, 19, 0x90, 60, 100), came = {0};
+    MIDIEvent note = record(100, 19, 0x90, 60, 100), received = {0};
     uint8_t map[64], driversOpen = 0, timerRunning = 0;
     uint16_t size = 0, count = 0;
     char text[30] = "";
     if (!check(advance && sent && lastDelay && open, "the stand-in is in place")) return;
 
     check(ZOR(MIDISysInit)(0) == -1, "MIDISysInit");
-    check(ZOR(MIDISysInit)(0) == ZOR_ALREADY_INITIALISED, "a second MIDISysInit says so");
+    check(ZOR(MIDISysInit)(0) == ZOR_ALREADY_INITIALISED, "a second MIDISysInit reports it");
     check(ZOR(ZorMIDIDriverVersion)(text) == 0x04030401 && text[0], "the version has a text");
     check(ZOR(ZorAllocMIDI)(0, 64) && ZOR(ZorAllocMIDI)(1, 64), "queues");
     check(ZOR(ZorStartMIDI)(1) != 0, "ZorStartMIDI");
@@ -179,9 +180,10 @@ static void sessionOnStandIn(void) {
     check(sent(0) == 0, "a record is not played early");
     advance(1);
     check(sent(0) == 0x01643C93, "it is played at its time, on the port that the ini file names");
-    check(ZOR(ZorRcv)(&came, 0) && came.Time == 100 && came.Channel == 35 && came.Status == 0x90 &&
-              came.Data1 == 60 && came.Data2 == 100 && came.Length == 2,
-          "and comes back through the cable with the time that it has");
+    check(ZOR(ZorRcv)(&received, 0) && received.Time == 100 && received.Channel == 35 &&
+              received.Status == 0x90 && received.Data1 == 60 && received.Data2 == 100 &&
+              received.Length == 2,
+          "and comes back through the cable with its time");
     check(ZOR(ZorTimeMIDI)(0) == 100 && ZOR(ZorEtimeMIDI)(1, NULL) == 200, "time and position");
 
     ZOR(ZorKillMIDI)();
@@ -198,7 +200,7 @@ static void sessionOnStandIn(void) {
     checkCallbacksFromOddStack(sent, 18);
     ZOR(ZorEchoMIDI)(0, NULL);
 
-    check(ZOR(ZorStopMIDI)() && open() == 0, "everything is closed and given back");
+    check(ZOR(ZorStopMIDI)() && open() == 0, "everything is closed and released");
     check(ZOR(ZorErrorMIDI)(NULL) == -1, "no driver has an error");
     check(ZOR(MIDISysTerm)() != 0, "MIDISysTerm");
 }
@@ -230,7 +232,7 @@ typedef struct {
     int handles, windows, drawing;
 } Holdings;
 
-/* Objects are counted one by one, since not every system keeps count of them. */
+/* Counts objects by trying all handles, since not every system counts them. */
 static Holdings holdings(void) {
     Holdings held = {0};
     HANDLE heaps[64];
@@ -255,14 +257,14 @@ static Holdings holdings(void) {
     return held;
 }
 
-/* Wine's DirectSound makes one event more at some time in a process, or never, also without the
- * library. What the library leaves comes again with each of the ninety sessions. */
+/* Allows one event that Wine's DirectSound may create once per process, with or without the
+ * library. A leak of the library would recur in each of the ninety sessions. */
 static int moreObjects(Holdings than, Holdings held) {
     enum { SystemsOwnEvent = 1 };
     return held.handles > than.handles + SystemsOwnEvent || held.windows > than.windows || held.drawing > than.drawing;
 }
 
-/* The capture buffer that the library has started last, while its session is open. */
+/* The capture buffer that the library started last; valid while its session is open. */
 static IDirectSoundCaptureBuffer* volatile started = NULL;
 static HRESULT(WINAPI* systemsStart)(IDirectSoundCaptureBuffer*, DWORD);
 
@@ -272,8 +274,8 @@ static HRESULT WINAPI startAndNote(IDirectSoundCaptureBuffer* buffer, DWORD flag
     return result;
 }
 
-/* Has startAndNote called at each start: all buffers share one table of functions, which is found
- * by way of a buffer. Returns whether there is DirectSound. */
+/* Replaces Start by startAndNote in the table of functions that all buffers share, and that is
+ * found through a temporary buffer. Returns nonzero if there is DirectSound. */
 static int watchDirectSound(void) {
     typedef HRESULT(WINAPI * Create)(LPCGUID, IDirectSoundCapture**, LPUNKNOWN);
     WAVEFORMATEX format = {WAVE_FORMAT_PCM, 2, 22050, 44100, 2, 8, 0};
@@ -299,7 +301,7 @@ static int watchDirectSound(void) {
 
 enum { Failed, Passed, NeverBegan };
 
-/* A note goes out and comes back, and another comes from the microphone. */
+/* Sends a note and receives it back, and receives another from the microphone. */
 static int playAndListen(void) {
     MIDIEvent note = record(0, 19, 0x90, 60, 100), came;
     int back = 0, heard = 0, began = 1;
@@ -320,28 +322,30 @@ static int playAndListen(void) {
 }
 
 static void hundredSessions(void) {
-    /* Wine loses four blocks with every DirectSound capture buffer, of which a session has two, and
-     * one with every waveIn device, without the library too. */
+    /* Wine leaks four blocks per DirectSound capture buffer, of which a session has two, and one
+     * per waveIn device, with or without the library. */
     const int systemsOwnBlocks = watchDirectSound() ? 2 * 4 : 1;
-    enum { MostAnew = 10 };
+    enum { MaxRetries = 10 };
     Holdings early = {0}, late;
-    int good = 0, anew = 0, result;
+    int good = 0, retries = 0, result;
     for (int i = 1; i <= 100 && good == i - 1; ++i) {
-        while ((result = playAndListen()) == NeverBegan && anew < MostAnew) ++anew;
+        while ((result = playAndListen()) == NeverBegan && retries < MaxRetries) ++retries;
         good += result == Passed;
         if (i == 10) Sleep(1000), early = holdings();
     }
-    /* The system's own threads end some time after the device is closed, with a handle and windows. */
+    /* The system's threads end some time after the device is closed, and then release a handle and
+     * windows. */
     late = holdings();
     for (int i = 0; i < 100 && moreObjects(early, late); ++i) Sleep(100), late = holdings();
-    if (anew)
-        printf("      the system's capture did not begin %d times, and was opened anew\n", anew);
+    if (retries)
+        printf("      the system's capture did not start %d times, and was opened again\n",
+               retries);
     check(good == 100, "a hundred sessions with MIDI and a microphone");
     printf("      after the tenth %+ld bytes in %+ld blocks, %+d handles, %+d windows, %+d drawing "
            "objects\n",
            late.bytes - early.bytes, late.blocks - early.blocks, late.handles - early.handles,
            late.windows - early.windows, late.drawing - early.drawing);
-    check(late.blocks - early.blocks < (90 + anew) * systemsOwnBlocks + 20 &&
+    check(late.blocks - early.blocks < (90 + retries) * systemsOwnBlocks + 20 &&
               !moreObjects(early, late),
           "leave nothing behind");
 }

@@ -1,4 +1,4 @@
-// zorhost transcribe, where there is nothing that reads sound files.
+// zorhost transcribe, which needs sound-file libraries that the Windows version does not use.
 #include "host/cli/command_line.h"
 #include "host/cli/commands.h"
 #include "host/terminal/host_error.h"
@@ -8,15 +8,14 @@
 namespace zorhost {
 
 void AddTranscribe(const Command& app, const GlobalOptions&) {
-    const Command command = app.Add(
-        "transcribe", "Turn a recording into notes: zorhost for Linux only, as sound files are "
-                      "not read here");
+    const Command command =
+        app.AddCommand("transcribe", "Convert a recording to notes. Not available on Windows");
     const auto file = std::make_shared<std::string>();
-    command.Value("IN", *file, "The sound").Required();
-    command.Does([file] {
+    command.Value("IN", *file, "Sound file").Required();
+    command.OnRun([file] {
         throw HostError("\"" + *file +
-                            "\": sound files are read by zorhost for Linux only; "
-                            "`zorhost listen` hears the microphone here",
+                            "\": transcribe is not available on Windows; use `zorhost listen` "
+                            "with a microphone",
                         ExitWrongUse);
     });
 }

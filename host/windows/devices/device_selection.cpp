@@ -1,4 +1,4 @@
-// The machine on Windows is the computer itself.
+// On Windows the MIDI devices are the computer's own.
 #include "host/devices/device_selection.h"
 
 #include "host/terminal/host_error.h"
@@ -8,18 +8,18 @@
 
 namespace zorhost {
 
-Machine::Machine(const GlobalOptions& global, Cables) {
+DeviceSelection::DeviceSelection(const GlobalOptions& global, DevicePolicy) {
     if (global.Virtual)
-        throw HostError("--virtual: Windows has no loopback ports of its own; install a driver "
-                        "for them, and its ports are MIDI devices as all others",
+        throw HostError("--virtual is not available on Windows: install a loopback MIDI driver; "
+                        "its ports are listed like other MIDI devices",
                         ExitWrongUse);
-    std::fprintf(stderr, "MIDI devices of this computer: inputs %u, outputs %u.\n",
+    std::fprintf(stderr, "MIDI devices of this computer: %u inputs, %u outputs.\n",
                  midiInGetNumDevs(), midiOutGetNumDevs());
 }
 
-Machine::~Machine() = default;
+DeviceSelection::~DeviceSelection() = default;
 
-// That a device leads back is known of none.
-bool Machine::IsLoopback(const std::string&) { return false; }
+// Windows does not report whether a device is a loopback.
+bool DeviceSelection::IsLoopback(const std::string&) { return false; }
 
 } // namespace zorhost

@@ -1,4 +1,4 @@
-// The microphone is the one that Windows prefers; nothing can be put in its place.
+// On Windows the microphone is always the system's first capture device.
 #include "host/devices/microphone.h"
 
 #include "host/terminal/host_error.h"
@@ -8,30 +8,30 @@
 namespace zorhost {
 
 Microphone::Microphone(const std::string& path) : Device() {
-    throw HostError("--mic: on Windows the microphone cannot hear a file (\"" + path +
-                        "\"); play it into one",
+    throw HostError("--mic is not available on Windows (\"" + path +
+                        "\"): play the file into the microphone instead",
                     ExitWrongUse);
 }
 
 double Microphone::Seconds() const { return 0; }
-double Microphone::SecondsHeard() const { return 0; }
+double Microphone::SecondsCaptured() const { return 0; }
 bool Microphone::Ended() const { return false; }
 void Microphone::CheckRead() const {}
 std::int64_t Microphone::StartTime() const { return 0; }
 
-void ChooseMicrophone(int number) {
+void SelectMicrophone(int number) {
     const auto found = machine::FindMicrophones();
-    if (found.empty()) throw HostError("there is no microphone");
+    if (found.empty()) throw HostError("no microphone found");
     if (number != 1)
-        throw HostError("--device: on Windows the first microphone is heard, \"" +
+        throw HostError("--device: on Windows only the first microphone can be used, \"" +
                             found.front().Name +
-                            "\"; the system's sound settings say which is the first",
+                            "\"; select the first one in the system's sound settings",
                         ExitWrongUse);
     std::fprintf(stderr, "Microphone: %s\n", found.front().Name.c_str());
 }
 
-// A missing one is the library's to tell.
-std::unique_ptr<Microphone> PlugMicrophone(const std::string& file, const PortMap&) {
+// The library itself reports a missing microphone.
+std::unique_ptr<Microphone> MakeVirtualMicrophone(const std::string& file, const PortMap&) {
     return file.empty() ? nullptr : std::make_unique<Microphone>(file);
 }
 

@@ -1,5 +1,5 @@
-// What platform/machine.h lets a host steer, as far as Windows itself can be steered: where the
-// library lies, and the window that its dialogs belong to.
+// The functions of platform/machine.h that zorhost needs, implemented for Windows itself: the path
+// of the library, device lists, and the parent window of its dialogs.
 #include "host/terminal/host_error.h"
 #include "platform/machine.h"
 #include "platform/platform.h"
@@ -25,17 +25,18 @@ std::string ProgramPath() {
     return path;
 }
 
-bool IsForOneRun(const fs::path& folder) {
+// True for the temporary folder of one session's settings.
+bool IsSessionFolder(const fs::path& folder) {
     return folder.filename().string().starts_with("zorhost.");
 }
 
-// The library stays in memory until its process ends, and so its file in the folder of the settings
-// that it was to read. The next run takes away what no process has any more.
-void RemoveFormerCopies(const fs::path& place) {
+// Removes session folders of processes that have ended. A process cannot remove its own, since the
+// library stays loaded, and its file locked, until the process ends.
+void RemoveFormerCopies(const fs::path& parent) {
     std::error_code failed;
-    for (const fs::directory_entry& entry : fs::directory_iterator(place, failed)) {
+    for (const fs::directory_entry& entry : fs::directory_iterator(parent, failed)) {
         const fs::path library = entry.path() / LibraryName;
-        if (!IsForOneRun(entry.path())) continue;
+        if (!IsSessionFolder(entry.path())) continue;
         if (fs::exists(library, failed) && fs::remove(library, failed))
             fs::remove_all(entry.path(), failed);
     }
@@ -57,13 +58,13 @@ BOOL CALLBACK Cancel(HWND window, LPARAM) {
 
 std::string ModulePath() { return (fs::path(ProgramPath()).parent_path() / LibraryName).string(); }
 
-// The library reads the settings beside it, so it is loaded from there; into a folder for one run
-// it is copied. All calls go to the one that is loaded first.
+// Loads the library from the folder of its settings, since it reads the settings beside its file.
+// Into a session folder it is copied first. All calls go to the copy that is loaded first.
 void SetModulePath(const std::string& path) {
     const fs::path folder = fs::path(path).parent_path();
     const fs::path library = folder / LibraryName;
     std::error_code failed;
-    if (IsForOneRun(folder)) {
+    if (IsSessionFolder(folder)) {
         RemoveFormerCopies(folder.parent_path());
         fs::copy_file(ModulePath(), library, failed);
     }
@@ -71,24 +72,24 @@ void SetModulePath(const std::string& path) {
     const auto error = static_cast<int>(GetLastError());
     throw zorhost::HostError("\"" + library.string() +
                              "\" cannot be loaded: " + std::system_category().message(error) +
-                             "\nThe library lies in one folder with its settings.");
+                             "\nThe library must be in the folder of its settings.");
 }
 
-// The timers' thread is the system's own.
+// Timer callbacks cannot be observed on Windows.
 bool AfterTimers(void (*)()) { return false; }
 
 std::uint64_t Microseconds() { return std::uint64_t{timeGetTime()} * 1000; }
 
-// Who has a device open, Windows does not tell.
+// Windows does not report which programs use a device.
 std::vector<std::string> UsersOfMidiInput(int) { return {}; }
 std::vector<std::string> UsersOfMidiOutput(int) { return {}; }
 
-// Windows tells windows only, so it is asked.
+// Polls every 300 ms, since Windows notifies only windows of device changes.
 void WatchMidiDevices(std::function<void()> watcher) {
-    static std::jthread asking;
-    asking = {};
+    static std::jthread polling;
+    polling = {};
     if (!watcher) return;
-    asking = std::jthread([watcher = std::move(watcher)](const std::stop_token& done) {
+    polling = std::jthread([watcher = std::move(watcher)](const std::stop_token& done) {
         for (; !done.stop_requested(); Sleep(300)) watcher();
     });
 }
@@ -125,7 +126,7 @@ void DestroyHostWindow(void* window) {
     hostWindow = nullptr;
 }
 
-// By another thread than the dialog's.
+// Called on another thread than the dialog's.
 bool CloseDialog() { return hostWindow && EnumWindows(Cancel, 0); }
 
 std::string DialogError() { return ""; }

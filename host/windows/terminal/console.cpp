@@ -11,8 +11,8 @@ namespace {
 
 HANDLE ConsoleOf(int handle) { return reinterpret_cast<HANDLE>(_get_osfhandle(handle)); }
 
-// What follows 0 or 0xE0.
-Key Named(int code) {
+// Returns the key for the code that follows 0 or 0xE0.
+Key ExtendedKey(int code) {
     switch (code) {
     case 'M':
         return Key::Right;
@@ -27,7 +27,7 @@ Key Named(int code) {
 
 } // namespace
 
-// A console that knows no escape sequences, as before Windows 10, is written to as a file is.
+// A console without escape sequences, as before Windows 10, is treated like a file.
 bool IsTerminal(int handle) {
     constexpr DWORD EscapeSequences = 4;
     DWORD mode = 0;
@@ -49,7 +49,7 @@ Keys::~Keys() = default;
 Key Keys::Next() {
     if (!IsWorking || !_kbhit()) return Key::None;
     const int code = _getch();
-    if (code == 0 || code == 0xE0) return Named(_getch());
+    if (code == 0 || code == 0xE0) return ExtendedKey(_getch());
     return code == ' ' ? Key::Space : code == 'q' ? Key::Quit : Key::Other;
 }
 

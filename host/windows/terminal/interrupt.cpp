@@ -9,16 +9,16 @@ namespace zorhost {
 namespace {
 
 std::atomic<bool> interrupted{false};
-std::atomic<int> held{0};
-std::atomic<void (*)()> atEnd{nullptr};
+std::atomic<int> exitBlockers{0};
+std::atomic<void (*)()> forcedExitHandler{nullptr};
 
-// On a thread of the system's. The system ends the process some seconds after a console has been
-// closed, whatever is answered; until then the loops write what there is.
-BOOL WINAPI OnControl(DWORD what) {
+// Runs on a thread that the system creates. When the console is closed the system ends the process
+// after a few seconds, whatever this returns; until then the commands write their files.
+BOOL WINAPI OnControl(DWORD event) {
     const bool before = interrupted.exchange(true);
-    if (what == CTRL_C_EVENT || what == CTRL_BREAK_EVENT) {
-        if (!before || held.load() > 0) return TRUE;
-        if (void (*const last)() = atEnd.load()) last();
+    if (event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT) {
+        if (!before || exitBlockers.load() > 0) return TRUE;
+        if (void (*const handler)() = forcedExitHandler.load()) handler();
         return FALSE; // the system ends the process
     }
     Sleep(INFINITE);
@@ -29,16 +29,16 @@ BOOL WINAPI OnControl(DWORD what) {
 
 void CatchInterrupts() { SetConsoleCtrlHandler(OnControl, TRUE); }
 
-// No wait is for a pipe there.
-WaitEndsAtInterrupt::WaitEndsAtInterrupt() = default;
-WaitEndsAtInterrupt::~WaitEndsAtInterrupt() = default;
+// Nothing to do: on Windows no pipes are read.
+InterruptibleReads::InterruptibleReads() = default;
+InterruptibleReads::~InterruptibleReads() = default;
 
-void AtSecondInterrupt(void (*last)()) { atEnd.store(last); }
+void SetForcedExitHandler(void (*handler)()) { forcedExitHandler.store(handler); }
 
 bool Interrupted() { return interrupted.load(std::memory_order_relaxed); }
 
-InterruptsHeld::InterruptsHeld() { ++held; }
-InterruptsHeld::~InterruptsHeld() { --held; }
+ForcedExitBlocker::ForcedExitBlocker() { ++exitBlockers; }
+ForcedExitBlocker::~ForcedExitBlocker() { --exitBlockers; }
 
 void Nap(int milliseconds) { Sleep(static_cast<DWORD>(milliseconds)); }
 
