@@ -130,7 +130,6 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     ZorStopMIDI();
     ZorSyncMIDI(0), ZorFilterMIDI(0, 0);
     Check(machine::OpenMidiInputs() + machine::OpenMidiOutputs() == 0, "all ports are closed");
-    Check(machine::PendingTimers().empty() && machine::OpenTimerPeriods().empty(),
-          "no timer is left");
+    Check(machine::PendingTimers().empty() && machine::OpenTimerPeriods().empty(), "no timers");
     return 0;
 }

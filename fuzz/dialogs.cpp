@@ -63,8 +63,7 @@ void Act(DialogUser& user, Bytes& bytes) {
 void CheckClosed() {
     Check(machine::OpenMidiInputs() + machine::OpenMidiOutputs() == 0, "ports are closed");
     Check(machine::OpenWaveIns() + machine::OpenMixers() == 0, "the microphone is closed");
-    Check(machine::PreparedWaveHeaders() == 0 && machine::PendingTimers().empty(),
-          "no buffer or timer is left");
+    Check(machine::PreparedWaveHeaders() == 0 && machine::PendingTimers().empty(), "none is left");
 }
 
 } // namespace

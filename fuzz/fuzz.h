@@ -37,7 +37,6 @@ public:
         return low | std::uint32_t{Word()} << 16;
     }
     std::uint32_t Below(std::uint32_t limit) { return Byte() % limit; }
-    // Fewer if fewer are left.
     std::string_view Read(std::size_t count) {
         const auto* first = reinterpret_cast<const char*>(Next);
         count = std::min(count, static_cast<std::size_t>(End - Next));
@@ -50,8 +49,7 @@ private:
     const std::uint8_t* End;
 };
 
-// Starts a machine without devices, with a stepped clock at that many milliseconds, and with the
-// ini file in a folder of this process's own.
+// Starts a machine without devices, on a stepped clock, with the ini file in a temporary folder.
 inline void FreshMachine(const std::string& ini, std::uint32_t clock = 1000) {
     static const std::filesystem::path folder = [] {
         const bool memory = std::filesystem::is_directory("/dev/shm");

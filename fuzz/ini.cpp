@@ -13,8 +13,7 @@ namespace {
 
 template <typename Port>
 void CheckPort(const Port& port, int devices) {
-    Check(port.BaseChannel >= 0 && port.BaseChannel <= 0x8000 - 2 * PortChannels + 15,
-          "the base is in range");
+    Check(port.BaseChannel >= 0 && port.BaseChannel <= 0x8000 - 2 * PortChannels + 15, "a base");
     Check(std::memchr(port.Name, 0, NameSize) != nullptr, "the name ends");
     Check(port.DeviceID >= MapperDevice || port.DeviceID == NoDevice, "the device is valid");
     Check(port.DeviceID < devices, "the device exists");
@@ -66,8 +65,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const auto quoted = [](const char* text) { return text[0] == '"' || text[0] == '\''; };
     if (one.Name[0] && !quoted(one.Name))
         Check(!std::strcmp(one.Name, other.Name) && one.Base == other.Base, "is read as stored");
-    Check(read.SyncMaster == wanted.SyncMaster && PRecChannel == channel,
-          "numbers are read as stored");
+    Check(read.SyncMaster == wanted.SyncMaster && PRecChannel == channel, "as stored");
     MIDISysTerm();
     return 0;
 }

@@ -23,8 +23,7 @@ void CheckOrder(const Song& song) {
         Check(i == 0 || song.Events[i - 1].Tick <= event.Tick, "events are in order");
     }
     for (const auto& track : song.Tracks)
-        Check(std::ranges::is_sorted(track, {}, &TrackEvent::Tick),
-              "events of a track are in order");
+        Check(std::ranges::is_sorted(track, {}, &TrackEvent::Tick), "track in order");
     const std::int64_t middle = song.EndTick / 2;
     const std::int64_t time = song.Map.MicrosecondsAt(middle);
     Check(time >= 0 && time <= song.Map.MicrosecondsAt(song.EndTick), "time increases");
@@ -45,10 +44,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         for (std::size_t i = 0; i < tracks.size(); ++i)
             for (const TrackEvent& event : song.Tracks[i]) tracks[i].Add(event.Tick, event);
         const Song again = Read(Write(tracks, song.Map.TicksPerQuarter()));
-        Check(std::ranges::equal(song.Events, again.Events, Same),
-              "the same events are read again");
-        Check(song.Map.TicksPerQuarter() == again.Map.TicksPerQuarter(),
-              "with the same ticks per quarter");
+        Check(std::ranges::equal(song.Events, again.Events, Same), "the same events");
+        Check(song.Map.TicksPerQuarter() == again.Map.TicksPerQuarter(), "the same ticks");
     } catch (const Error&) {
     }
     return 0;

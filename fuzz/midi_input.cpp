@@ -23,7 +23,7 @@ void CheckRecords(bool full) {
         Check(event.Channel >= 0 && event.Channel < 16 * Ports, "the channel is its port's");
         Check(event.Status < 0xF0 || event.Channel % 16 == 0, "a system message has no channel");
     }
-    Check(count < 64 && (!full || count == 63), "the ring is full");
+    Check(count < 64 && (!full || count == 63), "the ring's count");
 }
 
 void CheckSent() {

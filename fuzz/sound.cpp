@@ -22,8 +22,7 @@ void Set(PitchRecWaveIn& recogniser, Bytes& bytes, bool wild) {
     recogniser.SetReferencePitch(wild ? pitch : 415 + flags / 32 % 2 * 25);
 }
 
-// Bytes of a block: mostly as many as a device delivers, sometimes more than the recogniser can
-// store.
+// Bytes of a block: mostly those of a device's, sometimes more than the recogniser can store.
 std::size_t Size(Bytes& bytes, std::uint8_t kind) {
     return kind >= 0xF8 ? bytes.Word() : bytes.Byte() * 8u;
 }
@@ -50,8 +49,7 @@ std::vector<std::uint8_t> Block(Bytes& bytes) {
 void CheckNotes(PitchRecWaveIn& recogniser, std::int32_t& held, std::int32_t most) {
     std::int32_t time, status, note, value;
     while (recogniser.GetNote(&time, &status, &note, &value)) {
-        Check((status & 0x0F) < 2 && (note & ~most) == 0 && (value & ~0xFF) == 0,
-              "data bytes are in range");
+        Check((status & 0x0F) < 2 && (note & ~most) == 0 && (value & ~0xFF) == 0, "MIDI");
         if (status == 0x90) Check(held < 0, "the previous note has ended"), held = note;
         if (status == 0x80) Check(held == note, "the note sounded"), held = -1;
         const std::int32_t type = status & 0xF0;
