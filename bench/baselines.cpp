@@ -1,4 +1,4 @@
-// What the engine is measured against, in the same run.
+// Baselines that the engine is compared with in the same run.
 #include "engine/zormidi.h"
 #include "platform/machine.h"
 #include "platform/platform.h"
@@ -11,7 +11,7 @@ namespace {
 
 constexpr MIDIEvent record = {1, 2, 3, 2, 0x90, 60, 64};
 
-// The floor: one lock and unlock that nobody contends, and one copy of a record.
+// The floor: one uncontended lock and unlock, and one copy of a record.
 void LockAndCopy(benchmark::State& state) {
     std::mutex lock;
     MIDIEvent slot;
@@ -23,7 +23,7 @@ void LockAndCopy(benchmark::State& state) {
     }
 }
 
-// What one would write first: a record in and a record out.
+// The obvious implementation: one record in and one out.
 void MutexAndDeque(benchmark::State& state) {
     std::mutex lock;
     std::deque<MIDIEvent> queue;

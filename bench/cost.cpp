@@ -12,7 +12,7 @@
 namespace bench {
 namespace {
 
-// Of the whole process so far.
+// Voluntary context switches of all threads of this process so far.
 long WakeUps() {
     long sum = 0;
     for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task")) {
@@ -39,7 +39,8 @@ void PrintCost(const char* when) {
     constexpr int seconds = 5;
     const long before = WakeUps();
     std::this_thread::sleep_for(std::chrono::seconds(seconds));
-    const double wakes = static_cast<double>(WakeUps() - before - 1) / seconds; // our own sleep
+    const double wakes =
+        static_cast<double>(WakeUps() - before - 1) / seconds; // without the sleep above
     long pages = 0, resident = 0;
     std::ifstream("/proc/self/statm") >> pages >> resident;
     std::printf("  %-34s %6.1f wake-ups/s  %5.1f MiB  %2zu libraries\n", when, wakes,

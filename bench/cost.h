@@ -1,9 +1,10 @@
-// What it costs a process to stand by.
+// Costs of an idle process.
 #pragma once
 
 namespace bench {
 
-// Watches this process for some seconds and prints its wake-ups, its memory and its libraries.
+// Samples this process for 5 seconds and prints wake-ups per second, resident memory and the number
+// of loaded libraries, under the given heading.
 void PrintCost(const char* when);
 
 } // namespace bench

@@ -1,4 +1,4 @@
-// The roads of a record through the engine.
+// Paths of a record through the engine.
 #include "bench/library.h"
 #include "engine/receive.h"
 #include "engine/time_base.h"
@@ -12,7 +12,7 @@ using bench::Library;
 
 constexpr MIDIEvent record = {0, 2, 3, 2, 0xB0, 60, 64};
 
-void PushAndTake(benchmark::State& state) {
+void XmitAndRcv(benchmark::State& state) {
     const Library library(Library::Real, false);
     MIDIEvent out;
     for (auto _ : state) {
@@ -22,7 +22,7 @@ void PushAndTake(benchmark::State& state) {
     }
 }
 
-void ReceiveAndTake(benchmark::State& state) {
+void ReceiveAndRcv(benchmark::State& state) {
     const Library library(Library::Real, false);
     MIDIEvent in, out;
     for (auto _ : state) {
@@ -33,7 +33,7 @@ void ReceiveAndTake(benchmark::State& state) {
     }
 }
 
-// The ring is full all the time: the oldest record makes room for each new one.
+// The ring is always full: each new record overwrites the oldest.
 void DeviceToQueue(benchmark::State& state) {
     const Library library(Library::Real, false);
     void* const handle = Library::InputHandle();
@@ -49,8 +49,8 @@ void ClockToQueue(benchmark::State& state) {
     for (auto _ : state) MmeMidiInCallBack(handle, MIM_DATA, 0, 0xF8, 0);
 }
 
-// Queue, pump, driver, device, and the next expiry programmed; the stepped clock keeps the timer's
-// own thread out of it.
+// Queue, pump, driver, device, and the next expiry programmed. With the stepped clock the timer
+// thread does not run meanwhile.
 void HostToPort(benchmark::State& state, int records) {
     const Library library(Library::Stepped, true);
     for (auto _ : state) {
@@ -74,11 +74,11 @@ void Now(benchmark::State& state, std::int16_t mode) {
 
 } // namespace
 
-BENCHMARK(PushAndTake)->Name("ZorXmit to ZorRcv");
-BENCHMARK(ReceiveAndTake)->Name("RcvEvent to ZorRcv");
+BENCHMARK(XmitAndRcv)->Name("ZorXmit to ZorRcv");
+BENCHMARK(ReceiveAndRcv)->Name("RcvEvent to ZorRcv");
 BENCHMARK(DeviceToQueue)->Name("MmeMidiInCallBack to queue 0");
 BENCHMARK(ClockToQueue)->Name("MmeMidiInCallBack to queue 0, clock");
-BENCHMARK_CAPTURE(HostToPort, alone, 1)->Name("ZorXmit, pump, port: one record a pass");
-BENCHMARK_CAPTURE(HostToPort, many, 32)->Name("ZorXmit, pump, port: 32 records a pass");
+BENCHMARK_CAPTURE(HostToPort, alone, 1)->Name("ZorXmit, pump, port: one record per pass");
+BENCHMARK_CAPTURE(HostToPort, many, 32)->Name("ZorXmit, pump, port: 32 records per pass");
 BENCHMARK_CAPTURE(Now, internal, ZOR_SYNC_INTERNAL)->Name("CurrentMIDITime, milliseconds");
 BENCHMARK_CAPTURE(Now, external, ZOR_SYNC_EXTERNAL)->Name("CurrentMIDITime, external clock");

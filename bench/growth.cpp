@@ -1,6 +1,6 @@
-// How cost grows with what a host asks for. Prints for each sweep a table with a plot of the cost
-// of one unit, and whether the whole is constant or linear; then what a host pays for a typical
-// second.
+// How costs grow with the size of a request. Prints for each sweep a table with a plot of the cost
+// per unit, and whether the total grows linearly or not at all; then the costs of a typical second
+// of a host. Exit code 1 if a cost grows faster than expected.
 #include "mme/ports.h"
 #include "pitchrec/pitch_rec.h"
 #include "platform/machine.h"
@@ -22,14 +22,14 @@
 
 namespace {
 
-// Processor time of this thread, nanoseconds. With the stepped clock all callbacks run on it.
+// Processor time of this thread in nanoseconds. With the stepped clock all callbacks run on it.
 double Now() {
     timespec now{};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
     return static_cast<double>(now.tv_sec) * 1e9 + static_cast<double>(now.tv_nsec);
 }
 
-// The least of some runs: what else the machine does can only add to it.
+// The least of several runs, since other load of the machine can only add to it. Nanoseconds.
 double Cost(const std::function<void()>& action, int runs = 7) {
     double least = 1e30;
     for (int run = 0; run < runs; ++run) {
@@ -44,14 +44,14 @@ struct Point {
     double Size, Nanoseconds;
 };
 
-// Slope of cost over size where both are logarithms, over the upper half: 0 is constant, 1 linear.
+// Slope of log(cost) over log(size) in the upper half of the sizes: 0 is constant, 1 linear.
 double Slope(const std::vector<Point>& points) {
-    const Point &from = points[points.size() / 2], &to = points.back();
-    return std::log(to.Nanoseconds / from.Nanoseconds) / std::log(to.Size / from.Size);
+    const Point &middle = points[points.size() / 2], &last = points.back();
+    return std::log(last.Nanoseconds / middle.Nanoseconds) / std::log(last.Size / middle.Size);
 }
 
-// Measures each size. expected: 1 for at most linear growth, 0 for none; false if it grows faster.
-// A bar is as long as the cost of a unit.
+// Measures and prints each size; the length of a bar is the cost per unit. expected: 1 for linear
+// growth at most, 0 for none. Returns false if the cost grows faster.
 bool Sweep(const char* what, const char* unit, const std::vector<double>& sizes, double expected,
            const std::function<double(double)>& measure) {
     std::vector<Point> points;
@@ -119,7 +119,7 @@ double Send(double ports, std::int16_t channel) {
            rounds;
 }
 
-// One second of so many messages, spread evenly, the host filling in every 10 ms.
+// One second of evenly spread messages; the host fills the queue every 10 ms.
 double Rate(double messages) {
     BringUp(1, 32767);
     const auto count = static_cast<int>(messages);
@@ -215,7 +215,7 @@ double TypicalSecond() {
     });
 }
 
-double TheirFloor() {
+double LockAndCopyFloor() {
     volatile long sum = 0;
     MIDIEvent ring[512] = {};
     Sonorel::Lock lock;
@@ -228,7 +228,7 @@ double TheirFloor() {
     });
 }
 
-// A second is 43 blocks: each moves the window and looks at every new sample once.
+// One second is 43 blocks: each moves the window and reads every new sample once.
 double MicrophoneFloor() {
     static std::int16_t window[2048];
     volatile int most = 0;
@@ -270,7 +270,7 @@ double ReadFile() {
 
 int main() {
     std::puts("How cost grows: least processor time of several runs");
-    bool holds = Sweep("A record taken and one put in, by slots of a full queue", "slots",
+    bool holds = Sweep("One record out and one in, by slots of a full queue", "slots",
                        {16, 64, 256, 1024, 4096, 16384, 32767}, 0, QueueSize);
     holds &= Sweep("A record sent to one port, by ports open", "ports", {1, 2, 4, 6, 8}, 0,
                    [](double ports) { return Send(ports, 0); });
@@ -291,14 +291,14 @@ int main() {
     getrusage(RUSAGE_SELF, &after);
     std::printf("  memory grew by %ld KiB over these\n", after.ru_maxrss - before.ru_maxrss);
 
-    std::puts("\nWhat a host pays, each beside its floor");
+    std::puts("\nCosts of a host, each beside its floor");
     Line("a second: 400 records out, 100 in", TypicalSecond() / 1000, "us",
-         "1,000 times a lock and a copy, us", TheirFloor() / 1000);
+         "1,000 times a lock and a copy, us", LockAndCopyFloor() / 1000);
     Line("a second of the microphone", Sound(1) / 60 / 1000, "us",
          "the window moved, the new scanned, us", MicrophoneFloor() / 1000);
-    Line("wake-ups a second, nothing waiting, MMESpeed 4", Wakeups(false), "", "1,000 / MMESpeed",
+    Line("wake-ups per second, nothing waiting, MMESpeed 4", Wakeups(false), "", "1,000 / MMESpeed",
          250);
-    Line("wake-ups a second, the next record 100 s away", Wakeups(true), "", "none", 0);
+    Line("wake-ups per second, the next record 100 s away", Wakeups(true), "", "none", 0);
     Line("memory: 3 queues of 1,000, 2 ports each way open", Memory() / 1024, "KiB",
          "the records and 2 note tables, KiB", (3 * 14000 + 2 * 2048) / 1024.0);
     Line("MIDISysInit", IniLines(0) / 1000, "us", "reading the ini file once, us",

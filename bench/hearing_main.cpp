@@ -1,5 +1,5 @@
-// A sound file to notes, beside what reading and resampling it alone take; and a frame of the
-// decoder, beside the recogniser's.
+// A sound file to notes, compared with reading and resampling it alone; and one frame of the
+// decoder, compared with one of the recogniser.
 #include "bench/table.h"
 #include "hearing/decoder.h"
 #include "host/sound/sound_file.h"
@@ -21,7 +21,8 @@ constexpr char OneFrame[] = "recogniser, one frame";
 constexpr char Live[] = "decoder live, one frame";
 constexpr char File[] = "decoder of files, one frame";
 
-// A minute of a scale in half seconds, 44,100 Hz, 2 channels, 16 bits.
+// A temporary WAV file: one minute of a scale with a note per 0.5 s; 44,100 Hz, 2 channels, 16
+// bits.
 class Song {
 public:
     Song() {
@@ -57,7 +58,7 @@ const std::string& SongPath() {
     return song.Path();
 }
 
-// The file as it is: two channels in, two channels out.
+// Without mixing: two channels in, two channels out.
 void ReadAndResample(benchmark::State& state) {
     const soxr_quality_spec_t quality = soxr_quality_spec(SOXR_HQ, 0);
     const soxr_runtime_spec_t runtime = soxr_runtime_spec(1);
@@ -83,7 +84,7 @@ void ReadAndResample(benchmark::State& state) {
 }
 BENCHMARK(ReadAndResample)->Name(AsItIs);
 
-// As the road begins.
+// The first step of the pipeline.
 void ReadMixed(benchmark::State& state) {
     for (auto _ : state) {
         zorhost::SoundFile file(SongPath());

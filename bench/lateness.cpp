@@ -16,17 +16,17 @@ namespace bench {
 namespace {
 
 constexpr int Turns = 10;
-constexpr int RecordsATurn = 100;
+constexpr int RecordsPerTurn = 100;
 
-using Deadlines = std::vector<std::uint64_t>; // microseconds on the machine's clock
+using Deadlines = std::vector<std::uint64_t>; // microseconds on the clock of machine::Microseconds
 using Lateness = std::vector<double>;         // nanoseconds
 
-// Distances of 5 to 13 ms: none closer than the timer's period, which would make the second record
-// late by design. The first one is far enough away for the turn to be set up.
-std::vector<std::int32_t> Distances(std::mt19937& random) {
+// Times in milliseconds from the start of a turn, 5 to 13 ms apart: two records within one timer
+// period would make the second one late by design. The first is late enough for the turn's set-up.
+std::vector<std::int32_t> RecordTimes(std::mt19937& random) {
     std::uniform_int_distribution<std::int32_t> step(5, 13);
     std::vector<std::int32_t> times = {30};
-    while (times.size() < RecordsATurn) times.push_back(times.back() + step(random));
+    while (times.size() < RecordsPerTurn) times.push_back(times.back() + step(random));
     return times;
 }
 
@@ -35,8 +35,8 @@ void SleepUntil(std::uint64_t microseconds) {
         std::chrono::steady_clock::time_point(std::chrono::microseconds(microseconds)));
 }
 
-// With the rights that the timer's own thread asks for.
-void Hasten() {
+// Requests the scheduling that the timer thread requests.
+void UseTimerPriority() {
     prctl(PR_SET_TIMERSLACK, 1);
     sched_param parameters{};
     parameters.sched_priority = sched_get_priority_min(SCHED_FIFO) + 10;
@@ -45,7 +45,7 @@ void Hasten() {
 
 void SleepTurn(const std::vector<std::int32_t>& times, Lateness& late) {
     std::thread([&] {
-        Hasten();
+        UseTimerPriority();
         const std::uint64_t start = machine::Microseconds() / 1000;
         for (const std::int32_t time : times) {
             const std::uint64_t due = (start + static_cast<std::uint64_t>(time)) * 1000;
@@ -75,7 +75,8 @@ void PlayTurn(const std::vector<std::int32_t>& times, Lateness& late) {
     }
 }
 
-double At(Lateness& late, double share) {
+// share: 0 to 1.
+double Quantile(Lateness& late, double share) {
     std::sort(late.begin(), late.end());
     return late.at(static_cast<std::size_t>(share * static_cast<double>(late.size() - 1)));
 }
@@ -88,13 +89,13 @@ void MeasureLateness(Results& results) {
     std::mt19937 random(1);
     Lateness played, slept;
     for (int turn = 0; turn < Turns; ++turn) {
-        PlayTurn(Distances(random), played);
-        SleepTurn(Distances(random), slept);
+        PlayTurn(RecordTimes(random), played);
+        SleepTurn(RecordTimes(random), slept);
     }
-    results["pump lateness, median"] = At(played, 0.5);
-    results["pump lateness, 99th percentile"] = At(played, 0.99);
-    results["sleeping thread, median"] = At(slept, 0.5);
-    results["sleeping thread, 99th percentile"] = At(slept, 0.99);
+    results["pump lateness, median"] = Quantile(played, 0.5);
+    results["pump lateness, 99th percentile"] = Quantile(played, 0.99);
+    results["sleeping thread, median"] = Quantile(slept, 0.5);
+    results["sleeping thread, 99th percentile"] = Quantile(slept, 0.99);
 }
 
 } // namespace bench

@@ -4,9 +4,9 @@
 
 namespace bench {
 
-// Plays about a thousand records in real time and adds how late they reached the device, at the
-// median and the 99th percentile; beside it a thread that only sleeps to such deadlines, in turns
-// of a second each, so that both meet the same machine. Takes about 15 seconds.
+// Plays 1000 records in real time and adds to the results how late they reach the device, as median
+// and 99th percentile, and the same of a thread that only sleeps until such deadlines. The two
+// alternate every second, so that both run under the same load. Takes about 15 seconds.
 void MeasureLateness(Results& results);
 
 } // namespace bench

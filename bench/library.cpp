@@ -10,7 +10,7 @@
 namespace bench {
 namespace {
 
-void Need(bool condition, const char* what) {
+void Require(bool condition, const char* what) {
     if (condition) return;
     std::fprintf(stderr, "bench: %s\n", what);
     std::exit(1);
@@ -29,10 +29,10 @@ Library::Library(Clock clock, bool timer) {
     fs::create_directories(folder);
     std::ofstream(folder / "ZORMIDI.INI") << "[MMEDRVR]\nOutName1=Strings\nInName1=Keys\n";
     machine::SetModulePath((folder / "library.so").string());
-    Need(MIDISysInit(0) == -1, "the library does not come up");
-    for (std::int16_t queue = 0; queue < 3; ++queue) Need(ZorAllocMIDI(queue, 256), "no queue");
-    Need(ZorStartMIDI(timer), "the drivers do not open");
-    Need(InputHandle() != nullptr && machine::OpenMidiOutputs() == 1, "no device is open");
+    Require(MIDISysInit(0) == -1, "cannot initialise the library");
+    for (std::int16_t queue = 0; queue < 3; ++queue) Require(ZorAllocMIDI(queue, 256), "no queue");
+    Require(ZorStartMIDI(timer), "cannot open the drivers");
+    Require(InputHandle() != nullptr && machine::OpenMidiOutputs() == 1, "no device is open");
 }
 
 Library::~Library() {

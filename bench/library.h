@@ -1,4 +1,4 @@
-// The library, up, with one output and one input device in memory.
+// The library, initialised, with one output and one input device in memory.
 #pragma once
 
 #include "engine/zormidi.h"
@@ -11,12 +11,13 @@ namespace bench {
 class Library {
 public:
     enum Clock { Real, Stepped };
-    // Drivers open; the timer runs only if wanted.
+    // Initialises the library and opens its drivers; timer: starts the timer too. Ends the process
+    // on failure.
     explicit Library(Clock clock, bool timer);
     ~Library();
     Library(const Library&) = delete;
     Library& operator=(const Library&) = delete;
-    // The input port's handle, as the device layer gives it to the callback.
+    // The handle of the input port, the first argument of its callback.
     static void* InputHandle();
 };
 

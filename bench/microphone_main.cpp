@@ -1,5 +1,5 @@
-// The microphone of a sound server, as bench/microphone has it: how old the sound is when it is
-// delivered, how long from a plucked tone to its note, and what it costs to have it.
+// Measures capture from a sound server that bench/microphone starts: the age of the sound when it
+// is delivered, the time from a plucked tone to its note, and the cost of capturing.
 #include "bench/cost.h"
 #include "engine/zormidi.h"
 #include "platform/api/capture.h"
@@ -25,25 +25,27 @@ void Sleep(int milliseconds) {
     std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
 }
 
-// Hears where each pluck begins.
-class Ear {
+// Finds the onset of each pluck in a second capture of the same microphone.
+class OnsetFinder {
 public:
-    Ear() {
-        Capture.SetCallback([](std::uint32_t time, const std::uint8_t* data, std::int32_t bytes,
-                               void* self) { static_cast<Ear*>(self)->Hear(time, data, bytes); },
-                            this);
+    OnsetFinder() {
+        Capture.SetCallback(
+            [](std::uint32_t time, const std::uint8_t* data, std::int32_t bytes, void* self) {
+                static_cast<OnsetFinder*>(self)->Feed(time, data, bytes);
+            },
+            this);
         if (!Capture.Open(Rate)) std::exit(1);
         Capture.Start();
     }
-    ~Ear() { Capture.Close(); }
-    // No block comes any more.
+    ~OnsetFinder() { Capture.Close(); }
+    // No block is delivered after it.
     void Stop() { Capture.Stop(); }
-    // To be read after Stop.
-    std::vector<std::uint32_t> Onsets; // of the plucks, on the system's clock
+    // Read these after Stop only.
+    std::vector<std::uint32_t> Onsets; // milliseconds of timeGetTime
     std::vector<double> Ages;          // milliseconds, of each block
 
 private:
-    void Hear(std::uint32_t time, const std::uint8_t* data, std::int32_t bytes) {
+    void Feed(std::uint32_t time, const std::uint8_t* data, std::int32_t bytes) {
         Ages.push_back(timeGetTime() - time);
         const int frames = bytes / 2;
         for (int i = 0; i < frames; ++i) {
@@ -74,8 +76,8 @@ std::uint32_t Level() {
     return value;
 }
 
-// The level is moved by another program, whose own time, from its start to the server's answer, is
-// the least that can be seen.
+// Another program changes the level. Measures how long that program runs, and how long after its
+// end the change is visible here.
 void MeasureLevel() {
     const std::string move = "pactl set-source-output-volume $(pactl list short source-outputs | "
                              "awk '$5 ~ /u8/ {last = $1} END {print last}') ";
@@ -93,12 +95,13 @@ void MeasureLevel() {
         after.push_back(
             std::max(0.0, static_cast<double>(static_cast<std::int32_t>(seen - ended))));
     }
-    Print("another program moves the level", program);
-    Print("and it is seen, after that", after);
+    Print("another program changes the level", program);
+    Print("until the change is visible, after that", after);
 }
 
-// From each note back to the last onset before it. The ear's own recording may hear an onset later
-// than the library has told its note, so they are held against each other in the end.
+// From each note back to the last onset before it, in milliseconds. Notes and onsets are compared
+// at the end, since the second capture may deliver an onset after the library has delivered its
+// note.
 std::vector<double> Delays(const std::vector<std::uint32_t>& notes,
                            const std::vector<std::uint32_t>& onsets) {
     std::vector<double> delays;
@@ -110,8 +113,8 @@ std::vector<double> Delays(const std::vector<std::uint32_t>& notes,
 }
 
 void Measure() {
-    std::vector<std::uint32_t> notes; // when they came
-    Ear ear;
+    std::vector<std::uint32_t> notes; // arrival times
+    OnsetFinder finder;
     for (int waits = 0; notes.size() < Plucks && waits < 120000; ++waits) {
         Sleep(1);
         MIDIEvent note;
@@ -119,11 +122,12 @@ void Measure() {
             notes.push_back(timeGetTime());
     }
     MeasureLevel();
-    ear.Stop();
-    Print("from a plucked tone to its note", Delays(notes, ear.Onsets));
-    const auto first = ear.Ages.begin() + std::min<std::ptrdiff_t>(std::ssize(ear.Ages), Settling);
-    Print("age of a block when delivered", {first, ear.Ages.end()});
-    Print("the same in the first two seconds", {ear.Ages.begin(), first});
+    finder.Stop();
+    Print("from a plucked tone to its note", Delays(notes, finder.Onsets));
+    const auto first =
+        finder.Ages.begin() + std::min<std::ptrdiff_t>(std::ssize(finder.Ages), Settling);
+    Print("age of a block when delivered", {first, finder.Ages.end()});
+    Print("the same in the first two seconds", {finder.Ages.begin(), first});
 }
 
 } // namespace
@@ -131,7 +135,7 @@ void Measure() {
 int main() {
     bench::PrintCost("without the microphone");
     if (MIDISysInit(0) != -1 || !ZorAllocMIDI(ZOR_QUEUE_INPUT, 1024) || !ZorStartMIDI(1)) return 1;
-    bench::PrintCost("the library listens");
+    bench::PrintCost("the library captures");
     Measure();
     ZorStopMIDI();
     bench::PrintCost("stopped again");

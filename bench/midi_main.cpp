@@ -1,10 +1,10 @@
-// MIDI devices of this computer, as bench/midi has them: how long a message takes from a device to
-// a host and from a host to a device, through the library, through RtMidi and through nothing.
+// Measures how long a message takes from a MIDI device to a host and back, through the library,
+// through RtMidi and through the ALSA sequencer alone, with the devices of bench/midi.
 #include "bench/cost.h"
 #include "engine/zormidi.h"
 #include "platform/api/clock.h"
-#include "platform/machine.h"
 #include "platform/backends/alsa/alsa.h"
+#include "platform/machine.h"
 #include "platform/platform.h"
 
 #ifdef MEASURE_RTMIDI
@@ -26,7 +26,7 @@ constexpr int Messages = 1000;
 
 std::atomic<long> allocations{0};
 
-// A program at the sequencer with one port, which a thread of its own reads.
+// A sequencer client with one port, which a thread of its own reads.
 class Program {
 public:
     explicit Program(const char* name) {
@@ -36,19 +36,19 @@ public:
                                    SND_SEQ_PORT_CAP_READ | SND_SEQ_PORT_CAP_SUBS_READ |
                                        SND_SEQ_PORT_CAP_WRITE | SND_SEQ_PORT_CAP_SUBS_WRITE,
                                    SND_SEQ_PORT_TYPE_MIDI_GENERIC);
-        std::thread([this] { Read(); }).detach(); // to the end of the process
+        std::thread([this] { Read(); }).detach(); // until the process ends
     }
-    // A program lives as long as the process.
+    // A client lives as long as the process, since its thread does.
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
 
-    void Join(const Program& to) {
-        snd_seq_connect_to(Handle, 0, snd_seq_client_id(to.Handle), 0);
-        snd_seq_connect_from(Handle, 0, snd_seq_client_id(to.Handle), 0);
+    void Connect(const Program& peer) {
+        snd_seq_connect_to(Handle, 0, snd_seq_client_id(peer.Handle), 0);
+        snd_seq_connect_from(Handle, 0, snd_seq_client_id(peer.Handle), 0);
     }
-    void Part(const Program& from) {
-        snd_seq_disconnect_to(Handle, 0, snd_seq_client_id(from.Handle), 0);
-        snd_seq_disconnect_from(Handle, 0, snd_seq_client_id(from.Handle), 0);
+    void Disconnect(const Program& peer) {
+        snd_seq_disconnect_to(Handle, 0, snd_seq_client_id(peer.Handle), 0);
+        snd_seq_disconnect_from(Handle, 0, snd_seq_client_id(peer.Handle), 0);
     }
     void Send(unsigned char key) {
         snd_seq_event_t event;
@@ -59,20 +59,21 @@ public:
         snd_seq_ev_set_noteon(&event, 0, key, 64);
         snd_seq_event_output_direct(Handle, &event);
     }
-    std::atomic<int> Heard{-1}; // the key of the last note
+    std::atomic<int> LastKey{-1}; // of the last note on
 
 private:
     void Read() {
         machine::HastenThread();
         for (snd_seq_event_t* event = nullptr; snd_seq_event_input(Handle, &event) >= 0;)
-            if (event->type == SND_SEQ_EVENT_NOTEON) Heard = event->data.note.note;
+            if (event->type == SND_SEQ_EVENT_NOTEON) LastKey = event->data.note.note;
     }
     snd_seq_t* Handle = nullptr;
 };
 
-// Sends one note after the other, each when the one before has been heard.
+// Sends notes one at a time, each after the previous one has been received. received: the key that
+// came last, or -1.
 void Measure(const char* what, const std::function<void(unsigned char)>& send,
-             const std::function<int()>& heard) {
+             const std::function<int()>& received) {
     std::vector<double> times; // milliseconds
     times.reserve(Messages);
     const long before = allocations;
@@ -81,7 +82,7 @@ void Measure(const char* what, const std::function<void(unsigned char)>& send,
         const auto key = static_cast<unsigned char>(i % 100 + 1);
         const auto start = Clock::now(), latest = start + std::chrono::seconds(2);
         send(key);
-        while (heard() != key && Clock::now() < latest) std::this_thread::yield();
+        while (received() != key && Clock::now() < latest) std::this_thread::yield();
         const std::chrono::duration<double, std::milli> took = Clock::now() - start;
         if (Clock::now() < latest)
             times.push_back(took.count());
@@ -99,37 +100,39 @@ void Measure(const char* what, const std::function<void(unsigned char)>& send,
 
 void MeasureBare(Program& device) {
     static Program host("Bare");
-    host.Join(device);
+    host.Connect(device);
     Measure(
         "device to a bare program", [&](auto key) { device.Send(key); },
-        [&] { return host.Heard.load(); });
+        [&] { return host.LastKey.load(); });
     Measure(
         "a bare program to the device", [&](auto key) { host.Send(key); },
-        [&] { return device.Heard.load(); });
-    host.Part(device);
+        [&] { return device.LastKey.load(); });
+    host.Disconnect(device);
 }
 
 void MeasureRtMidi([[maybe_unused]] Program& device) {
 #ifdef MEASURE_RTMIDI
     RtMidiIn in(RtMidi::LINUX_ALSA);
     RtMidiOut out(RtMidi::LINUX_ALSA);
-    const auto open = [](RtMidi& way) {
-        for (unsigned port = 0; port < way.getPortCount(); ++port)
-            if (way.getPortName(port).find("Device") != std::string::npos) way.openPort(port);
+    const auto open = [](RtMidi& direction) {
+        for (unsigned port = 0; port < direction.getPortCount(); ++port)
+            if (direction.getPortName(port).find("Device") != std::string::npos)
+                direction.openPort(port);
     };
     open(in);
     open(out);
-    static std::atomic<int> heard{-1};
-    in.setCallback([](double, std::vector<unsigned char>* bytes, void*) { heard = (*bytes)[1]; });
+    static std::atomic<int> received{-1};
+    in.setCallback(
+        [](double, std::vector<unsigned char>* bytes, void*) { received = (*bytes)[1]; });
     Measure(
-        "device to RtMidi", [&](auto key) { device.Send(key); }, [] { return heard.load(); });
+        "device to RtMidi", [&](auto key) { device.Send(key); }, [] { return received.load(); });
     Measure(
         "RtMidi to the device",
         [&](auto key) {
             const unsigned char bytes[] = {0x90, key, 64};
             out.sendMessage(bytes, sizeof bytes);
         },
-        [&] { return device.Heard.load(); });
+        [&] { return device.LastKey.load(); });
 #endif
 }
 
@@ -142,7 +145,7 @@ bool MeasureLibrary(Program& device) {
     if (MIDISysInit(0) != -1 || !ZorAllocMIDI(ZOR_QUEUE_INPUT, 1024) ||
         !ZorAllocMIDI(ZOR_QUEUE_OUTPUT, 1024) || !ZorStartMIDI(1))
         return false;
-    bench::PrintCost("the library, nothing played");
+    bench::PrintCost("the library, idle");
     Measure(
         "device to ZorRcv", [&](auto key) { device.Send(key); }, NoteReceived);
     Measure(
@@ -151,26 +154,26 @@ bool MeasureLibrary(Program& device) {
             const MIDIEvent event = {ZorTimeMIDI(0), 0, 0, 2, 0x90, key, 64};
             ZorXmit(ZOR_QUEUE_OUTPUT, &event);
         },
-        [&] { return device.Heard.load(); });
+        [&] { return device.LastKey.load(); });
     ZorStopMIDI();
     MIDISysTerm();
     return true;
 }
 
-// Without the time that a record waits for the pump's next pass.
+// The device call alone, without the wait for the next pass of the pump.
 void MeasureCall(Program& device) {
     HMIDIOUT out = nullptr;
     if (midiOutOpen(&out, 0, 0, 0, CALLBACK_NULL) != MMSYSERR_NOERROR) return;
     Measure(
         "midiOutShortMsg to the device",
         [out](auto key) { midiOutShortMsg(out, 0x400090u | unsigned{key} << 8); },
-        [&] { return device.Heard.load(); });
+        [&] { return device.LastKey.load(); });
     midiOutClose(out);
 }
 
 } // namespace
 
-// Counted, whoever allocates.
+// Counts the allocations of the whole process.
 extern "C" void* __libc_malloc(std::size_t size);
 extern "C" void* malloc(std::size_t size) {
     ++allocations;

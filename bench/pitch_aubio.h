@@ -2,7 +2,7 @@
 
 namespace bench {
 
-// Was aubio there to be measured beside?
+// Whether the build has aubio to compare with.
 bool WithAubio();
 
 } // namespace bench

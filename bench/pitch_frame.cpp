@@ -1,5 +1,5 @@
-// One frame of the recogniser at a full window, beside the least that any such recogniser does:
-// moving its window on and looking once at every new sample.
+// One frame of the recogniser at a full window, compared with the least that such a recogniser must
+// do: moving its window and reading every new sample once.
 #include "bench/pitch_material.h"
 #include "pitchrec/pitch_rec.h"
 #include "pitchrec/plain_scan.h"
@@ -17,16 +17,16 @@ using bench::Material;
 void Floor(benchmark::State& state) {
     const Material material = bench::Sung(220);
     std::array<std::int16_t, bench::Window> store{};
-    constexpr std::size_t kept = bench::Window - bench::Hop;
+    constexpr std::size_t moved = bench::Window - bench::Hop;
     int block = 0;
     for (auto _ : state) {
-        std::memmove(store.data(), store.data() + bench::Hop, kept * sizeof(std::int16_t));
+        std::memmove(store.data(), store.data() + bench::Hop, moved * sizeof(std::int16_t));
         const std::uint8_t* data = material.Block(block);
         std::int16_t most = 0;
         std::int16_t least = 0;
         for (std::size_t i = 0; i < bench::Hop; ++i) {
             const auto sample = static_cast<std::int16_t>(data[2 * i] - 128);
-            store[kept + i] = sample;
+            store[moved + i] = sample;
             most = std::max(most, sample);
             least = std::min(least, sample);
         }
@@ -38,7 +38,7 @@ void Floor(benchmark::State& state) {
 }
 BENCHMARK(Floor)->Name("move the window, scan the new");
 
-// The block as the capture delivers it, to the notes taken out.
+// From a block as the capture delivers it to the notes read.
 void WholeFrame(benchmark::State& state, const Material& material) {
     auto* sound = new FedSound(bench::Rate, 2, 8);
     Sonorel::PitchRecWaveIn recogniser(sound);
@@ -71,7 +71,7 @@ void Silence(benchmark::State& state) {
 }
 BENCHMARK(Silence)->Name("frame, below the gate");
 
-// The scan alone, one sample at a time: what the whole frame would have to add to.
+// The scan alone, one sample at a time: the part of the frame that costs most.
 void PlainScan(benchmark::State& state) {
     const Material material = bench::Sung(220);
     std::vector<std::int16_t> samples;

@@ -30,6 +30,6 @@ int main(int argc, char** argv) {
     const bench::Results results = bench::RunBenchmarks(argc, argv);
     bench::PrintSection("Pitch recogniser", results, ownLines);
     bench::PrintSection("Pitch detectors of aubio against it", results, aubioLines);
-    if (!bench::WithAubio()) std::puts("  skipped: libaubio-dev was not there at build time");
+    if (!bench::WithAubio()) std::puts("  skipped: built without libaubio-dev");
     return 0;
 }

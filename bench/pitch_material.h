@@ -1,4 +1,4 @@
-// What the recogniser is measured on: blocks as the capture delivers them.
+// Test sounds for the recogniser, in blocks as the capture delivers them.
 #pragma once
 
 #include <cmath>
@@ -14,7 +14,7 @@ constexpr int Rate = 22050;
 
 struct Material {
     std::vector<float> Samples;       // -1 to 1
-    std::vector<std::uint8_t> Blocks; // the same, 8 bits, 2 channels
+    std::vector<std::uint8_t> Blocks; // the same sound, 8 bits unsigned, 2 channels
     int Count = 0;                    // blocks of Hop frames
     const std::uint8_t* Block(int block) const {
         return Blocks.data() + std::ptrdiff_t{block} * Hop * 2;
@@ -43,15 +43,15 @@ inline Material Sung(double frequency) {
     return MakeMaterial([&](int i) {
         phase += frequency * (1 + 0.004 * std::sin(2 * M_PI * 5.5 * i / Rate)) / Rate;
         double sum = 0;
-        double most = 0;
+        double maximum = 0;
         for (int h = 1; h <= 8; ++h) {
             const double f = frequency * h;
             const double gain = 1 / (1 + std::pow((f - 600) / 300, 2)) +
                                 0.5 / (1 + std::pow((f - 1100) / 300, 2)) + 0.3 / h;
             sum += gain * std::sin(2 * M_PI * h * phase);
-            most += gain;
+            maximum += gain;
         }
-        return 0.9 * sum / most * 1.5 + breath(random);
+        return 0.9 * sum / maximum * 1.5 + breath(random);
     });
 }
 

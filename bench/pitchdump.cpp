@@ -1,7 +1,6 @@
-// pitchdump < PCM: what the recogniser makes of a recording, for scripts/accuracy. The recording is
-// raw and as the microphone usually gives it: 22,050 Hz, 2 channels, 8 bits unsigned. Prints each
-// note message as TIME STATUS DATA1 DATA2, the status in hexadecimal; the recording begins at
-// 1000 ms.
+// pitchdump < PCM: feeds a recording to the recogniser, for scripts/accuracy. The recording is raw,
+// in the usual format of a microphone: 22,050 Hz, 2 channels, 8 bits unsigned. Prints each note
+// message as TIME STATUS DATA1 DATA2, the status in hexadecimal. The recording begins at 1000 ms.
 #include "pitchrec/pitch_rec.h"
 #include "tests/pitchrec/fed_sound.h"
 
@@ -20,7 +19,7 @@ void PrintNotes(Sonorel::PitchRec& recogniser) {
 } // namespace
 
 int main() {
-    auto* sound = new FedSound(Rate, 2, 8); // the recogniser's
+    auto* sound = new FedSound(Rate, 2, 8); // owned by the recogniser
     Sonorel::PitchRecWaveIn recogniser(sound);
     if (!recogniser.Open(Rate) || !recogniser.Enable(true)) {
         std::fputs("pitchdump: out of memory\n", stderr);

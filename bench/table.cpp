@@ -13,7 +13,7 @@ namespace {
 
 class LeastTime : public benchmark::BenchmarkReporter {
 public:
-    explicit LeastTime(Results& into) : results(into) {}
+    explicit LeastTime(Results& output) : results(output) {}
     bool ReportContext(const Context&) override { return true; }
     void ReportRuns(const std::vector<Run>& runs) override {
         for (const Run& run : runs) {
@@ -42,7 +42,8 @@ std::string Time(double nanoseconds) {
 
 void PrintRatio(const Results& results, const Ratio& line) {
     const auto what = results.find(line.What), against = results.find(line.Against);
-    if (what == results.end() || against == results.end()) return; // filtered out by the caller
+    if (what == results.end() || against == results.end())
+        return; // filtered out by --benchmark_filter
     const double ratio = what->second / against->second;
     std::printf("  %-44s %11s  %-34s %11s %8.2f", line.What, Time(what->second).c_str(),
                 line.Against, Time(against->second).c_str(), ratio);
@@ -58,8 +59,7 @@ void PrintRatio(const Results& results, const Ratio& line) {
 } // namespace
 
 Results RunBenchmarks(int argc, char** argv) {
-    // A lock is cheaper while a process has one thread only, and no host of ours has: a second one
-    // stands by.
+    // A lock is cheaper in a process with one thread, which no host is, so there is a second one.
     std::jthread second([](const std::stop_token& stop) {
         std::mutex lock;
         std::unique_lock held(lock);
@@ -69,7 +69,7 @@ Results RunBenchmarks(int argc, char** argv) {
     static char time[] = "--benchmark_min_time=0.02";
     static char order[] = "--benchmark_enable_random_interleaving=true";
     std::vector<char*> arguments = {argv[0], repetitions, time, order};
-    arguments.insert(arguments.end(), argv + 1, argv + argc); // what the caller says comes last
+    arguments.insert(arguments.end(), argv + 1, argv + argc); // the caller's override ours
     int count = static_cast<int>(arguments.size());
     benchmark::Initialize(&count, arguments.data());
     Results results;

@@ -1,5 +1,5 @@
-// One table of ratios from several programs: each measures its own subject and the baselines beside
-// it in the same run, and prints its section.
+// One table of ratios from several programs. Each measures its subject and its baselines in the
+// same run and prints its section.
 #pragma once
 
 #include <map>
@@ -8,20 +8,20 @@
 
 namespace bench {
 
-// Nanoseconds by name: of one round of a benchmark, or whatever a program adds by itself.
+// Nanoseconds by name: of one iteration of a benchmark, or added by a program.
 using Results = std::map<std::string, double>;
 
-// Runs the registered benchmarks several times in random order, and keeps the least processor time
-// of each: what else the machine does can only add to it. A second thread stands by, so that locks
-// cost what they cost in a real host. A benchmark whose round handles several
-// records says how many in the counter "records", and its time is that of one.
+// Runs the registered benchmarks 15 times in random order and returns the least processor time of
+// each, since other load of the machine can only add to it. A second thread exists meanwhile, so
+// that locks cost as much as in a host. A benchmark whose iteration handles several records sets
+// the counter "records" to their number; its time is then per record.
 Results RunBenchmarks(int argc, char** argv);
 
 struct Ratio {
     const char* What;    // a name of the results
     const char* Against; // its baseline
-    double Target;       // the ratio to stay within; 0 for none
-    double AtLeast = 0;  // or the ratio to reach, where what is measured is the rival
+    double Target;       // maximum of the ratio; 0 for none
+    double AtLeast = 0;  // minimum of the ratio, where the subject is the rival; 0 for none
 };
 
 // Prints one line for each ratio.

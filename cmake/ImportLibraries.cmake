@@ -1,6 +1,7 @@
-# Run after the DLL is linked: -D DLL= DEF= NM= DLLTOOL= FOLDER=. Makes what programs link with: the
-# names as callers have them, on 32 bits with the bytes that the function takes off the stack
-# (_ZorXmit@8), which the DLL itself exports without.
+# Run after the DLL is linked: cmake -DDLL= -DDEF= -DNM= -DDLLTOOL= -DFOLDER= -P ImportLibraries.cmake
+# Writes to FOLDER the import libraries that programs link. They hold the names that callers use: on
+# 32 bits these end with the number of bytes that the function pops off the stack (_ZorXmit@8), while
+# the DLL exports the plain name.
 file(STRINGS ${DEF} names REGEX "^ +[A-Za-z]+$")
 execute_process(COMMAND ${NM} ${DLL} OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
 set(lines "LIBRARY ZORMIDI.DLL\nEXPORTS\n")

@@ -1,5 +1,5 @@
-# What `cmake --install` gives: the header, the library and the system's stand-in with the headers to
-# steer it, zorhost, a CMake package and a pkg-config file.
+# `cmake --install`: the header, the library, the platform library with the headers that control it,
+# zorhost, a CMake package and a pkg-config file.
 include(CMakePackageConfigHelpers)
 
 install(TARGETS zormidi EXPORT zormidiTargets RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
@@ -25,35 +25,35 @@ if(WIN32)
   return()
 endif()
 
-# The stand-in.
+# The platform library.
 set_target_properties(zormidi zorplatform PROPERTIES INSTALL_RPATH "$ORIGIN")
 install(TARGETS zorplatform EXPORT zormidiTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-# machine.h and all that it includes.
-set(steering platform/machine.h)
-foreach(depth RANGE 3) # none lies deeper
-  foreach(header ${steering})
+# machine.h and all headers that it includes.
+set(machine_headers platform/machine.h)
+foreach(depth RANGE 3) # no include chain is longer
+  foreach(header ${machine_headers})
     file(STRINGS ${header} lines REGEX "^#include \"platform/")
     list(TRANSFORM lines REPLACE ".*\"(.*)\".*" "\\1")
-    list(APPEND steering ${lines})
+    list(APPEND machine_headers ${lines})
   endforeach()
-  list(REMOVE_DUPLICATES steering)
+  list(REMOVE_DUPLICATES machine_headers)
 endforeach()
-foreach(header ${steering})
+foreach(header ${machine_headers})
   cmake_path(GET header PARENT_PATH folder)
   install(FILES ${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zormidi/${folder})
 endforeach()
 
-# Loaded from beside zorplatform, by whoever shows a dialog or has real devices.
-get_property(loaded GLOBAL PROPERTY ZOR_BACK_ENDS)
-if(loaded)
-  set_target_properties(${loaded} PROPERTIES INSTALL_RPATH "$ORIGIN")
-  install(TARGETS ${loaded} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_SKIP)
+# The back ends, which zorplatform loads from its own folder when a device or dialog is first needed.
+get_property(back_ends GLOBAL PROPERTY ZOR_BACK_ENDS)
+if(back_ends)
+  set_target_properties(${back_ends} PROPERTIES INSTALL_RPATH "$ORIGIN")
+  install(TARGETS ${back_ends} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_SKIP)
 endif()
 
 if(TARGET zorhost)
   set_target_properties(zorhost PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
   install(TARGETS zorhost RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-  install(FILES ${CMAKE_BINARY_DIR}/host/zorhost.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+  install(FILES ${PROJECT_BINARY_DIR}/host/zorhost.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
   install(FILES host/cli/completion.bash RENAME zorhost
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
 endif()

@@ -1,4 +1,4 @@
-# The product: one shared library from all subsystems, exporting the 29 functions and nothing else.
+# The product: one shared library from all subsystems, which exports the 29 functions only.
 set(ZOR_SUBSYSTEMS support engine mme soundin pitchrec setup resources)
 list(TRANSFORM ZOR_SUBSYSTEMS REPLACE "(.+)" "$<TARGET_OBJECTS:zor_\\1>" OUTPUT_VARIABLE zor_objects)
 
@@ -26,8 +26,8 @@ else()
   target_link_options(zormidi PRIVATE
     -Wl,--version-script=${PROJECT_SOURCE_DIR}/engine/zormidi.map ${ZOR_NO_UNDEFINED})
 
-  # The same objects for tests and benches that look inside.
-  add_library(zor_inside STATIC ${zor_objects})
+  # The same objects as a static library, for tests, fuzz targets and benchmarks that use internals.
+  add_library(zor_inside STATIC EXCLUDE_FROM_ALL ${zor_objects})
   target_link_libraries(zor_inside PUBLIC zor_options zorplatform)
-  target_link_options(zor_inside INTERFACE -Wl,--undefined=ZorModule) # keeps library_resources.cpp
+  target_link_options(zor_inside INTERFACE -Wl,--undefined=ZorModule) # links library_resources.cpp in
 endif()

@@ -1,6 +1,5 @@
-# zor_precompile(target ...), as target_precompile_headers: compiles once what most files of the target
-# include. Not with ccache, whose preprocessor runs away on it (gigabytes of memory): such a build finds
-# a file that lacks an include.
+# zor_precompile(target ...): target_precompile_headers, but not in builds with ccache, whose
+# preprocessor then takes gigabytes of memory. Those builds find files that lack an include.
 function(zor_precompile target)
   if(NOT CMAKE_CXX_COMPILER_LAUNCHER)
     target_precompile_headers(${target} ${ARGN})

@@ -8,7 +8,7 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 
-# Hosts and system call with a stack aligned to 4 bytes only, so functions that need more align it
-# themselves. Doubles are computed in SSE registers, so that results are those of every other system.
+# Hosts and the system call with a stack aligned to 4 bytes only, so functions that need more align it
+# themselves. Doubles are computed in SSE registers, which gives the results of other systems.
 set(CMAKE_C_FLAGS_INIT "-mstackrealign -msse2 -mfpmath=sse")
 set(CMAKE_CXX_FLAGS_INIT "-mstackrealign -msse2 -mfpmath=sse")

@@ -145,6 +145,7 @@ const std::vector<std::string> Rounds = {
     "/4 D5 C#5 B4 A4 G4 F#4 G4 E4",
     "/8 D4 F#4 A4 G4 F#4 D4 F#4 E4 D4 B3 D4 A4 G4 B4 A4 G4",
     "/8 F#4 D4 E4 C#5 D5 F#5 A5 A4 B4 G4 A4 F#4 D4 D5 /8. D5 /16 C#5",
+    // NOLINTNEXTLINE(bugprone-suspicious-missing-comma): one text on two lines
     "/16 D5 C#5 D5 D4 C#4 A4 E4 F#4 D4 D5 C#5 B4 C#5 F#5 A5 B5 G5 F#5 E5 G5 F#5 E5 D5 C#5 "
     "B4 A4 G4 F#4 E4 G4 F#4 E4",
     "/16 D4 E4 F#4 G4 A4 E4 A4 G4 F#4 B4 A4 G4 A4 G4 F#4 E4 D4 B3 B4 C#5 D5 C#5 B4 A4 "

@@ -1,4 +1,4 @@
-// The functions in any order and with any arguments, against the model.
+// The exported functions in any order and with any arguments, compared with the reference model.
 #include "fuzz/fuzz.h"
 #include "tests/support/twin.h"
 
@@ -78,12 +78,12 @@ void Queue(Twin& twin, Bytes& bytes) {
     }
 }
 
-// Calls that change nothing, with arguments that a host should not give.
+// Calls with invalid arguments, which change nothing.
 void Nonsense() {
     std::uint16_t count = 7;
     Check(!ZorRcv(nullptr, 0) && !ZorXmit(1, nullptr) && !ZorXmit(ZOR_IMMEDIATE, nullptr), "null");
     Check(!ZorReportMQ(1, nullptr, &count) && count == 0, "an output reads 0");
-    Check(ZorEtimeMIDI(9, &count) == 0 && ZorResoMIDI() == 1000 && ZorSetupMIDI(1), "as ever");
+    Check(ZorEtimeMIDI(9, &count) == 0 && ZorResoMIDI() == 1000 && ZorSetupMIDI(1), "constants");
     ZorMIDIStatus(nullptr, nullptr);
     ZorConfigMIDIDriver(nullptr, -1);
     Check(ZorMIDIDriverVersion(nullptr) == 0x04030401, "the version");
@@ -109,7 +109,7 @@ void Step(Twin& twin, Bytes& bytes) {
 } // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    [[maybe_unused]] static const bool there =
+    [[maybe_unused]] static const bool ready =
         (FreshMachine(Twin::Ini(Ports)), Twin::AddPorts(Ports), true);
     Bytes bytes(data, size);
     static constexpr std::uint32_t clocks[] = {5000, 0xFFFFFF00, 0x7FFFFF00};
@@ -120,7 +120,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     for (std::int16_t queue = 0; queue < 3; ++queue) twin.Alloc(queue, 8);
     twin.Start(true);
     twin.SetTime(0);
-    twin.Receive(0, 0xFC); // a clock that the run before was about to start
+    twin.Receive(0, 0xFC); // Stop, since the run before may have armed the clock
     while (bytes.Any() && twin.Difference.empty()) {
         for (int step = 0; step < 8 && bytes.Any(); ++step) Step(twin, bytes);
         twin.Compare();
@@ -129,7 +129,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     ZorEchoMIDI(0, nullptr);
     ZorStopMIDI();
     ZorSyncMIDI(0), ZorFilterMIDI(0, 0);
-    Check(machine::OpenMidiInputs() + machine::OpenMidiOutputs() == 0, "all is closed");
-    Check(machine::PendingTimers().empty() && machine::OpenTimerPeriods().empty(), "time stands");
+    Check(machine::OpenMidiInputs() + machine::OpenMidiOutputs() == 0, "all ports are closed");
+    Check(machine::PendingTimers().empty() && machine::OpenTimerPeriods().empty(), "no timers");
     return 0;
 }

@@ -1,4 +1,4 @@
-// Both dialogs under any user and any messages, while devices come and go.
+// Both dialogs with any user actions and any messages, while devices are plugged and unplugged.
 #include "engine/driver_table.h"
 #include "fuzz/fuzz.h"
 #include "mme/setup_dialog.h"
@@ -15,7 +15,7 @@ int Id(Bytes& bytes) {
     return choice < 128 ? 10 + choice % 60 : bytes.Word();
 }
 
-// A message that a dialog procedure may get from anywhere.
+// Sends a message such as any program may send to a dialog procedure.
 void Message(DialogUser& user, Bytes& bytes) {
     static constexpr UINT messages[] = {WM_COMMAND, WM_TIMER, WM_VSCROLL, WM_INITDIALOG, WM_USER};
     const UINT message = messages[bytes.Below(5)];
@@ -43,7 +43,7 @@ void Act(DialogUser& user, Bytes& bytes) {
         user.Click(Id(bytes));
         return;
     case 1:
-        user.Type(Id(bytes), std::string(bytes.Take(bytes.Below(12))));
+        user.Type(Id(bytes), std::string(bytes.Read(bytes.Below(12))));
         return;
     case 2:
         user.Select(Id(bytes), static_cast<int>(bytes.Below(6)) - 1);
@@ -63,7 +63,7 @@ void Act(DialogUser& user, Bytes& bytes) {
 void CheckClosed() {
     Check(machine::OpenMidiInputs() + machine::OpenMidiOutputs() == 0, "ports are closed");
     Check(machine::OpenWaveIns() + machine::OpenMixers() == 0, "the microphone is closed");
-    Check(machine::PreparedWaveHeaders() == 0 && machine::PendingTimers().empty(), "and the rest");
+    Check(machine::PreparedWaveHeaders() == 0 && machine::PendingTimers().empty(), "none is left");
 }
 
 } // namespace
@@ -84,7 +84,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     ScriptDialogs(nullptr);
     ZorStopMIDI();
     MIDISysTerm();
-    MIDISysInit(0); // takes back what an unplugged device kept
+    MIDISysInit(0); // closes what an unplugged device has kept open
     MIDISysTerm();
     machine::Advance(1);
     CheckClosed();

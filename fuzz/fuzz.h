@@ -1,5 +1,5 @@
-// What the fuzz targets share. Each is one function that takes made-up bytes; a Check that fails,
-// or any report of a sanitizer, ends the program and leaves the bytes in a file.
+// Shared by the fuzz targets. A target is one function that gets bytes from the fuzzer. A failed
+// Check or a report of a sanitizer ends the program, and libFuzzer writes the bytes to a file.
 #pragma once
 
 #include "engine/zormidi.h"
@@ -22,12 +22,12 @@ inline void Check(bool holds, const char* what) {
     std::abort();
 }
 
-// The made-up bytes, read from the front. Where they have run out there are zeros.
+// The fuzzer's bytes, read from the front; zeros after the end.
 class Bytes {
 public:
-    Bytes(const std::uint8_t* data, std::size_t size) : At(data), End(data + size) {}
-    bool Any() const { return At < End; }
-    std::uint8_t Byte() { return Any() ? *At++ : std::uint8_t{0}; }
+    Bytes(const std::uint8_t* data, std::size_t size) : Next(data), End(data + size) {}
+    bool Any() const { return Next < End; }
+    std::uint8_t Byte() { return Any() ? *Next++ : std::uint8_t{0}; }
     std::uint16_t Word() {
         const unsigned low = Byte();
         return static_cast<std::uint16_t>(low | Byte() * 256u);
@@ -37,28 +37,28 @@ public:
         return low | std::uint32_t{Word()} << 16;
     }
     std::uint32_t Below(std::uint32_t limit) { return Byte() % limit; }
-    std::string_view Take(std::size_t count) {
-        const auto* from = reinterpret_cast<const char*>(At);
-        count = std::min(count, static_cast<std::size_t>(End - At));
-        At += count;
-        return {from, count};
+    std::string_view Read(std::size_t count) {
+        const auto* first = reinterpret_cast<const char*>(Next);
+        count = std::min(count, static_cast<std::size_t>(End - Next));
+        Next += count;
+        return {first, count};
     }
 
 private:
-    const std::uint8_t* At;
+    const std::uint8_t* Next;
     const std::uint8_t* End;
 };
 
-// An empty machine with a stepped clock, and an ini file in a folder of this process's own.
+// Starts a machine without devices, on a stepped clock, with the ini file in a temporary folder.
 inline void FreshMachine(const std::string& ini, std::uint32_t clock = 1000) {
     static const std::filesystem::path folder = [] {
         const bool memory = std::filesystem::is_directory("/dev/shm");
         std::string name = std::string(memory ? "/dev/shm" : "/tmp") + "/zorfuzz-XXXXXX";
         return std::filesystem::path(mkdtemp(name.data()));
     }();
-    static const struct Sweep {
-        ~Sweep() { std::filesystem::remove_all(folder); }
-    } sweep;
+    static const struct Removal {
+        ~Removal() { std::filesystem::remove_all(folder); }
+    } removal;
     machine::PowerOn();
     machine::UseSteppedClock(clock);
     machine::SetModulePath((folder / "libzormidi.so").string());

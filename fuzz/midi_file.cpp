@@ -1,4 +1,4 @@
-// Any bytes as a MIDI file: what is read can be written, and read again as the same.
+// Any bytes as a MIDI file: a song that was read can be written, and reads the same again.
 #include "fuzz/fuzz.h"
 #include "midifile/reader.h"
 #include "midifile/writer.h"
@@ -18,16 +18,16 @@ void CheckOrder(const Song& song) {
     for (std::size_t i = 0; i < song.Events.size(); ++i) {
         const Event& event = song.Events[i];
         Check(event.Status >= 0x80 && event.Status < 0xF0, "a channel message");
-        Check(event.Data1 < 128 && event.Data2 < 128, "its data bytes");
-        Check(event.Tick <= song.EndTick, "nothing lies behind the end");
+        Check(event.Data1 < 128 && event.Data2 < 128, "its data bytes are below 128");
+        Check(event.Tick <= song.EndTick, "no event lies after the end");
         Check(i == 0 || song.Events[i - 1].Tick <= event.Tick, "events are in order");
     }
     for (const auto& track : song.Tracks)
-        Check(std::ranges::is_sorted(track, {}, &TrackEvent::Tick), "and those of each track");
+        Check(std::ranges::is_sorted(track, {}, &TrackEvent::Tick), "track in order");
     const std::int64_t middle = song.EndTick / 2;
     const std::int64_t time = song.Map.MicrosecondsAt(middle);
-    Check(time >= 0 && time <= song.Map.MicrosecondsAt(song.EndTick), "time goes on");
-    Check(song.Map.BarBeatAt(middle).Bar >= 1, "bars begin with 1");
+    Check(time >= 0 && time <= song.Map.MicrosecondsAt(song.EndTick), "time increases");
+    Check(song.Map.BarBeatAt(middle).Bar >= 1, "bars count from 1");
 }
 
 } // namespace
@@ -44,8 +44,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         for (std::size_t i = 0; i < tracks.size(); ++i)
             for (const TrackEvent& event : song.Tracks[i]) tracks[i].Add(event.Tick, event);
         const Song again = Read(Write(tracks, song.Map.TicksPerQuarter()));
-        Check(std::ranges::equal(song.Events, again.Events, Same), "the same once more");
-        Check(song.Map.TicksPerQuarter() == again.Map.TicksPerQuarter(), "in the same time");
+        Check(std::ranges::equal(song.Events, again.Events, Same), "the same events");
+        Check(song.Map.TicksPerQuarter() == again.Map.TicksPerQuarter(), "the same ticks");
     } catch (const Error&) {
     }
     return 0;

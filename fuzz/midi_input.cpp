@@ -1,5 +1,4 @@
-// Whatever an input device delivers: any bytes at any port, echoed, with filters and external
-// clock.
+// Any bytes from an input device, at any port, with echo, filters and external clock.
 #include "fuzz/fuzz.h"
 #include "platform/platform.h"
 
@@ -11,7 +10,7 @@ void BringUp() {
     FreshMachine("[MMEDRVR]\nInName1=A\nInName2=B\nInBase2=17\nOutName1=A\nOutName2=B\n"
                  "OutBase2=17\n");
     for (const char* name : {"A", "B"}) machine::AddMidiInput(name), machine::AddMidiOutput(name);
-    Check(MIDISysInit(0) == -1 && ZorAllocMIDI(0, 64) && ZorAllocMIDI(1, 16), "comes up");
+    Check(MIDISysInit(0) == -1 && ZorAllocMIDI(0, 64) && ZorAllocMIDI(1, 16), "initialises");
     ZorEchoMIDI(1, nullptr);
     ZorStartTimer();
 }
@@ -22,9 +21,9 @@ void CheckRecords(bool full) {
         Check(event.Status >= 0x80 && event.Length <= 2 && event.Etime == 0, "a record is whole");
         Check(event.Status >= 0xF0 || event.Status % 16 == 0, "the channel is not in the status");
         Check(event.Channel >= 0 && event.Channel < 16 * Ports, "the channel is its port's");
-        Check(event.Status < 0xF0 || event.Channel % 16 == 0, "a system message has none");
+        Check(event.Status < 0xF0 || event.Channel % 16 == 0, "a system message has no channel");
     }
-    Check(count < 64 && (!full || count == 63), "the ring holds what it can");
+    Check(count < 64 && (!full || count == 63), "the ring's count");
 }
 
 void CheckSent() {

@@ -1,6 +1,6 @@
-// Stands in for the fuzzer in other builds: feeds a target each file of the folder that it is
-// given, each beginning of it, and changed copies, and then bytes without any sense, the same ones
-// every time.
+// Replaces libFuzzer in other builds: replay FOLDER feeds the target each file of the folder, each
+// prefix of it and randomly changed copies, and then random bytes. The random numbers are the same
+// in each run.
 #include "fuzz/fuzz.h"
 
 #include <iterator>
@@ -9,7 +9,7 @@
 #include <vector>
 
 int main(int, char** arguments) {
-    alarm(240); // a run that hangs fails
+    alarm(240); // seconds; a run that hangs fails
     std::mt19937 random;
     std::size_t runs = 0;
     for (const auto& file : std::filesystem::directory_iterator(arguments[1])) {

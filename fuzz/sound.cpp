@@ -1,4 +1,4 @@
-// Blocks of any size and content, in any format, into the recogniser.
+// Sound blocks of any size, content and format, into the recogniser.
 #include "fuzz/fuzz.h"
 #include "pitchrec/pitch_rec.h"
 #include "soundin/sound_in.h"
@@ -10,7 +10,7 @@ using namespace Sonorel;
 
 namespace {
 
-// What a recogniser has been told to hear, from one byte a setting.
+// Changes all settings of a recogniser. wild: reference pitches out of range too.
 void Set(PitchRecWaveIn& recogniser, Bytes& bytes, bool wild) {
     const std::uint8_t flags = bytes.Byte();
     recogniser.SetTrackingMode(flags & 1);
@@ -22,16 +22,16 @@ void Set(PitchRecWaveIn& recogniser, Bytes& bytes, bool wild) {
     recogniser.SetReferencePitch(wild ? pitch : 415 + flags / 32 % 2 * 25);
 }
 
-// Mostly about what a device gives; now and then more than the recogniser can store.
+// Bytes of a block: mostly those of a device's, sometimes more than the recogniser can store.
 std::size_t Size(Bytes& bytes, std::uint8_t kind) {
     return kind >= 0xF8 ? bytes.Word() : bytes.Byte() * 8u;
 }
 
-// A block as it stands in the bytes, or a wave made from a few of them.
+// A block copied from the bytes, or a synthesised wave whose parameters are read from them.
 std::vector<std::uint8_t> Block(Bytes& bytes) {
     const std::uint8_t kind = bytes.Byte();
     if (kind % 4 == 0) {
-        const std::string_view raw = bytes.Take(Size(bytes, kind));
+        const std::string_view raw = bytes.Read(Size(bytes, kind));
         return {raw.begin(), raw.end()};
     }
     std::vector<std::uint8_t> block(kind % 4 == 1 ? 1024u : Size(bytes, kind));
@@ -44,13 +44,13 @@ std::vector<std::uint8_t> Block(Bytes& bytes) {
     return block;
 }
 
-// One decided note at a time, and nothing that is not MIDI. The frame-by-frame ones are switched on
-// and off in the middle. most: 127, but with a reference pitch from nowhere.
+// Only MIDI messages, and one note at a time. held: the note that sounds, or -1. most: the highest
+// note, 127 with a reference pitch in range.
 void CheckNotes(PitchRecWaveIn& recogniser, std::int32_t& held, std::int32_t most) {
     std::int32_t time, status, note, value;
     while (recogniser.GetNote(&time, &status, &note, &value)) {
         Check((status & 0x0F) < 2 && (note & ~most) == 0 && (value & ~0xFF) == 0, "MIDI");
-        if (status == 0x90) Check(held < 0, "the note before has ended"), held = note;
+        if (status == 0x90) Check(held < 0, "the previous note has ended"), held = note;
         if (status == 0x80) Check(held == note, "the note sounded"), held = -1;
         const std::int32_t type = status & 0xF0;
         Check(type == 0x80 || type == 0x90 || type == 0xB0 || type == 0xE0, "a known message");

@@ -1,4 +1,4 @@
-# find_package(zormidi) from the unpacked zip, for MinGW and MSVC, whichever width is built for.
+# find_package(zormidi) from the unpacked zip, for MinGW and MSVC, of the width of the build.
 if(TARGET zormidi::zormidi)
   return()
 endif()

@@ -1,4 +1,4 @@
-# From the working tree that this port lies in: an overlay port.
+# An overlay port: builds the working tree that contains it.
 set(SOURCE_PATH "${CURRENT_PORT_DIR}/../../..")
 vcpkg_check_linkage(ONLY_DYNAMIC_LIBRARY)
 vcpkg_cmake_configure(SOURCE_PATH "${SOURCE_PATH}" OPTIONS -DZOR_TESTS=OFF -DZOR_HOST=OFF)
