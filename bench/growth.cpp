@@ -7,7 +7,7 @@
 #include "platform/platform.h"
 #include "soundin/sound_in.h"
 #include "support/lock.h"
-#include "tests/support/twin.h"
+#include "tests/support/reference_model.h"
 
 #include <algorithm>
 #include <cmath>

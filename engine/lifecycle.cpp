@@ -1,8 +1,8 @@
 #include "engine/lifecycle.h"
 
+#include "engine/active_call.h"
 #include "engine/driver_group.h"
 #include "engine/driver_table.h"
-#include "engine/errand.h"
 #include "engine/library_instance.h"
 #include "engine/queues.h"
 #include "engine/receive.h"

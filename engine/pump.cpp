@@ -1,6 +1,6 @@
 // Plays what is due from the output queues.
+#include "engine/active_call.h"
 #include "engine/driver_table.h"
-#include "engine/errand.h"
 #include "engine/queues.h"
 #include "engine/sections.h"
 #include "engine/time_base.h"

@@ -1,7 +1,7 @@
 #include "engine/receive.h"
 
+#include "engine/active_call.h"
 #include "engine/driver_group.h"
-#include "engine/errand.h"
 #include "engine/queues.h"
 #include "engine/time_base.h"
 #include "engine/transmission.h"

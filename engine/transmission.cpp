@@ -1,7 +1,7 @@
 #include "engine/transmission.h"
 
+#include "engine/active_call.h"
 #include "engine/driver_table.h"
-#include "engine/errand.h"
 #include "engine/sections.h"
 
 std::atomic<std::int16_t> XmitBusy{0};

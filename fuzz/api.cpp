@@ -1,6 +1,6 @@
 // The functions in any order and with any arguments, against the model.
 #include "fuzz/fuzz.h"
-#include "tests/support/twin.h"
+#include "tests/support/reference_model.h"
 
 namespace {
 

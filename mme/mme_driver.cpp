@@ -1,6 +1,6 @@
 // The driver's slots for starting, stopping and sync, and the callback of its input devices.
+#include "engine/active_call.h"
 #include "engine/driver_table.h"
-#include "engine/errand.h"
 #include "mme/ports.h"
 
 namespace {

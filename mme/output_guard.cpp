@@ -1,6 +1,6 @@
 #include "mme/output_guard.h"
 
-#include "engine/errand.h"
+#include "engine/active_call.h"
 
 namespace {
 

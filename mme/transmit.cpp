@@ -1,6 +1,6 @@
 // Sending: chooses the ports of a record, counts notes, chooses status bytes, caches patches.
+#include "engine/active_call.h"
 #include "engine/driver_table.h"
-#include "engine/errand.h"
 #include "midi/note_counts.h"
 #include "mme/output_guard.h"
 

@@ -2,7 +2,7 @@
 // side of it. Ends with 0 if nothing was torn, lost, stuck or left open.
 #include "engine/zormidi.h"
 #include "platform/machine.h"
-#include "tests/support/twin.h"
+#include "tests/support/reference_model.h"
 
 #include <atomic>
 #include <chrono>

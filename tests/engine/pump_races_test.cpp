@@ -1,7 +1,7 @@
 // The pump against everything that can come in while it is inside a driver.
 #include "tests/engine/rig.h"
 
-#include "engine/errand.h"
+#include "engine/active_call.h"
 #include "engine/timer.h"
 
 #include <thread>

@@ -1,5 +1,5 @@
 // Output devices whose driver belongs to another program: it calls back, waits and is slow.
-#include "engine/errand.h"
+#include "engine/active_call.h"
 #include "mme_test.h"
 
 #include <atomic>

@@ -1,5 +1,5 @@
 // Journeys through the MIDI Setup dialog, with a script for the user.
-#include "desk.h"
+#include "dialog_fixture.h"
 
 using namespace midisetup;
 

@@ -1,6 +1,6 @@
 // Journeys through the microphone's dialog, on a live recogniser of either capture class, with a
 // script for the user.
-#include "desk.h"
+#include "dialog_fixture.h"
 
 #include "engine/driver_table.h"
 #include "pitchrec/driver/prec_driver.h"

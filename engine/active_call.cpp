@@ -1,4 +1,4 @@
-#include "engine/errand.h"
+#include "engine/active_call.h"
 
 #include "platform/platform.h"
 

@@ -1,7 +1,7 @@
 // A day of work in a minute: the library beside its model, on eight ports and a stepped clock that
 // wraps at noon, with a host that does all that hosts do.
 #include "tests/support/machine_test.h"
-#include "tests/support/twin.h"
+#include "tests/support/reference_model.h"
 
 #include <cstdio>
 #include <random>
