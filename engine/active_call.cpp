@@ -4,37 +4,37 @@
 
 namespace {
 
-// Where each thread keeps its innermost errand. Taken when the module is loaded, never given back:
-// a callback that comes late looks into it too.
+// The thread-local slot of the innermost active call. Allocated when the library is loaded and
+// never freed, since late callbacks read it too.
 const DWORD Slot = TlsAlloc();
 
-// Callbacks under way on all threads, those of the present epoch and those from before it: who
-// waits begins a new epoch, so that callbacks that go on coming in cannot hold it up.
-std::atomic<unsigned> epoch{0};
-std::atomic<int> inside[2];
+// Callbacks in progress on all threads, in two counters. A waiting thread switches new callbacks to
+// the other counter, so that they cannot prolong its wait.
+std::atomic<unsigned> switches{0}; // new callbacks use counter switches % 2
+std::atomic<int> callbacks[2];
 
-Errand* Innermost() { return static_cast<Errand*>(TlsGetValue(Slot)); }
+ActiveCall* Innermost() { return static_cast<ActiveCall*>(TlsGetValue(Slot)); }
 
-bool IsCallback(const Errand& errand) { return errand.What != Errand::Kind::Transmission; }
+bool IsCallback(const ActiveCall& call) { return call.Kind != CallKind::Transmission; }
 
-const Errand* InnermostThat(bool isCallback) {
-    const Errand* errand = Innermost();
-    while (errand && IsCallback(*errand) != isCallback) errand = errand->Outer;
-    return errand;
+const ActiveCall* InnermostWhere(bool isCallback) {
+    const ActiveCall* call = Innermost();
+    while (call && IsCallback(*call) != isCallback) call = call->Enclosing;
+    return call;
 }
 
-int CallbacksOfThisThread(unsigned parity) {
+int CallbacksOfThisThread(unsigned counter) {
     int count = 0;
-    for (const Errand* errand = Innermost(); errand; errand = errand->Outer)
-        count += IsCallback(*errand) && errand->Epoch == parity ? 1 : 0;
+    for (const ActiveCall* call = Innermost(); call; call = call->Enclosing)
+        count += IsCallback(*call) && call->Counter == counter ? 1 : 0;
     return count;
 }
 
-// Whether all callbacks of other threads that are counted there have ended by the deadline. A sleep
-// can take far longer than it is asked to, so none is counted.
-bool Drained(unsigned parity, std::chrono::steady_clock::time_point deadline) {
-    const int own = CallbacksOfThisThread(parity);
-    while (inside[parity].load(std::memory_order_acquire) > own) {
+// True if all callbacks of other threads in this counter have returned by the deadline. The clock
+// is read after each sleep, since a sleep can last far longer than requested.
+bool Drained(unsigned counter, std::chrono::steady_clock::time_point deadline) {
+    const int own = CallbacksOfThisThread(counter);
+    while (callbacks[counter].load(std::memory_order_acquire) > own) {
         if (std::chrono::steady_clock::now() >= deadline) return false;
         Sleep(1);
     }
@@ -43,41 +43,40 @@ bool Drained(unsigned parity, std::chrono::steady_clock::time_point deadline) {
 
 } // namespace
 
-Errand::Errand(Kind what, Generation begun)
-    : What(what), Begun(begun), Outer(Innermost()), Epoch(epoch.load() % 2) {
+ActiveCall::ActiveCall(CallKind kind, Generation start)
+    : Kind(kind), StartGeneration(start), Enclosing(Innermost()), Counter(switches.load() % 2) {
     TlsSetValue(Slot, this);
-    if (IsCallback(*this)) inside[Epoch].fetch_add(1);
+    if (IsCallback(*this)) callbacks[Counter].fetch_add(1);
 }
 
-// Release: whoever sees the last callback gone sees what it did.
-Errand::~Errand() {
-    TlsSetValue(Slot, Outer);
-    if (IsCallback(*this)) inside[Epoch].fetch_sub(1, std::memory_order_release);
+// Release: a thread that reads the decremented counter sees all that the callback did.
+ActiveCall::~ActiveCall() {
+    TlsSetValue(Slot, Enclosing);
+    if (IsCallback(*this)) callbacks[Counter].fetch_sub(1, std::memory_order_release);
 }
 
-bool StillWanted() {
-    const Errand* transmission = InnermostThat(false);
-    return !transmission || MayTransmit(transmission->Begun);
+bool TransmissionCancelled() {
+    const ActiveCall* transmission = InnermostWhere(false);
+    return transmission && IsCancelled(transmission->StartGeneration);
 }
 
-bool OnInputThread() {
-    for (const Errand* errand = Innermost(); errand; errand = errand->Outer)
-        if (errand->What == Errand::Kind::Input) return true;
+bool InInputCallback() {
+    for (const ActiveCall* call = Innermost(); call; call = call->Enclosing)
+        if (call->Kind == CallKind::InputCallback) return true;
     return false;
 }
 
-Generation CallbackBegun() {
-    const Errand* callback = InnermostThat(true);
-    return callback ? callback->Begun : CurrentGeneration();
+Generation CallbackGeneration() {
+    const ActiveCall* callback = InnermostWhere(true);
+    return callback ? callback->StartGeneration : CurrentGeneration();
 }
 
-// Those counted under the other epoch are waited for before a new one begins, since it will be
-// counted where they are. Nothing new comes in there meanwhile. One that was given up stays there,
-// for the next one who waits.
-bool AwaitCallbacks(std::chrono::milliseconds patience) {
-    const auto deadline = std::chrono::steady_clock::now() + patience;
-    const unsigned present = epoch.load() % 2;
-    if (!Drained(1 - present, deadline)) return false;
-    epoch.fetch_add(1);
-    return Drained(present, deadline);
+// The unused counter must be empty before new callbacks are switched to it. It can hold callbacks
+// of an earlier wait that timed out; no new ones enter it meanwhile.
+bool AwaitCallbacks(std::chrono::milliseconds timeout) {
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    const unsigned current = switches.load() % 2;
+    if (!Drained(1 - current, deadline)) return false;
+    switches.fetch_add(1);
+    return Drained(current, deadline);
 }

@@ -1,4 +1,4 @@
-// What a thread is doing for the library: the callbacks and transmissions that it is inside of.
+// The calls in progress on each thread: timer callbacks, MIDI input callbacks and transmissions.
 #pragma once
 
 #include "engine/generation.h"
@@ -6,43 +6,45 @@
 #include <chrono>
 #include <cstdint>
 
-// One of them, for as long as it lives on its thread's stack. Thread: the one that made it.
-// Real time: yes.
-class Errand {
-public:
-    enum class Kind : std::uint8_t {
-        Expiry,       // the timer's callback
-        Input,        // a MIDI input callback
-        Transmission, // into the drivers' Xmit or Silence
-    };
-    explicit Errand(Kind what, Generation begun = CurrentGeneration());
-    ~Errand();
-    Errand(const Errand&) = delete;
-    Errand& operator=(const Errand&) = delete;
-
-    const Kind What;
-    // The generation that it works for: the present one when it was made, or for a transmission an
-    // older one, from which its record comes.
-    const Generation Begun;
-    Errand* const Outer;  // that the same thread was inside of already, or null
-    const unsigned Epoch; // of callbacks: among which it is counted
+enum class CallKind : std::uint8_t {
+    TimerCallback,
+    InputCallback, // of a MIDI input
+    Transmission,  // into the drivers' Xmit or Silence
 };
 
-// False once playback was killed, or the drivers were opened or closed, since the generation that
-// the transmission of this thread works for, which can be long before it began; a caller that finds
-// it false sends nothing more of it. True outside a transmission. Thread: any. Real time: yes.
-bool StillWanted();
+// Registers one call for its lifetime; lives on the stack of the thread that makes the call. Calls
+// nest: a callback may transmit, and a message box of a transmission may start another one.
+// Real time: yes.
+class ActiveCall {
+public:
+    explicit ActiveCall(CallKind kind, Generation start = CurrentGeneration());
+    ~ActiveCall();
+    ActiveCall(const ActiveCall&) = delete;
+    ActiveCall& operator=(const ActiveCall&) = delete;
 
-// Whether this thread is inside a MIDI input callback. It may hold locks of the device's driver,
-// so it must never wait for a thread that is inside a call of that driver.
+    const CallKind Kind;
+    // The generation that the call works for: the current one at its start; for a transmission,
+    // that of its record, which may be older.
+    const Generation StartGeneration;
+    ActiveCall* const Enclosing; // the call of the same thread around this one, or null
+    const unsigned Counter;      // callbacks: index of the counter that counts this call, 0 or 1
+};
+
+// True if the innermost transmission of this thread was cancelled, even before it started: the
+// caller must send no more of it. False outside a transmission. Thread: any. Real time: yes.
+bool TransmissionCancelled();
+
+// True inside a MIDI input callback. The device's driver may call it with a lock of its own held,
+// so such a thread must not wait for one that is inside a call of that driver. Thread: any. Real
+// time: yes.
+bool InInputCallback();
+
+// The start generation of the innermost callback of this thread; the current one outside callbacks.
 // Thread: any. Real time: yes.
-bool OnInputThread();
+Generation CallbackGeneration();
 
-// When the callback that this thread is inside of began; outside of one, now.
-Generation CallbackBegun();
-
-// Waits for the callbacks that are under way now, those included that an earlier call gave up, but
-// for those that this very thread is inside of, which cannot end before it returns. Gives up when
-// patience has passed, and returns false: a callback may stand in a message box, and it finds code
-// and locks even later. Thread: host.
-bool AwaitCallbacks(std::chrono::milliseconds patience = std::chrono::seconds(5));
+// Waits until the callbacks in progress at the call have returned, including those of earlier waits
+// that timed out, but not those of this thread, which cannot return before this function does.
+// Returns false after the timeout: a callback may stand in a message box. The caller must keep code
+// and locks valid for it. Thread: host.
+bool AwaitCallbacks(std::chrono::milliseconds timeout = std::chrono::seconds(5));

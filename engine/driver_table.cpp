@@ -1,6 +1,6 @@
 #include "engine/driver_table.h"
 
-// Slots are filled in at build time; only the flags change.
+// The slots are constant; only the flags change at run time.
 constinit MIDIDriverEntry MIDIDrivers[DriverRows] = {
     {{0},
      {0},

@@ -1,9 +1,9 @@
-#include "engine/lifecycle.h"
-
+// The life of the library, from MIDISysInit to MIDISysTerm, and starting and stopping a session.
 #include "engine/active_call.h"
 #include "engine/driver_group.h"
 #include "engine/driver_table.h"
 #include "engine/library_instance.h"
+#include "engine/library_state.h"
 #include "engine/queues.h"
 #include "engine/receive.h"
 #include "engine/sections.h"
@@ -19,28 +19,7 @@ constexpr uint32_t VersionWord = 0x04030401;
 constexpr UINT NameString = 1;
 constexpr int NameBytes = 30;
 
-std::atomic<std::uint8_t> SysInited{0};
-
-// Appends what fits of the text to IniPath.
-void Append(const char* text) {
-    const std::size_t used = std::strlen(IniPath);
-    std::strncat(IniPath, text, sizeof IniPath - used - 1);
-}
-
-void BuildIniPath() {
-    char module[MAX_PATH] = "";
-    char drive[_MAX_DRIVE] = "";
-    char directory[_MAX_DIR] = "";
-    GetModuleFileNameA(ModuleInstance, module, MAX_PATH);
-    module[MAX_PATH - 1] = 0; // a path that did not fit may come without its end
-    _splitpath(module, drive, directory, nullptr, nullptr);
-    IniPath[0] = 0;
-    Append(drive);
-    Append(directory);
-    Append("ZORMIDI.INI");
-}
-
-// The last code of a row that did not come up; DriverSuccess if all did.
+// Initialises all drivers. Returns the last failure code, or DriverSuccess; anyRow: one succeeded.
 std::uint16_t InitDrivers(bool& anyRow) {
     std::uint16_t failure = DriverSuccess;
     for (MIDIDriverEntry& row : MIDIDrivers) {
@@ -67,14 +46,12 @@ void TakeDown() {
 
 } // namespace
 
-bool LibraryIsUp() { return SysInited.load(std::memory_order_acquire) != 0; }
-
 int16_t ZORCALL MIDISysInit(ZorBool reinit) ZORNOEXCEPT {
     if (LibraryIsUp()) {
         if (!reinit) return ZOR_ALREADY_INITIALISED;
         TakeDown();
     }
-    PinModule();
+    PinLibrary();
     ResumeChain();
     FreeAllQueues();
     BuildIniPath();
@@ -94,11 +71,6 @@ ZorBool ZORCALL MIDISysTerm(void) ZORNOEXCEPT {
 
 ZorBool ZORCALL ZorSetupMIDI(uint32_t) ZORNOEXCEPT { return 1; }
 
-ZorBool ZORCALL ZorRestoreMIDI(void) ZORNOEXCEPT {
-    CloseMIDIDrivers();
-    return 1;
-}
-
 ZorBool ZORCALL ZorStartMIDI(ZorBool startTimer) ZORNOEXCEPT {
     if (EchoIsOn()) {
         EmptyAllQueues();
@@ -117,13 +89,6 @@ ZorBool ZORCALL ZorStopMIDI(void) ZORNOEXCEPT {
     StopMIDITimer();
     if (!EchoIsOn()) CloseMIDIDrivers();
     return 1;
-}
-
-void ZORCALL ZorConfigMIDIDriver(void* parent, int16_t row) ZORNOEXCEPT {
-    if (row < 0 || row >= DriverRows) return;
-    // A bare file name would have the system look for the settings in a folder of its own.
-    if (!LibraryIsUp()) BuildIniPath();
-    RunDriverDialog(row, static_cast<HWND>(parent));
 }
 
 void ZORCALL ZorMIDIStatus(uint8_t* driversOpen, uint8_t* timerRunning) ZORNOEXCEPT {

@@ -5,7 +5,7 @@
 namespace {
 
 bool EnterLock(Lock& lock) {
-    if (OnInputThread()) return lock.TryEnter();
+    if (InInputCallback()) return lock.TryEnter();
     lock.Enter();
     return true;
 }

@@ -172,7 +172,7 @@ TEST_F(PumpRaces, TheRestOfAnOldTransmissionGoesNowhere) {
 TEST_F(PumpRaces, AKillOvertakesWhatIsOnItsWayToTheEcho) {
     ZorEchoMIDI(1, nullptr);
     {
-        const Errand expiry(Errand::Kind::Expiry);
+        const ActiveCall expiry(CallKind::TimerCallback);
         Receive(0x90, 60, 1);
         ZorKillMIDI();
         Receive(0x90, 61, 1);

@@ -92,7 +92,7 @@ TEST_F(DriverProgramTest, AKillReleasesTheNoteBeingSentAndNothingFollows) {
     machine::InsideMidiOut([&](Call, int) {
         if (begun.exchange(true)) return;
         killer = std::thread([] { ZorKillMIDI(); });
-        while (StillWanted()) std::this_thread::yield();
+        while (!TransmissionCancelled()) std::this_thread::yield();
     });
     EXPECT_TRUE(ZorXmit(ZOR_IMMEDIATE, &note));
     killer.join();

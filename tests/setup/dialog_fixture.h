@@ -1,7 +1,7 @@
 // A host window, and the library up on the machine with its dialogs shown to a script.
 #pragma once
 
-#include "engine/lifecycle.h"
+#include "engine/library_state.h"
 #include "mme/ports.h"
 #include "mme/setup_dialog.h"
 #include "tests/support/dialog_user.h"
