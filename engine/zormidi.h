@@ -13,13 +13,13 @@
  *   ZorStartMIDI(1) - ZorXmit, ZorRcv ... - ZorStopMIDI - MIDISysTerm.
  *   A function called outside that order is harmless: it finds no queue and no open driver. The
  *   set-up dialogs work before MIDISysInit and after MIDISysTerm too, on the same file of settings.
- *   The library may be unloaded after MIDISysTerm. Once MIDISysInit has run, its code stays where it
- *   is until the process ends all the same: a callback that the system had dispatched by then must
+ *   The library may be unloaded after MIDISysTerm. Once MIDISysInit has run, its code stays where
+ * it is until the process ends all the same: a callback that the system had dispatched by then must
  *   find it. Loading it again gives the same module, ready for MIDISysInit.
  *
- * Message boxes and dialogs run a message loop, from which the host may call anything. What it stops
- * or closes from there stays stopped and closed; starting from a box about a driver that is just
- * being opened or closed gives false.
+ * Message boxes and dialogs run a message loop, from which the host may call anything. What it
+ * stops or closes from there stays stopped and closed; starting from a box about a driver that is
+ * just being opened or closed gives false.
  *
  * Booleans are 8 bits wide: zero is false, anything else true.
  */
@@ -27,6 +27,12 @@
 #define ZORMIDI_H
 
 #include <stdint.h>
+
+/* Version of this header and of the library that it comes with. MAJOR changes when existing hosts
+ * must be compiled again. */
+#define ZORMIDI_VERSION_MAJOR 4
+#define ZORMIDI_VERSION_MINOR 3
+#define ZORMIDI_VERSION_PATCH 0
 
 #if defined(_WIN32)
 #define ZORCALL __stdcall
@@ -61,8 +67,8 @@ typedef struct MIDIEvent {
     uint8_t Length;  /* data bytes that the message has: 0, 1 or 2 */
     uint8_t Status;  /* MIDI status. Channel messages: low nibble 0 on input, ignored on output */
     uint8_t Data1;   /* 0..127 */
-    uint8_t Data2;   /* 0..127; a higher data byte goes out as 127. A note of a clipped microphone comes
-                        in with a velocity of 128: limit it to 127 before it is stored */
+    uint8_t Data2;   /* 0..127; a higher data byte goes out as 127. A note of a clipped microphone
+                        comes   in with a velocity of 128: limit it to 127 before it is stored */
 } MIDIEvent;
 #pragma pack(pop)
 
@@ -168,10 +174,9 @@ ZOREXPORT ZorBool ZORCALL ZorRcv(MIDIEvent* event, ZorBool peek) ZORNOEXCEPT;
  * ascending Time. A record further ahead than the system's longest timer (its wPeriodMax, 1,000
  * seconds on most) gets no expiry, and playback stands until ZorMIDIPlay is called within that time
  * of it: put a marker or position record every few minutes into a very long rest.
- * Returns false if the ring is full or missing (try again later; nothing is changed), or if a driver
- * refused an immediate record.
- * Thread: any. Real time: yes for a queue; an immediate record may wait for a device, and an
- * error box blocks. */
+ * Returns false if the ring is full or missing (try again later; nothing is changed), or if a
+ * driver refused an immediate record. Thread: any. Real time: yes for a queue; an immediate record
+ * may wait for a device, and an error box blocks. */
 ZOREXPORT ZorBool ZORCALL ZorXmit(uint16_t queue, const MIDIEvent* event) ZORNOEXCEPT;
 
 /* ---- Time -------------------------------------------------------------------------------- */
