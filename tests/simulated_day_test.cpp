@@ -1,7 +1,7 @@
 // A day of work in a minute: the library beside its model, on eight ports and a stepped clock that
 // wraps at noon, with a host that does all that hosts do.
+#include "tests/support/library_and_model.h"
 #include "tests/support/machine_test.h"
-#include "tests/support/reference_model.h"
 
 #include <cstdio>
 #include <random>
@@ -15,15 +15,15 @@ constexpr std::uint32_t Morning = 0u - 12u * Hour * 1000u;
 class Day : public MachineTest {
 protected:
     Day() : MachineTest(Morning) {
-        Twin::AddPorts(Ports);
-        WriteIni(Twin::Ini(Ports));
-        twin.OnSent = [this](const Twin::Message& message) { Hear(message); };
+        LibraryAndModel::AddPorts(Ports);
+        WriteIni(LibraryAndModel::Ini(Ports));
+        both.OnSent = [this](const ReferenceModel::Message& message) { Hear(message); };
     }
 
     int Pick(int low, int high) { return std::uniform_int_distribution<int>(low, high)(random); }
 
     // A bend says when it is due, by the time base; each note on is one more to be released.
-    void Hear(const Twin::Message& message) {
+    void Hear(const ReferenceModel::Message& message) {
         const std::uint32_t kind = message.Packed & 0xF0, value = message.Packed >> 8 & 0x7F7F;
         ++sent;
         if (kind == 0x90) ++sounding;
@@ -31,46 +31,46 @@ protected:
         if (kind != 0xE0 || (message.Device == 0 && message.Packed % 16 == 0)) return; // by a kill
         ++bends;
         const std::uint32_t due = (value & 0x7F) | (value >> 8) << 7;
-        const std::uint32_t late = (message.At - origin - due) & 0x3FFF;
+        const std::uint32_t late = (message.Time - origin - due) & 0x3FFF;
         if (!External()) latest = std::max(latest, late);
     }
-    bool External() const { return twin.External; }
+    bool External() const { return both.Model.External; }
 
     // Whatever is thrown away counts as such.
     void Throw() {
         for (int queue : {1, 2})
-            for (const MIDIEvent& event : twin.Queues[queue].Records)
+            for (const MIDIEvent& event : both.Model.Queues[queue].Records)
                 thrown += event.Status == 0xE0 ? 1 : 0;
     }
     void Rewind() {
-        twin.Compare();
+        both.Compare();
         Throw();
-        twin.Zero(1), twin.Zero(2);
-        twin.SetTime(0);
-        origin = twin.Now;
+        both.Zero(1), both.Zero(2);
+        both.SetTime(0);
+        origin = both.Model.Now;
         next[0] = next[1] = 0;
-        twin.Play();
+        both.Play();
     }
     void Kill() {
         Throw();
-        twin.Kill();
-        twin.Play();
-        next[0] = next[1] = twin.Time() + 10;
+        both.Kill();
+        both.Play();
+        next[0] = next[1] = both.Model.Time() + 10;
     }
     void Restart(bool external) {
         Kill();
-        twin.Compare();
+        both.Compare();
         Throw();
-        twin.Echo(false, nullptr);
-        twin.Stop();
-        twin.Zero(1), twin.Zero(2);
+        both.Echo(false, nullptr);
+        both.Stop();
+        both.Zero(1), both.Zero(2);
         for (const char* name : {"Port 3", "Port 8"}) machine::UnplugMidiOutput(name);
         machine::UnplugMidiInput("Port 5");
-        twin.Advance(100);
+        both.Advance(100);
         Replug();
-        twin.Sync(external ? ZOR_SYNC_EXTERNAL : ZOR_SYNC_INTERNAL);
-        twin.Start(true);
-        if (external) twin.Receive(0, 0xFA);
+        both.Sync(external ? ZOR_SYNC_EXTERNAL : ZOR_SYNC_INTERNAL);
+        both.Start(true);
+        if (external) both.Receive(0, 0xFA);
         Rewind();
     }
     // Also under open ports, which go on.
@@ -84,7 +84,7 @@ protected:
     // full.
     void Fill(int queue) {
         std::int32_t& time = next[queue - 1];
-        while (time < twin.Time() + 2000) {
+        while (time < both.Model.Time() + 2000) {
             const auto channel = static_cast<std::int16_t>(Pick(0, 16 * Ports - 1));
             const auto key = static_cast<std::uint8_t>(Pick(20, 100));
             const auto low = static_cast<std::uint8_t>(time & 0x7F),
@@ -96,10 +96,10 @@ protected:
                                          static_cast<std::uint8_t>(Pick(0, 1) * 0xF8),
                                          static_cast<std::uint8_t>(Pick(1, 2)), 0}};
             const auto wanted = static_cast<std::uint16_t>(queue);
-            const auto& held = twin.Queues[queue];
+            const auto& held = both.Model.Queues[queue];
             if (held.Records.size() + 5 > held.Slots) return;
-            if (channel != 0) put += twin.Xmit(wanted, events[0]) ? 1 : 0;
-            for (int i = 1; i < 4; ++i) twin.Xmit(wanted, events[i]);
+            if (channel != 0) put += both.Xmit(wanted, events[0]) ? 1 : 0;
+            for (int i = 1; i < 4; ++i) both.Xmit(wanted, events[i]);
             time += Pick(100, 900);
         }
     }
@@ -112,25 +112,25 @@ protected:
         for (int left = 1000; left > 0;) {
             const int step = std::min(left, clocked ? Pick(18, 24) : Pick(50, 400));
             left -= step;
-            twin.Advance(static_cast<std::uint32_t>(step));
-            if (clocked) twin.Receive(0, 0xF8);
+            both.Advance(static_cast<std::uint32_t>(step));
+            if (clocked) both.Receive(0, 0xF8);
             if (clocked && Pick(0, 3) != 0) continue;
             const auto key = static_cast<std::uint32_t>(Pick(0, 127));
             const auto channel = static_cast<std::uint32_t>(Pick(0, 15));
             const int port = Pick(0, Ports - 1);
-            twin.Receive(port, 0x400090u | channel | key << 8);
-            twin.Receive(port, 0x000090u | channel | key << 8);
+            both.Receive(port, 0x400090u | channel | key << 8);
+            both.Receive(port, 0x000090u | channel | key << 8);
         }
-        while (twin.Rcv(false)) ++received;
+        while (both.Rcv(false)) ++received;
         if (second % 600 == 599) Kill();
         if (second % 1020 == 1019) Rewind();
         if (second % 1380 == 1379) Replug();
         if (second % Hour == 0 || second % Hour == Hour / 2) Restart(second / Hour % 4 == 1);
-        if (second % Hour == Hour / 2 && second / Hour % 3 == 2) twin.Echo(true, nullptr);
-        twin.Compare();
+        if (second % Hour == Hour / 2 && second / Hour % 3 == 2) both.Echo(true, nullptr);
+        both.Compare();
     }
 
-    Twin twin{Ports, Morning, false};
+    LibraryAndModel both{Ports, Morning, false};
     std::mt19937 random{20261125};
     std::int32_t next[2] = {};
     std::uint32_t origin = 0, latest = 0;
@@ -138,13 +138,13 @@ protected:
 };
 
 TEST_F(Day, NothingIsLostStuckOrLate) {
-    twin.Init(false);
-    for (std::int16_t queue = 0; queue < 3; ++queue) twin.Alloc(queue, 100);
-    for (int second = 0; second < 24 * Hour && twin.Difference.empty(); ++second) Second(second);
-    EXPECT_EQ(twin.Difference, "");
+    both.Init(false);
+    for (std::int16_t queue = 0; queue < 3; ++queue) both.Alloc(queue, 100);
+    for (int second = 0; second < 24 * Hour && both.Difference.empty(); ++second) Second(second);
+    EXPECT_EQ(both.Difference, "");
     Rewind(); // throws away what waits
     Kill();
-    twin.Compare();
+    both.Compare();
     std::printf("%ld sent, %ld received; of %ld bends put in %ld were sent and %ld thrown away; "
                 "%ld notes sound; the latest was %u ms late\n",
                 sent, received, put, bends, thrown, sounding, latest);
@@ -152,8 +152,8 @@ TEST_F(Day, NothingIsLostStuckOrLate) {
     EXPECT_EQ(bends + thrown, put);
     EXPECT_EQ(sounding, 0);
     EXPECT_LE(latest, 4u); // a record right behind another waits for the timer's period
-    twin.Echo(false, nullptr);
-    twin.Stop();
+    both.Echo(false, nullptr);
+    both.Stop();
 }
 
 } // namespace

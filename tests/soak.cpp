@@ -2,7 +2,7 @@
 // side of it. Ends with 0 if nothing was torn, lost, stuck or left open.
 #include "engine/zormidi.h"
 #include "platform/machine.h"
-#include "tests/support/reference_model.h"
+#include "tests/support/library_and_model.h"
 
 #include <atomic>
 #include <chrono>
@@ -54,8 +54,8 @@ void MakeMachine(const std::filesystem::path& folder) {
     machine::RecordSentMidi(false);
     machine::SetModulePath((folder / "libzormidi.so").string());
     std::ofstream(folder / "ZORMIDI.INI")
-        << Twin::Ini(Ports) << "[ZORMIDI]\nMMESpeed=1\n[PRECDRVR]\nEnablePitchRec=1\n";
-    Twin::AddPorts(Ports);
+        << LibraryAndModel::Ini(Ports) << "[ZORMIDI]\nMMESpeed=1\n[PRECDRVR]\nEnablePitchRec=1\n";
+    LibraryAndModel::AddPorts(Ports);
     for (int port = 0; port < Ports; ++port) machine::Connect(port, port);
     machine::FeedGenerator(machine::AddMicrophone({"Desk"}), [](const auto& request) {
         for (std::size_t i = 0; i < request.Samples.size(); ++i) {
