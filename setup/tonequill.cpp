@@ -165,7 +165,7 @@ INT_PTR Command(HWND dialog, int id, WORD code) {
     switch (id) {
     case IDOK:
         LeaveField(dialog);
-        if (!WritePRecSettings()) Sonorel::TellUnwritten(dialog, "Tonequill", IniPath);
+        if (!WritePRecSettings()) Sonorel::ShowNotSavedBox(dialog, "Tonequill", IniPath);
         CloseDialog(dialog, 1);
         return 1;
     case IDCANCEL:

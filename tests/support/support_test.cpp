@@ -141,7 +141,7 @@ TEST(ErrorBox, ComesUpOnTopWithoutAnOwner) {
     machine::PowerOn();
     Sonorel::ShowErrorBox(TextString("text"), TextString("caption"), MB_ICONHAND);
     const auto dialog = reinterpret_cast<HWND>(&machine::TakeBoxes);
-    Sonorel::TellUnwritten(dialog, "title", "file");
+    Sonorel::ShowNotSavedBox(dialog, "title", "file");
     const auto boxes = machine::TakeBoxes();
     ASSERT_EQ(2u, boxes.size());
     EXPECT_EQ(dialog, boxes[1].Owner);
