@@ -6,7 +6,7 @@ namespace Sonorel {
 
 namespace {
 
-constexpr std::uint32_t MicIsThru = 7;
+constexpr std::uint32_t MicThruOn = 7;
 
 } // namespace
 
@@ -16,7 +16,7 @@ double SoundInSystem::GetLevel() {
     return half == 0 ? 0.0 : static_cast<double>(value) / half;
 }
 
-// A control that was not found has no id: any that would be written to is some other control's.
+// If no volume control was found, its id of 0 may be that of another control.
 bool SoundInSystem::SetLevel(double level) {
     if (MicVolume.dwControlType != MIXERCONTROL_CONTROLTYPE_VOLUME) return false;
     const DWORD half = MicVolume.Bounds.dwMaximum / 2;
@@ -26,9 +26,9 @@ bool SoundInSystem::SetLevel(double level) {
 }
 
 std::uint32_t SoundInSystem::GetMicThru() {
-    // Where there is a mixer but nothing that could mute, nothing is known to be let through.
+    // A mixer without a mute control: counts as not through.
     if (Mixer && MicMute.dwControlType != MIXERCONTROL_CONTROLTYPE_MUTE) return 0;
-    return GetControlBoolean(Mixer, SpeakerLine, MicMute) == 0 ? MicIsThru : 0;
+    return GetControlBoolean(Mixer, SpeakerLine, MicMute) == 0 ? MicThruOn : 0;
 }
 
 bool SoundInSystem::SetMicThru(std::uint32_t on) {
@@ -42,7 +42,7 @@ bool SoundInSystem::SetDevice(std::int32_t device) {
     Stop();
     Close();
     SoundIn::SetDevice(device);
-    ForgetDevice();
+    ResetDevice();
     const bool opened = Open(Format.nSamplesPerSec);
     if (wasRunning && opened) Start();
     return opened;
@@ -61,7 +61,7 @@ void SoundInSystem::SetFormat(std::uint32_t rate) {
     BytesPerBlock = FramesPerBlock * BytesPerFrame;
 }
 
-void SoundInSystem::ForgetMixer() {
+void SoundInSystem::ResetMixer() {
     CloseMixer();
     MicLine = SpeakerLine = {};
     MicVolume = MicMute = {};

@@ -83,13 +83,13 @@ bool SoundInWin::ChooseFormat(const WAVEINCAPSA& caps, std::uint32_t& rate) {
     return true;
 }
 
-void SoundInWin::ForgetDevice() {
+void SoundInWin::ResetDevice() {
     Channels = 2;
     BitsPerSample = 8;
 }
 
 void SoundInWin::OpenMixerOfDevice() {
-    ForgetMixer();
+    ResetMixer();
     if (OpenMixer(static_cast<UINT>(Device), MIXER_OBJECTF_WAVEIN) || OpenMixer(0, 0))
         OpenMicLines();
 }

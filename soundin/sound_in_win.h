@@ -32,7 +32,7 @@ public:
 
 protected:
     bool IsOpen() const override { return WaveIn != nullptr; }
-    void ForgetDevice() override;
+    void ResetDevice() override;
 
 private:
     bool ReportWaveInError(MMRESULT code);
