@@ -217,7 +217,7 @@ protected:
         MIDISysTerm();
         machine::Advance(11000); // a one-shot that the system did not take back comes, and goes
         Take(outcome);
-        for (const std::string& text : TakeBoxTexts()) outcome.Boxes.push_back(text);
+        for (const std::string& text : DrainBoxTexts()) outcome.Boxes.push_back(text);
         std::getline(std::ifstream("ZORMIDI.INI"), outcome.Ini, '\0');
         return outcome;
     }

@@ -70,7 +70,7 @@ TEST_P(TonequillTest, FirstOpeningAndOk) {
         user.Enter(); // in the field: the default button, which stores what is shown
         EXPECT_TRUE(user.Ended());
     });
-    EXPECT_EQ(TakeVolumePrograms(), (std::vector{true, false}));
+    EXPECT_EQ(DrainVolumePrograms(), (std::vector{true, false}));
     EXPECT_EQ(HostHeard, (std::vector<Heard>{{1024, 0, reinterpret_cast<std::intptr_t>(handle)}}));
     EXPECT_EQ(ReadIni(),
               "[PRECDRVR]\nEnablePitchRec=1\nChannel=3\nNoteRangeMin=0\nNoteRangeMax=127\n");
@@ -189,7 +189,7 @@ TEST_P(TonequillTest, WithoutARecogniserTheSettingsCanStillBeMade) {
     });
     EXPECT_EQ(Key("EnablePitchRec"), "1");
     EXPECT_EQ(Key("Channel"), "0");
-    EXPECT_EQ(TakeBoxTexts().back(), "Error initializing Pitch Recognition");
+    EXPECT_EQ(DrainBoxTexts().back(), "Error initializing Pitch Recognition");
 }
 
 TEST_P(TonequillTest, TheMeterPaintsTheLevelInBars) {
@@ -229,7 +229,7 @@ TEST_P(TonequillTest, TheMeterHearsTheMicrophoneAndNotesAreDropped) {
         std::int32_t time, status, data1, data2;
         EXPECT_FALSE(Recogniser->GetNote(&time, &status, &data1, &data2));
     });
-    EXPECT_TRUE(TakeReceived().empty());
+    EXPECT_TRUE(DrainReceived().empty());
 }
 
 TEST_P(TonequillTest, ADeviceIsTakenUpAtOnceAndForLater) {
@@ -338,8 +338,8 @@ TEST_P(TonequillTest, NotesBeforeTheDialogAreItsOwnToo) {
         user.Wait(1000);
         user.Select(DeviceList, "Headset");
     });
-    EXPECT_EQ(TakeBoxTexts().size(), 1u);
-    EXPECT_TRUE(TakeReceived().empty());
+    EXPECT_EQ(DrainBoxTexts().size(), 1u);
+    EXPECT_TRUE(DrainReceived().empty());
     EXPECT_EQ(Recogniser, nullptr); // the user's own setting decides
 }
 
@@ -357,14 +357,14 @@ TEST_P(TonequillTest, AHeldNoteEndsWhenTheDialogTakesOver) {
     machine::Advance(1000);
     using Notes = std::vector<std::array<int, 3>>;
     Notes notes;
-    for (const MIDIEvent& note : TakeReceived())
+    for (const MIDIEvent& note : DrainReceived())
         notes.push_back({note.Status, note.Channel, note.Data1});
     const int key = notes.at(0)[2];
     EXPECT_EQ(notes, (Notes{{0x90, 3, key}, {0x80, 3, key}, {0x90, 3, key}}));
     ZorStopMIDI();
     ASSERT_TRUE(ZorStartTimer());
     Mic([](DialogUser& user) { user.Wait(50); });
-    EXPECT_TRUE(TakeReceived().empty());
+    EXPECT_TRUE(DrainReceived().empty());
 }
 
 TEST_P(TonequillTest, AllIsWrittenThatCanBe) {
@@ -374,7 +374,7 @@ TEST_P(TonequillTest, AllIsWrittenThatCanBe) {
         user.Click(IDOK);
     });
     EXPECT_EQ(ReadIni(), "[PRECDRVR]\nChannel=3\nNoteRangeMin=0\nNoteRangeMax=127\n");
-    EXPECT_NE(TakeBoxTexts().back(), "Error initializing Pitch Recognition");
+    EXPECT_NE(DrainBoxTexts().back(), "Error initializing Pitch Recognition");
 }
 
 TEST_P(TonequillTest, ADialogThatCannotBeMadeSaysSo) {
@@ -383,7 +383,7 @@ TEST_P(TonequillTest, ADialogThatCannotBeMadeSaysSo) {
     ScriptDialogs([](DialogUser&) { FAIL() << "was shown"; });
     machine::FailCall(machine::Call::DialogBoxParamA, 1, -1);
     ZorConfigMIDIDriver(Parent, 1);
-    EXPECT_EQ(TakeBoxTexts(), std::vector<std::string>{"Could not create dialog box."});
+    EXPECT_EQ(DrainBoxTexts(), std::vector<std::string>{"Could not create dialog box."});
 }
 
 } // namespace

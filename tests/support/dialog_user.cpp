@@ -116,4 +116,4 @@ void ScriptDialogs(DialogScript script) {
     machine::UseScreen(screen.Script ? &screen : nullptr);
 }
 
-std::vector<bool> TakeVolumePrograms() { return std::exchange(screen.Programs, {}); }
+std::vector<bool> DrainVolumePrograms() { return std::exchange(screen.Programs, {}); }

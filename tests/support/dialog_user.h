@@ -60,4 +60,4 @@ using DialogScript = std::function<void(DialogUser&)>;
 void ScriptDialogs(DialogScript script);
 
 // The volume programs that dialogs have opened since the last call: true for that of recording.
-std::vector<bool> TakeVolumePrograms();
+std::vector<bool> DrainVolumePrograms();

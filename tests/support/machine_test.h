@@ -29,6 +29,6 @@ protected:
 
     // Brings the library up on that ini file, with a queue for what comes in.
     static void BringUp();
-    static std::vector<MIDIEvent> TakeReceived();
-    static std::vector<std::string> TakeBoxTexts();
+    static std::vector<MIDIEvent> DrainReceived();
+    static std::vector<std::string> DrainBoxTexts();
 };
