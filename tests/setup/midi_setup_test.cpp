@@ -26,13 +26,13 @@ void ExpectLayout(const DialogUser& user, bool large) {
 
 // Large is the layout where most controls can be reached; each test begins and ends in the small
 // one.
-class MidiSetupTest : public Desk {
+class MidiSetupTest : public DialogTest {
 protected:
     void TearDown() override {
         Show(0, [](DialogUser& user) {
             if (user.Shown(MidiOutResetBox)) user.Click(Advanced);
         });
-        Desk::TearDown();
+        DialogTest::TearDown();
     }
     void InLarge(DialogScript script) {
         Show(0, [&](DialogUser& user) {
@@ -58,7 +58,8 @@ TEST_F(MidiSetupTest, TheLayoutOutlivesTheDialog) {
         user.Click(midisetup::Help);
         EXPECT_FALSE(user.Ended());
     });
-    EXPECT_EQ(HostHeard, (std::vector<Heard>{{1024, 0, reinterpret_cast<std::intptr_t>(handle)}}));
+    EXPECT_EQ(HostMessages,
+              (std::vector<HostMessage>{{1024, 0, reinterpret_cast<std::intptr_t>(handle)}}));
     for (const bool large : {true, false})
         Show(0, [&](DialogUser& user) {
             EXPECT_EQ(user.Text(Advanced), large ? "&Hide Advanced <<" : "&Advanced  >>");
@@ -232,7 +233,7 @@ TEST_F(MidiSetupTest, StoredNamesFindTheirEntryAndOnlyOkStores) {
 
 // It may have been changed by hand, or be another one by now; also while the library is down.
 TEST_F(MidiSetupTest, TheFileIsReadAtEachOpening) {
-    ComeUp();
+    Initialise();
     WriteIni("[MMEDRVR]\nInName1=Keys\nInBase1=9\n");
     Show(0, [](DialogUser& user) { EXPECT_EQ(user.Text(InBase), "9"); });
     MIDISysTerm();
@@ -270,7 +271,7 @@ TEST_F(MidiSetupTest, WhatWasSavedIsOpenedAfterwards) {
     machine::UnplugMidiOutput("Early");
     Outputs({"Synth", "Box"});
     const int patches = machine::AddMidiOutput("Patches", MIDICAPS_CACHE);
-    ComeUp();
+    Initialise();
     ASSERT_TRUE(ZorStartMIDI(0));
     EXPECT_EQ(machine::OpenMidiOutputs(), 1);
     InLarge([](DialogUser& user) {

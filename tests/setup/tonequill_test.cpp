@@ -20,10 +20,10 @@ namespace {
 // The mixer's whole range; half of it is what a recogniser calls 128 and the slider 50 percent.
 constexpr std::uint32_t FullVolume = 65535, HalfVolume = 32767;
 
-class TonequillTest : public Desk, public testing::WithParamInterface<DirectSound> {
+class TonequillTest : public DialogTest, public testing::WithParamInterface<DirectSound> {
 protected:
     void SetUp() override {
-        Desk::SetUp();
+        DialogTest::SetUp();
         SetDirectSound(GetParam());
         Outputs({"Synth"});
     }
@@ -71,7 +71,8 @@ TEST_P(TonequillTest, FirstOpeningAndOk) {
         EXPECT_TRUE(user.Ended());
     });
     EXPECT_EQ(DrainVolumePrograms(), (std::vector{true, false}));
-    EXPECT_EQ(HostHeard, (std::vector<Heard>{{1024, 0, reinterpret_cast<std::intptr_t>(handle)}}));
+    EXPECT_EQ(HostMessages,
+              (std::vector<HostMessage>{{1024, 0, reinterpret_cast<std::intptr_t>(handle)}}));
     EXPECT_EQ(ReadIni(),
               "[PRECDRVR]\nEnablePitchRec=1\nChannel=3\nNoteRangeMin=0\nNoteRangeMax=127\n");
     EXPECT_EQ(Recogniser, nullptr);
@@ -219,7 +220,7 @@ TEST_P(TonequillTest, TheMeterPaintsTheLevelInBars) {
 TEST_P(TonequillTest, TheMeterHearsTheMicrophoneAndNotesAreDropped) {
     const machine::Microphone headset = AddMicrophone({"Headset"});
     Sing(headset, 100);
-    ComeUp();
+    Initialise();
     ZorAllocMIDI(0, 100);
     ASSERT_TRUE(ZorStartTimer()); // its polls leave the notes to the dialog
     Mic([](DialogUser& user) {
@@ -349,7 +350,7 @@ TEST_P(TonequillTest, AHeldNoteEndsWhenTheDialogTakesOver) {
     const machine::Microphone headset = AddMicrophone({"Headset"});
     Sing(headset, 100);
     WriteIni("[PRECDRVR]\nEnablePitchRec=1\nChannel=3\n");
-    ComeUp();
+    Initialise();
     ZorAllocMIDI(0, 100);
     ASSERT_TRUE(ZorStartMIDI(1));
     machine::Advance(1000);
@@ -379,7 +380,7 @@ TEST_P(TonequillTest, AllIsWrittenThatCanBe) {
 
 TEST_P(TonequillTest, ADialogThatCannotBeMadeSaysSo) {
     AddMicrophone({"Headset"});
-    ComeUp();
+    Initialise();
     ScriptDialogs([](DialogUser&) { FAIL() << "was shown"; });
     machine::FailCall(machine::Call::DialogBoxParamA, 1, -1);
     ZorConfigMIDIDriver(Parent, 1);
