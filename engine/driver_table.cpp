@@ -30,6 +30,7 @@ constinit MIDIDriverEntry MIDIDrivers[DriverRows] = {
      0},
 };
 
+// exchange: threads that call this at the same time do not return the same error twice.
 int16_t ZORCALL ZorErrorMIDI(uint16_t* code) ZORNOEXCEPT {
     for (int row = 0; row < DriverRows; ++row) {
         if (!MIDIDrivers[row].Inited) continue;

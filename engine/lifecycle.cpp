@@ -15,9 +15,9 @@
 
 namespace {
 
-constexpr uint32_t VersionWord = 0x04030401;
-constexpr UINT NameString = 1;
-constexpr int NameBytes = 30;
+constexpr uint32_t VersionWord = 0x04030401; // version of the interface
+constexpr UINT NameString = 1;               // string resource of the library's name
+constexpr int NameBytes = 30;                // including the terminator
 
 // Initialises all drivers. Returns the last failure code, or DriverSuccess; anyRow: one succeeded.
 std::uint16_t InitDrivers(bool& anyRow) {
@@ -34,7 +34,9 @@ std::uint16_t InitDrivers(bool& anyRow) {
     return failure;
 }
 
-void TakeDown() {
+// Ends drivers, queues and timer, in this order, then waits until no callback is in progress on
+// another thread.
+void ShutDown() {
     for (MIDIDriverEntry& row : MIDIDrivers) {
         if (row.Inited) row.Term();
     }
@@ -49,12 +51,14 @@ void TakeDown() {
 int16_t ZORCALL MIDISysInit(ZorBool reinit) ZORNOEXCEPT {
     if (LibraryIsUp()) {
         if (!reinit) return ZOR_ALREADY_INITIALISED;
-        TakeDown();
+        ShutDown();
     }
+    // Before anything that causes callbacks. A kill in the last session has no effect on this one.
     PinLibrary();
     ResumeChain();
     FreeAllQueues();
     BuildIniPath();
+    // Timer period in milliseconds. Negative values become 1.
     const UINT speed = GetPrivateProfileIntA("ZORMIDI", "MMESpeed", 4, IniPath);
     MMESpeed = std::max(static_cast<std::int32_t>(speed), 1);
     bool anyRow = false;
@@ -65,12 +69,13 @@ int16_t ZORCALL MIDISysInit(ZorBool reinit) ZORNOEXCEPT {
 }
 
 ZorBool ZORCALL MIDISysTerm(void) ZORNOEXCEPT {
-    TakeDown();
+    ShutDown();
     return 1;
 }
 
 ZorBool ZORCALL ZorSetupMIDI(uint32_t) ZORNOEXCEPT { return 1; }
 
+// With echo on the drivers are open already, so only queues and time are reset.
 ZorBool ZORCALL ZorStartMIDI(ZorBool startTimer) ZORNOEXCEPT {
     if (EchoIsOn()) {
         EmptyAllQueues();
@@ -96,6 +101,7 @@ void ZORCALL ZorMIDIStatus(uint8_t* driversOpen, uint8_t* timerRunning) ZORNOEXC
     if (timerRunning) *timerRunning = TimerRunning;
 }
 
+// The name is loaded into a buffer of known size first, since that of the caller is unknown.
 uint32_t ZORCALL ZorMIDIDriverVersion(char* text) ZORNOEXCEPT {
     if (text) {
         char name[NameBytes] = "";

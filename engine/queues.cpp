@@ -16,6 +16,7 @@ MIDIQueue* FindQueue(int index) {
     return index >= 0 && index < QueueCount ? &MIDIQueues[index] : nullptr;
 }
 
+// memory: locked global memory, or null.
 void FreeBlock(HGLOBAL memory) {
     if (!memory) return;
     GlobalUnlock(memory);
@@ -71,7 +72,7 @@ bool PushMQ(const MIDIEvent& event, MIDIQueue& queue, bool overwrite) {
     MIDIEvent* next = queue.NextSlot(queue.Tail);
     const bool full = next == queue.Head;
     if (full && !overwrite) return false;
-    if (full) {
+    if (full) { // the oldest record is lost; Count stays
         queue.Head = queue.NextSlot(queue.Head);
     } else {
         queue.Count.store(static_cast<std::uint16_t>(queue.Count.load(relaxed) + 1), relaxed);
@@ -107,6 +108,8 @@ std::int32_t NextEventTime() {
     return earliest;
 }
 
+// Frees the old block first, so that a failure leaves the queue without one. Another thread may
+// have allocated a block meanwhile; ReplaceBlock returns it.
 ZorBool ZORCALL ZorAllocMIDI(int16_t queue, int16_t slots) ZORNOEXCEPT {
     MIDIQueue* ring = FindQueue(queue);
     if (!ring) return 0;
@@ -138,6 +141,7 @@ void ZORCALL ZorZeroQueue(int16_t queue) ZORNOEXCEPT {
     if (MIDIQueue* ring = FindQueue(queue)) EmptyQueue(*ring);
 }
 
+// Reads the counters without a lock: each is correct, but they may be from different moments.
 ZorBool ZORCALL ZorReportMQ(int16_t queue, uint16_t* size, uint16_t* count) ZORNOEXCEPT {
     const MIDIQueue* ring = FindQueue(queue);
     const bool found = ring && size && count && ring->HasBlock();
@@ -146,6 +150,7 @@ ZorBool ZORCALL ZorReportMQ(int16_t queue, uint16_t* size, uint16_t* count) ZORN
     return found;
 }
 
+// In external sync the host follows the clock, not the records.
 int32_t ZORCALL ZorEtimeMIDI(int16_t queue, uint16_t* marker) ZORNOEXCEPT {
     const MIDIQueue* ring = FindQueue(queue);
     if (marker) *marker = ring ? ring->Marker.load() : std::uint16_t{0};
@@ -166,6 +171,7 @@ ZorBool ZORCALL ZorRcv(MIDIEvent* event, ZorBool peek) ZORNOEXCEPT {
 ZorBool ZORCALL ZorXmit(uint16_t queue, const MIDIEvent* event) ZORNOEXCEPT {
     if (!event) return 0;
     if (queue == ZOR_IMMEDIATE) return XmitToDrivers(*event, CurrentGeneration());
+    // Numbers above 32,767 become negative and are not found.
     MIDIQueue* ring = FindQueue(static_cast<std::int16_t>(queue));
     return ring && PushMQ(*event, *ring, false);
 }

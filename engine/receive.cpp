@@ -29,6 +29,8 @@ std::atomic<std::uint8_t> EchoOn{0};
 
 bool Bit(unsigned mask, unsigned bit) { return (mask >> bit & 1u) != 0; }
 
+// Bits 0 to 7 of the filter mask are the status classes 0x8 to 0xF, bit 15 is a status below 0x80.
+// A set bit filters the class; of the system messages only those with a set bit in SysFilterMask.
 bool PassesFilter(std::uint8_t status) {
     const unsigned kind = status >= 0x80 ? (status >> 4) - 8u : NoStatusClass;
     if (!Bit(FilterMask.load(relaxed), kind)) return true;
@@ -46,12 +48,14 @@ std::int32_t TimeStamp(std::int32_t time, bool aged) {
     return static_cast<std::int32_t>(given - ReadTimeBase().TimeOrigin);
 }
 
+// Sends the record to the outputs. Channel messages on channels 0 to 63 go to their mapped channel.
 void Echo(MIDIEvent copy, Generation start) {
     const bool mapped = copy.Status < 0xF0 && copy.Channel >= 0 && copy.Channel < MapEntries;
     if (mapped) copy.Channel = EchoMap[static_cast<std::size_t>(copy.Channel)].load(relaxed);
     XmitToDrivers(copy, start);
 }
 
+// map: 64 entries; null maps each channel to itself.
 void SetEchoMap(const std::uint8_t* map) {
     for (std::size_t channel = 0; channel < MapEntries; ++channel) {
         EchoMap[channel].store(map ? map[channel] : static_cast<std::uint8_t>(channel), relaxed);
@@ -79,6 +83,7 @@ void ZORCALL ZorFilterMIDI(uint16_t mask, uint16_t sysMask) ZORNOEXCEPT {
     SysFilterMask.store(sysMask, relaxed);
 }
 
+// The map is set before the echo is switched on, the drivers are opened after it.
 void ZORCALL ZorEchoMIDI(ZorBool on, const uint8_t* map) ZORNOEXCEPT {
     if (on) SetEchoMap(map);
     EchoOn.store(on, std::memory_order_release);

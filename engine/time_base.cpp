@@ -75,6 +75,8 @@ void CountClock(TimeBase& base) {
     }
     const std::uint32_t now = timeGetTime();
     base.ClockCount = static_cast<std::int32_t>(static_cast<std::uint32_t>(base.ClockCount) + 1);
+    // The gap is unknown if the millisecond clock, as a signed number, wrapped since the last
+    // clock.
     const bool backwards =
         static_cast<std::int32_t>(now) < static_cast<std::int32_t>(base.LastClockTime);
     base.LastClockGap = backwards ? 0 : static_cast<std::int32_t>(now - base.LastClockTime);
@@ -121,6 +123,7 @@ std::int32_t RunningTime() {
     const TimeBase base = ReadTimeBase();
     if (!ExternalSync()) return MillisecondsSince(base.TimeOrigin);
     if (!base.ClockRunning) return ClocksToTime(base.ClockCount, 0, 0);
+    // At most one clock: the time stops where the next clock is overdue.
     const std::int32_t elapsed =
         std::max(std::min(MillisecondsSince(base.LastClockTime), base.LastClockGap), 0);
     return ClocksToTime(base.ClockCount, base.LastClockGap, elapsed);
@@ -167,7 +170,7 @@ void FeedClock(const MIDIEvent& event) {
     case 0xFC: // Stop
         base.ClockRunning = base.ClockPending = false;
         break;
-    case 0xF8:
+    case 0xF8: // Clock
         CountClock(base);
         break;
     default:
@@ -197,6 +200,7 @@ void ZORCALL ZorSetMIDITimer(int32_t time) ZORNOEXCEPT {
     Jump(base);
 }
 
+// Informs the drivers first, which may still receive messages in the old mode.
 void ZORCALL ZorSyncMIDI(int16_t mode) ZORNOEXCEPT {
     for (MIDIDriverEntry& row : MIDIDrivers) {
         if (row.Inited) row.Sync(row.TakesSync ? mode : std::int16_t{0});

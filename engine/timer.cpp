@@ -16,15 +16,16 @@ namespace {
 // Guards the variables below and TimerRunning. Held only across the system's timer calls, none of
 // which waits for a callback, and QueueLock. Never entered inside a QueueSection.
 Lock TimerLock;
-MMRESULT TimerID = 0;
-std::uint16_t TimerPeriod = 1;
-std::atomic<bool> chainEnded{false};
+MMRESULT TimerID = 0;                // the pending one-shot, 0 for none
+std::uint16_t TimerPeriod = 1;       // milliseconds
+std::atomic<bool> chainEnded{false}; // see ChainEnded
 
 void CancelPending() {
     if (TimerID != 0) timeKillEvent(TimerID);
     TimerID = 0;
 }
 
+// delay: milliseconds. Inside TimerLock, as CancelPending.
 void Program(std::uint32_t delay) {
     CancelPending();
     if (!TimerRunning) return;

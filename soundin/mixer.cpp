@@ -24,7 +24,7 @@ public:
         details.cbStruct = sizeof details;
         details.dwControlID = control.dwControlID;
         details.cChannels = channels;
-        details.cMultipleItems = 0;
+        details.cMultipleItems = 0; // single values, not lists
         details.cbDetails = sizeof(DWORD);
         details.paDetails = values.get();
     }

@@ -47,6 +47,7 @@ const char* Reason(int code) {
     }
 }
 
+// Called by DirectSound for each device. context: the list. Returning FALSE ends the enumeration.
 BOOL CALLBACK AddDevice(LPGUID guid, LPCSTR description, LPCSTR module, LPVOID context) {
     if (!context) return FALSE;
     auto& devices = *static_cast<PointerArray<CaptureDeviceRecord>*>(context);
@@ -112,6 +113,7 @@ bool SoundInDx::Open(std::uint32_t rate) {
     return SoundIn::Open(rate);
 }
 
+// An index outside the list opens the system's default device.
 bool SoundInDx::CreateCapture() {
     const auto create = FindFunction<CreateFunction>(DSoundModule, "DirectSoundCaptureCreate");
     if (!create) return ReportOpenFailure(NoFunction);
@@ -124,7 +126,7 @@ bool SoundInDx::CreateCapture() {
 
 bool SoundInDx::CreateBuffer() {
     BufferDesc = {};
-    BufferDesc.dwSize = sizeof(DSCBUFFERDESC1);
+    BufferDesc.dwSize = sizeof(DSCBUFFERDESC1); // the size known to DirectX 5
     BufferDesc.dwBufferBytes = static_cast<DWORD>(BytesPerBlock * BlockCount);
     BufferDesc.lpwfxFormat = &Format;
     LastResult = Capture->CreateCaptureBuffer(&BufferDesc, &CaptureBuffer, nullptr);
@@ -135,6 +137,7 @@ bool SoundInDx::CreateBuffer() {
     return RequestNotifications() || ReportOpenFailure(NoNotify);
 }
 
+// Requests an event at the last byte of each block.
 bool SoundInDx::RequestNotifications() {
     void* found = nullptr;
     LastResult = CaptureBuffer->QueryInterface(NotifyInterface, &found);
@@ -191,6 +194,7 @@ bool SoundInDx::Start() {
     return SoundIn::Start();
 }
 
+// Waits for the callback in progress and the end of the thread.
 bool SoundInDx::Stop() {
     if (!Running) return true;
     SoundIn::Stop();

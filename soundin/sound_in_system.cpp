@@ -10,6 +10,7 @@ constexpr std::uint32_t MicThruOn = 7;
 
 } // namespace
 
+// The control's value relative to half of its range; 0 without a volume control.
 double SoundInSystem::GetLevel() {
     const DWORD value = GetControlUnsigned(Mixer, MicLine, MicVolume);
     const DWORD half = MicVolume.Bounds.dwMaximum / 2;
@@ -31,11 +32,13 @@ std::uint32_t SoundInSystem::GetMicThru() {
     return GetControlBoolean(Mixer, SpeakerLine, MicMute) == 0 ? MicThruOn : 0;
 }
 
+// The mute control is off while the microphone is heard.
 bool SoundInSystem::SetMicThru(std::uint32_t on) {
     if (MicMute.dwControlType != MIXERCONTROL_CONTROLTYPE_MUTE) return false;
     return SetControlBoolean(Mixer, SpeakerLine, MicMute, on ? 0 : 1);
 }
 
+// Returns false if the new device cannot be opened; the object is then closed.
 bool SoundInSystem::SetDevice(std::int32_t device) {
     if (!IsOpen() || device == Device) return SoundIn::SetDevice(device);
     const bool wasRunning = Running != 0;
@@ -57,6 +60,7 @@ void SoundInSystem::SetFormat(std::uint32_t rate) {
     Format.nSamplesPerSec = rate;
     Format.nAvgBytesPerSec = Format.nBlockAlign * rate;
     BytesPerFrame = Format.nBlockAlign;
+    // 23.2 ms at any rate.
     FramesPerBlock = static_cast<std::int32_t>(rate * 512 / 22050);
     BytesPerBlock = FramesPerBlock * BytesPerFrame;
 }

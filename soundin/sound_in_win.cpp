@@ -22,6 +22,7 @@ constexpr DWORD Formats16Bit = 0xCCC;
 
 } // namespace
 
+// Shows the message box and returns false.
 bool SoundInWin::ReportWaveInError(MMRESULT code) {
     TextString caption = "waveInOpen Error" + (" " + TextString(static_cast<std::int32_t>(code)));
     TextString text("Could not open waveIn device.\n");
@@ -65,7 +66,8 @@ MMRESULT SoundInWin::OpenDevice() {
     return MMSYSERR_NOERROR;
 }
 
-// One supported format per rate suffices; channels and bits are then chosen independently of it.
+// Tries the requested rate, then the higher ones. One supported format per rate suffices; channels
+// and bits are then chosen independently of it.
 bool SoundInWin::ChooseFormat(const WAVEINCAPSA& caps, std::uint32_t& rate) {
     bool supported = true;
     for (const RateStep& step : RateSteps) {
@@ -88,6 +90,7 @@ void SoundInWin::ResetDevice() {
     BitsPerSample = 8;
 }
 
+// Opens the mixer of the device, else the first mixer.
 void SoundInWin::OpenMixerOfDevice() {
     ResetMixer();
     if (OpenMixer(static_cast<UINT>(Device), MIXER_OBJECTF_WAVEIN) || OpenMixer(0, 0))
