@@ -1,5 +1,5 @@
 // Calls of other functions while a pump pass is inside a driver.
-#include "tests/engine/rig.h"
+#include "tests/engine/engine_fixture.h"
 
 #include "engine/active_call.h"
 #include "engine/timer.h"

@@ -1,4 +1,4 @@
-#include "tests/engine/rig.h"
+#include "tests/engine/engine_fixture.h"
 
 namespace {
 

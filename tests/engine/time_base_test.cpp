@@ -1,7 +1,7 @@
 #include "engine/time_base.h"
 
 #include "engine/sections.h"
-#include "tests/engine/rig.h"
+#include "tests/engine/engine_fixture.h"
 
 #include <random>
 #include <thread>
