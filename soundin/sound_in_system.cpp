@@ -32,7 +32,7 @@ std::uint32_t SoundInSystem::GetMicThru() {
     return GetControlBoolean(Mixer, SpeakerLine, MicMute) == 0 ? MicThruOn : 0;
 }
 
-// The mute control is off while the microphone is heard.
+// The mute control is off while the speakers play the microphone.
 bool SoundInSystem::SetMicThru(std::uint32_t on) {
     if (MicMute.dwControlType != MIXERCONTROL_CONTROLTYPE_MUTE) return false;
     return SetControlBoolean(Mixer, SpeakerLine, MicMute, on ? 0 : 1);

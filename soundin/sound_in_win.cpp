@@ -107,8 +107,8 @@ bool SoundInWin::Close() {
     return true;
 }
 
-// Resets the device first, and a second time, while it has buffers or says that it is still
-// playing.
+// Closes the device, after a reset if it has not returned all buffers. If it reports that it still
+// plays, resets and closes it once more.
 void SoundInWin::CloseDevice() {
     for (int attempt = 0; attempt < 2; ++attempt) {
         if (attempt > 0 || !Buffers->AllReturned()) waveInReset(WaveIn);

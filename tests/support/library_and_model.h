@@ -1,5 +1,5 @@
-// The library beside the reference model, on a stepped machine: every function calls both, and
-// Compare compares what came of it.
+// Runs the library and the reference model side by side on a stepped machine: each function calls both, and
+// Compare compares their states and the messages sent.
 #pragma once
 
 #include "platform/machine.h"
