@@ -50,7 +50,7 @@ bool OpenAllRows() {
 // After the dialog: opens the driver if its row is marked as opened. Open and Close can show
 // message boxes, from which the host may mark the row differently, so the mark is read again after
 // each. A failed Open counts as done, since the user has seen its message.
-void FollowMark(MIDIDriverEntry& row) {
+void OpenAsMarked(MIDIDriverEntry& row) {
     bool isOpen = false;
     while (isOpen != (row.Opened && LibraryIsUp())) {
         if (isOpen)
@@ -100,7 +100,7 @@ void RunDriverDialog(int index, HWND parent) {
         row.Close();
         PRecInDialog = 0;
     }
-    FollowMark(row);
+    OpenAsMarked(row);
     inDialog[index] = false;
 }
 

@@ -13,7 +13,7 @@ constexpr std::uint16_t DriverSuccess = 0xFFFF;
 // also on the timer's and the MIDI input's.
 struct MIDIDriverEntry {
     std::atomic<std::uint8_t> Inited; // Init succeeded in the last MIDISysInit
-    std::atomic<std::uint8_t> Opened; // the group is open, and so is this driver
+    std::atomic<std::uint8_t> Opened; // open in the group; during its dialog: to be opened after it
     std::uint16_t (*Init)();          // DriverSuccess or a failure code
     std::uint8_t (*Term)();
     std::uint8_t (*Open)(); // false: the driver has shown its own message box
