@@ -1,11 +1,11 @@
-// The library's strings and dialogs as tables, compiled from the files in resources/. Their address
-// is the library's handle.
+// The library's resources, made from the files in resources/: its strings and dialogs. Their
+// address is the library's module handle.
 #include "engine/library_instance.h"
 #include "platform/api/clock.h"
 #include "platform/ui/template.h"
 
-// Programs that link the library's parts statically name this symbol with --undefined, so that the
-// linker includes this file.
+// A program that links the library's parts statically refers to this name, so that the linker keeps
+// this file.
 // clang-format off
 extern "C" __attribute__((visibility("hidden"))) const ui::Resources ZorResources = {
     {
@@ -13,7 +13,7 @@ extern "C" __attribute__((visibility("hidden"))) const ui::Resources ZorResource
 #include "resources/strings.inc"
     },
     {
-// As in the resource compiler, every control is visible by default.
+// As the resource compiler does, every control is visible unless it is HIDDEN.
 #define DIALOG(id, caption, style, x, y, w, h, points, font) {id, caption, x, y, w, h, {
 #define ITEM(text, id, class, style, x, y, w, h) {text, id, class, (style) | WS_VISIBLE, x, y, w, h},
 #define HIDDEN(text, id, class, style, x, y, w, h) {text, id, class, style, x, y, w, h},
