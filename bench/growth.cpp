@@ -7,7 +7,7 @@
 #include "platform/platform.h"
 #include "soundin/sound_in.h"
 #include "support/lock.h"
-#include "tests/support/twin.h"
+#include "tests/support/library_and_model.h"
 
 #include <algorithm>
 #include <cmath>
@@ -85,8 +85,8 @@ void BringUp(int ports, int slots, const std::string& more = "") {
     machine::RecordSentMidi(false);
     std::filesystem::create_directories(Folder());
     machine::SetModulePath((Folder() / "libzormidi.so").string());
-    std::ofstream(Folder() / "ZORMIDI.INI") << more << Twin::Ini(ports);
-    Twin::AddPorts(ports);
+    std::ofstream(Folder() / "ZORMIDI.INI") << more << LibraryAndModel::Ini(ports);
+    LibraryAndModel::AddPorts(ports);
     MIDISysInit(0);
     for (std::int16_t queue = 0; queue < 3; ++queue)
         ZorAllocMIDI(queue, static_cast<std::int16_t>(slots));

@@ -9,25 +9,25 @@ target_include_directories(zormidi INTERFACE
 target_link_libraries(zormidi PRIVATE zor_options)
 
 if(WIN32)
-  target_sources(zormidi PRIVATE engine/zormidi.def)
+  target_sources(zormidi PRIVATE ${ZOR_EXPORT_FOLDER}/zormidi.def)
   set_target_properties(zormidi PROPERTIES PREFIX "" OUTPUT_NAME "ZORMIDI" SUFFIX ".DLL")
   target_link_options(zormidi PRIVATE -Wl,--kill-at -Wl,--enable-stdcall-fixup)
   zor_version_info(zormidi VFT_DLL ZORMIDI.DLL "${PROJECT_DESCRIPTION}")
   target_link_libraries(zormidi PRIVATE winmm user32 gdi32 comctl32 shell32)
   add_custom_command(TARGET zormidi POST_BUILD VERBATIM
     BYPRODUCTS ZORMIDI.def libZORMIDI-delayed.a
-    COMMAND ${CMAKE_COMMAND} -DDLL=$<TARGET_FILE:zormidi> -DDEF=${PROJECT_SOURCE_DIR}/engine/zormidi.def
+    COMMAND ${CMAKE_COMMAND} -DDLL=$<TARGET_FILE:zormidi> -DDEF=${ZOR_EXPORT_FOLDER}/zormidi.def
       -DNM=${CMAKE_NM} -DDLLTOOL=${CMAKE_DLLTOOL} -DFOLDER=${PROJECT_BINARY_DIR}
       -P ${PROJECT_SOURCE_DIR}/cmake/ImportLibraries.cmake)
 else()
   target_link_libraries(zormidi PRIVATE zorplatform)
   set_target_properties(zormidi PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
-    LINK_DEPENDS ${PROJECT_SOURCE_DIR}/engine/zormidi.map)
+    LINK_DEPENDS ${ZOR_EXPORT_FOLDER}/zormidi.map)
   target_link_options(zormidi PRIVATE
-    -Wl,--version-script=${PROJECT_SOURCE_DIR}/engine/zormidi.map ${ZOR_NO_UNDEFINED})
+    -Wl,--version-script=${ZOR_EXPORT_FOLDER}/zormidi.map ${ZOR_NO_UNDEFINED})
 
   # The same objects as a static library, for tests, fuzz targets and benchmarks that use internals.
   add_library(zor_inside STATIC EXCLUDE_FROM_ALL ${zor_objects})
   target_link_libraries(zor_inside PUBLIC zor_options zorplatform)
-  target_link_options(zor_inside INTERFACE -Wl,--undefined=ZorModule) # links library_resources.cpp in
+  target_link_options(zor_inside INTERFACE -Wl,--undefined=ZorResources) # links library_resources.cpp
 endif()

@@ -2,7 +2,8 @@
 
 #include "engine/driver_table.h"
 #include "engine/generation.h"
-#include "engine/lifecycle.h"
+#include "engine/library_instance.h"
+#include "engine/library_state.h"
 #include "engine/queues.h"
 #include "engine/time_base.h"
 
@@ -12,13 +13,13 @@ std::atomic<std::uint8_t> DriversOpen{0};
 
 namespace {
 
-// All of these belong to the host's thread, which comes in again from the message loop of a box or
-// a dialog.
+// Used on the host's thread only. That thread enters these functions again from the message loop of
+// a message box or dialog.
 bool changing = false;          // a row is being opened or closed
-bool inDialog[DriverRows] = {}; // the row belongs to its dialog
+bool inDialog[DriverRows] = {}; // the row's dialog opens and closes the driver
 
-// Opens the row as part of the group. False if it cannot be opened, or the host has closed the
-// group from a box meanwhile.
+// Opens the row as part of the group. Returns false if it cannot be opened, or if the host has
+// closed the group meanwhile from a message box.
 bool OpenRow(int index) {
     MIDIDriverEntry& row = MIDIDrivers[index];
     if (!row.Inited || !row.Ready()) return true;
@@ -34,7 +35,7 @@ bool OpenRow(int index) {
     return true;
 }
 
-// Cleared first, so that a box in the middle of it finds the row closed.
+// Opened is cleared first, so that calls from a message box of Close see the row as closed.
 void CloseRow(int index) {
     MIDIDriverEntry& row = MIDIDrivers[index];
     if (row.Opened.exchange(0) && !inDialog[index]) row.Close();
@@ -46,6 +47,20 @@ bool OpenAllRows() {
     return true;
 }
 
+// After the dialog: opens the driver if its row is marked as opened. Open and Close can show
+// message boxes, from which the host may mark the row differently, so the mark is read again after
+// each. A failed Open counts as done, since the user has seen its message.
+void OpenAsMarked(MIDIDriverEntry& row) {
+    bool isOpen = false;
+    while (isOpen != (row.Opened && LibraryIsUp())) {
+        if (isOpen)
+            row.Close();
+        else
+            row.Open();
+        isOpen = !isOpen;
+    }
+}
+
 } // namespace
 
 bool OpenMIDIDrivers() {
@@ -54,7 +69,7 @@ bool OpenMIDIDrivers() {
     if (!LibraryIsUp()) return false;
     EmptyAllQueues();
     StopExternalClock();
-    EndTransmissions();
+    CancelTransmissions();
     DriversOpen = 1;
     changing = true;
     const bool complete = OpenAllRows();
@@ -65,14 +80,14 @@ bool OpenMIDIDrivers() {
 
 void CloseMIDIDrivers() {
     if (!DriversOpen) return;
-    EndTransmissions();
+    CancelTransmissions();
     DriversOpen = 0;
     const bool before = std::exchange(changing, true);
     for (int index = 0; index < DriverRows; ++index) CloseRow(index);
     changing = before;
 }
 
-// Closed for the dialog, but the microphone, which its dialog wants live.
+// The driver is closed while its dialog runs, except the recogniser, whose dialog shows live input.
 void RunDriverDialog(int index, HWND parent) {
     if (std::exchange(inDialog[index], true)) return;
     MIDIDriverEntry& row = MIDIDrivers[index];
@@ -85,8 +100,18 @@ void RunDriverDialog(int index, HWND parent) {
         row.Close();
         PRecInDialog = 0;
     }
-    // The opening may show a box, from which the host changes its mind once more.
-    for (bool open = false; open != (row.Opened && LibraryIsUp()); open = !open)
-        open ? row.Close() : row.Open();
+    OpenAsMarked(row);
     inDialog[index] = false;
+}
+
+ZorBool ZORCALL ZorRestoreMIDI(void) ZORNOEXCEPT {
+    CloseMIDIDrivers();
+    return 1;
+}
+
+void ZORCALL ZorConfigMIDIDriver(void* parent, int16_t row) ZORNOEXCEPT {
+    if (row < 0 || row >= DriverRows) return;
+    // With a bare file name the system would look for the settings in its own folder.
+    if (!LibraryIsUp()) BuildIniPath();
+    RunDriverDialog(row, static_cast<HWND>(parent));
 }

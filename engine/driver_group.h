@@ -1,4 +1,4 @@
-// The rows of the driver table taken together.
+// Opening and closing the drivers as a group, and running their dialogs.
 #pragma once
 
 #include "platform/platform.h"
@@ -6,17 +6,17 @@
 #include <atomic>
 #include <cstdint>
 
-// The drivers were opened as a group. Set and cleared on the host's thread.
+// True between a successful OpenMIDIDrivers and CloseMIDIDrivers. Written on the host's thread.
 extern std::atomic<std::uint8_t> DriversOpen;
 
-// Empties the rings, stops the external clock and opens every row that is up and Ready. All or
-// nothing. True also if they are open already, which changes nothing. False from within a message
-// box of a row that is just being opened or closed; what the host closes from there stays closed.
-// Thread: host.
+// Empties the queues, stops the external clock and opens every row that is up and Ready; if one
+// fails, closes them all and returns false. Returns true without an effect if they are open
+// already. Returns false if called from a message box of a row that is being opened or closed; a
+// close from such a box is not undone. Thread: host.
 bool OpenMIDIDrivers();
 void CloseMIDIDrivers();
 
-// Runs a row's dialog. Meanwhile the row belongs to the dialog: opening and closing the drivers
-// only note for it what the host wants, which comes true when the dialog has ended. A second dialog
-// of the row does not open. Thread: host.
+// Runs a row's dialog and returns when it ends. Meanwhile OpenMIDIDrivers and CloseMIDIDrivers only
+// mark the row as opened or closed, and the driver follows the mark after the dialog. No effect for
+// a row whose dialog runs already. Thread: host.
 void RunDriverDialog(int row, HWND parent);

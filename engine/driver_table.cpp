@@ -1,6 +1,6 @@
 #include "engine/driver_table.h"
 
-// Slots are filled in at build time; only the flags change.
+// The slots are constant; only the flags change at run time.
 constinit MIDIDriverEntry MIDIDrivers[DriverRows] = {
     {{0},
      {0},
@@ -30,6 +30,7 @@ constinit MIDIDriverEntry MIDIDrivers[DriverRows] = {
      0},
 };
 
+// exchange: threads that call this at the same time do not return the same error twice.
 int16_t ZORCALL ZorErrorMIDI(uint16_t* code) ZORNOEXCEPT {
     for (int row = 0; row < DriverRows; ++row) {
         if (!MIDIDrivers[row].Inited) continue;

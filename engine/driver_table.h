@@ -1,4 +1,4 @@
-// The driver table: all that the engine knows of its sources and sinks of MIDI.
+// The driver table: the engine's only access to the drivers, its sources and sinks of MIDI.
 #pragma once
 
 #include "engine/zormidi.h"
@@ -9,22 +9,22 @@
 
 constexpr std::uint16_t DriverSuccess = 0xFFFF;
 
-// One driver. The slots never throw and are called outside QueueLock, on the host's thread; Xmit
-// also comes from the timer's and the MIDI input's.
+// One driver. The slots do not throw. They are called outside QueueLock, on the host's thread; Xmit
+// also on the timer's and the MIDI input's.
 struct MIDIDriverEntry {
-    std::atomic<std::uint8_t> Inited; // Init gave success at the last MIDISysInit
-    std::atomic<std::uint8_t> Opened; // Open succeeded and Close has not been called since
-    std::uint16_t (*Init)();          // DriverSuccess, or a failure code
+    std::atomic<std::uint8_t> Inited; // Init succeeded in the last MIDISysInit
+    std::atomic<std::uint8_t> Opened; // open in the group; during its dialog: to be opened after it
+    std::uint16_t (*Init)();          // DriverSuccess or a failure code
     std::uint8_t (*Term)();
-    std::uint8_t (*Open)(); // false: the user has seen the driver's own message
+    std::uint8_t (*Open)(); // false: the driver has shown its own message box
     std::uint8_t (*Close)();
     std::uint8_t (*Xmit)(const MIDIEvent* event); // false: a device refused it
     void (*Sync)(std::int16_t mode);
-    void (*Config)(HWND parent);      // returns when the dialog has ended
-    std::uint8_t (*Silence)();        // releases what the driver still holds sounding
-    std::uint8_t (*Ready)();          // may it be opened now
+    void (*Config)(HWND parent);      // runs the dialog and returns when it ends
+    std::uint8_t (*Silence)();        // releases all sounding notes
+    std::uint8_t (*Ready)();          // the driver may be opened now
     std::atomic<std::uint16_t> Error; // 1 after a failed Open or Xmit, until ZorErrorMIDI
-    std::uint8_t TakesSync;           // 0: Sync is always told mode 0
+    std::uint8_t TakesSync;           // 0: Sync always receives mode 0
 };
 
 constexpr int DriverRows = 2;
@@ -54,11 +54,11 @@ void PRecConfig(HWND parent);
 std::uint8_t PRecSilence();
 std::uint8_t PRecReady();
 
-// Fetches the recogniser's notes and hands them to RcvEvent; runs at every timer expiry.
+// Passes the recogniser's new notes to RcvEvent. Called at every timer expiry.
 // Thread: timer. Real time: yes. In pitchrec/driver/.
 void PollPitchRec();
 
-// Row 1 is open for its dialog: from before that Open until after that Close. It then listens
-// whatever the setting behind PRecReady is, and none of its notes reach RcvEvent. Written on the
-// host's thread.
+// Nonzero while row 1 is open for its dialog, set before that Open and cleared after that Close.
+// The recogniser then listens even if it is switched off in the settings, and none of its notes are
+// passed to RcvEvent. Written on the host's thread.
 extern std::atomic<std::uint8_t> PRecInDialog;

@@ -1,39 +1,40 @@
-// What is being played now, as one number that only grows.
+// The playback generation: a number that grows with every event that makes earlier work stale.
 //
-// Whatever ends a piece or begins another raises it: a stop, the start of the timer, a kill, the
-// emptying, allocating or freeing of a queue, the resetting or setting of the time, also by a MIDI
-// Start or Song Position, the opening and closing of the drivers; and a pump that put itself off.
+// Raised by: stopping and starting the timer, ZorKillMIDI, emptying, allocating or freeing a queue,
+// resetting or setting the time (also by an incoming MIDI Start or Song Position), opening and
+// closing the drivers, and a pump pass that is deferred to a later expiry.
 //
-// Who works for a piece notes the number first, and looks again before each thing that it does:
-//   a pass of the pump goes on while the number stands. When it has moved, the pass begins anew
-//     with a fresh time, or ends if the chain was ended meanwhile (stop, kill);
-//   a record that was sent is taken out of its queue unless the queue was emptied since;
-//   a transmission goes on to the next port unless playback was killed, or the drivers were opened
-//     or closed, since. A change of the time does not stop it: a note off under way still goes to
-//     every port that sounds.
-// So each thing that can be ended keeps the number that its last ending gave, and one comparison
-// tells whether what was noted is still good.
+// A thread reads the generation before it starts to work, and compares it before each step:
+//   A pump pass goes on while its generation is current. A stale pass starts again with a fresh
+//     time, or ends if the timer chain was ended meanwhile (stop, kill).
+//   A record that was sent is removed from its queue, unless the queue was emptied since.
+//   A transmission goes on to the next port, unless it was cancelled: by a kill, or by opening or
+//     closing the drivers. A change of the time does not cancel it: a note off in progress still
+//     goes to every port where the note sounds.
+// Each operation that can be overtaken stores the generation of its last interruption (a queue's
+// EmptiedGeneration, generation::LastCancel), so that a single comparison decides.
 #pragma once
 
 #include <atomic>
 #include <cstdint>
 
-// 64 bits: it never comes round.
+// 64 bits: does not wrap in practice.
 using Generation = std::uint64_t;
 
 namespace generation {
-inline std::atomic<Generation> Present{1};
-inline std::atomic<Generation> Silenced{1}; // by the last kill, opening or closing
+inline std::atomic<Generation> Current{1};
+inline std::atomic<Generation> LastCancel{1}; // of the last kill, opening or closing
 } // namespace generation
 
-// Thread: any. Real time: yes, all of these.
-inline Generation CurrentGeneration() { return generation::Present.load(); }
+// All functions: any thread, real time.
+inline Generation CurrentGeneration() { return generation::Current.load(); }
+inline bool IsCurrent(Generation start) { return CurrentGeneration() == start; }
 
-// Gives the new number. Inside a QueueSection where it goes with a change of queue or time.
-inline Generation RaiseGeneration() { return generation::Present.fetch_add(1) + 1; }
+// Returns the new number. Called inside the QueueSection that changes the queue or the time.
+inline Generation RaiseGeneration() { return generation::Current.fetch_add(1) + 1; }
 
-// Raises the number, and nothing that was on its way to the drivers goes on.
-inline void EndTransmissions() { generation::Silenced.store(RaiseGeneration()); }
+// Raises the generation and cancels all transmissions that started before.
+inline void CancelTransmissions() { generation::LastCancel.store(RaiseGeneration()); }
 
-// Whether a transmission that began at that number may go on.
-inline bool MayTransmit(Generation since) { return generation::Silenced.load() <= since; }
+// True for a transmission that started in the given generation and was cancelled since.
+inline bool IsCancelled(Generation start) { return generation::LastCancel.load() > start; }

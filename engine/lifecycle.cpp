@@ -1,9 +1,9 @@
-#include "engine/lifecycle.h"
-
+// The life of the library, from MIDISysInit to MIDISysTerm, and starting and stopping a session.
+#include "engine/active_call.h"
 #include "engine/driver_group.h"
 #include "engine/driver_table.h"
-#include "engine/errand.h"
 #include "engine/library_instance.h"
+#include "engine/library_state.h"
 #include "engine/queues.h"
 #include "engine/receive.h"
 #include "engine/sections.h"
@@ -15,32 +15,11 @@
 
 namespace {
 
-constexpr uint32_t VersionWord = 0x04030401;
-constexpr UINT NameString = 1;
-constexpr int NameBytes = 30;
+constexpr uint32_t VersionWord = 0x04030401; // version of the interface
+constexpr UINT NameString = 1;               // string resource of the library's name
+constexpr int NameBytes = 30;                // including the terminator
 
-std::atomic<std::uint8_t> SysInited{0};
-
-// Appends what fits of the text to IniPath.
-void Append(const char* text) {
-    const std::size_t used = std::strlen(IniPath);
-    std::strncat(IniPath, text, sizeof IniPath - used - 1);
-}
-
-void BuildIniPath() {
-    char module[MAX_PATH] = "";
-    char drive[_MAX_DRIVE] = "";
-    char directory[_MAX_DIR] = "";
-    GetModuleFileNameA(ModuleInstance, module, MAX_PATH);
-    module[MAX_PATH - 1] = 0; // a path that did not fit may come without its end
-    _splitpath(module, drive, directory, nullptr, nullptr);
-    IniPath[0] = 0;
-    Append(drive);
-    Append(directory);
-    Append("ZORMIDI.INI");
-}
-
-// The last code of a row that did not come up; DriverSuccess if all did.
+// Initialises all drivers. Returns the last failure code, or DriverSuccess; anyRow: one succeeded.
 std::uint16_t InitDrivers(bool& anyRow) {
     std::uint16_t failure = DriverSuccess;
     for (MIDIDriverEntry& row : MIDIDrivers) {
@@ -55,7 +34,9 @@ std::uint16_t InitDrivers(bool& anyRow) {
     return failure;
 }
 
-void TakeDown() {
+// Ends drivers, queues and timer, in this order, then waits until no callback is in progress on
+// another thread.
+void ShutDown() {
     for (MIDIDriverEntry& row : MIDIDrivers) {
         if (row.Inited) row.Term();
     }
@@ -67,17 +48,17 @@ void TakeDown() {
 
 } // namespace
 
-bool LibraryIsUp() { return SysInited.load(std::memory_order_acquire) != 0; }
-
 int16_t ZORCALL MIDISysInit(ZorBool reinit) ZORNOEXCEPT {
     if (LibraryIsUp()) {
         if (!reinit) return ZOR_ALREADY_INITIALISED;
-        TakeDown();
+        ShutDown();
     }
-    PinModule();
+    // Before anything that causes callbacks. A kill in the last session has no effect on this one.
+    PinLibrary();
     ResumeChain();
     FreeAllQueues();
     BuildIniPath();
+    // Timer period in milliseconds. Negative values become 1.
     const UINT speed = GetPrivateProfileIntA("ZORMIDI", "MMESpeed", 4, IniPath);
     MMESpeed = std::max(static_cast<std::int32_t>(speed), 1);
     bool anyRow = false;
@@ -88,17 +69,13 @@ int16_t ZORCALL MIDISysInit(ZorBool reinit) ZORNOEXCEPT {
 }
 
 ZorBool ZORCALL MIDISysTerm(void) ZORNOEXCEPT {
-    TakeDown();
+    ShutDown();
     return 1;
 }
 
 ZorBool ZORCALL ZorSetupMIDI(uint32_t) ZORNOEXCEPT { return 1; }
 
-ZorBool ZORCALL ZorRestoreMIDI(void) ZORNOEXCEPT {
-    CloseMIDIDrivers();
-    return 1;
-}
-
+// With echo on the drivers are open already, so only queues and time are reset.
 ZorBool ZORCALL ZorStartMIDI(ZorBool startTimer) ZORNOEXCEPT {
     if (EchoIsOn()) {
         EmptyAllQueues();
@@ -119,18 +96,12 @@ ZorBool ZORCALL ZorStopMIDI(void) ZORNOEXCEPT {
     return 1;
 }
 
-void ZORCALL ZorConfigMIDIDriver(void* parent, int16_t row) ZORNOEXCEPT {
-    if (row < 0 || row >= DriverRows) return;
-    // A bare file name would have the system look for the settings in a folder of its own.
-    if (!LibraryIsUp()) BuildIniPath();
-    RunDriverDialog(row, static_cast<HWND>(parent));
-}
-
 void ZORCALL ZorMIDIStatus(uint8_t* driversOpen, uint8_t* timerRunning) ZORNOEXCEPT {
     if (driversOpen) *driversOpen = DriversOpen;
     if (timerRunning) *timerRunning = TimerRunning;
 }
 
+// The name is loaded into a buffer of known size first, since that of the caller is unknown.
 uint32_t ZORCALL ZorMIDIDriverVersion(char* text) ZORNOEXCEPT {
     if (text) {
         char name[NameBytes] = "";

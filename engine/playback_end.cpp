@@ -1,33 +1,35 @@
-// How the host ends playback: it waits for the output queues to run dry, or throws them away.
+// Ends of playback: waiting until the output queues are empty, and ZorKillMIDI.
 #include "engine/queues.h"
 #include "engine/timer.h"
 #include "engine/transmission.h"
 
 namespace {
 
-constexpr DWORD PatienceMilliseconds = 5000;
+constexpr DWORD TimeoutMilliseconds = 5000;
 
-// Sustain off, all notes off, bend to the centre: on channel 0 alone. The notes that still sound
-// elsewhere are the drivers' to release.
-constexpr MIDIEvent Endings[] = {
+// Sustain off, all notes off and pitch bend to the centre, on channel 0 only. The drivers release
+// the sounding notes of all channels.
+constexpr MIDIEvent KillMessages[] = {
     {0, 0, 0, 2, 0xB0, 64, 0},
     {0, 0, 0, 2, 0xB0, 123, 0},
     {0, 0, 0, 2, 0xE0, 0, 0x40},
 };
 
-struct Fill {
-    std::uint16_t First;
-    std::uint16_t Second;
-    bool operator==(const Fill&) const = default;
+// Records in queues 1 and 2.
+struct RecordCounts {
+    std::uint16_t Queue1;
+    std::uint16_t Queue2;
+    bool operator==(const RecordCounts&) const = default;
 };
 
-Fill OutputFill() {
+RecordCounts OutputCounts() {
     return {MIDIQueues[ZOR_QUEUE_OUTPUT].Count, MIDIQueues[ZOR_QUEUE_OUTPUT2].Count};
 }
 
-bool DryBefore(DWORD deadline) {
+// deadline: on the GetTickCount clock, milliseconds.
+bool EmptyBefore(DWORD deadline) {
     do {
-        if (OutputFill() == Fill{0, 0}) return true;
+        if (OutputCounts() == RecordCounts{0, 0}) return true;
     } while (static_cast<std::int32_t>(GetTickCount() - deadline) < 0);
     return false;
 }
@@ -35,19 +37,19 @@ bool DryBefore(DWORD deadline) {
 } // namespace
 
 ZorBool ZORCALL ZorXmitEmpty(ZorBool wait) ZORNOEXCEPT {
-    if (!wait) return OutputFill() == Fill{0, 0};
+    if (!wait) return OutputCounts() == RecordCounts{0, 0};
     for (;;) {
-        const Fill before = OutputFill();
-        if (DryBefore(GetTickCount() + PatienceMilliseconds)) return 1;
-        if (OutputFill() == before) return 0;
+        const RecordCounts before = OutputCounts();
+        if (EmptyBefore(GetTickCount() + TimeoutMilliseconds)) return 1;
+        if (OutputCounts() == before) return 0;
     }
 }
 
-// What was sent before is counted by the drivers and silenced here; what was on its way goes no
-// further, since it belongs to an older generation.
+// The drivers have counted the notes sent so far and release them here. Transmissions in progress
+// belong to an older generation and are cancelled.
 void ZORCALL ZorKillMIDI(void) ZORNOEXCEPT {
     EndPlayback();
     const Generation now = CurrentGeneration();
-    for (const MIDIEvent& ending : Endings) XmitToDrivers(ending, now);
+    for (const MIDIEvent& message : KillMessages) XmitToDrivers(message, now);
     SilenceDrivers();
 }

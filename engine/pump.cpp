@@ -1,6 +1,6 @@
-// Plays what is due from the output queues.
+// The pump: plays the records of the output queues whose time has come.
+#include "engine/active_call.h"
 #include "engine/driver_table.h"
-#include "engine/errand.h"
 #include "engine/queues.h"
 #include "engine/sections.h"
 #include "engine/time_base.h"
@@ -11,14 +11,14 @@
 
 namespace {
 
-// Set for as long as one thread plays.
+// Set while a thread runs pump passes.
 std::atomic<bool> PlayBusy{false};
 
-bool ExternalClockStands() { return ExternalSync() && !ReadTimeBase().ClockRunning; }
+bool ExternalClockStopped() { return ExternalSync() && !ReadTimeBase().ClockRunning; }
 
-// Moves the queue's position or marker to that of a record whose time has come. False if the
-// record is for that alone and no driver gets it.
-bool MovePosition(MIDIQueue& queue, const MIDIEvent& event) {
+// Updates the queue's position or marker from a record whose time has come. Returns false for a
+// record that is not sent to the drivers.
+bool UpdatePosition(MIDIQueue& queue, const MIDIEvent& event) {
     if (event.Status == 0 && event.Length == 0) {
         queue.Marker.store(static_cast<std::uint16_t>(event.Etime), std::memory_order_relaxed);
         return false;
@@ -27,76 +27,83 @@ bool MovePosition(MIDIQueue& queue, const MIDIEvent& event) {
     return !(event.Status == 0xF8 && event.Data1 == 1);
 }
 
-// What a pass found at the head of a queue.
+// The head of a queue, as one pass read it.
 struct HeadRecord {
-    enum { Nothing, AwaitsClock, ForQueue, ForDrivers, PassIsVoid } State = Nothing;
+    enum {
+        NotDue,     // no record, or its time has not come
+        NeedsClock, // it waits until the external clock runs
+        NotSent,    // due; it changed the position or marker only
+        ForDrivers, // due
+        StalePass,  // the generation changed: the pass must start again
+    } State = NotDue;
     MIDIEvent Event;
 };
 
-// One pass: all of it by one time, and for one piece.
+// One pass over both queues, at one time and in one generation.
 struct Pass {
-    Generation Piece = CurrentGeneration(); // before the time, which may be void as soon as read
-    std::int32_t Now = CurrentMIDITime();
+    Generation Start = CurrentGeneration(); // read before the time, which it makes stale
+    std::int32_t Time = CurrentMIDITime();
 };
 
-// Copies the record at the head if its time has come; it stays in the queue.
-HeadRecord TakeDue(MIDIQueue& queue, const Pass& pass) {
+// Copies the head record if its time has come; it stays in the queue.
+HeadRecord ReadDue(MIDIQueue& queue, const Pass& pass) {
     HeadRecord found{};
-    if (!queue.Holds()) return found;
+    if (!queue.HasRecords()) return found;
     QueueSection section;
-    if (CurrentGeneration() != pass.Piece) {
-        found.State = HeadRecord::PassIsVoid;
-    } else if (queue.Holds() && ExternalClockStands()) {
-        found.State = HeadRecord::AwaitsClock;
-    } else if (queue.Holds() && pass.Now >= queue.Head->Time) {
+    if (!IsCurrent(pass.Start)) {
+        found.State = HeadRecord::StalePass;
+    } else if (queue.HasRecords() && ExternalClockStopped()) {
+        found.State = HeadRecord::NeedsClock;
+    } else if (queue.HasRecords() && pass.Time >= queue.Head->Time) {
         found.Event = *queue.Head;
-        const bool forDrivers = MovePosition(queue, found.Event);
-        found.State = forDrivers ? HeadRecord::ForDrivers : HeadRecord::ForQueue;
+        const bool forDrivers = UpdatePosition(queue, found.Event);
+        found.State = forDrivers ? HeadRecord::ForDrivers : HeadRecord::NotSent;
     }
     return found;
 }
 
-// Removes the record that was copied. One that was sent goes even if the time has been set anew
-// meanwhile: it must not go out twice.
-void Remove(MIDIQueue& queue, Generation copied) {
+// Removes the head record after it was played, unless the queue was emptied since passStart. A
+// change of the time alone does not keep the record: it must not be sent twice.
+void RemoveHead(MIDIQueue& queue, Generation passStart) {
     QueueSection section;
-    if (queue.Emptied <= copied) queue.Drop();
+    if (queue.EmptiedGeneration <= passStart) queue.Pop();
 }
 
-// Plays what is due in one queue; gives what it found then.
+// Plays all due records of one queue. Returns the head that ended the loop.
 HeadRecord PlayQueue(MIDIQueue& queue, const Pass& pass) {
     for (;;) {
-        const HeadRecord record = TakeDue(queue, pass);
-        const bool taken =
-            record.State == HeadRecord::ForDrivers || record.State == HeadRecord::ForQueue;
-        if (!taken) return record;
-        if (record.State == HeadRecord::ForDrivers) XmitToDrivers(record.Event, pass.Piece);
-        Remove(queue, pass.Piece);
+        const HeadRecord record = ReadDue(queue, pass);
+        const bool due =
+            record.State == HeadRecord::ForDrivers || record.State == HeadRecord::NotSent;
+        if (!due) return record;
+        if (record.State == HeadRecord::ForDrivers) XmitToDrivers(record.Event, pass.Start);
+        RemoveHead(queue, pass.Start);
     }
 }
 
-// Plays a pass and programs the expiry for what comes next; all that is due in queue 1 goes before
-// queue 2. False if there is more to do at once: a record came due while the pass ran, or something
-// ended or began under it. Nothing is done once playback has ended.
+// Runs one pass and programs the next expiry. All due records of queue 1 precede those of queue 2.
+// Returns false if another pass must follow at once: a record became due during this pass, or the
+// pass is stale. Does nothing once playback has ended.
 bool PlayAndProgram() {
     const Pass pass;
-    if (ChainEnded()) return true; // looked at after the number: an end that comes later moves it
-    bool awaitingClock = false;
+    if (ChainEnded()) return true; // read after the generation, which a later end raises
+    bool needsClock = false;
     for (int index = FirstOutputQueue; index < QueueCount; ++index) {
         const HeadRecord last = PlayQueue(MIDIQueues[index], pass);
-        if (last.State == HeadRecord::PassIsVoid) return false;
-        if (last.State == HeadRecord::AwaitsClock) awaitingClock = true;
+        if (last.State == HeadRecord::StalePass) return false;
+        if (last.State == HeadRecord::NeedsClock) needsClock = true;
     }
     const NextDelay next = DelayToNextEvent(CurrentMIDITime());
-    if (!next.Due) return ArmTimer(next.Delay, pass.Piece);
-    // A record that is due but waits for the clock ends the chain, unless the clock has started
-    // since the pass looked.
-    return awaitingClock && ExternalClockStands() && DisarmTimer(pass.Piece);
+    if (!next.Due) return ArmTimer(next.Delay, pass.Start);
+    // A due record that waits for the clock ends the chain, unless the clock has started since the
+    // pass read the queue.
+    return needsClock && ExternalClockStopped() && DisarmTimer(pass.Start);
 }
 
-// Plays and programs the next expiry; a second one at the same time puts itself off.
+// Runs passes until none must follow at once. While another thread runs passes or transmits, this
+// call is deferred to the next timer period.
 void PlayQueues() {
-    // Acquire and release: the passes of two threads follow each other.
+    // Acquire and release order the passes of different threads.
     if (Transmitting() || PlayBusy.exchange(true, std::memory_order_acquire)) return DeferTimer();
     while (!PlayAndProgram()) {
     }
@@ -111,8 +118,8 @@ void ZORCALL ZorMIDIPlay(void) ZORNOEXCEPT {
 }
 
 void ZORCALL MMETimerCallBack(uint32_t, uint32_t, uintptr_t, uintptr_t, uintptr_t) ZORNOEXCEPT {
-    const Errand errand(Errand::Kind::Expiry);
-    // Dispatched before playback was ended and entered after it.
+    const ActiveCall call(CallKind::TimerCallback);
+    // The system dispatched this expiry before playback was ended.
     if (ChainEnded()) return;
     PollPitchRec();
     PlayQueues();

@@ -1,4 +1,4 @@
-// The lock of the queues and the scoped section that holds it.
+// The lock of the queues and its scoped form.
 #pragma once
 
 #include "support/lock.h"
@@ -6,9 +6,8 @@
 using Sonorel::Lock;
 using Sonorel::LockScope;
 
-// Guards the rings, the changes of the time base and XmitBusy. Held for the copy of one record or a
-// few stores, and never across a driver slot. A section may stand inside another: the lock knows
-// its thread.
+// Guards the queues, changes of the time base and changes of XmitBusy. Held while one record is
+// copied or a few values are stored, never across a driver slot. Recursive.
 extern Lock QueueLock;
 
 class QueueSection : public LockScope {

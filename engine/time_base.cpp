@@ -2,9 +2,8 @@
 
 #include "engine/driver_table.h"
 #include "engine/generation.h"
-#include "engine/queues.h"
+#include "engine/library_state.h"
 #include "engine/sections.h"
-#include "engine/timer.h"
 
 #include <algorithm>
 
@@ -12,18 +11,17 @@ std::atomic<std::int16_t> SyncMode{ZOR_SYNC_INTERNAL};
 
 namespace {
 
-// The picture of the time base that readers see, and the one being written beside it. Writers take
-// turns under QueueLock: they fill the picture that is out of sight and then show it. A reader
-// starts over only if a new picture was shown while it read.
-// Release on every store and acquire on every load: who reads a value of the picture after next
-// also reads a version that has moved.
-class Picture {
+// The time base in two pages: readers use the page shown, writers fill the other one under
+// QueueLock and then show it. A reader starts over only if a page was shown while it read. Release
+// on every store and acquire on every load: a reader that sees a value of the next write also sees
+// a changed version.
+class DoubleBuffer {
 public:
     TimeBase Read() const {
         for (;;) {
             const std::uint32_t version = shown.load(std::memory_order_acquire);
-            const TimeBase seen = Load(pages[version & 1]);
-            if (shown.load(std::memory_order_acquire) == version) return seen;
+            const TimeBase base = Load(pages[version & 1]);
+            if (shown.load(std::memory_order_acquire) == version) return base;
         }
     }
     void Write(const TimeBase& changed) {
@@ -47,28 +45,29 @@ private:
                 page.LastClockTime.load(order), page.LastClockGap.load(order),
                 page.ClockRunning.load(order),  page.ClockPending.load(order)};
     }
-    static void Store(Page& page, const TimeBase& from) {
+    static void Store(Page& page, const TimeBase& base) {
         constexpr auto order = std::memory_order_release;
-        page.TimeOrigin.store(from.TimeOrigin, order);
-        page.ClockCount.store(from.ClockCount, order);
-        page.LastClockTime.store(from.LastClockTime, order);
-        page.LastClockGap.store(from.LastClockGap, order);
-        page.ClockRunning.store(from.ClockRunning, order);
-        page.ClockPending.store(from.ClockPending, order);
+        page.TimeOrigin.store(base.TimeOrigin, order);
+        page.ClockCount.store(base.ClockCount, order);
+        page.LastClockTime.store(base.LastClockTime, order);
+        page.LastClockGap.store(base.LastClockGap, order);
+        page.ClockRunning.store(base.ClockRunning, order);
+        page.ClockPending.store(base.ClockPending, order);
     }
 
     Page pages[2];
     std::atomic<std::uint32_t> shown{0};
 };
 
-constinit Picture picture;
+constinit DoubleBuffer buffer;
 
-// Differences of the 32-bit millisecond clock wrap with it.
-std::int32_t Since(std::uint32_t moment) {
+// moment: on the timeGetTime clock, which wraps at 32 bits; so does the difference.
+std::int32_t MillisecondsSince(std::uint32_t moment) {
     return static_cast<std::int32_t>(timeGetTime() - moment);
 }
 
-void Count(TimeBase& base) {
+// One incoming MIDI clock.
+void CountClock(TimeBase& base) {
     if (!base.ClockRunning && !base.ClockPending) return;
     if (base.ClockPending) {
         base.ClockPending = false;
@@ -76,32 +75,34 @@ void Count(TimeBase& base) {
     }
     const std::uint32_t now = timeGetTime();
     base.ClockCount = static_cast<std::int32_t>(static_cast<std::uint32_t>(base.ClockCount) + 1);
+    // The gap is unknown if the millisecond clock, as a signed number, wrapped since the last
+    // clock.
     const bool backwards =
         static_cast<std::int32_t>(now) < static_cast<std::int32_t>(base.LastClockTime);
     base.LastClockGap = backwards ? 0 : static_cast<std::int32_t>(now - base.LastClockTime);
     base.LastClockTime = now;
 }
 
-// Puts the count at that many clocks after the position that ZorSetMIDITimer was given.
-void Locate(TimeBase& base, std::int32_t clocks) {
+// Sets the count to that many clocks after the position set by ZorSetMIDITimer.
+void SetPosition(TimeBase& base, std::int32_t clocks) {
     base.LastClockTime = 0;
     base.LastClockGap = 0;
     base.ClockCount = TimeToClocks(static_cast<std::int32_t>(base.TimeOrigin)) + clocks;
 }
 
-// The time jumps: what was figured by the old one is void.
-void Move(const TimeBase& changed) {
+// Publishes a discontinuous time. Raises the generation, since delays computed before are stale.
+void Jump(const TimeBase& changed) {
     WriteTimeBase(changed);
     RaiseGeneration();
 }
 
 } // namespace
 
-TimeBase ReadTimeBase() { return picture.Read(); }
-void WriteTimeBase(const TimeBase& changed) { picture.Write(changed); }
+TimeBase ReadTimeBase() { return buffer.Read(); }
+void WriteTimeBase(const TimeBase& changed) { buffer.Write(changed); }
 
-// The fraction is taken apart so that no product leaves 64 bits, however large gap and clocks are:
-// whole and rest have the same sign, so that both round towards zero as the plain quotient does.
+// total * 128 / divisor, in parts, so that no product exceeds 64 bits for any gap and clocks.
+// Quotient and remainder have the same sign, so both parts round towards zero as the whole does.
 std::int32_t ClocksToTime(std::int32_t clocks, std::int32_t gap, std::int32_t elapsed) {
     const std::int64_t wide = clocks;
     if (gap == 0) return static_cast<std::int32_t>(wide * 128 / 3);
@@ -120,10 +121,11 @@ std::int32_t CurrentMIDITime() {
 
 std::int32_t RunningTime() {
     const TimeBase base = ReadTimeBase();
-    if (!ExternalSync()) return Since(base.TimeOrigin);
+    if (!ExternalSync()) return MillisecondsSince(base.TimeOrigin);
     if (!base.ClockRunning) return ClocksToTime(base.ClockCount, 0, 0);
+    // At most one clock: the time stops where the next clock is overdue.
     const std::int32_t elapsed =
-        std::max(std::min(Since(base.LastClockTime), base.LastClockGap), 0);
+        std::max(std::min(MillisecondsSince(base.LastClockTime), base.LastClockGap), 0);
     return ClocksToTime(base.ClockCount, base.LastClockGap, elapsed);
 }
 
@@ -137,7 +139,7 @@ void ResetMIDITime() {
     } else {
         base.TimeOrigin = timeGetTime();
     }
-    Move(base);
+    Jump(base);
 }
 
 void StopExternalClock() {
@@ -156,20 +158,20 @@ void FeedClock(const MIDIEvent& event) {
     TimeBase base = ReadTimeBase();
     switch (event.Status) {
     case 0xF2: // Song Position, in beats of 6 clocks
-        Locate(base, 6 * ((event.Data2 & 0x7F) * 128 + (event.Data1 & 0x7F)));
-        return Move(base);
+        SetPosition(base, 6 * ((event.Data2 & 0x7F) * 128 + (event.Data1 & 0x7F)));
+        return Jump(base);
     case 0xFA: // Start
         base.ClockPending = true;
-        Locate(base, 0);
-        return Move(base);
+        SetPosition(base, 0);
+        return Jump(base);
     case 0xFB: // Continue
         base.ClockPending = true;
         break;
     case 0xFC: // Stop
         base.ClockRunning = base.ClockPending = false;
         break;
-    case 0xF8:
-        Count(base);
+    case 0xF8: // Clock
+        CountClock(base);
         break;
     default:
         return;
@@ -191,20 +193,14 @@ void ZORCALL ZorSetMIDITimer(int32_t time) ZORNOEXCEPT {
     TimeBase base = ReadTimeBase();
     if (ExternalSync()) {
         base.TimeOrigin = static_cast<std::uint32_t>(time);
-        Locate(base, 0);
+        SetPosition(base, 0);
     } else {
         base.TimeOrigin = timeGetTime() - static_cast<std::uint32_t>(time);
     }
-    Move(base);
+    Jump(base);
 }
 
-int32_t ZORCALL ZorEtimeMIDI(int16_t queue, uint16_t* marker) ZORNOEXCEPT {
-    const bool known = queue >= 0 && queue < QueueCount;
-    if (marker) *marker = known ? MIDIQueues[queue].Marker.load() : std::uint16_t{0};
-    if (!known) return 0;
-    return ExternalSync() ? CurrentMIDITime() : MIDIQueues[queue].Etime.load();
-}
-
+// Informs the drivers first, which may still receive messages in the old mode.
 void ZORCALL ZorSyncMIDI(int16_t mode) ZORNOEXCEPT {
     for (MIDIDriverEntry& row : MIDIDrivers) {
         if (row.Inited) row.Sync(row.TakesSync ? mode : std::int16_t{0});

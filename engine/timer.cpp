@@ -1,6 +1,6 @@
 #include "engine/timer.h"
 
-#include "engine/lifecycle.h"
+#include "engine/library_state.h"
 #include "engine/queues.h"
 #include "engine/sections.h"
 #include "engine/time_base.h"
@@ -9,32 +9,32 @@
 #include <algorithm>
 #include <limits>
 
-std::atomic<std::uint8_t> TimerRunning{0};
 std::int32_t MMESpeed = 4;
 
 namespace {
 
-// Guards what follows. Inside it stand only the system's timer calls, none of which waits for a
-// callback, and QueueLock. Never entered from within a QueueSection.
+// Guards the variables below and TimerRunning. Held only across the system's timer calls, none of
+// which waits for a callback, and QueueLock. Never entered inside a QueueSection.
 Lock TimerLock;
-MMRESULT TimerID = 0;
-std::uint16_t TimerPeriod = 1;
-std::atomic<bool> ended{false};
+MMRESULT TimerID = 0;                // the pending one-shot, 0 for none
+std::uint16_t TimerPeriod = 1;       // milliseconds
+std::atomic<bool> chainEnded{false}; // see ChainEnded
 
 void CancelPending() {
     if (TimerID != 0) timeKillEvent(TimerID);
     TimerID = 0;
 }
 
+// delay: milliseconds. Inside TimerLock, as CancelPending.
 void Program(std::uint32_t delay) {
     CancelPending();
     if (!TimerRunning) return;
-    // The callback's type is the system's own; its integers have the widths of ours.
+    // The cast changes the names of the integer types, not their widths.
     TimerID = timeSetEvent(std::max<std::uint32_t>(delay, TimerPeriod), 1,
                            reinterpret_cast<LPTIMECALLBACK>(MMETimerCallBack), 0, TIME_ONESHOT);
 }
 
-// The period wished for, within what the system offers; its lower limit wins.
+// MMESpeed, limited to the range of the system's timer; its lower limit has precedence.
 std::uint16_t ChoosePeriod(const TIMECAPS& caps) {
     constexpr std::uint32_t widest = std::numeric_limits<std::uint16_t>::max();
     std::uint32_t period = static_cast<std::uint32_t>(MMESpeed);
@@ -45,31 +45,31 @@ std::uint16_t ChoosePeriod(const TIMECAPS& caps) {
 
 } // namespace
 
-bool ChainEnded() { return ended.load(); }
+bool ChainEnded() { return chainEnded.load(); }
 
 void ResumeChain() {
-    if (!ended.load()) return;
+    if (!chainEnded.load()) return;
     LockScope scope(TimerLock);
-    ended = false;
+    chainEnded = false;
 }
 
-bool ArmTimer(std::uint32_t delay, Generation since) {
+bool ArmTimer(std::uint32_t delay, Generation start) {
     LockScope scope(TimerLock);
-    if (CurrentGeneration() != since) return false;
+    if (!IsCurrent(start)) return false;
     Program(delay);
     return true;
 }
 
-bool DisarmTimer(Generation since) {
+bool DisarmTimer(Generation start) {
     LockScope scope(TimerLock);
-    if (CurrentGeneration() != since) return false;
+    if (!IsCurrent(start)) return false;
     CancelPending();
     return true;
 }
 
 void DeferTimer() {
     LockScope scope(TimerLock);
-    if (ended) return;
+    if (chainEnded) return;
     RaiseGeneration();
     Program(0);
 }
@@ -78,8 +78,8 @@ void EndPlayback() {
     LockScope scope(TimerLock);
     CancelPending();
     QueueSection section;
-    ended = true;
-    EndTransmissions();
+    chainEnded = true;
+    CancelTransmissions();
     MIDIQueues[ZOR_QUEUE_OUTPUT].Empty();
     MIDIQueues[ZOR_QUEUE_OUTPUT2].Empty();
 }
@@ -87,10 +87,10 @@ void EndPlayback() {
 void StopMIDITimer() {
     LockScope scope(TimerLock);
     if (!TimerRunning) return;
-    ended = true;
+    chainEnded = true;
     CancelPending();
     timeEndPeriod(TimerPeriod);
-    // Raised last: a pass that begins under the new number sees the time stand.
+    // Raised last: a pass that starts in the new generation reads the stopped time.
     TimerRunning.store(0);
     RaiseGeneration();
 }
@@ -98,14 +98,14 @@ void StopMIDITimer() {
 NextDelay DelayToNextEvent(std::int32_t now) {
     const std::int32_t next = NextEventTime();
     if (next == NoEvent) return {false, 0};
-    // Two times can lie further apart than a time is wide.
+    // The difference of two 32-bit times can exceed 32 bits.
     const std::int64_t delay = std::min<std::int64_t>(std::int64_t{next} - now, NoEvent);
     if (delay <= 0) return {true, 0};
     return {false, delay == NoEvent ? 0 : static_cast<std::uint32_t>(delay)};
 }
 
-// The delay is figured by the time base still in force; the new one stands before anybody can see
-// the timer run.
+// The first delay is computed from the time before the reset. The time base is reset before
+// TimerRunning is set, so that no thread reads the old time as running.
 ZorBool ZORCALL ZorStartTimer(void) ZORNOEXCEPT {
     if (!LibraryIsUp()) return 0;
     LockScope scope(TimerLock);
@@ -120,7 +120,7 @@ ZorBool ZORCALL ZorStartTimer(void) ZORNOEXCEPT {
         QueueSection section;
         ResetMIDITime();
     }
-    ended = false;
+    chainEnded = false;
     TimerRunning.store(1, std::memory_order_release);
     Program(delay);
     return 1;

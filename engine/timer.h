@@ -1,5 +1,5 @@
-// A chain of one-shot timers: each expiry runs the pump, which programs the next one. There is
-// never more than one expiry pending.
+// The timer chain: each expiry of a one-shot timer runs a pump pass, which programs the next
+// expiry. At most one expiry is pending at any time.
 #pragma once
 
 #include "engine/generation.h"
@@ -7,43 +7,44 @@
 #include <atomic>
 #include <cstdint>
 
-// The chain may go on, and time runs. Stored under the timer's lock, read everywhere.
-extern std::atomic<std::uint8_t> TimerRunning;
-
-// The wished period in milliseconds, at least 1, from the ini file.
+// Requested timer period in milliseconds, at least 1, from the ini file. Thread: host.
 extern std::int32_t MMESpeed;
 
-// Playback was ended: late expiries and passes under way do nothing any more. After a kill until the
-// host asks for a pass, after a stop of the timer until it asks for one or starts the timer.
+// True after playback was ended: late expiries and passes in progress do nothing. A kill lasts
+// until the host requests a pass, a stop of the timer until it requests one or starts the timer.
 // Thread: any. Real time: yes.
 bool ChainEnded();
 
-// The host asks for a pass: the chain may go on from it. Thread: any. Real time: yes.
+// The host requests a pass: the chain may go on from it. Thread: any. Real time: yes.
 void ResumeChain();
 
-// Programs the next expiry, after one period at least, in place of a pending one; with the timer
-// stopped, none. False if something ended or began since the given number, which leaves the chain
-// as it is: the delay was figured for what is no more.
+// Programs the next expiry, in place of a pending one, after delay milliseconds or one timer
+// period, whichever is longer. While the timer is stopped no expiry is programmed. Returns false
+// and changes nothing if the generation is no longer start: the delay was computed from stale data.
 // Thread: any. Real time: yes.
-bool ArmTimer(std::uint32_t delay, Generation since);
+bool ArmTimer(std::uint32_t delay, Generation start);
 
-// No expiry at all, for a pass that can do nothing before the host calls again. False as above.
-bool DisarmTimer(Generation since);
+// Cancels the pending expiry, for a pass that can do nothing before the host calls again. Returns
+// false and changes nothing if the generation is no longer start.
+// Thread: any. Real time: yes.
+bool DisarmTimer(Generation start);
 
-// For a pump that cannot play now: the next expiry comes after one period, and a pass that is under
-// way takes a fresh look. Does nothing once the chain has ended.
+// Defers a pump pass that cannot run now to the next timer period, and makes the pass in progress
+// stale, so that it reads time and queues again. No effect once the chain has ended.
+// Thread: any. Real time: yes.
 void DeferTimer();
 
-// Ends playback: cancels the pending expiry and empties queues 1 and 2, and nothing that is under
-// way goes on. TimerRunning stays. Thread: host.
+// Ends playback: cancels the pending expiry and all transmissions, and empties queues 1 and 2.
+// TimerRunning does not change. Thread: host.
 void EndPlayback();
 
-// Does nothing if the timer is stopped. Thread: host.
+// No effect if the timer is stopped. Thread: host.
 void StopMIDITimer();
 
-// How far away the earliest waiting record is.
+// Time until the earliest waiting record.
 struct NextDelay {
-    bool Due;            // its time has come
-    std::uint32_t Delay; // else milliseconds, or time units taken for such; 0 if no record waits
+    bool Due; // the record can be sent now
+    // Otherwise the difference in time units, used as milliseconds; 0 if no record waits.
+    std::uint32_t Delay;
 };
 NextDelay DelayToNextEvent(std::int32_t now);

@@ -1,22 +1,24 @@
 #include "engine/transmission.h"
 
+#include "engine/active_call.h"
 #include "engine/driver_table.h"
-#include "engine/errand.h"
 #include "engine/sections.h"
 
 std::atomic<std::int16_t> XmitBusy{0};
 
 namespace {
 
-// Changed inside a section, so that a count is never lost; release, so that who sees the end of a
-// transmission sees what it did.
-class Transmission : Errand {
+// Counts itself in XmitBusy. The count changes inside a QueueSection, so that no change is lost;
+// release order, so that a thread that reads 0 sees all that the transmission did.
+class Transmission : ActiveCall {
 public:
-    explicit Transmission(Generation begun) : Errand(Kind::Transmission, begun) { Change(1); }
-    ~Transmission() { Change(-1); }
+    explicit Transmission(Generation start) : ActiveCall(CallKind::Transmission, start) {
+        AddToCount(1);
+    }
+    ~Transmission() { AddToCount(-1); }
 
 private:
-    static void Change(int step) {
+    static void AddToCount(int step) {
         QueueSection section;
         const int now = XmitBusy.load(std::memory_order_relaxed) + step;
         XmitBusy.store(static_cast<std::int16_t>(now), std::memory_order_release);
@@ -25,12 +27,12 @@ private:
 
 } // namespace
 
-bool XmitToDrivers(const MIDIEvent& event, Generation begun) {
-    const Transmission transmission(begun);
+bool XmitToDrivers(const MIDIEvent& event, Generation start) {
+    const Transmission transmission(start);
     bool sent = true;
     for (MIDIDriverEntry& row : MIDIDrivers) {
         if (!row.Opened.load(std::memory_order_acquire)) continue;
-        if (!MayTransmit(begun)) break;
+        if (IsCancelled(start)) break;
         if (row.Xmit(&event)) continue;
         row.Error.store(1, std::memory_order_release);
         sent = false;
@@ -38,9 +40,10 @@ bool XmitToDrivers(const MIDIEvent& event, Generation begun) {
     return sent;
 }
 
-// An errand of its own: a kill from the message box of a transmission must not pass for that one.
+// Registered as a transmission of its own: a kill from the message box of a cancelled transmission
+// must still release the notes.
 void SilenceDrivers() {
-    const Errand errand(Errand::Kind::Transmission);
+    const ActiveCall call(CallKind::Transmission);
     for (MIDIDriverEntry& row : MIDIDrivers) {
         if (row.Opened.load(std::memory_order_acquire)) row.Silence();
     }

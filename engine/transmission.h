@@ -1,4 +1,4 @@
-// Out to the drivers: one record, or silence.
+// Sends one record to the drivers, or has them release their notes.
 #pragma once
 
 #include "engine/generation.h"
@@ -7,14 +7,14 @@
 #include <atomic>
 #include <cstdint>
 
-// Transmissions now running through the drivers' Xmit slots, on any thread.
+// Number of transmissions in progress, on all threads.
 extern std::atomic<std::int16_t> XmitBusy;
 inline bool Transmitting() { return XmitBusy.load(std::memory_order_acquire) > 0; }
 
-// Hands one record to every open row. False if one refused; the others have had it then. begun: the
-// generation that it belongs to; it goes no further once that was silenced.
-// Thread: any. Real time: as the devices allow.
-bool XmitToDrivers(const MIDIEvent& event, Generation begun);
+// Sends one record to every open row. Returns false if a row refused it; the other rows receive it
+// all the same. start: the generation that the record belongs to; rows and ports not yet reached
+// are skipped once it is cancelled. Thread: any. Real time: as the devices allow.
+bool XmitToDrivers(const MIDIEvent& event, Generation start);
 
-// Has every open row release what it holds sounding. Thread: host.
+// Makes every open row release its sounding notes. Thread: host.
 void SilenceDrivers();

@@ -1,25 +1,26 @@
-/* zormidi.h - the whole face of the library: 29 functions and one record.
+/* zormidi.h - the public interface of the library: 29 functions and one record.
  *
  * Valid C99 and C++. Every function returns at once unless its comment says otherwise.
  *
  * How to read the comments
- *   Thread:    which thread may call it. "Host" means the one thread that the host uses for
- *              set-up and shutdown; "any" means any thread, at any time, also beside the others.
- *   Real time: yes means no allocation, no waiting but for a lock held for a record's copy, no
- *              output: it may be called from an audio or timer callback.
+ *   Thread:    the thread that may call it. "Host" is the one thread that the host uses for set-up
+ *              and shutdown; "any" is any thread, at any time, concurrently with the others.
+ *   Real time: "yes" means that it neither allocates nor prints, and waits only for a lock held
+ *              while one record is copied: it may be called from an audio or timer callback.
  *
  * Life of a session
- *   MIDISysInit - ZorAllocMIDI for each queue in use - ZorSyncMIDI, ZorFilterMIDI as wished -
+ *   MIDISysInit - ZorAllocMIDI for each queue in use - ZorSyncMIDI, ZorFilterMIDI if needed -
  *   ZorStartMIDI(1) - ZorXmit, ZorRcv ... - ZorStopMIDI - MIDISysTerm.
- *   A function called outside that order is harmless: it finds no queue and no open driver. The
- *   set-up dialogs work before MIDISysInit and after MIDISysTerm too, on the same file of settings.
- *   The library may be unloaded after MIDISysTerm. Once MIDISysInit has run, its code stays where it
- *   is until the process ends all the same: a callback that the system had dispatched by then must
- *   find it. Loading it again gives the same module, ready for MIDISysInit.
+ *   A function called outside that order is harmless: without queues and open drivers it has no
+ *   effect. The set-up dialogs also work before MIDISysInit and after MIDISysTerm, on the same ini
+ *   file.
+ *   The library may be unloaded after MIDISysTerm. After a MIDISysInit its code stays in memory
+ *   until the process ends, since the system may still enter a callback that it dispatched earlier.
+ *   Loading the library again gives the same instance, ready for MIDISysInit.
  *
- * Message boxes and dialogs run a message loop, from which the host may call anything. What it stops
- * or closes from there stays stopped and closed; starting from a box about a driver that is just
- * being opened or closed gives false.
+ * Message boxes and dialogs run a message loop, from which the host may call every function. A stop
+ * or close from there is not undone when the box or dialog ends; a start from a message box about a
+ * driver that is being opened or closed returns false.
  *
  * Booleans are 8 bits wide: zero is false, anything else true.
  */
@@ -27,6 +28,12 @@
 #define ZORMIDI_H
 
 #include <stdint.h>
+
+/* Version of this header and of the library that it comes with. MAJOR changes when existing hosts
+ * must be compiled again. */
+#define ZORMIDI_VERSION_MAJOR 4
+#define ZORMIDI_VERSION_MINOR 3
+#define ZORMIDI_VERSION_PATCH 0
 
 #if defined(_WIN32)
 #define ZORCALL __stdcall
@@ -45,24 +52,24 @@ extern "C" {
 
 typedef uint8_t ZorBool;
 
-/* One time-stamped MIDI message: 14 bytes, packed, little-endian. It is copied at every hand-over,
- * so the caller keeps its own.
+/* One time-stamped MIDI message: 14 bytes, packed, little-endian. All functions copy it; the caller
+ * keeps its own.
  *
- * Records in queues 1 and 2 that are not sent, but move the queue's position when their time comes:
- *   Status 0,    Length 0   marker: the queue's marker takes the low 16 bits of Etime
- *   Status 0xF8, Data1 1    position: the queue's position takes Etime
- * Every other record moves the position to its Etime and goes to the drivers. */
+ * Two kinds of records in queues 1 and 2 are not sent, but change the queue's state at their Time:
+ *   Status 0,    Length 0   marker: sets the queue's marker to the low 16 bits of Etime
+ *   Status 0xF8, Data1 1    position: sets the queue's position to Etime
+ * Every other record is sent to the drivers and sets the position to its Etime. */
 #pragma pack(push, 1)
 typedef struct MIDIEvent {
-    int32_t Time;    /* output: when to play it; input: when it came in. Time-base units */
-    int32_t Etime;   /* the host's own position value for an output record; 0 on input */
+    int32_t Time;    /* in time-base units; output: time to send it; input: time of reception */
+    int32_t Etime;   /* output: a position value that the host chooses; input: 0 */
     int16_t Channel; /* the port's base channel plus 0..15; below 0 on output: all channels of
                         every open output port */
-    uint8_t Length;  /* data bytes that the message has: 0, 1 or 2 */
+    uint8_t Length;  /* number of data bytes: 0, 1 or 2 */
     uint8_t Status;  /* MIDI status. Channel messages: low nibble 0 on input, ignored on output */
     uint8_t Data1;   /* 0..127 */
-    uint8_t Data2;   /* 0..127; a higher data byte goes out as 127. A note of a clipped microphone comes
-                        in with a velocity of 128: limit it to 127 before it is stored */
+    uint8_t Data2;   /* 0..127; a higher data byte is sent as 127. A note of a clipped microphone
+                        is received with a velocity of 128: limit it before storing it */
 } MIDIEvent;
 #pragma pack(pop)
 
@@ -73,178 +80,190 @@ typedef struct MIDIEvent {
 #define ZOR_IMMEDIATE 0xFFFFu /* for ZorXmit: no queue, send now */
 
 #define ZOR_SYNC_INTERNAL 0 /* for ZorSyncMIDI: milliseconds */
-#define ZOR_SYNC_EXTERNAL 2 /* incoming MIDI clock, 1024 units a quarter note */
+#define ZOR_SYNC_EXTERNAL 2 /* incoming MIDI clock, 1024 units per quarter note */
 
 #define ZOR_ALREADY_INITIALISED 33 /* from MIDISysInit(0) on a library that is up */
 
 /* ---- Life ------------------------------------------------------------------------------- */
 
-/* Brings the library up: reads ZORMIDI.INI beside the library and fills the port tables. With
- * reinit nonzero a library that is up is taken down first (queues freed, timer stopped).
+/* Initialises the library: reads ZORMIDI.INI beside it and fills the port tables. With
+ * reinit nonzero a library that is up is shut down first (queues freed, timer stopped).
  * Returns -1 for success, 33 if it is up already and reinit is 0 (nothing changes), else the
  * failure code of the last driver that failed.
  * Thread: host. Real time: no. */
 ZOREXPORT int16_t ZORCALL MIDISysInit(ZorBool reinit) ZORNOEXCEPT;
 
-/* Takes the library down: ends the drivers, frees the queues, stops the timer. The host stops and
- * closes first (ZorStopMIDI, or ZorRestoreMIDI). On return no callback of the library is under way
- * on another thread; one that stands in a message box is waited for 5 seconds and no longer. Always
- * true.
+/* Shuts the library down: ends the drivers, frees the queues, stops the timer. The host stops and
+ * closes first (ZorStopMIDI, or ZorRestoreMIDI). On return no callback of the library is running on
+ * another thread, unless one shows a message box for longer than the timeout of 5 seconds. Always
+ * returns true.
  * Thread: host. Real time: no. */
 ZOREXPORT ZorBool ZORCALL MIDISysTerm(void) ZORNOEXCEPT;
 
-/* Does nothing and returns true; value is ignored. Kept for hosts that call it.
+/* Does nothing and returns true; value is ignored. Exists for hosts that call it.
  * Thread: any. Real time: yes. */
 ZOREXPORT ZorBool ZORCALL ZorSetupMIDI(uint32_t value) ZORNOEXCEPT;
 
-/* Closes the drivers, even while echo is on. The timer goes on. Always true.
+/* Closes the drivers, even while echo is on. The timer keeps running. Always returns true.
  * Thread: host. Real time: no. */
 ZOREXPORT ZorBool ZORCALL ZorRestoreMIDI(void) ZORNOEXCEPT;
 
 /* Empties the queues and opens all ports that the ini file names, then with startTimer nonzero
- * calls ZorStartTimer (whose result is not reported here). With echo on, the drivers are open
- * already: the queues are emptied and a running time base goes back to 0. Drivers that are open
- * already without echo stay as they are, and so do the queues.
- * Returns false if a port cannot be opened: the user has seen a message box, everything is closed
- * again, the timer is as it was, and ZorErrorMIDI tells which driver.
+ * calls ZorStartTimer and ignores its result. With echo on, the drivers are open already: the
+ * queues are emptied and a running time base is reset to 0. If the drivers are open without echo,
+ * drivers and queues do not change. Returns false if a port cannot be opened: a message box has
+ * informed the user, all drivers are closed again, the timer is unchanged, and ZorErrorMIDI returns
+ * the driver's row.
  * Thread: host. Real time: no. */
 ZOREXPORT ZorBool ZORCALL ZorStartMIDI(ZorBool startTimer) ZORNOEXCEPT;
 
-/* Stops the timer and, unless echo is on, closes the drivers. Always true.
+/* Stops the timer and, unless echo is on, closes the drivers. Always returns true.
  * Thread: host. Real time: no. */
 ZOREXPORT ZorBool ZORCALL ZorStopMIDI(void) ZORNOEXCEPT;
 
 /* Runs the set-up dialog of a driver and returns when the user has closed it: row 0 "MIDI Setup",
- * row 1 "Tonequill" (the microphone). parent is the owner's window handle or null. Row 0 is closed
- * meanwhile; row 1 listens for the dialog, even where the feature is off, and gives no notes to
- * queue 0. Afterwards the row is opened again if it was open, unless the host has stopped or closed
- * the drivers meanwhile; if the host has started them, it is opened then. A row whose dialog is up,
- * and other rows: nothing happens.
+ * row 1 "Tonequill" (the microphone). parent is the owner's window handle or null. During the
+ * dialog row 0 is closed; row 1 captures sound even if it is switched off, and adds no notes to
+ * queue 0. Afterwards the row is opened if the drivers are then open, whether they were before the
+ * dialog or the host has started them during it. No effect for other rows, and for a row whose
+ * dialog is shown already.
  * Thread: host. Real time: no. */
 ZOREXPORT void ZORCALL ZorConfigMIDIDriver(void* parent, int16_t row) ZORNOEXCEPT;
 
-/* Stores whether the drivers are open and whether the timer runs, through each pointer that is not
- * null. Thread: any. Real time: yes. */
+/* Stores 1 or 0 through each pointer that is not null: the drivers are open; the timer runs.
+ * Thread: any. Real time: yes. */
 ZOREXPORT void ZORCALL ZorMIDIStatus(uint8_t* driversOpen, uint8_t* timerRunning) ZORNOEXCEPT;
 
-/* Returns the version word 0x04030401 and, if text is not null, writes the library's name there:
- * at most 30 bytes with the terminator. Thread: any. Real time: no. */
+/* Returns the interface version 0x04030401 and, if text is not null, copies the library's name
+ * there: at most 30 bytes including the terminator.
+ * Thread: any. Real time: no. */
 ZOREXPORT uint32_t ZORCALL ZorMIDIDriverVersion(char* text) ZORNOEXCEPT;
 
-/* Reports and clears one driver's error: returns its row (0 MIDI ports, 1 microphone) and stores
- * its code (1) through code if that is not null; -1 and nothing stored if there is none. Call it
- * until it gives -1. Thread: any. Real time: yes. */
+/* Returns and clears one driver's error: returns its row (0 MIDI ports, 1 microphone) and stores
+ * the error code (1) through code if that is not null. Returns -1 and stores nothing if there is no
+ * error. Call it until it returns -1.
+ * Thread: any. Real time: yes. */
 ZOREXPORT int16_t ZORCALL ZorErrorMIDI(uint16_t* code) ZORNOEXCEPT;
 
 /* ---- Queues ------------------------------------------------------------------------------ */
 
-/* Gives queue 0, 1 or 2 a ring of that many slots (14 bytes each), in place of the one it had; the
- * ring holds slots - 1 records. 0 slots gives the memory back. Returns false, with the queue left
- * without a ring, if slots is negative, memory is short or the library is not up, and for other
- * queue numbers.
+/* Allocates a ring of that many slots (14 bytes each) for queue 0, 1 or 2, in place of its old one.
+ * The ring holds slots - 1 records; 0 slots frees the memory. Returns false and leaves the queue
+ * without a ring if slots is negative, memory is short or the library is not up; returns false for
+ * other queue numbers.
  * Thread: host. Real time: no. */
 ZOREXPORT ZorBool ZORCALL ZorAllocMIDI(int16_t queue, int16_t slots) ZORNOEXCEPT;
 
-/* Gives a queue's memory back. True, but for a queue number outside 0..2.
+/* Frees a queue's memory. Returns false only for a queue number outside 0..2.
  * Thread: host. Real time: no. */
 ZOREXPORT ZorBool ZORCALL ZorFreeMIDI(int16_t queue) ZORNOEXCEPT;
 
-/* Throws away what a queue holds; its memory, position and marker stay.
+/* Removes all records of a queue; its memory, position and marker stay.
  * Thread: any. Real time: yes. */
 ZOREXPORT void ZORCALL ZorZeroQueue(int16_t queue) ZORNOEXCEPT;
 
-/* Stores a queue's slots and how many records it holds. Returns false, with 0 stored through each
+/* Stores a queue's number of slots and of records. Returns false, with 0 stored through each
  * pointer that is not null, if the queue has no ring or a pointer is null.
  * Thread: any. Real time: yes. */
 ZOREXPORT ZorBool ZORCALL ZorReportMQ(int16_t queue, uint16_t* size, uint16_t* count) ZORNOEXCEPT;
 
-/* Takes the oldest received record; with peek nonzero it stays in the queue. Returns false, with
- * event untouched, if there is none. When the host does not keep up, the oldest are overwritten.
- * A note of the microphone is filed 30 ms before its time. Thread: any. Real time: yes. */
+/* Reads the oldest received record and, unless peek is nonzero, removes it from the queue. Returns
+ * false and does not change event if the queue is empty. In a full queue a new record overwrites
+ * the oldest one. A note of the microphone is stamped 30 ms early.
+ * Thread: any. Real time: yes. */
 ZOREXPORT ZorBool ZORCALL ZorRcv(MIDIEvent* event, ZorBool peek) ZORNOEXCEPT;
 
-/* Puts a record into queue 1 or 2, to be played at its Time, or with ZOR_IMMEDIATE sends it now
- * on the caller's thread, whatever its Time. Queues are first in, first out: put records in by
- * ascending Time. A record further ahead than the system's longest timer (its wPeriodMax, 1,000
- * seconds on most) gets no expiry, and playback stands until ZorMIDIPlay is called within that time
- * of it: put a marker or position record every few minutes into a very long rest.
- * Returns false if the ring is full or missing (try again later; nothing is changed), or if a driver
+/* Appends a record to queue 1 or 2, to be sent at its Time, or with ZOR_IMMEDIATE sends it now on
+ * the caller's thread and ignores its Time. Queues are first in, first out: append records in
+ * ascending order of Time. If the next record is further ahead than the system's longest timer (its
+ * wPeriodMax, 1,000 seconds on most systems), no timer is set, and playback stops until ZorMIDIPlay
+ * is called within that time of it: append a marker or position record every few minutes in a very
+ * long rest.
+ * Returns false if the ring is full or missing (nothing changes; try again later), or if a driver
  * refused an immediate record.
- * Thread: any. Real time: yes for a queue; an immediate record may wait for a device, and an
- * error box blocks. */
+ * Thread: any. Real time: yes for a queue; an immediate record may wait for a device, and an error
+ * box blocks. */
 ZOREXPORT ZorBool ZORCALL ZorXmit(uint16_t queue, const MIDIEvent* event) ZORNOEXCEPT;
 
 /* ---- Time -------------------------------------------------------------------------------- */
 
-/* Starts the timer that plays the queues, and sets the time base to 0. True also if it runs
- * already, which changes nothing; false if the system gives no timer or the library is not up.
- * Thread: host. Real time: no. */
+/* Starts the timer that plays the queues, and sets the time base to 0. Returns true without an
+ * effect if it runs already; false if the system has no timer or the library is not up.
+ * Thread:  * host. Real time: no. */
 ZOREXPORT ZorBool ZORCALL ZorStartTimer(void) ZORNOEXCEPT;
 
-/* The present time: milliseconds, or in external sync 1024 units a quarter note, interpolated
- * between clocks. 0 while the timer is stopped. With reset nonzero the running time base goes to 0
- * first. Thread: any. Real time: yes. */
+/* Returns the current time: milliseconds, or in external sync 1024 units per quarter note,
+ * interpolated between MIDI clocks; 0 while the timer is stopped. With reset nonzero a running time
+ * base is set to 0 first.
+ * Thread: any. Real time: yes. */
 ZOREXPORT int32_t ZORCALL ZorTimeMIDI(ZorBool reset) ZORNOEXCEPT;
 
-/* The position (Etime) of the record last played from a queue, or in external sync the present
- * time. Stores the queue's marker through marker if that is not null. Other queue numbers give 0.
+/* Returns the position (Etime) of the record last played from a queue, or in external sync the
+ * current time. Stores the queue's marker through marker if that is not null. Both are 0 for other
+ * queue numbers.
  * Thread: any. Real time: yes. */
 ZOREXPORT int32_t ZORCALL ZorEtimeMIDI(int16_t queue, uint16_t* marker) ZORNOEXCEPT;
 
-/* Sets the present time. In external sync it is also where a MIDI Start begins to count. Call it
- * after ZorStartTimer, which sets the time to 0. Thread: any. Real time: yes. */
+/* Sets the current time. In external sync a MIDI Start begins to count from it. Call it after
+ * ZorStartTimer, which sets the time to 0.
+ * Thread: any. Real time: yes. */
 ZOREXPORT void ZORCALL ZorSetMIDITimer(int32_t time) ZORNOEXCEPT;
 
-/* Chooses the time base: 2 follows incoming MIDI clock, every other mode counts milliseconds.
+/* Selects the time base: mode 2 follows incoming MIDI clock, every other mode counts milliseconds.
  * Thread: host. Real time: yes. */
 ZOREXPORT void ZORCALL ZorSyncMIDI(int16_t mode) ZORNOEXCEPT;
 
-/* Units a second of the internal time base: 1000, in every mode. Thread: any. Real time: yes. */
+/* Returns the internal time base's units per second: 1000, in every mode.
+ * Thread: any. Real time: yes. */
 ZOREXPORT uint32_t ZORCALL ZorResoMIDI(void) ZORNOEXCEPT;
 
 /* ---- Playback ---------------------------------------------------------------------------- */
 
-/* Plays what is due and programs the timer for what comes next. The timer does this by itself; a
- * host calls it to restart a chain that ZorKillMIDI or a stopped external clock has ended.
+/* Sends all records whose Time has come and sets the timer for the next one. The timer does the
+ * same at each expiry; a host calls it to restart playback after ZorKillMIDI or a stopped external
+ * clock.
  * Thread: any. Real time: as the devices allow. */
 ZOREXPORT void ZORCALL ZorMIDIPlay(void) ZORNOEXCEPT;
 
-/* The timer's callback, exported for hosts with a timer of their own; the five arguments, those of
- * a multimedia timer callback, are ignored. Fetches the microphone's notes, then plays what is
- * due. It does nothing, as late expiries shall, from ZorKillMIDI until ZorMIDIPlay (the timer still
- * runs then, so ZorStartTimer changes nothing), nor from ZorStopMIDI until one of the two.
+/* The timer's callback, exported for hosts with a timer of their own; ignores its five arguments,
+ * those of a multimedia timer callback. Reads the microphone's notes, then sends all records whose
+ * Time has come. Late expiries are ignored: it does nothing after ZorKillMIDI until ZorMIDIPlay
+ * (the timer still runs, so ZorStartTimer has no effect), and after ZorStopMIDI until ZorMIDIPlay
+ * or ZorStartTimer.
  * Thread: any. Real time: as the devices allow. */
 ZOREXPORT void ZORCALL MMETimerCallBack(uint32_t timer, uint32_t message, uintptr_t user,
                                         uintptr_t first, uintptr_t second) ZORNOEXCEPT;
 
-/* Whether queues 1 and 2 are empty, which means that the devices have had every record. With wait
- * nonzero it waits, spinning, until they are, and gives up with false when no record has left for
- * 5 seconds. Thread: any but a callback's when waiting. Real time: only without wait. */
+/* Returns true if queues 1 and 2 are empty: all records have been sent to the devices. With wait
+ * nonzero it first waits, in a busy loop, until they are empty or no record has been sent for
+ * 5 seconds.
+ * Thread: any but a callback's when waiting. Real time: only without wait. */
 ZOREXPORT ZorBool ZORCALL ZorXmitEmpty(ZorBool wait) ZORNOEXCEPT;
 
-/* Ends playback: empties queues 1 and 2, sends sustain off, all notes off and bend centre on
- * channel 0, and a note off for every note still sounding on every port. The time base goes on;
+/* Ends playback: empties queues 1 and 2, sends sustain off, all notes off and pitch bend centre on
+ * channel 0, and a note off for every sounding note on every port. The time base keeps running;
  * ZorMIDIPlay starts playback again.
  * Thread: host. Real time: no. */
 ZOREXPORT void ZORCALL ZorKillMIDI(void) ZORNOEXCEPT;
 
 /* ---- Input ------------------------------------------------------------------------------- */
 
-/* Keeps classes of messages out of queue 0. mask: bit 0 note off, 1 note on, 2 polyphonic pressure,
- * 3 control change, 4 program change, 5 channel pressure, 6 pitch bend, 7 system messages, of which
- * sysMask then picks: bit n for status 0xF0 + n. Echo and external clock are not filtered.
+/* Filters messages out of queue 0. A set bit of mask filters: bit 0 note off, 1 note on, 2
+ * polyphonic pressure, 3 control change, 4 program change, 5 channel pressure, 6 pitch bend, 7 the
+ * system messages selected by sysMask, bit n for status 0xF0 + n. Echo and external clock are not
+ * filtered.
  * Thread: any. Real time: yes. */
 ZOREXPORT void ZORCALL ZorFilterMIDI(uint16_t mask, uint16_t sysMask) ZORNOEXCEPT;
 
-/* Thru. With on nonzero: opens the drivers if they are closed, and from now on sends whatever comes
- * in out again, channel messages on channel map[channel] (64 entries, copied; null leaves the
- * channels as they are). With on 0: closes the drivers.
+/* MIDI thru. With on nonzero: opens the drivers if they are closed, and from now on sends every
+ * received message to the outputs, channel messages on channel map[channel] (64 entries, copied;
+ * null: on their own channel). With on 0: closes the drivers.
  * Thread: host. Real time: no. */
 ZOREXPORT void ZORCALL ZorEchoMIDI(ZorBool on, const uint8_t* map) ZORNOEXCEPT;
 
-/* The MIDI input callback, with the five arguments that the system gives one: input handle,
- * message, instance, packed MIDI message, milliseconds since the input was started. Exported
- * because the system calls it; a handle that is no open port's is ignored.
+/* The MIDI input callback, with the system's five arguments: input handle, message, instance,
+ * packed MIDI message, milliseconds since the input was started. Exported because the system calls
+ * it; ignores handles that belong to no open port.
  * Thread: the device's. Real time: yes, as the devices allow while echo is on. */
 ZOREXPORT void ZORCALL MmeMidiInCallBack(void* handle, uint32_t message, uintptr_t instance,
                                          uintptr_t first, uintptr_t second) ZORNOEXCEPT;

@@ -1,4 +1,4 @@
-/* A whole host: plays a scale on the first output port, then prints what came in meanwhile. */
+/* A complete host: plays a scale on the first output port, then prints the received messages. */
 #include <zormidi.h>
 
 #include <stdio.h>
@@ -25,17 +25,17 @@ int main(void) {
         return 1;
     }
 
-    /* Time is 0 now. Each note ends where the next one begins. */
+    /* The time is 0 now. Each note ends where the next one starts. */
     for (int i = 0; i < notes; ++i) {
         queueNote(i * NoteMilliseconds, 0x90, scale[i]);
         queueNote((i + 1) * NoteMilliseconds, 0x80, scale[i]);
     }
-    /* Then a rest: nothing is sent, but the queue is not empty before it is over. By then the last
-     * note has rung out and all that comes back has come. */
+    /* A position record as a rest of 300 ms: nothing is sent, but the queue stays non-empty until it
+     * ends, so that messages looped back from the output are received before ZorXmitEmpty returns. */
     const MIDIEvent rest = {notes * NoteMilliseconds + RestMilliseconds, 0, 0, 0, 0xF8, 1, 0};
     ZorXmit(ZOR_QUEUE_OUTPUT, &rest);
     const ZorBool played = ZorXmitEmpty(1);
-    if (!played) ZorKillMIDI(); /* throws away what is queued, ends what sounds */
+    if (!played) ZorKillMIDI(); /* empties the queues and ends sounding notes */
     printf("%s after %ld ms\n", played ? "played" : "stuck", (long)ZorTimeMIDI(0));
 
     MIDIEvent event;

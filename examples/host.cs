@@ -1,7 +1,7 @@
-// The library from C#: plays a scale on the first output port, then prints what came in.
+// The library from C#: plays a scale on the first output port, then prints the received messages.
 //
-// csc host.cs, with ZORMIDI.DLL of the program's width beside host.exe. Elsewhere than on Windows:
-// mcs host.cs, and a host.exe.config beside it that maps ZORMIDI.DLL to libzormidi.so.4.
+// Windows: csc host.cs, with a ZORMIDI.DLL of the same width beside host.exe. Linux: mcs host.cs, and a
+// host.exe.config beside host.exe that maps ZORMIDI.DLL to libzormidi.so.4.
 using System;
 using System.Runtime.InteropServices;
 using System.Threading;
@@ -57,7 +57,7 @@ static class Host
             Queue(i * 150, 2, 0x90, scale[i], 96);
             Queue((i + 1) * 150, 2, 0x80, scale[i], 0);
         }
-        // Then a rest: nothing is sent, but the queue is not empty before it is over.
+        // A position record as a rest of 300 ms: nothing is sent, but the queue stays non-empty.
         Queue(scale.Length * 150 + 300, 0, 0xF8, 1, 0);
         while (Zor.ZorXmitEmpty(0) == 0) Thread.Sleep(10);
         Console.WriteLine("played after {0} ms", Zor.ZorTimeMIDI(0));

@@ -24,7 +24,7 @@ type
     Length, Status, Data1, Data2: Byte;
   end;
 
-{ On 64 bits and on Linux there is one calling convention, whatever is said here. }
+{ On 64 bits and on Linux stdcall is ignored: there is only one calling convention. }
 function MIDISysInit(again: Byte): SmallInt; stdcall; external Zor;
 function MIDISysTerm: Byte; stdcall; external Zor;
 function ZorAllocMIDI(queue, slots: SmallInt): Byte; stdcall; external Zor;
@@ -65,7 +65,7 @@ begin
     Queue(i * 150, 2, $90, Scale[i], 96);
     Queue((i + 1) * 150, 2, $80, Scale[i], 0);
   end;
-  { Then a rest: nothing is sent, but the queue is not empty before it is over. }
+  { A position record as a rest of 300 ms: nothing is sent, but the queue stays non-empty. }
   Queue(Length(Scale) * 150 + 300, 0, $F8, 1, 0);
   while ZorXmitEmpty(0) = 0 do Sleep(10);
   WriteLn('played after ', ZorTimeMIDI(0), ' ms');

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The library from Python: plays a scale on the first output port, then prints what came in.
+"""The library from Python: plays a scale on the first output port, then prints the received messages.
 
 Usage: host.py [PATH OF libzormidi.so OR ZORMIDI.DLL]
 """
@@ -52,8 +52,8 @@ def main():
         for beat, note in enumerate((60, 62, 64, 65, 67, 69, 71, 72)):
             zor.ZorXmit(OUTPUT, MIDIEvent(beat * 150, 0, 0, 2, 0x90, note, 96))
             zor.ZorXmit(OUTPUT, MIDIEvent(beat * 150 + 150, 0, 0, 2, 0x80, note, 0))
-        # Then a rest: nothing is sent, but the queue is not empty before it is over. By then the
-        # last note has rung out and all that comes back has come.
+        # A position record as a rest of 300 ms: nothing is sent, but the queue stays non-empty until
+        # it ends, so that messages looped back from the output are received before.
         zor.ZorXmit(OUTPUT, MIDIEvent(8 * 150 + 300, 0, 0, 0, 0xF8, 1, 0))
         while not zor.ZorXmitEmpty(0):
             time.sleep(0.01)

@@ -1,5 +1,5 @@
 // Writes examples/melody.mid: the theme of the last movement of Ludwig van Beethoven's ninth
-// symphony (1824), for one flute, at 108 quarter notes a minute.
+// symphony (1824), for one flute, at 108 quarter notes per minute.
 //
 //   make-melody FILE.mid
 #include <cstdio>
@@ -11,13 +11,13 @@ namespace {
 
 constexpr int Quarter = 480;
 constexpr int MicrosecondsPerQuarter = 60000000 / 108;
-constexpr unsigned char Flute = 73; // of the General MIDI sounds, from 0
+constexpr unsigned char Flute = 73; // General MIDI program, from 0
 
-// Notes with their lengths in quarter notes; a breath of a sixteenth parts each from the next.
+// Note numbers, each with its length in quarter notes; a gap of a sixteenth precedes the next note.
 constexpr char Theme[] =
     "66 1 66 1 67 1 69 1 69 1 67 1 66 1 64 1 62 1 62 1 64 1 66 1 66 1.5 64 .5 64 2 "
     "66 1 66 1 67 1 69 1 69 1 67 1 66 1 64 1 62 1 62 1 64 1 66 1 64 1.5 62 .5 62 2 ";
-constexpr int Octave = 12; // up, to where the flute speaks easily
+constexpr int Octave = 12; // transposition in semitones, into the flute's range
 
 using Bytes = std::vector<unsigned char>;
 

@@ -3,8 +3,8 @@
 //
 //   make-piece FILE.mid
 //
-// It has what a player must cope with: several tracks and programs, a tempo that moves, a change of
-// metre, controllers, pedal and pitch bend, and some nine thousand messages.
+// For tests of players: several tracks and programs, tempo changes, a change of metre, controllers,
+// pedal and pitch bend, and about nine thousand messages.
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -18,12 +18,12 @@ namespace {
 
 constexpr int Quarter = 480;
 constexpr int Bar = 4 * Quarter;
-constexpr int Round = 2 * Bar; // of the ground
+constexpr int Round = 2 * Bar; // one repetition of the ground bass
 
 using Bytes = std::vector<unsigned char>;
 
-// One track, gathered in any order and written by time. Equal times keep their order, but for note
-// offs, which come first.
+// One track. Messages are added in any order and written sorted by time; at equal times note offs
+// come first and the others keep their order.
 class Track {
 public:
     void Add(int tick, Bytes message) {
@@ -53,7 +53,7 @@ public:
 
 private:
     struct Event {
-        int Order; // twice the tick, plus one for all but note offs
+        int Order; // twice the tick, plus one except for note offs
         Bytes Message;
     };
     static void AppendLength(Bytes& body, int value) {
@@ -68,11 +68,12 @@ private:
     std::vector<Event> Events;
 };
 
+// One instrument on one channel of a track.
 class Part {
 public:
-    Part(Track& to, int channel, const std::string& name, int program, int volume, int pan)
-        : To(to), Channel(channel) {
-        To.Text(3, name);
+    Part(Track& track, int channel, const std::string& name, int program, int volume, int pan)
+        : Target(track), Channel(channel) {
+        Target.Text(3, name);
         Message(0, 0xC0, program);
         Message(0, 0xB0, 7, volume);
         Message(0, 0xB0, 10, pan);
@@ -82,30 +83,31 @@ public:
         Bytes bytes = {static_cast<unsigned char>(status | Channel),
                        static_cast<unsigned char>(first)};
         if (second >= 0) bytes.push_back(static_cast<unsigned char>(second));
-        To.Add(tick, bytes);
+        Target.Add(tick, bytes);
     }
     void Note(int tick, int length, int note, int velocity) {
         Message(tick, 0x90, note, velocity);
         Message(tick + length - std::max(4, length / 16), 0x80, note, 64);
     }
-    // The finger's vibrato on a long note, by pitch bend, and back to the centre.
+    // Vibrato on a long note, by pitch bends around the centre.
     void Vibrato(int tick, int length) {
-        for (int at = Quarter / 2; at < length - Quarter / 8; at += Quarter / 16) {
-            const double bend = 260 * std::sin(at * 2 * 3.14159265 / (Quarter * 0.3));
+        for (int offset = Quarter / 2; offset < length - Quarter / 8; offset += Quarter / 16) {
+            const double bend = 260 * std::sin(offset * 2 * 3.14159265 / (Quarter * 0.3));
             const int value = 8192 + static_cast<int>(std::lround(bend));
-            Message(tick + at, 0xE0, value & 127, value >> 7);
+            Message(tick + offset, 0xE0, value & 127, value >> 7);
         }
         Message(tick + length - 1, 0xE0, 0, 64);
     }
-    void Swell(int tick, int length, int from, int to) {
+    // Moves the expression controller from first to last.
+    void Swell(int tick, int length, int first, int last) {
         constexpr int Steps = 24;
         for (int step = 0; step <= Steps; ++step) {
-            Message(tick + length * step / Steps, 0xB0, 11, from + (to - from) * step / Steps);
+            Message(tick + length * step / Steps, 0xB0, 11, first + (last - first) * step / Steps);
         }
     }
 
 private:
-    Track& To;
+    Track& Target;
     int Channel;
 };
 
@@ -121,9 +123,9 @@ int NoteNumber(const std::string& name) {
     return note + 12 * (name.back() - '0' + 1);
 }
 
-// "/8 D5 R C#5": notes and rests of the length last given as a part of a whole note; "/8." is
-// dotted.
-std::vector<Tone> Read(const std::string& line) {
+// Parses notes and rests such as "/8 D5 R C#5": "/8" sets the length to an eighth, "/8." to a
+// dotted one.
+std::vector<Tone> Parse(const std::string& line) {
     std::vector<Tone> tones;
     std::istringstream words(line);
     int length = Quarter;
@@ -139,7 +141,7 @@ std::vector<Tone> Read(const std::string& line) {
     return tones;
 }
 
-// What each violin plays over one round of the ground, one after the other.
+// The violins' melody, one line per repetition of the ground bass.
 const std::vector<std::string> Rounds = {
     "/4 F#5 E5 D5 C#5 B4 A4 B4 C#5",
     "/4 D5 C#5 B4 A4 G4 F#4 G4 E4",
@@ -181,7 +183,7 @@ bool RoundsAreWhole() {
     bool whole = true;
     for (std::size_t i = 0; i < Rounds.size(); ++i) {
         int length = 0;
-        for (const Tone& tone : Read(Rounds[i])) length += tone.Length;
+        for (const Tone& tone : Parse(Rounds[i])) length += tone.Length;
         if (length == Round) continue;
         std::fprintf(stderr, "make-piece: round %zu is not two bars long\n", i + 1);
         whole = false;
@@ -193,13 +195,14 @@ struct Chord {
     int Bass;
     int Tones[3];
 };
-// D, A, B minor, F sharp minor, G, D, G, A: a quarter note each.
+// D, A, B minor, F sharp minor, G, D, G, A; a quarter note each.
 constexpr Chord Ground[8] = {{50, {62, 66, 69}}, {45, {61, 64, 69}}, {47, {59, 62, 66}},
                              {42, {57, 61, 66}}, {43, {59, 62, 67}}, {38, {57, 62, 66}},
                              {43, {59, 62, 67}}, {45, {57, 61, 64}}};
 constexpr int Violins = 3;
 const int Pieces = static_cast<int>(Rounds.size());
-const int GroundRounds = 1 + Pieces + Violins - 1; // the bass alone first, and the last to enter
+const int GroundRounds =
+    1 + Pieces + Violins - 1; // first the bass alone; each further violin enters one later
 const int End = GroundRounds * Round;
 
 void Conduct(Track& track) {
@@ -213,9 +216,9 @@ void Conduct(Track& track) {
                          static_cast<unsigned char>(length & 255)});
     };
     for (int round = 0; round < GroundRounds; ++round) {
-        tempo(round * Round, 52 + std::min(round, 12)); // it gathers pace
+        tempo(round * Round, 52 + std::min(round, 12)); // gets faster
     }
-    for (int step = 0; step < 8; ++step) { // and broadens at the end
+    for (int step = 0; step < 8; ++step) { // slows down at the end
         tempo(End - Bar + step * Quarter / 2, 60 - 3 * step);
     }
     track.Add(End, {0xFF, 0x58, 4, 2, 1, 24, 8}); // one bar of 2/2 for the last chord
@@ -227,7 +230,7 @@ void PlayViolin(Part& part, int entry) {
     for (int round = 0; round < Pieces; ++round) {
         part.Swell(tick, Bar, 84, 112);
         part.Swell(tick + Bar, Bar - 1, 112, 84);
-        for (const Tone& tone : Read(Rounds[static_cast<std::size_t>(round)])) {
+        for (const Tone& tone : Parse(Rounds[static_cast<std::size_t>(round)])) {
             const int accent = (tick % Bar == 0) ? 12 : (tick % Quarter == 0) ? 6 : 0;
             if (tone.Note) {
                 part.Note(tick, tone.Length, tone.Note, 72 + accent + round % 4 * 3);
@@ -236,7 +239,7 @@ void PlayViolin(Part& part, int entry) {
             tick += tone.Length;
         }
     }
-    for (; tick < End; tick += Round) { // those who are through hold out the harmony
+    for (; tick < End; tick += Round) { // violins that have finished hold the harmony
         for (int beat = 0; beat < 8; beat += 2) {
             part.Note(tick + beat * Quarter, 2 * Quarter, Ground[beat].Tones[2] + 12, 58);
         }
@@ -255,7 +258,7 @@ void PlayGround(Part& cello, Part& harpsichord, Part& strings) {
             harpsichord.Note(tick + i * Quarter / 4, Quarter / 4, broken[i], i == 0 ? 62 : 50);
         }
         if (beat < 48) continue;
-        strings.Message(tick + 2, 0xB0, 64, 127); // the pedal joins chord to chord
+        strings.Message(tick + 2, 0xB0, 64, 127); // the pedal connects the chords
         for (const int note : chord.Tones) strings.Note(tick, Quarter, note, 40);
         strings.Message(tick + Quarter - 1, 0xB0, 64, 0);
     }

@@ -1,6 +1,6 @@
 // The exported functions in any order and with any arguments, compared with the reference model.
 #include "fuzz/fuzz.h"
-#include "tests/support/twin.h"
+#include "tests/support/library_and_model.h"
 
 namespace {
 
@@ -22,59 +22,59 @@ MIDIEvent Record(Bytes& bytes, std::int32_t now) {
     return event;
 }
 
-void Time(Twin& twin, Bytes& bytes) {
+void Time(LibraryAndModel& both, Bytes& bytes) {
     switch (bytes.Below(6)) {
     case 0:
-        return twin.SetTime(static_cast<std::int32_t>(bytes.Long()));
+        return both.SetTime(static_cast<std::int32_t>(bytes.Long()));
     case 1:
-        return twin.SetTime(bytes.Byte());
+        return both.SetTime(bytes.Byte());
     case 2:
-        return twin.ResetTime();
+        return both.ResetTime();
     case 3:
-        return twin.Sync(static_cast<std::int16_t>(bytes.Below(4)));
+        return both.Sync(static_cast<std::int16_t>(bytes.Below(4)));
     case 4:
-        return twin.StartTimer();
+        return both.StartTimer();
     default:
-        return twin.Advance(bytes.Word() % 1000);
+        return both.Advance(bytes.Word() % 1000);
     }
 }
 
-void Life(Twin& twin, Bytes& bytes) {
+void Life(LibraryAndModel& both, Bytes& bytes) {
     std::uint8_t map[64];
     for (int i = 0; i < 64; ++i) map[i] = static_cast<std::uint8_t>(i % 9 == 0 ? 255 : 63 - i);
     switch (bytes.Below(10)) {
     case 0:
-        return twin.Init(bytes.Byte() & 1);
+        return both.Init(bytes.Byte() & 1);
     case 1:
-        return twin.Term();
+        return both.Term();
     case 2:
-        return twin.Restore();
+        return both.Restore();
     case 3:
-        return twin.Stop();
+        return both.Stop();
     case 4:
-        return twin.Echo(true, bytes.Byte() & 1 ? map : nullptr);
+        return both.Echo(true, bytes.Byte() & 1 ? map : nullptr);
     case 5:
-        return twin.Echo(false, map);
+        return both.Echo(false, map);
     case 6:
-        return twin.RunDialog();
+        return both.RunDialog();
     case 7:
-        return twin.Filter(bytes.Word(), bytes.Word());
+        return both.Filter(bytes.Word(), bytes.Word());
     default:
-        return twin.Start(bytes.Byte() & 1);
+        return both.Start(bytes.Byte() & 1);
     }
 }
 
-void Queue(Twin& twin, Bytes& bytes) {
+void Queue(LibraryAndModel& both, Bytes& bytes) {
     const auto queue = static_cast<std::int16_t>(bytes.Below(5) - 1);
     switch (bytes.Below(4)) {
     case 0:
-        return twin.Free(queue);
+        return both.Free(queue);
     case 1:
-        return twin.Zero(queue);
+        return both.Zero(queue);
     case 2:
-        return twin.Alloc(queue, static_cast<std::int16_t>(bytes.Word()));
+        return both.Alloc(queue, static_cast<std::int16_t>(bytes.Word()));
     default:
-        return twin.Alloc(queue, static_cast<std::int16_t>(bytes.Below(24) - 1));
+        return both.Alloc(queue, static_cast<std::int16_t>(bytes.Below(24) - 1));
     }
 }
 
@@ -90,42 +90,42 @@ void Nonsense() {
     MmeMidiInCallBack(&count, 0x3C3, 0, 0x403C90, 0);
 }
 
-void Step(Twin& twin, Bytes& bytes) {
+void Step(LibraryAndModel& both, Bytes& bytes) {
     const std::uint8_t choice = bytes.Byte();
     static constexpr std::uint16_t queues[] = {1, 2, 1, 2, ZOR_IMMEDIATE, 0, 3, 0xFFFE};
     if (choice < 90)
-        return static_cast<void>(twin.Xmit(queues[choice % 8], Record(bytes, twin.Time())));
-    if (choice < 140) return twin.Receive(choice % Ports, bytes.Long() & 0xFFFFFF);
-    if (choice < 170) return twin.Advance(bytes.Byte() % 32);
-    if (choice < 185) return static_cast<void>(twin.Rcv(choice & 1));
-    if (choice < 195) return Queue(twin, bytes);
-    if (choice < 215) return Time(twin, bytes);
-    if (choice < 235) return Life(twin, bytes);
-    if (choice < 240) return twin.CallBack();
-    if (choice < 245) return twin.Kill();
-    choice < 254 ? twin.Play() : Nonsense();
+        return static_cast<void>(both.Xmit(queues[choice % 8], Record(bytes, both.Model.Time())));
+    if (choice < 140) return both.Receive(choice % Ports, bytes.Long() & 0xFFFFFF);
+    if (choice < 170) return both.Advance(bytes.Byte() % 32);
+    if (choice < 185) return static_cast<void>(both.Rcv(choice & 1));
+    if (choice < 195) return Queue(both, bytes);
+    if (choice < 215) return Time(both, bytes);
+    if (choice < 235) return Life(both, bytes);
+    if (choice < 240) return both.CallBack();
+    if (choice < 245) return both.Kill();
+    choice < 254 ? both.Play() : Nonsense();
 }
 
 } // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     [[maybe_unused]] static const bool ready =
-        (FreshMachine(Twin::Ini(Ports)), Twin::AddPorts(Ports), true);
+        (FreshMachine(LibraryAndModel::Ini(Ports)), LibraryAndModel::AddPorts(Ports), true);
     Bytes bytes(data, size);
     static constexpr std::uint32_t clocks[] = {5000, 0xFFFFFF00, 0x7FFFFF00};
     const std::uint32_t clock = clocks[bytes.Below(3)];
     machine::UseSteppedClock(clock);
     MIDISysInit(0);
-    Twin twin(Ports, clock, true);
-    for (std::int16_t queue = 0; queue < 3; ++queue) twin.Alloc(queue, 8);
-    twin.Start(true);
-    twin.SetTime(0);
-    twin.Receive(0, 0xFC); // Stop, since the run before may have armed the clock
-    while (bytes.Any() && twin.Difference.empty()) {
-        for (int step = 0; step < 8 && bytes.Any(); ++step) Step(twin, bytes);
-        twin.Compare();
+    LibraryAndModel both(Ports, clock, true);
+    for (std::int16_t queue = 0; queue < 3; ++queue) both.Alloc(queue, 8);
+    both.Start(true);
+    both.SetTime(0);
+    both.Receive(0, 0xFC); // Stop, since the run before may have armed the clock
+    while (bytes.Any() && both.Difference.empty()) {
+        for (int step = 0; step < 8 && bytes.Any(); ++step) Step(both, bytes);
+        both.Compare();
     }
-    Check(twin.Difference.empty(), twin.Difference.c_str());
+    Check(both.Difference.empty(), both.Difference.c_str());
     ZorEchoMIDI(0, nullptr);
     ZorStopMIDI();
     ZorSyncMIDI(0), ZorFilterMIDI(0, 0);

@@ -1,6 +1,6 @@
 // The driver's slots for starting, stopping and sync, and the callback of its input devices.
+#include "engine/active_call.h"
 #include "engine/driver_table.h"
-#include "engine/errand.h"
 #include "mme/ports.h"
 
 namespace {
@@ -78,7 +78,7 @@ void MMESync(std::int16_t mode) { SyncEnabled = mode == ZOR_SYNC_EXTERNAL; }
 
 void ZORCALL MmeMidiInCallBack(void* handle, std::uint32_t message, std::uintptr_t,
                                std::uintptr_t first, std::uintptr_t second) noexcept {
-    const Errand errand(Errand::Kind::Input);
+    const ActiveCall call(CallKind::InputCallback);
     // Acquire and release order the processing of one message before that of the next.
     if (MidiInBusy.exchange(1, std::memory_order_acquire)) return;
     if (message == MIM_DATA || message == MIM_MOREDATA)

@@ -1,11 +1,11 @@
 #include "mme/output_guard.h"
 
-#include "engine/errand.h"
+#include "engine/active_call.h"
 
 namespace {
 
 bool EnterLock(Lock& lock) {
-    if (OnInputThread()) return lock.TryEnter();
+    if (InInputCallback()) return lock.TryEnter();
     lock.Enter();
     return true;
 }

@@ -45,6 +45,6 @@ std::uint8_t SaveMIDISetup(HWND dialog) {
     }
     settings.MidiOutReset = IsDlgButtonChecked(dialog, MidiOutResetBox) != 0;
     const Stored stored = StoreMMESettings(settings);
-    if (stored == Stored::Unwritten) Sonorel::TellUnwritten(dialog, "MIDI Setup", IniPath);
+    if (stored == Stored::Unwritten) Sonorel::ShowNotSavedBox(dialog, "MIDI Setup", IniPath);
     return stored != Stored::DeviceTwice || ShowDeviceTwice(dialog);
 }

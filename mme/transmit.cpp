@@ -1,6 +1,6 @@
 // Sending: chooses the ports of a record, counts notes, chooses status bytes, caches patches.
+#include "engine/active_call.h"
 #include "engine/driver_table.h"
-#include "engine/errand.h"
 #include "midi/note_counts.h"
 #include "mme/output_guard.h"
 
@@ -73,7 +73,7 @@ SendResult SendOnce(MMEOutPort& port, const MIDIEvent& event) {
     {
         const OutputGuard guard(port);
         if (!guard) return SendResult::Unavailable;
-        if (!StillWanted()) return SendResult::Stale;
+        if (TransmissionCancelled()) return SendResult::Stale;
         code = CountAndSend(port, event);
     }
     if (code == MMSYSERR_NOERROR) return SendResult::Done;
@@ -108,7 +108,7 @@ bool Covers(const MMEOutPort& port, std::int16_t channel) {
 // Requests a device that caches its patches to load one for the channels that will play it.
 void CachePatch(MMEOutPort& port, const MIDIEvent& event) {
     const OutputGuard guard(port);
-    if (!guard || !(port.Support & MIDICAPS_CACHE) || !StillWanted()) return;
+    if (!guard || !(port.Support & MIDICAPS_CACHE) || TransmissionCancelled()) return;
     WORD channels[MIDIPATCHSIZE] = {};
     midiOutCachePatches(port.Handle, 0, channels, MIDI_CACHE_QUERY);
     const WORD wanted = event.Channel < 0 ? static_cast<WORD>(0xFFFF)

@@ -1,15 +1,15 @@
-// The input meter: bars from the bottom up, blue, green, then red.
+// The input level meter: bars from the bottom up, blue, then green, then red.
 #include "setup/tonequill.h"
 
 #include <algorithm>
 
 namespace {
 
-constexpr int Full = 128; // levels on the whole height
-constexpr int Loud = 110, Good = 35;
+constexpr int Full = 128;            // number of levels over the whole height
+constexpr int Loud = 110, Good = 35; // lowest levels of red and of green
 constexpr COLORREF Red = 0x020000FF, Green = 0x02008000, Blue = 0x02FF0000;
 
-// Where a level stands on the meter.
+// Converts levels to vertical positions in pixels.
 struct Scale {
     explicit Scale(const RECT& area) : Top(static_cast<int>(area.top)) {
         Height = static_cast<int>(area.bottom - area.top);
@@ -18,26 +18,27 @@ struct Scale {
     int Top, Height;
 };
 
-// A drawing object for as long as it is selected.
-class Selected {
+// Selects a drawing object for its lifetime, then deletes it.
+class SelectedObject {
 public:
-    Selected(HDC dc, HGDIOBJ object) : Dc(dc), Object(object), Before(SelectObject(dc, object)) {}
-    ~Selected() {
-        SelectObject(Dc, Before);
+    SelectedObject(HDC dc, HGDIOBJ object)
+        : Dc(dc), Object(object), Previous(SelectObject(dc, object)) {}
+    ~SelectedObject() {
+        SelectObject(Dc, Previous);
         DeleteObject(Object);
     }
-    Selected(const Selected&) = delete;
-    Selected& operator=(const Selected&) = delete;
+    SelectedObject(const SelectedObject&) = delete;
+    SelectedObject& operator=(const SelectedObject&) = delete;
 
 private:
     HDC Dc;
-    HGDIOBJ Object, Before;
+    HGDIOBJ Object, Previous;
 };
 
 void Blank(HDC dc, const RECT& area, int bottom) {
     const COLORREF face = GetSysColor(COLOR_BTNFACE);
-    const Selected brush(dc, CreateSolidBrush(face));
-    const Selected pen(dc, CreatePen(PS_NULL, 1, face));
+    const SelectedObject brush(dc, CreateSolidBrush(face));
+    const SelectedObject pen(dc, CreatePen(PS_NULL, 1, face));
     Rectangle(dc, static_cast<int>(area.left) + 1, static_cast<int>(area.top) + 1,
               static_cast<int>(area.right), bottom);
 }
@@ -54,7 +55,7 @@ void Paint(HDC dc, const RECT& area, int level) {
     Blank(dc, area, top);
     if (step < 1) return; // no room for bars
     for (int bottom = static_cast<int>(area.bottom); bottom > top; bottom -= step) {
-        const Selected brush(dc, CreateSolidBrush(BarColour(scale, bottom)));
+        const SelectedObject brush(dc, CreateSolidBrush(BarColour(scale, bottom)));
         Rectangle(dc, static_cast<int>(area.left), bottom - bar, static_cast<int>(area.right),
                   bottom);
     }

@@ -3,7 +3,7 @@
 #include "setup/tonequill.h"
 
 void PRecConfig(HWND parent) {
-    // Brings in the slider, without which the dialog could not be made.
+    // Registers the slider class, which the dialog needs.
     InitCommonControls();
     const INT_PTR result = DialogBoxParamA(ModuleInstance, MAKEINTRESOURCEA(tonequill::Resource),
                                            parent, PRecSetupProc, 0);

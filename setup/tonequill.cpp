@@ -13,8 +13,8 @@ using namespace tonequill;
 
 namespace {
 
-// The slider's top is position 0, so its position is 100 less the percentage. The scales of the
-// level stand in pitchrec/pitch_rec.h.
+// Position 0 is the slider's top, so its position is 100 minus the percentage. The level's range is
+// documented in pitchrec/pitch_rec.h.
 constexpr int FullScale = 100, FullLevel = 255;
 
 int LevelPercent() {
@@ -29,7 +29,7 @@ int SliderPercent(HWND dialog) {
     return FullScale - static_cast<int>(Slider(dialog, TBM_GETPOS, 0, 0));
 }
 
-// What the list shows.
+// The devices in the list.
 MicrophoneList Microphones;
 
 LRESULT Devices(HWND dialog, UINT message, WPARAM first = 0, LPARAM second = 0) {
@@ -45,8 +45,8 @@ void ShowDevices(HWND dialog) {
     Devices(dialog, CB_SETCURSEL, static_cast<WPARAM>(Microphones.CurrentIndex()));
 }
 
-// A list that is down stands still under the user's eyes.
-void FollowDevices(HWND dialog) {
+// An opened list is not refreshed, so that its entries do not move while the user chooses.
+void RefreshDevices(HWND dialog) {
     if (!Devices(dialog, CB_GETDROPPEDSTATE) && Microphones.IsStale()) ShowDevices(dialog);
 }
 
@@ -63,14 +63,14 @@ void ShowMicThru(HWND dialog) {
     CheckDlgButton(dialog, MicThru, through ? BST_CHECKED : BST_UNCHECKED);
 }
 
-// The dialog that has ended last. The system tells it of a lost focus on its way out, which is no
-// leaving of a field any more.
+// The dialog that ended last. While it closes, the system still sends it EN_KILLFOCUS, which must
+// be ignored.
 HWND EndedDialog = nullptr;
 
 void OpenDialog(HWND dialog) {
-    if (dialog == EndedDialog) EndedDialog = nullptr; // the same handle once more
+    if (dialog == EndedDialog) EndedDialog = nullptr; // the system reuses handles
     ReadPRecSettings();
-    // Zero-based in memory: a typed 0 is kept as -1, and shows as 0 again.
+    // Zero-based in memory: a typed 0 is stored as -1 and shown as 0.
     const int channel = static_cast<std::int16_t>(PRecChannel.load()) + 1;
     SetDlgItemInt(dialog, ChannelField, static_cast<UINT>(channel), FALSE);
     ShowDevices(dialog);
@@ -83,7 +83,7 @@ void OpenDialog(HWND dialog) {
     SetWindowLongPtrA(dialog, DWLP_USER, Resource);
 }
 
-// A field that is still being edited counts as left: what is shown is what is stored.
+// Ends the editing of a field, so that the shown value is stored.
 void LeaveField(HWND dialog) { SetFocus(GetDlgItem(dialog, IDOK)); }
 
 void CloseDialog(HWND dialog, INT_PTR result) {
@@ -92,16 +92,16 @@ void CloseDialog(HWND dialog, INT_PTR result) {
     EndDialog(dialog, result);
 }
 
-// Notes sung into the dialog are nobody's.
-void DropNotes() {
+// Discards the notes that the recogniser found during the dialog.
+void DiscardNotes() {
     std::int32_t time, status, data1, data2;
     while (Recogniser->GetNote(&time, &status, &data1, &data2)) {
     }
 }
 
-// A mixer that another program moves, or that does not obey, takes the slider along. A difference
-// of 1 comes from rounding.
-void FollowMixer(HWND dialog) {
+// Moves the slider to the mixer's level, which other programs may change. A difference of 1 is a
+// rounding error.
+void RefreshLevel(HWND dialog) {
     const int percent = LevelPercent();
     if (std::abs(percent - SliderPercent(dialog)) > 1)
         Slider(dialog, TBM_SETPOS, TRUE, FullScale - percent);
@@ -109,30 +109,30 @@ void FollowMixer(HWND dialog) {
 
 void Tick(HWND dialog) {
     if (Recogniser && Recogniser->IsRunning()) {
-        DropNotes();
+        DiscardNotes();
         PRecLevel = Recogniser->GetSignalLevel();
     }
     PaintMeter(GetDlgItem(dialog, Meter), PRecLevel);
-    FollowMixer(dialog);
-    FollowDevices(dialog);
+    RefreshLevel(dialog);
+    RefreshDevices(dialog);
 }
 
 void SliderMoved(HWND dialog) {
     if (Recogniser) Recogniser->SetMicLevel(SliderPercent(dialog) * FullLevel / FullScale);
 }
 
-// Level and mic-through belong to the device's own mixer, so both may have changed with it. The
-// slider follows by itself.
+// Level and mic-through are values of the device's mixer, so both may differ on the new device. The
+// next tick updates the slider.
 void DeviceChosen(HWND dialog) {
     const LRESULT index = Devices(dialog, CB_GETCURSEL);
     if (!Recogniser || index < 0) return;
     const bool chosen = ChoosePRecDevice(Microphones.NameAt(static_cast<std::int32_t>(index)));
-    // The other capture class has a list of its own.
+    // The two capture classes list different devices.
     if (!chosen || Microphones.IsStale()) ShowDevices(dialog);
     ShowMicThru(dialog);
 }
 
-// Numbers that are none count as 0.
+// Text that is no number counts as 0.
 UINT ReadNumber(HWND dialog, int id) { return GetDlgItemInt(dialog, id, nullptr, FALSE); }
 
 void FieldLeft(HWND dialog, int id) {
@@ -151,13 +151,13 @@ void FieldLeft(HWND dialog, int id) {
     }
 }
 
-// Where there is no volume program, as since Windows Vista, the system's sound settings have the
-// level of a microphone; they open with the recording or the playback devices in front.
+// Opens the volume program with these parameters. Windows Vista and later have none: opens the
+// sound settings instead, on the page of the recording or playback devices.
 void OpenVolumeProgram(HWND dialog, const char* parameters, const char* settings) {
-    constexpr INT_PTR refused = 32; // and below
+    constexpr INT_PTR failed = 32; // and below
     const HINSTANCE opened =
         ShellExecuteA(dialog, nullptr, "sndvol32.exe", parameters, nullptr, SW_SHOWNORMAL);
-    if (reinterpret_cast<INT_PTR>(opened) <= refused)
+    if (reinterpret_cast<INT_PTR>(opened) <= failed)
         ShellExecuteA(dialog, nullptr, "control.exe", settings, nullptr, SW_SHOWNORMAL);
 }
 
@@ -165,7 +165,7 @@ INT_PTR Command(HWND dialog, int id, WORD code) {
     switch (id) {
     case IDOK:
         LeaveField(dialog);
-        if (!WritePRecSettings()) Sonorel::TellUnwritten(dialog, "Tonequill", IniPath);
+        if (!WritePRecSettings()) Sonorel::ShowNotSavedBox(dialog, "Tonequill", IniPath);
         CloseDialog(dialog, 1);
         return 1;
     case IDCANCEL:

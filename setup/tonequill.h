@@ -1,5 +1,5 @@
-// The microphone's setup dialog. It works on the live recogniser, if there is one, and runs on the
-// host's thread.
+// "Tonequill", the microphone's setup dialog. It reads and changes the running recogniser, if one
+// is allocated. Thread: host.
 #pragma once
 
 #include "platform/platform.h"
@@ -14,7 +14,7 @@ enum : int {
     MicThru = 9,
     DeviceList = 11,
     EnableBox = 12,
-    RangeMinField = 27, // hidden, with the next one: stored, and used by nothing
+    RangeMinField = 27, // hidden, as the next one; both are stored but not used
     RangeMaxField = 28,
     OutputVolume = 100,
     InputVolume = 101,
@@ -27,6 +27,6 @@ constexpr UINT TickMilliseconds = 50;
 
 INT_PTR CALLBACK PRecSetupProc(HWND dialog, UINT message, WPARAM first, LPARAM second);
 
-// Paints the present level over the control's area; anything that lies outside it is left alone.
-// level: peak of the input in sample units, of which 0 to 127 are on the meter.
+// Paints the level into the control's area. level: peak of the input in sample units; the meter
+// shows 0 to 127.
 void PaintMeter(HWND control, std::int32_t level);

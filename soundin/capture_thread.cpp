@@ -1,4 +1,5 @@
-// The thread of SoundInDx: follows the capture buffer's notifications and delivers what is due.
+// The thread of SoundInDx: waits for the notifications of the capture buffer and delivers its
+// blocks.
 #include "soundin/sound_in_dx.h"
 
 #include <algorithm>
@@ -10,7 +11,7 @@ namespace Sonorel {
 
 namespace {
 
-// The longest single wait. Its end changes nothing: the thread waits again.
+// Limit of a single wait; after it the thread waits again.
 constexpr DWORD LongestWait = 10000; // milliseconds
 
 } // namespace
@@ -27,8 +28,8 @@ unsigned WINAPI SoundInDx::RunCaptureThread(void* self) {
     return 0;
 }
 
-// Waits for StopEvent along with the notifications: a device that has fallen silent must not hold
-// up Stop.
+// Waits for StopEvent together with the notifications, so that Stop does not depend on a device
+// that no longer notifies.
 void SoundInDx::DeliverUntilStopped(std::uint8_t* copy) {
     std::array<HANDLE, BlockCount + 1> events{};
     std::copy(NotifyEvents.begin(), NotifyEvents.end(), events.begin());
@@ -38,15 +39,16 @@ void SoundInDx::DeliverUntilStopped(std::uint8_t* copy) {
         const DWORD woken = WaitForMultipleObjects(static_cast<DWORD>(events.size()), events.data(),
                                                    FALSE, LongestWait);
         if (woken == WAIT_TIMEOUT) continue;
-        if (woken >= WAIT_OBJECT_0 + BlockCount) return; // stopped, or nothing to wait for any more
+        if (woken >= WAIT_OBJECT_0 + BlockCount) return; // stopped, or the wait failed
         DeliverDue(static_cast<std::int32_t>(woken - WAIT_OBJECT_0), last, copy);
         if (WaitForSingleObject(StopEvent, 0) == WAIT_OBJECT_0) return;
     }
 }
 
-// notified: the block that has just ended. last: the block last delivered, -1 before the first
-// notification, which only tells where the ring stands. More than half a ring behind nothing is
-// delivered until the ring has come round to within half of last.
+// Delivers the blocks from last to notified. notified: the block whose end was notified. last: the
+// block delivered last; -1 before the first notification, which only gives the position in the
+// ring. If notified is more than half a ring ahead, nothing is delivered until the distance is at
+// most half a ring again.
 void SoundInDx::DeliverDue(std::int32_t notified, std::int32_t& last, std::uint8_t* copy) {
     if (last < 0) {
         last = notified;
@@ -57,8 +59,8 @@ void SoundInDx::DeliverDue(std::int32_t notified, std::int32_t& last, std::uint8
     while (Running && Callback && due > 0) {
         --due;
         last = (last + 1) % BlockCount;
-        // Caught up with here, so its own notification has nothing more to say; left standing it
-        // could be taken for the next lap's.
+        // This block is delivered before its own notification is read, which would otherwise count
+        // for the next round of the ring.
         if (due > 0) ResetEvent(NotifyEvents[static_cast<std::size_t>(last)]);
         DeliverBlock(last, copy);
     }
@@ -82,7 +84,7 @@ void SoundInDx::DeliverBlock(std::int32_t block, std::uint8_t* copy) {
     if (FAILED(CaptureBuffer->Lock(lastByte + 1 - bytes, bytes, &first, &firstBytes, &second,
                                    &secondBytes, 0)))
         return;
-    // No block wraps, so all of it is in the first part.
+    // Blocks do not wrap, so the whole block is in the first part.
     const DWORD copied = std::min(firstBytes, bytes);
     std::memcpy(copy, first, copied);
     CaptureBuffer->Unlock(first, firstBytes, second, secondBytes);

@@ -11,20 +11,20 @@ namespace {
 
 HMIXEROBJ Object(HMIXER mixer) { return reinterpret_cast<HMIXEROBJ>(mixer); }
 
-// One value for each channel of a control, and the record that carries them to the mixer. values is
-// null when out of memory.
+// The values of a control, one per channel, with the record that passes them to the mixer. False
+// when out of memory.
 class ChannelValues {
 public:
     ChannelValues(const MIXERLINEA& line, const MIXERCONTROLA& control, DWORD value)
         : channels((control.fdwControl & MIXERCONTROL_CONTROLF_UNIFORM) ? 1 : line.cChannels) {
-        // Never none: the first is looked at in any case.
-        const std::size_t room = std::max<std::size_t>(channels, 1);
-        values.reset(new (std::nothrow) DWORD[room]);
-        if (values) std::fill_n(values.get(), room, value);
+        // At least one, since First reads it.
+        const std::size_t count = std::max<std::size_t>(channels, 1);
+        values.reset(new (std::nothrow) DWORD[count]);
+        if (values) std::fill_n(values.get(), count, value);
         details.cbStruct = sizeof details;
         details.dwControlID = control.dwControlID;
         details.cChannels = channels;
-        details.cMultipleItems = 0;
+        details.cMultipleItems = 0; // single values, not lists
         details.cbDetails = sizeof(DWORD);
         details.paDetails = values.get();
     }
@@ -42,7 +42,7 @@ DWORD GetControl(HMIXER mixer, const MIXERLINEA& line, const MIXERCONTROLA& cont
     if (!mixer) return 0;
     ChannelValues values(line, control, 0);
     if (!values) return 0;
-    // A mixer that refuses may have written some of the values all the same.
+    // A mixer that refuses may have changed some of the values.
     if (mixerGetControlDetailsA(Object(mixer), values.Details(), 0) != MMSYSERR_NOERROR) return 0;
     return values.First();
 }
@@ -63,7 +63,7 @@ MMRESULT GetMixerLine(HMIXER mixer, DWORD destinationType, DWORD sourceType, MIX
     if (result != MMSYSERR_NOERROR) return result;
     const DWORD sources = line.cConnections;
     if (sources == 0 || sourceType == 0) return MMSYSERR_NOERROR;
-    // dwDestination stays as the first query filled it.
+    // dwDestination is the result of the first query.
     for (DWORD source = 0; source < sources; ++source) {
         line.dwSource = source;
         result = mixerGetLineInfoA(Object(mixer), &line, MIXER_GETLINEINFOF_SOURCE);

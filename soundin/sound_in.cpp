@@ -2,6 +2,7 @@
 
 namespace Sonorel {
 
+// The default implementations store and return the members; see sound_in.h.
 void SoundIn::SetCallback(SoundInCallback callback, void* context) {
     Callback = callback;
     CallbackContext = context;

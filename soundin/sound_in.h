@@ -1,5 +1,5 @@
-// The seam between audio capture and whoever listens: one capture object that hands PCM blocks to
-// one registered function.
+// Base class of audio capture: one object captures from one device and passes PCM blocks to one
+// registered function.
 #pragma once
 
 #include "platform/platform.h"
@@ -11,15 +11,17 @@ namespace Sonorel {
 
 class TextStringArray;
 
-// Receives one block. time: milliseconds on the timeGetTime clock, of the block's last frame.
-// data: interleaved PCM, 8 bits unsigned with silence at 128 or 16 bits signed little-endian, valid
-// during the call only. Thread: the delivering one. Must not block or allocate.
+// Receives one block. time: when its last frame was captured, in milliseconds on the timeGetTime
+// clock. data: interleaved PCM, 8 bits unsigned with silence at 128 or 16 bits signed
+// little-endian, valid during the call only. Thread: the delivering one. Must not block or
+// allocate.
 using SoundInCallback = void (*)(std::uint32_t time, const std::uint8_t* data,
                                  std::int32_t byteCount, void* context);
 
-// Base of the capture classes, with the defaults that they share. Operations run on the owner's
-// thread; the callback runs on the delivering thread between Start and the return of Stop, and may
-// call GetSampleRate. Call Stop and Close before destruction. Booleans are true for success.
+// The default implementations only store their arguments. All functions run on the owner's thread.
+// The callback runs on the delivering thread, between Start and the return of Stop, and may call
+// GetSampleRate. Call Stop and Close before destruction. Functions that return bool return true for
+// success.
 class SoundIn {
 public:
     SoundIn() = default;
@@ -27,9 +29,9 @@ public:
     SoundIn& operator=(const SoundIn&) = delete;
     virtual ~SoundIn() = default;
 
-    // Before the first Start.
+    // Must be called before the first Start.
     virtual void SetCallback(SoundInCallback callback, void* context);
-    // rate: frames a second wished for; GetSampleRate tells what was got. Only on a closed object.
+    // rate: requested frames per second; GetSampleRate returns the actual rate. Only while closed.
     virtual bool Open(std::uint32_t rate);
     virtual bool Close();
     virtual bool Start();
@@ -39,17 +41,17 @@ public:
     // Recording level: 1.0 is half of the mixer control's range.
     virtual double GetLevel();
     virtual bool SetLevel(double level);
-    // Nonzero: the microphone is heard through the speakers.
+    // Nonzero: the speakers play the microphone.
     virtual std::uint32_t GetMicThru();
     virtual bool SetMicThru(std::uint32_t on);
-    // Index of the capture device. Reopens, and goes on capturing, when it changes while open.
+    // Index of the capture device. While open, a change reopens and restarts the capture.
     virtual std::int32_t GetDevice();
     virtual bool SetDevice(std::int32_t device);
-    // Empties the list and fills it with the devices' names; gives their number.
+    // Replaces the list by the devices' names and returns their number.
     virtual std::int32_t GetDeviceNames(TextStringArray& names);
 
-    std::atomic<std::uint8_t> Running{0}; // delivery is on
-    double Level = 1.0;                   // what Open applies
+    std::atomic<std::uint8_t> Running{0}; // blocks are delivered
+    double Level = 1.0;                   // set by Open
     std::uint32_t SampleRate = 0;         // Hz, of the open capture
     std::uint32_t MicThru = 0;
     std::int32_t Device = 0;

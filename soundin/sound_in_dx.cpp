@@ -14,7 +14,7 @@ using EnumerateFunction = HRESULT(WINAPI*)(LPDSENUMCALLBACKA callback, LPVOID co
 using CreateFunction = HRESULT(WINAPI*)(LPCGUID device, IDirectSoundCapture** capture,
                                         LPUNKNOWN outer);
 
-// Of our own, so that no library of identifiers need be linked.
+// IID_IDirectSoundNotify, defined here to avoid linking dxguid.
 constexpr GUID NotifyInterface = {
     0xb0210783, 0x89cd, 0x11d0, {0xaf, 0x08, 0x00, 0xa0, 0xc9, 0x25, 0xcd, 0x16}};
 
@@ -47,17 +47,18 @@ const char* Reason(int code) {
     }
 }
 
+// Called by DirectSound for each device. context: the list. Returning FALSE ends the enumeration.
 BOOL CALLBACK AddDevice(LPGUID guid, LPCSTR description, LPCSTR module, LPVOID context) {
     if (!context) return FALSE;
     auto& devices = *static_cast<PointerArray<CaptureDeviceRecord>*>(context);
     std::unique_ptr<CaptureDeviceRecord> record(new (std::nothrow) CaptureDeviceRecord{
         guid ? *guid : GUID{}, TextString(description), TextString(module)});
     if (!record || !devices.Append(record.get())) return FALSE;
-    static_cast<void>(record.release()); // the list's
+    static_cast<void>(record.release()); // now owned by the list
     return TRUE;
 }
 
-HANDLE CreatePulse() { return CreateEventA(nullptr, FALSE, FALSE, nullptr); }
+HANDLE CreateAutoResetEvent() { return CreateEventA(nullptr, FALSE, FALSE, nullptr); }
 
 void CloseEvent(HANDLE event) {
     if (event) CloseHandle(event);
@@ -67,8 +68,8 @@ void CloseEvent(HANDLE event) {
 
 SoundInDx::SoundInDx() {
     DSoundModule = LoadLibraryA("DSOUND.DLL");
-    StopEvent = CreatePulse();
-    for (HANDLE& event : NotifyEvents) event = CreatePulse();
+    StopEvent = CreateAutoResetEvent();
+    for (HANDLE& event : NotifyEvents) event = CreateAutoResetEvent();
     ListDevices();
 }
 
@@ -102,16 +103,17 @@ void SoundInDx::ListDevices() {
 
 bool SoundInDx::Open(std::uint32_t rate) {
     if (!DSoundModule) return ReportOpenFailure(NoModule);
-    // Open already, and perhaps capturing: nothing that the thread reads may be touched.
+    // Already open, and perhaps capturing: no member that the thread reads may change.
     if (CaptureBuffer) return false;
     if (!Capture && !CreateCapture()) return false;
     SetFormat(rate);
     if (!CreateBuffer()) return false;
-    ForgetMixer();
+    ResetMixer();
     if (Device < CaptureDevices.Count) FindMixer();
     return SoundIn::Open(rate);
 }
 
+// An index outside the list opens the system's default device.
 bool SoundInDx::CreateCapture() {
     const auto create = FindFunction<CreateFunction>(DSoundModule, "DirectSoundCaptureCreate");
     if (!create) return ReportOpenFailure(NoFunction);
@@ -124,7 +126,7 @@ bool SoundInDx::CreateCapture() {
 
 bool SoundInDx::CreateBuffer() {
     BufferDesc = {};
-    BufferDesc.dwSize = sizeof(DSCBUFFERDESC1);
+    BufferDesc.dwSize = sizeof(DSCBUFFERDESC1); // the size known to DirectX 5
     BufferDesc.dwBufferBytes = static_cast<DWORD>(BytesPerBlock * BlockCount);
     BufferDesc.lpwfxFormat = &Format;
     LastResult = Capture->CreateCaptureBuffer(&BufferDesc, &CaptureBuffer, nullptr);
@@ -135,6 +137,7 @@ bool SoundInDx::CreateBuffer() {
     return RequestNotifications() || ReportOpenFailure(NoNotify);
 }
 
+// Requests an event at the last byte of each block.
 bool SoundInDx::RequestNotifications() {
     void* found = nullptr;
     LastResult = CaptureBuffer->QueryInterface(NotifyInterface, &found);
@@ -149,11 +152,11 @@ bool SoundInDx::RequestNotifications() {
     }
     LastResult = notify->SetNotificationPositions(BlockCount, NotifyPositions.data());
     notify->Release();
-    // Without all its events the thread could not wait.
+    // The thread cannot wait if an event is missing.
     return complete;
 }
 
-// The mixer of a capture device is the one whose whole name the device's description begins with.
+// Opens the mixer whose whole name is a prefix of the device's description, else the first mixer.
 void SoundInDx::FindMixer() {
     const CaptureDeviceRecord* record = CaptureDevices.At(Device);
     const char* description = record ? record->Description.Text() : "";
@@ -184,13 +187,14 @@ bool SoundInDx::Close() {
 
 bool SoundInDx::Start() {
     if (Running || !CaptureBuffer) return true;
-    // What an earlier run left signalled would end this one, or tell it a wrong place in the ring.
+    // Events left signalled by an earlier run would end this one or give a wrong position.
     ResetEvent(StopEvent);
     for (HANDLE event : NotifyEvents) ResetEvent(event);
     CaptureThread = _beginthreadex(nullptr, 4096, &RunCaptureThread, this, 0, nullptr);
     return SoundIn::Start();
 }
 
+// Waits for the callback in progress and the end of the thread.
 bool SoundInDx::Stop() {
     if (!Running) return true;
     SoundIn::Stop();

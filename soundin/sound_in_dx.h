@@ -1,4 +1,4 @@
-// Capture through DirectSound, which is loaded at run time and may be absent.
+// Capture through DirectSound, whose DLL is loaded at run time and may be missing.
 #pragma once
 
 #include "platform/platform.h"
@@ -12,44 +12,44 @@
 
 namespace Sonorel {
 
-// One capture device. A pointer to it serves as the pointer to its GUID.
+// One capture device. Guid is the first member: a pointer to the record is a pointer to its GUID.
 struct CaptureDeviceRecord {
-    GUID Guid;              // all zero for a device listed without one
-    TextString Description; // what users see
-    TextString Module;      // the driver's
+    GUID Guid;              // all zero for the device listed without one
+    TextString Description; // the name shown to users
+    TextString Module;      // file name of the driver
 };
 
-// Blocks come from a looping buffer and are delivered on a thread of this object's own. The format
-// is always 2 channels of 8 bits. The first block after Start is not delivered; a listener that
-// falls behind by more than 16 blocks loses some. Where Open gives false the user has seen nothing,
-// and Close must still come before destruction.
+// Blocks are read from a looping buffer and delivered on the object's own thread. The format is
+// always 2 channels of 8 bits. The first block after Start is not delivered. If the callback falls
+// behind by more than 16 blocks, some are lost. If Open returns false no message is shown, and
+// Close must still be called before destruction.
 class SoundInDx : public SoundInSystem {
 public:
-    // Lists the devices. Succeeds in any case: Open finds out what is missing.
+    // Lists the devices. Does not report failures; Open does.
     SoundInDx();
     ~SoundInDx() override;
 
     bool Open(std::uint32_t rate) override;
     bool Close() override;
     bool Start() override;
-    // On return no callback is running or will run. Not from within the callback.
+    // On return no callback is running and none will run. Must not be called inside the callback.
     bool Stop() override;
     std::int32_t GetDeviceNames(TextStringArray& names) override;
 
-    // Device is the list's entry for whatever device the system prefers.
+    // True if Device is the list's entry for the system's preferred device.
     bool IsDefaultDevice() const;
 
-    PointerArray<CaptureDeviceRecord> CaptureDevices; // in the system's order; Device indexes it
+    PointerArray<CaptureDeviceRecord> CaptureDevices; // in the system's order; Device is an index
     HMODULE DSoundModule = nullptr;
     IDirectSoundCapture* Capture = nullptr;
     IDirectSoundCaptureBuffer* CaptureBuffer = nullptr;
     DSCBUFFERDESC BufferDesc{};
     std::array<DSBPOSITIONNOTIFY, BlockCount> NotifyPositions{}; // each block's last byte
     std::array<HANDLE, BlockCount> NotifyEvents{};               // signalled at each block's end
-    HANDLE StopEvent = nullptr;                                  // asks the capture thread to end
-    std::uintptr_t CaptureThread = 0; // from Start until Stop has seen it end
-    HRESULT LastResult = 0;           // of the last DirectSound call that can fail
-    // Why the last Open failed, in words. Nobody shows it; there is another class to go over to.
+    HANDLE StopEvent = nullptr;                                  // ends the capture thread
+    std::uintptr_t CaptureThread = 0;                            // handle, from Start until Stop
+    HRESULT LastResult = 0; // of the last DirectSound call that can fail
+    // Why the last Open failed. Not shown: the caller tries SoundInWin instead.
     std::optional<TextString> OpenFailure;
 
 protected:

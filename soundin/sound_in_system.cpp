@@ -6,17 +6,18 @@ namespace Sonorel {
 
 namespace {
 
-constexpr std::uint32_t MicIsThru = 7;
+constexpr std::uint32_t MicThruOn = 7;
 
 } // namespace
 
+// The control's value relative to half of its range; 0 without a volume control.
 double SoundInSystem::GetLevel() {
     const DWORD value = GetControlUnsigned(Mixer, MicLine, MicVolume);
     const DWORD half = MicVolume.Bounds.dwMaximum / 2;
     return half == 0 ? 0.0 : static_cast<double>(value) / half;
 }
 
-// A control that was not found has no id: any that would be written to is some other control's.
+// If no volume control was found, its id of 0 may be that of another control.
 bool SoundInSystem::SetLevel(double level) {
     if (MicVolume.dwControlType != MIXERCONTROL_CONTROLTYPE_VOLUME) return false;
     const DWORD half = MicVolume.Bounds.dwMaximum / 2;
@@ -26,23 +27,25 @@ bool SoundInSystem::SetLevel(double level) {
 }
 
 std::uint32_t SoundInSystem::GetMicThru() {
-    // Where there is a mixer but nothing that could mute, nothing is known to be let through.
+    // A mixer without a mute control: counts as not through.
     if (Mixer && MicMute.dwControlType != MIXERCONTROL_CONTROLTYPE_MUTE) return 0;
-    return GetControlBoolean(Mixer, SpeakerLine, MicMute) == 0 ? MicIsThru : 0;
+    return GetControlBoolean(Mixer, SpeakerLine, MicMute) == 0 ? MicThruOn : 0;
 }
 
+// The mute control is off while the speakers play the microphone.
 bool SoundInSystem::SetMicThru(std::uint32_t on) {
     if (MicMute.dwControlType != MIXERCONTROL_CONTROLTYPE_MUTE) return false;
     return SetControlBoolean(Mixer, SpeakerLine, MicMute, on ? 0 : 1);
 }
 
+// Returns false if the new device cannot be opened; the object is then closed.
 bool SoundInSystem::SetDevice(std::int32_t device) {
     if (!IsOpen() || device == Device) return SoundIn::SetDevice(device);
     const bool wasRunning = Running != 0;
     Stop();
     Close();
     SoundIn::SetDevice(device);
-    ForgetDevice();
+    ResetDevice();
     const bool opened = Open(Format.nSamplesPerSec);
     if (wasRunning && opened) Start();
     return opened;
@@ -57,11 +60,12 @@ void SoundInSystem::SetFormat(std::uint32_t rate) {
     Format.nSamplesPerSec = rate;
     Format.nAvgBytesPerSec = Format.nBlockAlign * rate;
     BytesPerFrame = Format.nBlockAlign;
+    // 23.2 ms at any rate.
     FramesPerBlock = static_cast<std::int32_t>(rate * 512 / 22050);
     BytesPerBlock = FramesPerBlock * BytesPerFrame;
 }
 
-void SoundInSystem::ForgetMixer() {
+void SoundInSystem::ResetMixer() {
     CloseMixer();
     MicLine = SpeakerLine = {};
     MicVolume = MicMute = {};

@@ -1,4 +1,4 @@
-// What the two capture classes share: the format, the mixer, and going over to another device.
+// The common part of both capture classes: format, mixer and change of the device.
 #pragma once
 
 #include "platform/platform.h"
@@ -10,40 +10,40 @@ class SoundInSystem : public SoundIn {
 public:
     double GetLevel() override;
     bool SetLevel(double level) override;
-    // 7 or 0.
+    // Returns 7 or 0.
     std::uint32_t GetMicThru() override;
     bool SetMicThru(std::uint32_t on) override;
     bool SetDevice(std::int32_t device) override;
 
-    // Blocks in flight: some 0.74 s of sound at 23.2 ms a block.
+    // Blocks in the ring: 0.74 s of sound at 23.2 ms per block.
     static constexpr std::int32_t BlockCount = 32;
 
-    // Null when closed, and when there is none to open. The records are of the present device's
-    // mixer, and keep what was last found there.
+    // Null when closed, and for a device without a mixer. The records below belong to the mixer of
+    // the current device and stay after Close.
     HMIXER Mixer = nullptr;
-    MIXERLINEA MicLine{};      // microphone on its way to recording
-    MIXERLINEA SpeakerLine{};  // microphone on its way to the speakers
+    MIXERLINEA MicLine{};      // from the microphone to the recording
+    MIXERLINEA SpeakerLine{};  // from the microphone to the speakers
     MIXERCONTROLA MicVolume{}; // of MicLine
     MIXERCONTROLA MicMute{};   // of SpeakerLine
-    WAVEFORMATEX Format{};     // in use from Open on
+    WAVEFORMATEX Format{};     // set by Open
 
 protected:
     SoundInSystem() = default;
 
     virtual bool IsOpen() const = 0;
-    // Before another device is opened.
-    virtual void ForgetDevice() {}
+    // Resets what depends on the device; called before another one is opened.
+    virtual void ResetDevice() {}
 
     // Format, BytesPerFrame, FramesPerBlock and BytesPerBlock from Channels, BitsPerSample and
     // rate.
     void SetFormat(std::uint32_t rate);
-    // Before the search for a device's mixer. An id of another mixer's line or control means some
-    // other one here, which must not be moved.
-    void ForgetMixer();
-    // After Mixer has been opened.
+    // Closes the mixer and clears the records, before the search for a device's mixer: the ids of
+    // one mixer denote other controls on another mixer.
+    void ResetMixer();
+    // Fills the records above, after Mixer was opened.
     void OpenMicLines();
     void CloseMixer();
-    // Leaves Mixer null if it fails.
+    // Leaves Mixer null on failure.
     bool OpenMixer(UINT id, DWORD flags);
 };
 

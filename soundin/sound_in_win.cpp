@@ -11,7 +11,7 @@ namespace Sonorel {
 
 namespace {
 
-// The rates with formats of their own in the device's capabilities, and the four bits of each.
+// The rates that a device's capabilities can list, and the four format bits of each rate.
 struct RateStep {
     std::uint32_t Rate;
     DWORD Formats;
@@ -22,6 +22,7 @@ constexpr DWORD Formats16Bit = 0xCCC;
 
 } // namespace
 
+// Shows the message box and returns false.
 bool SoundInWin::ReportWaveInError(MMRESULT code) {
     TextString caption = "waveInOpen Error" + (" " + TextString(static_cast<std::int32_t>(code)));
     TextString text("Could not open waveIn device.\n");
@@ -44,9 +45,10 @@ bool SoundInWin::Open(std::uint32_t rate) {
     return SoundIn::Open(rate);
 }
 
-// Leaves nothing open if it fails.
+// Leaves nothing open on failure.
 MMRESULT SoundInWin::OpenDevice() {
-    std::unique_ptr<WaveBuffers> buffers(new (std::nothrow) WaveBuffers(*this));
+    std::unique_ptr<WaveBuffers> buffers(new (std::nothrow) WaveBuffers(
+        *this, [](SoundInWin& owner, WAVEHDR& header) { owner.Deliver(header); }));
     if (!buffers) return MMSYSERR_NOMEM;
     const MMRESULT result = waveInOpen(
         &WaveIn, static_cast<UINT>(Device), &Format, reinterpret_cast<DWORD_PTR>(&WaveInReady),
@@ -64,7 +66,8 @@ MMRESULT SoundInWin::OpenDevice() {
     return MMSYSERR_NOERROR;
 }
 
-// Any format of a rate will do, so channels and bits are stepped on their own.
+// Tries the requested rate, then the higher ones. One supported format per rate suffices; channels
+// and bits are then chosen independently of it.
 bool SoundInWin::ChooseFormat(const WAVEINCAPSA& caps, std::uint32_t& rate) {
     bool supported = true;
     for (const RateStep& step : RateSteps) {
@@ -82,13 +85,14 @@ bool SoundInWin::ChooseFormat(const WAVEINCAPSA& caps, std::uint32_t& rate) {
     return true;
 }
 
-void SoundInWin::ForgetDevice() {
+void SoundInWin::ResetDevice() {
     Channels = 2;
     BitsPerSample = 8;
 }
 
+// Opens the mixer of the device, else the first mixer.
 void SoundInWin::OpenMixerOfDevice() {
-    ForgetMixer();
+    ResetMixer();
     if (OpenMixer(static_cast<UINT>(Device), MIXER_OBJECTF_WAVEIN) || OpenMixer(0, 0))
         OpenMicLines();
 }
@@ -103,11 +107,12 @@ bool SoundInWin::Close() {
     return true;
 }
 
-// A device that has not given all back, or says so, is reset once more before it is closed.
+// Closes the device, after a reset if it has not returned all buffers. If it reports that it still
+// plays, resets and closes it once more.
 void SoundInWin::CloseDevice() {
     for (int attempt = 0; attempt < 2; ++attempt) {
-        if (attempt > 0 || !Buffers->AllBack()) waveInReset(WaveIn);
-        Buffers->TakeBack(WaveIn);
+        if (attempt > 0 || !Buffers->AllReturned()) waveInReset(WaveIn);
+        Buffers->Reclaim(WaveIn);
         LastResult = waveInClose(WaveIn);
         if (LastResult != WAVERR_STILLPLAYING) return;
     }
@@ -115,9 +120,9 @@ void SoundInWin::CloseDevice() {
 
 bool SoundInWin::Start() {
     if (!WaveIn || Running) return true;
-    Buffers->LendAll(WaveIn);
+    Buffers->QueueAll(WaveIn);
     FramesDelivered = 0;
-    // Before the device runs, so that no buffer comes back too early and is kept out of the queue.
+    // Before the device starts, since buffers returned while Running is 0 are not queued again.
     SoundIn::Start();
     LastResult = waveInStart(WaveIn);
     return true;
@@ -127,13 +132,13 @@ bool SoundInWin::Stop() {
     if (!WaveIn) return true;
     if (Running) {
         SoundIn::Stop();
-        // A callback under way may not see it any more, and must be out of the system's calls, with
-        // its buffer queued or not, before the reset: the system may hang over one that is not.
+        // A callback in progress may not have seen that delivery is off. It must have left the
+        // system's calls before the reset, which could otherwise deadlock.
         Buffers->AwaitDelivery();
         waveInStop(WaveIn);
         LastResult = waveInReset(WaveIn);
     }
-    Buffers->TakeBack(WaveIn);
+    Buffers->Reclaim(WaveIn);
     return true;
 }
 
@@ -148,14 +153,14 @@ std::int32_t SoundInWin::GetDeviceNames(TextStringArray& names) {
     return names.Count;
 }
 
-std::int32_t SoundInWin::NumberOf(const TextStringArray& names, std::int32_t place) {
-    const TextString* const name = names.At(place);
+std::int32_t SoundInWin::DeviceNumber(const TextStringArray& names, std::int32_t index) {
+    const TextString* const name = names.At(index);
     const UINT devices = waveInGetNumDevs();
     std::int32_t listed = 0;
     for (UINT id = 0; id < devices && name; ++id) {
         WAVEINCAPSA caps{};
         if (waveInGetDevCapsA(id, &caps, sizeof caps) != MMSYSERR_NOERROR) continue;
-        if (listed++ < place) continue;
+        if (listed++ < index) continue;
         return std::strcmp(caps.szPname, name->Text()) == 0 ? static_cast<std::int32_t>(id) : -1;
     }
     return -1;

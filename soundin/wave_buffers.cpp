@@ -1,6 +1,5 @@
 #include "soundin/wave_buffers.h"
 
-#include "soundin/sound_in_win.h"
 #include "support/locked_memory.h"
 
 #include <algorithm>
@@ -10,13 +9,12 @@ namespace Sonorel {
 
 namespace {
 
-// A device that went on through a failed reset has filled all its buffers within a second.
+// A device that kept running after a failed reset fills all its buffers within a second.
 constexpr int WaitTries = 100;
 constexpr DWORD WaitStep = 10; // milliseconds
 
-// Those that a device would not give back when its owner was done. Not freed with the module
-// either.
-WaveBuffers* Kept = nullptr;
+// List of the buffers that their devices have not returned. Not freed when the library is unloaded.
+WaveBuffers* Leaked = nullptr;
 
 void* NewBlock(std::size_t bytes) { return AllocateLocked(GMEM_ZEROINIT | GMEM_SHARE, bytes); }
 
@@ -42,65 +40,71 @@ bool WaveBuffers::Allocate(std::size_t bytes) {
     return true;
 }
 
-void WaveBuffers::LendAll(HWAVEIN device) {
+void WaveBuffers::QueueAll(HWAVEIN device) {
     for (WAVEHDR* header : Headers)
-        if (Uses[header->dwUser].load(std::memory_order_acquire) == 0) Lend(device, *header);
+        if (Uses[header->dwUser].load(std::memory_order_acquire) == 0) Queue(device, *header);
 }
 
-// Counted before the device has it, since it may be back before the call is.
-void WaveBuffers::Lend(HWAVEIN device, WAVEHDR& header) {
+// Counted before the call, since the device can return the buffer before the call returns.
+void WaveBuffers::Queue(HWAVEIN device, WAVEHDR& header) {
     std::atomic<int>& uses = Uses[header.dwUser];
     uses.fetch_add(1, std::memory_order_relaxed);
-    const bool lent = waveInPrepareHeader(device, &header, sizeof header) == MMSYSERR_NOERROR &&
-                      waveInAddBuffer(device, &header, sizeof header) == MMSYSERR_NOERROR;
-    if (!lent) uses.fetch_sub(1, std::memory_order_release);
+    const bool queued = waveInPrepareHeader(device, &header, sizeof header) == MMSYSERR_NOERROR &&
+                        waveInAddBuffer(device, &header, sizeof header) == MMSYSERR_NOERROR;
+    if (!queued) uses.fetch_sub(1, std::memory_order_release);
 }
 
-void WaveBuffers::CameBack(WAVEHDR& header) {
+void WaveBuffers::BufferReturned(WAVEHDR& header) {
     std::atomic<int>& uses = Uses[header.dwUser];
     {
-        const LockScope section(Delivery);
-        const bool within = std::exchange(Delivering, true); // a reset in a callback calls back
-        if (Owner) Owner->Deliver(header);
-        Delivering = within;
+        const LockScope section(DeliveryLock);
+        const bool nested = std::exchange(Delivering, true); // a reset inside a callback calls back
+        if (Owner) Deliver(*Owner, header);
+        Delivering = nested;
     }
     uses.fetch_sub(1, std::memory_order_release);
 }
 
-bool WaveBuffers::AllBack() const {
+bool WaveBuffers::AllReturned() const {
     return std::ranges::all_of(
         Uses, [](const auto& uses) { return uses.load(std::memory_order_acquire) == 0; });
 }
 
-void WaveBuffers::TakeBack(HWAVEIN device) {
-    bool within = false;
+void WaveBuffers::Reclaim(HWAVEIN device) {
+    bool inCallback = false;
     {
-        const LockScope section(Delivery);
-        within = Delivering;
+        const LockScope section(DeliveryLock);
+        inCallback = Delivering;
     }
-    for (int tries = 0; tries < WaitTries && !within && !AllBack(); ++tries) Sleep(WaitStep);
+    for (int tries = 0; tries < WaitTries && !inCallback && !AllReturned(); ++tries)
+        Sleep(WaitStep);
     for (WAVEHDR* header : Headers) {
         if (Uses[header->dwUser].load(std::memory_order_acquire) != 0) continue;
-        if (header->dwFlags & WHDR_PREPARED) SoundInWin::Unprepare(device, *header);
+        if (header->dwFlags & WHDR_PREPARED) Unprepare(device, *header);
     }
+}
+
+void WaveBuffers::Unprepare(HWAVEIN device, WAVEHDR& header) {
+    const MMRESULT result = waveInUnprepareHeader(device, &header, sizeof header);
+    header.dwFlags &= result == MMSYSERR_NOERROR ? 0 : WHDR_PREPARED;
 }
 
 void WaveBuffers::Discard(std::unique_ptr<WaveBuffers> buffers) {
     if (!buffers) return;
     {
-        const LockScope section(buffers->Delivery);
+        const LockScope section(buffers->DeliveryLock);
         buffers->Owner = nullptr;
     }
-    buffers->Next = Kept;
-    Kept = buffers.release();
-    for (WaveBuffers** place = &Kept; *place;) {
-        WaveBuffers* const kept = *place;
-        if (!kept->AllBack()) {
-            place = &kept->Next;
+    buffers->Next = Leaked;
+    Leaked = buffers.release();
+    for (WaveBuffers** link = &Leaked; *link;) {
+        WaveBuffers* const leaked = *link;
+        if (!leaked->AllReturned()) {
+            link = &leaked->Next;
             continue;
         }
-        *place = kept->Next;
-        delete kept;
+        *link = leaked->Next;
+        delete leaked;
     }
 }
 

@@ -1,4 +1,4 @@
-// The buffers that go round between a SoundInWin and its device, and who has each of them.
+// The capture buffers that circulate between a SoundInWin and its device.
 #pragma once
 
 #include "platform/platform.h"
@@ -14,50 +14,58 @@ namespace Sonorel {
 
 class SoundInWin;
 
-// The device knows this object, and not its SoundInWin: what a device will not give back it may
-// still write to, and tell of, when the SoundInWin is long gone. Such buffers are kept, on purpose,
-// until a later Discard finds that they have come back; for good if they never do.
+// The device's callback refers to this object and not to its SoundInWin: a device that does not
+// return a buffer may still write to it, and call back, after the SoundInWin was destroyed. Such
+// buffers are leaked on purpose; a later Discard frees them if they have been returned by then.
 //
-// All but CameBack and Lend run on the owner's thread.
+// BufferReturned and Queue run on the delivering thread too, all else on the owner's thread.
 class WaveBuffers {
 public:
-    explicit WaveBuffers(SoundInWin& owner) : Owner(&owner) {}
+    // Handles a filled buffer.
+    using DeliverFunction = void (*)(SoundInWin& owner, WAVEHDR& header);
+
+    WaveBuffers(SoundInWin& owner, DeliverFunction deliver) : Owner(&owner), Deliver(deliver) {}
     WaveBuffers(const WaveBuffers&) = delete;
     WaveBuffers& operator=(const WaveBuffers&) = delete;
     ~WaveBuffers();
 
-    // bytes: of each block. False: memory is short.
+    // bytes: size of each block. Returns false when out of memory.
     bool Allocate(std::size_t bytes);
-    // Queues what the device does not have yet.
-    void LendAll(HWAVEIN device);
-    // Queues one buffer. Thread: also the delivering one, from the owner's Deliver.
-    void Lend(HWAVEIN device, WAVEHDR& header);
-    // What the device says of a buffer. Thread: the system's.
-    void CameBack(WAVEHDR& header);
-    // Waits for a callback that is at work; from within one there is nothing to wait for.
-    void AwaitDelivery() { const LockScope section(Delivery); }
-    // Behind a reset: waits for what is still out, about a second at most, and unprepares what is
-    // back. Does not wait from within a callback, whose own buffer is out until it returns.
-    void TakeBack(HWAVEIN device);
-    // No buffer is out, and no callback under way.
-    bool AllBack() const;
+    // Queues all buffers that the device does not have yet.
+    void QueueAll(HWAVEIN device);
+    // Prepares and queues one buffer. Thread: owner's, or the delivering one inside Deliver.
+    void Queue(HWAVEIN device, WAVEHDR& header);
+    // Called when the device returns a buffer; calls Deliver. Thread: the system's.
+    void BufferReturned(WAVEHDR& header);
+    // Waits for a callback in progress on another thread.
+    void AwaitDelivery() { const LockScope section(DeliveryLock); }
+    // After a reset of the device: waits about a second for the buffers still queued, then
+    // unprepares those returned. Inside a callback it does not wait, since the callback's own
+    // buffer counts as queued until the callback returns.
+    void Reclaim(HWAVEIN device);
+    // True if the device has no buffer and no callback is in progress.
+    bool AllReturned() const;
 
-    // Ends the owner's part. Frees the buffers if all are back, and keeps them otherwise.
+    // Unprepares one buffer. If the device refuses, the buffer stays marked as prepared, so that
+    // Reclaim tries again.
+    static void Unprepare(HWAVEIN device, WAVEHDR& header);
+    // Detaches the owner and frees the buffers if all are returned; leaks them otherwise.
     static void Discard(std::unique_ptr<WaveBuffers> buffers);
 
 private:
     static constexpr std::size_t Count = SoundInSystem::BlockCount;
 
     std::array<WAVEHDR*, Count> Headers{};
-    // Of each buffer: is it out, and is its callback under way. The last thing that a callback
-    // touches here, so that at 0 nobody will.
+    // Per buffer: 1 while it is queued and until its callback has returned. The last member that a
+    // callback accesses: at 0 the buffer can be freed.
     std::array<std::atomic<int>, Count> Uses{};
-    // Held while a buffer that came back is dealt with. Only the owner's Stop ever makes that wait,
-    // once delivery is off.
-    ObjectLock Delivery;
-    bool Delivering = false;     // under Delivery: so who sees it set is within the callback
-    SoundInWin* Owner;           // under Delivery; null once it is gone
-    WaveBuffers* Next = nullptr; // of those that are kept
+    // Held while a returned buffer is delivered. Only the owner's Stop can make that wait, after it
+    // has switched delivery off.
+    ObjectLock DeliveryLock;
+    bool Delivering = false; // inside DeliveryLock: true only for the thread in the callback
+    SoundInWin* Owner;       // inside DeliveryLock; null after Discard
+    const DeliverFunction Deliver;
+    WaveBuffers* Next = nullptr; // in the list of leaked buffers
 };
 
 } // namespace Sonorel

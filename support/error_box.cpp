@@ -9,7 +9,7 @@ void ShowErrorBox(const TextString& text, const TextString& caption, UINT flags)
                 flags | MB_TASKMODAL | MB_SETFOREGROUND | MB_TOPMOST);
 }
 
-void TellUnwritten(HWND dialog, const char* caption, const char* file) {
+void ShowNotSavedBox(HWND dialog, const char* caption, const char* file) {
     char text[512];
     std::snprintf(text, sizeof text,
                   "The settings are in use only until this dialog opens again or the program ends. "

@@ -1,4 +1,4 @@
-// The message box of those who have no window of their own.
+// Message boxes for errors.
 #pragma once
 
 #include "platform/platform.h"
@@ -6,13 +6,12 @@
 
 namespace Sonorel {
 
-// Shows text under caption, without an owner, on top of everything even with the host in the
-// background, and returns when the user has answered. flags: MB_ buttons and icon. Thread: the
-// host's.
+// Shows a message box without an owner window, above all other windows even if the host is in the
+// background, and returns when the user has closed it. flags: MB_ buttons and icon. Thread: host.
 void ShowErrorBox(const TextString& text, const TextString& caption, UINT flags);
 
-// Tells the user of a dialog that what was chosen lasts only until the dialog reads the settings
-// again or the program ends, since file cannot be written. Thread: the host's.
-void TellUnwritten(HWND dialog, const char* caption, const char* file);
+// Shows a message box over dialog: file cannot be written, so the new settings are lost when the
+// dialog opens again or the program ends. Thread: host.
+void ShowNotSavedBox(HWND dialog, const char* caption, const char* file);
 
 } // namespace Sonorel

@@ -4,14 +4,14 @@ namespace Sonorel {
 
 GlobalBuffer::GlobalBuffer(std::uint32_t size, std::int32_t kind, bool owned)
     : Kind(kind), Size(size), Owned(owned) {
-    if (TakesBlock() && size > 0)
+    if (AllocatesBlock() && size > 0)
         Handle = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT | GMEM_SHARE, size);
 }
 
 GlobalBuffer::~GlobalBuffer() {
     if (!Owned || !Handle) return;
     for (; LockCount > 0; --LockCount) GlobalUnlock(Handle);
-    if (TakesBlock()) GlobalFree(Handle);
+    if (AllocatesBlock()) GlobalFree(Handle);
 }
 
 void* GlobalBuffer::Lock() {

@@ -1,4 +1,4 @@
-// One zero-filled block of the system's global memory.
+// A zero-filled block of the system's global memory.
 #pragma once
 
 #include "platform/platform.h"
@@ -7,11 +7,11 @@
 
 namespace Sonorel {
 
-// Not shared between threads; what a lock gave may be.
+// The object belongs to one thread; the block's memory may be shared.
 class GlobalBuffer {
 public:
-    // size: bytes; 0 takes no block. kind: 1 or 2 for a block that this object takes and frees.
-    // owned: the destructor unlocks and frees the block. Out of memory: Handle is null.
+    // size: bytes; 0 allocates nothing. kind: 1 or 2 for a block that this object allocates and
+    // frees. owned: the destructor unlocks and frees the block. Out of memory: Handle is null.
     GlobalBuffer(std::uint32_t size, std::int32_t kind, bool owned);
     GlobalBuffer(const GlobalBuffer&) = delete;
     GlobalBuffer& operator=(const GlobalBuffer&) = delete;
@@ -22,12 +22,12 @@ public:
 
     HGLOBAL Handle = nullptr;
     std::int32_t Kind;
-    std::int32_t LockCount = 0; // locks not given back; the destructor gives them back
+    std::int32_t LockCount = 0; // calls of Lock that the destructor has to undo
     std::uint32_t Size;         // bytes
     bool Owned;
 
 private:
-    bool TakesBlock() const { return Kind == 1 || Kind == 2; }
+    bool AllocatesBlock() const { return Kind == 1 || Kind == 2; }
 };
 
 } // namespace Sonorel

@@ -1,13 +1,12 @@
-// A critical section as an object, and the scope that holds it.
+// A recursive lock, and its scoped form.
 #pragma once
 
 #include "platform/platform.h"
 
 namespace Sonorel {
 
-// The owner may enter it again. Never destroyed, for static locks: callbacks of the system may
-// still be under way after the library has been taken down, and even while the process ends, and
-// they must find a lock.
+// The thread that holds it may enter it again. For static objects: never destroyed, since callbacks
+// of the system may use it after the library was shut down, and even while the process ends.
 class Lock {
 public:
     Lock() { InitializeCriticalSection(&section); }
@@ -21,7 +20,7 @@ protected:
     CRITICAL_SECTION section;
 };
 
-// One that goes with the object that it belongs to.
+// A lock that is a member of an object and is destroyed with it.
 class ObjectLock : public Lock {
 public:
     ~ObjectLock() { DeleteCriticalSection(&section); }
@@ -29,7 +28,7 @@ public:
 
 class LockScope {
 public:
-    explicit LockScope(Lock& wanted) : lock(wanted) { lock.Enter(); }
+    explicit LockScope(Lock& target) : lock(target) { lock.Enter(); }
     ~LockScope() { lock.Leave(); }
     LockScope(const LockScope&) = delete;
     LockScope& operator=(const LockScope&) = delete;

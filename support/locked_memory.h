@@ -1,4 +1,4 @@
-// Zero-filled blocks of the system's global memory that stay locked from their making to their end.
+// Zero-filled blocks of the system's global memory, locked for their whole life.
 #pragma once
 
 #include "platform/platform.h"
@@ -7,9 +7,9 @@
 
 namespace Sonorel {
 
-// flags: the system's GMEM_ values. Null when out of memory. Real time: no.
+// flags: the system's GMEM_ values. Returns the address, or null when out of memory. Real time: no.
 void* AllocateLocked(UINT flags, std::size_t bytes);
-// Takes null too.
+// address may be null. Real time: no.
 void FreeLocked(void* address);
 
 } // namespace Sonorel

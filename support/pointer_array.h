@@ -1,4 +1,4 @@
-// A growing array of pointers to elements that it usually owns.
+// A growing array of pointers to elements, which it owns unless Owns is false.
 #pragma once
 
 #include <algorithm>
@@ -17,19 +17,19 @@ public:
     PointerArray& operator=(const PointerArray&) = delete;
     ~PointerArray() { Clear(); }
 
-    // False: out of memory. The array is then as it was, and the element still the caller's.
+    // Returns false when out of memory: the array is unchanged, and the caller keeps the element.
     bool Append(Element* element) {
         if (Count >= Capacity && !Grow()) return false;
         Items[Count++] = element;
         return true;
     }
 
-    // Null outside 0 to Count - 1.
+    // Returns null outside 0 to Count - 1.
     Element* At(std::int32_t index) const {
         return Items && index >= 0 && index < Count ? Items[index] : nullptr;
     }
 
-    // Back to empty; deletes the elements if they are owned.
+    // Removes all elements, and deletes them if they are owned.
     void Clear() {
         if (Items && Owns) std::for_each(Items, Items + Count, [](Element* item) { delete item; });
         delete[] Items;
@@ -44,7 +44,7 @@ public:
     bool Owns = true;
 
 private:
-    // Lists here are a handful of devices long, so room comes in small equal steps.
+    // The lists have a few devices each, so small constant steps suffice.
     static constexpr std::int32_t GrowthStep = 16;
 
     bool Grow() {

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-// Write a key, an integer in decimal; section and file are made as needed. False if the file cannot
-// be written; it then stays as it is. Thread: host.
+// Write one key; a missing section or file is created. Return false if the file cannot be written;
+// it is then unchanged. Thread: host.
 bool WriteProfileText(const char* section, const char* key, const char* text, const char* file);
 bool WriteProfileInt(const char* section, const char* key, std::int32_t value, const char* file);

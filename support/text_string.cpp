@@ -14,7 +14,7 @@ std::int32_t Length(const char* text) {
     return text ? static_cast<std::int32_t>(std::strlen(text)) : 0;
 }
 
-// Uninitialised, for a text of this length with its count byte and NUL; null when out of memory.
+// Uninitialised memory for length characters, a count byte and NUL; null when out of memory.
 char* NewRep(std::int32_t length) {
     return new (std::nothrow) char[static_cast<std::size_t>(length) + 2];
 }

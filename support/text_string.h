@@ -1,44 +1,44 @@
-// A text of single bytes, owned by one string, with the empty one costing nothing.
+// A string of single bytes. An empty string allocates nothing.
 #pragma once
 
 #include <cstdint>
 
 namespace Sonorel {
 
-// For messages put together from pieces and for device names. Not shared between threads. Where
-// memory runs out the string stays as it was; a new one is then empty.
+// For composed messages and device names. Each object belongs to one thread. When out of memory an
+// existing string stays unchanged and a new one is empty.
 class TextString {
 public:
     TextString() = default;
-    // Null is an empty text.
+    // text may be null: an empty string.
     explicit TextString(const char* text);
-    // The number in decimal.
+    // The number in decimal digits.
     explicit TextString(std::int32_t number);
     TextString(const TextString& other);
     TextString& operator=(const TextString&) = delete;
     ~TextString();
 
-    // Terminated, never null; good until the string changes.
+    // Terminated with NUL, never null; valid until the string changes.
     const char* Text() const { return Rep + 1; }
 
-    // Behind the present text; the string itself and null are good arguments too. False: out of
+    // Appends a copy of the text, which may be null or this string's own. Returns false when out of
     // memory.
     bool Append(const TextString& other) { return Append(other.Text()); }
     bool Append(const char* text);
 
-    // Characters that Rep can hold without growing; at least as many as the text has.
+    // Characters that Rep can hold without reallocation.
     std::int32_t Capacity = 0;
     // One count byte, the characters, a NUL. Never null.
     char* Rep = SharedEmpty;
 
-    // Of all empty strings. Never written, never freed.
+    // The Rep of all empty strings; never written or freed.
     static char SharedEmpty[2];
 
 private:
     void Assign(const char* text, std::int32_t length);
 };
 
-// A null text counts as empty.
+// text may be null.
 TextString operator+(const char* text, const TextString& string);
 
 } // namespace Sonorel

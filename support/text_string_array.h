@@ -1,4 +1,4 @@
-// A list of texts, as the device lists are.
+// A list of strings, such as device names.
 #pragma once
 
 #include "support/pointer_array.h"
@@ -11,11 +11,11 @@ namespace Sonorel {
 
 class TextStringArray : public PointerArray<TextString> {
 public:
-    // Appends a copy of the text. False: out of memory, and the list is as it was.
+    // Appends a copy of the text. Returns false, and changes nothing, when out of memory.
     bool AppendText(const char* text) {
         std::unique_ptr<TextString> string(new (std::nothrow) TextString(text));
         if (!string || !Append(string.get())) return false;
-        static_cast<void>(string.release()); // the list's
+        static_cast<void>(string.release()); // now owned by the list
         return true;
     }
 };

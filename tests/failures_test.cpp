@@ -1,5 +1,5 @@
-// Every system call refused in turn: each journey of a host is made again and again, with its first
-// call of a kind refused, its second, and so on until the journey passes untouched.
+// Fault injection: runs each scenario of a host once per system call, with that call refused: the
+// first call of a function, the second, and so on until the scenario makes no more calls of it.
 #include "engine/driver_table.h"
 #include "mme/setup_dialog.h"
 #include "setup/tonequill.h"
@@ -14,9 +14,9 @@ namespace {
 
 using machine::Call;
 
-bool Among(Call call, Call first, Call last) { return call >= first && call <= last; }
+bool IsBetween(Call call, Call first, Call last) { return call >= first && call <= last; }
 
-// What each call gives when it is refused.
+// The result of a refused call.
 std::intptr_t Refusal(Call call) {
     const bool null = call <= Call::_beginthreadex || call == Call::timeSetEvent;
     if (null || call == Call::GetDC) return 0;
@@ -25,54 +25,55 @@ std::intptr_t Refusal(Call call) {
                                                       : MMSYSERR_ERROR;
 }
 
-// The system keeps what these were to give back. The ports and buffers are tried once more.
-bool Keeps(Call call, bool once) {
+// True if the refusal leaks a resource: of calls that release one. Ports and buffers are released
+// on a second attempt.
+bool Leaks(Call call, bool once) {
     if (call == Call::timeEndPeriod || call == Call::mixerClose || call == Call::waveInClose)
         return true;
-    return !once && (Among(call, Call::midiInReset, Call::midiInClose) ||
-                     Among(call, Call::midiOutReset, Call::midiOutClose) ||
+    return !once && (IsBetween(call, Call::midiInReset, Call::midiInClose) ||
+                     IsBetween(call, Call::midiOutReset, Call::midiOutClose) ||
                      call == Call::waveInReset || call == Call::waveInUnprepareHeader);
 }
 
-// Of a refused call of a MIDI port the user sees the system's own text, once, and so of settings
-// that are not stored; of timers, mixers and what only helps, nothing. Others tell by what could
-// not be opened for want of them.
-bool ToldAsItShould(Call call, const std::vector<std::string>& boxes) {
+// Checks the message boxes after a refused call. MIDI ports: the system's text, once. Settings that
+// cannot be stored: one box. Timers, mixers and optional calls: none. Others: at most two, about
+// what could not be opened.
+bool BoxesAreRight(Call call, const std::vector<std::string>& boxes) {
     char text[256] = "";
     midiOutGetErrorTextA(MMSYSERR_ERROR, text, sizeof text);
-    if (Among(call, Call::midiInOpen, Call::midiInClose) ||
-        Among(call, Call::midiOutOpen, Call::midiOutShortMsg))
+    if (IsBetween(call, Call::midiInOpen, Call::midiInClose) ||
+        IsBetween(call, Call::midiOutOpen, Call::midiOutShortMsg))
         return boxes == std::vector<std::string>{text};
     if (call == Call::WritePrivateProfileStringA)
         return boxes.size() == 1 && boxes[0].find("cannot be stored") != std::string::npos;
-    if (Among(call, Call::WritePrivateProfileStringA, Call::midiOutCachePatches) ||
-        Among(call, Call::waveInClose, Call::mixerSetControlDetails) ||
-        Among(call, Call::CaptureBufferStart, Call::CaptureBufferLock) || call == Call::GetDC)
+    if (IsBetween(call, Call::WritePrivateProfileStringA, Call::midiOutCachePatches) ||
+        IsBetween(call, Call::waveInClose, Call::mixerSetControlDetails) ||
+        IsBetween(call, Call::CaptureBufferStart, Call::CaptureBufferLock) || call == Call::GetDC)
         return boxes.empty();
     return boxes.size() <= 2;
 }
 
-// What came of a journey, but for the times.
+// Results of a scenario, without times.
 struct Outcome {
     std::vector<std::uint32_t> Sent, Received;
     std::vector<std::string> Boxes;
     std::string Ini;
-    int Starts = 0;  // that went well
-    int Dialogs = 0; // that were shown
+    int Starts = 0;  // successful ones
+    int Dialogs = 0; // shown
     bool operator==(const Outcome&) const = default;
 };
 
-struct Journey {
+struct Scenario {
     const char* Name;
     DirectSound Sound;
-    void (*Way)(Outcome&);
+    void (*Run)(Outcome&);
 };
 
 MIDIEvent Later(int milliseconds, std::uint8_t status, std::uint8_t data1, std::uint8_t data2) {
     return {ZorTimeMIDI(0) + milliseconds, 0, 0, 2, status, data1, data2};
 }
 
-void Take(Outcome& outcome) {
+void Drain(Outcome& outcome) {
     for (MIDIEvent event; ZorRcv(&event, 0);)
         outcome.Received.push_back(static_cast<std::uint32_t>(
             event.Status | event.Data1 << 8 | event.Data2 << 16 | event.Channel << 24));
@@ -80,8 +81,8 @@ void Take(Outcome& outcome) {
         if (!sent.Reset) outcome.Sent.push_back(sent.Message);
 }
 
-// Into both queues, at once, and from outside; some of it is still waiting at the end.
-void Traffic(Outcome& outcome) {
+// Queued, immediate and received messages; one record still waits at the end.
+void SendAndReceive(Outcome& outcome) {
     const MIDIEvent program = Later(0, 0xC0, 7, 0), on = Later(10, 0x90, 60, 64),
                     off = Later(30, 0x80, 60, 0), late = Later(9999, 0x90, 61, 1);
     for (const MIDIEvent& event : {program, on, off, late}) ZorXmit(1, &event);
@@ -93,10 +94,10 @@ void Traffic(Outcome& outcome) {
         ZorXmit(ZOR_IMMEDIATE, &on);
         machine::Advance(20);
     }
-    Take(outcome);
+    Drain(outcome);
 }
 
-// A user who is told that it did not work tries once more.
+// Starts; after a message box the user tries once more.
 void Start(Outcome& outcome, ZorBool (*start)()) {
     for (int tries = 0; tries < 2; ++tries) {
         std::uint8_t open = 0;
@@ -106,7 +107,7 @@ void Start(Outcome& outcome, ZorBool (*start)()) {
         EXPECT_EQ(started, open != 0);
         if (started) return;
         const auto boxes = machine::TakeBoxes();
-        EXPECT_FALSE(boxes.empty()) << "it did not start, and nobody was told";
+        EXPECT_FALSE(boxes.empty()) << "a failed start showed no message box";
         for (const machine::Box& box : boxes) outcome.Boxes.push_back(box.Text);
         EXPECT_NE(ZorErrorMIDI(nullptr), -1);
     }
@@ -114,13 +115,13 @@ void Start(Outcome& outcome, ZorBool (*start)()) {
 
 void Plays(Outcome& outcome) {
     Start(outcome, [] { return ZorStartMIDI(1); });
-    Traffic(outcome);
+    SendAndReceive(outcome);
     ZorKillMIDI();
     ZorMIDIPlay();
-    Traffic(outcome);
+    SendAndReceive(outcome);
     ZorStopMIDI();
     Start(outcome, [] { return ZorStartMIDI(1); });
-    Traffic(outcome);
+    SendAndReceive(outcome);
 }
 
 void Echoes(Outcome& outcome) {
@@ -130,7 +131,7 @@ void Echoes(Outcome& outcome) {
         return ZorMIDIStatus(&open, nullptr), open;
     });
     ZorStartMIDI(1);
-    Traffic(outcome);
+    SendAndReceive(outcome);
     ZorKillMIDI();
     ZorEchoMIDI(0, nullptr);
 }
@@ -138,7 +139,7 @@ void Echoes(Outcome& outcome) {
 void Listens(Outcome& outcome) {
     Start(outcome, [] { return ZorStartMIDI(1); });
     machine::Advance(150);
-    Take(outcome);
+    Drain(outcome);
 }
 
 void Shows(Outcome& outcome, std::int16_t row, const DialogScript& script) {
@@ -149,7 +150,7 @@ void Shows(Outcome& outcome, std::int16_t row, const DialogScript& script) {
     });
     ZorConfigMIDIDriver(nullptr, row);
     ScriptDialogs(nullptr);
-    Traffic(outcome);
+    SendAndReceive(outcome);
 }
 
 void SetsUpPorts(Outcome& outcome) {
@@ -174,7 +175,7 @@ void SetsUpMicrophone(Outcome& outcome) {
     });
 }
 
-constexpr Journey Journeys[] = {
+constexpr Scenario Scenarios[] = {
     {"plays", DirectSound::Absent, Plays},
     {"echoes", DirectSound::Absent, Echoes},
     {"listens by DirectSound", DirectSound::Present, Listens},
@@ -184,7 +185,7 @@ constexpr Journey Journeys[] = {
     {"sets up the microphone by waveIn", DirectSound::Absent, SetsUpMicrophone},
 };
 
-class Failures : public MachineTest, public testing::WithParamInterface<Journey> {
+class Failures : public MachineTest, public testing::WithParamInterface<Scenario> {
 protected:
     ~Failures() override { SetDirectSound(DirectSound::Absent); }
 
@@ -201,9 +202,9 @@ protected:
         SetDirectSound(GetParam().Sound);
     }
 
-    // A host's whole life.
-    static Outcome Make() {
-        const bool listening = GetParam().Way == Listens || GetParam().Way == SetsUpMicrophone;
+    // Runs the scenario from MIDISysInit to MIDISysTerm.
+    static Outcome Run() {
+        const bool listening = GetParam().Run == Listens || GetParam().Run == SetsUpMicrophone;
         WriteIni("[MMEDRVR]\nInName1=First\nInName2=Second\nInBase2=17\nOutName1=First\n"
                  "OutName2=Second\nOutBase2=1\nOutMatch2=0\nMidiOutReset=1\n[PRECDRVR]\n"
                  "EnablePitchRec=" +
@@ -212,53 +213,54 @@ protected:
         EXPECT_EQ(MIDISysInit(0), -1);
         for (std::int16_t queue = 0; queue < 3; ++queue)
             ZorAllocMIDI(queue, 100) || ZorAllocMIDI(queue, 100);
-        GetParam().Way(outcome);
+        GetParam().Run(outcome);
         ZorStopMIDI();
         MIDISysTerm();
-        machine::Advance(11000); // a one-shot that the system did not take back comes, and goes
-        Take(outcome);
-        for (const std::string& text : TakeBoxTexts()) outcome.Boxes.push_back(text);
+        machine::Advance(11000); // a one-shot that could not be cancelled expires
+        Drain(outcome);
+        for (const std::string& text : DrainBoxTexts()) outcome.Boxes.push_back(text);
         std::getline(std::ifstream("ZORMIDI.INI"), outcome.Ini, '\0');
         return outcome;
     }
 
-    // Makes the journey with a call refused, and another one after it. False if it got by without
-    // that call.
-    static bool Fails(Call call, int nth, bool once, const Outcome& clean) {
-        SCOPED_TRACE(testing::Message() << "call " << static_cast<int>(call) << " at its time "
-                                        << nth << (once ? "" : " and ever after"));
+    // Runs the scenario with the nth call refused, then once more without faults. Returns false if
+    // the scenario made fewer calls.
+    static bool RunWithFault(Call call, int nth, bool once, const Outcome& clean) {
+        SCOPED_TRACE(testing::Message() << "call " << static_cast<int>(call) << " number " << nth
+                                        << (once ? "" : " and all later ones"));
         NewMachine();
         machine::FailCall(call, nth, Refusal(call), once ? 1 : 0);
-        const Outcome failed = Make();
+        const Outcome failed = Run();
         machine::ClearFaults();
         if (machine::CallCount(call) < static_cast<unsigned>(nth)) return false;
         if (once) {
             EXPECT_EQ(failed.Starts, clean.Starts);
-            // Without events there is another way to listen.
+            // Without events the microphone is captured by waveIn.
             EXPECT_TRUE(call != Call::CreateEventA || failed.Received == clean.Received);
-            EXPECT_TRUE(ToldAsItShould(call, failed.Boxes)) << testing::PrintToString(failed.Boxes);
+            EXPECT_TRUE(BoxesAreRight(call, failed.Boxes)) << testing::PrintToString(failed.Boxes);
         }
         while (ZorErrorMIDI(nullptr) >= 0) continue;
-        const Outcome second = Make();
+        const Outcome second = Run();
         EXPECT_EQ(OpenCaptureObjects(), 0);
-        if (Keeps(call, once)) return machine::PowerOn(), true;
+        if (Leaks(call, once)) return machine::PowerOn(), true;
         EXPECT_EQ(second, clean);
         return true;
     }
 };
 
-TEST_P(Failures, EachCallAtEachOfItsTimes) {
+TEST_P(Failures, EveryCallRefusedInTurn) {
     NewMachine();
-    const Outcome clean = Make();
+    const Outcome clean = Run();
     EXPECT_EQ(clean.Boxes, std::vector<std::string>{});
-    int made = 0;
+    int runs = 0;
     for (int call = 0; call < static_cast<int>(Call::Count); ++call)
         for (const bool once : {true, false})
-            for (int nth = 1; Fails(static_cast<Call>(call), nth, once, clean); ++nth) ++made;
-    std::printf("A host that %s, with %d refusals\n", GetParam().Name, made);
-    EXPECT_GT(made, 100);
+            for (int nth = 1; RunWithFault(static_cast<Call>(call), nth, once, clean); ++nth)
+                ++runs;
+    std::printf("A host that %s, with %d refusals\n", GetParam().Name, runs);
+    EXPECT_GT(runs, 100);
 }
 
-INSTANTIATE_TEST_SUITE_P(OfEachJourney, Failures, testing::ValuesIn(Journeys));
+INSTANTIATE_TEST_SUITE_P(Scenarios, Failures, testing::ValuesIn(Scenarios));
 
 } // namespace

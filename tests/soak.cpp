@@ -1,8 +1,8 @@
-// soak MINUTES: the library in real time for that long, with all of its threads and a host on every
-// side of it. Ends with 0 if nothing was torn, lost, stuck or left open.
+// soak MINUTES: runs the library in real time with all of its threads, while a host calls it from
+// several threads. Exits with 0 if no record was torn, lost or stuck and nothing was left open.
 #include "engine/zormidi.h"
 #include "platform/machine.h"
-#include "tests/support/twin.h"
+#include "tests/support/library_and_model.h"
 
 #include <atomic>
 #include <chrono>
@@ -26,7 +26,7 @@ void Expect(bool holds, const char* what) {
     if (!holds) ++faults, std::printf("FAULT: %s\n", what);
 }
 
-// The data follow from each other, so that a record made of two shows.
+// The data bytes depend on each other, so that a mixture of two records is detected.
 MIDIEvent Record(int number) {
     const auto key = static_cast<std::uint8_t>(number & 127);
     return {ZorTimeMIDI(0) + number % 20,
@@ -38,24 +38,25 @@ MIDIEvent Record(int number) {
             static_cast<std::uint8_t>(127 - key)};
 }
 
-void Take() {
+void DrainInput() {
     for (MIDIEvent event; ZorRcv(&event, 0);) {
-        const bool ending = event.Data1 == 64 || event.Data1 == 123; // a kill's
+        const bool ofKill = event.Data1 == 64 || event.Data1 == 123; // from ZorKillMIDI
         if ((event.Status & 0xF0) == 0x90 || (event.Status & 0xF0) == 0x80) ++sung;
         if (event.Status != 0xB0) continue;
-        if (event.Data2 != 127 - event.Data1 && !ending) ++torn;
+        if (event.Data2 != 127 - event.Data1 && !ofKill) ++torn;
         ++received;
     }
 }
 
-// Cables from each output to the input of its name, and a tone in the microphone now and then.
-void MakeMachine(const std::filesystem::path& folder) {
+// A machine with a cable from each output to the input of its name, and a tone in the microphone
+// every other second.
+void PrepareMachine(const std::filesystem::path& folder) {
     machine::PowerOn();
     machine::RecordSentMidi(false);
     machine::SetModulePath((folder / "libzormidi.so").string());
     std::ofstream(folder / "ZORMIDI.INI")
-        << Twin::Ini(Ports) << "[ZORMIDI]\nMMESpeed=1\n[PRECDRVR]\nEnablePitchRec=1\n";
-    Twin::AddPorts(Ports);
+        << LibraryAndModel::Ini(Ports) << "[ZORMIDI]\nMMESpeed=1\n[PRECDRVR]\nEnablePitchRec=1\n";
+    LibraryAndModel::AddPorts(Ports);
     for (int port = 0; port < Ports; ++port) machine::Connect(port, port);
     machine::FeedGenerator(machine::AddMicrophone({"Desk"}), [](const auto& request) {
         for (std::size_t i = 0; i < request.Samples.size(); ++i) {
@@ -66,8 +67,9 @@ void MakeMachine(const std::filesystem::path& folder) {
     });
 }
 
-void Beside(std::vector<std::thread>& threads, const std::atomic<bool>& done,
-            std::function<void(int)> action) {
+// Starts a thread that repeats the action until done.
+void StartThread(std::vector<std::thread>& threads, const std::atomic<bool>& done,
+                 std::function<void(int)> action) {
     threads.emplace_back([&done, action] {
         for (int i = 0; !done; ++i) {
             action(i);
@@ -76,8 +78,8 @@ void Beside(std::vector<std::thread>& threads, const std::atomic<bool>& done,
     });
 }
 
-// What a host does in the course of an evening, once every few milliseconds.
-void Act(int turn) {
+// One call of a host, or a few.
+void CallAsHost(int turn) {
     switch (turn % 10) {
     case 0:
         ZorKillMIDI(), ZorMIDIPlay();
@@ -110,35 +112,36 @@ void Act(int turn) {
         if (std::uint16_t size, count; !ZorReportMQ(queue, &size, &count)) ZorAllocMIDI(queue, 256);
 }
 
-void Evening(Clock::duration length) {
+void RunThreads(Clock::duration length) {
     std::atomic<bool> done{false};
     std::vector<std::thread> threads;
     for (const std::uint16_t queue : {1, 2})
-        Beside(threads, done, [queue](int i) {
+        StartThread(threads, done, [queue](int i) {
             const MIDIEvent event = Record(i);
             put += ZorXmit(queue, &event);
         });
     for (int port = 0; port < Ports; port += 3)
-        Beside(threads, done, [port](int i) {
+        StartThread(threads, done, [port](int i) {
             machine::ReceiveMidi(port, i % 3 ? 0xF8 : 0x3F40B0);
             machine::CallBackMidi(port, 0x3C3, i % 100 ? 0x3F40B0 : 0xFA, 1);
         });
-    Beside(threads, done, [](int) { Take(); });
-    Beside(threads, done, [](int) {
+    StartThread(threads, done, [](int) { DrainInput(); });
+    StartThread(threads, done, [](int) {
         MMETimerCallBack(0, 0, 0, 0, 0);
         ZorEtimeMIDI(1, nullptr), ZorErrorMIDI(nullptr), ZorXmitEmpty(0);
     });
     const auto end = Clock::now() + length;
     for (int turn = 0; Clock::now() < end; ++turn) {
-        Act(turn);
-        std::this_thread::sleep_for(turn % 50 ? 5ms : 500ms); // long enough to sing in
+        CallAsHost(turn);
+        std::this_thread::sleep_for(turn % 50 ? 5ms
+                                              : 500ms); // long enough for a note of the microphone
     }
     done = true;
     for (std::thread& thread : threads) thread.join();
 }
 
-// Afterwards all is as if nothing had been: what is put in comes out at the other end, every one.
-void Quiet() {
+// Afterwards the library works as after a fresh start: all records are sent.
+void CheckPlayback() {
     ZorEchoMIDI(0, nullptr), ZorStopMIDI();
     ZorSyncMIDI(ZOR_SYNC_INTERNAL), ZorFilterMIDI(0, 0);
     for (std::int16_t queue = 0; queue < 3; ++queue) ZorAllocMIDI(queue, 4000);
@@ -149,14 +152,14 @@ void Quiet() {
         event.Time = ZorTimeMIDI(0) + i / 10;
         if (ZorXmit(1, &event)) in.insert(event.Channel << 8 | event.Data1);
     }
-    Expect(ZorXmitEmpty(1), "the queue runs dry");
+    Expect(ZorXmitEmpty(1), "the queue becomes empty");
     std::this_thread::sleep_for(1s);
     for (MIDIEvent event; ZorRcv(&event, 0);)
         if (event.Status == 0xB0) out.insert(event.Channel << 8 | event.Data1);
-    Expect(in.size() == 1000, "all is taken in");
-    // What comes in while something is being sent is lost, as the header says.
-    for (const int one : out) Expect(in.contains(one), "nothing comes out that was not put in");
-    Expect(out.size() > 500, "most of it comes back");
+    Expect(in.size() == 1000, "all records are queued");
+    // Records received during a transmission are lost.
+    for (const int record : out) Expect(in.contains(record), "only sent records are received");
+    Expect(out.size() > 500, "most of them are received");
     ZorKillMIDI();
     ZorStopMIDI();
     MIDISysTerm();
@@ -168,22 +171,24 @@ int main(int count, char** arguments) {
     const double minutes = count > 1 ? std::atof(arguments[1]) : 10;
     std::string name = (std::filesystem::temp_directory_path() / "zorsoak-XXXXXX").string();
     const std::filesystem::path folder = mkdtemp(name.data());
-    MakeMachine(folder);
-    Expect(MIDISysInit(0) == -1, "it comes up");
-    Act(6);
+    PrepareMachine(folder);
+    Expect(MIDISysInit(0) == -1, "it initialises");
+    CallAsHost(6);
     Expect(ZorStartMIDI(1), "it starts");
-    Evening(
+    RunThreads(
         std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(minutes * 60)));
-    Quiet();
+    CheckPlayback();
     Expect(torn == 0, "no record is torn");
-    Expect(received > 0, "something came in");
-    Expect(sung > 0 || minutes < 1, "something was sung");
-    Expect(machine::TakeBoxes().empty(), "nobody was told of an error");
+    Expect(received > 0, "records are received");
+    Expect(sung > 0 || minutes < 1, "notes of the microphone are received");
+    Expect(machine::TakeBoxes().empty(), "no message box is shown");
     Expect(machine::OpenMidiInputs() + machine::OpenMidiOutputs() == 0, "ports are closed");
     Expect(machine::OpenWaveIns() + machine::OpenMixers() == 0, "the microphone is closed");
-    Expect(machine::PendingTimers().empty() && machine::OpenTimerPeriods().empty(), "time stands");
-    std::printf("%g minutes: %ld records put in, %ld received, %ld notes sung; %d faults\n",
-                minutes, put.load(), received.load(), sung.load(), faults);
+    Expect(machine::PendingTimers().empty() && machine::OpenTimerPeriods().empty(),
+           "the timer is stopped");
+    std::printf(
+        "%g minutes: %ld records queued, %ld received, %ld notes of the microphone; %d faults\n",
+        minutes, put.load(), received.load(), sung.load(), faults);
     std::filesystem::remove_all(folder);
     return faults != 0;
 }

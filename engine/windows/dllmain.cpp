@@ -1,4 +1,4 @@
-// The load notification. Kept to one store: the loader's lock is held.
+// Called by the system when it loads the library. Must do little, since the loader lock is held.
 #include "engine/library_instance.h"
 
 BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID) {

@@ -1,6 +1,5 @@
-// What the compiler's runtime does when it cannot go on: end the process at once, as an exception
-// that leaves the library would. Its own way is to print on the host's standard error, for which it
-// brings string and name handling as large as the library itself.
+// Replaces the error handlers of the C++ runtime by abort. The originals print to the host's
+// standard error first, and linking them would double the size of the library.
 #include <cstdlib>
 #include <exception>
 

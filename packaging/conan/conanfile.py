@@ -17,8 +17,8 @@ class Zormidi(ConanFile):
     settings = "os", "arch", "compiler", "build_type"
 
     def set_version(self):
-        lists = load(self, os.path.join(self.recipe_folder, "..", "..", "CMakeLists.txt"))
-        self.version = re.search(r"project\(zormidi VERSION ([\d.]+)", lists).group(1)
+        header = load(self, os.path.join(self.recipe_folder, "..", "..", "engine", "zormidi.h"))
+        self.version = ".".join(re.findall(r"#define ZORMIDI_VERSION_\w+ (\d+)", header))
 
     def export_sources(self):
         root = os.path.join(self.recipe_folder, "..", "..")

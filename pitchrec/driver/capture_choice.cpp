@@ -56,7 +56,8 @@ Capture ChooseSoundIn(const MicrophoneName* microphone) {
     }
     found = {CaptureClass::WaveIn, std::unique_ptr<SoundIn>(new (std::nothrow) SoundInWin), nullptr,
              found.IsDefault};
-    if (found.Input && !SelectDevice(found, microphone, &SoundInWin::NumberOf)) found.Input.reset();
+    if (found.Input && !SelectDevice(found, microphone, &SoundInWin::DeviceNumber))
+        found.Input.reset();
     return found;
 }
 

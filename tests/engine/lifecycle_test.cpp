@@ -1,4 +1,4 @@
-#include "tests/engine/rig.h"
+#include "tests/engine/engine_fixture.h"
 
 #include "engine/library_instance.h"
 
@@ -20,17 +20,17 @@ protected:
         ZorMIDIStatus(nullptr, &timed);
         return timed != 0;
     }
-    static std::string Trace() { return FakeDrivers::TakeTrace(); }
+    static std::string Trace() { return FakeDrivers::DrainTrace(); }
 };
 
-// Every way in which the two rows can come up, be ready and open: what is called, in what order,
-// what stays open and what is reported.
+// Combinations of Init, Ready and Open of both rows: the calls in order, the open rows and the
+// errors.
 TEST_F(Life, OpensAllOrNothing) {
     struct Case {
         const char* name;
         bool up[2], ready[2], opens[2];
         const char* trace;
-        int errorRow; // -1: it opens
+        int errorRow; // -1: both open
     };
     const Case cases[] = {
         {"all well", {1, 1}, {1, 1}, {1, 1}, "Open0 Open1", -1},
@@ -46,7 +46,9 @@ TEST_F(Life, OpensAllOrNothing) {
             drivers.Rows[row].InitResult = c.up[row] ? DriverSuccess : std::uint16_t{5};
             drivers.Rows[row].Ready = c.ready[row];
             drivers.Rows[row].Opens = c.opens[row];
-            drivers.Rows[row].OnClose = [] { EXPECT_FALSE(Timed()); }; // no expiry meets a closing
+            drivers.Rows[row].OnClose = [] {
+                EXPECT_FALSE(Timed());
+            }; // the timer stops before the rows close
         }
         MIDISysInit(1);
         Trace();
@@ -64,7 +66,7 @@ TEST_F(Life, OpensAllOrNothing) {
     }
 }
 
-TEST_F(Life, ReportsTheLastRowThatDidNotComeUp) {
+TEST_F(Life, ReportsTheLastRowWhoseInitFailed) {
     struct Case {
         std::uint16_t codes[2];
         int result;
@@ -81,17 +83,17 @@ TEST_F(Life, ReportsTheLastRowThatDidNotComeUp) {
     MIDISysInit(1);
     Trace();
     MIDIDrivers[1].Error = 1;
-    EXPECT_EQ(ZorErrorMIDI(nullptr), -1); // what a row that is not up has to tell, nobody asks
-    ZorSyncMIDI(2);                       // and it hears nothing
+    EXPECT_EQ(ZorErrorMIDI(nullptr), -1); // errors of a row whose Init failed are not reported
+    ZorSyncMIDI(2);                       // and its Sync is not called
     drivers.Rows[1].InitResult = DriverSuccess;
     MIDISysInit(1);
     ZorSyncMIDI(-1);
     EXPECT_EQ(Trace(), "Sync0:2 Term0 Init0 Init1 Sync0:-1 Sync1:0");
 }
 
-// While a dialog is up the row belongs to it, and the host's other calls come in through its
-// message loop; then the row is as the host last wanted it.
-TEST_F(Life, RunsADialogWithTheDriverOutOfItsWay) {
+// During a dialog the host's calls only mark its row as opened or closed; afterwards the driver
+// follows the mark.
+TEST_F(Life, RunsADialogWithItsDriverClosed) {
     static const auto start = [] { EXPECT_TRUE(ZorStartMIDI(0)); };
     struct Case {
         const char* name;
@@ -103,7 +105,7 @@ TEST_F(Life, RunsADialogWithTheDriverOutOfItsWay) {
     };
     const Case cases[] = {
         {"no such row", 2, true, nullptr, "", true},
-        {"no such row either", -1, true, nullptr, "", true},
+        {"row below 0", -1, true, nullptr, "", true},
         {"ports, closed", 0, false, nullptr, "Config0", false},
         {"ports, open", 0, true, nullptr, "Close0 Config0 Open0", true},
         {"ports, stop", 0, true, ZorStopMIDI, "Close0 Config0 Close1", false},
@@ -138,8 +140,8 @@ TEST_F(Life, RunsADialogWithTheDriverOutOfItsWay) {
     }
 }
 
-// The same from the message boxes of a row that is being opened or closed.
-TEST_F(Life, IsStoppedAndStartedFromABox) {
+// Calls from the message boxes of a row that is being opened or closed.
+TEST_F(Life, StopsAndStartsFromAMessageBox) {
     static const auto refused = [] { EXPECT_FALSE(ZorStartMIDI(0)); };
     struct Case {
         const char* name;
@@ -162,7 +164,7 @@ TEST_F(Life, IsStoppedAndStartedFromABox) {
         EXPECT_EQ(Trace(), "Open0 Open1 Close0 Close1");
         EXPECT_FALSE(Open());
     }
-    // After a dialog the row is opened again, and from the box of that the host stops.
+    // The host stops from a message box of the opening after a dialog.
     drivers.Rows[1] = {};
     ZorStartMIDI(0);
     Trace();
@@ -171,11 +173,11 @@ TEST_F(Life, IsStoppedAndStartedFromABox) {
     EXPECT_EQ(Trace(), "Close0 Config0 Open0 Close1 Close0");
 }
 
-TEST_F(Life, HandsErrorsOutRowByRow) {
+TEST_F(Life, ReturnsErrorsRowByRow) {
     drivers.Rows[0].Sends = drivers.Rows[1].Sends = false;
     ZorStartMIDI(0);
     const MIDIEvent event = Note(0, 60);
-    EXPECT_FALSE(ZorXmit(ZOR_IMMEDIATE, &event)); // row 1 gets it though row 0 refused
+    EXPECT_FALSE(ZorXmit(ZOR_IMMEDIATE, &event)); // row 1 receives it although row 0 refused
     EXPECT_EQ(ZorErrorMIDI(nullptr), 0);
     std::uint16_t code = 0;
     EXPECT_EQ(ZorErrorMIDI(&code), 1);
@@ -183,7 +185,7 @@ TEST_F(Life, HandsErrorsOutRowByRow) {
     EXPECT_EQ(ZorErrorMIDI(&code), -1);
 }
 
-TEST_F(Life, NamesItself) {
+TEST_F(Life, ReturnsNameAndVersion) {
     char text[31];
     std::memset(text, 'x', sizeof text);
     EXPECT_EQ(ZorMIDIDriverVersion(text), 0x04030401u);
@@ -191,8 +193,8 @@ TEST_F(Life, NamesItself) {
     EXPECT_EQ(text[30], 'x');
 }
 
-// The wished period comes from the file beside the library, the period in force also from what the
-// system offers.
+// The period is that of the ini file beside the library, limited to the range of the system's
+// timer.
 TEST_F(Life, ChoosesTheTimerPeriod) {
     namespace fs = std::filesystem;
     const fs::path ini = fs::absolute("ini/ZORMIDI.INI");
@@ -200,18 +202,18 @@ TEST_F(Life, ChoosesTheTimerPeriod) {
     machine::SetModulePath((ini.parent_path() / "library.so").string());
     MIDISysTerm();
     drivers.Rows[0].OnConfig = [&] { EXPECT_EQ(IniPath, ini.string()); };
-    ZorConfigMIDIDriver(nullptr, 0); // a dialog of a library that is down looks there too
+    ZorConfigMIDIDriver(nullptr, 0); // before MIDISysInit too
     struct Case {
-        const char* wished;
-        unsigned least, most, period;
+        const char* inFile;
+        unsigned lowest, highest, period;
     };
     for (const Case& c :
          {Case{nullptr, 1, 1000, 4}, Case{"4", 10, 1000, 10}, Case{"2000", 1, 1000, 1000},
           Case{"-3", 0, 1000, 1}, Case{"99999", 1, 1000000, 65535}}) {
         fs::remove(ini);
-        if (c.wished) std::ofstream(ini) << "[ZORMIDI]\nMMESpeed=" << c.wished << "\n";
+        if (c.inFile) std::ofstream(ini) << "[ZORMIDI]\nMMESpeed=" << c.inFile << "\n";
         MIDISysInit(1);
-        machine::SetTimerCaps(c.least, c.most);
+        machine::SetTimerCaps(c.lowest, c.highest);
         ASSERT_TRUE(ZorStartTimer());
         EXPECT_EQ(machine::OpenTimerPeriods(), std::vector<unsigned>{c.period});
         EXPECT_EQ(machine::PendingTimers().at(0), timeGetTime() + c.period);
@@ -220,15 +222,15 @@ TEST_F(Life, ChoosesTheTimerPeriod) {
     machine::SetModulePath("");
 }
 
-TEST_F(Life, TimerThatTheSystemRefuses) {
+TEST_F(Life, SurvivesARefusedTimer) {
     for (const machine::Call call :
          {machine::Call::timeGetDevCaps, machine::Call::timeBeginPeriod}) {
         machine::FailCall(call, 1, TIMERR_NOCANDO);
-        EXPECT_TRUE(ZorStartMIDI(1)); // the drivers are open all the same
+        EXPECT_TRUE(ZorStartMIDI(1)); // the drivers are open
         EXPECT_FALSE(Timed());
         EXPECT_TRUE(machine::OpenTimerPeriods().empty());
     }
-    // Without an expiry the timer still counts as running, and time runs.
+    // If no expiry can be programmed, the timer counts as running and time runs.
     machine::FailCall(machine::Call::timeSetEvent, 1, 0);
     EXPECT_TRUE(ZorStartTimer());
     EXPECT_TRUE(machine::PendingTimers().empty());

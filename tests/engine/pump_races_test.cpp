@@ -1,7 +1,7 @@
-// The pump against everything that can come in while it is inside a driver.
-#include "tests/engine/rig.h"
+// Calls of other functions while a pump pass is inside a driver.
+#include "tests/engine/engine_fixture.h"
 
-#include "engine/errand.h"
+#include "engine/active_call.h"
 #include "engine/timer.h"
 
 #include <thread>
@@ -14,16 +14,16 @@ class PumpRaces : public EngineTest {
 protected:
     PumpRaces() { ZorStartMIDI(1); }
 
-    // Queues three notes, 10 ms apart from a time on, and runs the action inside the driver as it
-    // gets the first one.
-    void During(std::function<void()> action, std::int32_t from = 0) {
+    // Queues three notes, 10, 20 and 30 ms after start, and runs the action inside the driver when
+    // it receives the first one.
+    void During(std::function<void()> action, std::int32_t start = 0) {
         drivers.Rows[0].OnXmit = [this, action](const MIDIEvent& event) {
             if (event.Data1 != 1 || event.Status != 0x90) return;
             drivers.Rows[0].OnXmit = nullptr;
             action();
         };
-        for (std::uint8_t i = 1; i <= 3; ++i) Put(1, Note(from + 10 * i, i));
-        drivers.TakeTrace();
+        for (std::uint8_t i = 1; i <= 3; ++i) Put(1, Note(start + 10 * i, i));
+        drivers.DrainTrace();
     }
     static void Put(std::uint16_t queue, const MIDIEvent& event) {
         EXPECT_TRUE(ZorXmit(queue, &event));
@@ -31,7 +31,7 @@ protected:
     static std::string PlayedBy(std::uint32_t time) {
         machine::Advance(time);
         std::vector<FakeDrivers::Sent> notes;
-        for (const auto& record : FakeDrivers::TakeSent()) {
+        for (const auto& record : FakeDrivers::DrainSent()) {
             if (record.Event.Status == 0x90) notes.push_back(record);
         }
         return Played(notes);
@@ -39,54 +39,54 @@ protected:
     static std::size_t Pending() { return machine::PendingTimers().size(); }
 };
 
-TEST_F(PumpRaces, AKillLeavesNothingArmedBehindIt) {
-    for (const std::uint8_t during : {0xB0, 0xE0}) { // its own messages: a late expiry comes
+TEST_F(PumpRaces, KillLeavesNoTimerPending) {
+    for (const std::uint8_t during : {0xB0, 0xE0}) { // a late expiry during its own messages
         SCOPED_TRACE(during);
         ZorMIDIPlay();
         Put(1, Note(9000, 1));
         Put(2, Note(9000, 1));
         Receive(0x90, 60, 1);
-        drivers.TakeSent();
-        drivers.TakeTrace();
+        drivers.DrainSent();
+        drivers.DrainTrace();
         drivers.Rows[1].OnXmit = [&](const MIDIEvent& event) {
             EXPECT_EQ(CountOf(1) + CountOf(2), 0); // emptied first
             if (event.Status == during) MMETimerCallBack(0, 0, 0, 0, 0);
         };
         ZorKillMIDI();
-        EXPECT_TRUE(ZorStartTimer()); // it runs; the chain stands until the host plays
+        EXPECT_TRUE(ZorStartTimer()); // runs already; the chain stays ended until ZorMIDIPlay
         EXPECT_EQ(Pending(), 0u);
-        EXPECT_EQ(CountOf(0), 1); // what was received stays
-        EXPECT_EQ(drivers.TakeTrace(), "Silence0 Silence1");
-        std::string endings;
-        for (const auto& [at, event] : drivers.TakeSent())
-            endings += std::to_string(event.Status) + ',' + std::to_string(event.Data1) + ',' +
-                       std::to_string(event.Data2) + ' ';
-        EXPECT_EQ(endings, "176,64,0 176,123,0 224,0,64 ");
+        EXPECT_EQ(CountOf(0), 1); // received records stay
+        EXPECT_EQ(drivers.DrainTrace(), "Silence0 Silence1");
+        std::string messages;
+        for (const auto& [at, event] : drivers.DrainSent())
+            messages += std::to_string(event.Status) + ',' + std::to_string(event.Data1) + ',' +
+                        std::to_string(event.Data2) + ' ';
+        EXPECT_EQ(messages, "176,64,0 176,123,0 224,0,64 ");
         ZorZeroQueue(0);
     }
 }
 
-// Whoever finds the pump or a driver busy is put off by one period, and nothing is played twice.
-TEST_F(PumpRaces, ASecondPumpPutsItselfOff) {
-    const auto putOff = [] {
+// A pass during another pass or a transmission is deferred by one period; no record is sent twice.
+TEST_F(PumpRaces, DefersASecondPass) {
+    const auto deferred = [] {
         MMETimerCallBack(0, 0, 0, 0, 0);
         EXPECT_EQ(machine::PendingTimers(), std::vector<std::uint32_t>{timeGetTime() + 4});
-        EXPECT_EQ(CountOf(1), 3); // a record leaves only after the drivers have had it
+        EXPECT_EQ(CountOf(1), 3); // a record is removed after it was sent
     };
-    During([&] { ZorMIDIPlay(), putOff(); });
+    During([&] { ZorMIDIPlay(), deferred(); });
     EXPECT_EQ(PlayedBy(15), "1@10");
     EXPECT_EQ(PlayedBy(100), "2@20 3@30");
     During(nullptr);
     drivers.Rows[0].OnXmit = [&](const MIDIEvent& event) {
-        if (event.Status == 0xC0) putOff();
+        if (event.Status == 0xC0) deferred();
     };
     const MIDIEvent now = {0, 0, 0, 1, 0xC0, 1, 0};
     EXPECT_TRUE(ZorXmit(ZOR_IMMEDIATE, &now));
     EXPECT_EQ(PlayedBy(4), "1@119 2@119 3@119");
 }
 
-// The host ends or begins something while the pump is inside a device's send, far into a piece.
-TEST_F(PumpRaces, NobodyPlaysForAnOldPiece) {
+// The host stops, restarts or changes playback while a pass is inside a device's send.
+TEST_F(PumpRaces, DropsStalePasses) {
     struct Case {
         const char* name;
         void (*inside)();
@@ -117,9 +117,9 @@ TEST_F(PumpRaces, NobodyPlaysForAnOldPiece) {
              ZorZeroQueue(1), ZorTimeMIDI(1), queue({0, 100, 300, 900}), ZorMIDIPlay();
          },
          [] {}, "1@60010 9@0 9@100 9@300", 1},
-        {"the time set alone: what was sent is not sent again", [] { ZorSetMIDITimer(60005); },
-         [] {}, "1@60010 2@60020 3@60030", 1},
-        {"the time set back: queue 2 goes by the new one",
+        {"time set: the sent record is not sent again", [] { ZorSetMIDITimer(60005); }, [] {},
+         "1@60010 2@60020 3@60030", 1},
+        {"time set back: queue 2 uses the new time",
          [] { ZorSetMIDITimer(50), Put(2, Note(100, 9)); }, [] {}, "1@60010 9@100", 1},
         {"stop", [] { ZorStopMIDI(), queue({0}); }, [] {}, "1@60010", 0},
         {"kill, and a late expiry", [] { ZorKillMIDI(), queue({60100}); },
@@ -147,11 +147,11 @@ TEST_F(PumpRaces, NobodyPlaysForAnOldPiece) {
     }
 }
 
-// A port refuses a record, and from its box the host stops, starts or kills: the drivers that come
-// behind it get nothing of that record any more, and it is no error of theirs.
-TEST_F(PumpRaces, TheRestOfAnOldTransmissionGoesNowhere) {
+// A port refuses a record, and from its message box the host restarts or kills: the remaining
+// drivers do not receive the record.
+TEST_F(PumpRaces, CancelsTheRestOfATransmission) {
     struct Case {
-        void (*fromTheBox)();
+        void (*fromBox)();
         bool goesOn;
     };
     for (const Case& c : {Case{[] { ZorStopMIDI(), ZorStartMIDI(1); }, false},
@@ -159,7 +159,7 @@ TEST_F(PumpRaces, TheRestOfAnOldTransmissionGoesNowhere) {
         bool reached = false;
         drivers.Rows[1].OnXmit = [&](const MIDIEvent& event) { reached |= event.Data1 == 77; };
         drivers.Rows[0].OnXmit = [&](const MIDIEvent& event) {
-            if (event.Data1 == 77) c.fromTheBox();
+            if (event.Data1 == 77) c.fromBox();
         };
         const MIDIEvent note = Note(0, 77);
         EXPECT_TRUE(ZorXmit(ZOR_IMMEDIATE, &note));
@@ -167,12 +167,12 @@ TEST_F(PumpRaces, TheRestOfAnOldTransmissionGoesNowhere) {
     }
 }
 
-// What a callback that began before a kill still has in hand is not echoed behind it: nobody would
-// release it, since the microphone is not asked again before the host plays.
-TEST_F(PumpRaces, AKillOvertakesWhatIsOnItsWayToTheEcho) {
+// A callback that started before a kill echoes no more notes after it: they would keep sounding,
+// since the microphone is not polled until the host plays.
+TEST_F(PumpRaces, KillCancelsEchoesInProgress) {
     ZorEchoMIDI(1, nullptr);
     {
-        const Errand expiry(Errand::Kind::Expiry);
+        const ActiveCall expiry(CallKind::TimerCallback);
         Receive(0x90, 60, 1);
         ZorKillMIDI();
         Receive(0x90, 61, 1);
@@ -183,9 +183,9 @@ TEST_F(PumpRaces, AKillOvertakesWhatIsOnItsWayToTheEcho) {
     EXPECT_EQ(PlayedBy(0), "62@0");
 }
 
-// The timer starts on a time base that has run far ahead since it was last set: another thread sees
-// it stand still or begin at 0, so that a pass of its plays nothing that is due later.
-TEST_F(PumpRaces, StartingTheTimerShowsNoOldTime) {
+// The timer starts long after the time base was last set: other threads read the stopped time or 0,
+// never the old time, at which a pass would send later records.
+TEST_F(PumpRaces, StartingTheTimerHidesTheOldTime) {
     std::atomic<int> reads{0};
     int old = 0;
     std::thread reader([&] {
@@ -203,9 +203,8 @@ TEST_F(PumpRaces, StartingTheTimerShowsNoOldTime) {
     EXPECT_EQ(old, 0);
 }
 
-// A host that ends and unloads: no thread is in its code any more by then, a callback included that
-// earlier endings have given up.
-TEST_F(PumpRaces, EndingWaitsForThoseInside) {
+// MIDISysTerm waits for callbacks in progress, including those of earlier waits that timed out.
+TEST_F(PumpRaces, TermWaitsForCallbacks) {
     std::atomic<bool> inside{false}, mayLeave{false}, left{false};
     drivers.Rows[0].OnXmit = [&](const MIDIEvent&) {
         inside = true;
@@ -227,8 +226,8 @@ TEST_F(PumpRaces, EndingWaitsForThoseInside) {
     expiry.join();
 }
 
-// A delay is figured, and another thread calls before it is programmed.
-TEST_F(PumpRaces, WhatComesBetweenFiguringAndProgramming) {
+// Another thread calls between the computation of a delay and its programming.
+TEST_F(PumpRaces, ProgramsNoStaleDelay) {
     struct Case {
         const char* name;
         void (*between)();
@@ -236,8 +235,8 @@ TEST_F(PumpRaces, WhatComesBetweenFiguringAndProgramming) {
     };
     const Case cases[] = {
         {"nothing", [] {}, 500},
-        {"a pump that put itself off", DeferTimer, 4},
-        {"a kill, and then such a pump", [] { EndPlayback(), DeferTimer(); }, -1},
+        {"a deferred pass", DeferTimer, 4},
+        {"a kill, and a deferred pass", [] { EndPlayback(), DeferTimer(); }, -1},
         {"a kill, and a new chain",
          [] { EndPlayback(), ResumeChain(), ArmTimer(50, CurrentGeneration()); }, 50},
         {"a stop", StopMIDITimer, -1},
@@ -246,10 +245,10 @@ TEST_F(PumpRaces, WhatComesBetweenFiguringAndProgramming) {
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         ZorStopMIDI(), ZorStartMIDI(1);
-        const Generation since = CurrentGeneration();
+        const Generation start = CurrentGeneration();
         c.between();
-        EXPECT_EQ(ArmTimer(500, since), c.pendingDelay == 500);
-        EXPECT_EQ(DisarmTimer(since - 1), false);
+        EXPECT_EQ(ArmTimer(500, start), c.pendingDelay == 500);
+        EXPECT_EQ(DisarmTimer(start - 1), false);
         const auto pending = machine::PendingTimers();
         ASSERT_EQ(pending.size(), c.pendingDelay < 0 ? 0u : 1u);
         for (const std::uint32_t due : pending)
@@ -257,8 +256,8 @@ TEST_F(PumpRaces, WhatComesBetweenFiguringAndProgramming) {
     }
 }
 
-// Waiting goes on as long as records leave, and ends 5 seconds after the last one has.
-TEST_F(PumpRaces, WaitingForTheQueuesToRunDry) {
+// The wait continues while records are sent, and ends 5 seconds after the last one.
+TEST_F(PumpRaces, WaitsForEmptyQueues) {
     EXPECT_TRUE(ZorXmitEmpty(1));
     for (const bool plays : {true, false}) {
         ZorTimeMIDI(1);
@@ -279,7 +278,7 @@ TEST_F(PumpRaces, WaitingForTheQueuesToRunDry) {
             waited = timeGetTime() - began;
         };
         wait();
-        // On a busy machine time may run on before the waiting thread looks, but not each time.
+        // On a busy machine the clock may advance before the waiting thread reads it: try again.
         for (int again = 0; again < 50 && !plays && waited >= 12000; ++again) wait();
         EXPECT_TRUE(plays || (waited >= 5000 && waited < 12000)) << waited;
         EXPECT_EQ(result != 0, plays);

@@ -1,4 +1,4 @@
-#include "tests/engine/rig.h"
+#include "tests/engine/engine_fixture.h"
 
 #include "engine/queues.h"
 
@@ -12,9 +12,9 @@ protected:
     }
     std::string PlayedBy(std::uint32_t time) {
         machine::Advance(time);
-        return Played(drivers.TakeSent());
+        return Played(drivers.DrainSent());
     }
-    // Milliseconds to the one expiry that is pending, -1 for none.
+    // Milliseconds to the pending expiry; -1 for none.
     static std::int64_t PendingDelay() {
         const auto pending = machine::PendingTimers();
         EXPECT_LE(pending.size(), 1u);
@@ -22,8 +22,8 @@ protected:
     }
 };
 
-// The delay that is programmed, for every distance between two 32-bit times.
-TEST_F(Pump, LimitsDelaysToWhatATimeCanHold) {
+// The programmed delay for differences of 32-bit times.
+TEST_F(Pump, LimitsDelaysTo32Bits) {
     constexpr std::int32_t high = INT32_MAX, low = INT32_MIN;
     machine::SetTimerCaps(1, UINT32_MAX);
     struct Case {
@@ -46,20 +46,20 @@ TEST_F(Pump, LimitsDelaysToWhatATimeCanHold) {
     }
 }
 
-// In external sync nothing goes before the clock, and a due record that waits ends the chain.
+// In external sync nothing is sent before the clock runs; a due record that waits ends the chain.
 TEST_F(Pump, WaitsForTheExternalClock) {
     ZorSyncMIDI(ZOR_SYNC_EXTERNAL);
     ZorTimeMIDI(1);
     Put(1, Note(300, 1));
     machine::Advance(4);
-    EXPECT_EQ(PendingDelay(), 300); // units taken for milliseconds
+    EXPECT_EQ(PendingDelay(), 300); // time units, used as milliseconds
     Put(2, Note(0, 2));
     ZorMIDIPlay();
     EXPECT_EQ(PendingDelay(), -1);
     EXPECT_EQ(PlayedBy(1000), "");
     Receive(0xFA);
     ZorMIDIPlay();
-    EXPECT_EQ(PendingDelay(), -1); // armed is not counting
+    EXPECT_EQ(PendingDelay(), -1); // Start alone does not start the clock
     Receive(0xF8);
     ZorMIDIPlay();
     EXPECT_EQ(PlayedBy(0), "2@42");
@@ -68,14 +68,14 @@ TEST_F(Pump, WaitsForTheExternalClock) {
         machine::Advance(20);
         Receive(0xF8);
     }
-    EXPECT_EQ(PlayedBy(1000), "1@384"); // past the ninth clock, where time stands
+    EXPECT_EQ(PlayedBy(1000), "1@384"); // time stops at the ninth clock
     Receive(0xFC);
     Put(1, Note(0, 3));
     machine::Advance(4);
     EXPECT_EQ(PendingDelay(), -1);
     ZorSyncMIDI(ZOR_SYNC_INTERNAL);
     ZorMIDIPlay();
-    EXPECT_EQ(drivers.TakeSent().size(), 1u);
+    EXPECT_EQ(drivers.DrainSent().size(), 1u);
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-#include "tests/engine/rig.h"
+#include "tests/engine/engine_fixture.h"
 
 namespace {
 
@@ -7,7 +7,7 @@ protected:
     Input() { ZorStartMIDI(1); }
 };
 
-// A record of the microphone brings its age along; the time is that of its beginning.
+// The microphone's records carry their age; they are stamped with the time of their onset.
 TEST_F(Input, StampsByAge) {
     struct Case {
         const char* name;
@@ -32,29 +32,29 @@ TEST_F(Input, StampsByAge) {
     }
 }
 
-// While a record is inside a driver, what comes in is lost, but for what it does to the clock.
-TEST_F(Input, LosesWhatMeetsATransmission) {
+// Records received during a transmission are lost, but still feed the external clock.
+TEST_F(Input, DropsRecordsDuringATransmission) {
     ZorSyncMIDI(ZOR_SYNC_EXTERNAL);
     ZorTimeMIDI(1);
     Receive(0xFA);
     Receive(0xF8);
     ZorZeroQueue(0);
     ZorEchoMIDI(1, nullptr);
-    drivers.TakeSent();
+    drivers.DrainSent();
     drivers.Rows[1].OnXmit = [](const MIDIEvent&) {
         Receive(0x90, 1, 1);
         Receive(0xF8);
     };
     const MIDIEvent event = Note(0, 60);
     EXPECT_TRUE(ZorXmit(ZOR_IMMEDIATE, &event));
-    EXPECT_EQ(drivers.TakeSent().size(), 1u); // no echo inside a transmission
-    EXPECT_EQ(ZorTimeMIDI(0), 85);            // two clocks counted
+    EXPECT_EQ(drivers.DrainSent().size(), 1u); // no echo inside a transmission
+    EXPECT_EQ(ZorTimeMIDI(0), 85);             // two clocks counted
     EXPECT_EQ(CountOf(0), 0);
-    Receive(0x90, 2, 1); // itself filed; its echo is a transmission as well
+    Receive(0x90, 2, 1); // queued; its echo is a transmission too
     EXPECT_EQ(CountOf(0), 1);
     drivers.Rows[1].OnXmit = nullptr;
     Receive(0x90, 3, 1);
-    Receive(0xFE); // goes nowhere at all
+    Receive(0xFE); // Active Sensing is ignored
     EXPECT_EQ(CountOf(0), 2);
 }
 

@@ -1,14 +1,14 @@
 #include "engine/time_base.h"
 
 #include "engine/sections.h"
-#include "tests/engine/rig.h"
+#include "tests/engine/engine_fixture.h"
 
 #include <random>
 #include <thread>
 
 namespace {
 
-// The plain quotient, in arithmetic that nothing can exceed.
+// The plain quotient, in 128-bit arithmetic.
 std::int32_t PlainClocksToTime(std::int32_t clocks, std::int32_t gap, std::int32_t elapsed) {
     __extension__ using Wide = __int128;
     const Wide value =
@@ -16,7 +16,7 @@ std::int32_t PlainClocksToTime(std::int32_t clocks, std::int32_t gap, std::int32
     return static_cast<std::int32_t>(value);
 }
 
-TEST(ClockArithmetic, IsThePlainQuotientInEveryCorner) {
+TEST(ClockArithmetic, EqualsThePlainQuotient) {
     constexpr std::int32_t low = INT32_MIN, high = INT32_MAX;
     std::mt19937 random(5);
     std::vector<std::int32_t> corners = {low, low + 1, -1024, -25, -24, -3,       -1,  0,
@@ -33,42 +33,43 @@ TEST(ClockArithmetic, IsThePlainQuotientInEveryCorner) {
 
 class Time : public EngineTest {};
 
-// Longer ago than a difference of two moments can be.
-TEST_F(Time, StandsAfterAClockThatIsLongGone) {
+// The last clock is longer ago than a signed 32-bit difference can express.
+TEST_F(Time, StopsLongAfterTheLastClock) {
     ZorSyncMIDI(ZOR_SYNC_EXTERNAL);
     ZorStartMIDI(1);
     for (const std::uint8_t status : {0xFA, 0xF8, 0xF8}) {
         machine::Advance(20);
         Receive(status);
     }
-    ZorKillMIDI(); // so that nothing expires
+    ZorKillMIDI(); // no expiry any more
     for (const std::uint32_t later : {0u, 0x80000000u}) {
         machine::Advance(later);
         EXPECT_EQ(ZorTimeMIDI(0), 85);
     }
 }
 
-// Who reads the time base while it changes sees all of one moment: here every part follows from one
-// number.
-TEST_F(Time, IsReadWhole) {
-    const auto pictureOf = [](std::uint32_t number) {
+// A thread that reads the time base during changes reads a consistent copy: here all members follow
+// from one number.
+TEST_F(Time, IsReadConsistently) {
+    const auto baseOf = [](std::uint32_t number) {
         const auto count = static_cast<std::int32_t>(number);
         return TimeBase{number, count, number, count, number % 2 == 0, number % 2 == 0};
     };
-    WriteTimeBase(pictureOf(0));
+    WriteTimeBase(baseOf(0));
     std::atomic<int> reads{0}, torn{0};
     std::thread reader([&] {
         for (; reads < 300000; ++reads) {
-            const TimeBase seen = ReadTimeBase(), whole = pictureOf(seen.TimeOrigin);
-            torn +=
-                seen.ClockCount != whole.ClockCount || seen.LastClockTime != whole.LastClockTime ||
-                seen.LastClockGap != whole.LastClockGap ||
-                seen.ClockRunning != whole.ClockRunning || seen.ClockPending != whole.ClockPending;
+            const TimeBase read = ReadTimeBase(), expected = baseOf(read.TimeOrigin);
+            torn += read.ClockCount != expected.ClockCount ||
+                    read.LastClockTime != expected.LastClockTime ||
+                    read.LastClockGap != expected.LastClockGap ||
+                    read.ClockRunning != expected.ClockRunning ||
+                    read.ClockPending != expected.ClockPending;
         }
     });
     for (std::uint32_t number = 1; reads < 300000; ++number) {
         QueueSection section;
-        WriteTimeBase(pictureOf(number));
+        WriteTimeBase(baseOf(number));
     }
     reader.join();
     EXPECT_EQ(torn, 0);

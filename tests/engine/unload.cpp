@@ -1,6 +1,6 @@
-// A host that unloads: unload LIBRARY ROUNDS. Each round loads the library, queues 32,000 records
-// that are due, plays, and in the middle of that stops, ends and unloads, with every core busy with
-// something else. Whatever the system has dispatched by then still finds code and locks.
+// unload LIBRARY ROUNDS: each round loads the library, queues 32,000 due records, plays, and during
+// that stops, shuts down and unloads the library, with all cores busy. Callbacks that the system
+// has already dispatched must not crash.
 #include "engine/zormidi.h"
 
 #include <atomic>
@@ -11,38 +11,38 @@
 
 #ifdef _WIN32
 #include <windows.h>
-using Module = HMODULE;
-static Module Load(const char* path) { return LoadLibraryA(path); }
-static void Unload(Module module) { FreeLibrary(module); }
-static void* Find(Module module, const char* name) {
-    return reinterpret_cast<void*>(GetProcAddress(module, name));
+using Library = HMODULE;
+static Library Load(const char* path) { return LoadLibraryA(path); }
+static void Unload(Library library) { FreeLibrary(library); }
+static void* Find(Library library, const char* name) {
+    return reinterpret_cast<void*>(GetProcAddress(library, name));
 }
 #else
 #include <dlfcn.h>
-using Module = void*;
-static Module Load(const char* path) { return dlopen(path, RTLD_NOW | RTLD_LOCAL); }
-static void Unload(Module module) { dlclose(module); }
-static void* Find(Module module, const char* name) { return dlsym(module, name); }
+using Library = void*;
+static Library Load(const char* path) { return dlopen(path, RTLD_NOW | RTLD_LOCAL); }
+static void Unload(Library library) { dlclose(library); }
+static void* Find(Library library, const char* name) { return dlsym(library, name); }
 #endif
 
-#define ZOR(name) reinterpret_cast<decltype(&name)>(Find(module, #name))
+#define ZOR(name) reinterpret_cast<decltype(&name)>(Find(library, #name))
 
-// False if something went otherwise than it should.
+// Returns false if a call failed.
 static bool Round(const char* path, int round) {
     constexpr std::int16_t records = 32000;
-    const Module module = Load(path);
-    if (!module) return false;
+    const Library library = Load(path);
+    if (!library) return false;
     bool good = ZOR(MIDISysInit)(0) == -1 && ZOR(ZorAllocMIDI)(1, records + 1);
     const MIDIEvent due = {0, 0, 0, 2, 0x90, 60, 1};
     for (int i = 0; i < records; ++i) good = ZOR(ZorXmit)(1, &due) && good;
     good = ZOR(ZorStartTimer)() && good;
-    // Some of the way in, another way each round.
+    // Until some records are played, more in each round.
     std::uint16_t size = 0, count = 0;
     do ZOR(ZorReportMQ)(1, &size, &count);
     while (count > records - round * 100);
     ZOR(ZorStopMIDI)();
     ZOR(MIDISysTerm)();
-    Unload(module);
+    Unload(library);
     return good;
 }
 

@@ -1,5 +1,5 @@
 // Output devices whose driver belongs to another program: it calls back, waits and is slow.
-#include "engine/errand.h"
+#include "engine/active_call.h"
 #include "mme_test.h"
 
 #include <atomic>
@@ -92,7 +92,7 @@ TEST_F(DriverProgramTest, AKillReleasesTheNoteBeingSentAndNothingFollows) {
     machine::InsideMidiOut([&](Call, int) {
         if (begun.exchange(true)) return;
         killer = std::thread([] { ZorKillMIDI(); });
-        while (StillWanted()) std::this_thread::yield();
+        while (!TransmissionCancelled()) std::this_thread::yield();
     });
     EXPECT_TRUE(ZorXmit(ZOR_IMMEDIATE, &note));
     killer.join();

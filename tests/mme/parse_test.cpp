@@ -11,10 +11,10 @@ TEST_F(MmeTest, OnlyTheSyncMastersClockPassesInExternalSync) {
                 SyncMaster = static_cast<std::int16_t>(master);
                 MMESync(static_cast<std::int16_t>(mode));
                 machine::CallBackMidi(row, MIM_DATA, 0xF8, 0);
-                EXPECT_EQ(TakeReceived().size(), mode != 2 || row == master)
+                EXPECT_EQ(DrainReceived().size(), mode != 2 || row == master)
                     << master << mode << row;
                 machine::CallBackMidi(row, MIM_DATA, 0x403C90, 0);
-                EXPECT_EQ(TakeReceived().size(), 1u);
+                EXPECT_EQ(DrainReceived().size(), 1u);
             }
 }
 
@@ -26,14 +26,14 @@ TEST_F(MmeTest, OnlyDataOfOpenPortsIsParsed) {
     int noDevice = 0;
     for (void* const unknown : {static_cast<void*>(nullptr), static_cast<void*>(&noDevice)})
         MmeMidiInCallBack(unknown, MIM_DATA, 0, 0x403C90, 0);
-    EXPECT_EQ(TakeReceived().size(), 0u);
+    EXPECT_EQ(DrainReceived().size(), 0u);
     for (const UINT message : {MIM_DATA, MIM_MOREDATA})
         MmeMidiInCallBack(handle, message, 0, 0x403C90, 0);
-    EXPECT_EQ(TakeReceived().size(), 2u);
+    EXPECT_EQ(DrainReceived().size(), 2u);
     ZorStopMIDI();
     MmeMidiInCallBack(handle, MIM_DATA, 0, 0x403C90, 0);
     MmeMidiInCallBack(nullptr, MIM_DATA, 0, 0x403C90, 0);
-    EXPECT_EQ(TakeReceived().size(), 0u);
+    EXPECT_EQ(DrainReceived().size(), 0u);
 }
 
 TEST_F(MmeTest, AMessageDuringAnotherIsLost) {

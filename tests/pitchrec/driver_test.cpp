@@ -81,7 +81,7 @@ TEST_F(PRecDriver, DeliversNotesWithTheirAgeBeforeThePump) {
     ZorEchoMIDI(0, nullptr);
     using Record = std::array<int, 7>;
     std::vector<Record> records;
-    for (const MIDIEvent& r : TakeReceived())
+    for (const MIDIEvent& r : DrainReceived())
         records.push_back({r.Time, r.Etime, r.Channel, r.Length, r.Status, r.Data1, r.Data2});
     EXPECT_EQ(records, (std::vector<Record>{{500 - 55, 0, 3, 2, 0x90, 69, 100},
                                             {500 - 30, 0, 3, 2, 0x81, 70, 255}}));
@@ -93,7 +93,7 @@ TEST_F(PRecDriver, DeliversNotesWithTheirAgeBeforeThePump) {
     recogniser.Runs = true;
     ZorKillMIDI();
     MMETimerCallBack(0, 0, 0, 0, 0); // a late timer callback
-    EXPECT_TRUE(TakeReceived().empty());
+    EXPECT_TRUE(DrainReceived().empty());
 }
 
 // The device refuses an echo, and the timer runs while the message box is up: a note popped then
@@ -105,14 +105,14 @@ TEST_F(PRecDriver, PopsTheNextNoteAfterTheEchoOfTheLast) {
     machine::FailCall(machine::Call::midiOutShortMsg, 1, MMSYSERR_ERROR);
     machine::WhileBoxIsUp([](const machine::Box&) { PollPitchRec(); });
     PollPitchRec();
-    EXPECT_EQ(TakeBoxTexts().size(), 1u);
-    EXPECT_EQ(TakeReceived().size(), 2u);
+    EXPECT_EQ(DrainBoxTexts().size(), 1u);
+    EXPECT_EQ(DrainReceived().size(), 2u);
     ZorEchoMIDI(0, nullptr);
     ZorErrorMIDI(nullptr);
     PRecInDialog = 1; // opens, and no note is held any more
     PollPitchRec();
     PRecInDialog = 0;
-    EXPECT_TRUE(TakeReceived().empty());
+    EXPECT_TRUE(DrainReceived().empty());
 }
 
 // The device refuses a message of the host, and the timer runs while the message box is up. Notes
@@ -126,13 +126,13 @@ TEST_F(PRecDriver, NotesWaitForTheEndOfATransmission) {
         machine::FailCall(machine::Call::midiOutShortMsg, 1, MMSYSERR_ERROR);
         machine::WhileBoxIsUp([&](const machine::Box&) {
             for (int expiries = 0; expiries < 2; ++expiries) PollPitchRec();
-            EXPECT_TRUE(TakeReceived().empty());
+            EXPECT_TRUE(DrainReceived().empty());
             meanwhile();
         });
         ZorXmit(ZOR_IMMEDIATE, &sent);
-        EXPECT_EQ(TakeBoxTexts().size(), 1u);
+        EXPECT_EQ(DrainBoxTexts().size(), 1u);
         machine::Advance(8);
-        return TakeReceived();
+        return DrainReceived();
     };
     machine::Advance(100);
     FakeRecogniser& recogniser = Install(

@@ -77,7 +77,7 @@ TEST_F(Scenario, NotesHaveTheTimeOfTheirOnsetWithEitherCapture) {
         BringUp();
         ASSERT_TRUE(ZorStartMIDI(1));
         machine::Advance(3000);
-        const auto records = TakeReceived();
+        const auto records = DrainReceived();
         ASSERT_EQ(records.size(), 6u);
         for (std::size_t i = 0; i < 3; ++i) {
             const MIDIEvent& record = records[2 * i];
@@ -92,7 +92,7 @@ TEST_F(Scenario, NotesHaveTheTimeOfTheirOnsetWithEitherCapture) {
         EXPECT_EQ(machine::OpenWaveIns() + OpenCaptureObjects(), 0);
         MIDISysTerm();
     }
-    EXPECT_TRUE(TakeBoxTexts().empty());
+    EXPECT_TRUE(DrainBoxTexts().empty());
 }
 
 // With the setting off the row opens for the dialog, but does not listen.
@@ -108,14 +108,14 @@ TEST_F(Scenario, OpensIdleWhileSwitchedOffButNotWithoutMemory) {
     SetDirectSound(DirectSound::Present);
     EXPECT_FALSE(PRecOpen());
     EXPECT_EQ(machine::OpenWaveIns() + OpenCaptureObjects(), 0);
-    EXPECT_EQ(TakeBoxTexts(), (std::vector<std::string>{NotOpened, NotOpened}));
+    EXPECT_EQ(DrainBoxTexts(), (std::vector<std::string>{NotOpened, NotOpened}));
     EXPECT_TRUE(PRecOpen());
     EXPECT_FALSE(Recogniser->IsRunning());
     // This entry of DirectSound's list stands for the default device in waveIn's.
     ASSERT_TRUE(Choose("Primary Sound Capture Driver"));
     machine::FailCall(machine::Call::CreateCaptureBuffer, 1, DSERR_ALLOCATED, 0);
     EXPECT_TRUE(PRecOpen());
-    EXPECT_TRUE(TakeBoxTexts().empty());
+    EXPECT_TRUE(DrainBoxTexts().empty());
     EXPECT_EQ(machine::OpenWaveIns(), 1);
     EXPECT_TRUE(PRecClose());
 }
@@ -189,7 +189,7 @@ TEST_P(Choice, IsKeptAndNoOtherMicrophoneOpened) {
     machine::MoveControl(First, machine::MicrophoneVolume, 60000);
     RefuseOpening();
     EXPECT_FALSE(PRecOpen());
-    EXPECT_EQ(TakeBoxTexts().back(), NotOpened);
+    EXPECT_EQ(DrainBoxTexts().back(), NotOpened);
     machine::ClearFaults();
     for (const auto direct : {DirectSound::Absent, DirectSound::Present, GetParam()}) {
         SetDirectSound(direct);
@@ -199,10 +199,10 @@ TEST_P(Choice, IsKeptAndNoOtherMicrophoneOpened) {
         EXPECT_EQ(Volume(First), 60000u);
         machine::Unplug(Add("Between"));
     }
-    EXPECT_TRUE(TakeBoxTexts().empty());
+    EXPECT_TRUE(DrainBoxTexts().empty());
     RefuseOpening(1);
     EXPECT_FALSE(Choose("First"));
-    EXPECT_EQ(TakeBoxTexts().size(), 1u);
+    EXPECT_EQ(DrainBoxTexts().size(), 1u);
     EXPECT_EQ(Open(Second), 1);
     EXPECT_FALSE(Choose("Third"));
     ASSERT_TRUE(PRecOpen());
@@ -215,14 +215,14 @@ TEST_P(Choice, IsReplacedByTheDefaultWhileUnplugged) {
         for (int start = 0; start < 2; ++start) {
             ASSERT_TRUE(PRecOpen());
             EXPECT_EQ(Open(First), 1);
-            const auto texts = TakeBoxTexts(); // once
+            const auto texts = DrainBoxTexts(); // once
             ASSERT_EQ(texts.size(), start == 0 ? 1u : 0u);
             EXPECT_TRUE(texts.empty() || texts[0].find("\nSecond\n") != std::string::npos);
         }
         Second = Add("Second");
         ASSERT_TRUE(PRecOpen());
         EXPECT_EQ(Open(Second), 1);
-        EXPECT_TRUE(TakeBoxTexts().empty());
+        EXPECT_TRUE(DrainBoxTexts().empty());
     }
 }
 

@@ -86,10 +86,10 @@ TEST_F(Midi, WithoutOutputsTheDefaultOneIsSilent) {
         EXPECT_EQ(midiOutOpen(&out, 1, 0, 0, CALLBACK_NULL), MMSYSERR_BADDEVICEID);
         EXPECT_TRUE(ZorXmit(ZOR_IMMEDIATE, &note));
         machine::Advance(1);
-        EXPECT_EQ(TakeReceived().size(), plugged ? 1u : 0u);
+        EXPECT_EQ(DrainReceived().size(), plugged ? 1u : 0u);
         ZorStopMIDI();
     }
-    EXPECT_EQ(TakeBoxTexts(), std::vector<std::string>{});
+    EXPECT_EQ(DrainBoxTexts(), std::vector<std::string>{});
 }
 
 TEST_F(Midi, WhatIsOnItsWayToADeviceThatLeavesIsLost) {

@@ -1,5 +1,5 @@
-// Journeys through the MIDI Setup dialog, with a script for the user.
-#include "desk.h"
+// The MIDI Setup dialog, with a script as user.
+#include "dialog_fixture.h"
 
 using namespace midisetup;
 
@@ -8,7 +8,7 @@ namespace {
 constexpr char Default[] = "Default MIDI Output Device";
 
 void ExpectLayout(const DialogUser& user, bool large) {
-    // Up to the corner marker: 362 by 82 or 233 units of 6 by 13 pixels to 4 by 8.
+    // Up to the corner marker: 362 by 82 or 233 dialog units; 4 by 8 units are 6 by 13 pixels.
     EXPECT_EQ(user.Width(), 543);
     EXPECT_EQ(user.Height(), large ? 379 : 133);
     const auto usable = [&](int id) { return user.Shown(id) && user.Enabled(id); };
@@ -24,15 +24,14 @@ void ExpectLayout(const DialogUser& user, bool large) {
     EXPECT_FALSE(user.Shown(SmallCorner) || user.Shown(LargeCorner));
 }
 
-// Large is the layout where most controls can be reached; each test begins and ends in the small
-// one.
-class MidiSetupTest : public Desk {
+// Most controls are usable in the large layout only; each test starts and ends in the small one.
+class MidiSetupTest : public DialogTest {
 protected:
     void TearDown() override {
         Show(0, [](DialogUser& user) {
             if (user.Shown(MidiOutResetBox)) user.Click(Advanced);
         });
-        Desk::TearDown();
+        DialogTest::TearDown();
     }
     void InLarge(DialogScript script) {
         Show(0, [&](DialogUser& user) {
@@ -42,7 +41,7 @@ protected:
     }
 };
 
-TEST_F(MidiSetupTest, TheLayoutOutlivesTheDialog) {
+TEST_F(MidiSetupTest, KeepsTheLayoutForTheNextDialog) {
     HWND handle = nullptr;
     Show(0, [&](DialogUser& user) {
         EXPECT_EQ(user.Title(), "MIDI Setup");
@@ -58,7 +57,8 @@ TEST_F(MidiSetupTest, TheLayoutOutlivesTheDialog) {
         user.Click(midisetup::Help);
         EXPECT_FALSE(user.Ended());
     });
-    EXPECT_EQ(HostHeard, (std::vector<Heard>{{1024, 0, reinterpret_cast<std::intptr_t>(handle)}}));
+    EXPECT_EQ(HostMessages,
+              (std::vector<HostMessage>{{1024, 0, reinterpret_cast<std::intptr_t>(handle)}}));
     for (const bool large : {true, false})
         Show(0, [&](DialogUser& user) {
             EXPECT_EQ(user.Text(Advanced), large ? "&Hide Advanced <<" : "&Advanced  >>");
@@ -67,7 +67,7 @@ TEST_F(MidiSetupTest, TheLayoutOutlivesTheDialog) {
         });
 }
 
-TEST_F(MidiSetupTest, TheListsHoldEachDeviceOnceWithItsNumber) {
+TEST_F(MidiSetupTest, ListsEachDeviceOnceWithItsNumber) {
     Inputs({"Zeta", "alpha", "Piano 2", "Piano", "Piano", "Pia"});
     Outputs({"Zeta", "Echo", "Echo"});
     InLarge([](DialogUser& user) {
@@ -87,7 +87,7 @@ TEST_F(MidiSetupTest, TheListsHoldEachDeviceOnceWithItsNumber) {
             EXPECT_EQ(entries(InList(row)), inputs);
             EXPECT_EQ(entries(OutList(row)), outputs);
         }
-        // Two devices of one name are two devices.
+        // Two devices with the same name are listed twice.
         user.Select(InList(0), 3);
         user.Select(InList(1), 4);
         user.Click(IDOK);
@@ -112,23 +112,23 @@ TEST_F(MidiSetupTest, OkWritesAllKeysInOrder) {
     });
     const std::string names[2][PortRows] = {{"Keys", "Pads"}, {Default, "", "Synth"}};
     const std::string bases[2][4] = {{"1", "33", "33", "49"}, {"1", "17", "33", "49"}};
-    std::string wanted = "[MMEDRVR]\n";
+    std::string expected = "[MMEDRVR]\n";
     for (const int out : {0, 1})
         for (int row = 0; row < PortRows; ++row) {
             const std::string side = out ? "Out" : "In", n = std::to_string(row + 1) + "=";
             const std::string& name = names[out][row];
-            wanted += side + "Name" + n + (name.empty() ? "(none)" : name) + "\n";
-            wanted += side + "Base" + n + (row < 4 ? bases[out][row] : "1") + "\n";
-            if (out) wanted += "OutMatch" + n + "1\n";
+            expected += side + "Name" + n + (name.empty() ? "(none)" : name) + "\n";
+            expected += side + "Base" + n + (row < 4 ? bases[out][row] : "1") + "\n";
+            if (out) expected += "OutMatch" + n + "1\n";
         }
-    wanted += "MidiOutReset=1\nSyncMaster=4\n";
-    EXPECT_EQ(ReadIni(), wanted);
-    EXPECT_EQ(SyncMaster, 4); // a row without a device may hold the choice
+    expected += "MidiOutReset=1\nSyncMaster=4\n";
+    EXPECT_EQ(ReadIni(), expected);
+    EXPECT_EQ(SyncMaster, 4); // allowed for a row without a device
 }
 
-// What the tables hold at OK, before the next opening reads the file again. In the small layout the
-// rows that are out of sight are stored as they were shown.
-TEST_F(MidiSetupTest, OkLeavesTablesAndFileInStep) {
+// The port tables after OK, before the next opening reads the file. In the small layout hidden rows
+// are stored too.
+TEST_F(MidiSetupTest, OkKeepsTablesAndFileConsistent) {
     Inputs({"Keys", "Pads"});
     machine::AddMidiOutput("Synth", 4);
     WriteIni("[MMEDRVR]\nInName1=Keys\nInName6=Pads\nInBase6=40\nOutName1=Synth\nOutMatch1=0\n"
@@ -145,13 +145,13 @@ TEST_F(MidiSetupTest, OkLeavesTablesAndFileInStep) {
     EXPECT_EQ(OutPorts[0].Support, 4u);
     EXPECT_EQ(OutPorts[1].OutMatch, 1);
     EXPECT_EQ(SyncMaster, 7);
-    EXPECT_EQ(Key("OutMatch1"), "0"); // kept: the dialog has no control for it
-    EXPECT_EQ(Key("OutMatch2"), "1"); // a cleared row begins anew
+    EXPECT_EQ(Key("OutMatch1"), "0"); // unchanged: the dialog has no control for it
+    EXPECT_EQ(Key("OutMatch2"), "1"); // default of a cleared row
     EXPECT_EQ(Key("InName6"), "Pads");
     EXPECT_EQ(Key("InBase6"), "40");
 }
 
-TEST_F(MidiSetupTest, BaseChannelsAreLimitedWithoutAWord) {
+TEST_F(MidiSetupTest, LimitsBaseChannelsSilently) {
     const std::pair<const char*, const char*> typed[PortRows] = {
         {"-5", "1"},  {"abc", "1"}, {"0", "1"},           {"64", "64"},
         {"65", "64"}, {"7x", "7"},  {"99999999999", "1"}, {" 12", "12"}};
@@ -170,8 +170,8 @@ TEST_F(MidiSetupTest, BaseChannelsAreLimitedWithoutAWord) {
     EXPECT_TRUE(machine::TakeBoxes().empty());
 }
 
-// A refused choice can be corrected; the rows before it are stored by then.
-TEST_F(MidiSetupTest, ADeviceStandsOnOneRowOfASideOnly) {
+// A refused choice can be corrected; the rows before it are already stored.
+TEST_F(MidiSetupTest, RefusesADeviceOnTwoRows) {
     const struct {
         int Lists[2];
         const char *Device, *LastWritten, *NotWritten;
@@ -202,15 +202,15 @@ TEST_F(MidiSetupTest, ADeviceStandsOnOneRowOfASideOnly) {
     }
 }
 
-TEST_F(MidiSetupTest, StoredNamesFindTheirEntryAndOnlyOkStores) {
-    Inputs({"Grand Piano", "KEYS", "Keys"}); // the list finds names without regard to case
+TEST_F(MidiSetupTest, FindsStoredNamesAndStoresOnOkOnly) {
+    Inputs({"Grand Piano", "KEYS", "Keys"}); // the list ignores case
     Outputs({"Synth"});
     const std::string before = "[MMEDRVR]\nInName1=gone\nInName2=grand\nInBase2=5\nInName3=Keys\n"
                                "OutName1=gone\nOutName2=Default MIDI Output Device\n";
     WriteIni(before);
     for (const bool button : {true, false})
         InLarge([button](DialogUser& user) {
-            EXPECT_EQ(user.Text(InList(0)), "(none)"); // not there today, and may come back
+            EXPECT_EQ(user.Text(InList(0)), "(none)"); // missing devices
             EXPECT_EQ(user.Text(InList(1)), "Grand Piano");
             EXPECT_EQ(user.Text(InList(2)), "Keys");
             EXPECT_EQ(user.Text(OutList(0)), "(none)");
@@ -230,9 +230,9 @@ TEST_F(MidiSetupTest, StoredNamesFindTheirEntryAndOnlyOkStores) {
     EXPECT_EQ(Key("OutName1"), "(none)");
 }
 
-// It may have been changed by hand, or be another one by now; also while the library is down.
-TEST_F(MidiSetupTest, TheFileIsReadAtEachOpening) {
-    ComeUp();
+// The file may be edited or replaced; also while the library is down.
+TEST_F(MidiSetupTest, ReadsTheFileAtEachOpening) {
+    Initialise();
     WriteIni("[MMEDRVR]\nInName1=Keys\nInBase1=9\n");
     Show(0, [](DialogUser& user) { EXPECT_EQ(user.Text(InBase), "9"); });
     MIDISysTerm();
@@ -245,7 +245,7 @@ TEST_F(MidiSetupTest, TheFileIsReadAtEachOpening) {
     EXPECT_TRUE(std::filesystem::exists(other / "ZORMIDI.INI"));
 }
 
-// What the box says of settings that cannot be stored is what happens to them.
+// Settings that cannot be stored last as long as the message box says.
 TEST_F(MidiSetupTest, UnwrittenSettingsLastUntilTheDialogOpensAgain) {
     Inputs({"Keys", "Pads"});
     WriteIni("[MMEDRVR]\nInName1=Keys\n");
@@ -264,13 +264,13 @@ TEST_F(MidiSetupTest, UnwrittenSettingsLastUntilTheDialogOpensAgain) {
     EXPECT_EQ(InPorts[0].DeviceID, 0);
 }
 
-TEST_F(MidiSetupTest, WhatWasSavedIsOpenedAfterwards) {
+TEST_F(MidiSetupTest, OpensTheStoredDevices) {
     Inputs({"Keys"});
     machine::AddMidiOutput("Early");
     machine::UnplugMidiOutput("Early");
     Outputs({"Synth", "Box"});
     const int patches = machine::AddMidiOutput("Patches", MIDICAPS_CACHE);
-    ComeUp();
+    Initialise();
     ASSERT_TRUE(ZorStartMIDI(0));
     EXPECT_EQ(machine::OpenMidiOutputs(), 1);
     InLarge([](DialogUser& user) {
@@ -282,16 +282,16 @@ TEST_F(MidiSetupTest, WhatWasSavedIsOpenedAfterwards) {
     EXPECT_EQ(machine::OpenMidiOutputs(), 2);
     Show(0, [](DialogUser& user) {
         user.Select(OutList(0), "Patches");
-        machine::AddMidiOutput("Early"); // and each number is one higher
+        machine::AddMidiOutput("Early"); // each number is then one higher
         user.Click(IDOK);
     });
     const MIDIEvent program = {0, 0, -1, 1, 0xC0, 5, 0};
-    EXPECT_TRUE(ZorXmit(ZOR_IMMEDIATE, &program)); // what the device can do is known, too
+    EXPECT_TRUE(ZorXmit(ZOR_IMMEDIATE, &program)); // the device's capabilities are known, too
     EXPECT_EQ(machine::CachedPatches(patches + 1).at(5), 0xFFFF);
     ZorStopMIDI();
 }
 
-TEST(VersionText, Reads) {
+TEST(VersionText, NamesReleases) {
     const std::pair<std::uint32_t, const char*> cases[] = {
         {0x04030401, "40c.r1"}, {0x037FFFFF, "3.7.15?255d"}, {0x08000105, "8.0.0a5"}};
     for (const auto& [word, wanted] : cases) {

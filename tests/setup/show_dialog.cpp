@@ -1,6 +1,6 @@
-// Shows one dialog on the display, for screen-test: show_dialog midi|mic FOLDER. The machine has
-// devices to choose from and a microphone that hears a tone; the ini file lies in the folder. Help
-// prints the dialog's number.
+// show_dialog midi|mic FOLDER: shows one dialog on the display, for screen-test. The machine has
+// several devices and a tone in the microphone; the ini file is in FOLDER. Help prints the dialog's
+// number.
 #include "engine/zormidi.h"
 #include "platform/machine.h"
 #include "platform/platform.h"
@@ -22,7 +22,7 @@ int main(int count, char** arguments) {
     machine::AddMicrophone({.Name = "Line In"});
     machine::FeedGenerator(voice, [](const machine::FeedRequest& request) {
         for (std::size_t i = 0; i < request.Samples.size(); ++i) {
-            // Comes and goes, so that the meter moves, and comes to every colour.
+            // The level rises and falls, so that the meter shows all colours.
             const std::uint64_t frame = request.First + i / request.Channels;
             const float loud = frame / request.Rate % 2 ? 1.0f : 0.8f;
             request.Samples[i] = frame / 100 % 2 ? loud : -loud;

@@ -1,6 +1,5 @@
-// Journeys through the microphone's dialog, on a live recogniser of either capture class, with a
-// script for the user.
-#include "desk.h"
+// The Tonequill dialog, on a running recogniser with either capture class, with a script as user.
+#include "dialog_fixture.h"
 
 #include "engine/driver_table.h"
 #include "pitchrec/driver/prec_driver.h"
@@ -17,18 +16,18 @@ using machine::MicrophoneVolume;
 
 namespace {
 
-// The mixer's whole range; half of it is what a recogniser calls 128 and the slider 50 percent.
+// The mixer's range; half of it is level 128 of the recogniser and 50 percent of the slider.
 constexpr std::uint32_t FullVolume = 65535, HalfVolume = 32767;
 
-class TonequillTest : public Desk, public testing::WithParamInterface<DirectSound> {
+class TonequillTest : public DialogTest, public testing::WithParamInterface<DirectSound> {
 protected:
     void SetUp() override {
-        Desk::SetUp();
+        DialogTest::SetUp();
         SetDirectSound(GetParam());
         Outputs({"Synth"});
     }
 
-    // A steady tone whose peak is so many of 8-bit sample units.
+    // A steady tone with this peak, in 8-bit sample units.
     static void Sing(machine::Microphone microphone, float peak) {
         machine::FeedGenerator(microphone, [peak](const machine::FeedRequest& request) {
             for (std::size_t i = 0; i < request.Samples.size(); ++i)
@@ -67,17 +66,18 @@ TEST_P(TonequillTest, FirstOpeningAndOk) {
             user.Click(button);
         user.Type(ChannelField, "4");
         EXPECT_FALSE(user.Ended());
-        user.Enter(); // in the field: the default button, which stores what is shown
+        user.Enter(); // in the field: presses the default button, which stores the shown value
         EXPECT_TRUE(user.Ended());
     });
-    EXPECT_EQ(TakeVolumePrograms(), (std::vector{true, false}));
-    EXPECT_EQ(HostHeard, (std::vector<Heard>{{1024, 0, reinterpret_cast<std::intptr_t>(handle)}}));
+    EXPECT_EQ(DrainVolumePrograms(), (std::vector{true, false}));
+    EXPECT_EQ(HostMessages,
+              (std::vector<HostMessage>{{1024, 0, reinterpret_cast<std::intptr_t>(handle)}}));
     EXPECT_EQ(ReadIni(),
               "[PRECDRVR]\nEnablePitchRec=1\nChannel=3\nNoteRangeMin=0\nNoteRangeMax=127\n");
     EXPECT_EQ(Recogniser, nullptr);
 }
 
-TEST_P(TonequillTest, TheFileIsReadAtEachOpening) {
+TEST_P(TonequillTest, ReadsTheFileAtEachOpening) {
     AddMicrophone({"Headset"});
     WriteIni("[PRECDRVR]\nEnablePitchRec=7\nChannel=15\nNoteRangeMin=300\nNoteRangeMax=-1\n");
     Mic([](DialogUser& user) {
@@ -85,25 +85,25 @@ TEST_P(TonequillTest, TheFileIsReadAtEachOpening) {
         EXPECT_EQ(user.Text(ChannelField), "16");
         user.Click(IDOK);
     });
-    // What the dialog does not let one edit is stored as it was, as a signed 16-bit number.
+    // Values that cannot be edited are stored unchanged, as signed 16-bit numbers.
     EXPECT_EQ(ReadIni(),
               "[PRECDRVR]\nEnablePitchRec=1\nChannel=15\nNoteRangeMin=300\nNoteRangeMax=-1\n");
     WriteIni("[PRECDRVR]\nChannel=-1\n");
     Mic([](DialogUser& user) { EXPECT_EQ(user.Text(ChannelField), "0"); });
 }
 
-TEST_P(TonequillTest, TheChannelFieldIsReadWhenItIsLeft) {
+TEST_P(TonequillTest, ReadsTheChannelWhenTheFieldLosesFocus) {
     AddMicrophone({"Headset"});
     const std::pair<const char*, const char*> typed[] = {
         {"64", "63"}, {"", "-1"}, {"abc", "-1"}, {"12x", "11"}, {"70000", "4463"}};
     for (const auto& [text, stored] : typed) {
         Mic([text = text](DialogUser& user) {
             user.Type(ChannelField, text);
-            user.Click(IDOK); // the click leaves the field
+            user.Click(IDOK); // the click moves the focus
         });
         EXPECT_EQ(Key("Channel"), stored) << text;
     }
-    // A field that Cancel finds unread stays so, whatever the end of the dialog tells it.
+    // Cancel does not read the field, although the field loses the focus at the end of the dialog.
     Mic([](DialogUser& user) {
         user.Type(ChannelField, "3");
         user.Escape();
@@ -111,7 +111,7 @@ TEST_P(TonequillTest, TheChannelFieldIsReadWhenItIsLeft) {
     EXPECT_EQ(PRecChannel, 4463);
 }
 
-TEST_P(TonequillTest, CancelKeepsTheFileAndNothingElse) {
+TEST_P(TonequillTest, CancelRestoresTheFileOnly) {
     const machine::Microphone headset = AddMicrophone({"Headset"});
     const std::string before = "[PRECDRVR]\nEnablePitchRec=1\nChannel=2\n";
     WriteIni(before);
@@ -121,7 +121,7 @@ TEST_P(TonequillTest, CancelKeepsTheFileAndNothingElse) {
         user.Click(MicThru);
         user.Slide(LevelSlider, 30);
         user.Escape();
-        EXPECT_EQ(Value(headset, MicrophoneVolume), 45566u); // 178 / 128 of the half
+        EXPECT_EQ(Value(headset, MicrophoneVolume), 45566u); // 178 / 128 of half the range
     });
     EXPECT_EQ(ReadIni(), before);
     EXPECT_TRUE(machine::TakeBoxes().empty());
@@ -129,15 +129,15 @@ TEST_P(TonequillTest, CancelKeepsTheFileAndNothingElse) {
     EXPECT_EQ(PRecChannel, 5);
     EXPECT_EQ(Value(headset, MicrophoneMute), 0u);
     EXPECT_TRUE(ZorStartMIDI(0));
-    EXPECT_EQ(Recogniser, nullptr); // switched off in memory, so not opened
+    EXPECT_EQ(Recogniser, nullptr); // switched off in memory, so it is not opened
     ZorStopMIDI();
 }
 
-TEST_P(TonequillTest, SliderAndMixerFollowEachOther) {
+TEST_P(TonequillTest, SynchronisesSliderAndMixer) {
     const machine::Microphone headset = AddMicrophone({"Headset"});
     machine::MoveControl(headset, MicrophoneVolume, 5);
     Mic([&](DialogUser& user) {
-        EXPECT_EQ(Value(headset, MicrophoneVolume), HalfVolume); // opening puts it there
+        EXPECT_EQ(Value(headset, MicrophoneVolume), HalfVolume); // set when the capture opens
         const std::pair<int, std::uint32_t> steps[] = {
             {0, 65278}, {50, 32511}, {100, 0}, {1, 64510}, {99, 511}};
         for (const auto& [position, volume] : steps) {
@@ -146,13 +146,13 @@ TEST_P(TonequillTest, SliderAndMixerFollowEachOther) {
             user.Wait(50);
             EXPECT_NEAR(user.Position(LevelSlider), position, 1);
         }
-        // Another program moves the mixer.
+        // Another program changes the mixer.
         machine::MoveControl(headset, MicrophoneVolume, FullVolume);
         user.Wait(49);
         EXPECT_LT(Percent(user), 10);
         user.Wait(1);
         EXPECT_EQ(Percent(user), 100);
-        // It is followed from 2 percent on, and by nothing else that scrolls.
+        // The slider follows from 2 percent on; other controls that scroll have no effect.
         const std::pair<std::uint32_t, int> moves[] = {{63743, 98}, {63231, 98}, {32512, 50}};
         for (const auto& [volume, percent] : moves) {
             machine::MoveControl(headset, MicrophoneVolume, volume);
@@ -166,7 +166,7 @@ TEST_P(TonequillTest, SliderAndMixerFollowEachOther) {
         EXPECT_EQ(Value(headset, MicrophoneMute), 0u);
         user.Click(MicThru);
         EXPECT_EQ(Value(headset, MicrophoneMute), 1u);
-        // Where the mixer does not obey, the slider falls back.
+        // If the mixer refuses, the slider returns.
         machine::FailCall(machine::Call::mixerSetControlDetails, 1, MMSYSERR_NOTSUPPORTED, 0);
         user.Slide(LevelSlider, 10);
         EXPECT_EQ(Percent(user), 90);
@@ -175,8 +175,8 @@ TEST_P(TonequillTest, SliderAndMixerFollowEachOther) {
     });
 }
 
-TEST_P(TonequillTest, WithoutARecogniserTheSettingsCanStillBeMade) {
-    Mic([](DialogUser& user) { // no microphone at all
+TEST_P(TonequillTest, WorksWithoutARecogniser) {
+    Mic([](DialogUser& user) { // without a microphone
         EXPECT_TRUE(user.Items(DeviceList).empty());
         EXPECT_EQ(Percent(user), 0);
         EXPECT_FALSE(user.Checked(MicThru));
@@ -189,11 +189,11 @@ TEST_P(TonequillTest, WithoutARecogniserTheSettingsCanStillBeMade) {
     });
     EXPECT_EQ(Key("EnablePitchRec"), "1");
     EXPECT_EQ(Key("Channel"), "0");
-    EXPECT_EQ(TakeBoxTexts().back(), "Error initializing Pitch Recognition");
+    EXPECT_EQ(DrainBoxTexts().back(), "Error initializing Pitch Recognition");
 }
 
-TEST_P(TonequillTest, TheMeterPaintsTheLevelInBars) {
-    // By the frame's 17 by 145 pixels, a bar every four rows, with one row of 15 pixels within.
+TEST_P(TonequillTest, PaintsTheLevelInBars) {
+    // In a frame of 17 by 145 pixels: a bar every four rows, each with one inner row of 15 pixels.
     const struct {
         int Level;
         std::array<double, 3> Bars; // blue, green, red
@@ -202,7 +202,7 @@ TEST_P(TonequillTest, TheMeterPaintsTheLevelInBars) {
     Mic([&](DialogUser& user) {
         EXPECT_TRUE(user.Pixels(Meter).empty()); // nothing before the first tick
         for (const auto& c : cases) {
-            // Nothing is captured, so each tick paints what the last poll left.
+            // Nothing is captured, so each tick paints the level of the last poll.
             PRecLevel = c.Level;
             user.Wait(50);
             const std::vector<std::uint32_t> pixels = user.Pixels(Meter);
@@ -211,28 +211,28 @@ TEST_P(TonequillTest, TheMeterPaintsTheLevelInBars) {
             };
             EXPECT_EQ((std::array{bars(0xFF0000), bars(0x008000), bars(0x0000FF)}), c.Bars)
                 << c.Level;
-            EXPECT_EQ(pixels[8], 0xFFFFFFFF) << c.Level; // nothing ever reaches the first row
+            EXPECT_EQ(pixels[8], 0xFFFFFFFF) << c.Level; // the first row is never painted
         }
     });
 }
 
-TEST_P(TonequillTest, TheMeterHearsTheMicrophoneAndNotesAreDropped) {
+TEST_P(TonequillTest, ShowsTheMicrophonesLevelAndDiscardsItsNotes) {
     const machine::Microphone headset = AddMicrophone({"Headset"});
     Sing(headset, 100);
-    ComeUp();
+    Initialise();
     ZorAllocMIDI(0, 100);
-    ASSERT_TRUE(ZorStartTimer()); // its polls leave the notes to the dialog
+    ASSERT_TRUE(ZorStartTimer()); // the timer's polls read no notes
     Mic([](DialogUser& user) {
-        EXPECT_EQ(EnablePitchRec, 0); // it runs for the dialog even when switched off
+        EXPECT_EQ(EnablePitchRec, 0); // runs for the dialog even if switched off
         user.Wait(1000);
         EXPECT_NEAR(PRecLevel, 100, 3);
         std::int32_t time, status, data1, data2;
         EXPECT_FALSE(Recogniser->GetNote(&time, &status, &data1, &data2));
     });
-    EXPECT_TRUE(TakeReceived().empty());
+    EXPECT_TRUE(DrainReceived().empty());
 }
 
-TEST_P(TonequillTest, ADeviceIsTakenUpAtOnceAndForLater) {
+TEST_P(TonequillTest, SelectsADeviceAtOnce) {
     const machine::Microphone headset = AddMicrophone({"Headset"});
     const machine::Microphone line = AddMicrophone({"Line"});
     machine::MoveControl(line, MicrophoneMute, 0);
@@ -255,8 +255,8 @@ TEST_P(TonequillTest, ADeviceIsTakenUpAtOnceAndForLater) {
     EXPECT_EQ(machine::StatsOf(line).Open, 1);
     ZorStopMIDI();
 
-    // One that cannot be opened is given up for the one in use. While the box tells of it the
-    // dialog goes on without a recogniser, and the host may take the row away.
+    // A device that cannot be opened: the one in use is opened again. During the message box there
+    // is no recogniser, and the host may close the row.
     for (const bool closes : {false, true}) {
         Mic([&](DialogUser& user) {
             machine::FailCall(machine::Call::CreateCaptureBuffer, 1, DSERR_ALLOCATED);
@@ -274,7 +274,7 @@ TEST_P(TonequillTest, ADeviceIsTakenUpAtOnceAndForLater) {
             EXPECT_EQ(machine::StatsOf(line).Capturing, closes ? 0 : 1);
         });
     }
-    machine::Unplug(line); // and one that has gone for the default
+    machine::Unplug(line); // a missing device: the default is opened
     Mic([&](DialogUser& user) {
         user.Wait(100);
         EXPECT_EQ(machine::StatsOf(headset).Capturing, 1);
@@ -282,8 +282,8 @@ TEST_P(TonequillTest, ADeviceIsTakenUpAtOnceAndForLater) {
     });
 }
 
-// Numbers shift behind a list that still shows what there was.
-TEST_P(TonequillTest, WhatIsShownIsWhatIsOpened) {
+// Device numbers change while the list still shows the old devices.
+TEST_P(TonequillTest, OpensTheShownDevice) {
     const machine::Microphone headset = AddMicrophone({"Headset"}), desk = AddMicrophone({"Desk"}),
                               line = AddMicrophone({"Line"}), piano = AddMicrophone({"Piano"});
     const auto shown = [](DialogUser& user) {
@@ -302,7 +302,7 @@ TEST_P(TonequillTest, WhatIsShownIsWhatIsOpened) {
         EXPECT_EQ(shown(user), (Names{"Desk", "Line", "Piano"}));
         AddMicrophone({"Headset"});
         machine::Unplug(desk);
-        user.Drop(DeviceList, true); // it stands still under the user's eyes
+        user.Drop(DeviceList, true); // not refreshed while open
         user.Wait(50);
         EXPECT_EQ(shown(user), (Names{"Desk", "Line", "Piano"}));
         user.Drop(DeviceList, false);
@@ -311,7 +311,7 @@ TEST_P(TonequillTest, WhatIsShownIsWhatIsOpened) {
         EXPECT_EQ(user.Text(DeviceList), "Line");
         machine::Unplug(line);
         user.Wait(50);
-        EXPECT_EQ(user.Text(DeviceList), ""); // it still listens, and is not there
+        EXPECT_EQ(user.Text(DeviceList), ""); // still captured, but no longer listed
         machine::FailCall(machine::Call::CreateCaptureBuffer, 1, DSERR_ALLOCATED);
         user.Select(DeviceList, "Piano"); // by waveIn, which lists no entry for the default
         EXPECT_EQ(user.Items(DeviceList), (Names{"Piano", "Headset"}));
@@ -320,9 +320,9 @@ TEST_P(TonequillTest, WhatIsShownIsWhatIsOpened) {
     });
 }
 
-// The chosen microphone is missing, of which a box tells while the row opens for the dialog. The
-// feature is switched off, the timer runs, and the host starts from that box.
-TEST_P(TonequillTest, NotesBeforeTheDialogAreItsOwnToo) {
+// The selected microphone is missing: a message box appears while the row opens for the dialog. The
+// recogniser is switched off, the timer runs, and the host starts from that box.
+TEST_P(TonequillTest, DiscardsNotesBeforeTheDialogIsShown) {
     Sing(AddMicrophone({"Headset"}), 100);
     const machine::Microphone line = AddMicrophone({"Line"});
     Mic([](DialogUser& user) { user.Select(DeviceList, "Line"); });
@@ -332,24 +332,24 @@ TEST_P(TonequillTest, NotesBeforeTheDialogAreItsOwnToo) {
     machine::WhileBoxIsUp([](const machine::Box&) {
         EXPECT_TRUE(ZorStartMIDI(0));
         machine::Advance(1000);
-        EXPECT_NEAR(PRecLevel, 100, 3); // it listens already
+        EXPECT_NEAR(PRecLevel, 100, 3); // capturing already
     });
     Mic([](DialogUser& user) {
         user.Wait(1000);
         user.Select(DeviceList, "Headset");
     });
-    EXPECT_EQ(TakeBoxTexts().size(), 1u);
-    EXPECT_TRUE(TakeReceived().empty());
-    EXPECT_EQ(Recogniser, nullptr); // the user's own setting decides
+    EXPECT_EQ(DrainBoxTexts().size(), 1u);
+    EXPECT_TRUE(DrainReceived().empty());
+    EXPECT_EQ(Recogniser, nullptr); // the setting decides again
 }
 
-// A note that the host holds when the dialog opens ends there, and begins anew after the dialog.
-// One that a stop has cut off has nothing to do with a later dialog.
-TEST_P(TonequillTest, AHeldNoteEndsWhenTheDialogTakesOver) {
+// A sounding note ends when the dialog opens and starts again after it. A note ended by a stop does
+// not affect a later dialog.
+TEST_P(TonequillTest, EndsTheSoundingNoteWhenItOpens) {
     const machine::Microphone headset = AddMicrophone({"Headset"});
     Sing(headset, 100);
     WriteIni("[PRECDRVR]\nEnablePitchRec=1\nChannel=3\n");
-    ComeUp();
+    Initialise();
     ZorAllocMIDI(0, 100);
     ASSERT_TRUE(ZorStartMIDI(1));
     machine::Advance(1000);
@@ -357,33 +357,33 @@ TEST_P(TonequillTest, AHeldNoteEndsWhenTheDialogTakesOver) {
     machine::Advance(1000);
     using Notes = std::vector<std::array<int, 3>>;
     Notes notes;
-    for (const MIDIEvent& note : TakeReceived())
+    for (const MIDIEvent& note : DrainReceived())
         notes.push_back({note.Status, note.Channel, note.Data1});
     const int key = notes.at(0)[2];
     EXPECT_EQ(notes, (Notes{{0x90, 3, key}, {0x80, 3, key}, {0x90, 3, key}}));
     ZorStopMIDI();
     ASSERT_TRUE(ZorStartTimer());
     Mic([](DialogUser& user) { user.Wait(50); });
-    EXPECT_TRUE(TakeReceived().empty());
+    EXPECT_TRUE(DrainReceived().empty());
 }
 
-TEST_P(TonequillTest, AllIsWrittenThatCanBe) {
+TEST_P(TonequillTest, WritesAllKeysThatCanBeWritten) {
     machine::FailCall(machine::Call::WritePrivateProfileStringA, 1, 0);
     Mic([](DialogUser& user) {
         user.Type(ChannelField, "4");
         user.Click(IDOK);
     });
     EXPECT_EQ(ReadIni(), "[PRECDRVR]\nChannel=3\nNoteRangeMin=0\nNoteRangeMax=127\n");
-    EXPECT_NE(TakeBoxTexts().back(), "Error initializing Pitch Recognition");
+    EXPECT_NE(DrainBoxTexts().back(), "Error initializing Pitch Recognition");
 }
 
-TEST_P(TonequillTest, ADialogThatCannotBeMadeSaysSo) {
+TEST_P(TonequillTest, ReportsADialogThatCannotBeCreated) {
     AddMicrophone({"Headset"});
-    ComeUp();
+    Initialise();
     ScriptDialogs([](DialogUser&) { FAIL() << "was shown"; });
     machine::FailCall(machine::Call::DialogBoxParamA, 1, -1);
     ZorConfigMIDIDriver(Parent, 1);
-    EXPECT_EQ(TakeBoxTexts(), std::vector<std::string>{"Could not create dialog box."});
+    EXPECT_EQ(DrainBoxTexts(), std::vector<std::string>{"Could not create dialog box."});
 }
 
 } // namespace

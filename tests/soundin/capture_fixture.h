@@ -1,4 +1,4 @@
-// A machine with stepped clock and microphones, and a listener that keeps what it is given.
+// Base class of the capture tests: a machine with a stepped clock and microphones.
 #pragma once
 
 #include "soundin/sound_in_dx.h"
@@ -17,16 +17,16 @@ struct Block {
     std::vector<std::uint8_t> Bytes;
 };
 
-// Blocks come on the delivering thread, and are taken on the test's.
+// Stores the delivered blocks. Drain runs on the test's thread.
 class Listener {
 public:
     explicit Listener(Sonorel::SoundIn& input) { input.SetCallback(&Listener::Receive, this); }
-    std::vector<Block> Take() {
+    std::vector<Block> Drain() {
         const std::lock_guard lock(Guard);
         return std::exchange(Blocks, {});
     }
-    // Runs at each block on the delivering thread, after it was kept.
-    std::function<void()> AtBlock;
+    // Called for each block on the delivering thread, after it was stored.
+    std::function<void()> OnBlock;
 
 private:
     static void Receive(std::uint32_t time, const std::uint8_t* data, std::int32_t byteCount,
@@ -36,23 +36,23 @@ private:
             const std::lock_guard lock(self.Guard);
             self.Blocks.push_back({time, {data, data + byteCount}});
         }
-        if (self.AtBlock) self.AtBlock();
+        if (self.OnBlock) self.OnBlock();
     }
     std::mutex Guard;
     std::vector<Block> Blocks;
 };
 
-// Sound that tells where it stands: two channels of 32 levels each, so every frame of 1,024 has a
-// pair of its own, wherever a sample's last bits go.
-namespace place_feed {
+// Sound that encodes the position of each frame, modulo 1,024, in the levels of two channels, 32
+// levels each. Independent of the low bits of a sample.
+namespace position_feed {
 
 constexpr std::uint32_t Period = 1024;
 
 inline machine::Generator Generator() {
     return [](const machine::FeedRequest& request) {
         for (std::size_t frame = 0; frame * request.Channels < request.Samples.size(); ++frame) {
-            const auto place = static_cast<unsigned>((request.First + frame) % Period);
-            const unsigned steps[] = {place % 32, place / 32};
+            const auto position = static_cast<unsigned>((request.First + frame) % Period);
+            const unsigned steps[] = {position % 32, position / 32};
             for (unsigned channel = 0; channel < request.Channels; ++channel)
                 request.Samples[frame * request.Channels + channel] =
                     (static_cast<float>(steps[channel]) * 8 + 4 - 128) / 128;
@@ -60,10 +60,12 @@ inline machine::Generator Generator() {
     };
 }
 
-// Place of a frame of two channels of 8 bits.
-inline std::uint32_t Of(const std::uint8_t* frame) { return frame[0] / 8u + frame[1] / 8u * 32; }
+// Position of a frame of two channels of 8 bits.
+inline std::uint32_t PositionOf(const std::uint8_t* frame) {
+    return frame[0] / 8u + frame[1] / 8u * 32;
+}
 
-} // namespace place_feed
+} // namespace position_feed
 
 class CaptureTest : public MachineTest {
 protected:
@@ -72,7 +74,7 @@ protected:
         EXPECT_EQ(0, OpenCaptureObjects());
         SetDirectSound(DirectSound::Absent);
     }
-    // Another machine in the middle of a test. Nothing may be left of the one before.
+    // Replaces the machine during a test. Nothing may be left open on the old one.
     static void Restart() {
         EXPECT_EQ(0, OpenCaptureObjects());
         PowerOff();
@@ -84,19 +86,19 @@ protected:
                                    unsigned channels = 2) {
         return machine::AddMicrophone({.Name = name, .Formats = formats, .Channels = channels});
     }
-    // Time that the next count blocks take, and a little more.
+    // Advances by the duration of count blocks, and 2 ms more.
     static void AdvanceBlocks(unsigned count) {
         machine::Advance(static_cast<std::uint32_t>(count * 512 * 1000.0 / 22050 + 2));
     }
 
-    static constexpr std::uint32_t StartTime = 0xFFFFF000; // the clock wraps in the middle
+    static constexpr std::uint32_t StartTime = 0xFFFFF000; // the clock wraps during the tests
 };
 
-// The class that listens where there is DirectSound, or where there is none.
+// Creates the capture class for DirectSound, or for waveIn.
 inline std::unique_ptr<Sonorel::SoundInSystem> Make(DirectSound kind) {
     if (kind == DirectSound::Present) return std::make_unique<Sonorel::SoundInDx>();
     return std::make_unique<Sonorel::SoundInWin>();
 }
 
-// What holds for both classes.
+// Tests that run for both capture classes.
 class BothCapturesTest : public CaptureTest, public testing::WithParamInterface<DirectSound> {};

@@ -1,4 +1,4 @@
-// Going over to another device while capturing.
+// Changes of the device while capturing.
 #include "tests/soundin/capture_fixture.h"
 
 class DeviceTest : public BothCapturesTest {
@@ -15,10 +15,10 @@ protected:
         rightDevice = GetParam() == DirectSound::Present ? 2 : 1;
     }
 
-    // What the microphone that is being heard is fed with, in units of 64: 1 or -1.
-    int Heard() {
+    // Sample value of the microphone that is captured, in units of 64: 1 or -1.
+    int CapturedValue() {
         AdvanceBlocks(4);
-        const auto blocks = listener->Take();
+        const auto blocks = listener->Drain();
         if (blocks.empty()) return 0;
         return static_cast<int>(std::lround((blocks.back().Bytes[0] - 128) / 64.0));
     }
@@ -38,36 +38,36 @@ INSTANTIATE_TEST_SUITE_P(Both, DeviceTest,
 INSTANTIATE_TEST_SUITE_P(Both, BothCapturesTest,
                          testing::Values(DirectSound::Present, DirectSound::Absent));
 
-TEST_P(DeviceTest, GoesOverAndCapturesIfItDidBefore) {
+TEST_P(DeviceTest, ReopensAndContinuesCapture) {
     ASSERT_TRUE(input->Open(22050));
     EXPECT_TRUE(input->SetDevice(rightDevice));
     EXPECT_EQ(0, input->Running);
-    EXPECT_EQ(0, Heard());
+    EXPECT_EQ(0, CapturedValue());
     input->Start();
-    EXPECT_EQ(-1, Heard());
+    EXPECT_EQ(-1, CapturedValue());
     machine::ResetCallCounts();
-    EXPECT_TRUE(input->SetDevice(rightDevice)); // which changes nothing
+    EXPECT_TRUE(input->SetDevice(rightDevice)); // no effect
     EXPECT_EQ(0u, machine::CallCount(OpeningCall()));
     EXPECT_TRUE(input->SetDevice(0));
-    EXPECT_EQ(1, Heard());
+    EXPECT_EQ(1, CapturedValue());
     EXPECT_EQ(0, machine::StatsOf(right).Open);
-    // Stays closed where the other device does not open.
+    // Stays closed if the other device does not open.
     machine::FailCall(OpeningCall(), 1, GetParam() == DirectSound::Present ? DSERR_GENERIC : 4);
     EXPECT_FALSE(input->SetDevice(rightDevice));
     EXPECT_EQ(0, input->Running);
     EXPECT_EQ(rightDevice, input->GetDevice());
     EXPECT_EQ(0, machine::StatsOf(left).Capturing + machine::StatsOf(right).Capturing);
-    EXPECT_EQ(0, Heard());
+    EXPECT_EQ(0, CapturedValue());
     input->Close();
     ASSERT_TRUE(input->Open(22050));
     input->Start();
-    EXPECT_EQ(-1, Heard());
+    EXPECT_EQ(-1, CapturedValue());
     input->Close();
     machine::TakeBoxes();
 }
 
-// The other device's mixer has controls of the same numbers, and none of them is a microphone's.
-TEST_P(DeviceTest, MovesNoControlThatIsNotTheMicrophones) {
+// The other device's mixer has controls with the same ids, but none of a microphone.
+TEST_P(DeviceTest, SetsNoOtherControls) {
     using machine::ControlPlace;
     constexpr std::uint32_t synthesizer = machine::MicrophoneLine + 1;
     constexpr ControlPlace volume{machine::RecordingLine, synthesizer, machine::VolumeControl};

@@ -1,16 +1,16 @@
-// What a device offers against what SoundInWin makes of it.
+// The format that SoundInWin chooses from those of the device.
 #include "tests/soundin/capture_fixture.h"
 
 using machine::PcmFormat;
 
-TEST_F(CaptureTest, WaveInStepsToWhatTheDeviceOffers) {
+TEST_F(CaptureTest, WaveInChoosesASupportedFormat) {
     const struct {
         const char* Name;
         std::uint32_t Asked;
         std::uint32_t Formats;
         unsigned Channels;
         std::vector<PcmFormat> More;
-        PcmFormat Got; // rate 0: does not open
+        PcmFormat Opened; // rate 0: does not open
         std::int32_t GotFrames = 0;
     } cases[] = {
         {"lowest rate as asked", 11025, 0xFFF, 2, {}, {11025, 2, 8}, 256},
@@ -27,26 +27,27 @@ TEST_F(CaptureTest, WaveInStepsToWhatTheDeviceOffers) {
         machine::AddMicrophone({"Microphone", each.Formats, each.Channels, each.More});
         Sonorel::SoundInWin input;
         Listener listener(input);
-        const bool opens = each.Got.Rate != 0;
+        const bool opens = each.Opened.Rate != 0;
         EXPECT_EQ(opens, input.Open(each.Asked));
         EXPECT_EQ(opens ? 0u : 1u, machine::TakeBoxes().size());
-        EXPECT_EQ(each.Got.Channels, static_cast<unsigned>(input.Channels));
-        EXPECT_EQ(each.Got.Bits, static_cast<unsigned>(input.BitsPerSample));
+        EXPECT_EQ(each.Opened.Channels, static_cast<unsigned>(input.Channels));
+        EXPECT_EQ(each.Opened.Bits, static_cast<unsigned>(input.BitsPerSample));
         if (!opens) continue;
-        EXPECT_EQ(each.Got.Rate, input.GetSampleRate());
+        EXPECT_EQ(each.Opened.Rate, input.GetSampleRate());
         EXPECT_EQ(each.GotFrames, input.FramesPerBlock);
         input.Start();
         machine::Advance(100);
-        const auto blocks = listener.Take();
+        const auto blocks = listener.Drain();
         ASSERT_EQ(4u, blocks.size());
-        EXPECT_EQ(static_cast<unsigned>(each.GotFrames) * each.Got.Channels * each.Got.Bits / 8,
+        EXPECT_EQ(static_cast<unsigned>(each.GotFrames) * each.Opened.Channels * each.Opened.Bits /
+                      8,
                   blocks[0].Bytes.size());
-        EXPECT_EQ(each.Got.Bits == 8 ? 128 : 0, blocks[0].Bytes[0]);
+        EXPECT_EQ(each.Opened.Bits == 8 ? 128 : 0, blocks[0].Bytes[0]);
         EXPECT_TRUE(input.Close());
     }
 }
 
-TEST_F(CaptureTest, ChannelsAndBitsStaySteppedUntilAnotherDevice) {
+TEST_F(CaptureTest, ChannelsAndBitsStayUntilAnotherDevice) {
     Add("Headset", 0x400, 1);
     Add("Studio");
     Sonorel::SoundInWin input;
@@ -55,7 +56,7 @@ TEST_F(CaptureTest, ChannelsAndBitsStaySteppedUntilAnotherDevice) {
     ASSERT_TRUE(input.Open(22050));
     EXPECT_EQ(1, input.Channels);
     EXPECT_EQ(16, input.BitsPerSample);
-    // The other device is opened at the rate in use, with channels and bits asked for afresh.
+    // The other device is opened at the current rate, with the default channels and bits.
     ASSERT_TRUE(input.SetDevice(1));
     EXPECT_EQ(2, input.Channels);
     EXPECT_EQ(8, input.BitsPerSample);

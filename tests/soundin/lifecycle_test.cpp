@@ -1,8 +1,8 @@
-// Opening, starting, stopping and closing in every order, and runs that end in odd ways.
+// Open, Start, Stop and Close in all orders, and runs that end by themselves.
 #include "tests/soundin/capture_fixture.h"
 
 // Every sequence of five steps, against a model of two flags.
-TEST_P(BothCapturesTest, TakesItsStepsInAnyOrder) {
+TEST_P(BothCapturesTest, AllowsAllOrdersOfCalls) {
     Add("Microphone");
     for (unsigned sequence = 0; sequence < 4 * 4 * 4 * 4 * 4; ++sequence) {
         const auto input = Make(GetParam());
@@ -27,18 +27,18 @@ TEST_P(BothCapturesTest, TakesItsStepsInAnyOrder) {
             ASSERT_EQ(running, input->Running != 0) << told;
         }
         AdvanceBlocks(2);
-        ASSERT_EQ(running, !listener.Take().empty()) << told;
+        ASSERT_EQ(running, !listener.Drain().empty()) << told;
         input->Stop();
         ASSERT_EQ(0, machine::PreparedWaveHeaders()) << told;
         AdvanceBlocks(2);
-        ASSERT_TRUE(listener.Take().empty()) << told;
+        ASSERT_TRUE(listener.Drain().empty()) << told;
         input->Close();
         ASSERT_EQ(0, machine::OpenWaveIns() + OpenCaptureObjects() + machine::OpenMixers()) << told;
     }
     EXPECT_TRUE(machine::TakeBoxes().empty());
 }
 
-// A thread that ended by itself leaves the request to end behind it; the next run must not see it.
+// A thread that ended by itself leaves StopEvent signalled; the next run must reset it.
 TEST_F(CaptureTest, RunsAgainAfterAThreadThatEndedByItself) {
     Add("Microphone");
     Sonorel::SoundInDx input;
@@ -48,31 +48,30 @@ TEST_F(CaptureTest, RunsAgainAfterAThreadThatEndedByItself) {
     input.Start();
     AdvanceBlocks(3);
     EXPECT_NE(0, input.Running);
-    EXPECT_TRUE(listener.Take().empty());
-    for (const HANDLE event : input.NotifyEvents) SetEvent(event); // what else is left behind
+    EXPECT_TRUE(listener.Drain().empty());
+    for (const HANDLE event : input.NotifyEvents) SetEvent(event); // also left signalled
     input.Stop();
     input.Start();
     AdvanceBlocks(3);
-    EXPECT_EQ(2u, listener.Take().size());
+    EXPECT_EQ(2u, listener.Drain().size());
     input.Close();
 }
 
-TEST_F(CaptureTest, WaveInCanBeStoppedFromWithinItsCallback) {
+TEST_F(CaptureTest, WaveInCanBeStoppedInItsCallback) {
     Add("Microphone");
     Sonorel::SoundInWin input;
     Listener listener(input);
-    listener.AtBlock = [&] { input.Stop(); };
+    listener.OnBlock = [&] { input.Stop(); };
     ASSERT_TRUE(input.Open(22050));
     input.Start();
     AdvanceBlocks(3);
-    EXPECT_EQ(1u, listener.Take().size());
+    EXPECT_EQ(1u, listener.Drain().size());
     EXPECT_EQ(0, machine::PreparedWaveHeaders());
     input.Close();
 }
 
-// A device that neither resets nor closes tells of the buffers that it was lent when the object has
-// long gone.
-TEST_F(CaptureTest, WaveInLeavesADeviceItsBuffers) {
+// A device that neither resets nor closes returns its buffers after the object was destroyed.
+TEST_F(CaptureTest, WaveInLeaksBuffersThatAreNotReturned) {
     const auto microphone = Add("Microphone");
     machine::FallBehind(microphone, ~0u);
     auto input = std::make_unique<Sonorel::SoundInWin>();
@@ -86,10 +85,10 @@ TEST_F(CaptureTest, WaveInLeavesADeviceItsBuffers) {
     input.reset();
     listener.reset();
     machine::ClearFaults();
-    EXPECT_EQ(MMSYSERR_NOERROR, waveInReset(handle)); // they come
+    EXPECT_EQ(MMSYSERR_NOERROR, waveInReset(handle)); // returns them
     EXPECT_EQ(MMSYSERR_NOERROR, waveInClose(handle));
     Sonorel::SoundInWin next; // frees them
     ASSERT_TRUE(next.Open(22050));
     next.Close();
-    machine::PowerOn(); // nobody unprepares them any more
+    machine::PowerOn(); // they stay prepared
 }

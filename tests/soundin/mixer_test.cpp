@@ -1,4 +1,4 @@
-// Recording level and microphone-through on mixers of every shape.
+// Recording level and mic-through on different mixers.
 #include "soundin/mixer.h"
 #include "tests/soundin/capture_fixture.h"
 
@@ -9,8 +9,8 @@ using Controls = std::vector<machine::MixerControl>;
 
 class MixerTest : public CaptureTest {
 protected:
-    // An open capture on the only microphone of another machine, which has these controls; one
-    // question about the mixer's lines fails, if told to.
+    // Opens the only microphone of a new machine, with these controls; optionally one query of the
+    // mixer's lines fails.
     void OpenWith(const Controls& controls, int unreadable = 0) {
         input.Close();
         Restart();
@@ -29,29 +29,29 @@ protected:
 TEST_F(MixerTest, LevelOneIsHalfTheRange) {
     const machine::MixerControl beside{{RecordingLine, MicrophoneLine, MuteControl}, 1};
     struct {
-        Controls Have;                      // the volume first
+        Controls MixerControls;             // the volume first
         std::vector<std::uint32_t> Written; // the same for every channel
         double Read;
     } const cases[] = {
         {{{MicrophoneVolume, 255}}, {127, 127}, 1.0},
-        {{{MicrophoneVolume, 1}}, {0, 0}, 0.0}, // half of it is nothing
+        {{{MicrophoneVolume, 1}}, {0, 0}, 0.0}, // half the range is 0
         {{{MicrophoneVolume, 1000, 0, 1}, beside}, {500}, 1.0},
     };
     for (const auto& each : cases) {
-        SCOPED_TRACE(each.Have[0].Maximum);
-        OpenWith(each.Have);
-        machine::MoveControl(microphone, MicrophoneVolume, each.Have[0].Maximum);
+        SCOPED_TRACE(each.MixerControls[0].Maximum);
+        OpenWith(each.MixerControls);
+        machine::MoveControl(microphone, MicrophoneVolume, each.MixerControls[0].Maximum);
         EXPECT_TRUE(input.SetLevel(1.0));
         EXPECT_EQ(each.Written, ControlValues(microphone, MicrophoneVolume));
         EXPECT_EQ(each.Read, input.GetLevel());
     }
 }
 
-// A destination without sources is taken itself; the two controls are found each on its own.
+// A destination without sources is used itself; each control is found independently.
 TEST_F(MixerTest, FindsTheMicrophonesControls) {
     struct {
         const char* Name;
-        Controls Have; // the mute first, then the volume
+        Controls MixerControls; // the mute first, then the volume
         bool Level;
     } const cases[] = {
         {"no sources",
@@ -66,18 +66,19 @@ TEST_F(MixerTest, FindsTheMicrophonesControls) {
     };
     for (const auto& each : cases) {
         SCOPED_TRACE(each.Name);
-        OpenWith(each.Have);
+        OpenWith(each.MixerControls);
         EXPECT_EQ(each.Level, input.SetLevel(1.5));
         EXPECT_EQ(each.Level ? 1.5 : 0.0, input.GetLevel());
-        EXPECT_EQ(each.Level ? 75u : 0u, ControlValues(microphone, each.Have[1].Place).at(0));
+        EXPECT_EQ(each.Level ? 75u : 0u,
+                  ControlValues(microphone, each.MixerControls[1].Place).at(0));
         EXPECT_EQ(0u, input.GetMicThru());
         EXPECT_TRUE(input.SetMicThru(1));
-        EXPECT_EQ(0u, ControlValues(microphone, each.Have[0].Place).at(0));
+        EXPECT_EQ(0u, ControlValues(microphone, each.MixerControls[0].Place).at(0));
         EXPECT_EQ(7u, input.GetMicThru());
     }
 }
 
-TEST_F(MixerTest, WithoutAMixerOrOneThatObeys) {
+TEST_F(MixerTest, WithoutAMixerOrWithOneThatRefuses) {
     for (const Controls& controls : {Controls(), machine::MicrophoneMixer()}) {
         OpenWith(controls);
         machine::FailCall(machine::Call::mixerGetControlDetailsA, 1, MMSYSERR_NOTSUPPORTED, 0);
@@ -89,19 +90,19 @@ TEST_F(MixerTest, WithoutAMixerOrOneThatObeys) {
     }
 }
 
-// A source that cannot be read is no reason to give up those behind it.
-TEST_F(MixerTest, LooksOnBehindASourceThatCannotBeRead) {
+// The search continues after a source that cannot be read.
+TEST_F(MixerTest, SkipsUnreadableSources) {
     OpenWith({{{RecordingLine, LineInLine, 0}}, {MicrophoneVolume, 100}}, 2);
     EXPECT_EQ(1.0, input.GetLevel());
 }
 
-// DirectSound tells nothing of mixers: the one whose whole name begins the description is taken.
+// SoundInDx uses the mixer whose whole name is a prefix of the device's description.
 TEST_F(CaptureTest, DirectSoundFindsItsMixerByName) {
     struct {
         const char* Microphone;
         std::vector<std::string> Mixers;
-        std::size_t Expected; // place in Mixers
-        int Unopened;         // the nth opening fails, 0 for none
+        std::size_t Expected; // index in Mixers
+        int Unopened;         // number of the mixerOpen call that fails; 0 for none
     } const cases[] = {
         {"USB Audio (front)", {"Onboard", "USB Audio", "USB"}, 1, 0},
         {"USB Audio", {"Onboard", "USB Audio (front)"}, 0, 0},

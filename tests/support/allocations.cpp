@@ -15,29 +15,28 @@ namespace {
 std::atomic<bool> watching{false};
 std::atomic<int> allocations{0};
 
-void Note() {
+void CountRequest() {
     if (watching.load(std::memory_order_relaxed)) ++allocations;
 }
 
 } // namespace
 
-// Visible to all, so that whatever the library, the stand-in and the C++ library ask for comes
-// here.
+// Default visibility, so that all shared libraries of the program use these.
 #define REPLACES extern "C" __attribute__((visibility("default")))
 REPLACES void* malloc(std::size_t bytes) noexcept {
-    Note();
+    CountRequest();
     return __libc_malloc(bytes);
 }
 REPLACES void* calloc(std::size_t count, std::size_t bytes) noexcept {
-    Note();
+    CountRequest();
     return __libc_calloc(count, bytes);
 }
 REPLACES void* realloc(void* old, std::size_t bytes) noexcept {
-    Note();
+    CountRequest();
     return __libc_realloc(old, bytes);
 }
 REPLACES void* aligned_alloc(std::size_t alignment, std::size_t bytes) noexcept {
-    Note();
+    CountRequest();
     return __libc_memalign(alignment, bytes);
 }
 
@@ -46,7 +45,7 @@ void WatchAllocations() {
     watching = true;
 }
 
-int AllocationsSeen() {
+int StopWatching() {
     watching = false;
     return allocations;
 }

@@ -1,16 +1,16 @@
-// Counting what asks for memory, in programs that are built with allocations.cpp: the library, the
-// stand-in, the C++ library and the test itself alike, on all threads. Not under sanitizers, which
-// bring an allocator of their own.
+// Counts memory allocations, in programs linked with allocations.cpp: of the library, the platform
+// layer, the C++ library and the test itself, on all threads. Not with sanitizers, which have their
+// own allocator.
 #pragma once
 
-// From now on, beginning at 0.
+// Starts counting at 0.
 void WatchAllocations();
-// Ends the watch; gives the number of requests since it began.
-int AllocationsSeen();
+// Stops counting and returns the count.
+int StopWatching();
 
 template <typename Action>
 int Allocations(Action action) {
     WatchAllocations();
     action();
-    return AllocationsSeen();
+    return StopWatching();
 }

@@ -31,58 +31,58 @@ ScriptScreen screen;
 
 } // namespace
 
-// Of a control that is not there: one of its own, of which nothing is known.
-ui::Control& DialogUser::The(int id) const {
+// An invisible control if the dialog has none of this id.
+ui::Control& DialogUser::Control(int id) const {
     static ui::Control none;
     none = {};
     none.Visible = none.Enabled = false;
-    ui::Control* control = At.Find(id);
+    ui::Control* control = Target.Find(id);
     return control ? *control : none;
 }
 
-ui::Control* DialogUser::Reach(int id) const {
-    ui::Control& control = The(id);
-    return !At.Ended && control.Owner && control.Reachable() ? &control : nullptr;
+ui::Control* DialogUser::FindUsable(int id) const {
+    ui::Control& control = Control(id);
+    return !Target.Ended && control.Owner && control.Reachable() ? &control : nullptr;
 }
 
 bool DialogUser::Shown(int id) const {
-    const ui::Control& control = The(id);
-    return control.Visible && control.Place.Left < At.Place.Width &&
-           control.Place.Top < At.Place.Height;
+    const ui::Control& control = Control(id);
+    return control.Visible && control.Place.Left < Target.Place.Width &&
+           control.Place.Top < Target.Place.Height;
 }
 
 std::string DialogUser::Text(int id) const {
-    const ui::Control& control = The(id);
+    const ui::Control& control = Control(id);
     if (!control.Is(ui::Kind::List)) return control.Text;
     return control.Selection < 0 ? "" : Items(id).at(static_cast<std::size_t>(control.Selection));
 }
 
 std::vector<std::string> DialogUser::Items(int id) const {
     std::vector<std::string> texts;
-    for (const ui::Item& item : The(id).Items) texts.push_back(item.Text);
+    for (const ui::Item& item : Control(id).Items) texts.push_back(item.Text);
     return texts;
 }
 
-// The user's hands are where he works.
-bool DialogUser::Do(int id, const std::function<void(ui::Control&)>& action) {
-    ui::Control* control = Reach(id);
+// The control gets the focus first.
+bool DialogUser::Act(int id, const std::function<void(ui::Control&)>& action) {
+    ui::Control* control = FindUsable(id);
     if (!control) return false;
-    At.MoveFocus(control);
+    Target.MoveFocus(control);
     action(*control);
     ui::DispatchPosted();
     return true;
 }
 
 bool DialogUser::Click(int id) {
-    return Do(id, [this](ui::Control& button) { At.Click(button); });
+    return Act(id, [this](ui::Control& button) { Target.Click(button); });
 }
 
 bool DialogUser::Type(int id, const std::string& text) {
-    return Do(id, [&](ui::Control& edit) { At.Type(edit, text); });
+    return Act(id, [&](ui::Control& edit) { Target.Type(edit, text); });
 }
 
 bool DialogUser::Select(int id, int index) {
-    return Do(id, [&](ui::Control& list) { At.Choose(list, index); });
+    return Act(id, [&](ui::Control& list) { Target.Choose(list, index); });
 }
 
 bool DialogUser::Select(int id, const std::string& entry) {
@@ -92,21 +92,21 @@ bool DialogUser::Select(int id, const std::string& entry) {
 }
 
 bool DialogUser::Slide(int id, int position) {
-    return Do(id, [&](ui::Control& slider) { At.Slide(slider, position); });
+    return Act(id, [&](ui::Control& slider) { Target.Slide(slider, position); });
 }
 
 void DialogUser::Escape() {
-    At.Close();
+    Target.Close();
     ui::DispatchPosted();
 }
 
 void DialogUser::Wait(std::uint32_t milliseconds) {
     const std::uint64_t end = machine::Microseconds() + std::uint64_t{milliseconds} * 1000;
     for (;;) {
-        At.Pump();
+        Target.Pump();
         const std::uint64_t now = machine::Microseconds();
-        if (At.Ended || now >= end) return;
-        const std::uint64_t next = std::clamp(At.NextTimer(), now + 1, end);
+        if (Target.Ended || now >= end) return;
+        const std::uint64_t next = std::clamp(Target.NextTimer(), now + 1, end);
         machine::Advance(static_cast<std::uint32_t>((next - now + 999) / 1000));
     }
 }
@@ -116,4 +116,4 @@ void ScriptDialogs(DialogScript script) {
     machine::UseScreen(screen.Script ? &screen : nullptr);
 }
 
-std::vector<bool> TakeVolumePrograms() { return std::exchange(screen.Programs, {}); }
+std::vector<bool> DrainVolumePrograms() { return std::exchange(screen.Programs, {}); }

@@ -14,9 +14,9 @@ using machine::Call;
 using machine::CaptureDevice;
 using machine::Failure;
 
-std::atomic<int> objects{0}; // a count, ordered by nothing
+std::atomic<int> objects{0}; // number of objects alive
 
-// Counted. Each has one owner, who releases it once.
+// Counted in objects. Each object has one owner, which releases it once.
 template <class Interface>
 class Object : public Interface {
 public:
@@ -24,7 +24,7 @@ public:
     Object(const Object&) = delete;
     Object& operator=(const Object&) = delete;
     HRESULT QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
-    DWORD AddRef() override { return 1; } // nobody does
+    DWORD AddRef() override { return 1; } // not used
     DWORD Release() override {
         delete this;
         return 0;
@@ -65,7 +65,7 @@ private:
         if (stream_) stream_->Stop();
     }
     void Captured() override;
-    std::uint64_t BytesUntil(const DSBPOSITIONNOTIFY& place) const; // locked, as the next two
+    std::uint64_t BytesUntil(const DSBPOSITIONNOTIFY& place) const; // inside lock_, as the next two
     const DSBPOSITIONNOTIFY& NextPlace() const;
     void WriteUpTo(std::uint64_t byte);
     DWORD InRing(std::uint64_t byte) const {
@@ -73,13 +73,13 @@ private:
     }
 
     const std::uint64_t frameBytes_;
-    std::mutex lock_; // of all below; not held while Stop waits
+    std::mutex lock_; // guards the members below; not held while Stop waits
     const std::unique_ptr<machine::CaptureStream> stream_;
     std::vector<std::uint8_t> ring_;
     std::vector<DSBPOSITIONNOTIFY> places_;
     bool started_ = false;
     std::uint64_t written_ = 0; // bytes since Start
-    std::uint64_t base_ = 0;    // byte of the ring where it began
+    std::uint64_t base_ = 0;    // position of the ring at Start
 };
 
 HRESULT Buffer::QueryInterface(REFIID, void** object) {
@@ -110,7 +110,7 @@ HRESULT Buffer::Stop() {
     return DS_OK;
 }
 
-// From what is written to what lies behind the place's byte.
+// From the last byte written to the end of the notification's byte.
 std::uint64_t Buffer::BytesUntil(const DSBPOSITIONNOTIFY& place) const {
     const std::uint64_t size = ring_.size();
     const std::uint64_t until = (place.dwOffset + 1 + size - InRing(written_)) % size;
@@ -156,7 +156,8 @@ HRESULT Buffer::GetCurrentPosition(DWORD* captured, DWORD* readable) {
 HRESULT Buffer::Lock(DWORD offset, DWORD bytes, void** first, DWORD* firstBytes, void** second,
                      DWORD* secondBytes, DWORD) {
     if (const Failure failure{Call::CaptureBufferLock}) return failure;
-    if (offset + bytes > ring_.size()) return DSERR_INVALIDPARAM; // nobody asks for what wraps
+    if (offset + bytes > ring_.size())
+        return DSERR_INVALIDPARAM; // SoundInDx locks no range that wraps
     *first = ring_.data() + offset;
     *firstBytes = bytes;
     *second = nullptr;
@@ -189,7 +190,7 @@ private:
     const std::shared_ptr<CaptureDevice> device_;
 };
 
-// A GUID of the device's address: the same for as long as the device is there.
+// Made from the device's address: constant while the device exists.
 GUID GuidOf(const CaptureDevice& device) {
     const auto address = reinterpret_cast<std::uintptr_t>(&device);
     return {static_cast<std::uint32_t>(address),
@@ -221,7 +222,7 @@ HRESULT Create(LPCGUID guid, IDirectSoundCapture** capture, IUnknown*) {
     return DSERR_NODRIVER;
 }
 
-// By way of a type that the compiler takes for any function.
+// Cast through the generic function type, to avoid a warning.
 template <class Function>
 FARPROC AsEntry(Function* entry) {
     return reinterpret_cast<FARPROC>(reinterpret_cast<void (*)()>(entry));

@@ -1,15 +1,14 @@
-// A double of DirectSound capture, for the class that captures by it. It is offered to the machine
-// as the module "DSOUND.DLL" and stands on the same devices as waveIn. No more of it is there than
-// that class asks for.
+// A fake of DirectSound capture, of as many functions as SoundInDx uses. The machine loads it as
+// "DSOUND.DLL"; it captures from the same devices as waveIn.
 //
-// First comes "Primary Sound Capture Driver" without a GUID, which is device 0, then each device.
-// Sound is written into the ring up to each notification as it comes due. Where several have come
-// due meanwhile, only the last one's event is set: the device has fallen behind.
+// It lists "Primary Sound Capture Driver" first, without a GUID, which captures from device 0, then
+// each device. At each due notification the sound up to it is written into the ring. If several are
+// due, only the last one's event is set: the device has fallen behind.
 #pragma once
 
 enum class DirectSound { Absent, Present };
 
-// Holds across PowerOn.
+// PowerOn does not reset it.
 void SetDirectSound(DirectSound state);
 
-int OpenCaptureObjects(); // that exist now
+int OpenCaptureObjects(); // number of objects not yet released

@@ -48,13 +48,13 @@ void MachineTest::BringUp() {
     ASSERT_TRUE(ZorAllocMIDI(ZOR_QUEUE_INPUT, 1000));
 }
 
-std::vector<MIDIEvent> MachineTest::TakeReceived() {
+std::vector<MIDIEvent> MachineTest::DrainReceived() {
     std::vector<MIDIEvent> records;
     for (MIDIEvent event; ZorRcv(&event, 0);) records.push_back(event);
     return records;
 }
 
-std::vector<std::string> MachineTest::TakeBoxTexts() {
+std::vector<std::string> MachineTest::DrainBoxTexts() {
     std::vector<std::string> texts;
     for (const machine::Box& box : machine::TakeBoxes()) texts.push_back(box.Text);
     return texts;

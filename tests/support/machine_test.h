@@ -1,5 +1,5 @@
-// What the tests share: a machine of their own with a stepped clock and an ini file, and at the end
-// the question whether anything was left open.
+// Base class of the tests: a virtual machine with a stepped clock and an ini file. The destructor
+// expects that nothing is left open.
 #pragma once
 
 #include "engine/zormidi.h"
@@ -16,19 +16,20 @@ class MachineTest : public testing::Test {
 protected:
     explicit MachineTest(std::uint32_t clock = 1000) { PowerOn(clock); }
     ~MachineTest() override { PowerOff(); }
-    void TearDown() override; // what a test has the machine do reaches into the test
+    void TearDown() override; // removes faults and callbacks that refer to the test's variables
 
-    // As freshly loaded, in the middle of a test.
+    // Resets the machine; may be called during a test.
     static void PowerOn(std::uint32_t clock = 1000);
-    // Takes the library down. Nothing of it may be left.
+    // Shuts the library down and expects that nothing is left open.
     static void PowerOff();
 
     static std::string IniFile();
-    // Writes it anew, or removes it for an empty text.
+    // Replaces the file; an empty text removes it.
     static void WriteIni(const std::string& text);
 
-    // Brings the library up on that ini file, with a queue for what comes in.
+    // Initialises the library on that ini file, with an input queue.
     static void BringUp();
-    static std::vector<MIDIEvent> TakeReceived();
-    static std::vector<std::string> TakeBoxTexts();
+    // Return the received records, and the texts of the message boxes, since the last call.
+    static std::vector<MIDIEvent> DrainReceived();
+    static std::vector<std::string> DrainBoxTexts();
 };

@@ -10,7 +10,7 @@ bool Scarce = false;
 ScarceMemory::ScarceMemory() { Scarce = true; }
 ScarceMemory::~ScarceMemory() { Scarce = false; }
 
-// Only those that take a refusal; all else is the C++ library's.
+// The throwing forms stay those of the C++ library.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     return Scarce ? nullptr : operator new(size);
 }

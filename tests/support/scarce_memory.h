@@ -1,7 +1,7 @@
-// Memory that runs out on request, for those who ask for it without exceptions.
+// Simulates lack of memory for operator new with std::nothrow.
 #pragma once
 
-// While one lives, every such request is refused.
+// During its lifetime every such request fails.
 class ScarceMemory {
 public:
     ScarceMemory();

@@ -1,4 +1,4 @@
-// Strings, lists and blocks of memory as the other subsystems use them, and without memory.
+// Strings, lists and memory blocks, also when out of memory.
 #include "platform/machine.h"
 #include "support/error_box.h"
 #include "support/global_buffer.h"
@@ -31,16 +31,16 @@ struct Counted {
     static inline int Alive = 0;
 };
 
-TEST(TextString, TakesNumbersAndTextsOfAnyLength) {
+TEST(TextString, AppendsNumbersAndTextsOfAnyLength) {
     const std::string longText(300, 'x');
     TextString text(longText.c_str());
     const TextString copy(text);
-    EXPECT_TRUE(text.Append(text)); // the string itself, and a part of it
+    EXPECT_TRUE(text.Append(text)); // the string itself, and its own tail
     EXPECT_TRUE(text.Append(text.Text() + 599));
     EXPECT_TRUE(text.Append(TextString(std::numeric_limits<std::int32_t>::min())));
     EXPECT_EQ(longText + longText + "x-2147483648", text.Text());
     EXPECT_EQ(612, text.Capacity);
-    EXPECT_EQ('\xFF', text.Rep[0]); // what has grown counts as 255 at most
+    EXPECT_EQ('\xFF', text.Rep[0]); // the count byte is limited to 255
     EXPECT_EQ(300 & 0xFF, copy.Rep[0]);
     EXPECT_EQ(longText, copy.Text());
     EXPECT_STREQ("12", (static_cast<const char*>(nullptr) + TextString(12)).Text());
@@ -51,12 +51,12 @@ TEST(TextString, TakesNumbersAndTextsOfAnyLength) {
     TextString shortened("abcd");
     const char* const rep = shortened.Rep;
     shortened.Rep[3] = '\0';
-    EXPECT_TRUE(shortened.Append("ef")); // within its room
+    EXPECT_TRUE(shortened.Append("ef")); // without reallocation
     EXPECT_EQ(rep, shortened.Rep);
     EXPECT_STREQ("abef", shortened.Text());
 }
 
-TEST(PointerArray, GrowsAndDeletesWhatItOwns) {
+TEST(PointerArray, GrowsAndDeletesOwnedElements) {
     Counted mine(-1);
     {
         PointerArray<Counted> array;
@@ -77,7 +77,7 @@ TEST(PointerArray, GrowsAndDeletesWhatItOwns) {
     EXPECT_EQ(1, Counted::Alive);
 }
 
-TEST(WithoutMemory, EverythingStaysAsItWas) {
+TEST(OutOfMemory, LeavesObjectsUnchanged) {
     PointerArray<Counted> array;
     for (int number = 0; number < 16; ++number) ASSERT_TRUE(array.Append(new Counted(number)));
     const auto refused = std::make_unique<Counted>(16);
@@ -92,19 +92,19 @@ TEST(WithoutMemory, EverythingStaysAsItWas) {
     EXPECT_EQ(15, array.At(15)->Number);
     EXPECT_FALSE(list.AppendText("another"));
     EXPECT_EQ(1, list.Count);
-    EXPECT_STREQ("Microphone", list.At(0)->Text()); // its own copy
+    EXPECT_STREQ("Microphone", list.At(0)->Text()); // a copy
     EXPECT_FALSE(text.Append(" and more"));
     EXPECT_STREQ("kept", text.Text());
     EXPECT_STREQ("", TextString(text).Text());
 }
 
-TEST(GlobalBuffer, IsZeroAndStaysWhereItIs) {
+TEST(GlobalBuffer, IsZeroedAndDoesNotMove) {
     GlobalBuffer buffer(1024, 1, true);
     auto* bytes = static_cast<unsigned char*>(buffer.Lock());
     ASSERT_NE(nullptr, bytes);
     EXPECT_TRUE(std::all_of(bytes, bytes + 1024, [](unsigned char byte) { return byte == 0; }));
     EXPECT_EQ(bytes, buffer.Lock());
-    // Left locked twice: the destructor gives the locks back, and the block with them.
+    // Still locked twice: the destructor unlocks and frees the block.
     machine::FailCall(machine::Call::GlobalAlloc, 1, 0);
     GlobalBuffer none(64, 1, true);
     EXPECT_EQ(nullptr, none.Handle);
@@ -113,10 +113,10 @@ TEST(GlobalBuffer, IsZeroAndStaysWhereItIs) {
     EXPECT_NE(nullptr, GlobalBuffer(64, 2, true).Handle);
     EXPECT_EQ(nullptr, GlobalBuffer(64, 3, true).Handle);
     EXPECT_EQ(nullptr, GlobalBuffer(0, 1, true).Handle);
-    GlobalFree(GlobalBuffer(64, 1, false).Handle); // owned by this line alone
+    GlobalFree(GlobalBuffer(64, 1, false).Handle); // not owned by the object
 }
 
-TEST(LockedMemory, IsNotThereWhereACallFails) {
+TEST(LockedMemory, IsNullWhereACallFails) {
     for (const auto call : {machine::Call::GlobalAlloc, machine::Call::GlobalLock}) {
         machine::FailCall(call, 1, 0);
         EXPECT_EQ(nullptr, Sonorel::AllocateLocked(GMEM_MOVEABLE, 64));
@@ -124,24 +124,24 @@ TEST(LockedMemory, IsNotThereWhereACallFails) {
     Sonorel::FreeLocked(nullptr);
 }
 
-TEST(Lock, IsNotWaitedForByWhoOnlyTries) {
+TEST(Lock, TryEnterDoesNotWait) {
     Sonorel::ObjectLock lock;
     const Sonorel::LockScope scope(lock);
     std::thread([&] { EXPECT_FALSE(lock.TryEnter()); }).join();
 }
 
-TEST(Profile, WritesNumbersOrSaysThatItCannot) {
+TEST(Profile, WritesNumbersOrReturnsFalse) {
     EXPECT_TRUE(WriteProfileInt("Section", "Key", -2147483647, "profile.ini"));
     EXPECT_EQ(-2147483647,
               static_cast<int>(GetPrivateProfileIntA("Section", "Key", 1, "profile.ini")));
     EXPECT_FALSE(WriteProfileInt("Section", "Key", 1, "profile.ini/profile.ini"));
 }
 
-TEST(ErrorBox, ComesUpOnTopWithoutAnOwner) {
+TEST(ErrorBox, IsTopmostAndHasNoOwner) {
     machine::PowerOn();
     Sonorel::ShowErrorBox(TextString("text"), TextString("caption"), MB_ICONHAND);
     const auto dialog = reinterpret_cast<HWND>(&machine::TakeBoxes);
-    Sonorel::TellUnwritten(dialog, "title", "file");
+    Sonorel::ShowNotSavedBox(dialog, "title", "file");
     const auto boxes = machine::TakeBoxes();
     ASSERT_EQ(2u, boxes.size());
     EXPECT_EQ(dialog, boxes[1].Owner);

@@ -1,5 +1,5 @@
-// A test that hangs is ended and named, and so fails. It has 4 minutes, or the seconds that
-// ZOR_PATIENCE says.
+// Ends the program with the name of the test if a test takes longer than 4 minutes, or than the
+// number of seconds in the environment variable ZOR_PATIENCE.
 #include <csignal>
 #include <cstdlib>
 #include <gtest/gtest.h>

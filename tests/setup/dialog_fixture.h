@@ -1,7 +1,8 @@
-// A host window, and the library up on the machine with its dialogs shown to a script.
+// Base class of the dialogs' tests: a host window and the initialised library, with a script as
+// user.
 #pragma once
 
-#include "engine/lifecycle.h"
+#include "engine/library_state.h"
 #include "mme/ports.h"
 #include "mme/setup_dialog.h"
 #include "tests/support/dialog_user.h"
@@ -13,18 +14,18 @@
 #include <string>
 #include <tuple>
 
-// ID of a control of row i, as the ids of both layouts are made.
+// Id of the device list of row i.
 constexpr int InList(int row) { return midisetup::InDevice + row; }
 constexpr int OutList(int row) { return midisetup::OutDevice + row; }
 
-using Heard = std::tuple<unsigned, std::uintptr_t, std::intptr_t>; // a message and its values
+using HostMessage = std::tuple<unsigned, std::uintptr_t, std::intptr_t>; // and its parameters
 
-class Desk : public MachineTest {
+class DialogTest : public MachineTest {
 protected:
     void SetUp() override {
         Parent = machine::CreateHostWindow(
             [this](unsigned message, std::uintptr_t first, std::intptr_t second) {
-                HostHeard.emplace_back(message, first, second);
+                HostMessages.emplace_back(message, first, second);
             });
     }
     void TearDown() override {
@@ -45,7 +46,7 @@ protected:
         std::erase(plain, '\r');
         return plain;
     }
-    // "-" for a key that is not there.
+    // Value of a key in the ini file; "-" if there is none.
     static std::string Key(const std::string& key) {
         std::istringstream lines(ReadIni());
         for (std::string line; std::getline(lines, line);)
@@ -53,19 +54,19 @@ protected:
         return "-";
     }
 
-    static void ComeUp() { ASSERT_TRUE(LibraryIsUp() || MIDISysInit(0) == -1); }
-    // Shows the dialog of a driver row to a user who does this.
+    static void Initialise() { ASSERT_TRUE(LibraryIsUp() || MIDISysInit(0) == -1); }
+    // Shows the dialog of a driver row and runs the user's actions.
     void Show(int row, DialogScript user) {
-        ComeUp();
+        Initialise();
         int shown = 0;
-        ScriptDialogs([&](DialogUser& at) {
+        ScriptDialogs([&](DialogUser& target) {
             ++shown;
-            user(at);
+            user(target);
         });
         ZorConfigMIDIDriver(Parent, static_cast<std::int16_t>(row));
         EXPECT_EQ(shown, 1);
     }
 
     void* Parent = nullptr;
-    std::vector<Heard> HostHeard;
+    std::vector<HostMessage> HostMessages;
 };
