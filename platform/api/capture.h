@@ -21,7 +21,7 @@
 #pragma once
 
 #include "platform/api/level.h"
-#include "platform/api/pcm_format.h"
+#include "platform/machine/pcm_format.h"
 
 #include <cstdint>
 #include <memory>

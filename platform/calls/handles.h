@@ -2,7 +2,7 @@
 #pragma once
 
 #include "platform/common/handles.h"
-#include "platform/common/lasting.h"
+#include "platform/common/immortal_singleton.h"
 #include "platform/machine/faults.h"
 #include "platform/system/types.h"
 

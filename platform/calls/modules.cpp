@@ -3,7 +3,7 @@
 #include "platform/machine/modules.h"
 
 #include "platform/calls/names.h"
-#include "platform/common/lasting.h"
+#include "platform/common/immortal_singleton.h"
 #include "platform/machine/faults.h"
 #include "platform/machine/power.h"
 #include "platform/system/kernel.h"

@@ -1,6 +1,6 @@
 // The millisecond clock and its one-shots, on the machine's clock. A one-shot's identifier is the
 // token of its action.
-#include "platform/common/lasting.h"
+#include "platform/common/immortal_singleton.h"
 #include "platform/api/clock.h"
 #include "platform/machine/faults.h"
 #include "platform/machine/power.h"

@@ -1,6 +1,6 @@
 // The machine's clock, real and stepped, and the lanes that run what falls due.
 #include "platform/api/clock.h"
-#include "platform/common/lasting.h"
+#include "platform/common/immortal_singleton.h"
 
 #include <algorithm>
 #include <array>

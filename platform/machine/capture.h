@@ -3,7 +3,7 @@
 // waveIn device n is the nth microphone still plugged in. Thread: any that steers, at any time.
 #pragma once
 
-#include "platform/api/pcm_format.h"
+#include "platform/machine/pcm_format.h"
 #include "platform/machine/level.h"
 
 #include <cstdint>

@@ -1,6 +1,6 @@
 #include "platform/machine/power.h"
 
-#include "platform/common/lasting.h"
+#include "platform/common/immortal_singleton.h"
 #include "platform/machine.h"
 
 namespace machine {

@@ -1,6 +1,6 @@
 #include "platform/api/midi.h"
 
-#include "platform/common/lasting.h"
+#include "platform/common/immortal_singleton.h"
 #include "platform/machine/midi.h"
 
 #include <mutex>

@@ -1,7 +1,7 @@
 #include "platform/ui/windows.h"
 
 #include "platform/common/handles.h"
-#include "platform/common/lasting.h"
+#include "platform/common/immortal_singleton.h"
 #include "platform/ui/dialog.h"
 
 #include <deque>

@@ -1,5 +1,5 @@
 // The default output of a machine without outputs: what is sent to it sounds nowhere.
-#include "platform/common/lasting.h"
+#include "platform/common/immortal_singleton.h"
 #include "platform/api/midi.h"
 
 namespace machine {

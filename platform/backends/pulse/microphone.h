@@ -3,7 +3,7 @@
 #pragma once
 
 #include "platform/backends/pulse/level.h"
-#include "platform/backends/pulse/monitor.h"
+#include "platform/backends/pulse/playthrough.h"
 
 #include "platform/api/capture.h"
 

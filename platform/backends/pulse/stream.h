@@ -3,7 +3,7 @@
 
 #include "platform/api/capture.h"
 #include "platform/api/clock.h"
-#include "platform/backends/pulse/recording.h"
+#include "platform/backends/pulse/connection.h"
 
 #include <cstdint>
 #include <mutex>

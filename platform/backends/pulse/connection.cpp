@@ -1,4 +1,4 @@
-#include "platform/backends/pulse/recording.h"
+#include "platform/backends/pulse/connection.h"
 
 #include "platform/backends/pulse/microphone.h"
 

@@ -2,7 +2,7 @@
 // that comes in small pieces, so it is heard at once, and it ends with the process in any case.
 #pragma once
 
-#include "platform/backends/pulse/recording.h"
+#include "platform/backends/pulse/connection.h"
 
 namespace machine {
 

@@ -1,4 +1,4 @@
-#include "platform/backends/pulse/monitor.h"
+#include "platform/backends/pulse/playthrough.h"
 
 #include <utility>
 #include <vector>
