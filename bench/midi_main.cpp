@@ -3,8 +3,8 @@
 #include "bench/cost.h"
 #include "engine/zormidi.h"
 #include "platform/api/clock.h"
-#include "platform/machine.h"
 #include "platform/backends/alsa/alsa.h"
+#include "platform/machine.h"
 #include "platform/platform.h"
 
 #ifdef MEASURE_RTMIDI
@@ -63,7 +63,7 @@ public:
 
 private:
     void Read() {
-        machine::HastenThread();
+        device::RaiseThreadPriority();
         for (snd_seq_event_t* event = nullptr; snd_seq_event_input(Handle, &event) >= 0;)
             if (event->type == SND_SEQ_EVENT_NOTEON) Heard = event->data.note.note;
     }

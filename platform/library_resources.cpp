@@ -1,10 +1,10 @@
-// The library as a module: its strings and dialogs, made from the files in resources/, whose
-// address is the module's handle.
+// The library's resources, made from the files in resources/: its strings and dialogs. Their
+// address is the library's module handle.
 #include "engine/library_instance.h"
 #include "platform/api/clock.h"
 #include "platform/ui/template.h"
 
-// Named by whoever links the library's parts into a program of its own, so that the linker keeps
+// A program that links the library's parts statically refers to this name, so that the linker keeps
 // this file.
 // clang-format off
 extern "C" __attribute__((visibility("hidden"))) const ui::Resources ZorModule = {
@@ -13,7 +13,7 @@ extern "C" __attribute__((visibility("hidden"))) const ui::Resources ZorModule =
 #include "resources/strings.inc"
     },
     {
-// As the resource compiler does, every control is visible unless it is told hidden.
+// As the resource compiler does, every control is visible unless it is HIDDEN.
 #define DIALOG(id, caption, style, x, y, w, h, points, font) {id, caption, x, y, w, h, {
 #define ITEM(text, id, class, style, x, y, w, h) {text, id, class, (style) | WS_VISIBLE, x, y, w, h},
 #define HIDDEN(text, id, class, style, x, y, w, h) {text, id, class, style, x, y, w, h},
@@ -30,7 +30,7 @@ public:
     Attachment() {
         ModuleInstance = reinterpret_cast<HINSTANCE>(const_cast<ui::Resources*>(&ZorModule));
     }
-    ~Attachment() { machine::LetActionsEnd(); }
+    ~Attachment() { device::WaitForActions(); }
 } attachment;
 
 } // namespace

@@ -178,7 +178,7 @@ int main(int count, char** arguments) {
     Expect(torn == 0, "no record is torn");
     Expect(received > 0, "something came in");
     Expect(sung > 0 || minutes < 1, "something was sung");
-    Expect(machine::TakeBoxes().empty(), "nobody was told of an error");
+    Expect(machine::DrainBoxes().empty(), "nobody was told of an error");
     Expect(machine::OpenMidiInputs() + machine::OpenMidiOutputs() == 0, "ports are closed");
     Expect(machine::OpenWaveIns() + machine::OpenMixers() == 0, "the microphone is closed");
     Expect(machine::PendingTimers().empty() && machine::OpenTimerPeriods().empty(), "time stands");

@@ -1,14 +1,14 @@
-// What lasts as long as the process.
+// Objects that live as long as the process.
 #pragma once
 
-namespace machine {
+namespace common {
 
-// The one object of its type, made when it is first asked for. Never destroyed, since threads of
-// the machine's run until the process ends. Thread: any.
+// The one object of its type, made at the first call. Never destroyed, since lane threads
+// (api/clock.h) run until the process ends. Thread: any. Real time: yes, but for the first call.
 template <class Object>
-Object& The() {
+Object& ImmortalSingleton() {
     static Object& object = *new Object;
     return object;
 }
 
-} // namespace machine
+} // namespace common

@@ -7,11 +7,11 @@ namespace machine {
 
 using Resets = std::vector<void (*)()>;
 
-AtPowerOn::AtPowerOn(void (*reset)()) { The<Resets>().push_back(reset); }
+AtPowerOn::AtPowerOn(void (*reset)()) { common::ImmortalSingleton<Resets>().push_back(reset); }
 
 void PowerOn() {
     UseRealClock();
-    for (const auto reset : The<Resets>()) reset();
+    for (const auto reset : common::ImmortalSingleton<Resets>()) reset();
 }
 
 } // namespace machine

@@ -60,7 +60,7 @@ constexpr DWORD CALLBACK_FUNCTION = 0x30000;
 } // namespace zorsystem
 
 // The rooms below the seam use the names as the code above it does.
-namespace machine {
+namespace calls {
 using namespace zorsystem;
 }
 namespace ui {

@@ -38,8 +38,8 @@ TEST_F(Clock, AHostIsToldOfWhatTheTimersThreadHasDone) {
     machine::AfterTimers([] { told.push_back(timeGetTime()); });
     timeSetEvent(
         3, 1, [](UINT, UINT, DWORD_PTR, DWORD_PTR, DWORD_PTR) { told.push_back(0); }, 0, 0);
-    machine::Schedule(
-        machine::Lane::Audio, 1001'000, [](void*, std::uintptr_t) {}, nullptr);
+    device::Schedule(
+        device::Lane::Audio, 1001'000, [](void*, std::uintptr_t) {}, nullptr);
     machine::AddMidiInput("Keys");
     HMIDIIN in = nullptr;
     midiInOpen(&in, 0, 0, 0, CALLBACK_NULL);
@@ -82,9 +82,9 @@ TEST_F(Clock, RealTimersNeverComeBeforeTheirMillisecond) {
 
 // ---- what all devices share --------------------------------------------------------------------
 
-using machine::Lane;
-using machine::Schedule;
-using machine::Token;
+using device::Lane;
+using device::Schedule;
+using device::Token;
 
 std::vector<std::uintptr_t> ran;
 void Keep(void*, std::uintptr_t argument) { ran.push_back(argument); }
@@ -107,11 +107,11 @@ TEST_F(Clock, KeepsOrderUnderARandomLoad) {
         } else if (choice < 90 && !model.empty()) {
             const auto some =
                 std::next(model.begin(), random() % std::min<std::size_t>(model.size(), 50));
-            EXPECT_TRUE(machine::Unschedule(some->first.second));
-            EXPECT_FALSE(machine::Unschedule(some->first.second));
+            EXPECT_TRUE(device::Unschedule(some->first.second));
+            EXPECT_FALSE(device::Unschedule(some->first.second));
             model.erase(some);
         } else if (choice == 90) {
-            machine::UnscheduleAll(&contexts[step % 3]);
+            device::UnscheduleAll(&contexts[step % 3]);
             std::erase_if(model, [step](const auto& each) { return each.second % 3 == step % 3; });
         } else {
             machine::Advance(1);
@@ -140,10 +140,10 @@ TEST_F(Clock, ForgettingAndLeavingWaitForAnActionUnderWay) {
         Schedule(leaving ? Lane::Timers : Lane::Audio, machine::Microseconds(), action, &state);
         while (!state.Inside) std::this_thread::yield();
         int other = 0;
-        machine::UnscheduleAll(&other); // of no concern to this one
+        device::UnscheduleAll(&other); // of no concern to this one
         EXPECT_FALSE(state.Ended);
         const std::jthread helper([&] { state.MayEnd = true; });
-        leaving ? machine::LetActionsEnd() : machine::UnscheduleAll(&state);
+        leaving ? device::WaitForActions() : device::UnscheduleAll(&state);
         EXPECT_TRUE(state.Ended);
     }
 }
@@ -160,7 +160,7 @@ TEST_F(Clock, EveryActionRunsOnceUnlessItWasForgotten) {
             const Token token = Schedule(
                 random() % 2 ? Lane::Audio : Lane::Timers, In(random() % 500),
                 [](void*, std::uintptr_t) { ++runs; }, nullptr);
-            if (random() % 3 == 0 && machine::Unschedule(token)) ++forgotten;
+            if (random() % 3 == 0 && device::Unschedule(token)) ++forgotten;
         }
     };
     const std::jthread other(load, 2);

@@ -67,7 +67,7 @@ TEST_F(Midi, TheWireTakesWhatTheStatusCallsFor) {
         got.clear();
         EXPECT_EQ(midiOutShortMsg(out, sent), MMSYSERR_NOERROR);
         machine::Advance(1);
-        EXPECT_EQ(machine::TakeSentMidi().at(0).Message & 0xFF, sent & 0xFF);
+        EXPECT_EQ(machine::DrainSentMidi().at(0).Message & 0xFF, sent & 0xFF);
         EXPECT_EQ(got.empty() ? 0 : got[0].first, arrived) << std::hex << sent;
     }
 }

@@ -82,7 +82,7 @@ TEST_P(BothCapturesTest, EndsQuietlyWhenTheDeviceHasFallenSilentOrIsUnplugged) {
     EXPECT_TRUE(listener.Take().empty());
     EXPECT_TRUE(input->Close());
     EXPECT_FALSE(input->Open(22050));
-    EXPECT_EQ(GetParam() == DirectSound::Absent ? 1u : 0u, machine::TakeBoxes().size());
+    EXPECT_EQ(GetParam() == DirectSound::Absent ? 1u : 0u, machine::DrainBoxes().size());
 }
 
 // A block that comes late is stamped with when it sounded, not with when it came, in whatever unit

@@ -63,7 +63,7 @@ TEST_P(DeviceTest, GoesOverAndCapturesIfItDidBefore) {
     input->Start();
     EXPECT_EQ(-1, Heard());
     input->Close();
-    machine::TakeBoxes();
+    machine::DrainBoxes();
 }
 
 // The other device's mixer has controls of the same numbers, and none of them is a microphone's.

@@ -35,7 +35,7 @@ TEST_P(BothCapturesTest, TakesItsStepsInAnyOrder) {
         input->Close();
         ASSERT_EQ(0, machine::OpenWaveIns() + OpenCaptureObjects() + machine::OpenMixers()) << told;
     }
-    EXPECT_TRUE(machine::TakeBoxes().empty());
+    EXPECT_TRUE(machine::DrainBoxes().empty());
 }
 
 // A thread that ended by itself leaves the request to end behind it; the next run must not see it.

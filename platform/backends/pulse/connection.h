@@ -1,71 +1,72 @@
-// A recording that is always of the same source: it ends when the source or the server goes, and
-// begins again by itself when they are back.
+// A connection to one source: a record stream that ends when the source or the server goes, and is
+// opened again by itself when they are back.
 //
-// What the servers taught: the state of a stream does not tell whether its source is there. One
-// server lets the stream fail, another moves it to some other source without a word, or leaves it
-// as it is, silent for ever. So the list of sources decides, and a recording that stays silent is
-// opened anew.
+// The state of a record stream does not show whether its source is plugged in. One server lets the
+// stream fail, another silently moves it to a different source, or leaves it open without data for
+// good. So the server's list of sources decides, and a stream without data is reopened.
 #pragma once
 
 #include "platform/backends/pulse/client.h"
 
 #include <cstddef>
 
-namespace machine {
+namespace device {
 
-class NativeMicrophone;
+class PulseMicrophone;
 
-// Sound as the server has sent it. Data is null for a hole.
-struct HeardSound {
+// A block that the server has sent. Data is null for a gap, which counts as silence.
+struct CapturedSound {
     const void* Data;
     std::size_t Frames;
-    pa_usec_t Age; // of the last frame
+    pa_usec_t Age; // microseconds since the last frame was captured
 };
 
-// All of it runs with the server's lock held.
-class Recording : public ServerClient {
+// All functions are called with the client's lock held.
+class SourceConnection : public PulseListener {
 public:
-    // block: frames that the server may gather before it sends them.
-    Recording(NativeMicrophone& microphone, const pa_sample_spec& format, const char* purpose,
-              std::uint32_t block);
-    virtual ~Recording() = default; // after End
-    Recording(const Recording&) = delete;
-    Recording& operator=(const Recording&) = delete;
+    // block: frames that the server may collect before it sends them. purpose: the stream's name as
+    // users see it.
+    SourceConnection(PulseMicrophone& microphone, const pa_sample_spec& format, const char* purpose,
+                     std::uint32_t block);
+    virtual ~SourceConnection() = default; // after End
+    SourceConnection(const SourceConnection&) = delete;
+    SourceConnection& operator=(const SourceConnection&) = delete;
 
     void Begin();
     void End();
-    bool On() const { return Begun; }
-    // Gives its volume the microphone's level.
+    bool IsBegun() const { return Begun; }
+    // Sets the stream's volume to the microphone's level.
     void ApplyLevel();
 
 protected:
-    // On the connection's thread, which it may not hold up.
-    virtual void Heard(const HeardSound& sound) = 0;
+    // Called for each block on the client's thread; must not block.
+    virtual void OnSound(const CapturedSound& sound) = 0;
 
     const pa_sample_spec Format;
 
 private:
-    void SourcesChanged() override;
-    void LevelMoved(std::uint32_t recordingIndex) override;
-    void Look() override;
+    void OnSourcesChanged() override;
+    void OnLevelChanged(std::uint32_t streamIndex) override;
+    void OnSecond() override;
 
-    bool Ready() const;
+    bool IsReady() const;
     void Open(const Source& source);
     void Close();
-    void StreamChanged();
+    void OnStreamState();
     void Read();
-    void AskLevel();
+    void RequestLevel();
 
-    NativeMicrophone& Of;
+    PulseMicrophone& Microphone;
     const char* const Purpose;
     const std::uint32_t Block;
     bool Begun = false;
-    pa_stream* Stream = nullptr;
+    pa_stream* Stream = nullptr; // null while the source is gone
     std::uint32_t SourceIndex = PA_INVALID_INDEX;
-    pa_usec_t LastSound = 0;           // or when it was opened
-    bool Sounding = false;             // and nothing has come to an end since
-    pa_operation* Setting = nullptr;   // of our level: until it is done nobody else has moved it
-    pa_operation* AskingFor = nullptr; // the level
+    pa_usec_t LastSound = 0; // time of the last block, or of opening, on libpulse's clock
+    bool NeedsPause = false; // sound has come since the last pause of silence
+    // Setting our level; changes that are reported before it is done are our own.
+    pa_operation* LevelWrite = nullptr;
+    pa_operation* LevelRequest = nullptr;
 };
 
-} // namespace machine
+} // namespace device

@@ -1,24 +1,25 @@
-// A microphone in the speakers. The sound is played by this process, from a recording of its own
-// that comes in small pieces, so it is heard at once, and it ends with the process in any case.
+// Plays a microphone through the speakers. This process plays the sound, from a record stream of
+// its own with short blocks, so that the delay is short and playing ends with the process in any
+// case.
 #pragma once
 
 #include "platform/backends/pulse/connection.h"
 
-namespace machine {
+namespace device {
 
-// With the server's lock held.
-class Listening : public Recording {
+// All functions are called with the client's lock held.
+class Playthrough : public SourceConnection {
 public:
-    explicit Listening(NativeMicrophone& microphone);
-    void Turn(bool on);
+    explicit Playthrough(PulseMicrophone& microphone);
+    void Enable(bool enable);
 
 private:
-    void Heard(const HeardSound& sound) override;
+    void OnSound(const CapturedSound& sound) override;
     void OpenSpeakers();
     void CloseSpeakers();
 
-    pa_stream* Speakers = nullptr; // the system's default ones
-    pa_usec_t Opened = 0;
+    pa_stream* Speakers = nullptr; // the system's default output
+    pa_usec_t OpenTime = 0;        // of the last attempt, on libpulse's clock
 };
 
-} // namespace machine
+} // namespace device

@@ -1,6 +1,6 @@
 // Microphones of a sound server: heard, pulled out, put back, turned up and down, and the server
 // itself stalled, killed and started again. Nothing is asked but what comes of it, in which order.
-#include "tests/platform/capture_back_end.h"
+#include "tests/platform/capture_instrument.h"
 
 #include "platform/api/capture.h"
 #include "soundin/sound_in_win.h"
@@ -17,6 +17,7 @@
 
 namespace {
 
+using namespace device;
 using namespace machine;
 
 constexpr int Rate = 22050;
@@ -45,16 +46,18 @@ bool Listed() {
                                [](const auto& each) { return each.Name == "Voice"; });
 }
 
-} // namespace
-
-const std::chrono::microseconds SoundComesEvery{25000};
-const int Stops = 10;
 void PlugMicrophone() {
     UseNativeMicrophones();
     EXPECT_TRUE(Server("plug") && Comes(Listed));
 }
 void UnplugMicrophone() {
     EXPECT_TRUE(Server("unplug") && Comes([] { return !Listed(); }));
+}
+
+} // namespace
+
+CaptureInstrument TestedMicrophone() {
+    return {"pulse", PlugMicrophone, UnplugMicrophone, std::chrono::milliseconds(25), 10};
 }
 
 namespace {
@@ -134,7 +137,7 @@ protected:
         EXPECT_TRUE(Control(RecordingLine).Read({&value, 1}));
         return value;
     }
-    static machine::Level& Control(std::uint32_t destination) {
+    static device::Level& Control(std::uint32_t destination) {
         for (const auto& level : CaptureDevices()[0]->Levels())
             if (level->Place.Destination == destination) return *level;
         ADD_FAILURE();
@@ -212,7 +215,7 @@ TEST_F(RealMicrophone, EachHasANameOfItsOwnAndMonitorsComeLast) {
     ASSERT_EQ(found.size(), 4u);
     EXPECT_EQ(found[1].Name, "Stimme_über_einunddreißig_Byt");
     EXPECT_EQ(found[2].Name, "Stimme_über_einunddreißig_ #2");
-    EXPECT_TRUE(found[3].Monitor && !found[2].Monitor);
+    EXPECT_TRUE(found[3].IsMonitor && !found[2].IsMonitor);
     EXPECT_TRUE(Shell("xargs -n 1 pactl unload-module <$XDG_RUNTIME_DIR/twins"));
 }
 
