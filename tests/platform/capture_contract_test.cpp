@@ -16,7 +16,7 @@ namespace {
 using namespace device;
 using namespace machine;
 
-// Locked while it calls the stream, as owners are.
+// Holds its lock while it calls the stream, as real owners do.
 class Owner final : public CaptureOwner {
 public:
     void OnFramesCaptured() override {
@@ -32,7 +32,7 @@ public:
         stream.WakeAt(frame);
     }
     void Await(CaptureStream& stream, std::uint64_t frame) {
-        while (woken_.try_acquire()) { // what came before
+        while (woken_.try_acquire()) { // forgets earlier calls
         }
         WakeAt(stream, frame);
         woken_.acquire();
@@ -88,7 +88,7 @@ TEST_P(CaptureContract, CountsWhileItRunsAndWakesOnceForTheLastFrameAskedFor) {
         ASSERT_TRUE(Stream->Start());
         Listener.WakeAt(*Stream, 1'000'000'000);
         Listener.Await(*Stream, 200);
-        Listener.Await(*Stream, 100); // has come already
+        Listener.Await(*Stream, 100); // already reached
         Stream->Stop();
         const std::uint64_t stopped = Stream->Position();
         Listener.WakeAt(*Stream, 0);
@@ -142,7 +142,7 @@ TEST_P(CaptureContract, OnceGoneItStandsStillAndIsNotToBeHad) {
     ReadAll();
     Stream->Stop();
     EXPECT_EQ(Listener.Wakes, 1);
-    EXPECT_EQ(Stream->Start(), !Stream->IsGone()); // it may come back
+    EXPECT_EQ(Stream->Start(), !Stream->IsGone()); // a stream that is not gone may start and wait
     EXPECT_FALSE(Device->Open(Format, Listener));
 }
 

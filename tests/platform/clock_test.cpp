@@ -53,8 +53,8 @@ TEST_F(Clock, AHostIsToldOfWhatTheTimersThreadHasDone) {
     midiInClose(in);
 }
 
-// With the real clock no more can be said of a timer than that it never comes early, in whichever
-// part of a millisecond it was set.
+// On the real clock a timer must not expire early, in whatever part of a millisecond it was set;
+// how late it is depends on the computer.
 struct Link {
     DWORD Due = timeGetTime() + 1;
     std::atomic<int> Left{100}, Early{0};
@@ -67,7 +67,7 @@ void CALLBACK NoteEarly(UINT, UINT, DWORD_PTR user, DWORD_PTR, DWORD_PTR) {
     while (machine::Microseconds() < odd) {
     }
     chain.Due = timeGetTime() + 1;
-    // Set before the count goes down: the test may take the link away after that.
+    // Set before the count decreases, since the test may destroy the link after that.
     if (left > 1) timeSetEvent(1, 1, NoteEarly, user, TIME_ONESHOT);
     chain.Left = left - 1;
 }
@@ -80,7 +80,8 @@ TEST_F(Clock, RealTimersNeverComeBeforeTheirMillisecond) {
     EXPECT_EQ(link.Early, 0);
 }
 
-// ---- what all devices share --------------------------------------------------------------------
+// ---- the interface that all devices share
+// --------------------------------------------------------------------
 
 using device::Lane;
 using device::Schedule;
@@ -91,7 +92,7 @@ void Keep(void*, std::uintptr_t argument) { ran.push_back(argument); }
 
 std::uint64_t In(std::uint64_t microseconds) { return machine::Microseconds() + microseconds; }
 
-// Against a plain list of what should be left, with adding, forgetting and time all mixed.
+// Compares with a plain list, while actions are added and removed and time moves at random.
 TEST_F(Clock, KeepsOrderUnderARandomLoad) {
     std::mt19937 random(7);
     std::map<std::pair<std::uint64_t, Token>, std::uintptr_t> model; // by due time, then by age
@@ -140,7 +141,7 @@ TEST_F(Clock, ForgettingAndLeavingWaitForAnActionUnderWay) {
         Schedule(leaving ? Lane::Timers : Lane::Audio, machine::Microseconds(), action, &state);
         while (!state.Inside) std::this_thread::yield();
         int other = 0;
-        device::UnscheduleAll(&other); // of no concern to this one
+        device::UnscheduleAll(&other); // does not wait for another context's action
         EXPECT_FALSE(state.Ended);
         const std::jthread helper([&] { state.MayEnd = true; });
         leaving ? device::WaitForActions() : device::UnscheduleAll(&state);
@@ -148,7 +149,7 @@ TEST_F(Clock, ForgettingAndLeavingWaitForAnActionUnderWay) {
     }
 }
 
-// Many threads at once on the real clock: nothing is lost, and nothing runs twice.
+// Two threads at once on the real clock: no action is lost or runs twice.
 TEST_F(Clock, EveryActionRunsOnceUnlessItWasForgotten) {
     machine::UseRealClock();
     static std::atomic<int> runs;
@@ -166,7 +167,7 @@ TEST_F(Clock, EveryActionRunsOnceUnlessItWasForgotten) {
     const std::jthread other(load, 2);
     load(1);
     while (runs + forgotten < 4000) std::this_thread::yield();
-    machine::UseSteppedClock(); // whatever is still to come now came too often
+    machine::UseSteppedClock(); // drops pending actions: any would be one too many
     EXPECT_EQ(runs + forgotten, 4000);
 }
 

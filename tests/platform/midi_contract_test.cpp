@@ -114,7 +114,7 @@ TEST_P(MidiContract, NothingComesBehindStopAndClose) {
 TEST_P(MidiContract, ACallbackMaySendAndMayCloseItsOwnDevice) {
     Within = [&] {
         if (Got.size() < 5)
-            Send({0xF8}); // an echo that feeds itself, and then an end to it
+            Send({0xF8}); // an echo loop, ended below
         else
             EXPECT_EQ(midiInClose(In), MMSYSERR_NOERROR);
     };
@@ -159,15 +159,15 @@ TEST_P(MidiContract, PulledOutItSaysSoAndPluggedInAgainItGoesOn) {
     EXPECT_EQ(Await(1), Messages{0x3C80}); // which was held
     EXPECT_EQ(midiInGetNumDevs() + midiOutGetNumDevs(), 0u);
     for (const MMRESULT result : {MMSYSERR_NODRIVER, MMSYSERR_NOERROR, MMSYSERR_NOERROR})
-        EXPECT_EQ(midiOutShortMsg(Out, 0xF8), result); // once, not for each message of a piece
+        EXPECT_EQ(midiOutShortMsg(Out, 0xF8), result); // fails once, not for each message of a song
     EXPECT_EQ(midiInStart(In), MMSYSERR_NODRIVER);
-    // What leads to the end of a handle succeeds.
+    // Calls that lead to closing a handle succeed.
     EXPECT_EQ(midiOutReset(Out), MMSYSERR_NOERROR);
     GetParam().PlugAgain();
     awaitBoth();
     EXPECT_FALSE(told.try_acquire());
     EXPECT_EQ(device::MidiDeviceAt(device::MidiDirection::Output, 0), device);
-    EXPECT_EQ(midiOutReset(Out), MMSYSERR_NOERROR); // nothing sounds there any more
+    EXPECT_EQ(midiOutReset(Out), MMSYSERR_NOERROR); // no note sounds any more
     Send({0xFE});
     EXPECT_EQ(Await(1), Messages{0xFE});
     GetParam().Unplug();

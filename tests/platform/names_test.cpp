@@ -1,4 +1,4 @@
-// What the computer's MIDI ports are called.
+// The names of the computer's MIDI ports.
 #include "platform/api/names.h"
 #include "platform/backends/alsa/names.h"
 
@@ -21,12 +21,12 @@ TEST(NativeNames, AreTheSystemsWithoutWhatChangesEachTime) {
 TEST(NativeNames, AreOneOfAKindAndFit) {
     std::vector<std::string> names;
     for (const auto& [whole, unique] :
-         {std::pair{"#", "#"}, // on its own no mark
+         {std::pair{"#", "#"}, // not taken for a number
           {"Keys", "Keys"},
           {"Keys", "#2 Keys"},
           {"Keys", "#3 Keys"},
           {"Keys B", "Keys B"},
-          {"Keys B", "#4 Keys B"}, // the second, but not "#2 Keys" and more
+          {"Keys B", "#4 Keys B"}, // not "#2 Keys B", which begins with "#2 Keys"
           {"A very long name that goes on, MIDI 1", "A very long name that goes on,"},
           {"A very long name that goes on, MIDI 2", "#2 A very long name that goes o"},
           {"Ein sehr langer Name bis zum \xC3\x9C\xC3\x9C",
