@@ -56,7 +56,7 @@ void SleepTurn(const std::vector<std::int32_t>& times, Lateness& late) {
 }
 
 void PlayTurn(const std::vector<std::int32_t>& times, Lateness& late) {
-    machine::TakeSentMidi();
+    machine::DrainSentMidi();
     const std::int32_t now = ZorTimeMIDI(0);
     Deadlines due;
     for (const std::int32_t time : times) {
@@ -68,7 +68,7 @@ void PlayTurn(const std::vector<std::int32_t>& times, Lateness& late) {
         due.push_back((high + moment) * 1000);
     }
     while (!ZorXmitEmpty(0)) std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    const auto sent = machine::TakeSentMidi();
+    const auto sent = machine::DrainSentMidi();
     for (std::size_t i = 0; i < std::min(sent.size(), due.size()); ++i) {
         late.push_back((static_cast<double>(sent[i].Microseconds) - static_cast<double>(due[i])) *
                        1000);

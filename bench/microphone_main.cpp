@@ -71,7 +71,7 @@ void Print(const char* what, std::vector<double> values) {
 
 std::uint32_t Level() {
     std::uint32_t value = 0;
-    for (const auto& level : machine::CaptureDevices()[0]->Levels())
+    for (const auto& level : device::CaptureDevices()[0]->Levels())
         if (level->Place == machine::MicrophoneVolume) level->Read({&value, 1});
     return value;
 }

@@ -63,7 +63,7 @@ public:
 
 private:
     void Read() {
-        machine::HastenThread();
+        device::RaiseThreadPriority();
         for (snd_seq_event_t* event = nullptr; snd_seq_event_input(Handle, &event) >= 0;)
             if (event->type == SND_SEQ_EVENT_NOTEON) LastKey = event->data.note.note;
     }

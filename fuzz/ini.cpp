@@ -53,7 +53,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     ZorStartMIDI(1);
     machine::Advance(10);
     ZorStopMIDI();
-    machine::TakeBoxes();
+    machine::DrainBoxes();
 
     const MMESettings wanted = Named(setting);
     Check(StoreMMESettings(wanted) == Stored::All && WritePRecSettings(), "can be stored");

@@ -27,7 +27,7 @@ void CheckRecords(bool full) {
 }
 
 void CheckSent() {
-    for (const machine::SentMidi& sent : machine::TakeSentMidi())
+    for (const machine::SentMidi& sent : machine::DrainSentMidi())
         Check((sent.Message & 0x8080) <= 0x80 && sent.Message < 0x800000,
               "data bytes are in range");
 }

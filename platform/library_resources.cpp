@@ -30,7 +30,7 @@ public:
     Attachment() {
         ModuleInstance = reinterpret_cast<HINSTANCE>(const_cast<ui::Resources*>(&ZorResources));
     }
-    ~Attachment() { machine::LetActionsEnd(); }
+    ~Attachment() { device::WaitForActions(); }
 } attachment;
 
 } // namespace

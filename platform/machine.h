@@ -1,12 +1,16 @@
-// Steering the machine that libzorplatform plays: for hosts and tests, never for the library.
+// Steers the machine that libzorplatform implements: the system under the library. For hosts and
+// tests; the library never includes this.
 //
-// The machine is virtual: its devices live in memory and in files, its clock is real or stepped by
-// hand, and any call can be made to fail. Each kind of device has a header of its own. Its MIDI
-// devices and its microphones may be this computer's instead (native.h).
+// The machine is virtual: its devices are in memory and in files, its clock is real or moved by the
+// caller, and any call can be made to fail. Each kind of device has its own header. The machine's
+// MIDI devices and microphones may be this computer's instead (native.h).
 //
-// At load it suits a host that does not steer it: this computer's microphones and MIDI devices or,
-// where the latter cannot be reached, one loopback cable named "Loopback"; message boxes printed on
-// standard error, nothing recorded. Whoever steers begins with PowerOn.
+// At load the machine suits a host that does not steer it: this computer's microphones and MIDI
+// devices or, where the latter cannot be reached, one loopback cable named "Loopback"; message
+// boxes are printed to standard error, and sent messages are not recorded. A steering host calls
+// PowerOn first.
+//
+// The steering thread is the thread of the host or test that calls these functions.
 #pragma once
 
 #include "platform/machine/capture.h"
@@ -20,9 +24,9 @@
 
 namespace machine {
 
-// Begins anew with an empty machine: real clock, no devices, no faults, boxes not printed, what is
-// sent recorded, module paths as the system has them. Every open handle and pending timer is
-// dropped. The library must be closed. Thread: the one that steers.
+// Resets the machine: real clock, no devices, no faults, boxes not printed, sent messages recorded,
+// the default module path. Closes every handle and drops every pending timer. The library must be
+// closed. Thread: the steering one.
 void PowerOn();
 
 } // namespace machine

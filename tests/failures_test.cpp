@@ -77,7 +77,7 @@ void Drain(Outcome& outcome) {
     for (MIDIEvent event; ZorRcv(&event, 0);)
         outcome.Received.push_back(static_cast<std::uint32_t>(
             event.Status | event.Data1 << 8 | event.Data2 << 16 | event.Channel << 24));
-    for (const machine::SentMidi& sent : machine::TakeSentMidi())
+    for (const machine::SentMidi& sent : machine::DrainSentMidi())
         if (!sent.Reset) outcome.Sent.push_back(sent.Message);
 }
 
@@ -106,7 +106,7 @@ void Start(Outcome& outcome, ZorBool (*start)()) {
         outcome.Starts += started;
         EXPECT_EQ(started, open != 0);
         if (started) return;
-        const auto boxes = machine::TakeBoxes();
+        const auto boxes = machine::DrainBoxes();
         EXPECT_FALSE(boxes.empty()) << "a failed start showed no message box";
         for (const machine::Box& box : boxes) outcome.Boxes.push_back(box.Text);
         EXPECT_NE(ZorErrorMIDI(nullptr), -1);

@@ -181,7 +181,7 @@ int main(int count, char** arguments) {
     Expect(torn == 0, "no record is torn");
     Expect(received > 0, "records are received");
     Expect(sung > 0 || minutes < 1, "notes of the microphone are received");
-    Expect(machine::TakeBoxes().empty(), "no message box is shown");
+    Expect(machine::DrainBoxes().empty(), "no message box is shown");
     Expect(machine::OpenMidiInputs() + machine::OpenMidiOutputs() == 0, "ports are closed");
     Expect(machine::OpenWaveIns() + machine::OpenMixers() == 0, "the microphone is closed");
     Expect(machine::PendingTimers().empty() && machine::OpenTimerPeriods().empty(),

@@ -93,7 +93,7 @@ Rows MidiRows(const Direction& direction, const std::vector<Port>& ports) {
 Rows MicrophoneRows(const PortMap& map) {
     Rows rows;
     for (const auto& found : machine::FindMicrophones()) {
-        const char* const state = rows.empty() ? "default" : found.Monitor ? "monitor" : "free";
+        const char* const state = rows.empty() ? "default" : found.IsMonitor ? "monitor" : "free";
         rows.push_back({"microphone", static_cast<unsigned>(rows.size()) + 1, found.Name, state});
     }
     if (rows.empty() && map.MicrophoneOn)

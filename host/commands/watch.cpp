@@ -30,7 +30,7 @@ Devices Named(const std::vector<std::string>& names) {
 Devices Microphones() {
     Devices devices;
     for (const auto& found : machine::FindMicrophones())
-        devices.push_back({found.Name, found.Visit});
+        devices.push_back({found.Name, found.ConnectionId});
     return devices;
 }
 

@@ -1,23 +1,25 @@
-// What the capture back end gives to whoever loads it.
+// The entry point of a capture back end's shared object. docs/new-back-end.md
 #pragma once
 
 #include "platform/api/capture.h"
 
-namespace machine {
+namespace device {
 
-class CaptureFinder {
+class CaptureBackEnd {
 public:
-    // The microphones that are there, the system's default one first; none, with a sentence, if
-    // the system cannot be asked. Waits two seconds at the most. Thread: any.
-    virtual std::vector<std::shared_ptr<CaptureDevice>> Find(std::string& reason) = 0;
+    // The devices that are plugged in, the system's default one first; none, with the reason in a
+    // sentence, if the system cannot be asked. Blocks two seconds at most. Thread: any.
+    virtual CaptureDeviceList FindDevices(std::string& reason) = 0;
 
 protected:
-    ~CaptureFinder() = default;
+    ~CaptureBackEnd() = default;
 };
 
-// There is one, for the life of the process.
-using OpenCaptureFunction = CaptureFinder*();
+// The one object of this back end, which lives until the process ends. Null with the reason if the
+// back end cannot work here at all; the registry then tries the next one. A sound server that does
+// not run yet is no such reason: FindDevices reports that.
+using OpenCaptureFunction = CaptureBackEnd*(std::string& reason);
 
-} // namespace machine
+} // namespace device
 
-extern "C" machine::OpenCaptureFunction OpenZorCapture;
+extern "C" __attribute__((visibility("default"))) device::OpenCaptureFunction OpenZorCapture;

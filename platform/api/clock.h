@@ -1,18 +1,25 @@
-// The seam of the clock: what the calls and the other devices ask of it. A clock has lanes of
-// things to come that all devices share: timers, messages on their way, sound blocks that fill.
-// Times are microseconds on the machine's clock, of the same origin as timeGetTime.
+// The clock that calls and devices share: actions that are due at a time. Times are microseconds on
+// the machine's clock, of the same origin as timeGetTime.
 //
-// For the writer of the next clock. It gives every function below but the one at the end, and:
-// - Actions of a lane run one at a time, by due time, equal times in the order of scheduling, never
-//   before they are due. What was forgotten before it began does not begin.
-// - A lane's thread goes before ordinary ones as far as the system lets it: a timer that comes late
-//   is heard. The other lane is sound, and may never hold it up.
-// - Threads outlive everything: the process ends, or the library is unloaded, without a word to
-//   them, so nothing that they touch is ever destroyed. LetActionsEnd is called before code goes.
+// A lane is one delivery thread and its list of pending actions: timer expiries and MIDI messages
+// on one, sound blocks on the other. clock/ implements this interface twice: scheduler.cpp plays in
+// real time, a thread for each lane; stepped.cpp is the clock that tests move, on which all lanes
+// run inside Advance in one order.
+//
+// What every clock guarantees:
+// - The actions of a lane run one at a time, by due time, those of equal time in the order of
+//   scheduling, never before they are due. An action that was unscheduled before it began does not
+//   begin.
+// - The timer lane's thread runs at real-time priority where the user has the right: a late timer
+// is
+//   audible. The audio lane never delays it.
+// - Lane threads run until the process ends, or the library is unloaded without stopping them, so
+//   nothing that they use is ever destroyed. WaitForActions is called before code is unloaded.
 // - No lock is held while an action runs, so that an action may call anything here.
-// - Changing the clock drops what is to come, and is over when no action of the old one runs on.
-// Thread and real time: everything here may be called from any thread, inside actions too. "Real
-// time" below means: allocates nothing, and takes no lock but the queue's, held for a few stores.
+// - Changing the clock drops all pending actions, and returns when no action of the old one runs.
+//
+// Thread: any, inside actions too. "Real time" below means: allocates nothing, and takes no lock
+// but the clock's, which is held for a few stores.
 #pragma once
 
 #include "platform/machine/clock.h"
@@ -21,72 +28,68 @@
 #include <cstdint>
 #include <vector>
 
-namespace machine {
+namespace device {
 
-// With the real clock each lane is a thread. With the stepped clock all lanes run inside Advance,
-// in one order.
 enum class Lane { Timers, Audio };
 
 using Action = void (*)(void* context, std::uintptr_t argument);
 using Token = std::uint32_t; // never 0, and not used again for 2^32 actions
 
-constexpr std::uint64_t Forever = ~std::uint64_t{0}; // a time that does not come
+constexpr std::uint64_t Forever = ~std::uint64_t{0}; // a time that is never reached
 
-// Starts the lane's thread, if the clock is real and it is not there yet. Schedule does so by
-// itself; a caller that prepares a real-time path does it first. Real time: no, starts a thread.
+// Starts the lane's thread, if the clock is real and it does not run yet. Schedule does so too; a
+// caller that prepares a real-time path calls this first. Real time: no, starts a thread.
 void StartLane(Lane lane);
 
-// MIDI messages that a lane has room for: as many as a cable between processes holds, so that a
-// flood of them takes no room of the timers'.
-constexpr std::size_t MostMessages = 1u << 16;
+// MIDI messages that may be pending on the timer lane: as many as a cable between processes holds.
+// The lane has thousands of places more, so that a flood of messages leaves room for timers.
+constexpr std::size_t MaxMessages = 1u << 16;
 
-// Runs action once at the given time. Gives 0 when the lane has room for no more (thousands beyond
-// MostMessages), or so many entries as the caller means to leave it with at most, or the system has
-// no thread for it. Real time: yes once the lane is started.
+// Runs action once at the given time. 0 if the lane already has most entries, is full, or the
+// system has no thread for it. Real time: yes once the lane is started.
 Token Schedule(Lane lane, std::uint64_t dueMicroseconds, Action action, void* context,
                std::uintptr_t argument = 0, std::size_t most = ~std::size_t{0});
 
-// Forgets an action that has not begun. False if it has begun or ended. Real time: yes; does not
-// wait, but looks through all that is to come.
+// Removes an action that has not begun. False if it has begun or ended. Real time: yes; does not
+// wait, but searches all pending actions.
 bool Unschedule(Token token);
 
-// Forgets every action of this context, and waits for one under way unless called from within it.
+// Removes every action of this context, and waits for a running one unless called from within it.
 // Real time: no.
 void UnscheduleAll(void* context);
 
-// The time that the action now running on this thread was scheduled for, and its token; the present
-// time and 0 outside actions. With the real clock an action always begins a little later than that.
-// Real time: yes.
+// Due time and token of the action that runs on this thread; the present time and 0 outside
+// actions. On the real clock an action begins a little after its due time. Real time: yes.
 std::uint64_t ActionDue();
 Token ActionToken();
 
-// Lets the calling thread go before ordinary ones, where the system allows it, as the timers' lane
-// does. What it starts is ordinary again. Real time: no.
-void HastenThread();
+// Gives the calling thread real-time priority where the system allows it, as the timer lane has.
+// Threads that it starts have ordinary priority. Real time: no.
+void RaiseThreadPriority();
 
-// When the actions of this kind that have not begun are due, ascending. Real time: no, allocates.
-std::vector<std::uint64_t> PendingDues(Action action);
+// Due times of the pending actions that call this function, ascending. Real time: no, allocates.
+std::vector<std::uint64_t> PendingDueTimes(Action action);
 
-// Waits until no other thread is inside an action, for five seconds at the most: for a module
-// that is about to leave memory, which a callback may still be in. Real time: no.
-void LetActionsEnd();
+// Waits until no other thread runs an action, for five seconds at most: called before a module is
+// unloaded that an action may still be running in. Real time: no.
+void WaitForActions();
 
 // ---- stepped time and waits --------------------------------------------------------------------
-// A thread that waits for an object lets stepped time pass if it is the one that moves it. A clock
-// that only runs by itself says no to the first.
 
-bool ThisThreadSteers();
+// Whether the calling thread moves stepped time; it then also moves it while it waits for an object
+// or sleeps. Always false on the real clock.
+bool IsSteeringThread();
 
-// Whether this thread is inside an action, where time cannot move. Real time: yes.
-bool InsideAction();
+// Whether this thread runs an action, where time cannot move. Real time: yes.
+bool IsInsideAction();
 
-// On the steering thread outside actions: runs the next thing due up to the limit. False if there
-// is none; time then stands at the limit, or where it was if the limit is Forever.
-bool StepTowards(std::uint64_t limit);
+// On the steering thread outside actions: runs the next action due up to the limit. False if there
+// is none; time then is the limit, or unchanged if the limit is Forever.
+bool RunNextAction(std::uint64_t limit);
 
-// Given by the calls, for the clock to keep time still while the library works: returns when every
-// thread that was started through _beginthreadex has ended or waits in a call. Not for such a
-// thread itself to call.
-void WaitUntilLibraryThreadsWait();
+// Given by the calls, so that stepped time does not move while the library works: returns when
+// every thread that was started through _beginthreadex has ended or waits in a call. Not to be
+// called by such a thread.
+void WaitForLibraryThreads();
 
-} // namespace machine
+} // namespace device

@@ -1,37 +1,40 @@
-// The seam of levels: volumes and mutes, as the mixer calls present them.
+// What a capture back end offers for levels: volumes and mutes, as the mixer calls present them. A
+// Level belongs to a capture device (CaptureDevice::Levels), so levels have no entry point and no
+// line in the registry's table of their own.
 //
-// To write the next back end: derive a Level for each control that the sound server or the driver
-// has, and give them by CaptureDevice::Levels. A microphone needs a MicrophoneVolume and, where it
-// can be heard through the speakers, a MicrophoneMute. What the device lacks is left out, and
-// applications do without.
+// A new back end derives a Level for each control of the sound server or driver. Applications use
+// MicrophoneVolume and, where the microphone can be played through the speakers, MicrophoneMute; a
+// control that the device lacks is left out of Levels, and applications do without it.
 //
-// A user moves levels in other programs at any time, and nobody is told: applications ask when
-// they want to know, so Read tells what holds now and nothing is remembered above the seam.
-//
+// Identity. A control is known by its Place: destination line, source line and type.
+// Change. The user moves levels in other programs at any time. Applications poll, so Read returns
+// the present value and no value is cached above this interface.
+// Leaving and returning. While the device is gone, Read and Write return false, or use a value that
+// the back end applies when the device returns.
 // Threads. Any, several at once.
-// Real time. None: Read and Write may ask a server and wait for its answer.
-// Failure. Both say false and change nothing where the device refuses or is gone.
+// Real time. No: Read and Write may ask a server and wait for its answer.
+// Failure. Both return false and change nothing where the device refuses. No function throws.
 #pragma once
 
 #include "platform/machine/level.h"
 
 #include <span>
 
-namespace machine {
+namespace device {
 
 // One control.
 class Level {
 public:
-    Level(const ControlPlace& place, std::uint32_t maximum, std::size_t values)
+    Level(const machine::ControlPlace& place, std::uint32_t maximum, std::size_t values)
         : Place(place), Maximum(maximum), Values(values) {}
     virtual ~Level() = default;
 
-    const ControlPlace Place;
-    const std::uint32_t Maximum; // the least is 0
-    const std::size_t Values;    // one for each channel of its line, or one for all of them
-    // values: one for each, when writing within the range.
+    const machine::ControlPlace Place;
+    const std::uint32_t Maximum; // the minimum is 0
+    const std::size_t Values;    // one for each channel of its line, or one for all channels
+    // values: as many as Values, each 0 to Maximum.
     virtual bool Read(std::span<std::uint32_t> values) const = 0;
     virtual bool Write(std::span<const std::uint32_t> values) = 0;
 };
 
-} // namespace machine
+} // namespace device

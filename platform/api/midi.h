@@ -1,40 +1,38 @@
-// The seam of MIDI. Above it midiIn and midiOut keep handles, check arguments and call applications
-// back; below it a back end carries short messages to and from one kind of port.
+// What a MIDI back end offers. Above this interface midiIn and midiOut keep handles, check
+// arguments and call applications back; below it a back end carries short messages to and from one
+// kind of port. docs/new-back-end.md lists the steps to add one; this header is the contract.
 //
-// To write the next back end: derive a MidiDevice, announce each port once by AddMidiDevice when it
-// is first found, and say Leave and Return as it is pulled out and plugged in again. Nothing else
-// is asked: who holds which port, what sounds on it, and that no application is called back behind
-// its close, is kept above. The suite in tests/platform/midi_contract_test.cpp is what it has to
-// pass. The virtual ports (backends/memory/midi.cpp) are the example.
+// Identity. A port that both sends and receives is two devices. A device is one object until
+// PowerOn, whether it is plugged in or not. Its Id is unique among devices of the same direction
+// and the same whenever it is plugged in: made of the system's name for the port and its place
+// among ports of that name, never of a number that the system reassigns. Name is for people to
+// read; make it by UniqueMidiName (api/names.h), since settings store names.
 //
-// Identity. A port that both sends and receives is two devices. A device is one object for as long
-// as the machine is on, whether it is there or not. Its Id says which one it is among those of its
-// way: the same whenever it is plugged in, and nobody else's. It is made of what the system calls
-// the port and its place among those of equal names, never of a number that the system gives out
-// anew. Name is what people see, and may be borne by several.
+// Numbers. midiIn and midiOut number the devices that are plugged in by their places in the list,
+// so a number moves down when a device before it leaves, and back when that one returns. A back end
+// never handles numbers.
 //
-// Numbers. None here. midiIn and midiOut number the devices that are there by their places in the
-// list, as the system does, so a number moves down when one before it leaves, and back to where it
-// was when that one returns. Whoever means a device keeps its object or its name, not its number.
+// Leaving and returning. An open device that leaves stays open. An output then answers Gone to each
+// Send. An input releases the notes that are held on it, since no other code will, and delivers
+// nothing more. When the port returns, the back end reconnects to it by itself, calls Return, and
+// both go on.
 //
-// Leaving. An open device that leaves stays open: an output says Gone at each Send, an input
-// releases the notes that are held on it, since nobody else will, and falls silent. When it
-// returns, the back end joins it again by itself and both go on.
+// Messages are whole: the status in the lowest byte, never running status, never F0 or F7, then as
+// many data bytes as midi::DataBytes gives, each below 128, and zeros.
 //
-// Messages are whole: the status in the lowest byte, never a running one and never F0 or F7, then
-// as many data bytes as midi::DataBytes says, each below 128, and zeros.
+// Threads. Open, Send and Close of one device are called one at a time, those of different devices
+// concurrently; everything else by any thread. A back end calls Receive on a thread of its choice,
+// one message of an input at a time, in order, never from within Send; with the stepped clock
+// inside Advance. The library discards what comes in while it transmits, and it transmits on the
+// timer lane (api/clock.h), so an input delivers on that lane. MidiInput (api/midi_input.h) does
+// this and should be the base of every input.
 //
-// Threads. Open, Send and Close of a device come one at a time, those of different devices at once;
-// all else is asked by any thread. Received comes on a thread of the back end's choice, one message
-// of an input at a time, in order, never from within Send; with the stepped clock inside Advance.
-// The library throws away what comes in while it transmits, and what it plays it transmits on the
-// clock's timer lane: a message that is handed on there, through Schedule, is safe from that.
+// Locks. Call AddMidiDevice, Leave and Return with no lock held: they call the watcher.
 //
-// Real time. Send and Received are: they allocate nothing, and wait for nothing but a lock of the
-// port's own that is held for moments; a device that takes no more says Full instead. Open and
-// Close may take their time.
+// Real time. Send and Receive allocate nothing, and wait for nothing but a lock of the device's own
+// that is held for a copy; a device whose buffer is full answers Full. Open and Close may block.
 //
-// Failure. None is thrown, nothing is printed.
+// Failure. No function throws or prints.
 #pragma once
 
 #include <atomic>
@@ -44,94 +42,109 @@
 #include <utility>
 #include <vector>
 
-namespace machine {
+namespace device {
 
-enum class MidiWay { In, Out };
+enum class MidiDirection { Input, Output };
 
 enum class MidiResult {
     Done,
-    InUse, // another program has the device for itself
-    Gone,  // it is not there, or has just left
-    Full,  // it has no room; later it may
-    Failed // memory, a thread or the like cannot be had
+    InUse, // another program has exclusive use of the device
+    Gone,  // it is unplugged; the back end may learn of it here first
+    Full,  // its buffer is full; a later attempt may succeed
+    Failed // no memory, thread or other resource of the system
 };
 
-// Whoever takes what comes in.
+// Receives the messages of an open input.
 class MidiReceiver {
 public:
     virtual ~MidiReceiver() = default;
-    // microseconds: when it came in, on the machine's clock; not in the future. May close the
-    // device that it comes from.
-    virtual void Received(std::uint32_t message, std::uint64_t microseconds) = 0;
+    // microseconds: when the message came in, on the machine's clock, not in the future. May close
+    // the device that it comes from.
+    virtual void Receive(std::uint32_t message, std::uint64_t microseconds) = 0;
+};
+
+// Whether a device is unplugged, and how often it has been since it was added.
+struct MidiPresence {
+    bool Gone;
+    unsigned Departures; // with that of a device that is Gone now
 };
 
 class MidiDevice {
 public:
-    MidiDevice(MidiWay way, std::string id, std::string name)
-        : Way(way), Id(std::move(id)), Name(std::move(name)) {}
+    MidiDevice(MidiDirection direction, std::string id, std::string name)
+        : Direction(direction), Id(std::move(id)), Name(std::move(name)) {}
     virtual ~MidiDevice() = default;
 
-    const MidiWay Way;
+    const MidiDirection Direction;
     const std::string Id;
-    const std::string Name; // UTF-8; applications get 31 characters
-    bool Gone() const { return Moves() % 2 != 0; }
-    // How often it has left and returned, all in all.
-    unsigned Moves() const { return Moved.load(std::memory_order_acquire); }
-    virtual std::uint32_t Support() const { return 0; } // dwSupport of an output's capabilities
-    // The other programs that have it, by their names, as far as the system tells.
+    const std::string Name; // UTF-8; applications get 31 bytes
+    bool IsGone() const { return Presence().Gone; }
+    // Both facts of one moment. Thread: any. Real time.
+    MidiPresence Presence() const {
+        const unsigned changes = Changes.load(std::memory_order_acquire);
+        return {changes % 2 != 0, (changes + 1) / 2};
+    }
+    virtual std::uint32_t SupportFlags() const {
+        return 0;
+    } // dwSupport of an output's capabilities
+    // Names of the other programs that use the device, as far as the system knows them.
     virtual std::vector<std::string> Users() const { return {}; }
 
-    // Only while it is closed. Done, InUse, Gone or Failed. An output gets no receiver; an input
-    // holds its own while it calls it, so that a close does not wait for a message under way.
+    // Called only while closed. Done, InUse, Gone or Failed. receiver: null for an output. An input
+    // keeps a reference while it calls the receiver, so that Close need not wait for that call.
     virtual MidiResult Open(const std::shared_ptr<MidiReceiver>& receiver) = 0;
     virtual void Close() = 0;
-    // Done, Gone or Full. Only to an open output.
+    // Done, Gone or Full. Called only on an open output.
     virtual MidiResult Send(std::uint32_t /*message*/) { return MidiResult::Gone; }
-    // The back end's to call, holding nothing, since whoever watches is told before they return.
+
+    // For the back end to call when the port is unplugged and plugged in again; repeated calls have
+    // no effect. The watcher has been called when they return.
     void Leave() {
-        Leaving();
-        Become(true);
+        BeforeLeave();
+        SetGone(true);
     }
-    void Return() { Become(false); }
-    // The list's, when all is forgotten: nobody may be called back any more.
+    void Return() { SetGone(false); }
+    // For the registry, at PowerOn: the device leaves, and no receiver is called any more.
     void LeaveForGood() {
-        Become(true);
-        Forgotten();
+        SetGone(true);
+        ReleaseResources();
     }
 
 private:
-    void Become(bool gone);
-    virtual void Leaving() {}   // is called while it is still there
-    virtual void Forgotten() {} // lets go of all that it holds beyond this process
+    void SetGone(bool gone);
+    virtual void BeforeLeave() {}      // the device is not Gone yet
+    virtual void ReleaseResources() {} // drops cables and threads that lead out of this process
 
-    std::atomic<unsigned> Moved{0};
+    // Departures and returns; they alternate, so an odd count means that the device is gone. One
+    // word, so that Presence is consistent without a lock.
+    std::atomic<unsigned> Changes{0};
 };
 
-// A back end that finds its devices by itself, for as long as it lives. It ends on a thread that
-// steers, and tells of nothing any more when it has.
-class MidiFinder {
+// A MIDI back end in use: it adds the devices that it finds (AddMidiDevice), at first in its entry
+// point, later on a thread of its own. Destroyed by the steering thread; on return it calls
+// nothing any more.
+class MidiBackEnd {
 public:
-    virtual ~MidiFinder() = default;
+    virtual ~MidiBackEnd() = default;
 };
 
-// The machine's MIDI devices, in the order of their first coming. Thread: any. Real time: the
-// lookups by number do not allocate.
+// The machine's list of MIDI devices, in the order in which they were added. Kept by the registry.
+// Thread: any. Real time: MidiDeviceAt and NumberOf do not allocate.
 void AddMidiDevice(std::shared_ptr<MidiDevice> device);
-std::vector<std::shared_ptr<MidiDevice>> KnownMidiDevices(MidiWay way); // also those that have left
-std::shared_ptr<MidiDevice> MidiDeviceAt(MidiWay way, std::uint64_t number); // null for none
-unsigned NumberOf(MidiWay way, const MidiDevice* device); // how many there are, if it is not there
-// What MIDI_MAPPER stands for: the first output that is there or, without any, the stand-in.
+// Those that are gone included.
+std::vector<std::shared_ptr<MidiDevice>> KnownMidiDevices(MidiDirection direction);
+// number: place among those that are plugged in. Null if there are fewer.
+std::shared_ptr<MidiDevice> MidiDeviceAt(MidiDirection direction, std::uint64_t number);
+// The number of a device; how many are plugged in for one that is gone, and for null.
+unsigned NumberOf(MidiDirection direction, const MidiDevice* device);
+// The device behind MIDI_MAPPER: the first output that is plugged in, or the stand-in.
 std::shared_ptr<MidiDevice> DefaultMidiOutput();
-void SetMidiFinder(std::unique_ptr<MidiFinder> finder);
-void ForgetMidiDevices(); // ends the finder, and all of them leave for good
+// Ends the back end in use and empties the list; the devices leave for good.
+void RemoveMidiDevices();
 
-// Given by whoever chooses the back end: what a machine has that nobody steers. Called once, when
-// the devices are first asked for.
-void FindMidiDevices();
-
-// Given by a back end: the default output of a machine that has no output, so that hosts which need
-// one can start. It is always there, in no list, and the same object for ever. Today it is silent;
-// a synthesizer has its place here.
+// Given by a back end: the default output of a machine without outputs, so that hosts which need
+// one can start. Never gone, in no list, always the same object. Today it plays nothing; a
+// synthesizer belongs here.
 std::shared_ptr<MidiDevice> StandInMidiOutput();
 
-} // namespace machine
+} // namespace device

@@ -1,13 +1,15 @@
-// What the MIDI back end gives to whoever loads it.
+// The entry point of a MIDI back end's shared object. docs/new-back-end.md
 #pragma once
 
 #include "platform/api/midi.h"
 
-namespace machine {
+namespace device {
 
-// Finds the computer's MIDI devices, and goes on finding them. Null, and a sentence, if it cannot.
-using OpenMidiFunction = MidiFinder*(std::string& reason);
+// Adds the MIDI devices that are plugged in, and goes on watching for changes until the result is
+// destroyed. Null with the reason in a sentence if the system's MIDI cannot be reached; the
+// registry then removes what was added and tries the next back end.
+using OpenMidiFunction = MidiBackEnd*(std::string& reason);
 
-} // namespace machine
+} // namespace device
 
-extern "C" __attribute__((visibility("default"))) machine::OpenMidiFunction OpenZorMidi;
+extern "C" __attribute__((visibility("default"))) device::OpenMidiFunction OpenZorMidi;

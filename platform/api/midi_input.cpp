@@ -2,15 +2,16 @@
 
 #include "platform/api/clock.h"
 
-namespace machine {
+namespace device {
 namespace {
-constexpr std::uint32_t ReleaseAll = ~0u; // no message has a top byte: note offs for all held
+// In place of a message: note offs for all held notes. No message has a top byte.
+constexpr std::uint32_t ReleaseAll = ~0u;
 } // namespace
 
 MidiInput::~MidiInput() { UnscheduleAll(this); }
 
 MidiResult MidiInput::Open(const std::shared_ptr<MidiReceiver>& receiver) {
-    if (Gone()) return MidiResult::Gone;
+    if (IsGone()) return MidiResult::Gone;
     StartLane(Lane::Timers);
     SetReceiver(receiver);
     return MidiResult::Done;
@@ -18,44 +19,44 @@ MidiResult MidiInput::Open(const std::shared_ptr<MidiReceiver>& receiver) {
 
 void MidiInput::Close() { SetReceiver(nullptr); }
 
-bool MidiInput::Bring(std::uint32_t message, std::uint64_t latency, std::uint64_t came) {
-    if (Gone()) return true;
-    const std::scoped_lock lock(Coming);
-    if (came == JustNow) came = Microseconds();
+bool MidiInput::Deliver(std::uint32_t message, std::uint64_t latency, std::uint64_t arrival) {
+    if (IsGone()) return true;
+    const std::scoped_lock lock(ScheduleLock);
+    if (arrival == AtPresent) arrival = machine::Microseconds();
     return Schedule(
-               Lane::Timers, came + latency,
-               [](void* self, std::uintptr_t arrived) {
-                   static_cast<MidiInput*>(self)->Arrive(static_cast<std::uint32_t>(arrived));
+               Lane::Timers, arrival + latency,
+               [](void* self, std::uintptr_t scheduled) {
+                   static_cast<MidiInput*>(self)->Dispatch(static_cast<std::uint32_t>(scheduled));
                },
-               this, message, MostMessages) != 0;
+               this, message, MaxMessages) != 0;
 }
 
-// The note offs come behind all that came in before.
-void MidiInput::Leaving() {
+// Schedules the note offs behind all messages that came in before.
+void MidiInput::BeforeLeave() {
     std::unique_lock lock(Lock);
     const bool open = Receiver != nullptr;
     lock.unlock();
-    if (open) Bring(ReleaseAll, 0);
+    if (open) Deliver(ReleaseAll, 0);
 }
 
-// When the receiver has been called, nothing of this is touched: it may have let go of it.
-void MidiInput::Arrive(std::uint32_t message) {
+// The receiver may destroy this object, so no member is used after the call.
+void MidiInput::Dispatch(std::uint32_t message) {
     const std::uint64_t microseconds = ActionDue();
     std::unique_lock lock(Lock);
     const auto receiver = Receiver;
-    if (!receiver || (Gone() && message != ReleaseAll)) return;
-    Held.Apply(message);
-    midi::SoundingNotes held;
-    if (message == ReleaseAll) std::swap(held, Held);
+    if (!receiver || (IsGone() && message != ReleaseAll)) return;
+    HeldNotes.Apply(message);
+    midi::SoundingNotes released;
+    if (message == ReleaseAll) std::swap(released, HeldNotes);
     lock.unlock();
-    if (message != ReleaseAll) return receiver->Received(message, microseconds);
-    held.Release([&](std::uint32_t noteOff) { receiver->Received(noteOff, microseconds); });
+    if (message != ReleaseAll) return receiver->Receive(message, microseconds);
+    released.Release([&](std::uint32_t noteOff) { receiver->Receive(noteOff, microseconds); });
 }
 
 void MidiInput::SetReceiver(std::shared_ptr<MidiReceiver> receiver) {
     const std::scoped_lock lock(Lock);
-    Held.Clear();
+    HeldNotes.Clear();
     Receiver.swap(receiver);
 }
 
-} // namespace machine
+} // namespace device

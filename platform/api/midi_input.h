@@ -1,5 +1,6 @@
-// What inputs of every back end have in common: what has come in is handed on by the clock's timer
-// lane, where it meets nothing that is being transmitted.
+// The base of every back end's inputs. It delivers messages to the receiver on the timer lane
+// (api/clock.h), where the library also transmits: a message delivered elsewhere while the library
+// transmits would be discarded.
 #pragma once
 
 #include "midi/sounding_notes.h"
@@ -7,33 +8,33 @@
 
 #include <mutex>
 
-namespace machine {
+namespace device {
 
 class MidiInput : public MidiDevice {
 public:
-    static constexpr MidiWay Direction = MidiWay::In;
-    static constexpr std::uint64_t JustNow = ~std::uint64_t{0};
+    static constexpr MidiDirection ClassDirection = MidiDirection::Input;
+    static constexpr std::uint64_t AtPresent = ~std::uint64_t{0};
     MidiInput(std::string id, std::string name)
-        : MidiDevice(Direction, std::move(id), std::move(name)) {}
+        : MidiDevice(ClassDirection, std::move(id), std::move(name)) {}
     ~MidiInput() override;
     MidiResult Open(const std::shared_ptr<MidiReceiver>& receiver) override;
     void Close() override;
 
-    // Sends a message on its way. It arrives when the latency has passed since it came in, which is
-    // now unless told, or at once if that is over, if the device is there and open by then; equal
-    // times in the order of this call. All in microseconds on the machine's clock. False if
-    // MostMessages are under way. Real time.
-    bool Bring(std::uint32_t message, std::uint64_t latency, std::uint64_t came = JustNow);
+    // Schedules a message for the receiver, due latency after its arrival or at once if that is
+    // past; messages of equal due time keep the order of these calls. Dropped if the device is gone
+    // or closed by then. Times are microseconds on the machine's clock. False if MaxMessages are
+    // scheduled already. Thread: any. Real time.
+    bool Deliver(std::uint32_t message, std::uint64_t latency, std::uint64_t arrival = AtPresent);
 
 private:
-    void Arrive(std::uint32_t message);
-    void Leaving() override;
+    void Dispatch(std::uint32_t message);
+    void BeforeLeave() override;
     void SetReceiver(std::shared_ptr<MidiReceiver> receiver);
 
-    std::mutex Coming; // keeps times in order; held for moments, as the next
-    std::mutex Lock;   // of the next two; held for moments
+    std::mutex ScheduleLock; // keeps due times in the order of calls; held for moments
+    std::mutex Lock;         // of the next two; held for moments
     std::shared_ptr<MidiReceiver> Receiver;
-    midi::SoundingNotes Held;
+    midi::SoundingNotes HeldNotes;
 };
 
-} // namespace machine
+} // namespace device

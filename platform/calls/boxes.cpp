@@ -1,4 +1,4 @@
-// Message boxes: on the screen they are dialogs of a sign, a text and an OK button.
+// Message boxes. On the screen they are dialogs with an icon, a text and an OK button.
 #include "platform/calls/dialogs.h"
 #include "platform/machine/dialogs.h"
 #include "platform/machine/power.h"
@@ -9,7 +9,11 @@
 #include <mutex>
 #include <utility>
 
-namespace machine {
+namespace calls {
+
+using device::Screen;
+using machine::Box;
+
 namespace {
 
 std::mutex boxesLock;
@@ -17,7 +21,7 @@ std::vector<Box> boxes;
 std::function<void(const Box&)> whileUp;
 bool print = true;
 
-const AtPowerOn atPowerOn([] {
+const machine::AtPowerOn atPowerOn([] {
     const std::scoped_lock lock(boxesLock);
     boxes.clear();
     whileUp = nullptr;
@@ -54,8 +58,13 @@ void Show(Screen& screen, const Box& box) {
 }
 
 } // namespace
+} // namespace calls
 
-std::vector<Box> TakeBoxes() {
+namespace machine {
+
+using namespace calls;
+
+std::vector<Box> DrainBoxes() {
     const std::scoped_lock lock(boxesLock);
     return std::exchange(boxes, {});
 }
@@ -75,10 +84,10 @@ void WhileBoxIsUp(std::function<void(const Box&)> action) {
 namespace zorsystem {
 
 int MessageBoxA(HWND owner, LPCSTR text, LPCSTR caption, UINT flags) {
-    using namespace machine;
-    // A box without a caption is an error box.
+    using namespace calls;
+    // The system's own caption for a box without one.
     const Box box{owner, text ? text : "", caption ? caption : "Error", flags};
-    Screen* screen = ScreenHere();
+    Screen* screen = ScreenOfThisThread();
     std::function<void(const Box&)> action;
     {
         const std::scoped_lock lock(boxesLock);

@@ -12,46 +12,55 @@
 #include <strings.h>
 #include <utility>
 
-namespace machine {
+namespace calls {
+
+using device::Screen;
+
 namespace {
 
-std::atomic<HWND> openDialog{nullptr}; // the one in front, null for none
-thread_local ui::Dialog* shown = nullptr;
-thread_local Screen* on = nullptr;
+std::atomic<HWND> openDialog{nullptr}; // the topmost; null for none
+thread_local ui::Dialog* shownDialog = nullptr;
+thread_local Screen* shownScreen = nullptr;
 std::string error;
 
-const AtPowerOn atPowerOn([] {
-    UseScreen(nullptr);
+const machine::AtPowerOn atPowerOn([] {
+    device::UseScreen(nullptr);
     error.clear();
 });
 
 } // namespace
 
 INT_PTR RunDialog(Screen& screen, ui::Dialog& dialog, LPARAM init) {
-    ui::Dialog* const around = std::exchange(shown, &dialog);
-    Screen* const before = std::exchange(on, &screen);
-    const HWND behind = openDialog.exchange(dialog.Handle);
+    ui::Dialog* const outerDialog = std::exchange(shownDialog, &dialog);
+    Screen* const outerScreen = std::exchange(shownScreen, &screen);
+    const HWND outerHandle = openDialog.exchange(dialog.Handle);
     dialog.Start(init);
     if (!dialog.Ended) screen.Run(dialog);
     ui::DispatchPosted();
-    openDialog = behind;
-    on = before;
-    shown = around;
+    openDialog = outerHandle;
+    shownScreen = outerScreen;
+    shownDialog = outerDialog;
     return dialog.Result;
 }
 
-Screen* ScreenHere() { return on; }
+Screen* ScreenOfThisThread() { return shownScreen; }
+
+} // namespace calls
+
+namespace machine {
+
+using namespace calls;
 
 std::string DialogError() { return error; }
 
 bool CloseDialog() {
     if (!ui::Post(openDialog, WM_CLOSE, 0, 0)) return false;
-    WakeScreen();
+    device::WakeScreen();
     return true;
 }
 
 void* CreateHostWindow(WindowProcedure procedure) {
-    return ui::NewWindow({.Hear = std::move(procedure)});
+    return ui::NewWindow({.Procedure = std::move(procedure)});
 }
 void DestroyHostWindow(void* window) { ui::DropWindow(static_cast<HWND>(window)); }
 
@@ -59,6 +68,8 @@ void DestroyHostWindow(void* window) { ui::DropWindow(static_cast<HWND>(window))
 
 namespace zorsystem {
 
+using namespace calls;
+using namespace device;
 using namespace machine;
 
 INT_PTR DialogBoxParamA(HINSTANCE module, LPCSTR resource, HWND parent, DLGPROC procedure,
@@ -68,21 +79,21 @@ INT_PTR DialogBoxParamA(HINSTANCE module, LPCSTR resource, HWND parent, DLGPROC 
     const auto& dialogs = ui::ResourcesOf(module).Dialogs;
     const auto form = std::ranges::find(dialogs, id, &ui::DialogTemplate::Id);
     error.clear();
-    Screen* screen = form != dialogs.end() ? TheScreen(error) : nullptr;
+    Screen* screen = form != dialogs.end() ? CurrentScreen(error) : nullptr;
     if (!screen) return -1;
     ui::Dialog dialog(*form, screen->Measure(), parent, procedure);
     return RunDialog(*screen, dialog, init);
 }
 
-HWND GetFocus() { return shown && shown->Focus ? shown->Focus->Handle : nullptr; }
+HWND GetFocus() { return shownDialog && shownDialog->Focus ? shownDialog->Focus->Handle : nullptr; }
 
-// Of the volume program it tells the user if there is none.
+// Starts no program but the volume program, and shows a message box if none is installed.
 HINSTANCE ShellExecuteA(HWND owner, LPCSTR, LPCSTR file, LPCSTR parameters, LPCSTR, int) {
     constexpr std::intptr_t started = 42; // any number above 32
     constexpr std::intptr_t notFound = 2;
     const bool recording = parameters && std::strstr(parameters, "/r");
     const bool volume = strcasecmp(file, "sndvol32.exe") == 0;
-    const bool done = on && volume && on->OpenVolume(recording);
+    const bool done = shownScreen && volume && shownScreen->OpenVolume(recording);
     if (volume && !done)
         MessageBoxA(owner, "No volume program was found. pavucontrol is one that can be installed.",
                     "Volume", MB_ICONEXCLAMATION);

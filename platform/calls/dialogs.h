@@ -1,14 +1,14 @@
-// The dialog that a thread is showing.
+// Running modal dialogs.
 #pragma once
 
 #include "platform/api/screen.h"
 
-namespace machine {
+namespace calls {
 
-// Shows a dialog on the screen until it ends. Thread: the dialog's.
-INT_PTR RunDialog(Screen& screen, ui::Dialog& dialog, LPARAM init);
+// Shows a dialog on the screen until it ends. Returns its result. Thread: the dialog's.
+INT_PTR RunDialog(device::Screen& screen, ui::Dialog& dialog, LPARAM init);
 
-// The screen that the calling thread is showing a dialog on; null if it shows none.
-Screen* ScreenHere();
+// The screen on which the calling thread shows a dialog; null if it shows none.
+device::Screen* ScreenOfThisThread();
 
-} // namespace machine
+} // namespace calls

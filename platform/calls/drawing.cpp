@@ -11,12 +11,12 @@ namespace zorsystem {
 namespace {
 
 struct Object {
-    enum { Brush, Pen } What;
+    enum { Brush, Pen } Type;
     int Style; // of a pen
     COLORREF Colour;
 };
 
-// What every context begins with.
+// Every context begins with these.
 Object whiteBrush{Object::Brush, 0, 0x00FFFFFF};
 Object blackPen{Object::Pen, PS_SOLID, 0};
 
@@ -26,7 +26,7 @@ struct Context {
     Object* Pen = &blackPen;
 };
 
-Context& Of(HDC dc) { return *reinterpret_cast<Context*>(dc); }
+Context& ContextOf(HDC dc) { return *reinterpret_cast<Context*>(dc); }
 
 } // namespace
 
@@ -42,7 +42,7 @@ HDC GetDC(HWND window) {
 }
 
 int ReleaseDC(HWND, HDC dc) {
-    delete &Of(dc);
+    delete &ContextOf(dc);
     return 1;
 }
 
@@ -55,7 +55,8 @@ HPEN CreatePen(int style, int, COLORREF colour) {
 
 HGDIOBJ SelectObject(HDC dc, HGDIOBJ handle) {
     auto* object = static_cast<Object*>(handle);
-    return std::exchange(object->What == Object::Brush ? Of(dc).Brush : Of(dc).Pen, object);
+    return std::exchange(object->Type == Object::Brush ? ContextOf(dc).Brush : ContextOf(dc).Pen,
+                         object);
 }
 
 BOOL DeleteObject(HGDIOBJ handle) {
@@ -64,7 +65,7 @@ BOOL DeleteObject(HGDIOBJ handle) {
 }
 
 BOOL Rectangle(HDC dc, int left, int top, int right, int bottom) {
-    const Context& context = Of(dc);
+    const Context& context = ContextOf(dc);
     const int line = context.Pen->Style == PS_NULL ? 0 : 1;
     if (line) context.Picture.Fill(left, top, right, bottom, context.Pen->Colour);
     context.Picture.Fill(left + line, top + line, right - 1, bottom - 1, context.Brush->Colour);

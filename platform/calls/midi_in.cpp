@@ -1,8 +1,8 @@
-// The calls of MIDI input. However a back end delivers, and from whatever thread: an application is
-// called back between its start and its stop only, and never again once a close has returned. Of
-// its buffers, openings and closings it hears nothing, since the library asks for messages only.
+// The midiIn calls. On whatever thread a back end delivers, an application is called back between
+// start and stop only, and never again once close has returned. It is called for short messages
+// only, not for opening, closing or buffers, since the library uses no others.
 #include "platform/calls/midi_ports.h"
-#include "platform/calls/names.h"
+#include "platform/calls/text_buffer.h"
 #include "platform/machine/clock.h"
 #include "platform/machine/midi.h"
 #include "platform/machine/power.h"
@@ -10,11 +10,11 @@
 #include <condition_variable>
 #include <thread>
 
-namespace machine {
+namespace calls {
 namespace {
 
-// What midiInOpen is given: it takes the handle as a plain pointer, as a function does whose own
-// header knows none of the system's types.
+// The callback that midiInOpen is given. The handle is a plain pointer, so that a function whose
+// header includes no system types matches.
 using Callback = void(CALLBACK*)(void*, UINT, DWORD_PTR, DWORD_PTR, DWORD_PTR);
 
 DWORD Milliseconds(std::uint64_t microseconds) { return static_cast<DWORD>(microseconds / 1000); }
@@ -30,28 +30,28 @@ public:
     MMRESULT Stop();
     MMRESULT Close();
     bool CallBack(UINT message, DWORD_PTR first, DWORD_PTR second);
-    void Received(std::uint32_t message, std::uint64_t microseconds) override;
+    void Receive(std::uint32_t message, std::uint64_t microseconds) override;
 
 private:
     using Locked = std::unique_lock<std::mutex>;
-    void Tell(Locked& lock, UINT message, DWORD_PTR first, DWORD_PTR second);
-    void Silence(Locked& lock);
+    void CallClient(Locked& lock, UINT message, DWORD_PTR first, DWORD_PTR second);
+    void StopCallbacks(Locked& lock);
 
     const Callback Client;
     const DWORD_PTR Instance;
     std::condition_variable CallbackDone;
-    std::vector<std::thread::id> Callers; // inside the callback, once for each time
+    std::vector<std::thread::id> Callers; // threads inside the callback, once for each call
     bool Started = false;
     DWORD StartTime = 0;
 };
 
-using Ports = Handles<InputPort>;
+Handles<InputPort>& OpenPorts() { return ImmortalSingleton<Handles<InputPort>>(); }
 
-const AtPowerOn atPowerOn([] {
-    for (const auto& port : The<Ports>().TakeAll()) port->Close();
+const machine::AtPowerOn atPowerOn([] {
+    for (const auto& port : OpenPorts().RemoveAll()) port->Close();
 });
 
-void InputPort::Tell(Locked& lock, UINT message, DWORD_PTR first, DWORD_PTR second) {
+void InputPort::CallClient(Locked& lock, UINT message, DWORD_PTR first, DWORD_PTR second) {
     const std::thread::id self = std::this_thread::get_id();
     Callers.push_back(self);
     lock.unlock();
@@ -61,78 +61,83 @@ void InputPort::Tell(Locked& lock, UINT message, DWORD_PTR first, DWORD_PTR seco
     CallbackDone.notify_all();
 }
 
-// Waits for callbacks that other threads are inside of.
-void InputPort::Silence(Locked& lock) {
+// Waits until no other thread is inside the callback.
+void InputPort::StopCallbacks(Locked& lock) {
     Started = false;
     CallbackDone.wait(lock, [this, self = std::this_thread::get_id()] {
         return std::ranges::count(Callers, self) == std::ssize(Callers);
     });
 }
 
-void InputPort::Received(std::uint32_t message, std::uint64_t microseconds) {
+void InputPort::Receive(std::uint32_t message, std::uint64_t microseconds) {
     Locked lock(Lock);
     if (!Started) return;
-    // What was on its way when the port was started came before it.
+    // A message that came in before the start is stamped 0.
     const DWORD stamp = Milliseconds(microseconds) - StartTime;
-    Tell(lock, MIM_DATA, message, static_cast<std::int32_t>(stamp) < 0 ? 0 : stamp);
+    CallClient(lock, MIM_DATA, message, static_cast<std::int32_t>(stamp) < 0 ? 0 : stamp);
 }
 
 bool InputPort::CallBack(UINT message, DWORD_PTR first, DWORD_PTR second) {
     Locked lock(Lock);
     if (Closed) return false;
-    Tell(lock, message, first, second);
+    CallClient(lock, message, first, second);
     return true;
 }
 
 MMRESULT InputPort::Start() {
     const Locked lock(Lock);
     if (Closed) return MMSYSERR_INVALHANDLE;
-    if (Device->Gone()) return MMSYSERR_NODRIVER;
-    if (!Started) StartTime = Milliseconds(Microseconds());
+    if (Device->IsGone()) return MMSYSERR_NODRIVER;
+    if (!Started) StartTime = Milliseconds(machine::Microseconds());
     Started = true;
     return MMSYSERR_NOERROR;
 }
 
-// A device that has gone delivers nothing any more, so that there is nothing in which stopping it
-// could fail: whoever holds its handle gets rid of it.
+// Succeeds on a device that is gone too, so that an application can always get rid of its handle.
 MMRESULT InputPort::Stop() {
     Locked lock(Lock);
     if (Closed) return MMSYSERR_INVALHANDLE;
-    Silence(lock);
+    StopCallbacks(lock);
     return MMSYSERR_NOERROR;
 }
 
 MMRESULT InputPort::Close() {
     Locked lock(Lock);
-    // Closed at once, so that no other thread begins a callback or closes it as well meanwhile.
+    // Set first, so that no other thread begins a callback or closes the port too.
     if (std::exchange(Closed, true)) return MMSYSERR_INVALHANDLE;
-    Silence(lock);
+    StopCallbacks(lock);
     lock.unlock();
     Device->Close();
-    The<Ports>().Take(Handle);
+    OpenPorts().Remove(Handle);
     return MMSYSERR_NOERROR;
 }
 
 } // namespace
+} // namespace calls
+
+namespace machine {
+
+using namespace calls;
 
 bool CallBackMidi(int input, unsigned message, std::uintptr_t first, std::uintptr_t second) {
-    const auto port = PortOn(The<Ports>(), MidiWay::In, input);
+    const auto port = PortOn(OpenPorts(), MidiDirection::Input, input);
     return port && port->CallBack(message, first, second);
 }
 
-int OpenMidiInputs() { return The<Ports>().Count(); }
+int OpenMidiInputs() { return OpenPorts().Count(); }
 
 } // namespace machine
 
 namespace zorsystem {
 
+using namespace calls;
 using namespace machine;
 
-UINT midiInGetNumDevs() { return NumberOf(MidiWay::In, nullptr); }
+UINT midiInGetNumDevs() { return NumberOf(MidiDirection::Input, nullptr); }
 
 MMRESULT midiInGetDevCapsA(UINT_PTR number, MIDIINCAPSA* caps, UINT /*size*/) {
     if (const Failure failure{Call::midiInGetDevCapsA}) return failure;
-    const auto device = MidiDeviceAt(MidiWay::In, number);
+    const auto device = MidiDeviceAt(MidiDirection::Input, number);
     if (!device) return MMSYSERR_BADDEVICEID;
     CopyName(caps->szPname, device->Name);
     caps->dwSupport = 0;
@@ -142,28 +147,28 @@ MMRESULT midiInGetDevCapsA(UINT_PTR number, MIDIINCAPSA* caps, UINT /*size*/) {
 MMRESULT midiInOpen(HMIDIIN* handle, UINT number, DWORD_PTR callback, DWORD_PTR instance,
                     DWORD /*flags*/) {
     if (const Failure failure{Call::midiInOpen}) return failure;
-    auto device = MidiDeviceAt(MidiWay::In, number);
+    auto device = MidiDeviceAt(MidiDirection::Input, number);
     if (!device) return MMSYSERR_BADDEVICEID;
     const auto port = std::make_shared<InputPort>(std::move(device),
                                                   reinterpret_cast<Callback>(callback), instance);
-    return OpenPort(The<Ports>(), port, port, handle);
+    return OpenPort(OpenPorts(), port, port, handle);
 }
 
 MMRESULT midiInStart(HMIDIIN handle) {
-    return On(Call::midiInStart, The<Ports>(), handle, &InputPort::Start);
+    return CallOnHandle(Call::midiInStart, OpenPorts(), handle, &InputPort::Start);
 }
 
 MMRESULT midiInStop(HMIDIIN handle) {
-    return On(Call::midiInStop, The<Ports>(), handle, &InputPort::Stop);
+    return CallOnHandle(Call::midiInStop, OpenPorts(), handle, &InputPort::Stop);
 }
 
-// There are no buffers for long messages to give back, so a reset is a stop.
+// A reset is a stop, since there are no buffers for long messages to return.
 MMRESULT midiInReset(HMIDIIN handle) {
-    return On(Call::midiInReset, The<Ports>(), handle, &InputPort::Stop);
+    return CallOnHandle(Call::midiInReset, OpenPorts(), handle, &InputPort::Stop);
 }
 
 MMRESULT midiInClose(HMIDIIN handle) {
-    return On(Call::midiInClose, The<Ports>(), handle, &InputPort::Close);
+    return CallOnHandle(Call::midiInClose, OpenPorts(), handle, &InputPort::Close);
 }
 
 } // namespace zorsystem

@@ -1,7 +1,7 @@
-// The calls of MIDI output: what goes over the wire, and what still sounds at its far end.
+// The midiOut calls: they send whole messages to the device and keep track of the notes that sound.
 #include "midi/sounding_notes.h"
 #include "platform/calls/midi_ports.h"
-#include "platform/calls/names.h"
+#include "platform/calls/text_buffer.h"
 #include "platform/machine/clock.h"
 #include "platform/machine/midi.h"
 #include "platform/machine/power.h"
@@ -9,10 +9,10 @@
 #include <array>
 #include <atomic>
 
-namespace machine {
+namespace calls {
 namespace {
 
-// Each port has a lock of its own, so that none waits for another's device.
+// Each port has its own lock, so that no port waits for another one's device.
 class OutputPort final : public MidiPort {
 public:
     using MidiPort::MidiPort;
@@ -24,45 +24,48 @@ public:
 
 private:
     MMRESULT Check(); // locked, as the next two
-    MMRESULT Miss();
-    MidiResult Carry(std::uint32_t message);
+    MMRESULT ReportDeparture();
+    MidiResult SendToDevice(std::uint32_t message);
 
-    unsigned Moves = Device->Moves();
-    unsigned Told = 0; // the number of the departure; 0: of none
+    MidiPresence LastPresence = Device->Presence();
+    unsigned ReportedDeparture = 0; // its number, from 1 on; 0 for none
     midi::SoundingNotes Sounding;
     std::array<WORD, MIDIPATCHSIZE> Patches{};
 };
 
-using Ports = Handles<OutputPort>;
+Handles<OutputPort>& OpenPorts() { return ImmortalSingleton<Handles<OutputPort>>(); }
 
-// What those who steer do to sending and see of it.
+// What the steering functions of machine/midi.h set and read.
 using Driver = std::function<void(Call call, int device)>;
 struct Steering {
-    std::atomic<bool> Recording{false}; // ordered by nothing
+    std::atomic<bool> Recording{false}; // needs no order with other memory
     std::mutex Lock;                    // of the next two
-    std::vector<SentMidi> Sent;
+    std::vector<machine::SentMidi> SentMessages;
     std::shared_ptr<const Driver> Program; // null for none
 };
+Steering& SteeringState() { return ImmortalSingleton<Steering>(); }
 
-const AtPowerOn atPowerOn([] {
-    for (const auto& port : The<Ports>().TakeAll()) port->Close();
-    InsideMidiOut(nullptr);
-    TakeSentMidi();
-    RecordSentMidi(true);
+const machine::AtPowerOn atPowerOn([] {
+    for (const auto& port : OpenPorts().RemoveAll()) port->Close();
+    machine::InsideMidiOut(nullptr);
+    machine::DrainSentMidi();
+    machine::RecordSentMidi(true);
 });
 
-int Number(const MidiDevice& device) { return static_cast<int>(NumberOf(MidiWay::Out, &device)); }
+int Number(const MidiDevice& device) {
+    return static_cast<int>(NumberOf(MidiDirection::Output, &device));
+}
 
 void Record(const MidiDevice& device, std::uint32_t message, bool reset) {
-    if (!The<Steering>().Recording) return;
+    if (!SteeringState().Recording) return;
     const int number = Number(device);
-    const std::scoped_lock lock(The<Steering>().Lock);
-    The<Steering>().Sent.push_back({Microseconds(), number, message, reset});
+    const std::scoped_lock lock(SteeringState().Lock);
+    SteeringState().SentMessages.push_back({machine::Microseconds(), number, message, reset});
 }
 
 void RunDriver(const MidiDevice& device, Call call) {
-    std::unique_lock lock(The<Steering>().Lock);
-    const auto program = The<Steering>().Program;
+    std::unique_lock lock(SteeringState().Lock);
+    const auto program = SteeringState().Program;
     lock.unlock();
     if (program) (*program)(call, Number(device));
 }
@@ -73,33 +76,36 @@ std::uint32_t ClampData(std::uint32_t message) {
     return (message & 0xFF) | first << 8 | second << 16;
 }
 
-// Just the bytes that the status calls for.
-std::uint32_t OnTheWire(std::uint32_t message) {
+// The status and the data bytes that belong to it.
+std::uint32_t WholeMessage(std::uint32_t message) {
     return message & ((1u << 8 * (1 + midi::DataBytes(message & 0xFF))) - 1);
 }
 
-MidiResult OutputPort::Carry(std::uint32_t message) {
+MidiResult OutputPort::SendToDevice(std::uint32_t message) {
     const std::uint32_t status = message & 0xFF;
-    // Without a status, or with that of a long message, nothing whole would arrive.
+    // Data without a status, and parts of long messages, are dropped.
     if (status < 0x80 || status == 0xF0 || status == 0xF7) return MidiResult::Done;
-    const std::uint32_t wire = OnTheWire(message);
-    Sounding.Apply(wire);
-    return Device->Send(wire);
+    const std::uint32_t whole = WholeMessage(message);
+    Sounding.Apply(whole);
+    return Device->Send(whole);
 }
 
 MMRESULT OutputPort::Check() {
     if (Closed) return MMSYSERR_INVALHANDLE;
-    // What has left fell silent, also if it was back at once.
-    const unsigned moves = Device->Moves();
-    if (std::exchange(Moves, moves) != moves) Sounding.Clear();
-    return moves % 2 != 0 ? MMSYSERR_NODRIVER : MMSYSERR_NOERROR;
+    // A device that has been unplugged is silent, even if it is back already.
+    const MidiPresence presence = Device->Presence();
+    if (presence.Departures != LastPresence.Departures) Sounding.Clear();
+    LastPresence = presence;
+    return presence.Gone ? MMSYSERR_NODRIVER : MMSYSERR_NOERROR;
 }
 
-// Whoever plays a piece would show its user each failure: of a departure he is told once, and what
-// he sends until the return goes nowhere. The device itself may know of it before it is announced.
-MMRESULT OutputPort::Miss() {
-    const unsigned departure = Moves / 2 + 1;
-    return std::exchange(Told, departure) == departure ? MMSYSERR_NOERROR : MMSYSERR_NODRIVER;
+// An application that plays a song would show its user every failure. So the first send after a
+// departure fails, and later ones until the return are dropped. Send may fail shortly before the
+// departure is announced: that failure counts as the departure's.
+MMRESULT OutputPort::ReportDeparture() {
+    const unsigned departure = LastPresence.Departures + (LastPresence.Gone ? 0 : 1);
+    return std::exchange(ReportedDeparture, departure) == departure ? MMSYSERR_NOERROR
+                                                                    : MMSYSERR_NODRIVER;
 }
 
 MMRESULT OutputPort::Send(DWORD message) {
@@ -107,18 +113,19 @@ MMRESULT OutputPort::Send(DWORD message) {
     MMRESULT error = Check();
     if (error == MMSYSERR_NOERROR) {
         Record(*Device, message & 0xFFFFFF, false);
-        error = ErrorOf(Carry(ClampData(message)));
+        error = ErrorOf(SendToDevice(ClampData(message)));
     }
-    return error == MMSYSERR_NODRIVER ? Miss() : error;
+    return error == MMSYSERR_NODRIVER ? ReportDeparture() : error;
 }
 
-// Releases every note that still sounds. Whoever holds a device that has gone gets rid of it.
+// Releases every note that still sounds. Succeeds on a device that is gone too, so that an
+// application can always get rid of its handle.
 MMRESULT OutputPort::Reset() {
     const std::scoped_lock lock(Lock);
     if (const MMRESULT error = Check())
         return error == MMSYSERR_NODRIVER ? MMSYSERR_NOERROR : error;
     Record(*Device, 0, true);
-    Sounding.Release([this](std::uint32_t message) { Carry(message); });
+    Sounding.Release([this](std::uint32_t message) { SendToDevice(message); });
     return MMSYSERR_NOERROR;
 }
 
@@ -127,21 +134,21 @@ MMRESULT OutputPort::Close() {
     if (std::exchange(Closed, true)) return MMSYSERR_INVALHANDLE;
     Device->Close();
     lock.unlock();
-    The<Ports>().Take(Handle);
+    OpenPorts().Remove(Handle);
     return MMSYSERR_NOERROR;
 }
 
-// Asks which channels have each patch, or adds those that are to have it.
+// For each patch, reads the channels that have it cached, or adds channels.
 MMRESULT OutputPort::Cache(WORD* patches, UINT flag) {
     const std::scoped_lock lock(Lock);
     if (const MMRESULT error = Check()) return error;
-    if (!(Device->Support() & MIDICAPS_CACHE)) return MMSYSERR_NOTSUPPORTED;
+    if (!(Device->SupportFlags() & MIDICAPS_CACHE)) return MMSYSERR_NOTSUPPORTED;
     for (WORD& cached : Patches) {
-        WORD& asked = *patches++;
+        WORD& channels = *patches++;
         if (flag == MIDI_CACHE_QUERY)
-            asked = cached;
+            channels = cached;
         else
-            cached = static_cast<WORD>(cached | asked);
+            cached = static_cast<WORD>(cached | channels);
     }
     return MMSYSERR_NOERROR;
 }
@@ -151,38 +158,44 @@ std::vector<WORD> OutputPort::Cached() {
     return {Patches.begin(), Patches.end()};
 }
 
-// As every call of an open port, but lets the driver run first, which may close it.
+// A call on an open port, which runs the driver of InsideMidiOut first; that may close the port.
 template <class Operation>
 MMRESULT WithPort(Call call, HMIDIOUT handle, Operation operation) {
-    return On(call, The<Ports>(), handle, [call, operation](OutputPort& port) {
+    return CallOnHandle(call, OpenPorts(), handle, [call, operation](OutputPort& port) {
         RunDriver(*port.Device, call);
         return operation(port);
     });
 }
 
 std::shared_ptr<MidiDevice> DeviceAt(UINT number) {
-    return number == MIDI_MAPPER ? DefaultMidiOutput() : MidiDeviceAt(MidiWay::Out, number);
+    return number == MIDI_MAPPER ? DefaultMidiOutput()
+                                 : MidiDeviceAt(MidiDirection::Output, number);
 }
 
 } // namespace
+} // namespace calls
+
+namespace machine {
+
+using namespace calls;
 
 void InsideMidiOut(std::function<void(Call call, int device)> driver) {
     auto program = driver ? std::make_shared<const Driver>(std::move(driver)) : nullptr;
-    const std::scoped_lock lock(The<Steering>().Lock);
-    The<Steering>().Program.swap(program);
+    const std::scoped_lock lock(SteeringState().Lock);
+    SteeringState().Program.swap(program);
 }
 
-void RecordSentMidi(bool on) { The<Steering>().Recording = on; }
+void RecordSentMidi(bool on) { SteeringState().Recording = on; }
 
-std::vector<SentMidi> TakeSentMidi() {
-    const std::scoped_lock lock(The<Steering>().Lock);
-    return std::exchange(The<Steering>().Sent, {});
+std::vector<SentMidi> DrainSentMidi() {
+    const std::scoped_lock lock(SteeringState().Lock);
+    return std::exchange(SteeringState().SentMessages, {});
 }
 
-int OpenMidiOutputs() { return The<Ports>().Count(); }
+int OpenMidiOutputs() { return OpenPorts().Count(); }
 
 std::vector<std::uint16_t> CachedPatches(int output) {
-    const auto port = PortOn(The<Ports>(), MidiWay::Out, output);
+    const auto port = PortOn(OpenPorts(), MidiDirection::Output, output);
     return port ? port->Cached() : std::vector<std::uint16_t>{};
 }
 
@@ -190,9 +203,10 @@ std::vector<std::uint16_t> CachedPatches(int output) {
 
 namespace zorsystem {
 
+using namespace calls;
 using namespace machine;
 
-UINT midiOutGetNumDevs() { return NumberOf(MidiWay::Out, nullptr); }
+UINT midiOutGetNumDevs() { return NumberOf(MidiDirection::Output, nullptr); }
 
 MMRESULT midiOutGetDevCapsA(UINT_PTR number, MIDIOUTCAPSA* caps, UINT /*size*/) {
     if (const Failure failure{Call::midiOutGetDevCapsA}) return failure;
@@ -200,7 +214,7 @@ MMRESULT midiOutGetDevCapsA(UINT_PTR number, MIDIOUTCAPSA* caps, UINT /*size*/) 
     if (!device) return MMSYSERR_BADDEVICEID;
     CopyName(caps->szPname,
              static_cast<UINT>(number) == MIDI_MAPPER ? "MIDI Mapper" : device->Name);
-    caps->dwSupport = device->Support();
+    caps->dwSupport = device->SupportFlags();
     return MMSYSERR_NOERROR;
 }
 
@@ -210,7 +224,7 @@ MMRESULT midiOutOpen(HMIDIOUT* handle, UINT number, DWORD_PTR /*callback*/, DWOR
     auto device = DeviceAt(number);
     if (!device) return MMSYSERR_BADDEVICEID;
     const auto port = std::make_shared<OutputPort>(std::move(device));
-    return OpenPort(The<Ports>(), port, nullptr, handle);
+    return OpenPort(OpenPorts(), port, nullptr, handle);
 }
 
 MMRESULT midiOutReset(HMIDIOUT handle) {

@@ -1,4 +1,4 @@
-// The texts of the error codes that MIDI calls give.
+// The texts of the error codes that MIDI calls return.
 #include "platform/system/midi.h"
 
 #include <algorithm>

@@ -1,14 +1,19 @@
-// The mixer calls, as far as they are made: a mixer is that of a capture device, opened by its own
-// number or by the device's, and everything else goes by the handle.
+// The mixer calls that the library uses. Each capture device with levels has a mixer, opened by the
+// number of the mixer or of the device; all other calls use the handle.
 #include "platform/system/mixer.h"
 
-#include "platform/calls/handles.h"
-#include "platform/calls/names.h"
 #include "platform/api/capture.h"
+#include "platform/calls/handles.h"
+#include "platform/calls/text_buffer.h"
+#include "platform/machine/capture.h"
 #include "platform/machine/faults.h"
 #include "platform/machine/power.h"
 
-namespace machine {
+namespace calls {
+
+using namespace device;
+using namespace machine;
+
 namespace {
 
 static_assert(SpeakersLine == MIXERLINE_COMPONENTTYPE_DST_SPEAKERS &&
@@ -17,28 +22,26 @@ static_assert(SpeakersLine == MIXERLINE_COMPONENTTYPE_DST_SPEAKERS &&
               VolumeControl == MIXERCONTROL_CONTROLTYPE_VOLUME &&
               MuteControl == MIXERCONTROL_CONTROLTYPE_MUTE);
 
-using Devices = std::vector<std::shared_ptr<CaptureDevice>>;
-
-Devices Mixers() {
-    Devices devices = CaptureDevices();
+CaptureDeviceList Mixers() {
+    CaptureDeviceList devices = CaptureDevices();
     std::erase_if(devices, [](const auto& device) { return device->Levels().empty(); });
     return devices;
 }
 
-using Open = Handles<CaptureDevice>;
-const AtPowerOn atPowerOn([] { The<Open>().TakeAll(); });
+Handles<CaptureDevice>& OpenHandles() { return ImmortalSingleton<Handles<CaptureDevice>>(); }
+const AtPowerOn atPowerOn([] { OpenHandles().RemoveAll(); });
 
-// Counts the call and goes on with the controls of the handle.
+// Counts the call and runs the operation on the controls of the handle.
 template <class Operation>
 MMRESULT WithMixer(Call call, HMIXEROBJ handle, Operation operation) {
     if (const Failure failure{call}) return failure;
-    const auto mixer = The<Open>().Find(handle);
+    const auto mixer = OpenHandles().Find(handle);
     if (!mixer) return MMSYSERR_INVALHANDLE;
-    return mixer->Gone() ? MMSYSERR_NODRIVER : operation(mixer->Levels());
+    return mixer->IsGone() ? MMSYSERR_NODRIVER : operation(mixer->Levels());
 }
 
-// A line's id is made of its destination's type and its own among the sources, 0 for the
-// destination itself; a control's id is its place among all, from 1 on.
+// The ID of a line holds the type of its destination and its own type, 0 for the destination
+// itself. The ID of a control is its place among all controls, from 1 on.
 DWORD LineOf(const ControlPlace& place) { return place.Destination << 16 | place.Source; }
 
 // The types of a destination's sources.
@@ -58,7 +61,7 @@ DWORD ChannelsOf(const LevelList& levels, DWORD line) {
     return static_cast<DWORD>(channels);
 }
 
-// Goes on with the control of a record and the values in it.
+// Runs the operation on the control that a record names and on the values in the record.
 template <class Operation>
 MMRESULT WithLevel(Call call, HMIXEROBJ handle, const MIXERCONTROLDETAILS& details,
                    Operation operation) {
@@ -72,20 +75,19 @@ MMRESULT WithLevel(Call call, HMIXEROBJ handle, const MIXERCONTROLDETAILS& detai
 }
 
 } // namespace
+} // namespace calls
 
-int OpenMixers() { return The<Open>().Count(); }
-
-} // namespace machine
+int machine::OpenMixers() { return calls::OpenHandles().Count(); }
 
 namespace zorsystem {
 
-using namespace machine;
+using namespace calls;
 
 UINT mixerGetNumDevs() { return static_cast<UINT>(Mixers().size()); }
 
 MMRESULT mixerGetDevCapsA(UINT_PTR number, MIXERCAPSA* caps, UINT /*size*/) {
     if (const Failure failure{Call::mixerGetDevCapsA}) return failure;
-    const Devices mixers = Mixers();
+    const CaptureDeviceList mixers = Mixers();
     if (number >= mixers.size()) return MMSYSERR_BADDEVICEID;
     CopyName(caps->szPname, mixers[number]->Name());
     return MMSYSERR_NOERROR;
@@ -93,35 +95,35 @@ MMRESULT mixerGetDevCapsA(UINT_PTR number, MIXERCAPSA* caps, UINT /*size*/) {
 
 MMRESULT mixerOpen(HMIXER* handle, UINT number, DWORD_PTR, DWORD_PTR, DWORD flags) {
     if (const Failure failure{Call::mixerOpen}) return failure;
-    const Devices devices = flags == MIXER_OBJECTF_WAVEIN ? CaptureDevices() : Mixers();
+    const CaptureDeviceList devices = flags == MIXER_OBJECTF_WAVEIN ? CaptureDevices() : Mixers();
     if (number >= devices.size()) return MMSYSERR_BADDEVICEID;
     if (devices[number]->Levels().empty()) return MMSYSERR_NODRIVER;
-    *handle = The<Open>().Add<HMIXER>(devices[number]);
+    *handle = OpenHandles().Add<HMIXER>(devices[number]);
     return MMSYSERR_NOERROR;
 }
 
 MMRESULT mixerClose(HMIXER handle) {
     if (const Failure failure{Call::mixerClose}) return failure;
-    return The<Open>().Take(handle) ? MMSYSERR_NOERROR : MMSYSERR_INVALHANDLE;
+    return OpenHandles().Remove(handle) ? MMSYSERR_NOERROR : MMSYSERR_INVALHANDLE;
 }
 
 // A destination by its type, or a source of one by its place.
-MMRESULT mixerGetLineInfoA(HMIXEROBJ handle, MIXERLINEA* told, DWORD flags) {
+MMRESULT mixerGetLineInfoA(HMIXEROBJ handle, MIXERLINEA* record, DWORD flags) {
     return WithMixer(Call::mixerGetLineInfoA, handle, [=](const LevelList& levels) {
         const bool source = flags == MIXER_GETLINEINFOF_SOURCE;
-        ControlPlace line{source ? told->dwDestination : told->dwComponentType, 0, 0};
+        ControlPlace line{source ? record->dwDestination : record->dwComponentType, 0, 0};
         const std::vector<DWORD> sources = SourcesOf(levels, line.Destination);
-        if (source && told->dwSource >= sources.size()) return MIXERR_INVALLINE;
-        if (source) line.Source = sources[told->dwSource];
+        if (source && record->dwSource >= sources.size()) return MIXERR_INVALLINE;
+        if (source) line.Source = sources[record->dwSource];
         const DWORD channels = ChannelsOf(levels, LineOf(line));
         if (channels == 0 && sources.empty()) return MIXERR_INVALLINE;
-        *told = {.cbStruct = sizeof *told,
-                 .dwDestination = line.Destination,
-                 .dwSource = told->dwSource,
-                 .dwLineID = LineOf(line),
-                 .dwComponentType = source ? line.Source : line.Destination,
-                 .cChannels = channels,
-                 .cConnections = source ? 0 : static_cast<DWORD>(sources.size())};
+        *record = {.cbStruct = sizeof *record,
+                   .dwDestination = line.Destination,
+                   .dwSource = record->dwSource,
+                   .dwLineID = LineOf(line),
+                   .dwComponentType = source ? line.Source : line.Destination,
+                   .cChannels = channels,
+                   .cConnections = source ? 0 : static_cast<DWORD>(sources.size())};
         return MMSYSERR_NOERROR;
     });
 }
@@ -135,13 +137,13 @@ MMRESULT mixerGetLineControlsA(HMIXEROBJ handle, MIXERLINECONTROLSA* query, DWOR
         });
         if (found == levels.end()) return MIXERR_INVALCONTROL;
         const Level& level = **found;
-        MIXERCONTROLA& told = *query->pamxctrl;
-        told = {};
-        told.dwControlID = static_cast<DWORD>(found - levels.begin() + 1);
-        told.dwControlType = level.Place.Control;
+        MIXERCONTROLA& record = *query->pamxctrl;
+        record = {};
+        record.dwControlID = static_cast<DWORD>(found - levels.begin() + 1);
+        record.dwControlType = level.Place.Control;
         if (level.Values < ChannelsOf(levels, query->dwLineID))
-            told.fdwControl = MIXERCONTROL_CONTROLF_UNIFORM;
-        told.Bounds.dwMaximum = level.Maximum;
+            record.fdwControl = MIXERCONTROL_CONTROLF_UNIFORM;
+        record.Bounds.dwMaximum = level.Maximum;
         return MMSYSERR_NOERROR;
     });
 }

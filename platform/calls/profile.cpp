@@ -1,6 +1,6 @@
 // Private-profile files on disk.
-#include "platform/calls/names.h"
 #include "platform/calls/profile_text.h"
+#include "platform/calls/text_buffer.h"
 #include "platform/machine/faults.h"
 #include "platform/system/kernel.h"
 
@@ -12,15 +12,15 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace machine {
+namespace calls {
 namespace {
 
 namespace fs = std::filesystem;
 
 std::mutex changeLock; // a change reads the whole file and writes it back
 
-// The file that a path means, through links. One written all in small letters stands in for a
-// missing one: names of files go without case where such files come from.
+// The file of this path with links resolved. If it is missing, a file of the same name in small
+// letters: on the system that these files come from, file names have no case.
 fs::path Locate(const fs::path& wanted) {
     std::error_code failed;
     if (const fs::path real = fs::canonical(wanted, failed); !failed) return real;
@@ -30,28 +30,28 @@ fs::path Locate(const fs::path& wanted) {
     return failed ? wanted : real;
 }
 
-// The file's text, empty for one that is missing or cannot be read: read at every call, so that
-// what others write is seen.
+// The file's text; empty if it is missing or cannot be read. Read at every call, so that changes by
+// other programs are seen.
 std::string ReadProfile(const fs::path& place) {
     std::ostringstream text;
     text << std::ifstream(place, std::ios::binary).rdbuf();
     return text.str();
 }
 
-// Nobody may write it. The superuser could all the same, but a setting that says so is meant.
+// No user may write it, or this one may not. A file without any write permission counts as
+// read-only for the superuser too, since that setting is deliberate.
 bool IsReadOnly(const fs::path& place, const fs::file_status& status) {
     constexpr auto any = fs::perms::owner_write | fs::perms::group_write | fs::perms::others_write;
     return (status.permissions() & any) == fs::perms::none || access(place.c_str(), W_OK) != 0;
 }
 
-// Writes beside the file and puts the result in its place in one step, so that neither a full disk
-// nor a reader at the same moment finds half a file. Keeps the file's permissions, and its owner
-// where the writer may give files away. False, with the file as it was, if it or its folder is
-// read-only or anything else goes wrong.
+// Writes a new file beside the old one and renames it, so that neither a full disk nor a concurrent
+// reader sees half a file. Keeps the file's permissions, and its owner where the process may change
+// owners. False, with the file unchanged, if it or its folder is read-only or any step fails.
 bool ReplaceProfile(const fs::path& place, const std::string& bytes) {
     std::error_code failed;
     const fs::path folder = fs::absolute(place).parent_path();
-    fs::create_directories(folder, failed); // that it cannot be made shows below
+    fs::create_directories(folder, failed); // a failure shows below
     const fs::file_status old = fs::status(place, failed);
     if (IsReadOnly(folder, fs::status(folder, failed)) ||
         (fs::exists(old) && (!fs::is_regular_file(old) || IsReadOnly(place, old))))
@@ -62,7 +62,7 @@ bool ReplaceProfile(const fs::path& place, const std::string& bytes) {
     file.close();
     failed = file ? std::error_code() : std::make_error_code(std::errc::io_error);
     struct stat owned {};
-    // The owner first, since a new one takes some permissions away.
+    // The owner first, since changing it clears some permissions.
     if (stat(place.c_str(), &owned) == 0 && geteuid() == 0 &&
         chown(beside.c_str(), owned.st_uid, owned.st_gid) != 0)
         failed = std::make_error_code(std::errc::operation_not_permitted);
@@ -73,7 +73,7 @@ bool ReplaceProfile(const fs::path& place, const std::string& bytes) {
     return !failed;
 }
 
-// Blanks, a sign, and digits up to the first character that is none; wraps after 32 bits.
+// Blanks, a sign, and digits up to the first other character; wraps at 32 bits.
 UINT ReadInteger(std::string_view text) {
     text.remove_prefix(std::min(text.find_first_not_of(" \t"), text.size()));
     const bool negative = text.starts_with('-');
@@ -87,10 +87,11 @@ UINT ReadInteger(std::string_view text) {
 }
 
 } // namespace
-} // namespace machine
+} // namespace calls
 
 namespace zorsystem {
 
+using namespace calls;
 using namespace machine;
 
 DWORD GetPrivateProfileStringA(LPCSTR section, LPCSTR key, LPCSTR fallback, LPSTR buffer,
@@ -100,7 +101,7 @@ DWORD GetPrivateProfileStringA(LPCSTR section, LPCSTR key, LPCSTR fallback, LPST
     const std::string_view value =
         ProfileValue(text, section, key)
             .value_or(blank.substr(0, blank.find_last_not_of(" \t") + 1));
-    return static_cast<DWORD>(GiveText(value, buffer, size));
+    return static_cast<DWORD>(CopyText(value, buffer, size));
 }
 
 UINT GetPrivateProfileIntA(LPCSTR section, LPCSTR key, int fallback, LPCSTR file) {

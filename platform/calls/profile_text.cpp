@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <strings.h>
 
-namespace machine {
+namespace calls {
 namespace {
 
 constexpr std::string_view Utf8Mark = "\xEF\xBB\xBF";
@@ -20,11 +20,11 @@ bool SameName(std::string_view one, std::string_view other) {
 }
 
 struct Place {
-    std::string_view Line;      // the key's, without its end; empty if there is none
-    std::size_t SectionEnd = 0; // behind the section's last line that is not blank; 0 for none
+    std::string_view Line;      // the key's, without the line end; empty if there is none
+    std::size_t SectionEnd = 0; // behind the section's last line that is not blank; 0 if missing
 };
 
-// Lines that are neither "[section]" nor "key=value", comments among them, mean nothing.
+// Ignores lines that are neither "[section]" nor "key=value", comments included.
 Place Find(std::string_view text, std::string_view section, std::string_view key) {
     Place place;
     std::size_t at = text.starts_with(Utf8Mark) ? Utf8Mark.size() : 0;
@@ -44,7 +44,7 @@ Place Find(std::string_view text, std::string_view section, std::string_view key
     return place;
 }
 
-// With a line of its own at this place, ended as the text ends its first.
+// Inserts a line at this place, with the line end of the text's first line.
 std::string WithLine(std::string text, std::size_t at, const std::string& line) {
     const std::size_t first = text.find('\n');
     const bool plain = first != text.npos && (first == 0 || text[first - 1] != '\r');
@@ -68,7 +68,7 @@ std::optional<std::string_view> ProfileValue(std::string_view text, std::string_
 std::string WithProfileValue(const std::string& text, std::string_view section,
                              std::string_view key, std::string_view value) {
     const auto [old, sectionEnd] = Find(text, section, key);
-    // A key is spelled as it was.
+    // The key keeps its spelling in the file.
     const std::string line = std::string(Trim(old.empty() ? key : old.substr(0, old.find('=')))) +
                              "=" + std::string(value);
     if (!old.empty())
@@ -79,4 +79,4 @@ std::string WithProfileValue(const std::string& text, std::string_view section,
     return WithLine(begun, begun.size(), line);
 }
 
-} // namespace machine
+} // namespace calls

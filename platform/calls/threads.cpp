@@ -1,4 +1,4 @@
-// Critical sections, and pointers of each thread's own.
+// Critical sections, and thread-local slots.
 #include "platform/system/kernel.h"
 
 #include <atomic>
@@ -8,14 +8,14 @@ namespace zorsystem {
 namespace {
 
 constexpr DWORD SlotCount = 8;
-std::atomic<DWORD> taken{0};
+std::atomic<DWORD> allocated{0};
 
-// Initial-exec: in the thread's own block from its start, so that nothing is allocated for it.
+// Initial-exec: part of each thread's static block, so that no access allocates.
 constinit thread_local LPVOID slots[SlotCount] __attribute__((tls_model("initial-exec"))) = {};
 
 } // namespace
 
-// A section is there from its construction and holds nothing that must be given back.
+// A section is complete once constructed and owns no resource of the system.
 void InitializeCriticalSection(CRITICAL_SECTION* /*section*/) {}
 void DeleteCriticalSection(CRITICAL_SECTION* /*section*/) {}
 
@@ -24,7 +24,7 @@ BOOL TryEnterCriticalSection(CRITICAL_SECTION* section) { return section->Mutex.
 void LeaveCriticalSection(CRITICAL_SECTION* section) { section->Mutex.unlock(); }
 
 DWORD TlsAlloc() {
-    const DWORD index = taken.fetch_add(1, std::memory_order_relaxed);
+    const DWORD index = allocated.fetch_add(1, std::memory_order_relaxed);
     return index < SlotCount ? index : TLS_OUT_OF_INDEXES;
 }
 LPVOID TlsGetValue(DWORD index) { return index < SlotCount ? slots[index] : nullptr; }

@@ -1,7 +1,7 @@
 // The millisecond clock and its one-shots, on the machine's clock. A one-shot's identifier is the
 // token of its action.
-#include "platform/common/lasting.h"
 #include "platform/api/clock.h"
+#include "platform/common/immortal_singleton.h"
 #include "platform/machine/faults.h"
 #include "platform/machine/power.h"
 #include "platform/system/mmtime.h"
@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <mutex>
 
-namespace machine {
+namespace calls {
 namespace {
 
 struct Timers {
@@ -22,39 +22,48 @@ struct Timers {
     }
 };
 
+Timers& State() { return common::ImmortalSingleton<Timers>(); }
+
 void Expire(void* callback, std::uintptr_t user) {
-    reinterpret_cast<LPTIMECALLBACK>(callback)(ActionToken(), 0, user, 0, 0);
+    reinterpret_cast<LPTIMECALLBACK>(callback)(device::ActionToken(), 0, user, 0, 0);
 }
 
-const AtPowerOn atPowerOn([] {
-    const std::scoped_lock lock(The<Timers>().Lock);
-    The<Timers>().Caps = {1, 1000000};
-    The<Timers>().Periods.clear();
+const machine::AtPowerOn atPowerOn([] {
+    const std::scoped_lock lock(State().Lock);
+    State().Caps = {1, 1000000};
+    State().Periods.clear();
 });
 
 } // namespace
+} // namespace calls
+
+namespace machine {
+
+using namespace calls;
 
 void SetTimerCaps(unsigned periodMin, unsigned periodMax) {
-    const std::scoped_lock lock(The<Timers>().Lock);
-    The<Timers>().Caps = {periodMin, periodMax};
+    const std::scoped_lock lock(State().Lock);
+    State().Caps = {periodMin, periodMax};
 }
 
 std::vector<std::uint32_t> PendingTimers() {
     std::vector<std::uint32_t> milliseconds;
-    for (const std::uint64_t due : PendingDues(Expire))
+    for (const std::uint64_t due : device::PendingDueTimes(Expire))
         milliseconds.push_back(static_cast<std::uint32_t>(due / 1000));
     return milliseconds;
 }
 
 std::vector<unsigned> OpenTimerPeriods() {
-    const std::scoped_lock lock(The<Timers>().Lock);
-    return The<Timers>().Periods;
+    const std::scoped_lock lock(State().Lock);
+    return State().Periods;
 }
 
 } // namespace machine
 
 namespace zorsystem {
 
+using namespace calls;
+using namespace device;
 using namespace machine;
 
 DWORD timeGetTime() { return static_cast<DWORD>(Microseconds() / 1000); }
@@ -62,24 +71,24 @@ DWORD GetTickCount() { return timeGetTime(); }
 
 MMRESULT timeGetDevCaps(TIMECAPS* caps, UINT /*size*/) {
     if (const Failure failure{Call::timeGetDevCaps}) return failure;
-    const std::scoped_lock lock(The<Timers>().Lock);
-    *caps = The<Timers>().Caps;
+    const std::scoped_lock lock(State().Lock);
+    *caps = State().Caps;
     return TIMERR_NOERROR;
 }
 
 MMRESULT timeBeginPeriod(UINT milliseconds) {
     if (const Failure failure{Call::timeBeginPeriod}) return failure;
     StartLane(Lane::Timers);
-    const std::scoped_lock lock(The<Timers>().Lock);
-    if (!The<Timers>().InRange(milliseconds)) return TIMERR_NOCANDO;
-    The<Timers>().Periods.push_back(milliseconds);
+    const std::scoped_lock lock(State().Lock);
+    if (!State().InRange(milliseconds)) return TIMERR_NOCANDO;
+    State().Periods.push_back(milliseconds);
     return TIMERR_NOERROR;
 }
 
 MMRESULT timeEndPeriod(UINT milliseconds) {
     if (const Failure failure{Call::timeEndPeriod}) return failure;
-    const std::scoped_lock lock(The<Timers>().Lock);
-    std::vector<unsigned>& periods = The<Timers>().Periods;
+    const std::scoped_lock lock(State().Lock);
+    std::vector<unsigned>& periods = State().Periods;
     const auto period = std::ranges::find(periods, milliseconds);
     if (period == periods.end()) return TIMERR_NOCANDO;
     periods.erase(period);
@@ -89,8 +98,8 @@ MMRESULT timeEndPeriod(UINT milliseconds) {
 MMRESULT timeSetEvent(UINT delay, UINT /*resolution*/, LPTIMECALLBACK callback, DWORD_PTR user,
                       UINT /*flags*/) {
     if (const Failure failure{Call::timeSetEvent}) return failure;
-    std::unique_lock lock(The<Timers>().Lock);
-    if (!The<Timers>().InRange(delay)) return 0;
+    std::unique_lock lock(State().Lock);
+    if (!State().InRange(delay)) return 0;
     lock.unlock();
     // Counted from the millisecond that timeGetTime reads now: at the expiry it reads that
     // millisecond plus the delay, never one less.

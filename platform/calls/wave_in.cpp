@@ -1,10 +1,10 @@
-// The waveIn calls: an open device is the queue of an application's buffers, and the stream that
+// The waveIn calls. An open device is a queue of the application's buffers and the stream that
 // fills them.
 #include "platform/system/wave.h"
 
-#include "platform/calls/handles.h"
-#include "platform/calls/names.h"
 #include "platform/api/capture.h"
+#include "platform/calls/handles.h"
+#include "platform/calls/text_buffer.h"
 #include "platform/machine/capture.h"
 #include "platform/machine/faults.h"
 #include "platform/machine/native.h"
@@ -15,19 +15,22 @@
 #include <atomic>
 #include <vector>
 
-namespace machine {
+namespace calls {
+
+using namespace device;
+
 namespace {
 
-// Ordered by nothing.
+// Counters, which need no order with other memory.
 std::atomic<int> prepared{0};
 std::atomic<int> duringReset{0};
 std::atomic<unsigned> positionUnit{0};
 
 using Callback = void(CALLBACK*)(HWAVEIN, UINT, DWORD_PTR, DWORD_PTR, DWORD_PTR);
 
-// Public functions run on any thread, but for the ones that the system forbids inside a callback.
-// The callback runs on the capturing thread with nothing locked; on the caller's inside Close, Stop
-// and Reset, which hand buffers back themselves.
+// Thread: any, except for the calls that the system forbids inside a callback. The callback runs on
+// the capturing thread with no lock held; inside Close, Stop and Reset, which return buffers
+// themselves, on the caller's thread.
 class WaveIn final : public CaptureOwner, public std::enable_shared_from_this<WaveIn> {
 public:
     WaveIn(CaptureDevice& device, const PcmFormat& format, Callback client, DWORD_PTR instance)
@@ -35,9 +38,9 @@ public:
           Instance(instance), Stream(device.Open(format, *this)) {}
     ~WaveIn() { Abandon(); }
 
-    // False: the device is not to be had. Every other function needs it.
+    // False if the device cannot be opened; no other function may be called then.
     bool IsOpen() const { return Stream != nullptr; }
-    void Tell(UINT message, WAVEHDR* header = nullptr) {
+    void CallClient(UINT message, WAVEHDR* header = nullptr) {
         Client(Handle, message, Instance, reinterpret_cast<DWORD_PTR>(header), 0);
     }
 
@@ -47,55 +50,58 @@ public:
     MMRESULT Start();
     MMRESULT Stop();
     MMRESULT Reset();
-    MMRESULT Position(MMTIME& time);
+    MMRESULT ReadPosition(MMTIME& time);
     // WAVERR_STILLPLAYING while buffers are queued, unless the device is gone.
-    MMRESULT MayClose();
-    // Ends capturing without handing anything back.
+    MMRESULT CheckClose();
+    // Ends capturing without returning buffers.
     void Abandon();
 
-    HWAVEIN Handle = nullptr; // given before it is told of anything
+    HWAVEIN Handle = nullptr; // set before the first callback
 
 private:
-    void NoteHeaderCall() const { // before the lock
-        if (Endings > 0) duringReset.fetch_add(1, std::memory_order_relaxed);
+    void CountHeaderCall() const { // called before locking
+        if (EndCalls > 0) duringReset.fetch_add(1, std::memory_order_relaxed);
     }
-    void Captured() override;
-    WAVEHDR* TakeFilled(std::uint64_t position); // locked, as the next three
-    WAVEHDR* FillFirst(std::uint64_t position);
-    std::uint64_t PositionNow() const;
+    void OnFramesCaptured() override;
+    WAVEHDR* PopFilled(std::uint64_t position); // locked, as the next three
+    WAVEHDR* PopFirst(std::uint64_t position);
+    std::uint64_t RecordedFrames() const;
     std::uint64_t EndOfFirst() const { // frame of the stream
-        return Filled + Queue.front()->dwBufferLength / FrameBytes;
+        return ReadFrames + Queue.front()->dwBufferLength / FrameBytes;
     }
-    void GiveBack(std::unique_lock<std::mutex>& lock, WAVEHDR* header);
-    void EndCapture(bool handBackAll);
+    void ReturnBuffer(std::unique_lock<std::mutex>& lock, WAVEHDR* header);
+    void EndCapture(bool returnAll);
 
     const unsigned Rate;
     const unsigned FrameBytes;
     const Callback Client;
     const DWORD_PTR Instance;
 
-    std::atomic<int> Endings{0}; // stops and resets under way
+    std::atomic<int> EndCalls{0}; // stops and resets that are running
 
     std::mutex Lock; // of all below; never held in the callback
     const std::unique_ptr<CaptureStream> Stream;
     bool Started = false;
-    bool Ending = false;         // a stop or reset is waiting for the callback
-    std::vector<WAVEHDR*> Queue; // to be filled; a few, and room for them stays
-    std::uint64_t Filled = 0;    // frames of the stream taken out, by a buffer or lost
-    std::uint64_t Before = 0;    // recorded since the last reset but not of this stream, less lost
+    bool Ending = false; // a stop or reset is waiting for the callback
+    std::vector<WAVEHDR*>
+        Queue; // buffers to fill; its capacity is kept, so adding does not allocate
+    std::uint64_t ReadFrames = 0; // of the stream, into buffers or lost
+    // Added to the stream's frames for the position: frames of earlier runs since the last reset,
+    // less those that were lost for want of a buffer. Wraps below 0.
+    std::uint64_t PositionOffset = 0;
 };
 
 MMRESULT WaveIn::Prepare(WAVEHDR& header) {
-    NoteHeaderCall();
-    if (Stream->Gone()) return MMSYSERR_NODRIVER;
+    CountHeaderCall();
+    if (Stream->IsGone()) return MMSYSERR_NODRIVER;
     if ((header.dwFlags & WHDR_PREPARED) == 0) prepared.fetch_add(1, std::memory_order_relaxed);
     header.dwFlags = WHDR_PREPARED;
     return MMSYSERR_NOERROR;
 }
 
-// Works on a device that is gone too, since the application has to free its memory.
+// Succeeds on a device that is gone too, since the application has to free its memory.
 MMRESULT WaveIn::Unprepare(WAVEHDR& header) {
-    NoteHeaderCall();
+    CountHeaderCall();
     const std::scoped_lock lock(Lock);
     if ((header.dwFlags & WHDR_INQUEUE) != 0) return WAVERR_STILLPLAYING;
     if ((header.dwFlags & WHDR_PREPARED) != 0) prepared.fetch_sub(1, std::memory_order_relaxed);
@@ -103,20 +109,20 @@ MMRESULT WaveIn::Unprepare(WAVEHDR& header) {
     return MMSYSERR_NOERROR;
 }
 
-// What was captured while there was no buffer is lost.
+// Sound that was captured while no buffer was queued is lost.
 MMRESULT WaveIn::Add(WAVEHDR& header) {
-    NoteHeaderCall();
+    CountHeaderCall();
     const std::scoped_lock lock(Lock);
     if ((header.dwFlags & WHDR_PREPARED) == 0) return WAVERR_UNPREPARED;
-    if (Stream->Gone()) return MMSYSERR_NODRIVER;
+    if (Stream->IsGone()) return MMSYSERR_NODRIVER;
     header.dwFlags = WHDR_PREPARED | WHDR_INQUEUE;
     header.dwBytesRecorded = 0;
     Queue.push_back(&header);
     if (Queue.size() > 1 || !Started) return MMSYSERR_NOERROR;
-    const std::uint64_t missed = Stream->Position() - Filled;
+    const std::uint64_t missed = Stream->Position() - ReadFrames;
     Stream->Read(nullptr, missed);
-    Before -= missed; // which wraps below 0, and comes back as missed frames are added
-    Filled += missed;
+    PositionOffset -= missed;
+    ReadFrames += missed;
     Stream->WakeAt(EndOfFirst());
     return MMSYSERR_NOERROR;
 }
@@ -131,7 +137,7 @@ MMRESULT WaveIn::Start() {
 }
 
 MMRESULT WaveIn::Stop() {
-    if (Stream->Gone()) return MMSYSERR_NODRIVER;
+    if (Stream->IsGone()) return MMSYSERR_NODRIVER;
     EndCapture(false);
     return MMSYSERR_NOERROR;
 }
@@ -139,14 +145,14 @@ MMRESULT WaveIn::Stop() {
 MMRESULT WaveIn::Reset() {
     EndCapture(true);
     const std::scoped_lock lock(Lock);
-    Before = 0;
-    return Stream->Gone() ? MMSYSERR_NODRIVER : MMSYSERR_NOERROR;
+    PositionOffset = 0;
+    return Stream->IsGone() ? MMSYSERR_NODRIVER : MMSYSERR_NOERROR;
 }
 
-MMRESULT WaveIn::Position(MMTIME& time) {
+MMRESULT WaveIn::ReadPosition(MMTIME& time) {
     const std::scoped_lock lock(Lock);
-    if (Stream->Gone()) return MMSYSERR_NODRIVER;
-    const std::uint64_t frames = PositionNow();
+    if (Stream->IsGone()) return MMSYSERR_NODRIVER;
+    const std::uint64_t frames = RecordedFrames();
     if (const unsigned unit = positionUnit.load(std::memory_order_relaxed)) time.wType = unit;
     if (time.wType == TIME_MS)
         time.u.ms = static_cast<DWORD>(frames * 1000 / Rate);
@@ -155,18 +161,18 @@ MMRESULT WaveIn::Position(MMTIME& time) {
     return MMSYSERR_NOERROR;
 }
 
-// Frames lost for want of a buffer were not recorded, so they do not count; neither do those that a
-// server still holds beyond what all queued buffers take.
-std::uint64_t WaveIn::PositionNow() const {
-    if (!Started) return Before;
-    std::uint64_t end = Filled;
+// Counts neither frames that were lost for want of a buffer, nor those that a server still holds
+// beyond the end of the queued buffers.
+std::uint64_t WaveIn::RecordedFrames() const {
+    if (!Started) return PositionOffset;
+    std::uint64_t end = ReadFrames;
     for (const WAVEHDR* const header : Queue) end += header->dwBufferLength / FrameBytes;
-    return Before + std::min(Stream->DevicePosition(), end);
+    return PositionOffset + std::min(Stream->DevicePosition(), end);
 }
 
-MMRESULT WaveIn::MayClose() {
+MMRESULT WaveIn::CheckClose() {
     const std::scoped_lock lock(Lock);
-    return Queue.empty() || Stream->Gone() ? MMSYSERR_NOERROR : WAVERR_STILLPLAYING;
+    return Queue.empty() || Stream->IsGone() ? MMSYSERR_NOERROR : WAVERR_STILLPLAYING;
 }
 
 void WaveIn::Abandon() {
@@ -175,87 +181,92 @@ void WaveIn::Abandon() {
     Started = false;
 }
 
-// One buffer at each wake: a slow callback then delays no other device more than itself.
-void WaveIn::Captured() {
-    const auto self = shared_from_this(); // a callback may drop the last handle
+// One buffer for each wake-up, so that a device with a slow callback does not delay the others.
+void WaveIn::OnFramesCaptured() {
+    const auto self = shared_from_this(); // the callback may close the handle
     std::unique_lock lock(Lock);
     if (!Started || Ending) return;
-    if (WAVEHDR* const full = TakeFilled(Stream->Position())) GiveBack(lock, full);
+    if (WAVEHDR* const full = PopFilled(Stream->Position())) ReturnBuffer(lock, full);
     if (Started && !Ending && !Queue.empty()) Stream->WakeAt(EndOfFirst());
 }
 
-// The next buffer, if its end has come by then.
-WAVEHDR* WaveIn::TakeFilled(std::uint64_t position) {
+// The next buffer, filled, if the position has reached its end; else null.
+WAVEHDR* WaveIn::PopFilled(std::uint64_t position) {
     if (Queue.empty() || position < EndOfFirst()) return nullptr;
-    return FillFirst(EndOfFirst());
+    return PopFirst(EndOfFirst());
 }
 
-WAVEHDR* WaveIn::FillFirst(std::uint64_t position) {
+WAVEHDR* WaveIn::PopFirst(std::uint64_t position) {
     WAVEHDR* const header = Queue.front();
     Queue.erase(Queue.begin());
-    Stream->Read(header->lpData, position - Filled);
-    header->dwBytesRecorded = static_cast<DWORD>((position - Filled) * FrameBytes);
-    Filled = position;
+    Stream->Read(header->lpData, position - ReadFrames);
+    header->dwBytesRecorded = static_cast<DWORD>((position - ReadFrames) * FrameBytes);
+    ReadFrames = position;
     return header;
 }
 
-void WaveIn::GiveBack(std::unique_lock<std::mutex>& lock, WAVEHDR* header) {
+void WaveIn::ReturnBuffer(std::unique_lock<std::mutex>& lock, WAVEHDR* header) {
     header->dwFlags = (header->dwFlags & ~WHDR_INQUEUE) | WHDR_DONE;
     lock.unlock();
-    Tell(WIM_DATA, header);
+    CallClient(WIM_DATA, header);
     lock.lock();
 }
 
-// All is settled before the first buffer goes back, since its callback may call anything.
-void WaveIn::EndCapture(bool handBackAll) {
-    ++Endings;
+// The state is complete before the first buffer is returned, since the callback may call anything.
+void WaveIn::EndCapture(bool returnAll) {
+    ++EndCalls;
     std::unique_lock lock(Lock);
     Ending = true;
     lock.unlock();
-    Stream->Stop(); // the callback under way may need the lock
+    Stream->Stop(); // unlocked, since a running callback may need the lock
     lock.lock();
     Ending = false;
-    std::vector<WAVEHDR*> back;
+    std::vector<WAVEHDR*> returned;
     if (Started) {
         const std::uint64_t position = Stream->Position();
-        while (WAVEHDR* const full = TakeFilled(position)) back.push_back(full);
-        if (!Queue.empty() && position > Filled) back.push_back(FillFirst(position));
+        while (WAVEHDR* const full = PopFilled(position)) returned.push_back(full);
+        if (!Queue.empty() && position > ReadFrames) returned.push_back(PopFirst(position));
         Started = false;
-        Before += std::exchange(Filled, 0);
+        PositionOffset += std::exchange(ReadFrames, 0);
     }
-    if (handBackAll) {
-        back.insert(back.end(), Queue.begin(), Queue.end());
+    if (returnAll) {
+        returned.insert(returned.end(), Queue.begin(), Queue.end());
         Queue.clear();
     }
-    for (WAVEHDR* const header : back) GiveBack(lock, header);
-    --Endings;
+    for (WAVEHDR* const header : returned) ReturnBuffer(lock, header);
+    --EndCalls;
 }
 
-using Open = Handles<WaveIn>;
+Handles<WaveIn>& OpenHandles() { return ImmortalSingleton<Handles<WaveIn>>(); }
 
-const AtPowerOn atPowerOn([] {
-    for (const auto& handle : The<Open>().TakeAll()) handle->Abandon();
+const machine::AtPowerOn atPowerOn([] {
+    for (const auto& handle : OpenHandles().RemoveAll()) handle->Abandon();
     prepared = duringReset = 0;
-    AnswerPositionsIn(0);
+    machine::AnswerPositionsIn(0);
 });
 
 DWORD FormatsOf(const CaptureDevice& device) {
     DWORD formats = 0;
-    for (std::size_t bit = 0; bit < CommonFormats.size(); ++bit)
-        if (device.Supports(CommonFormats[bit])) formats |= 1u << bit;
+    for (std::size_t bit = 0; bit < machine::CommonFormats.size(); ++bit)
+        if (device.Supports(machine::CommonFormats[bit])) formats |= 1u << bit;
     return formats;
 }
 
-// As the system's own, it tells the user why there is none.
+// Shows the reason in a message box, as the system does, if the search for microphones failed.
 MMRESULT NoSuchDevice() {
-    if (const std::string why = MicrophoneProblem(); !why.empty())
-        MessageBoxA(nullptr, why.c_str(), "No microphone", MB_ICONEXCLAMATION);
+    if (const std::string reason = machine::MicrophoneProblem(); !reason.empty())
+        MessageBoxA(nullptr, reason.c_str(), "No microphone", MB_ICONEXCLAMATION);
     return MMSYSERR_BADDEVICEID;
 }
 
 } // namespace
+} // namespace calls
 
-int OpenWaveIns() { return The<Open>().Count(); }
+namespace machine {
+
+using namespace calls;
+
+int OpenWaveIns() { return OpenHandles().Count(); }
 int PreparedWaveHeaders() { return prepared.load(std::memory_order_relaxed); }
 int WaveCallsDuringReset() { return duringReset.load(std::memory_order_relaxed); }
 void AnswerPositionsIn(unsigned unit) { positionUnit.store(unit, std::memory_order_relaxed); }
@@ -264,6 +275,8 @@ void AnswerPositionsIn(unsigned unit) { positionUnit.store(unit, std::memory_ord
 
 namespace zorsystem {
 
+using namespace calls;
+using namespace device;
 using namespace machine;
 
 UINT waveInGetNumDevs() { return static_cast<UINT>(CaptureDevices().size()); }
@@ -288,41 +301,45 @@ MMRESULT waveInOpen(HWAVEIN* handle, UINT number, const WAVEFORMATEX* wave, DWOR
     const auto open = std::make_shared<WaveIn>(*devices[number], format,
                                                reinterpret_cast<Callback>(callback), instance);
     if (!open->IsOpen()) return MMSYSERR_ALLOCATED;
-    *handle = open->Handle = The<Open>().Add<HWAVEIN>(open);
-    open->Tell(WIM_OPEN);
+    *handle = open->Handle = OpenHandles().Add<HWAVEIN>(open);
+    open->CallClient(WIM_OPEN);
     return MMSYSERR_NOERROR;
 }
 
 MMRESULT waveInClose(HWAVEIN handle) {
-    if (const MMRESULT fault = On(Call::waveInClose, The<Open>(), handle, &WaveIn::MayClose))
+    if (const MMRESULT fault =
+            CallOnHandle(Call::waveInClose, OpenHandles(), handle, &WaveIn::CheckClose))
         return fault;
-    const auto closed = The<Open>().Take(handle);
+    const auto closed = OpenHandles().Remove(handle);
     if (!closed) return MMSYSERR_INVALHANDLE;
     closed->Abandon();
-    closed->Tell(WIM_CLOSE);
+    closed->CallClient(WIM_CLOSE);
     return MMSYSERR_NOERROR;
 }
 
 MMRESULT waveInPrepareHeader(HWAVEIN handle, WAVEHDR* header, UINT /*size*/) {
-    return On(Call::waveInPrepareHeader, The<Open>(), handle, &WaveIn::Prepare, *header);
+    return CallOnHandle(Call::waveInPrepareHeader, OpenHandles(), handle, &WaveIn::Prepare,
+                        *header);
 }
 MMRESULT waveInUnprepareHeader(HWAVEIN handle, WAVEHDR* header, UINT /*size*/) {
-    return On(Call::waveInUnprepareHeader, The<Open>(), handle, &WaveIn::Unprepare, *header);
+    return CallOnHandle(Call::waveInUnprepareHeader, OpenHandles(), handle, &WaveIn::Unprepare,
+                        *header);
 }
 MMRESULT waveInAddBuffer(HWAVEIN handle, WAVEHDR* header, UINT /*size*/) {
-    return On(Call::waveInAddBuffer, The<Open>(), handle, &WaveIn::Add, *header);
+    return CallOnHandle(Call::waveInAddBuffer, OpenHandles(), handle, &WaveIn::Add, *header);
 }
 MMRESULT waveInStart(HWAVEIN handle) {
-    return On(Call::waveInStart, The<Open>(), handle, &WaveIn::Start);
+    return CallOnHandle(Call::waveInStart, OpenHandles(), handle, &WaveIn::Start);
 }
 MMRESULT waveInStop(HWAVEIN handle) {
-    return On(Call::waveInStop, The<Open>(), handle, &WaveIn::Stop);
+    return CallOnHandle(Call::waveInStop, OpenHandles(), handle, &WaveIn::Stop);
 }
 MMRESULT waveInReset(HWAVEIN handle) {
-    return On(Call::waveInReset, The<Open>(), handle, &WaveIn::Reset);
+    return CallOnHandle(Call::waveInReset, OpenHandles(), handle, &WaveIn::Reset);
 }
 MMRESULT waveInGetPosition(HWAVEIN handle, MMTIME* time, UINT /*size*/) {
-    return On(Call::waveInGetPosition, The<Open>(), handle, &WaveIn::Position, *time);
+    return CallOnHandle(Call::waveInGetPosition, OpenHandles(), handle, &WaveIn::ReadPosition,
+                        *time);
 }
 
 } // namespace zorsystem

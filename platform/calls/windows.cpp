@@ -1,5 +1,5 @@
-// The system calls on dialogs that are up, and on their controls. What names no such window does
-// nothing and gives 0.
+// The system calls on open dialogs and their controls. A call on any other window does nothing and
+// returns 0.
 #include "platform/ui/windows.h"
 #include "platform/api/screen.h"
 #include "platform/system/controls.h"
@@ -15,7 +15,7 @@ using namespace ui;
 
 namespace {
 
-// Null for a handle that is not a whole dialog's.
+// Null for a handle that is not a dialog's.
 Dialog* DialogOf(HWND window) {
     const Window found = Resolve(window);
     return found.Item ? nullptr : found.Owner;
@@ -30,7 +30,7 @@ Control* ItemOf(HWND dialog, int id) {
 
 HWND HandleOf(const Control* control) { return control ? control->Handle : nullptr; }
 
-// What a signed or unsigned 32-bit number makes of the beginning of the text.
+// Reads a number of this 32-bit type from the beginning of the text. False if there is none.
 template <typename Number>
 bool ReadNumber(std::string_view text, UINT& value) {
     text.remove_prefix(std::min(text.find_first_not_of(" \t"), text.size()));
@@ -59,7 +59,7 @@ LRESULT SendDlgItemMessageA(HWND dialog, int id, UINT message, WPARAM first, LPA
 
 BOOL PostMessageA(HWND window, UINT message, WPARAM first, LPARAM second) {
     if (!Post(window, message, first, second)) return FALSE;
-    machine::WakeScreen();
+    device::WakeScreen();
     return TRUE;
 }
 

@@ -1,5 +1,5 @@
-// Open handles of one kind. A handle is a number that comes but once, so that one that was handed
-// back, or is of another kind, finds nothing.
+// Open handles of one kind. A handle is a number that is used once, so that a closed handle, or one
+// of another kind, finds no object.
 #pragma once
 
 #include <algorithm>
@@ -11,14 +11,15 @@
 #include <utility>
 #include <vector>
 
-namespace machine {
+namespace common {
 
 inline void* NewHandle() {
     static std::atomic<std::uintptr_t> last{0};
     return reinterpret_cast<void*>(last += 4);
 }
 
-// Thread: any. To be kept for ever, since callers run until the process ends.
+// Thread: any. Real time: Find takes a lock that is held for a lookup. An object of this class is
+// an ImmortalSingleton, since calls may come until the process ends.
 template <class Object>
 class Handles {
 public:
@@ -30,46 +31,48 @@ public:
         AddUnless([](const auto&) { return false; }, handle, std::move(object));
         return reinterpret_cast<Handle>(handle);
     }
-    // Under this new handle, unless the test is true for one that is open; false if it is.
+    // Adds the object under this new handle unless the test is true for an open one. False if it
+    // is.
     template <class Test>
     bool AddUnless(Test test, const void* handle, Pointer object) {
         const std::scoped_lock lock(Lock);
-        const bool may = std::ranges::none_of(Open, test, &Entry::second);
-        if (may) Open.emplace(handle, std::move(object));
+        const bool may = std::ranges::none_of(Entries, test, &Entry::second);
+        if (may) Entries.emplace(handle, std::move(object));
         return may;
     }
-    // Null if it is not open, here and below.
+    // Null if the handle is not open, here and below.
     Pointer Find(const void* handle) {
         const std::scoped_lock lock(Lock);
-        const auto found = Open.find(handle);
-        return found != Open.end() ? found->second : nullptr;
+        const auto found = Entries.find(handle);
+        return found != Entries.end() ? found->second : nullptr;
     }
     template <class Test>
     Pointer FindIf(Test test) {
         const std::scoped_lock lock(Lock);
-        const auto found = std::ranges::find_if(Open, test, &Entry::second);
-        return found != Open.end() ? found->second : nullptr;
+        const auto found = std::ranges::find_if(Entries, test, &Entry::second);
+        return found != Entries.end() ? found->second : nullptr;
     }
-    Pointer Take(const void* handle) {
+    // Returns what was open.
+    Pointer Remove(const void* handle) {
         const std::scoped_lock lock(Lock);
-        auto taken = Open.extract(handle);
-        return taken ? std::move(taken.mapped()) : nullptr;
+        auto removed = Entries.extract(handle);
+        return removed ? std::move(removed.mapped()) : nullptr;
     }
-    std::vector<Pointer> TakeAll() {
+    std::vector<Pointer> RemoveAll() {
         const std::scoped_lock lock(Lock);
-        std::vector<Pointer> taken;
-        for (auto& open : std::exchange(Open, {})) taken.push_back(std::move(open.second));
-        return taken;
+        std::vector<Pointer> removed;
+        for (auto& entry : std::exchange(Entries, {})) removed.push_back(std::move(entry.second));
+        return removed;
     }
     int Count() {
         const std::scoped_lock lock(Lock);
-        return static_cast<int>(Open.size());
+        return static_cast<int>(Entries.size());
     }
 
 private:
     using Entry = std::pair<const void* const, Pointer>;
-    std::mutex Lock;
-    std::map<const void*, Pointer> Open;
+    std::mutex Lock; // of the next
+    std::map<const void*, Pointer> Entries;
 };
 
-} // namespace machine
+} // namespace common

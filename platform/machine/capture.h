@@ -1,10 +1,10 @@
-// The machine's microphones: what each can do, what it hears, and how it can go wrong.
+// The machine's microphones: their capabilities, the sound that they capture, and their faults.
 //
-// waveIn device n is the nth microphone still plugged in. Thread: any that steers, at any time.
+// waveIn device n is the nth microphone that is plugged in. Thread: any of the host's, at any time.
 #pragma once
 
-#include "platform/api/pcm_format.h"
 #include "platform/machine/level.h"
+#include "platform/machine/pcm_format.h"
 
 #include <cstdint>
 #include <functional>
@@ -14,81 +14,82 @@
 
 namespace machine {
 
-// What a microphone is made of.
+// The properties of a microphone.
 struct MicrophoneModel {
-    std::string Name; // waveIn gives 31 characters of it
-    // dwFormats of its capabilities: from 0x001, 11,025 Hz mono of 8 bits, to 0x800, 44,100 Hz
-    // stereo of 16; at each rate mono and stereo of 8 bits, then of 16.
+    std::string Name; // UTF-8; waveIn returns 31 bytes of it
+    // dwFormats of its capabilities: bits from 0x001 (11,025 Hz, mono, 8 bits) to 0x800 (44,100 Hz,
+    // stereo, 16 bits), in the order of CommonFormats.
     std::uint32_t Formats = 0xFFF;
-    unsigned Channels = 2; // more than this are refused
-    // Formats beyond those that Formats can tell.
+    unsigned Channels = 2; // the most that it opens with
+    // Supported formats that have no bit in Formats.
     std::vector<PcmFormat> MoreFormats = {};
-    // Refuses a second open. Otherwise all who have it open hear the same.
+    // Refuses a second open. Otherwise all open streams capture the same sound.
     bool Exclusive = false;
-    // The controls of its mixer, which bears its name; none: it has no mixer.
+    // The controls of its mixer, which has the microphone's name; empty: it has no mixer.
     std::vector<MixerControl> Mixer = MicrophoneMixer();
 };
 
-// A microphone for as long as the machine is on, whatever its device number becomes. The functions
-// below do nothing, and give empty results, for a microphone that was never added.
+// Identifies a microphone until PowerOn, independently of its device number. The functions below do
+// nothing, and return empty results, for a microphone that was never added.
 enum class Microphone : int {};
 
 Microphone AddMicrophone(const MicrophoneModel& model);
 
-// One value for each channel of a control (one in all if it has but one); empty if there is none.
+// One value for each channel of a control, or one for all; empty if the control does not exist.
 std::vector<std::uint32_t> ControlValues(Microphone microphone, const ControlPlace& place);
-// The user moves a control: every channel, up to its maximum. False if there is none.
+// Moves a control as a user does: every channel, limited to its maximum. False if it does not
+// exist.
 bool MoveControl(Microphone microphone, const ControlPlace& place, std::uint32_t value);
 
-// --- What it hears: nothing (silence) until told. Takes effect at the next origin. ---
+// --- The sound that it captures: the feed. Silence at first. ---
 //
-// The feed has an origin on the machine's clock: the Start of the first capture while nobody else
-// is capturing from this microphone. Frame 0 of the feed sounds at the origin; a capture that
-// starts later hears the feed from where it then stands. When all have stopped, the next Start
-// begins the feed again. So feed time t (seconds) is captured at machine time Origin + t, to within
-// half a frame of the capture.
+// A new feed takes effect at the next origin. The origin is a time on the machine's clock: that of
+// the Start of a capture while no other capture of this microphone runs. Frame 0 of the feed sounds
+// at the origin; a capture that starts later begins with the frame that sounds then. When all
+// captures have stopped, the next Start is a new origin. So feed time t (seconds) is captured at
+// machine time origin + t, to within half a frame of the capture.
 
 // Fills Samples, interleaved, -1 to 1, with the frames from First on, counted from the origin at
-// Rate. Thread: the one that captures. It may depend on its arguments only, since captures ask it
-// each for themselves.
+// Rate. Thread: the capturing one. The result may depend on the arguments only, since each capture
+// calls it separately.
 struct FeedRequest {
-    std::uint64_t First;
-    unsigned Rate;
+    std::uint64_t First; // frame
+    unsigned Rate;       // frames per second
     unsigned Channels;
     std::span<float> Samples;
 };
 using Generator = std::function<void(const FeedRequest&)>;
 void FeedGenerator(Microphone microphone, Generator generator);
 
-// --- How it can go wrong. Calls that fail: faults.h. ---
+// --- Faults. Calls that fail: faults.h. ---
 
-// Not listed any more, and nothing more is captured. Calls on an open handle fail with
-// MMSYSERR_NODRIVER, but for those that unprepare and close.
+// The microphone is not listed and captures nothing any more. Calls on an open handle fail with
+// MMSYSERR_NODRIVER, except for unprepare and close.
 void Unplug(Microphone microphone);
 
-// The next so many times sound is captured and positions move, but nobody is told of it; whoever
-// captures finds all of it at the time after them: waveIn's buffers then come in a row.
+// Skips the next so many notifications of captured sound, while sound is captured and positions
+// move. The notification after them covers all of it: waveIn then returns several buffers in a row.
 void FallBehind(Microphone microphone, unsigned times);
 
-// The unit that waveInGetPosition answers in whatever is asked for, as some drivers do: a TIME_
-// value. 0, as at PowerOn: as asked.
+// Makes waveInGetPosition answer in this unit (a TIME_ value) instead of the requested one, as some
+// drivers do. 0, as at PowerOn: in the requested unit.
 void AnswerPositionsIn(unsigned unit);
 
-// --- What came of it. ---
+// --- Statistics. ---
 
 struct CaptureStats {
     std::uint64_t OriginMicroseconds = 0; // of the feed, on the machine's clock
-    int Open = 0;
-    int Capturing = 0;
+    int Open = 0;                         // streams
+    int Capturing = 0;                    // streams
 };
 CaptureStats StatsOf(Microphone microphone);
 
-// What exists now, over all microphones, for finding what was not freed.
+// Objects of all microphones that exist now, for finding leaks.
 int OpenWaveIns();
 int PreparedWaveHeaders();
 int OpenMixers(); // handles
-// Headers queued, prepared or unprepared while their device was being stopped or reset, which some
-// systems hang over.
+// Headers that were queued, prepared or unprepared while their device was being stopped or reset:
+// some systems hang then.
 int WaveCallsDuringReset();
 
 } // namespace machine

@@ -1,4 +1,4 @@
-// Dialogs and message boxes, as a host that shows them steers them.
+// Dialogs and message boxes, for hosts and tests.
 #pragma once
 
 #include <cstdint>
@@ -8,35 +8,34 @@
 
 namespace machine {
 
-// Why the last dialog could not be shown; empty if it could. Thread: the dialog's.
+// The reason why the last dialog could not be shown; empty if it was. Thread: the dialog's.
 std::string DialogError();
 
-// Closes the dialog that is open, as by its close box, once it gets to it. False if there is none.
-// Thread: any.
+// Requests the open dialog to close, as its close box does. False if none is open. Thread: any.
 bool CloseDialog();
 
-// A window of the host, for the parent of a dialog: hears what dialogs post to it, while one is
-// open, on the thread that shows it. Thread: any.
+// A window of the host, as the parent of a dialog. Its procedure receives the messages that dialogs
+// post to it, on the thread that shows the dialog. Thread: any.
 using WindowProcedure =
     std::function<void(unsigned message, std::uintptr_t first, std::intptr_t second)>;
 void* CreateHostWindow(WindowProcedure procedure);
 void DestroyHostWindow(void* window);
 
-// Message boxes are kept, and printed on request. Nobody is there to press OK, unless a dialog is
-// on the screen: then they are shown too, on the thread that shows it.
+// Message boxes are recorded, and printed on request. A call returns at once, unless a dialog is
+// open on the screen: then the box is shown too, on the dialog's thread, until the user presses OK.
 struct Box {
     void* Owner;
     std::string Text;
     std::string Caption;
     unsigned Flags;
 };
-// Boxes shown since the last call, in order.
-std::vector<Box> TakeBoxes();
+// Returns and removes the boxes since the last call, in order.
+std::vector<Box> DrainBoxes();
 
-// From now on each box is also printed on standard error, as a host without windows wants it.
+// Whether boxes are also printed to standard error, as suits a host without windows.
 void PrintBoxes(bool on);
 
-// Runs while a box is up, on the thread that shows it, before MessageBoxA returns. Null for none.
+// Sets an action that runs inside each MessageBoxA, on the calling thread. Null for none.
 void WhileBoxIsUp(std::function<void(const Box&)> action);
 
 } // namespace machine

@@ -12,25 +12,25 @@ namespace machine {
 namespace {
 
 struct Order {
-    Call What;
-    std::int64_t Before; // calls that still go well
-    std::int64_t Times;  // calls that then fail; below 0 for all
+    Call Target;
+    std::int64_t Successes; // calls that still succeed
+    std::int64_t Failures;  // calls that then fail; negative for all
     std::intptr_t Result;
 
-    // Whether its turn has come; moves it on.
-    bool TakeTurn() {
-        if (Before > 0) return --Before, false;
-        if (Times > 0) --Times;
+    // Whether this call is to fail; counts it.
+    bool CountCall() {
+        if (Successes > 0) return --Successes, false;
+        if (Failures > 0) --Failures;
         return true;
     }
 };
 
-std::array<std::atomic<unsigned>, static_cast<std::size_t>(Call::Count)> made{};
-std::atomic<bool> anyOrder{false}; // so that a call without one is quick
+std::array<std::atomic<unsigned>, static_cast<std::size_t>(Call::Count)> callCounts{};
+std::atomic<bool> anyOrder{false}; // so that calls without an order take no lock
 std::mutex ordersLock;
 std::vector<Order> orders;
 
-std::atomic<unsigned>& Made(Call call) { return made[static_cast<std::size_t>(call)]; }
+std::atomic<unsigned>& CountOf(Call call) { return callCounts[static_cast<std::size_t>(call)]; }
 
 const AtPowerOn atPowerOn([] {
     ClearFaults();
@@ -40,13 +40,13 @@ const AtPowerOn atPowerOn([] {
 } // namespace
 
 Failure::Failure(Call call) {
-    Made(call).fetch_add(1, std::memory_order_relaxed);
-    // Relaxed: an order holds for calls that come after it on some ordered road of their own.
+    CountOf(call).fetch_add(1, std::memory_order_relaxed);
+    // Relaxed: an order applies to calls that other synchronisation already places after it.
     if (!anyOrder.load(std::memory_order_relaxed)) return;
     const std::scoped_lock lock(ordersLock);
     for (Order& order : orders)
-        if (order.What == call && order.TakeTurn() && !Result) Result = order.Result;
-    std::erase_if(orders, [](const Order& order) { return order.Times == 0; });
+        if (order.Target == call && order.CountCall() && !Result) Result = order.Result;
+    std::erase_if(orders, [](const Order& order) { return order.Failures == 0; });
     anyOrder.store(!orders.empty(), std::memory_order_relaxed);
 }
 
@@ -62,10 +62,10 @@ void ClearFaults() {
     anyOrder.store(false, std::memory_order_relaxed);
 }
 
-unsigned CallCount(Call call) { return Made(call).load(std::memory_order_relaxed); }
+unsigned CallCount(Call call) { return CountOf(call).load(std::memory_order_relaxed); }
 
 void ResetCallCounts() {
-    for (auto& count : made) count.store(0, std::memory_order_relaxed);
+    for (auto& count : callCounts) count.store(0, std::memory_order_relaxed);
 }
 
 } // namespace machine

@@ -1,4 +1,4 @@
-// Making system calls fail, and counting them. Thread: any.
+// Makes system calls fail, and counts them. Thread: any.
 #pragma once
 
 #include <cstdint>
@@ -64,9 +64,9 @@ enum class Call : int {
     Count
 };
 
-// Makes the nth next call (1 is the very next) return result and do nothing else; for the following
-// times - 1 calls too, forever if times is 0. result is the error code, or 0/null for calls that
-// tell failure that way.
+// Makes the nth next call (1 is the very next) return result and do nothing else; the following
+// times - 1 calls too, all following calls if times is 0. result is the error code, or 0/null for
+// calls that report failure that way.
 void FailCall(Call call, int nth, std::intptr_t result, int times = 1);
 void ClearFaults();
 
@@ -74,10 +74,8 @@ void ClearFaults();
 unsigned CallCount(Call call);
 void ResetCallCounts();
 
-// The place in a call where that happens.
-//
-// Counts the call, and holds the result that FailCall ordered for it if it is this call's turn: the
-// call then returns that and does nothing. Real time: yes while nothing is ordered.
+// Used at the beginning of each call: counts it, and converts to true and to the result that
+// FailCall ordered if this call is to fail. Real time: yes while no failure is ordered.
 //     if (const Failure failure{Call::timeSetEvent}) return failure;
 class Failure {
 public:

@@ -1,5 +1,5 @@
-// Modules: where the library seems to lie, and what system modules there are. Thread: the one that
-// steers.
+// Modules: the path that the library reports, and the system module that it can load. Thread: the
+// steering one.
 #pragma once
 
 #include <cstdint>
@@ -8,18 +8,18 @@
 
 namespace machine {
 
-// The file that the library seems to be, so that its ini file lies in a folder of the caller's
-// choice. Empty, as at load: one in the user's folder for settings, where every host finds
-// the same file: zormidi/ in $XDG_CONFIG_HOME if that is an absolute path, else in ~/.config, where
-// ~ is $HOME or, without it, the user's home in the password database. The folder is made when
-// something is stored.
+// Sets the path that GetModuleFileNameA returns for the library, whose ini file is beside it.
+// Empty, as at load: a path in the user's folder for settings, the same for every host: zormidi/ in
+// $XDG_CONFIG_HOME if that is an absolute path, else in ~/.config, where ~ is $HOME or, without it,
+// the user's home in the password database. The folder is created when a setting is stored.
 void SetModulePath(const std::string& path);
-// That answer.
+// The path in use.
 std::string ModulePath();
 
-// The one system module that the library can load, by its name without regard to case, and what
-// finds its functions by theirs: null for one that it has not. A null name: there is none; whoever
-// has it keeps it. PowerOn changes nothing here.
+// Sets the one system module that the library can load: its name, compared without case, and a
+// function that finds the module's functions by name, null for unknown ones. A null name: the
+// module cannot be loaded any more; callers that have loaded it keep it. PowerOn does not reset
+// this.
 using ModuleFunction = std::intptr_t (*)();
 void OfferModule(const char* name, ModuleFunction (*find)(std::string_view function));
 

@@ -1,17 +1,17 @@
 #include "platform/machine/power.h"
 
-#include "platform/common/lasting.h"
+#include "platform/common/immortal_singleton.h"
 #include "platform/machine.h"
 
 namespace machine {
 
 using Resets = std::vector<void (*)()>;
 
-AtPowerOn::AtPowerOn(void (*reset)()) { The<Resets>().push_back(reset); }
+AtPowerOn::AtPowerOn(void (*reset)()) { common::ImmortalSingleton<Resets>().push_back(reset); }
 
 void PowerOn() {
     UseRealClock();
-    for (const auto reset : The<Resets>()) reset();
+    for (const auto reset : common::ImmortalSingleton<Resets>()) reset();
 }
 
 } // namespace machine

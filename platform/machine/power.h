@@ -1,10 +1,10 @@
-// Putting the machine back to its state at load: each of its rooms names what it resets.
+// Resets for PowerOn: each file that keeps state registers one.
 #pragma once
 
 namespace machine {
 
-// A reset that every PowerOn runs, registered for the life of the process by a static object. The
-// clock is real and nothing is scheduled when it runs; resets come in no particular order.
+// A static object of this type registers a reset that every PowerOn runs. The clock is real and no
+// action is pending when it runs; the order of resets is unspecified.
 struct AtPowerOn {
     explicit AtPowerOn(void (*reset)());
 };

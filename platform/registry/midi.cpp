@@ -1,115 +1,144 @@
-#include "platform/api/midi.h"
-
-#include "platform/common/lasting.h"
+// The machine's list of MIDI devices, and the back end that fills it.
 #include "platform/machine/midi.h"
+#include "platform/api/midi_back_end.h"
+#include "platform/common/immortal_singleton.h"
+#include "platform/machine/native.h"
+#include "platform/registry/back_ends.h"
 
 #include <mutex>
 
-namespace machine {
+namespace device {
 namespace {
 
 struct DeviceList {
-    std::mutex Lock;
-    std::vector<std::shared_ptr<MidiDevice>> Known;
-    std::unique_ptr<MidiFinder> Finder;
-    std::recursive_mutex WatchLock; // the watcher may set another one
+    std::mutex Lock; // of the next two
+    std::vector<std::shared_ptr<MidiDevice>> Devices;
+    std::unique_ptr<MidiBackEnd> BackEnd; // the one in use; null for none
+    std::recursive_mutex WatchLock;       // of the next; the watcher may set another one
     std::function<void()> Watcher;
-    std::recursive_mutex FindLock; // finding looks, too
-    bool Finding = false;
-    std::atomic<bool> Found{false};
+    std::recursive_mutex FindLock; // of the next; the search itself lists devices
+    bool SearchBegun = false;
+    std::atomic<bool> SearchDone{false};
 };
 
-void TellWatcher() {
-    const std::scoped_lock lock(The<DeviceList>().WatchLock);
-    if (const auto watcher = The<DeviceList>().Watcher) watcher();
+DeviceList& List() { return common::ImmortalSingleton<DeviceList>(); }
+
+void NotifyWatcher() {
+    const std::scoped_lock lock(List().WatchLock);
+    if (const auto watcher = List().Watcher) watcher();
 }
 
+// A host that does not steer gets the computer's devices or, where those cannot be reached, one
+// output whose messages come back at one input.
 void FindOnce() {
-    if (The<DeviceList>().Found.load(std::memory_order_acquire)) return;
-    const std::scoped_lock lock(The<DeviceList>().FindLock);
-    if (std::exchange(The<DeviceList>().Finding, true)) return;
-    FindMidiDevices();
-    The<DeviceList>().Found.store(true, std::memory_order_release);
+    if (List().SearchDone.load(std::memory_order_acquire)) return;
+    const std::scoped_lock lock(List().FindLock);
+    if (std::exchange(List().SearchBegun, true)) return;
+    if (!machine::UseNativeMidi().empty())
+        machine::Connect(machine::AddMidiOutput("Loopback"), machine::AddMidiInput("Loopback"), 1);
+    List().SearchDone.store(true, std::memory_order_release);
 }
 
-std::vector<std::string> UsersOf(MidiWay way, int number) {
-    const auto device = MidiDeviceAt(way, static_cast<std::uint64_t>(number));
+std::vector<std::string> UsersOf(MidiDirection direction, int number) {
+    const auto device = MidiDeviceAt(direction, static_cast<std::uint64_t>(number));
     return device ? device->Users() : std::vector<std::string>{};
 }
 
 } // namespace
 
-void MidiDevice::Become(bool gone) {
-    unsigned moves = Moves();
+void MidiDevice::SetGone(bool gone) {
+    unsigned changes = Changes;
     do
-        if ((moves % 2 != 0) == gone) return;
-    while (!Moved.compare_exchange_weak(moves, moves + 1, std::memory_order_acq_rel));
-    TellWatcher();
+        if ((changes % 2 != 0) == gone) return;
+    while (!Changes.compare_exchange_weak(changes, changes + 1, std::memory_order_acq_rel));
+    NotifyWatcher();
 }
 
 void AddMidiDevice(std::shared_ptr<MidiDevice> device) {
     {
-        const std::scoped_lock lock(The<DeviceList>().Lock);
-        The<DeviceList>().Known.push_back(std::move(device));
+        const std::scoped_lock lock(List().Lock);
+        List().Devices.push_back(std::move(device));
     }
-    TellWatcher();
+    NotifyWatcher();
 }
 
-std::vector<std::shared_ptr<MidiDevice>> KnownMidiDevices(MidiWay way) {
+std::vector<std::shared_ptr<MidiDevice>> KnownMidiDevices(MidiDirection direction) {
     FindOnce();
-    const std::scoped_lock lock(The<DeviceList>().Lock);
-    std::vector<std::shared_ptr<MidiDevice>> known = The<DeviceList>().Known;
-    std::erase_if(known, [way](const auto& device) { return device->Way != way; });
+    const std::scoped_lock lock(List().Lock);
+    std::vector<std::shared_ptr<MidiDevice>> known = List().Devices;
+    std::erase_if(known,
+                  [direction](const auto& device) { return device->Direction != direction; });
     return known;
 }
 
-std::shared_ptr<MidiDevice> MidiDeviceAt(MidiWay way, std::uint64_t number) {
+std::shared_ptr<MidiDevice> MidiDeviceAt(MidiDirection direction, std::uint64_t number) {
     FindOnce();
-    const std::scoped_lock lock(The<DeviceList>().Lock);
-    for (const auto& device : The<DeviceList>().Known)
-        if (device->Way == way && !device->Gone() && number-- == 0) return device;
+    const std::scoped_lock lock(List().Lock);
+    for (const auto& device : List().Devices)
+        if (device->Direction == direction && !device->IsGone() && number-- == 0) return device;
     return nullptr;
 }
 
-unsigned NumberOf(MidiWay way, const MidiDevice* sought) {
+unsigned NumberOf(MidiDirection direction, const MidiDevice* sought) {
     FindOnce();
-    const std::scoped_lock lock(The<DeviceList>().Lock);
+    const std::scoped_lock lock(List().Lock);
     unsigned number = 0;
-    for (const auto& device : The<DeviceList>().Known) {
-        if (device.get() == sought && !device->Gone()) break;
-        number += device->Way == way && !device->Gone();
+    for (const auto& device : List().Devices) {
+        if (device.get() == sought && !device->IsGone()) break;
+        number += device->Direction == direction && !device->IsGone();
     }
     return number;
 }
 
 std::shared_ptr<MidiDevice> DefaultMidiOutput() {
-    const auto first = MidiDeviceAt(MidiWay::Out, 0);
+    const auto first = MidiDeviceAt(MidiDirection::Output, 0);
     return first ? first : StandInMidiOutput();
 }
 
-void SetMidiFinder(std::unique_ptr<MidiFinder> finder) {
-    const std::scoped_lock lock(The<DeviceList>().Lock);
-    The<DeviceList>().Finder.swap(finder);
+void RemoveMidiDevices() {
+    List().SearchDone = true;
+    std::unique_lock lock(List().Lock);
+    auto backEnd = std::move(List().BackEnd);
+    lock.unlock();
+    backEnd.reset(); // before the list is emptied, since it may be adding a device
+    lock.lock();
+    const auto removed = std::exchange(List().Devices, {});
+    lock.unlock();
+    for (const auto& device : removed) device->LeaveForGood();
 }
 
-std::vector<std::string> UsersOfMidiInput(int number) { return UsersOf(MidiWay::In, number); }
-std::vector<std::string> UsersOfMidiOutput(int number) { return UsersOf(MidiWay::Out, number); }
+} // namespace device
 
-void ForgetMidiDevices() {
-    The<DeviceList>().Found = true;
-    std::unique_lock lock(The<DeviceList>().Lock);
-    auto finder = std::move(The<DeviceList>().Finder);
-    lock.unlock();
-    finder.reset(); // what it has just found is forgotten as well
-    lock.lock();
-    const auto forgotten = std::exchange(The<DeviceList>().Known, {});
-    lock.unlock();
-    for (const auto& device : forgotten) device->LeaveForGood();
+namespace machine {
+
+using namespace device;
+
+std::string UseNativeMidi() {
+    RemoveMidiDevices();
+    std::string reason;
+    // Devices that a back end added before it failed are removed.
+    std::unique_ptr<MidiBackEnd> backEnd(
+        OpenBackEnd<OpenMidiFunction>(BackEndKind::Midi, reason, RemoveMidiDevices));
+    const std::scoped_lock lock(List().Lock);
+    List().BackEnd.swap(backEnd);
+    return reason;
+}
+
+std::string UseNative() {
+    UseNativeMicrophones();
+    return UseNativeMidi();
+}
+
+std::vector<std::string> UsersOfMidiInput(int number) {
+    return UsersOf(MidiDirection::Input, number);
+}
+std::vector<std::string> UsersOfMidiOutput(int number) {
+    return UsersOf(MidiDirection::Output, number);
 }
 
 void WatchMidiDevices(std::function<void()> watcher) {
-    const std::scoped_lock lock(The<DeviceList>().WatchLock);
-    The<DeviceList>().Watcher.swap(watcher);
+    const std::scoped_lock lock(List().WatchLock);
+    List().Watcher.swap(watcher);
 }
 
 } // namespace machine

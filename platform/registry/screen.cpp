@@ -1,42 +1,30 @@
-// Choosing the screen, and loading the one of libzorbackend-fltk.so.
-#include "platform/api/screen.h"
-
-#include "platform/registry/shared_object.h"
+// The screen in use: given by a host, or opened when the first dialog is shown.
+#include "platform/api/screen_back_end.h"
+#include "platform/registry/back_ends.h"
 
 #include <atomic>
 
-namespace machine {
+namespace device {
 namespace {
 
 std::atomic<Screen*> given{nullptr};
-std::atomic<Screen*> loaded{nullptr}; // stays for the life of the process
-
-// Stays loaded even where there is no display to open: its toolkit makes objects as it is loaded
-// and keeps them, so each loading anew would leak some.
-Screen* Load(std::string& reason) {
-    std::string problem;
-    const auto open =
-        reinterpret_cast<OpenScreenFunction>(BackEndFunction("fltk", "OpenZorScreen", problem));
-    if (!open) {
-        reason = "The dialogs' screen cannot be loaded: " + problem;
-        return nullptr;
-    }
-    return open(&reason);
-}
+std::atomic<Screen*> opened{nullptr}; // lives until the process ends
 
 } // namespace
 
 void UseScreen(Screen* screen) { given = screen; }
 
-Screen* TheScreen(std::string& reason) {
+// Tried anew while no display can be opened. The shared object stays loaded: its toolkit makes
+// objects at load and keeps them, so that each further load would leak some.
+Screen* CurrentScreen(std::string& reason) {
     if (Screen* screen = given) return screen;
-    if (!loaded) loaded = Load(reason);
-    return loaded;
+    if (!opened) opened = OpenBackEnd<OpenScreenFunction>(BackEndKind::Screen, reason);
+    return opened;
 }
 
 void WakeScreen() {
-    for (Screen* screen : {given.load(), loaded.load()})
+    for (Screen* screen : {given.load(), opened.load()})
         if (screen) screen->Wake();
 }
 
-} // namespace machine
+} // namespace device

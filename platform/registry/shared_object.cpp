@@ -2,13 +2,12 @@
 
 #include <dlfcn.h>
 
-namespace machine {
+namespace device {
 
-// It may run threads, so it stays.
-void* BackEndFunction(const char* backEnd, const char* function, std::string& reason) {
+void* LoadFunction(const char* backEnd, const char* function, std::string& reason) {
     Dl_info self{};
     std::string path;
-    if (dladdr(reinterpret_cast<void*>(&BackEndFunction), &self) != 0 && self.dli_fname)
+    if (dladdr(reinterpret_cast<void*>(&LoadFunction), &self) != 0 && self.dli_fname)
         path = self.dli_fname;
     path = path.substr(0, path.rfind('/') + 1) + "libzorbackend-" + backEnd +
            ".so." ZOR_BACK_END_VERSION;
@@ -18,4 +17,4 @@ void* BackEndFunction(const char* backEnd, const char* function, std::string& re
     return found;
 }
 
-} // namespace machine
+} // namespace device

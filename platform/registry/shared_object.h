@@ -1,13 +1,14 @@
-// The back ends that reach the computer's devices are shared objects of their own beside this one,
-// so that only whoever uses such devices needs the libraries that lead to them.
+// The back ends that reach the computer's devices are shared objects of their own beside this
+// library, so that only programs that use such devices need the libraries that lead to them.
 #pragma once
 
 #include <string>
 
-namespace machine {
+namespace device {
 
-// Loads a back end for good and gives the function of that name. Null, and the system's reason, if
-// the object, or a library that it needs, is not there.
-void* BackEndFunction(const char* backEnd, const char* function, std::string& reason);
+// Loads the shared object libzorbackend-NAME beside this library, for the life of the process since
+// it may run threads, and returns its function of that name. Null, with the system's reason, if the
+// object or a library that it needs is not installed. Thread: any. Real time: no.
+void* LoadFunction(const char* backEnd, const char* function, std::string& reason);
 
-} // namespace machine
+} // namespace device

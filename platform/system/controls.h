@@ -1,4 +1,4 @@
-// The controls of dialogs: styles, messages and what they report to their dialog.
+// The controls of dialogs: styles, messages and notifications.
 #pragma once
 
 #include "platform/system/types.h"
@@ -53,7 +53,7 @@ constexpr UINT TBM_SETTICFREQ = 0x0414;
 constexpr UINT TBM_SETPAGESIZE = 0x0415; // pages have no size here
 constexpr WORD TB_THUMBTRACK = 5;
 
-// The trackbar is always there; on the other system this call brings it in.
+// Does nothing: the trackbar is always available here. The system requires the call.
 void InitCommonControls();
 
 } // namespace zorsystem

@@ -1,5 +1,5 @@
 // DirectSound capture. Nothing here is linked: a caller loads "DSOUND.DLL" and looks up the two
-// entry points by name. This machine has no such module unless somebody offers one.
+// entry points by name. This machine has the module only if a test offers it (machine/modules.h).
 #pragma once
 
 #include "platform/system/types.h"
@@ -46,7 +46,7 @@ struct DSCBUFFERDESC1 {
     DWORD dwReserved;
     WAVEFORMATEX* lpwfxFormat;
 };
-// The system's record has grown since; a caller that wants the first form tells so in dwSize.
+// The system's record has more members since; dwSize tells which form a caller uses.
 struct DSCBUFFERDESC : DSCBUFFERDESC1 {};
 struct DSBPOSITIONNOTIFY {
     DWORD dwOffset;

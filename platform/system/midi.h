@@ -8,7 +8,7 @@ namespace zorsystem {
 PLATFORM_HANDLE(HMIDIIN);
 PLATFORM_HANDLE(HMIDIOUT);
 
-// Of the system's records just the members in use.
+// Records with only the members that the library uses.
 struct MIDIINCAPSA {
     char szPname[MAXPNAMELEN];
     DWORD dwSupport;

@@ -8,7 +8,7 @@ namespace zorsystem {
 PLATFORM_HANDLE(HMIXER);
 PLATFORM_HANDLE(HMIXEROBJ);
 
-// Of the system's records just the members in use.
+// Records with only the members that the library uses.
 struct MIXERCAPSA {
     char szPname[MAXPNAMELEN];
 };

@@ -14,17 +14,17 @@ constexpr MMRESULT TIMERR_NOERROR = 0;
 constexpr MMRESULT TIMERR_NOCANDO = 97;
 constexpr UINT TIME_ONESHOT = 0;
 
-// Milliseconds since some fixed moment, wrapping after 2^32. Both read the same clock.
+// Milliseconds since an arbitrary fixed time, wrapping at 2^32. Both read the same clock.
 DWORD timeGetTime();
 DWORD GetTickCount();
 MMRESULT timeGetDevCaps(TIMECAPS* caps, UINT size);
 MMRESULT timeBeginPeriod(UINT milliseconds);
 MMRESULT timeEndPeriod(UINT milliseconds);
-// Programs one expiry and gives its identifier, never 0 but on failure.
+// Starts a one-shot timer, delay in milliseconds. Returns its identifier; 0 on failure.
 MMRESULT timeSetEvent(UINT delay, UINT resolution, LPTIMECALLBACK callback, DWORD_PTR user,
                       UINT flags);
-// Harmless for an identifier that has expired, from inside its own callback too. Does not wait for
-// a callback under way.
+// No effect on a timer that has expired, also from inside its own callback. Does not wait for a
+// running callback.
 MMRESULT timeKillEvent(UINT id);
 
 } // namespace zorsystem

@@ -1,4 +1,4 @@
-// Types and calling convention of the stand-in for the system.
+// The system's basic types and calling convention.
 #pragma once
 
 #include <cstddef>
@@ -29,7 +29,7 @@ using LPVOID = void*;
 using LPSTR = char*;
 using LPCSTR = const char*;
 
-// Handles are pointers to types of their own, so that the compiler keeps them apart.
+// Handles are pointers to distinct types, so that the compiler rejects a wrong one.
 #define PLATFORM_HANDLE(name)                                                                      \
     struct name##__;                                                                               \
     using name = name##__*
@@ -59,8 +59,8 @@ constexpr DWORD CALLBACK_FUNCTION = 0x30000;
 
 } // namespace zorsystem
 
-// The rooms below the seam use the names as the code above it does.
-namespace machine {
+// The folders calls/ and ui/ use the system's names unqualified, as the library does.
+namespace calls {
 using namespace zorsystem;
 }
 namespace ui {

@@ -19,13 +19,13 @@ HWND GetFocus();
 HWND SetFocus(HWND control); // of a dialog, from the thread that shows it
 
 struct RECT {
-    LONG left, top, right, bottom; // right and bottom lie outside
+    LONG left, top, right, bottom; // pixels; right and bottom are exclusive
 };
 
 constexpr WORD LOWORD(DWORD_PTR value) { return static_cast<WORD>(value); }
 constexpr WORD HIWORD(DWORD_PTR value) { return static_cast<WORD>(value >> 16); }
 constexpr WPARAM MAKEWPARAM(WORD low, WORD high) { return low | static_cast<WPARAM>(high) << 16; }
-// A resource's number where its name is asked for.
+// Passes a resource's number where a name is expected.
 inline LPSTR MAKEINTRESOURCEA(WORD id) { return reinterpret_cast<LPSTR>(std::uintptr_t{id}); }
 
 constexpr UINT WM_CLOSE = 0x0010;
@@ -43,14 +43,14 @@ constexpr DWORD WS_TABSTOP = 0x00010000;
 
 using DLGPROC = INT_PTR(CALLBACK*)(HWND, UINT, WPARAM, LPARAM);
 
-// Runs a modal dialog of the module's resources to its end and gives what EndDialog was given; -1
-// if there is no such resource or no screen to show it on. Thread: the host's, which this occupies.
+// Runs a modal dialog of the module's resources. Returns the argument of EndDialog; -1 if there is
+// no such resource or no screen. Thread: the host's; blocks until the dialog has ended.
 INT_PTR DialogBoxParamA(HINSTANCE module, LPCSTR resource, HWND parent, DLGPROC procedure,
                         LPARAM init);
 BOOL EndDialog(HWND dialog, INT_PTR result);
 
-// Only PostMessageA may be called on other threads than the dialog's. It reaches dialogs and
-// windows of the host.
+// Only PostMessageA may be called by other threads than the dialog's. Its target is a dialog or a
+// window of the host.
 LRESULT SendMessageA(HWND control, UINT message, WPARAM first, LPARAM second);
 LRESULT SendDlgItemMessageA(HWND dialog, int id, UINT message, WPARAM first, LPARAM second);
 BOOL PostMessageA(HWND window, UINT message, WPARAM first, LPARAM second);
@@ -64,13 +64,13 @@ HWND GetWindow(HWND window, UINT relation);
 
 BOOL SetDlgItemTextA(HWND dialog, int id, LPCSTR text);
 BOOL SetDlgItemInt(HWND dialog, int id, UINT value, BOOL isSigned);
-// Reads the number that the text begins with, after blanks; 0 if there is none or it is out of
+// Reads the number at the beginning of the text, after blanks; 0 if there is none or it is out of
 // range. translated must be null.
 UINT GetDlgItemInt(HWND dialog, int id, BOOL* translated, BOOL isSigned);
 BOOL CheckDlgButton(HWND dialog, int id, UINT check);
 UINT IsDlgButtonChecked(HWND dialog, int id);
 
-// In pixels of the screen; of the window itself with its top left corner at 0, 0.
+// GetWindowRect: in pixels of the screen. GetClientRect: relative to the window's top left corner.
 BOOL GetWindowRect(HWND window, RECT* place);
 BOOL GetClientRect(HWND window, RECT* area);
 BOOL MoveWindow(HWND dialog, int x, int y, int width, int height, BOOL repaint);
@@ -78,9 +78,9 @@ BOOL IsWindowVisible(HWND control);
 constexpr int SW_HIDE = 0;
 constexpr int SW_SHOWNORMAL = 1;
 constexpr int SW_SHOW = 5;
-// Gives whether it was shown before.
+// Returns whether the control was visible before.
 BOOL ShowWindow(HWND control, int command);
-// Gives whether it was disabled before.
+// Returns whether the control was disabled before.
 BOOL EnableWindow(HWND control, BOOL enable);
 
 // The dialog's user word.
@@ -88,13 +88,13 @@ constexpr int DWLP_USER = 2 * static_cast<int>(sizeof(LONG_PTR));
 LONG_PTR SetWindowLongPtrA(HWND dialog, int index, LONG_PTR value);
 LONG_PTR GetWindowLongPtrA(HWND dialog, int index);
 
-// Sends WM_TIMER to a dialog every so many milliseconds until KillTimer or its end. A dialog has
-// one timer; procedure must be null.
+// Sends WM_TIMER to a dialog at this interval until KillTimer or the dialog's end. A dialog has one
+// timer; procedure must be null.
 UINT_PTR SetTimer(HWND dialog, UINT_PTR id, UINT milliseconds, LPVOID procedure);
 BOOL KillTimer(HWND dialog, UINT_PTR id);
 
-// Starts a program: above 32 for success. The only programs known are the two uses of
-// "sndvol32.exe", which open this system's own volume program.
+// Starts a program. Returns a value above 32 for success. Supports only "sndvol32.exe", for
+// recording or playing, which starts this system's own volume program.
 HINSTANCE ShellExecuteA(HWND owner, LPCSTR verb, LPCSTR file, LPCSTR parameters, LPCSTR folder,
                         int show);
 

@@ -1,4 +1,4 @@
-// Audio capture by the waveIn functions. Of the system's records just the members in use.
+// Audio capture by the waveIn functions. Records have only the members that the library uses.
 #pragma once
 
 #include "platform/system/types.h"

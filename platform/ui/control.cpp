@@ -11,13 +11,13 @@
 namespace ui {
 namespace {
 
-// What the window classes of templates are here, by the bits of the style that tell kinds apart.
-// The first that fits counts.
+// The control kind for each window class of templates and the style bits that distinguish kinds.
+// The first match counts.
 struct Class {
     const char* Name;
     DWORD Mask, Style;
-    Kind What;
-    Align Side = Align::Left;
+    Kind Type;
+    Align Alignment = Align::Left;
 };
 constexpr Class Classes[] = {
     {"BUTTON", BS_TYPEMASK, BS_AUTOCHECKBOX, Kind::CheckBox},
@@ -95,7 +95,7 @@ LRESULT AnswerSlider(Control& slider, UINT message, WPARAM first, LPARAM second)
     if (message == TBM_SETPOS) slider.Position = value;
     if (message == TBM_SETRANGEMIN) slider.Minimum = value;
     if (message == TBM_SETRANGEMAX) slider.Maximum = value;
-    if (message == TBM_SETTICFREQ) slider.TickEvery = std::max(static_cast<int>(first), 1);
+    if (message == TBM_SETTICFREQ) slider.TickInterval = std::max(static_cast<int>(first), 1);
     slider.Maximum = std::max(slider.Minimum, slider.Maximum);
     slider.Position = std::clamp(slider.Position, slider.Minimum, slider.Maximum);
     return 0;
@@ -122,8 +122,8 @@ Control FromTemplate(const ControlTemplate& form) {
     });
     Control control;
     control.Id = form.Id;
-    control.What = found->What;
-    control.Side = found->Side;
+    control.Type = found->Type;
+    control.Alignment = found->Alignment;
     control.Default = control.Is(Kind::PushButton) && (form.Style & BS_DEFPUSHBUTTON) != 0;
     control.Sorted = control.Is(Kind::List) && (form.Style & CBS_SORT) != 0;
     control.Text = form.Text;

@@ -1,5 +1,4 @@
-// A control as a model: what it holds and how it answers messages. How it looks is the screen's
-// business.
+// The model of a control: its state, and its answers to messages. A screen (api/screen.h) draws it.
 #pragma once
 
 #include "platform/system/gdi.h"
@@ -19,7 +18,7 @@ enum class Kind {
     Edit,
     List, // closed, and dropping down to choose from
     Slider,
-    GroupBox, // nobody works on this and the next ones
+    GroupBox, // this and the next ones take no input
     Label,
     Frame,
     Icon,
@@ -37,17 +36,17 @@ struct Item {
     bool operator==(const Item&) const = default;
 };
 
-// What dialogs stand on.
+// The background of dialogs.
 constexpr COLORREF FaceColour = 0x00F0F0F0;
 
-// What a program has drawn into a control.
+// The picture that a program has drawn into a control.
 struct Canvas {
-    // A pixel that nobody has drawn shows what the control itself looks like there.
+    // A pixel that has not been drawn; the control shows through.
     static constexpr COLORREF Untouched = 0xFFFFFFFF;
 
     Canvas() = default;
     Canvas(int width, int height);
-    // Clipped to the canvas; right and bottom lie outside. An empty area fills nothing.
+    // Clipped to the canvas; right and bottom are exclusive. An empty area has no effect.
     void Fill(int left, int top, int right, int bottom, COLORREF colour);
     bool operator==(const Canvas&) const = default;
 
@@ -59,10 +58,10 @@ struct Control {
     Dialog* Owner = nullptr;
     HWND Handle = nullptr;
     int Id = -1;
-    Kind What = Kind::Label;
-    Align Side = Align::Left; // of a label
-    bool Default = false;     // the push button that Enter means
-    bool Sorted = false;      // the list keeps its entries in order
+    Kind Type = Kind::Label;
+    Align Alignment = Align::Left; // of a label
+    bool Default = false;          // the push button that Enter presses
+    bool Sorted = false;           // the list sorts its entries
     std::string Text;
     Box Place; // within the dialog
     bool Visible = true;
@@ -71,29 +70,29 @@ struct Control {
 
     std::vector<Item> Items; // of a list
     int Selection = -1;      // -1 for none
-    bool Dropped = false;    // its entries are shown to choose from
+    bool Dropped = false;    // the list is dropped down
 
     int Position = 0; // of a slider, whose minimum is at the top
     int Minimum = 0, Maximum = 100;
-    int TickEvery = 1;
+    int TickInterval = 1;
 
     Canvas Picture;
 
     bool operator==(const Control&) const = default;
-    bool Is(Kind kind) const { return What == kind; }
-    bool TakesFocus() const { return What < Kind::GroupBox; }
-    bool TabStop() const; // reached by the Tab key just now; of radio buttons only the checked one
-    bool Reachable() const; // shown inside the dialog's area and enabled, so that a user can use it
+    bool Is(Kind kind) const { return Type == kind; }
+    bool TakesFocus() const { return Type < Kind::GroupBox; }
+    bool TabStop() const;   // reached by the Tab key now; of radio buttons only the checked one
+    bool Reachable() const; // visible inside the dialog's area and enabled
 };
 
-// Everything of it but its owner, its handle and its place.
+// A control with all but its owner, handle and place set.
 Control FromTemplate(const ControlTemplate& form);
 
-// A message that the control itself answers. 0 for one that it does not know.
+// The control's own answer to a message; 0 for messages that it does not know.
 LRESULT Answer(Control& control, UINT message, WPARAM first, LPARAM second);
 
-// The first entry behind start, round the end to the beginning, that begins with the text without
-// regard to case; -1 for none. start -1 is before the first.
+// The first entry after start, wrapping at the end, that begins with the text, ignoring case; -1
+// for none. start -1 is before the first.
 int FindEntry(const Control& list, int start, const std::string& text);
 
 } // namespace ui

@@ -10,16 +10,16 @@
 namespace ui {
 namespace {
 
-constexpr int ListHeight = 12; // of a closed list, dialog units: that of a field beside it
+constexpr int ListHeight = 12; // of a closed list, in dialog units: the same as of a field
 
-// From dialog units.
+// Converts from dialog units.
 Box Pixels(const Metrics& metrics, int x, int y, int width, int height) {
     const auto across = [&](int units) { return (units * metrics.BaseX + 2) / 4; };
     const auto down = [&](int units) { return (units * metrics.BaseY + 4) / 8; };
     return {across(x), down(y), across(width), down(height)};
 }
 
-auto Named(const Control& control) {
+auto IsControl(const Control& control) {
     return [&control](const auto& other) { return other.get() == &control; };
 }
 
@@ -32,7 +32,7 @@ Dialog::Dialog(const DialogTemplate& form, const Metrics& metrics, HWND parent, 
         Control& control = *Controls.emplace_back(std::make_unique<Control>(FromTemplate(part)));
         control.Owner = this;
         control.Handle = NewWindow({this, &control, nullptr});
-        // The template tells how far a list drops down.
+        // The template's height of a list is that of the dropped-down list.
         const int height = control.Is(Kind::List) ? ListHeight : part.Height;
         control.Place = Pixels(metrics, part.X, part.Y, part.Width, height);
     }
@@ -45,13 +45,13 @@ Dialog::~Dialog() {
 
 void Dialog::Start(LPARAM init) {
     const auto first = std::ranges::find_if(Controls, [](const auto& c) { return c->TabStop(); });
-    Control* wished = first == Controls.end() ? nullptr : first->get();
-    const INT_PTR takeIt =
-        Send(WM_INITDIALOG, reinterpret_cast<WPARAM>(wished ? wished->Handle : nullptr), init);
-    if (takeIt && wished && wished->TabStop()) MoveFocus(wished);
+    Control* initial = first == Controls.end() ? nullptr : first->get();
+    const INT_PTR setFocus =
+        Send(WM_INITDIALOG, reinterpret_cast<WPARAM>(initial ? initial->Handle : nullptr), init);
+    if (setFocus && initial && initial->TabStop()) MoveFocus(initial);
 }
 
-// The focus goes to the dialog itself, so that a field that had it is left.
+// Moves the focus to the dialog itself, so that a field that had it reports its loss.
 void Dialog::End(INT_PTR result) {
     if (Ended) return;
     MoveFocus(nullptr);
@@ -61,7 +61,7 @@ void Dialog::End(INT_PTR result) {
 
 INT_PTR Dialog::Send(UINT message, WPARAM first, LPARAM second) {
     if (Procedure(Handle, message, first, second)) return 1;
-    // What a dialog does by itself when it is closed.
+    // The system's default.
     if (message == WM_CLOSE) Close();
     return 0;
 }
@@ -77,7 +77,7 @@ Control* Dialog::Find(int id) const {
 }
 
 Control* Dialog::After(const Control& control) const {
-    const auto at = std::ranges::find_if(Controls, Named(control));
+    const auto at = std::ranges::find_if(Controls, IsControl(control));
     return at == Controls.end() || at + 1 == Controls.end() ? nullptr : (at + 1)->get();
 }
 
@@ -87,10 +87,10 @@ void Dialog::MoveFocus(Control* control) {
     if (before && before->Is(Kind::Edit)) Notify(*before, EN_KILLFOCUS);
 }
 
-// Its neighbours of the same kind are its group.
+// A group is a run of adjacent radio buttons.
 void Dialog::CheckRadio(Control& radio) {
     const auto other = [](const auto& control) { return !control->Is(Kind::RadioButton); };
-    const auto at = std::ranges::find_if(Controls, Named(radio));
+    const auto at = std::ranges::find_if(Controls, IsControl(radio));
     const auto first = std::find_if(std::make_reverse_iterator(at), Controls.rend(), other).base();
     for (auto button = first; button != std::find_if(at, Controls.end(), other); ++button)
         (*button)->Checked = button == at;
@@ -141,7 +141,7 @@ void Dialog::SetTimer(UINT_PTR id, UINT milliseconds) {
     TimerDue = milliseconds ? machine::Microseconds() + TimerPeriod : ~std::uint64_t{0};
 }
 
-// A timer that has been due more than once is told once.
+// A timer that is overdue by several periods sends one message.
 void Dialog::Pump() {
     DispatchPosted();
     const std::uint64_t now = machine::Microseconds();

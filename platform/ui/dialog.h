@@ -1,6 +1,6 @@
-// A modal dialog as a model, the same on every screen: it makes its controls of a template, turns
-// what a user does into the messages that the dialog procedure expects, and keeps its timer. All of
-// it runs on the thread that shows the dialog.
+// The model of a modal dialog, the same on every screen: it makes its controls from a template,
+// turns user input into the messages that the dialog procedure expects, and keeps its timer.
+// Thread: the one that shows the dialog.
 #pragma once
 
 #include "platform/system/user.h"
@@ -13,8 +13,8 @@
 
 namespace ui {
 
-// What the look of a screen means for the layout: average width and height of a character of the
-// dialog font, in pixels.
+// The units of a dialog's layout on a screen: average width and height of a character of the dialog
+// font, in pixels.
 struct Metrics {
     int BaseX = 6, BaseY = 13;
 };
@@ -24,28 +24,28 @@ public:
     Dialog(const DialogTemplate& form, const Metrics& metrics, HWND parent, DLGPROC procedure);
     ~Dialog();
 
-    // Gives the dialog procedure its first message, and the focus as it wishes it; then shows.
+    // Sends WM_INITDIALOG and sets the focus as the procedure requests. The screen then shows it.
     void Start(LPARAM init);
     void End(INT_PTR result);
-    // Gives whether the procedure took it.
+    // Returns whether the procedure handled the message.
     INT_PTR Send(UINT message, WPARAM first, LPARAM second);
     Control* Find(int id) const;                  // null if there is none
     Control* After(const Control& control) const; // the next one of the template, or null
 
-    // What a user does. Only on controls that are Reachable; nothing once the dialog has ended.
-    void MoveFocus(Control* control); // null for nowhere
+    // User input. No effect on controls that are not Reachable, or once the dialog has ended.
+    void MoveFocus(Control* control); // null for none
     void Click(Control& button);
-    void PressEnter(); // the default button's command, which moves no focus: a field is not left
+    void PressEnter(); // presses the default button without moving the focus
     void Type(Control& edit, const std::string& text); // replaces the whole text
     void Choose(Control& list, int index);
     void Slide(Control& slider, int position);
     void Close();
 
-    // Sends WM_TIMER; 0 milliseconds for none any more. One at a time.
+    // Starts the one timer, which sends WM_TIMER; 0 milliseconds stops it.
     void SetTimer(UINT_PTR id, UINT milliseconds);
-    // When it is due on the machine's clock, in microseconds; ~0 for none.
+    // Its due time in microseconds on the machine's clock; ~0 for none.
     std::uint64_t NextTimer() const { return TimerDue; }
-    // Lets posted messages, and the timer if it is due, have their turn.
+    // Delivers posted messages, and the timer if it is due.
     void Pump();
 
     HWND Handle;

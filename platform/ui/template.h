@@ -1,4 +1,4 @@
-// A module's resources: its strings, and the templates of its dialogs.
+// The resources of a module: its strings and its dialog templates.
 #pragma once
 
 #include "platform/system/types.h"
@@ -7,10 +7,11 @@
 
 namespace ui {
 
-// Places are in dialog units: a quarter of the font's average width, an eighth of its height.
+// Positions and sizes are in dialog units: across a quarter of the font's average character width,
+// down an eighth of its height.
 struct ControlTemplate {
     const char* Text;
-    int Id; // -1 for one that nobody asks for
+    int Id; // -1 for one that needs none
     const char* Class;
     DWORD Style;
     int X, Y, Width, Height;
@@ -28,7 +29,7 @@ struct StringResource {
     const char* Text;
 };
 
-// A module's handle is their address.
+// A module's handle is the address of its resources.
 struct Resources {
     std::vector<StringResource> Strings;
     std::vector<DialogTemplate> Dialogs;

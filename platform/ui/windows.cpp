@@ -1,7 +1,7 @@
 #include "platform/ui/windows.h"
 
 #include "platform/common/handles.h"
-#include "platform/common/lasting.h"
+#include "platform/common/immortal_singleton.h"
 #include "platform/ui/dialog.h"
 
 #include <deque>
@@ -12,24 +12,26 @@
 namespace ui {
 namespace {
 
-using machine::The;
-using Windows = machine::Handles<Window>;
+using Windows = common::Handles<Window>;
 
 struct Message {
-    HWND To;
-    UINT What;
+    HWND Target;
+    UINT Id;
     WPARAM First;
     LPARAM Second;
 };
 
-struct Posted {
-    std::mutex Lock;
+struct MessageQueue {
+    std::mutex Lock; // of the next
     std::deque<Message> Messages;
 };
 
-std::optional<Message> NextPosted() {
-    const std::scoped_lock lock(The<Posted>().Lock);
-    std::deque<Message>& messages = The<Posted>().Messages;
+Windows& OpenWindows() { return common::ImmortalSingleton<Windows>(); }
+MessageQueue& Queue() { return common::ImmortalSingleton<MessageQueue>(); }
+
+std::optional<Message> PopPosted() {
+    const std::scoped_lock lock(Queue().Lock);
+    std::deque<Message>& messages = Queue().Messages;
     if (messages.empty()) return std::nullopt;
     const Message next = messages.front();
     messages.pop_front();
@@ -39,28 +41,29 @@ std::optional<Message> NextPosted() {
 } // namespace
 
 HWND NewWindow(Window window) {
-    return The<Windows>().Add<HWND>(std::make_shared<Window>(std::move(window)));
+    return OpenWindows().Add<HWND>(std::make_shared<Window>(std::move(window)));
 }
 
-void DropWindow(HWND handle) { The<Windows>().Take(handle); }
+void DropWindow(HWND handle) { OpenWindows().Remove(handle); }
 
 Window Resolve(HWND handle) {
-    const auto found = The<Windows>().Find(handle);
+    const auto found = OpenWindows().Find(handle);
     return found ? *found : Window{};
 }
 
 bool Post(HWND window, UINT message, WPARAM first, LPARAM second) {
-    if (!The<Windows>().Find(window)) return false;
-    const std::scoped_lock lock(The<Posted>().Lock);
-    The<Posted>().Messages.push_back({window, message, first, second});
+    if (!OpenWindows().Find(window)) return false;
+    const std::scoped_lock lock(Queue().Lock);
+    Queue().Messages.push_back({window, message, first, second});
     return true;
 }
 
 void DispatchPosted() {
-    while (const auto next = NextPosted()) {
-        const Window to = Resolve(next->To);
-        if (to.Hear) to.Hear(next->What, next->First, next->Second);
-        if (to.Owner && !to.Owner->Ended) to.Owner->Send(next->What, next->First, next->Second);
+    while (const auto next = PopPosted()) {
+        const Window target = Resolve(next->Target);
+        if (target.Procedure) target.Procedure(next->Id, next->First, next->Second);
+        if (target.Owner && !target.Owner->Ended)
+            target.Owner->Send(next->Id, next->First, next->Second);
     }
 }
 

@@ -1,4 +1,4 @@
-// What window handles stand for, and messages on their way to windows. Thread: any, but for
+// Window handles, and the queue of messages posted to windows. Thread: any, except for
 // DispatchPosted.
 #pragma once
 
@@ -11,21 +11,22 @@ namespace ui {
 class Dialog;
 struct Control;
 
-// A dialog, or one of its controls, or a window of a host, which only hears what is posted to it.
+// A dialog, or one of its controls (Owner is its dialog), or a host's window, which only receives
+// posted messages.
 struct Window {
     Dialog* Owner = nullptr;
     Control* Item = nullptr;
-    std::function<void(UINT message, WPARAM first, LPARAM second)> Hear{};
+    std::function<void(UINT message, WPARAM first, LPARAM second)> Procedure{}; // of a host
 };
 
-// Handles are never used again, so that a late one finds nothing.
+// A handle is never reused. Resolve gives an empty Window for one that is not open.
 HWND NewWindow(Window window);
 void DropWindow(HWND handle);
 Window Resolve(HWND handle);
 
-// Keeps a message for DispatchPosted. False if there is no such window.
+// Queues a message for DispatchPosted. False if the window does not exist.
 bool Post(HWND window, UINT message, WPARAM first, LPARAM second);
-// Delivers what has been posted, in order. Thread: the dialog's.
+// Delivers all queued messages in order. Thread: the dialog's.
 void DispatchPosted();
 
 } // namespace ui

@@ -13,9 +13,9 @@ using Numbers = std::vector<int>;
 Numbers OpenedNumbers() {
     Numbers outputs(3, -1), inputs(3, -1);
     for (std::size_t row = 0; row < 3; ++row) {
-        machine::TakeSentMidi();
+        machine::DrainSentMidi();
         Send(static_cast<int>(16 * row), 0xE0, 0, 64);
-        for (const machine::SentMidi& sent : machine::TakeSentMidi()) outputs[row] = sent.Device;
+        for (const machine::SentMidi& sent : machine::DrainSentMidi()) outputs[row] = sent.Device;
     }
     for (int device = 0; device < static_cast<int>(midiInGetNumDevs()); ++device) {
         machine::CallBackMidi(device, MIM_DATA, 0x4000E0, 0);
@@ -75,7 +75,7 @@ TEST_F(MmeTest, ARowOpensItsOwnDeviceOrNone) {
         ASSERT_TRUE(ZorStartMIDI(0));
         EXPECT_EQ(Opened(), test.WhenBack);
         ZorStopMIDI();
-        EXPECT_TRUE(machine::TakeBoxes().empty());
+        EXPECT_TRUE(machine::DrainBoxes().empty());
     }
 }
 
@@ -96,7 +96,7 @@ TEST_F(MmeTest, TheFallbackOfRow0ComesLast) {
         EXPECT_TRUE(ZorStartMIDI(0));
         EXPECT_EQ(Opened(), test.Now);
         ZorStopMIDI();
-        EXPECT_TRUE(machine::TakeBoxes().empty());
+        EXPECT_TRUE(machine::DrainBoxes().empty());
     }
     Load(IniFor({"A", "Default MIDI Output Device"}));
     EXPECT_TRUE(ZorStartMIDI(0));
@@ -106,7 +106,7 @@ TEST_F(MmeTest, TheFallbackOfRow0ComesLast) {
     machine::FailCall(machine::Call::midiOutOpen, 1, MMSYSERR_ALLOCATED);
     Load(IniFor({"A"}));
     EXPECT_FALSE(ZorStartMIDI(0));
-    EXPECT_EQ(machine::TakeBoxes().size(), 1u);
+    EXPECT_EQ(machine::DrainBoxes().size(), 1u);
 }
 
 // Devices of equal names are matched by their neighbours, and never confused or opened twice.
@@ -150,7 +150,7 @@ TEST_F(MmeTest, DevicesOfOneNameStayOnTheirRows) {
         EXPECT_TRUE(ZorStartMIDI(0));
         EXPECT_EQ(OpenedNumbers(), test.Now);
         ZorStopMIDI();
-        EXPECT_TRUE(machine::TakeBoxes().empty());
+        EXPECT_TRUE(machine::DrainBoxes().empty());
     }
     // Two rows with the same stored name are on the same device, whatever its number.
     for (const std::string side : {"In", "Out"}) {
@@ -159,7 +159,7 @@ TEST_F(MmeTest, DevicesOfOneNameStayOnTheirRows) {
         for (const bool moved : {false, true}) {
             if (moved) Plug({"N"});
             EXPECT_FALSE(ZorStartMIDI(0));
-            EXPECT_EQ(machine::TakeBoxes().size(), 1u);
+            EXPECT_EQ(machine::DrainBoxes().size(), 1u);
         }
     }
 }

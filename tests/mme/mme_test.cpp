@@ -40,7 +40,7 @@ void MmeTest::OpenPorts(const std::vector<int>& bases, std::uint32_t support) {
     Plug(names, support);
     Load(IniFor(names, bases));
     ASSERT_TRUE(ZorStartMIDI(0));
-    machine::TakeSentMidi();
+    machine::DrainSentMidi();
 }
 
 MIDIEvent Event(int channel, int status, int data1, int data2) {
@@ -67,7 +67,7 @@ std::string Line(int device, int status, int data1, int data2) {
 
 Lines Sent() {
     Lines lines;
-    for (const machine::SentMidi& sent : machine::TakeSentMidi()) {
+    for (const machine::SentMidi& sent : machine::DrainSentMidi()) {
         if (sent.Reset) continue;
         const auto message = static_cast<int>(sent.Message);
         lines.push_back(Line(sent.Device, message & 0xFF, message >> 8 & 0xFF, message >> 16));

@@ -30,7 +30,7 @@ protected:
     static void ExpectBoxes(std::size_t count, MMRESULT code = Code) {
         char text[256] = "";
         midiOutGetErrorTextA(code, text, sizeof text);
-        const std::vector<machine::Box> boxes = machine::TakeBoxes();
+        const std::vector<machine::Box> boxes = machine::DrainBoxes();
         EXPECT_EQ(boxes.size(), count);
         for (const machine::Box& box : boxes) {
             EXPECT_EQ(box.Text, text);

@@ -36,7 +36,7 @@ TEST_F(MmeTest, CountsStayRightWithSeveralThreads) {
     // In the messages received, no key has more note offs than note ons, and the open notes are
     // those in the tables.
     std::map<std::pair<int, int>, int> sounding; // by device, and channel * 128 + key
-    for (const machine::SentMidi& sent : machine::TakeSentMidi()) {
+    for (const machine::SentMidi& sent : machine::DrainSentMidi()) {
         if (sent.Reset) {
             std::erase_if(sounding,
                           [&](const auto& entry) { return entry.first.first == sent.Device; });

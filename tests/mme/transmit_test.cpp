@@ -91,7 +91,7 @@ TEST_F(MmeTest, SilenceEndsAtADeviceThatRefuses) {
     Send(203, 0x90, 3, 9);
     machine::FailCall(machine::Call::midiOutShortMsg, 1, MMSYSERR_NODRIVER);
     EXPECT_FALSE(MMESilence());
-    EXPECT_EQ(machine::TakeBoxes().size(), 1u);
+    EXPECT_EQ(machine::DrainBoxes().size(), 1u);
     EXPECT_EQ(CountOf(0, 0, 1), 0);
     EXPECT_EQ(CountOf(0, 0, 2), 1);
     EXPECT_EQ(CountOf(1, 3, 3), 1);
@@ -137,7 +137,7 @@ TEST_F(MmeTest, ADeviceThatRefusesIsReportedAndTheOthersReceive) {
     EXPECT_FALSE(ZorXmit(ZOR_IMMEDIATE, &note));
     EXPECT_EQ(Sent(), (Lines{Line(0, 0x91, Key, 9), Line(2, 0x91, Key, 9)}));
     EXPECT_EQ(CountOf(1, 1), 1);
-    EXPECT_EQ(machine::TakeBoxes().size(), 1u);
+    EXPECT_EQ(machine::DrainBoxes().size(), 1u);
     std::uint16_t code = 0;
     EXPECT_EQ(ZorErrorMIDI(&code), MMERow);
     EXPECT_EQ(code, 1);
@@ -146,7 +146,7 @@ TEST_F(MmeTest, ADeviceThatRefusesIsReportedAndTheOthersReceive) {
     // With channel -1 errors are shown in message boxes only.
     machine::FailCall(machine::Call::midiOutShortMsg, 3, MIDIERR_NOTREADY, 2);
     EXPECT_TRUE(Send(-1, 0xE0, 0, 64));
-    EXPECT_EQ(machine::TakeBoxes().size(), 2u);
+    EXPECT_EQ(machine::DrainBoxes().size(), 2u);
     EXPECT_EQ(Sent().size(), 46u);
 }
 
@@ -171,7 +171,7 @@ TEST_F(MmeTest, AStaleTransmissionReachesNoOtherPort) {
                 });
                 const MIDIEvent old = Event(channel, status, Key, 9);
                 ZorXmit(ZOR_IMMEDIATE, &old);
-                EXPECT_EQ(machine::TakeBoxes().size(), 1u);
+                EXPECT_EQ(machine::DrainBoxes().size(), 1u);
                 EXPECT_EQ(Sent(), (Lines{Line(0, 0x92, Key, 5), Line(1, 0x92, Key, 5)}));
                 EXPECT_EQ(CountOf(0, 2) + CountOf(1, 2), 2);
                 EXPECT_EQ(machine::CachedPatches(1)[Key], 0);

@@ -72,10 +72,10 @@ TEST_F(PRecDriver, DeliversNotesWithTheirAgeBeforeThePump) {
     const MIDIEvent due = {500, 0, 0, 2, 0x90, 70, 1};
     EXPECT_TRUE(ZorXmit(ZOR_QUEUE_OUTPUT, &due));
     machine::RecordSentMidi(true);
-    machine::TakeSentMidi();
+    machine::DrainSentMidi();
     machine::Advance(50);
     std::vector<std::uint32_t> sent;
-    for (const machine::SentMidi& message : machine::TakeSentMidi())
+    for (const machine::SentMidi& message : machine::DrainSentMidi())
         sent.push_back(message.Message);
     EXPECT_EQ(sent, (std::vector<std::uint32_t>{0x644593, 0x014690}));
     ZorEchoMIDI(0, nullptr);

@@ -260,7 +260,7 @@ TEST_P(Choice, TheLatestCallWins) {
         PRecClose();
         EXPECT_EQ(machine::OpenWaveIns() + OpenCaptureObjects(), 0);
         Second = Add("Second");
-        machine::TakeBoxes();
+        machine::DrainBoxes();
     }
     EXPECT_EQ(tested, 24);
 }

@@ -1,4 +1,4 @@
-// bridge_peer CABLE [COUNT]: sends so many numbered messages and ends in order. Without COUNT
+// bridge_peer CABLE [COUNT]: sends COUNT numbered messages and exits. Without COUNT
 // prints "ready" and each message that arrives on a line of its own, until it is killed.
 #include "tests/host/peer.h"
 

@@ -13,7 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A program that prints what it hears on the cable.
+// A program that prints the messages that it receives from the cable.
 struct Listener : Program {
     explicit Listener(const std::string& cable) : Program(cable) {
         EXPECT_TRUE(Await("ready\n"));
@@ -48,8 +48,8 @@ TEST(Bridge, WhatWasSentArrivesThoughItsSenderHasEnded) {
     EXPECT_EQ(peer.Heard().size(), 4000u);
 }
 
-// A program that stands still holds up neither the sender nor the others. It misses nothing, until
-// more is waiting than a cable holds: then the oldest.
+// A stopped program delays neither the sender nor other receivers. It loses no message unless more
+// are waiting than a cable holds: then the oldest.
 TEST(Bridge, WaitsForAProgramThatIsSlow) {
     constexpr unsigned Most = 65536, TooMany = 100;
     Peer peer("slow");
@@ -64,7 +64,8 @@ TEST(Bridge, WaitsForAProgramThatIsSlow) {
             char line[10];
             std::snprintf(line, sizeof line, "%X\n", message);
             if (i >= lost) expected += line;
-            ASSERT_TRUE(i % 1000 != 0 || peer.Await(message, first + i)); // which keeps up
+            ASSERT_TRUE(i % 1000 != 0 ||
+                        peer.Await(message, first + i)); // it reads as fast as it sends
         }
         slow.Signal(SIGCONT);
         ASSERT_TRUE(slow.Await("FC\n"));
@@ -72,7 +73,7 @@ TEST(Bridge, WaitsForAProgramThatIsSlow) {
     }
 }
 
-// The one file of shared memory that this process uses.
+// The path of the shared memory that this process has mapped; empty for none.
 std::string Memory() {
     std::ifstream maps("/proc/self/maps");
     for (std::string line; std::getline(maps, line);)
@@ -89,7 +90,7 @@ TEST(Bridge, LeavesNothingBehind) {
     EXPECT_TRUE(fs::exists(first));
     ASSERT_TRUE(machine::BridgeOutput(0, "clean"));
     ASSERT_TRUE(machine::BridgeInput(0, "other"));
-    EXPECT_TRUE(fs::exists(first)); // the output still hangs there
+    EXPECT_TRUE(fs::exists(first)); // the output still uses it
     ASSERT_TRUE(machine::BridgeOutput(0, ""));
     EXPECT_FALSE(fs::exists(first));
     const std::string second = Memory();

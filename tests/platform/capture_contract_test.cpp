@@ -1,6 +1,6 @@
-// What every back end of sound capture has to do, whatever it hears and whoever's clock paces it;
-// on the real clock, so that threads meet. Nothing here asks how long anything took.
-#include "tests/platform/capture_back_end.h"
+// The contract of api/capture.h for every capture back end, on the real clock, so that threads
+// meet. No test measures time.
+#include "tests/platform/capture_instrument.h"
 
 #include "platform/api/capture.h"
 
@@ -13,12 +13,13 @@
 
 namespace {
 
+using namespace device;
 using namespace machine;
 
-// Locked while it calls the stream, as owners are.
+// Holds its lock while it calls the stream, as real owners do.
 class Owner final : public CaptureOwner {
 public:
-    void Captured() override {
+    void OnFramesCaptured() override {
         {
             const std::scoped_lock lock(Lock);
             ++Wakes;
@@ -31,7 +32,7 @@ public:
         stream.WakeAt(frame);
     }
     void Await(CaptureStream& stream, std::uint64_t frame) {
-        while (woken_.try_acquire()) { // what came before
+        while (woken_.try_acquire()) { // forgets earlier calls
         }
         WakeAt(stream, frame);
         woken_.acquire();
@@ -39,20 +40,20 @@ public:
     }
 
     std::mutex Lock;
-    int Wakes = 0; // plain on purpose: read where none may be under way
+    int Wakes = 0; // read without the lock where no call may be running
     std::function<void()> Within;
 
 private:
     std::counting_semaphore<> woken_{0};
 };
 
-class CaptureContract : public testing::Test {
+class CaptureContract : public testing::TestWithParam<CaptureInstrument> {
 protected:
     static constexpr PcmFormat Format = {44100, 2, 16};
 
     void SetUp() override {
         PowerOn();
-        PlugMicrophone();
+        GetParam().Plug();
         Device = Listed();
         ASSERT_TRUE(Device && Device->Supports(Format));
         Stream = Device->Open(Format, Listener);
@@ -60,7 +61,7 @@ protected:
     }
     void TearDown() override {
         Stream.reset();
-        if (Listed()) UnplugMicrophone();
+        if (Listed()) GetParam().Unplug();
         PowerOn();
     }
     static std::shared_ptr<CaptureDevice> Listed() {
@@ -78,29 +79,32 @@ protected:
     std::unique_ptr<CaptureStream> Stream;
 };
 
-TEST_F(CaptureContract, CountsWhileItRunsAndWakesOnceForTheLastFrameAskedFor) {
+INSTANTIATE_TEST_SUITE_P(Every, CaptureContract, testing::Values(TestedMicrophone()),
+                         [](const auto& each) { return each.param.BackEnd; });
+
+TEST_P(CaptureContract, CountsWhileItRunsAndWakesOnceForTheLastFrameAskedFor) {
     EXPECT_EQ(Stream->Position(), 0u);
     for (int run = 0; run < 3; ++run) {
         ASSERT_TRUE(Stream->Start());
         Listener.WakeAt(*Stream, 1'000'000'000);
         Listener.Await(*Stream, 200);
-        Listener.Await(*Stream, 100); // has come already
+        Listener.Await(*Stream, 100); // already reached
         Stream->Stop();
         const std::uint64_t stopped = Stream->Position();
         Listener.WakeAt(*Stream, 0);
         std::this_thread::sleep_for(std::chrono::milliseconds(3));
         EXPECT_EQ(Stream->Position(), stopped);
         EXPECT_EQ(std::exchange(Listener.Wakes, 0), 2);
-        ReadAll(); // what was captured is still there
+        ReadAll(); // what was captured can still be read
     }
 }
 
-// The count of wakes is not locked here: a sanitizer, too, tells of one that is still under way.
-TEST_F(CaptureContract, NothingComesBehindStop) {
-    for (int run = 0; run < Stops; ++run) {
+// Wakes is read without the lock, so that a sanitizer reports a call that is still running.
+TEST_P(CaptureContract, NothingComesBehindStop) {
+    for (int run = 0; run < GetParam().Stops; ++run) {
         ASSERT_TRUE(Stream->Start());
         Listener.Await(*Stream, 1);
-        const auto phase = SoundComesEvery * run / Stops;
+        const auto phase = GetParam().BlockInterval * run / GetParam().Stops;
         Listener.WakeAt(*Stream, Stream->Position() + phase.count() * Format.Rate / 1'000'000);
         std::this_thread::sleep_for(phase);
         Stream->Stop();
@@ -110,7 +114,7 @@ TEST_F(CaptureContract, NothingComesBehindStop) {
     }
 }
 
-TEST_F(CaptureContract, MayBeReadAskedAndStoppedFromWithin) {
+TEST_P(CaptureContract, MayBeReadAskedAndStoppedFromWithin) {
     Listener.Within = [&] {
         Stream->Read(nullptr, 10);
         std::uint16_t frames[20];
@@ -125,11 +129,11 @@ TEST_F(CaptureContract, MayBeReadAskedAndStoppedFromWithin) {
     Listener.Await(*Stream, 20);
 }
 
-TEST_F(CaptureContract, OnceGoneItStandsStillAndIsNotToBeHad) {
+TEST_P(CaptureContract, OnceGoneItStandsStillAndIsNotToBeHad) {
     ASSERT_TRUE(Stream->Start());
     Listener.Await(*Stream, 100);
-    UnplugMicrophone();
-    EXPECT_TRUE(Device->Gone());
+    GetParam().Unplug();
+    EXPECT_TRUE(Device->IsGone());
     EXPECT_FALSE(Listed());
     const std::uint64_t gone = Stream->Position();
     Listener.WakeAt(*Stream, gone + 1);
@@ -138,7 +142,7 @@ TEST_F(CaptureContract, OnceGoneItStandsStillAndIsNotToBeHad) {
     ReadAll();
     Stream->Stop();
     EXPECT_EQ(Listener.Wakes, 1);
-    EXPECT_EQ(Stream->Start(), !Stream->Gone()); // it may come back
+    EXPECT_EQ(Stream->Start(), !Stream->IsGone()); // a stream that is not gone may start and wait
     EXPECT_FALSE(Device->Open(Format, Listener));
 }
 

@@ -38,8 +38,8 @@ TEST_F(Clock, AHostIsToldOfWhatTheTimersThreadHasDone) {
     machine::AfterTimers([] { told.push_back(timeGetTime()); });
     timeSetEvent(
         3, 1, [](UINT, UINT, DWORD_PTR, DWORD_PTR, DWORD_PTR) { told.push_back(0); }, 0, 0);
-    machine::Schedule(
-        machine::Lane::Audio, 1001'000, [](void*, std::uintptr_t) {}, nullptr);
+    device::Schedule(
+        device::Lane::Audio, 1001'000, [](void*, std::uintptr_t) {}, nullptr);
     machine::AddMidiInput("Keys");
     HMIDIIN in = nullptr;
     midiInOpen(&in, 0, 0, 0, CALLBACK_NULL);
@@ -53,8 +53,8 @@ TEST_F(Clock, AHostIsToldOfWhatTheTimersThreadHasDone) {
     midiInClose(in);
 }
 
-// With the real clock no more can be said of a timer than that it never comes early, in whichever
-// part of a millisecond it was set.
+// On the real clock a timer must not expire early, in whatever part of a millisecond it was set;
+// how late it is depends on the computer.
 struct Link {
     DWORD Due = timeGetTime() + 1;
     std::atomic<int> Left{100}, Early{0};
@@ -67,7 +67,7 @@ void CALLBACK NoteEarly(UINT, UINT, DWORD_PTR user, DWORD_PTR, DWORD_PTR) {
     while (machine::Microseconds() < odd) {
     }
     chain.Due = timeGetTime() + 1;
-    // Set before the count goes down: the test may take the link away after that.
+    // Set before the count decreases, since the test may destroy the link after that.
     if (left > 1) timeSetEvent(1, 1, NoteEarly, user, TIME_ONESHOT);
     chain.Left = left - 1;
 }
@@ -80,18 +80,19 @@ TEST_F(Clock, RealTimersNeverComeBeforeTheirMillisecond) {
     EXPECT_EQ(link.Early, 0);
 }
 
-// ---- what all devices share --------------------------------------------------------------------
+// ---- the interface that all devices share
+// --------------------------------------------------------------------
 
-using machine::Lane;
-using machine::Schedule;
-using machine::Token;
+using device::Lane;
+using device::Schedule;
+using device::Token;
 
 std::vector<std::uintptr_t> ran;
 void Keep(void*, std::uintptr_t argument) { ran.push_back(argument); }
 
 std::uint64_t In(std::uint64_t microseconds) { return machine::Microseconds() + microseconds; }
 
-// Against a plain list of what should be left, with adding, forgetting and time all mixed.
+// Compares with a plain list, while actions are added and removed and time moves at random.
 TEST_F(Clock, KeepsOrderUnderARandomLoad) {
     std::mt19937 random(7);
     std::map<std::pair<std::uint64_t, Token>, std::uintptr_t> model; // by due time, then by age
@@ -107,11 +108,11 @@ TEST_F(Clock, KeepsOrderUnderARandomLoad) {
         } else if (choice < 90 && !model.empty()) {
             const auto some =
                 std::next(model.begin(), random() % std::min<std::size_t>(model.size(), 50));
-            EXPECT_TRUE(machine::Unschedule(some->first.second));
-            EXPECT_FALSE(machine::Unschedule(some->first.second));
+            EXPECT_TRUE(device::Unschedule(some->first.second));
+            EXPECT_FALSE(device::Unschedule(some->first.second));
             model.erase(some);
         } else if (choice == 90) {
-            machine::UnscheduleAll(&contexts[step % 3]);
+            device::UnscheduleAll(&contexts[step % 3]);
             std::erase_if(model, [step](const auto& each) { return each.second % 3 == step % 3; });
         } else {
             machine::Advance(1);
@@ -140,15 +141,15 @@ TEST_F(Clock, ForgettingAndLeavingWaitForAnActionUnderWay) {
         Schedule(leaving ? Lane::Timers : Lane::Audio, machine::Microseconds(), action, &state);
         while (!state.Inside) std::this_thread::yield();
         int other = 0;
-        machine::UnscheduleAll(&other); // of no concern to this one
+        device::UnscheduleAll(&other); // does not wait for another context's action
         EXPECT_FALSE(state.Ended);
         const std::jthread helper([&] { state.MayEnd = true; });
-        leaving ? machine::LetActionsEnd() : machine::UnscheduleAll(&state);
+        leaving ? device::WaitForActions() : device::UnscheduleAll(&state);
         EXPECT_TRUE(state.Ended);
     }
 }
 
-// Many threads at once on the real clock: nothing is lost, and nothing runs twice.
+// Two threads at once on the real clock: no action is lost or runs twice.
 TEST_F(Clock, EveryActionRunsOnceUnlessItWasForgotten) {
     machine::UseRealClock();
     static std::atomic<int> runs;
@@ -160,13 +161,13 @@ TEST_F(Clock, EveryActionRunsOnceUnlessItWasForgotten) {
             const Token token = Schedule(
                 random() % 2 ? Lane::Audio : Lane::Timers, In(random() % 500),
                 [](void*, std::uintptr_t) { ++runs; }, nullptr);
-            if (random() % 3 == 0 && machine::Unschedule(token)) ++forgotten;
+            if (random() % 3 == 0 && device::Unschedule(token)) ++forgotten;
         }
     };
     const std::jthread other(load, 2);
     load(1);
     while (runs + forgotten < 4000) std::this_thread::yield();
-    machine::UseSteppedClock(); // whatever is still to come now came too often
+    machine::UseSteppedClock(); // drops pending actions: any would be one too many
     EXPECT_EQ(runs + forgotten, 4000);
 }
 

@@ -49,7 +49,7 @@ TEST_F(Kernel, OfSeveralObjectsTheFirstSignalledCountsAndIsConsumedUnlessItIsMan
     EXPECT_EQ(wait(0), WAIT_OBJECT_0 + 2);
     EXPECT_EQ(wait(0), WAIT_OBJECT_0 + 2);
     SetEvent(events[1]);
-    SetEvent(events[1]); // twice signalled is signalled
+    SetEvent(events[1]); // signals are not counted
     EXPECT_EQ(wait(INFINITE), WAIT_OBJECT_0 + 1);
     EXPECT_EQ(wait(INFINITE), WAIT_OBJECT_0 + 2);
     ResetEvent(events[2]);
@@ -61,7 +61,7 @@ TEST_F(Kernel, OfSeveralObjectsTheFirstSignalledCountsAndIsConsumedUnlessItIsMan
 }
 
 TEST_F(Kernel, TimeStandsStillUntilEveryThreadWaitsAgain) {
-    // Each signal sets off a chain of work through two threads; every moment must see it done.
+    // Each signal starts a chain of work through two threads, which must end before time moves on.
     const HANDLE tick = Event(), tock = Event(), stop = Event(true);
     const auto relay = [stop](HANDLE on, auto then) {
         const std::array<HANDLE, 2> objects{on, stop};
@@ -92,7 +92,7 @@ TEST_F(Kernel, TimeStandsStillUntilEveryThreadWaitsAgain) {
     SetEvent(stop);
     for (const HANDLE thread : threads) {
         EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
-        EXPECT_EQ(WaitForSingleObject(thread, 0), WAIT_OBJECT_0); // it has ended, and stays so
+        EXPECT_EQ(WaitForSingleObject(thread, 0), WAIT_OBJECT_0); // stays signalled
         EXPECT_TRUE(CloseHandle(thread));
     }
 }

@@ -1,7 +1,8 @@
-// What every back end of MIDI has to do, seen through the calls: an output and an input that are
-// joined, on the real clock, so that threads meet. Nothing here asks how long anything took.
+// The contract of api/midi.h for every MIDI back end, tested through the calls: an output and an
+// input that are connected, on the real clock, so that threads meet. No test measures time.
 #include "platform/api/midi.h"
-#include "tests/platform/native_wire.h"
+#include "platform/registry/back_ends.h"
+#include "tests/platform/midi_instrument.h"
 #include "tests/support/machine_test.h"
 
 #include <algorithm>
@@ -14,17 +15,8 @@ namespace {
 
 using Messages = std::vector<DWORD>;
 
-struct BackEnd {
-    const char* Name;
-    // One output and one input: what is sent to the one arrives at the other. False if this
-    // computer has no such thing.
-    bool (*Plug)();
-    void (*Unplug)();
-    void (*PlugAgain)();
-};
-
-const BackEnd BackEnds[] = {
-    {"Virtual",
+const MidiInstrument Instruments[] = {
+    {"memory",
      [] {
          machine::Connect(machine::AddMidiOutput("Wire"), machine::AddMidiInput("Wire"));
          return true;
@@ -34,16 +26,17 @@ const BackEnd BackEnds[] = {
          machine::UnplugMidiInput("Wire");
      },
      [] { machine::AddMidiOutput("Wire"), machine::AddMidiInput("Wire"); }},
-#ifdef ZOR_NATIVE_MIDI
-    {"Native", PlugNativeWire, UnplugNativeWire, PlugNativeWireAgain},
+#ifdef ZOR_ALSA
+    AlsaInstrument,
 #endif
 };
 
-class MidiContract : public testing::TestWithParam<BackEnd> {
+class MidiContract : public testing::TestWithParam<MidiInstrument> {
 protected:
     void SetUp() override {
         machine::PowerOn();
         machine::RecordSentMidi(false);
+        device::UseOnlyBackEnd(GetParam().BackEnd);
         if (!GetParam().Plug()) GTEST_SKIP();
         ASSERT_EQ(midiOutOpen(&Out, 0, 0, 0, CALLBACK_NULL), MMSYSERR_NOERROR);
         OpenInput();
@@ -53,6 +46,7 @@ protected:
         midiOutClose(Out);
         machine::PowerOn();
         GetParam().Unplug();
+        device::UseOnlyBackEnd(nullptr);
     }
     void OpenInput() {
         ASSERT_EQ(midiInOpen(&In, 0, reinterpret_cast<DWORD_PTR>(&OnMidi),
@@ -78,13 +72,13 @@ protected:
 
     HMIDIOUT Out = nullptr;
     HMIDIIN In = nullptr;
-    // Plain on purpose: a sanitizer, too, tells of a callback that is still under way.
+    // Not atomic, so that a sanitizer reports a callback that is still running.
     Messages Got, Stamps;
     std::function<void()> Within;
     std::counting_semaphore<> Came{0};
 };
-INSTANTIATE_TEST_SUITE_P(Every, MidiContract, testing::ValuesIn(BackEnds),
-                         [](const auto& each) { return each.param.Name; });
+INSTANTIATE_TEST_SUITE_P(Every, MidiContract, testing::ValuesIn(Instruments),
+                         [](const auto& each) { return each.param.BackEnd; });
 
 TEST_P(MidiContract, EveryMessageComesWholeInOrderWithItsTime) {
     Messages sent = {0x403C90, 0x003C90, 0x33C2, 0x44D0, 0x4400E0, 0x22F3, 0xF6, 0xF8};
@@ -120,7 +114,7 @@ TEST_P(MidiContract, NothingComesBehindStopAndClose) {
 TEST_P(MidiContract, ACallbackMaySendAndMayCloseItsOwnDevice) {
     Within = [&] {
         if (Got.size() < 5)
-            Send({0xF8}); // an echo that feeds itself, and then an end to it
+            Send({0xF8}); // an echo loop, ended below
         else
             EXPECT_EQ(midiInClose(In), MMSYSERR_NOERROR);
     };
@@ -157,7 +151,7 @@ TEST_P(MidiContract, PulledOutItSaysSoAndPluggedInAgainItGoesOn) {
     std::counting_semaphore<> told{0};
     const auto awaitBoth = [&told] { told.acquire(), told.acquire(); };
     machine::WatchMidiDevices([&told] { told.release(); });
-    const auto device = machine::MidiDeviceAt(machine::MidiWay::Out, 0);
+    const auto device = device::MidiDeviceAt(device::MidiDirection::Output, 0);
     Send({0x403C90});
     Await(1);
     GetParam().Unplug();
@@ -165,15 +159,15 @@ TEST_P(MidiContract, PulledOutItSaysSoAndPluggedInAgainItGoesOn) {
     EXPECT_EQ(Await(1), Messages{0x3C80}); // which was held
     EXPECT_EQ(midiInGetNumDevs() + midiOutGetNumDevs(), 0u);
     for (const MMRESULT result : {MMSYSERR_NODRIVER, MMSYSERR_NOERROR, MMSYSERR_NOERROR})
-        EXPECT_EQ(midiOutShortMsg(Out, 0xF8), result); // once, not for each message of a piece
+        EXPECT_EQ(midiOutShortMsg(Out, 0xF8), result); // fails once, not for each message of a song
     EXPECT_EQ(midiInStart(In), MMSYSERR_NODRIVER);
-    // What leads to the end of a handle succeeds.
+    // Calls that lead to closing a handle succeed.
     EXPECT_EQ(midiOutReset(Out), MMSYSERR_NOERROR);
     GetParam().PlugAgain();
     awaitBoth();
     EXPECT_FALSE(told.try_acquire());
-    EXPECT_EQ(machine::MidiDeviceAt(machine::MidiWay::Out, 0), device);
-    EXPECT_EQ(midiOutReset(Out), MMSYSERR_NOERROR); // nothing sounds there any more
+    EXPECT_EQ(device::MidiDeviceAt(device::MidiDirection::Output, 0), device);
+    EXPECT_EQ(midiOutReset(Out), MMSYSERR_NOERROR); // no note sounds any more
     Send({0xFE});
     EXPECT_EQ(Await(1), Messages{0xFE});
     GetParam().Unplug();

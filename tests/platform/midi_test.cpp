@@ -1,4 +1,4 @@
-// What the virtual ports alone can do, in stepped time.
+// The ports of the memory back end, in stepped time.
 #include "tests/support/machine_test.h"
 
 #include <utility>
@@ -10,7 +10,7 @@ using All = std::vector<std::pair<DWORD, DWORD>>; // message and stamp
 
 class Midi : public MachineTest {
 protected:
-    void TearDown() override { machine::PowerOn(); } // and every handle is gone
+    void TearDown() override { machine::PowerOn(); } // closes every handle
     static void CALLBACK OnMidi(void*, UINT, DWORD_PTR got, DWORD_PTR first, DWORD_PTR stamp) {
         reinterpret_cast<All*>(got)->emplace_back(first, stamp);
     }
@@ -39,7 +39,7 @@ TEST_F(Midi, CablesCarryWithTheirOwnDelayAndStampsCountFromTheStart) {
     const HMIDIIN in = Start(1, near);
     const HMIDIOUT out = OpenOut(MIDI_MAPPER);
     for (DWORD note = 60; note < 62; ++note) midiOutShortMsg(out, 0x400090 | note << 8);
-    EXPECT_TRUE(near.empty()); // not before the callback thread gets to it
+    EXPECT_TRUE(near.empty()); // callbacks run inside Advance only
     machine::Advance(10);
     midiInStop(in);
     machine::ReceiveMidi(1, 0xFE); // lost
@@ -67,12 +67,12 @@ TEST_F(Midi, TheWireTakesWhatTheStatusCallsFor) {
         got.clear();
         EXPECT_EQ(midiOutShortMsg(out, sent), MMSYSERR_NOERROR);
         machine::Advance(1);
-        EXPECT_EQ(machine::TakeSentMidi().at(0).Message & 0xFF, sent & 0xFF);
+        EXPECT_EQ(machine::DrainSentMidi().at(0).Message & 0xFF, sent & 0xFF);
         EXPECT_EQ(got.empty() ? 0 : got[0].first, arrived) << std::hex << sent;
     }
 }
 
-// So a host that needs an output starts with a keyboard alone.
+// A host that needs an output must start on a computer with only a keyboard.
 TEST_F(Midi, WithoutOutputsTheDefaultOneIsSilent) {
     machine::AddMidiInput("Keys");
     BringUp();
@@ -112,11 +112,11 @@ TEST_F(Midi, WhatIsOnItsWayToADeviceThatLeavesIsLost) {
     Start(0, got);
     machine::UnplugMidiInput("In");
     machine::Advance(1);
-    EXPECT_EQ(got.size(), 1u); // a note that was held for another is not released for this one
+    EXPECT_EQ(got.size(), 1u); // a note that an earlier handle held is not released to this one
     machine::WatchMidiDevices(nullptr);
 }
 
-// A flood takes no room of the timers', is refused where it would be lost, and ends with the clock.
+// A flood of messages leaves room for timers, is refused rather than lost, and ends with the clock.
 TEST_F(Midi, AsManyAreUnderWayAsACableHolds) {
     machine::RecordSentMidi(false);
     machine::Connect(machine::AddMidiOutput("Out"), machine::AddMidiInput("In"), 5);

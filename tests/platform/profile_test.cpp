@@ -77,7 +77,7 @@ TEST_F(Profile, ReadsTextsAndIntegers) {
 
 TEST_F(Profile, ChangesOneLineAndKeepsTheRest) {
     const struct {
-        const char *Why, *Before, *After; // once k in [S] has become " v "
+        const char *Why, *Before, *After; // after k in [S] was set to " v "
     } cases[] = {
         {"new file", "", "[S]\r\nk= v \r\n"},
         {"new section", "[A]\r\nx=1\r\n", "[A]\r\nx=1\r\n[S]\r\nk= v \r\n"},
@@ -113,12 +113,12 @@ TEST_F(Profile, WhatOthersWriteIsSeenAndAFileInSmallLettersStandsIn) {
     const auto writeTo = [](const fs::path& path) {
         return WritePrivateProfileStringA("S", "k", "v", path.c_str());
     };
-    EXPECT_FALSE(writeTo(Folder / "zormidi.ini" / "x.ini")); // that is no folder
+    EXPECT_FALSE(writeTo(Folder / "zormidi.ini" / "x.ini")); // the parent is a file
     EXPECT_TRUE(writeTo(Folder / "new" / "er" / "x.ini"));
 }
 
-// Nothing is lost where nothing may be written; a replaced file keeps its permissions, and its
-// place behind a link.
+// A read-only file or folder is left unchanged; a replaced file keeps its permissions, and a link
+// to it stays a link.
 TEST_F(Profile, IsReplacedWholeOrNotAtAll) {
     const fs::path real = Folder / "real.ini";
     std::ofstream(real) << "[S]\nk=1\n";
@@ -135,7 +135,7 @@ TEST_F(Profile, IsReplacedWholeOrNotAtAll) {
     EXPECT_EQ(Get(), "[S]\nk=2\n");
     EXPECT_TRUE(fs::is_symlink(Path));
     EXPECT_EQ(static_cast<unsigned>(fs::status(real).permissions()), 0640u);
-    EXPECT_EQ(std::distance(fs::directory_iterator(Folder), {}), 2); // no leavings
+    EXPECT_EQ(std::distance(fs::directory_iterator(Folder), {}), 2); // no temporary file is left
 }
 
 } // namespace

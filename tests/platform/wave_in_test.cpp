@@ -41,14 +41,14 @@ TEST_F(MachineTest, StopGivesThePartAndSoundWithoutABufferIsLostAndDoesNotCount)
     EXPECT_EQ(recordInto(1, 20), 661u); // of 661.5
     EXPECT_EQ(waveInClose(handle), WAVERR_STILLPLAYING);
     waveInStop(handle);
-    EXPECT_EQ(recordInto(2, 100), 661u + 512); // the feed has begun anew
+    EXPECT_EQ(recordInto(2, 100), 661u + 512); // the feed starts again
     EXPECT_EQ(recordInto(3, 100), 661u + 1024);
     EXPECT_EQ(got, (Blocks{{0, 512}, {512, 149}, {0, 512}, {2205, 512}}));
     machine::FallBehind(microphone, 9);
-    EXPECT_EQ(recordInto(0, 100), 661u + 1536); // no further than its buffer reaches
+    EXPECT_EQ(recordInto(0, 100), 661u + 1536); // not beyond the buffer's end
     machine::Unplug(microphone);
     EXPECT_EQ(waveInStop(handle), MMSYSERR_NODRIVER);
-    EXPECT_EQ(waveInReset(handle), MMSYSERR_NODRIVER); // but all is handed back
+    EXPECT_EQ(waveInReset(handle), MMSYSERR_NODRIVER); // but all buffers are returned
     for (WAVEHDR& header : headers) waveInUnprepareHeader(handle, &header, sizeof header);
     EXPECT_EQ(waveInClose(handle), MMSYSERR_NOERROR);
 }

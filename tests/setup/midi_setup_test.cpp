@@ -167,7 +167,7 @@ TEST_F(MidiSetupTest, LimitsBaseChannelsSilently) {
     for (int row = 0; row < PortRows; ++row)
         for (const char* key : {"InBase", "OutBase"})
             EXPECT_EQ(Key(key + std::to_string(row + 1)), typed[row].second) << typed[row].first;
-    EXPECT_TRUE(machine::TakeBoxes().empty());
+    EXPECT_TRUE(machine::DrainBoxes().empty());
 }
 
 // A refused choice can be corrected; the rows before it are already stored.
@@ -186,7 +186,7 @@ TEST_F(MidiSetupTest, RefusesADeviceOnTwoRows) {
             for (const int list : test.Lists) EXPECT_TRUE(user.Select(list, test.Device));
             user.Click(IDOK);
             EXPECT_FALSE(user.Ended());
-            const std::vector<machine::Box> boxes = machine::TakeBoxes();
+            const std::vector<machine::Box> boxes = machine::DrainBoxes();
             ASSERT_EQ(boxes.size(), 1u);
             EXPECT_EQ(boxes[0].Owner, user.Handle());
             EXPECT_EQ(boxes[0].Text, "Can't open a device more than once!");
@@ -255,7 +255,7 @@ TEST_F(MidiSetupTest, UnwrittenSettingsLastUntilTheDialogOpensAgain) {
         user.Click(IDOK);
         EXPECT_TRUE(user.Ended());
     });
-    const std::vector<machine::Box> boxes = machine::TakeBoxes();
+    const std::vector<machine::Box> boxes = machine::DrainBoxes();
     ASSERT_EQ(boxes.size(), 1u);
     EXPECT_EQ(boxes[0].Caption, "MIDI Setup");
     EXPECT_NE(boxes[0].Text.find("only until this dialog opens again"), std::string::npos);

@@ -124,7 +124,7 @@ TEST_P(TonequillTest, CancelRestoresTheFileOnly) {
         EXPECT_EQ(Value(headset, MicrophoneVolume), 45566u); // 178 / 128 of half the range
     });
     EXPECT_EQ(ReadIni(), before);
-    EXPECT_TRUE(machine::TakeBoxes().empty());
+    EXPECT_TRUE(machine::DrainBoxes().empty());
     EXPECT_FALSE(EnablePitchRec);
     EXPECT_EQ(PRecChannel, 5);
     EXPECT_EQ(Value(headset, MicrophoneMute), 0u);
@@ -268,7 +268,7 @@ TEST_P(TonequillTest, SelectsADeviceAtOnce) {
             user.Select(DeviceList, "Headset");
             machine::WhileBoxIsUp(nullptr);
             machine::ClearFaults();
-            EXPECT_EQ(machine::TakeBoxes().size(), 1u);
+            EXPECT_EQ(machine::DrainBoxes().size(), 1u);
             EXPECT_EQ(user.Text(DeviceList), closes ? "" : "Line");
             user.Wait(100);
             EXPECT_EQ(machine::StatsOf(line).Capturing, closes ? 0 : 1);

@@ -81,7 +81,7 @@ TEST_P(BothCapturesTest, StopsADeviceThatDeliversNothing) {
     EXPECT_TRUE(listener.Drain().empty());
     EXPECT_TRUE(input->Close());
     EXPECT_FALSE(input->Open(22050));
-    EXPECT_EQ(GetParam() == DirectSound::Absent ? 1u : 0u, machine::TakeBoxes().size());
+    EXPECT_EQ(GetParam() == DirectSound::Absent ? 1u : 0u, machine::DrainBoxes().size());
 }
 
 // A late block is stamped with the time of its last frame, if the unit of the device's position

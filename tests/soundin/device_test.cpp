@@ -63,7 +63,7 @@ TEST_P(DeviceTest, ReopensAndContinuesCapture) {
     input->Start();
     EXPECT_EQ(-1, CapturedValue());
     input->Close();
-    machine::TakeBoxes();
+    machine::DrainBoxes();
 }
 
 // The other device's mixer has controls with the same ids, but none of a microphone.

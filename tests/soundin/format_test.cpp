@@ -29,7 +29,7 @@ TEST_F(CaptureTest, WaveInChoosesASupportedFormat) {
         Listener listener(input);
         const bool opens = each.Opened.Rate != 0;
         EXPECT_EQ(opens, input.Open(each.Asked));
-        EXPECT_EQ(opens ? 0u : 1u, machine::TakeBoxes().size());
+        EXPECT_EQ(opens ? 0u : 1u, machine::DrainBoxes().size());
         EXPECT_EQ(each.Opened.Channels, static_cast<unsigned>(input.Channels));
         EXPECT_EQ(each.Opened.Bits, static_cast<unsigned>(input.BitsPerSample));
         if (!opens) continue;

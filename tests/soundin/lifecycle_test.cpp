@@ -35,7 +35,7 @@ TEST_P(BothCapturesTest, AllowsAllOrdersOfCalls) {
         input->Close();
         ASSERT_EQ(0, machine::OpenWaveIns() + OpenCaptureObjects() + machine::OpenMixers()) << told;
     }
-    EXPECT_TRUE(machine::TakeBoxes().empty());
+    EXPECT_TRUE(machine::DrainBoxes().empty());
 }
 
 // A thread that ended by itself leaves StopEvent signalled; the next run must reset it.

@@ -9,7 +9,7 @@
 
 namespace {
 
-class ScriptScreen : public machine::Screen {
+class ScriptScreen : public device::Screen {
 public:
     ui::Metrics Measure() override { return {}; }
     void MeasureText(const char*, int&, int&) override {}
@@ -113,7 +113,7 @@ void DialogUser::Wait(std::uint32_t milliseconds) {
 
 void ScriptDialogs(DialogScript script) {
     screen.Script = std::move(script);
-    machine::UseScreen(screen.Script ? &screen : nullptr);
+    device::UseScreen(screen.Script ? &screen : nullptr);
 }
 
 std::vector<bool> DrainVolumePrograms() { return std::exchange(screen.Programs, {}); }

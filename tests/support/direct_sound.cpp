@@ -10,8 +10,8 @@
 
 namespace {
 
+using device::CaptureDevice;
 using machine::Call;
-using machine::CaptureDevice;
 using machine::Failure;
 
 std::atomic<int> objects{0}; // number of objects alive
@@ -34,7 +34,7 @@ protected:
     virtual ~Object() { objects.fetch_sub(1, std::memory_order_relaxed); }
 };
 
-class Buffer final : public Object<IDirectSoundCaptureBuffer>, private machine::CaptureOwner {
+class Buffer final : public Object<IDirectSoundCaptureBuffer>, private device::CaptureOwner {
 public:
     Buffer(CaptureDevice& device, const machine::PcmFormat& format, std::size_t bytes)
         : frameBytes_(format.Channels * format.Bits / 8), stream_(device.Open(format, *this)),
@@ -64,7 +64,7 @@ private:
     ~Buffer() override {
         if (stream_) stream_->Stop();
     }
-    void Captured() override;
+    void OnFramesCaptured() override;
     std::uint64_t BytesUntil(const DSBPOSITIONNOTIFY& place) const; // inside lock_, as the next two
     const DSBPOSITIONNOTIFY& NextPlace() const;
     void WriteUpTo(std::uint64_t byte);
@@ -74,7 +74,7 @@ private:
 
     const std::uint64_t frameBytes_;
     std::mutex lock_; // guards the members below; not held while Stop waits
-    const std::unique_ptr<machine::CaptureStream> stream_;
+    const std::unique_ptr<device::CaptureStream> stream_;
     std::vector<std::uint8_t> ring_;
     std::vector<DSBPOSITIONNOTIFY> places_;
     bool started_ = false;
@@ -122,7 +122,7 @@ const DSBPOSITIONNOTIFY& Buffer::NextPlace() const {
         places_, {}, [this](const DSBPOSITIONNOTIFY& place) { return BytesUntil(place); });
 }
 
-void Buffer::Captured() {
+void Buffer::OnFramesCaptured() {
     const std::scoped_lock lock(lock_);
     if (!started_) return;
     const std::uint64_t captured = stream_->Position() * frameBytes_;
@@ -147,7 +147,7 @@ void Buffer::WriteUpTo(std::uint64_t byte) {
 HRESULT Buffer::GetCurrentPosition(DWORD* captured, DWORD* readable) {
     if (const Failure failure{Call::CaptureBufferGetCurrentPosition}) return failure;
     const std::scoped_lock lock(lock_);
-    if (stream_->Gone()) return DSERR_NODRIVER;
+    if (stream_->IsGone()) return DSERR_NODRIVER;
     *captured = InRing(started_ ? stream_->Position() * frameBytes_ : 0);
     *readable = InRing(written_);
     return DS_OK;
@@ -201,7 +201,7 @@ GUID GuidOf(const CaptureDevice& device) {
 
 HRESULT Enumerate(LPDSENUMCALLBACKA callback, LPVOID context) {
     if (const Failure failure{Call::DirectSoundCaptureEnumerateA}) return failure;
-    const auto devices = machine::CaptureDevices();
+    const auto devices = device::CaptureDevices();
     if (devices.empty()) return DS_OK;
     if (!callback(nullptr, "Primary Sound Capture Driver", "", context)) return DS_OK;
     for (const auto& device : devices) {
@@ -214,7 +214,7 @@ HRESULT Enumerate(LPDSENUMCALLBACKA callback, LPVOID context) {
 HRESULT Create(LPCGUID guid, IDirectSoundCapture** capture, IUnknown*) {
     if (const Failure failure{Call::DirectSoundCaptureCreate}) return failure;
     const bool any = guid == nullptr || *guid == GUID{};
-    for (const auto& device : machine::CaptureDevices()) {
+    for (const auto& device : device::CaptureDevices()) {
         if (!any && GuidOf(*device) != *guid) continue;
         *capture = new Capture(device);
         return DS_OK;

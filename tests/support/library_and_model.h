@@ -128,7 +128,7 @@ private:
     }
     void CompareSent() {
         std::size_t count = 0;
-        for (const machine::SentMidi& one : machine::TakeSentMidi()) {
+        for (const machine::SentMidi& one : machine::DrainSentMidi()) {
             if (one.Reset) continue;
             std::uint32_t packed = one.Message;
             const std::uint32_t kind = packed & 0xF0;

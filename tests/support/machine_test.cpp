@@ -56,6 +56,6 @@ std::vector<MIDIEvent> MachineTest::DrainReceived() {
 
 std::vector<std::string> MachineTest::DrainBoxTexts() {
     std::vector<std::string> texts;
-    for (const machine::Box& box : machine::TakeBoxes()) texts.push_back(box.Text);
+    for (const machine::Box& box : machine::DrainBoxes()) texts.push_back(box.Text);
     return texts;
 }

@@ -140,9 +140,9 @@ TEST(Profile, WritesNumbersOrReturnsFalse) {
 TEST(ErrorBox, IsTopmostAndHasNoOwner) {
     machine::PowerOn();
     Sonorel::ShowErrorBox(TextString("text"), TextString("caption"), MB_ICONHAND);
-    const auto dialog = reinterpret_cast<HWND>(&machine::TakeBoxes);
+    const auto dialog = reinterpret_cast<HWND>(&machine::DrainBoxes);
     Sonorel::ShowNotSavedBox(dialog, "title", "file");
-    const auto boxes = machine::TakeBoxes();
+    const auto boxes = machine::DrainBoxes();
     ASSERT_EQ(2u, boxes.size());
     EXPECT_EQ(dialog, boxes[1].Owner);
     EXPECT_EQ(unsigned{MB_ICONEXCLAMATION | MB_TASKMODAL}, boxes[1].Flags);

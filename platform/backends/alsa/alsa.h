@@ -1,4 +1,5 @@
-// ALSA's header, which forgets to say that some of its functions are C's, and its silence.
+// ALSA's header, included as C since it does not declare all of its functions so; and small helpers
+// for it.
 #pragma once
 
 #include <cerrno>
@@ -16,24 +17,26 @@ extern "C" {
 #include <alsa/asoundlib.h>
 }
 
-namespace machine {
+namespace device {
 
-// While it lives, ALSA prints nothing on this thread. What the host hears elsewhere is its own.
-class Quiet {
+// While an object lives, ALSA prints no errors on this thread. Other threads keep the host's own
+// error handler.
+class SilenceErrors {
 public:
-    Quiet() : Before(snd_lib_error_set_local(Ignore)) {}
-    ~Quiet() { snd_lib_error_set_local(Before); }
-    Quiet(const Quiet&) = delete;
-    Quiet& operator=(const Quiet&) = delete;
+    SilenceErrors() : Previous(snd_lib_error_set_local(Ignore)) {}
+    ~SilenceErrors() { snd_lib_error_set_local(Previous); }
+    SilenceErrors(const SilenceErrors&) = delete;
+    SilenceErrors& operator=(const SilenceErrors&) = delete;
 
 private:
     static void Ignore(const char*, int, const char*, int, const char*, va_list) {}
-    const snd_local_error_handler_t Before;
+    const snd_local_error_handler_t Previous;
 };
 
-// An address that one store hands over: the client's number, and the port's in the lowest byte.
+// The address of a port in one word, so that it can be atomic: the client's number, and the port's
+// in the lowest byte.
 using Address = int;
-constexpr Address Nowhere = -1;
+constexpr Address NoAddress = -1;
 constexpr Address Packed(const snd_seq_addr_t& address) {
     return address.client << 8 | address.port;
 }
@@ -41,4 +44,4 @@ constexpr snd_seq_addr_t Unpacked(Address address) {
     return {static_cast<unsigned char>(address >> 8), static_cast<unsigned char>(address)};
 }
 
-} // namespace machine
+} // namespace device

@@ -1,8 +1,8 @@
-// This program at ALSA's sequencer: a client that has the ports, and a second one that only sends.
-// The kernel does one thing at a time for a client, and joining a device or making a queue may take
-// it long; whoever sends waits for none of that.
+// This program's clients of ALSA's sequencer: one that owns the ports, and a second one that only
+// sends. The kernel serves one call of a client at a time, and connecting a device or creating a
+// queue may take long, which must not delay sending.
 //
-// Thread: any, but for what says otherwise. Prints nothing.
+// Thread: any, unless noted. Prints nothing.
 #pragma once
 
 #include "platform/api/midi.h"
@@ -12,47 +12,51 @@
 #include <string>
 #include <vector>
 
-namespace machine {
+namespace device {
 
-// A port that a user would call a device.
+// A port that people would call a device.
 struct FoundPort {
-    Address Where;
-    std::string Name; // whole
-    bool In;          // it sends to us
-    bool Out;
-    bool Is(MidiWay way) const { return way == MidiWay::In ? In : Out; }
+    Address Location;
+    std::string Name; // in full
+    bool IsInput;     // it sends to us
+    bool IsOutput;
+    bool Is(MidiDirection direction) const {
+        return direction == MidiDirection::Input ? IsInput : IsOutput;
+    }
 };
 
 class SequencerClient {
 public:
-    // Null and the system's reason if there is no sequencer, or none for this user.
+    // Null, with the system's reason, if there is no sequencer or this user may not open it.
     static std::shared_ptr<SequencerClient> Open(std::string& reason);
     ~SequencerClient();
     SequencerClient(const SequencerClient&) = delete;
     SequencerClient& operator=(const SequencerClient&) = delete;
 
-    std::vector<FoundPort> Ports();
-    // Names of the other clients that a port is joined to.
-    std::vector<std::string> Users(MidiWay way, Address port);
+    std::vector<FoundPort> FindPorts();
+    // Names of the other clients that a port is connected to.
+    std::vector<std::string> Users(MidiDirection direction, Address port);
 
-    // A port of our own, -1 if the system has none. Nobody else sees or joins it.
-    int CreatePort(MidiWay way, const std::string& name);
-    void DeletePort(MidiWay way, int port);
-    MidiResult Join(MidiWay way, int port, Address device);
-    bool Joined(MidiWay way, int port, Address device);
+    // Creates a port of our own, which other programs neither see nor connect. -1 if the system has
+    // none left.
+    int CreatePort(MidiDirection direction, const std::string& name);
+    void DeletePort(MidiDirection direction, int port);
+    // Connects our port to a device's. Done, InUse, Gone or Failed.
+    MidiResult Connect(MidiDirection direction, int port, Address peer);
+    bool IsConnected(MidiDirection direction, int port, Address peer);
 
-    // Takes no more than the kernel has room for. Done, Gone or Full. Real time.
+    // Done, Gone, or Full if the kernel's buffer is full. Real time.
     MidiResult Write(snd_seq_event_t& event);
 
-    // Waits for something to read, until Wake or for so many milliseconds; -1 for ever.
+    // Waits for an event to read, for Wake, or for so many milliseconds; -1 for no limit.
     void Wait(int milliseconds);
     void Wake();
-    // What comes next, which holds until the next call, null for nothing; lost: something has been
-    // thrown away before it. Thread: one only. Real time.
+    // The next event, valid until the next call; null for none. Sets lost if the kernel has dropped
+    // events before it. Thread: the receiving one. Real time.
     const snd_seq_event_t* Read(bool& lost);
     bool IsOurs(const snd_seq_addr_t& address) const { return address.client == Number; }
 
-    InputClock& Clock() { return Times; }
+    TimeStamps& Stamps() { return InputStamps; }
 
 private:
     struct Close {
@@ -60,15 +64,15 @@ private:
     };
     using Handle = std::unique_ptr<snd_seq_t, Close>;
 
-    SequencerClient(Handle ports, Handle outlet, int bell);
+    SequencerClient(Handle ports, Handle sender, int wakeEvent);
     static Handle OpenOne(int streams, std::string& reason);
-    bool HearAnnouncements();
+    bool SubscribeAnnouncements();
 
-    const Handle Owner;
-    const Handle Outlet;
-    const int Number; // of the owner
-    const int Bell;   // an event file
-    InputClock Times;
+    const Handle PortClient;
+    const Handle SendClient;
+    const int Number;    // of PortClient
+    const int WakeEvent; // an eventfd
+    TimeStamps InputStamps;
 };
 
-} // namespace machine
+} // namespace device

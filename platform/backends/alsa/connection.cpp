@@ -1,43 +1,43 @@
 #include "platform/backends/alsa/connection.h"
 
-namespace machine {
+namespace device {
 
-MidiResult Line::Open(const std::string& name) {
+MidiResult Connection::Open(const std::string& name) {
     const std::scoped_lock lock(Lock);
-    if (Device == Nowhere) return MidiResult::Gone;
-    OurPort = Client->CreatePort(Way, name);
+    if (Peer == NoAddress) return MidiResult::Gone;
+    OurPort = Client->CreatePort(Direction, name);
     if (OurPort < 0) return MidiResult::Failed;
-    const MidiResult result = Join();
-    if (result != MidiResult::Done) Client->DeletePort(Way, OurPort.exchange(-1));
+    const MidiResult result = Connect();
+    if (result != MidiResult::Done) Client->DeletePort(Direction, OurPort.exchange(-1));
     return result;
 }
 
-void Line::Close() {
+void Connection::Close() {
     const std::scoped_lock lock(Lock);
-    JoinedTo = Nowhere;
-    if (const int port = OurPort.exchange(-1); port >= 0) Client->DeletePort(Way, port);
+    Connected = NoAddress;
+    if (const int port = OurPort.exchange(-1); port >= 0) Client->DeletePort(Direction, port);
 }
 
-bool Line::Come(Address device) {
+bool Connection::PeerReturned(Address peer) {
     const std::scoped_lock lock(Lock);
-    Device = device;
-    return OurPort < 0 || JoinedTo == device || Join() == MidiResult::Done;
+    Peer = peer;
+    return OurPort < 0 || Connected == peer || Connect() == MidiResult::Done;
 }
 
-void Line::Go() {
+void Connection::PeerLeft() {
     const std::scoped_lock lock(Lock);
-    Device = JoinedTo = Nowhere;
+    Peer = Connected = NoAddress;
 }
 
-bool Line::Holds() {
+bool Connection::IsIntact() {
     const std::scoped_lock lock(Lock);
-    return JoinedTo == Nowhere || Client->Joined(Way, OurPort, JoinedTo);
+    return Connected == NoAddress || Client->IsConnected(Direction, OurPort, Connected);
 }
 
-MidiResult Line::Join() {
-    const MidiResult result = Client->Join(Way, OurPort, Device);
-    if (result == MidiResult::Done) JoinedTo = Device.load();
+MidiResult Connection::Connect() {
+    const MidiResult result = Client->Connect(Direction, OurPort, Peer);
+    if (result == MidiResult::Done) Connected = Peer.load();
     return result;
 }
 
-} // namespace machine
+} // namespace device

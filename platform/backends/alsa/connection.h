@@ -1,41 +1,43 @@
-// The way between a port of ours and the device at its far end, which comes and goes.
+// A connection between a port of ours and the peer: the device's port, which comes and goes.
 #pragma once
 
 #include "platform/backends/alsa/client.h"
 
-namespace machine {
+namespace device {
 
-class Line {
+class Connection {
 public:
-    Line(std::shared_ptr<SequencerClient> client, MidiWay way, Address device)
-        : Client(std::move(client)), Way(way), Device(device) {}
+    Connection(std::shared_ptr<SequencerClient> client, MidiDirection direction, Address peer)
+        : Client(std::move(client)), Direction(direction), Peer(peer) {}
 
-    // Whoever opens and closes the device.
+    // For the device (AlsaInput, AlsaOutput). Open creates our port and connects it: Done, InUse,
+    // Gone or Failed.
     MidiResult Open(const std::string& name);
     void Close();
 
-    // Whoever finds devices. Come gives whether it can be used again: not if it is open here and
-    // another program has taken it meanwhile.
-    bool Come(Address device);
-    void Go();
-    Address Where() const { return Device.load(std::memory_order_acquire); }
-    // Whether it is joined, if it should be; known from the kernel.
-    bool Holds();
+    // For the enumerator. PeerReturned reconnects an open connection; false if another program uses
+    // the device exclusively, and a later call may succeed.
+    bool PeerReturned(Address peer);
+    void PeerLeft();
+    // False if the kernel has dropped the connection of an open device.
+    bool IsIntact();
 
-    // Real time. Nowhere and -1 while there is none.
-    Address Far() const { return JoinedTo.load(std::memory_order_acquire); }
-    int Port() const { return OurPort.load(std::memory_order_acquire); }
+    // Thread: any. Real time.
+    Address PeerAddress() const { return Peer.load(std::memory_order_acquire); } // or NoAddress
+    // The peer while connected to it, else NoAddress.
+    Address ConnectedPeer() const { return Connected.load(std::memory_order_acquire); }
+    int Port() const { return OurPort.load(std::memory_order_acquire); } // -1 while closed
 
     const std::shared_ptr<SequencerClient> Client;
-    const MidiWay Way;
+    const MidiDirection Direction;
 
 private:
-    MidiResult Join(); // locked
+    MidiResult Connect(); // with the lock held
 
-    std::mutex Lock; // of changing any of these; held while the kernel joins
-    std::atomic<Address> Device;
-    std::atomic<Address> JoinedTo{Nowhere};
+    std::mutex Lock; // of changes to the next three; held while the kernel connects
+    std::atomic<Address> Peer;
+    std::atomic<Address> Connected{NoAddress};
     std::atomic<int> OurPort{-1};
 };
 
-} // namespace machine
+} // namespace device

@@ -1,197 +1,179 @@
-// Finds the devices: one thread that sleeps until something comes in, or is plugged or pulled.
-#include "midi/status.h"
+// Finds the sequencer's ports: one thread that sleeps until an event comes in or the system
+// announces that a port was plugged in or pulled out. The same thread passes events to receive.cpp.
 #include "platform/api/clock.h"
 #include "platform/api/midi_back_end.h"
+#include "platform/api/names.h"
 #include "platform/backends/alsa/output.h"
-#include "platform/backends/alsa/names.h"
+#include "platform/backends/alsa/receive.h"
 
 #include <algorithm>
 #include <pthread.h>
 #include <system_error>
 #include <thread>
 
-namespace machine {
+namespace device {
 namespace {
 
-constexpr int RetryTime = 1000; // milliseconds
-constexpr long MostBytes = 16;  // of the messages that one event may be
+constexpr int RetryInterval = 1000; // milliseconds
 
-// A device for as long as the finder lives. Its name, not its address, says which one it is.
-struct Known {
-    std::string Whole; // several may have the same
-    std::shared_ptr<Line> Far;
+// A device for as long as the back end is in use. Its name identifies it, not its address.
+struct KnownDevice {
+    std::string FullName; // several may have the same
+    std::shared_ptr<Connection> Link;
     std::shared_ptr<MidiDevice> Device;
 
-    bool At(Address address) const { return Far->Where() == address; }
-    bool Here() const { return !At(Nowhere); }
-    bool IsAt(const FoundPort& port) const {
-        return At(port.Where) && port.Is(Device->Way) && port.Name == Whole;
+    bool IsAt(Address address) const { return Link->PeerAddress() == address; }
+    bool HasPeer() const { return !IsAt(NoAddress); }
+    bool Is(const FoundPort& port) const {
+        return IsAt(port.Location) && port.Is(Device->Direction) && port.Name == FullName;
     }
 };
 
-// Whether what has gone, by the event, took this port along.
-bool IsOf(Address port, const snd_seq_event_t& event) {
-    const snd_seq_addr_t there = Unpacked(port);
-    return there.client == event.data.addr.client &&
-           (event.type == SND_SEQ_EVENT_CLIENT_EXIT || there.port == event.data.addr.port);
+// Whether the exit of a port or client that the event announces concerns this port.
+bool IsConcerned(Address port, const snd_seq_event_t& exit) {
+    const snd_seq_addr_t address = Unpacked(port);
+    return address.client == exit.data.addr.client &&
+           (exit.type == SND_SEQ_EVENT_CLIENT_EXIT || address.port == exit.data.addr.port);
 }
 
-class Finder final : public MidiFinder {
+class Enumerator final : public MidiBackEnd {
 public:
-    explicit Finder(std::shared_ptr<SequencerClient> client);
-    ~Finder() override;
+    // Adds the ports that exist before it returns.
+    explicit Enumerator(std::shared_ptr<SequencerClient> client);
+    ~Enumerator() override;
 
 private:
     void Run();
-    void Take(const snd_seq_event_t& event);
+    void Handle(const snd_seq_event_t& event);
     void Deliver(const snd_seq_event_t& event);
-    void Announce(const snd_seq_event_t& event);
-    void Lose(Known& known);
-    void Look();
-    void Place(MidiWay way, const FoundPort& port);
-    void Add(MidiWay way, const FoundPort& port);
-    bool Retry();
-
-    struct Free {
-        void operator()(snd_midi_event_t* decoder) const { snd_midi_event_free(decoder); }
-    };
+    void HandleAnnouncement(const snd_seq_event_t& event);
+    void Lose(KnownDevice& known);
+    void CompareWithSystem();
+    void Match(MidiDirection direction, const FoundPort& port);
+    void Add(MidiDirection direction, const FoundPort& port);
+    bool RetryReturns();
 
     const std::shared_ptr<SequencerClient> Client;
-    std::unique_ptr<snd_midi_event_t, Free> Decoder;
-    std::vector<Known> Devices; // the thread's alone, once it runs
-    std::atomic<bool> Ending{false};
+    EventDecoder Decoder;
+    std::vector<KnownDevice> Devices; // used by the thread only, once it runs
+    std::atomic<bool> Stopping{false};
     std::thread Thread;
 };
 
-// What is there already is known before this returns.
-Finder::Finder(std::shared_ptr<SequencerClient> client) : Client(std::move(client)) {
-    snd_midi_event_t* decoder = nullptr;
-    if (snd_midi_event_new(MostBytes, &decoder) < 0) throw std::bad_alloc();
-    Decoder.reset(decoder);
-    snd_midi_event_no_status(decoder, 1); // no running status
-    Look();
+Enumerator::Enumerator(std::shared_ptr<SequencerClient> client) : Client(std::move(client)) {
+    CompareWithSystem();
     Thread = std::thread([this] { Run(); });
 }
 
-Finder::~Finder() {
-    Ending = true;
+Enumerator::~Enumerator() {
+    Stopping = true;
     Client->Wake();
     Thread.join();
 }
 
-void Finder::Run() {
+void Enumerator::Run() {
     pthread_setname_np(pthread_self(), "zor-midi");
-    HastenThread();
-    const Quiet quiet;
-    for (bool waiting = false; !Ending; waiting = Retry()) {
-        Client->Wait(waiting ? RetryTime : -1);
+    RaiseThreadPriority();
+    const SilenceErrors silence;
+    for (bool waiting = false; !Stopping; waiting = RetryReturns()) {
+        Client->Wait(waiting ? RetryInterval : -1);
         bool lost = false;
-        while (const snd_seq_event_t* event = Ending ? nullptr : Client->Read(lost)) Take(*event);
+        while (const snd_seq_event_t* event = Stopping ? nullptr : Client->Read(lost))
+            Handle(*event);
         if (!lost) continue;
-        // Perhaps that one has left, or has left and returned.
-        for (Known& known : Devices)
-            if (!known.Far->Holds()) Lose(known);
-        Look();
+        // An announcement may be among the lost events: a port may have left, or left and returned.
+        for (KnownDevice& known : Devices)
+            if (!known.Link->IsIntact()) Lose(known);
+        CompareWithSystem();
     }
 }
 
-void Finder::Take(const snd_seq_event_t& event) {
+void Enumerator::Handle(const snd_seq_event_t& event) {
     if (event.source.client == SND_SEQ_CLIENT_SYSTEM)
-        Announce(event);
+        HandleAnnouncement(event);
     else
         Deliver(event);
 }
 
-// An event from another program may be several messages. Long ones, the only ones of variable
-// length, are not for the library.
-void Finder::Deliver(const snd_seq_event_t& event) {
-    const auto to = std::ranges::find_if(Devices, [&event](const Known& known) {
-        return known.Device->Way == MidiWay::In && known.Far->Port() == event.dest.port &&
-               known.Far->Far() == Packed(event.source);
+void Enumerator::Deliver(const snd_seq_event_t& event) {
+    const auto input = std::ranges::find_if(Devices, [&event](const KnownDevice& known) {
+        return known.Device->Direction == MidiDirection::Input &&
+               known.Link->Port() == event.dest.port &&
+               known.Link->ConnectedPeer() == Packed(event.source);
     });
-    if (to == Devices.end() || snd_seq_ev_is_variable(&event)) return;
-    unsigned char bytes[MostBytes + 2] = {}; // the last one's data, whatever it is
-    snd_midi_event_reset_decode(Decoder.get());
-    const long count = snd_midi_event_decode(Decoder.get(), bytes, MostBytes, &event);
-    if (count <= 0) return;
-    const std::uint64_t time = Client->Clock().TimeOf(event);
-    for (long i = 0; i < count; i += 1 + midi::DataBytes(bytes[i])) {
-        std::uint32_t message = bytes[i];
-        for (int data = 1; data <= midi::DataBytes(bytes[i]); ++data)
-            message |= std::uint32_t{bytes[i + data]} << 8 * data;
-        static_cast<MidiInput&>(*to->Device).Bring(message, 0, time);
-    }
+    if (input == Devices.end()) return;
+    Decoder.Deliver(event, Client->Stamps(), static_cast<MidiInput&>(*input->Device));
 }
 
-void Finder::Announce(const snd_seq_event_t& event) {
+void Enumerator::HandleAnnouncement(const snd_seq_event_t& event) {
     if (Client->IsOurs(event.data.addr)) return;
     switch (event.type) {
     case SND_SEQ_EVENT_PORT_EXIT:
     case SND_SEQ_EVENT_CLIENT_EXIT: // with all its ports
-        for (Known& known : Devices)
-            if (known.Here() && IsOf(known.Far->Where(), event)) Lose(known);
+        for (KnownDevice& known : Devices)
+            if (known.HasPeer() && IsConcerned(known.Link->PeerAddress(), event)) Lose(known);
         break;
     case SND_SEQ_EVENT_PORT_START:
     case SND_SEQ_EVENT_PORT_CHANGE:
     case SND_SEQ_EVENT_CLIENT_CHANGE:
-        Look();
+        CompareWithSystem();
         break;
-    default: // new clients' ports are announced one by one
+    default: // the ports of a new client are announced one by one
         break;
     }
 }
 
-void Finder::Lose(Known& known) {
-    known.Far->Go();
+void Enumerator::Lose(KnownDevice& known) {
+    known.Link->PeerLeft();
     known.Device->Leave();
 }
 
-void Finder::Look() {
-    const std::vector<FoundPort> ports = Client->Ports();
-    for (Known& known : Devices)
-        if (known.Here() && std::ranges::none_of(ports, [&known](const FoundPort& port) {
-                return known.IsAt(port);
-            }))
+void Enumerator::CompareWithSystem() {
+    const std::vector<FoundPort> ports = Client->FindPorts();
+    for (KnownDevice& known : Devices)
+        if (known.HasPeer() &&
+            std::ranges::none_of(ports, [&known](const FoundPort& port) { return known.Is(port); }))
             Lose(known);
     for (const FoundPort& port : ports)
-        for (const MidiWay way : {MidiWay::In, MidiWay::Out})
-            if (port.Is(way)) Place(way, port);
+        for (const MidiDirection direction : {MidiDirection::Input, MidiDirection::Output})
+            if (port.Is(direction)) Match(direction, port);
 }
 
-// One of that name that has left returns; if two of it have, the one that came first.
-void Finder::Place(MidiWay way, const FoundPort& port) {
-    Known* returning = nullptr;
-    for (Known& known : Devices) {
-        if (known.Device->Way != way) continue;
-        if (known.At(port.Where)) return;
-        if (!returning && !known.Here() && known.Whole == port.Name) returning = &known;
+// A port of the name of a device that has left is that device; of several, the first that was
+// added.
+void Enumerator::Match(MidiDirection direction, const FoundPort& port) {
+    KnownDevice* returning = nullptr;
+    for (KnownDevice& known : Devices) {
+        if (known.Device->Direction != direction) continue;
+        if (known.IsAt(port.Location)) return;
+        if (!returning && !known.HasPeer() && known.FullName == port.Name) returning = &known;
     }
-    if (!returning) return Add(way, port);
-    if (returning->Far->Come(port.Where)) returning->Device->Return();
+    if (!returning) return Add(direction, port);
+    if (returning->Link->PeerReturned(port.Location)) returning->Device->Return();
 }
 
-void Finder::Add(MidiWay way, const FoundPort& port) {
-    std::vector<std::string> taken;
-    for (const Known& known : Devices)
-        if (known.Device->Way == way) taken.push_back(known.Device->Name);
-    const std::string name = UniqueName(port.Name, taken);
-    const auto line = std::make_shared<Line>(Client, way, port.Where);
+void Enumerator::Add(MidiDirection direction, const FoundPort& port) {
+    std::vector<std::string> used;
+    for (const KnownDevice& known : Devices)
+        if (known.Device->Direction == direction) used.push_back(known.Device->Name);
+    const std::string name = UniqueMidiName(port.Name, used);
+    const auto connection = std::make_shared<Connection>(Client, direction, port.Location);
     std::shared_ptr<MidiDevice> device;
-    if (way == MidiWay::In)
-        device = std::make_shared<NativeInput>(name, line);
+    if (direction == MidiDirection::Input)
+        device = std::make_shared<AlsaInput>(name, connection);
     else
-        device = std::make_shared<NativeOutput>(name, line);
-    Devices.push_back({port.Name, line, device});
+        device = std::make_shared<AlsaOutput>(name, connection);
+    Devices.push_back({port.Name, connection, device});
     AddMidiDevice(device);
 }
 
-// Those that came back while another program held them, which nobody announces the end of. True
-// while there are any.
-bool Finder::Retry() {
+// Tries the devices that returned while another program used them exclusively: the system does not
+// announce the end of that. True while there are any.
+bool Enumerator::RetryReturns() {
     bool waiting = false;
-    for (Known& known : Devices) {
-        if (!known.Here() || !known.Device->Gone()) continue;
-        if (known.Far->Come(known.Far->Where()))
+    for (KnownDevice& known : Devices) {
+        if (!known.HasPeer() || !known.Device->IsGone()) continue;
+        if (known.Link->PeerReturned(known.Link->PeerAddress()))
             known.Device->Return();
         else
             waiting = true;
@@ -200,12 +182,11 @@ bool Finder::Retry() {
 }
 
 } // namespace
-} // namespace machine
+} // namespace device
 
-machine::MidiFinder* OpenZorMidi(std::string& reason) try {
-    using namespace machine;
-    auto client = SequencerClient::Open(reason);
-    if (client) return new Finder(std::move(client));
+device::MidiBackEnd* OpenZorMidi(std::string& reason) try {
+    auto client = device::SequencerClient::Open(reason);
+    if (client) return new device::Enumerator(std::move(client));
     reason = "ALSA's sequencer cannot be opened: " + reason;
     return nullptr;
 } catch (const std::exception& error) {

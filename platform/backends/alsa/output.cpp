@@ -4,62 +4,46 @@
 
 #include <array>
 
-namespace machine {
+namespace device {
 namespace {
 
-constexpr std::size_t Longest = 3; // bytes of a short message
+constexpr std::size_t MaxBytes = 3; // of a short message
 
-std::array<unsigned char, Longest> Bytes(std::uint32_t message) {
+std::array<unsigned char, MaxBytes> Bytes(std::uint32_t message) {
     return {static_cast<unsigned char>(message), static_cast<unsigned char>(message >> 8),
             static_cast<unsigned char>(message >> 16)};
 }
 
-std::vector<std::string> UsersOf(const Line& line) {
-    const Address where = line.Where();
-    return where == Nowhere ? std::vector<std::string>{} : line.Client->Users(line.Way, where);
-}
-
 } // namespace
 
-MidiResult NativeInput::Open(const std::shared_ptr<MidiReceiver>& receiver) {
-    const MidiResult result = MidiInput::Open(receiver);
-    if (result != MidiResult::Done) return result;
-    const MidiResult joined = Far->Open(Name);
-    if (joined != MidiResult::Done) MidiInput::Close();
-    return joined;
+std::vector<std::string> UsersOf(const Connection& connection) {
+    const Address peer = connection.PeerAddress();
+    return peer == NoAddress ? std::vector<std::string>{}
+                             : connection.Client->Users(connection.Direction, peer);
 }
 
-void NativeInput::Close() {
-    Far->Close();
-    MidiInput::Close();
+MidiResult AlsaOutput::Open(const std::shared_ptr<MidiReceiver>&) {
+    if (IsGone()) return MidiResult::Gone;
+    if (!Encoder && snd_midi_event_new(MaxBytes, &Encoder) < 0) return MidiResult::Failed;
+    return Link->Open(Name);
 }
 
-std::vector<std::string> NativeInput::Users() const { return UsersOf(*Far); }
-
-MidiResult NativeOutput::Open(const std::shared_ptr<MidiReceiver>&) {
-    if (Gone()) return MidiResult::Gone;
-    if (!Encoder && snd_midi_event_new(Longest, &Encoder) < 0) return MidiResult::Failed;
-    return Far->Open(Name);
-}
-
-// To the device itself, which our port holds open by being joined to it, so that the kernel says at
-// once if it has gone.
-MidiResult NativeOutput::Send(std::uint32_t message) {
-    const Address to = Far->Far();
-    if (to == Nowhere) return MidiResult::Gone;
+// Addresses the device itself instead of the connection's subscribers, so that the kernel reports
+// at once if it has gone. The connection keeps the device open.
+MidiResult AlsaOutput::Send(std::uint32_t message) {
+    const Address peer = Link->ConnectedPeer();
+    if (peer == NoAddress) return MidiResult::Gone;
     const auto bytes = Bytes(message);
     const int count = 1 + midi::DataBytes(message & 0xFF);
     snd_seq_event_t event;
     snd_seq_ev_clear(&event);
     snd_midi_event_reset_encode(Encoder);
     const long used = snd_midi_event_encode(Encoder, bytes.data(), count, &event);
-    // A status that no one has given a meaning goes nowhere.
+    // An undefined status is dropped.
     if (used < 0 || event.type == SND_SEQ_EVENT_NONE) return MidiResult::Done;
-    event.dest = Unpacked(to);
+    event.dest = Unpacked(peer);
     snd_seq_ev_set_direct(&event);
-    return Far->Client->Write(event);
+    return Link->Client->Write(event);
 }
 
-std::vector<std::string> NativeOutput::Users() const { return UsersOf(*Far); }
-
-} // namespace machine
+} // namespace device

@@ -1,36 +1,26 @@
-// The devices of the sequencer: the ends of their lines that applications hold.
+// An output port of the sequencer as a MIDI device.
 #pragma once
 
-#include "platform/api/midi_input.h"
 #include "platform/backends/alsa/connection.h"
 
-namespace machine {
+namespace device {
 
-class NativeInput final : public MidiInput {
+// The other programs that use the port behind a connection.
+std::vector<std::string> UsersOf(const Connection& connection);
+
+class AlsaOutput final : public MidiDevice {
 public:
-    NativeInput(const std::string& name, std::shared_ptr<Line> line)
-        : MidiInput(name, name), Far(std::move(line)) {}
-    MidiResult Open(const std::shared_ptr<MidiReceiver>& receiver) override;
-    void Close() override;
-    std::vector<std::string> Users() const override;
-
-private:
-    const std::shared_ptr<Line> Far;
-};
-
-class NativeOutput final : public MidiDevice {
-public:
-    NativeOutput(const std::string& name, std::shared_ptr<Line> line)
-        : MidiDevice(MidiWay::Out, name, name), Far(std::move(line)) {}
-    ~NativeOutput() override { snd_midi_event_free(Encoder); }
+    AlsaOutput(const std::string& name, std::shared_ptr<Connection> connection)
+        : MidiDevice(MidiDirection::Output, name, name), Link(std::move(connection)) {}
+    ~AlsaOutput() override { snd_midi_event_free(Encoder); }
     MidiResult Open(const std::shared_ptr<MidiReceiver>&) override;
-    void Close() override { Far->Close(); }
+    void Close() override { Link->Close(); }
     MidiResult Send(std::uint32_t message) override;
-    std::vector<std::string> Users() const override;
+    std::vector<std::string> Users() const override { return UsersOf(*Link); }
 
 private:
-    const std::shared_ptr<Line> Far;
-    snd_midi_event_t* Encoder = nullptr; // of who sends, one at a time
+    const std::shared_ptr<Connection> Link;
+    snd_midi_event_t* Encoder = nullptr; // of Send, which is called by one thread at a time
 };
 
-} // namespace machine
+} // namespace device

@@ -8,7 +8,7 @@
 namespace ui {
 namespace {
 
-// Device names are no markup.
+// Doubles the characters that the toolkit's menus interpret.
 std::string Escaped(const std::string& text) {
     std::string plain;
     for (const char c : text) {
@@ -18,38 +18,38 @@ std::string Escaped(const std::string& text) {
     return plain;
 }
 
-constexpr double PumpEvery = 0.05; // seconds, while a list is down
+constexpr double PumpInterval = 0.05; // seconds, while a list is dropped down
 void PumpDialog(void* dialog) {
     static_cast<Dialog*>(dialog)->Pump();
-    Fl::repeat_timeout(PumpEvery, &PumpDialog, dialog);
+    Fl::repeat_timeout(PumpInterval, &PumpDialog, dialog);
 }
 
-// A closed list. As a menu it only lends its style to the one that drops down.
-class List : public Worked<Fl_Menu_> {
+// A drop-down list. Its base is a menu, whose style the dropped-down menu uses.
+class List : public InputWidget<Fl_Menu_> {
 public:
-    List(Control& control, const std::string& caption) : Worked(control, caption) {
+    List(Control& control, const std::string& caption) : InputWidget(control, caption) {
         box(FL_BORDER_BOX);
         color(FL_WHITE);
         selection_color(look::Accent);
         textsize(look::FontPixels());
     }
     int handle(int event) override {
-        const int taken = Worked::handle(event);
-        if (event == FL_PUSH && taken == 0 && Focused()) return DropDown();
+        const int handled = InputWidget::handle(event);
+        if (event == FL_PUSH && handled == 0 && Focused()) return DropDown();
         if (event == FL_SHORTCUT && Fl_Widget::test_shortcut()) return take_focus();
-        if (event == FL_KEYBOARD) return taken || TakeKey();
-        // A list that the wheel happens to pass over must not change.
+        if (event == FL_KEYBOARD) return handled || HandleKey();
+        // Only with the focus, so that scrolling past a list does not change it.
         if (event == FL_MOUSEWHEEL && Focused()) return ChooseNear(Fl::event_dy());
-        return taken;
+        return handled;
     }
     void draw() override {
         look::Picture picture(w(), h());
         picture.Panel(Focused(), Paper(), Border(Lit()));
         DrawArrow(picture);
         picture.Draw(x(), y());
-        if (Of.Selection < 0) return;
+        if (Model.Selection < 0) return;
         const int pad = look::Scaled(6);
-        look::DrawPlain(Of.Items[static_cast<std::size_t>(Of.Selection)].Text,
+        look::DrawPlain(Model.Items[static_cast<std::size_t>(Model.Selection)].Text,
                         {x() + pad, y(), w() - pad - ArrowRoom(), h()}, Ink());
     }
 
@@ -57,16 +57,16 @@ private:
     static int ArrowRoom() { return look::Scaled(20); }
     void DrawArrow(look::Picture& picture) const {
         const double line = look::Line(), unit = look::Scaled(4), mid = h() / 2.0;
-        const double at = w() - ArrowRoom() / 2.0 - line;
-        picture.Stroke(at - unit, mid - unit / 2, at, mid + unit / 2, 1.5 * line, Ink());
-        picture.Stroke(at, mid + unit / 2, at + unit, mid - unit / 2, 1.5 * line, Ink());
+        const double centre = w() - ArrowRoom() / 2.0 - line;
+        picture.Stroke(centre - unit, mid - unit / 2, centre, mid + unit / 2, 1.5 * line, Ink());
+        picture.Stroke(centre, mid + unit / 2, centre + unit, mid - unit / 2, 1.5 * line, Ink());
     }
     int ChooseNear(int steps) {
-        const int last = static_cast<int>(Of.Items.size()) - 1;
-        In.Choose(Of, std::clamp(Of.Selection + steps, 0, std::max(last, 0)));
+        const int last = static_cast<int>(Model.Items.size()) - 1;
+        Owner.Choose(Model, std::clamp(Model.Selection + steps, 0, std::max(last, 0)));
         return 1;
     }
-    int TakeKey() {
+    int HandleKey() {
         constexpr int page = 5, all = 1 << 20;
         const int key = Fl::event_key();
         const bool alt = Fl::event_alt() != 0;
@@ -80,26 +80,27 @@ private:
         if (key == FL_Home) return ChooseNear(-all);
         if (key == FL_End) return ChooseNear(all);
         if (key <= ' ' || key > '~') return 0;
-        In.Choose(Of, FindEntry(Of, Of.Selection, Fl::event_text())); // the next with this letter
+        Owner.Choose(Model, FindEntry(Model, Model.Selection,
+                                      Fl::event_text())); // the next entry that begins with it
         return 1;
     }
     int DropDown() {
-        if (Of.Items.empty()) return 1;
+        if (Model.Items.empty()) return 1;
         std::vector<std::string> texts;
-        for (const Item& item : Of.Items) texts.push_back(Escaped(item.Text));
+        for (const Item& item : Model.Items) texts.push_back(Escaped(item.Text));
         std::vector<Fl_Menu_Item> entries(texts.size() + 1, Fl_Menu_Item{});
         for (std::size_t row = 0; row < texts.size(); ++row) {
             entries[row].text = texts[row].c_str();
             entries[row].labelsize_ = look::FontPixels();
         }
-        const Fl_Menu_Item* present = Of.Selection < 0 ? nullptr : &entries[0] + Of.Selection;
+        const Fl_Menu_Item* present = Model.Selection < 0 ? nullptr : &entries[0] + Model.Selection;
         Fl_Group::current(nullptr);
-        Fl::add_timeout(PumpEvery, &PumpDialog, &In);
-        Of.Dropped = true;
+        Fl::add_timeout(PumpInterval, &PumpDialog, &Owner);
+        Model.Dropped = true;
         const Fl_Menu_Item* chosen = entries[0].pulldown(x(), y(), w(), h(), present, this);
-        Of.Dropped = false;
-        Fl::remove_timeout(&PumpDialog, &In);
-        if (chosen) In.Choose(Of, static_cast<int>(chosen - &entries[0]));
+        Model.Dropped = false;
+        Fl::remove_timeout(&PumpDialog, &Owner);
+        if (chosen) Owner.Choose(Model, static_cast<int>(chosen - &entries[0]));
         return 1;
     }
 };

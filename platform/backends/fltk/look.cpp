@@ -12,17 +12,17 @@
 namespace ui::look {
 namespace {
 
-constexpr Fl_Font DialogFont = FL_HELVETICA; // the display's own sans serif
+constexpr Fl_Font DialogFont = FL_HELVETICA; // the display's sans serif
 constexpr double OrdinaryDpi = 96;
 
 int fontPixels = 11;
 double scale = 1;
 
-// What the user's desktop says, else what the display says if it is a fine one: many displays tell
-// a resolution that nobody ever looked at.
+// The resolution set in the user's desktop, else that of the display if it is high: many displays
+// report a low resolution that is wrong.
 double DisplayDpi() {
-    if (const char* told = XGetDefault(fl_display, "Xft", "dpi"))
-        if (const double dpi = std::atof(told); dpi >= 48 && dpi <= 960) return dpi;
+    if (const char* setting = XGetDefault(fl_display, "Xft", "dpi"))
+        if (const double dpi = std::atof(setting); dpi >= 48 && dpi <= 960) return dpi;
     float across = 0, down = 0;
     Fl::screen_dpi(across, down);
     return down >= 140 ? std::round(static_cast<double>(down) / OrdinaryDpi * 2) / 2 * OrdinaryDpi
@@ -96,7 +96,8 @@ void Picture::Fill(int left, int top, int width, int height, Rgb colour) {
                     static_cast<std::uint8_t>(colour >> (24 - 8 * part));
 }
 
-// Blends the colour in by how far each pixel's middle lies inside; distance is negative there.
+// Blends the colour into each pixel by the signed distance of its centre from the shape's edge,
+// negative inside.
 template <typename Distance>
 void Picture::Cover(Rgb colour, Distance distance) {
     for (int y = 0; y < Height; ++y)

@@ -1,8 +1,8 @@
-// The screen of this system's displays.
-#include "platform/api/screen.h"
-#include "platform/machine/clock.h"
+// The screen: opens the display, runs dialogs, and starts the volume program.
+#include "platform/api/screen_back_end.h"
 #include "platform/backends/fltk/look.h"
 #include "platform/backends/fltk/window.h"
+#include "platform/machine/clock.h"
 
 #include <FL/Fl.H>
 #include <FL/fl_draw.H>
@@ -16,20 +16,21 @@ namespace {
 constexpr int DialogPoints = 8;
 constexpr double Forever = 1e20;
 
-// The toolkit is the dialog's thread's for as long as it shows one.
-class Locked {
+// The toolkit's lock, held by a thread while it shows a dialog.
+class ToolkitLock {
 public:
-    Locked() { Fl::lock(); }
-    ~Locked() { Fl::unlock(); }
+    ToolkitLock() { Fl::lock(); }
+    ~ToolkitLock() { Fl::unlock(); }
 };
 
-double UntilTimer(const Dialog& dialog) {
+// Seconds.
+double TimeUntilTimer(const Dialog& dialog) {
     const std::uint64_t next = dialog.NextTimer(), now = machine::Microseconds();
     if (next == ~std::uint64_t{0}) return Forever;
     return next > now ? static_cast<double>(next - now) / 1e6 : 0;
 }
 
-// The programs that people have for this, the likeliest first.
+// The volume programs of the common desktops, the most common first.
 struct VolumeProgram {
     const char* Name;
     const char *Recording, *Playing; // arguments
@@ -42,7 +43,7 @@ constexpr VolumeProgram VolumePrograms[] = {
     {"x-terminal-emulator", "-e alsamixer -V capture", "-e alsamixer"},
 };
 
-// False if it is not there.
+// Starts a program in the background. False if it is not installed.
 bool Start(const std::string& program, const std::string& arguments) {
     const std::string quiet = " >/dev/null 2>&1";
     return std::system(("command -v " + program + quiet + " && { " + program + " " + arguments +
@@ -50,10 +51,10 @@ bool Start(const std::string& program, const std::string& arguments) {
                            .c_str()) == 0;
 }
 
-class DisplayScreen : public machine::Screen {
+class DisplayScreen : public device::Screen {
 public:
     DisplayScreen() {
-        const Locked once; // from now on Wake reaches a waiting thread
+        const ToolkitLock once; // enables Fl::awake, which Wake uses
     }
     Metrics Measure() override { return look::Measure(DialogPoints); }
 
@@ -63,7 +64,7 @@ public:
     }
 
     void Run(Dialog& dialog) override {
-        const Locked locked;
+        const ToolkitLock lock;
         Fl_Group::current(nullptr);
         DialogWindow window(dialog);
         window.Sync();
@@ -71,7 +72,7 @@ public:
         while (!dialog.Ended) {
             dialog.Pump();
             window.Sync();
-            if (!dialog.Ended) Fl::wait(UntilTimer(dialog));
+            if (!dialog.Ended) Fl::wait(TimeUntilTimer(dialog));
         }
         window.hide();
         Fl::flush();
@@ -89,14 +90,13 @@ public:
 } // namespace
 } // namespace ui
 
-extern "C" __attribute__((visibility("default"))) machine::Screen*
-OpenZorScreen(std::string* reason) {
-    // The toolkit ends the process where there is no display: looked for first, by its own call.
+device::Screen* OpenZorScreen(std::string& reason) {
+    // Tried first without the toolkit, which ends the process if no display can be opened.
     Display* display = XOpenDisplay(nullptr);
     if (!display) {
         const char* name = std::getenv("DISPLAY");
-        *reason = name && *name ? std::string("No display answers at \"") + name + "\"."
-                                : std::string("There is no display: DISPLAY is not set.");
+        reason = name && *name ? std::string("No display answers at \"") + name + "\"."
+                               : std::string("There is no display: DISPLAY is not set.");
         return nullptr;
     }
     XCloseDisplay(display);

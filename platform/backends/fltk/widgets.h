@@ -1,5 +1,5 @@
-// The toolkit's widgets as controls: they behave as the toolkit has it, look as look.h has it, and
-// tell the dialog what the user does. What they show is read from the model as they are drawn.
+// Widgets for the controls of a dialog. They behave as the toolkit's own, are drawn by look.h, and
+// pass user input to the dialog. They read the model each time that they are drawn.
 #pragma once
 
 #include "platform/backends/fltk/look.h"
@@ -11,27 +11,28 @@
 
 namespace ui {
 
-// caption: with "&" before the letter that, with Alt, brings the focus here. It is not drawn.
+// caption: holds "&" before the letter that, with Alt, moves the focus here. It is not drawn.
 Fl_Widget* NewButton(Control& control); // push button, check box or radio button
 Fl_Widget* NewList(Control& control, const std::string& caption);
 Fl_Widget* NewSlider(Control& control, const std::string& caption);
 Fl_Widget* NewField(Control& control, const std::string& caption);
-// What nobody works on: group, label, frame or icon.
-Fl_Widget* NewStill(Control& control);
+// Group, label, frame or icon: takes no input.
+Fl_Widget* NewStaticWidget(Control& control);
 
 inline look::Rgb InkOf(const Control& control) { return control.Enabled ? look::Ink : look::Dim; }
 inline bool IsEnter(int key) { return key == FL_Enter || key == FL_KP_Enter; }
 
-// What is common to the controls that are worked on.
+// The base of widgets that take input.
 template <class Stock>
-class Worked : public Stock {
+class InputWidget : public Stock {
 public:
-    Worked(Control& control, const std::string& caption)
+    InputWidget(Control& control, const std::string& caption)
         : Stock(control.Place.Left, control.Place.Top, control.Place.Width, control.Place.Height),
-          Of(control), In(*control.Owner) {
+          Model(control), Owner(*control.Owner) {
         this->copy_label(caption.c_str());
-        this->align(FL_ALIGN_INSIDE); // left to draw()
-        this->callback([](Fl_Widget* widget, void*) { static_cast<Worked*>(widget)->Use(); });
+        this->align(FL_ALIGN_INSIDE); // not drawn by the toolkit
+        this->callback(
+            [](Fl_Widget* widget, void*) { static_cast<InputWidget*>(widget)->OnInput(); });
     }
 
     int handle(int event) override {
@@ -42,11 +43,11 @@ public:
             this->redraw();
             break;
         case FL_PUSH:
-            if (Fl::event_button() != FL_LEFT_MOUSE || !Of.Reachable()) return 0;
+            if (Fl::event_button() != FL_LEFT_MOUSE || !Model.Reachable()) return 0;
             this->take_focus();
             break;
         case FL_FOCUS:
-            In.MoveFocus(&Of);
+            Owner.MoveFocus(&Model);
             [[fallthrough]];
         case FL_UNFOCUS:
             this->redraw();
@@ -59,18 +60,18 @@ public:
     }
 
 protected:
-    virtual void Use() {} // as the toolkit has it
-    bool Focused() const { return In.Focus == &Of; }
-    look::Rgb Ink() const { return InkOf(Of); }
-    look::Rgb Paper() const { return Of.Enabled ? look::Paper : look::Ground; }
+    virtual void OnInput() {} // called by the toolkit when the user has changed the widget
+    bool Focused() const { return Owner.Focus == &Model; }
+    look::Rgb Ink() const { return InkOf(Model); }
+    look::Rgb Paper() const { return Model.Enabled ? look::Paper : look::Ground; }
     look::Rgb Border(bool lit) const {
-        if (!Of.Enabled) return look::Groove;
+        if (!Model.Enabled) return look::Groove;
         return lit ? look::Accent : look::Border;
     }
     bool Lit() const { return Focused() || Hover; }
 
-    Control& Of;
-    Dialog& In;
+    Control& Model;
+    Dialog& Owner;
     bool Hover = false;
 };
 

@@ -1,4 +1,4 @@
-// The window of a dialog.
+// The window that shows a dialog.
 #pragma once
 
 #include "platform/ui/dialog.h"
@@ -12,7 +12,7 @@ class DialogWindow : public Fl_Double_Window {
 public:
     explicit DialogWindow(Dialog& dialog);
 
-    // Shows what has changed in the model since the last time.
+    // Redraws what has changed in the model since the last call.
     void Sync();
 
     int handle(int event) override;
@@ -20,16 +20,16 @@ public:
 
 private:
     struct Part {
-        Control* Of;
+        Control* Model;
         Fl_Widget* Widget;
-        Control Last; // as it was shown
+        Control Last; // as drawn
     };
     void AddParts(bool groups);
     void SyncPart(Part& part);
     void SyncSize();
     void SyncFocus();
 
-    Dialog& Of;
+    Dialog& Model;
     std::vector<Part> Parts;
 };
 

@@ -1,10 +1,10 @@
-// The virtual microphone: hears a feed, is paced by the machine's clock, and can get into trouble
+// The virtual microphone: captures a generated signal, is paced by the machine's clock, and fails
 // on demand.
 #include "platform/machine/capture.h"
 #include "platform/api/capture.h"
 #include "platform/api/clock.h"
-#include "platform/machine/power.h"
 #include "platform/backends/memory/level.h"
+#include "platform/machine/power.h"
 
 #include <algorithm>
 #include <array>
@@ -12,11 +12,17 @@
 #include <cmath>
 #include <mutex>
 
-namespace machine {
+namespace device {
+
+using machine::CaptureStats;
+using machine::FeedRequest;
+using machine::Generator;
+using machine::Microseconds;
+
 namespace {
 
-constexpr std::uint64_t NeverYet = ~std::uint64_t{0}; // a time that has not come
-constexpr std::uint64_t Second = 1'000'000;
+constexpr std::uint64_t NotYet = ~std::uint64_t{0}; // a time that has not come
+constexpr std::uint64_t Second = 1'000'000;         // microseconds
 
 // Not-a-number counts as silence.
 long Quantise(float sample, float fullScale) {
@@ -25,74 +31,75 @@ long Quantise(float sample, float fullScale) {
     return std::lrintf(std::clamp(scaled, -fullScale, fullScale - 1));
 }
 
-// Samples of -1 to 1, clipped, as PCM. One that came from PCM of the same width comes out as it
-// was.
-void ToPcm(std::span<const float> samples, unsigned bits, std::uint8_t* to) {
+// Writes samples of -1 to 1, clipped, as PCM. Samples that were read from PCM of the same width are
+// reproduced exactly.
+void WritePcm(std::span<const float> samples, unsigned bits, std::uint8_t* pcm) {
     for (const float sample : samples) {
         const long value = bits == 8 ? Quantise(sample, 128) + 128 : Quantise(sample, 32768);
-        *to++ = static_cast<std::uint8_t>(value);
-        if (bits == 16) *to++ = static_cast<std::uint8_t>(value >> 8);
+        *pcm++ = static_cast<std::uint8_t>(value);
+        if (bits == 16) *pcm++ = static_cast<std::uint8_t>(value >> 8);
     }
 }
 
 class VirtualMicrophone : public CaptureDevice,
                           public std::enable_shared_from_this<VirtualMicrophone> {
 public:
-    explicit VirtualMicrophone(MicrophoneModel model) : Model(std::move(model)) {
-        for (const MixerControl& control : Model.Mixer)
+    explicit VirtualMicrophone(machine::MicrophoneModel model) : Model(std::move(model)) {
+        for (const machine::MixerControl& control : Model.Mixer)
             Controls.push_back(std::make_shared<VirtualLevel>(control));
     }
 
     std::string Name() const override { return Model.Name; }
     unsigned Channels() const override { return Model.Channels; }
     bool Supports(const PcmFormat& format) const override {
-        const auto known = std::ranges::find(CommonFormats, format) - CommonFormats.begin();
+        const auto known =
+            std::ranges::find(machine::CommonFormats, format) - machine::CommonFormats.begin();
         return format.Channels <= Model.Channels &&
                ((Model.Formats >> known & 1) != 0 ||
                 std::ranges::count(Model.MoreFormats, format) != 0);
     }
-    bool Gone() const override { return GoneAt() != NeverYet; }
+    bool IsGone() const override { return UnpluggedTime() != NotYet; }
     std::unique_ptr<CaptureStream> Open(const PcmFormat& format, CaptureOwner& owner) override;
     const LevelList& Levels() const override { return Controls; }
 
     void SetFeed(Generator feed) {
         const std::scoped_lock lock(Lock);
-        ToPlay = std::move(feed);
+        NextFeed = std::move(feed);
     }
     void Unplug() {
-        std::uint64_t never = NeverYet; // the first unplugging counts
+        std::uint64_t never = NotYet; // the first unplugging counts
         UnpluggedAt.compare_exchange_strong(never, Microseconds(), std::memory_order_acq_rel);
     }
     CaptureStats Stats() const {
         const std::scoped_lock lock(Lock);
-        return Account;
+        return Statistics;
     }
 
     // For its streams.
-    std::uint64_t GoneAt() const { return UnpluggedAt.load(std::memory_order_acquire); }
-    void Closed() {
+    std::uint64_t UnpluggedTime() const { return UnpluggedAt.load(std::memory_order_acquire); }
+    void CloseStream() {
         const std::scoped_lock lock(Lock);
-        --Account.Open;
+        --Statistics.Open;
     }
-    // What now sounds in its feed, which the stream asks for what comes next.
+    // The feed of the captures that run now. next: its frame at the time now.
     Generator JoinFeed(std::uint64_t now, unsigned rate, std::uint64_t& next);
     void LeaveFeed() {
         const std::scoped_lock lock(Lock);
-        --Account.Capturing;
+        --Statistics.Capturing;
     }
-    // About sound that has been captured: how often it still does.
-    std::atomic<unsigned> Quiet{0};
-    bool KeepsSilent();
+    // Wake-ups still to be skipped; see machine::FallBehind.
+    std::atomic<unsigned> SkippedWakes{0};
+    bool SkipWake(); // whether this one is to be skipped
 
 private:
-    const MicrophoneModel Model;
+    const machine::MicrophoneModel Model;
     LevelList Controls;
-    std::atomic<std::uint64_t> UnpluggedAt{NeverYet}; // machine time of the unplugging
+    std::atomic<std::uint64_t> UnpluggedAt{NotYet}; // machine time of the unplugging
 
     mutable std::mutex Lock; // of all below; held for moments only
-    Generator ToPlay = [](const FeedRequest& r) { std::ranges::fill(r.Samples, 0.0f); };
-    Generator Playing; // since the last origin
-    CaptureStats Account;
+    Generator NextFeed = [](const FeedRequest& r) { std::ranges::fill(r.Samples, 0.0f); };
+    Generator CurrentFeed; // since the last origin
+    CaptureStats Statistics;
 };
 
 class MicrophoneStream : public CaptureStream {
@@ -102,7 +109,7 @@ public:
         : Device(std::move(microphone)), Format(format), Owner(owner) {}
     ~MicrophoneStream() override {
         Stop();
-        Device->Closed();
+        Device->CloseStream();
     }
 
     bool Start() override;
@@ -110,7 +117,7 @@ public:
     std::uint64_t Position() const override;
     void WakeAt(std::uint64_t frame) override;
     void Read(void* pcm, std::uint64_t frames) override;
-    bool Gone() const override { return Device->Gone(); }
+    bool IsGone() const override { return Device->IsGone(); }
 
 private:
     static void Wake(void* self, std::uintptr_t);
@@ -120,15 +127,15 @@ private:
     const PcmFormat Format;
     CaptureOwner& Owner;
     // Machine times, published for Position by release.
-    std::atomic<std::uint64_t> StartedAt{NeverYet};
-    std::atomic<std::uint64_t> StoppedAt{NeverYet};
+    std::atomic<std::uint64_t> StartedAt{NotYet};
+    std::atomic<std::uint64_t> StoppedAt{NotYet};
 
-    std::mutex Lock; // of the next three: a wake may come before the one who asks for it is done
+    std::mutex Lock; // of the next three: a wake-up may run before WakeAt returns
     Token Pending = 0;
-    std::uint64_t WakeFrame = 0; // the last one asked for, and how far behind the one before
-    std::uint64_t WakeStep = 0;
+    std::uint64_t WakeFrame = 0; // of the last WakeAt
+    std::uint64_t WakeStep = 0;  // its distance from the one before
     Generator Feed;
-    std::uint64_t Next = 0; // frame of the feed
+    std::uint64_t NextFrame = 0; // of the feed
     std::array<float, 2048> Samples = {};
 };
 
@@ -136,56 +143,56 @@ std::unique_ptr<CaptureStream> VirtualMicrophone::Open(const PcmFormat& format,
                                                        CaptureOwner& owner) {
     StartLane(Lane::Audio); // now, rather than at Start
     const std::scoped_lock lock(Lock);
-    if (Gone() || (Model.Exclusive && Account.Open > 0)) return nullptr;
-    ++Account.Open;
+    if (IsGone() || (Model.Exclusive && Statistics.Open > 0)) return nullptr;
+    ++Statistics.Open;
     return std::make_unique<MicrophoneStream>(shared_from_this(), format, owner);
 }
 
 Generator VirtualMicrophone::JoinFeed(std::uint64_t now, unsigned rate, std::uint64_t& next) {
     const std::scoped_lock lock(Lock);
-    if (Account.Capturing++ == 0) {
-        Playing = ToPlay;
-        Account.OriginMicroseconds = now;
+    if (Statistics.Capturing++ == 0) {
+        CurrentFeed = NextFeed;
+        Statistics.OriginMicroseconds = now;
     }
-    const std::uint64_t late = now - std::min(now, Account.OriginMicroseconds);
-    next = (late * rate + Second / 2) / Second;
-    return Playing;
+    const std::uint64_t elapsed = now - std::min(now, Statistics.OriginMicroseconds);
+    next = (elapsed * rate + Second / 2) / Second;
+    return CurrentFeed;
 }
 
-bool VirtualMicrophone::KeepsSilent() {
-    unsigned times = Quiet.load(std::memory_order_acquire);
-    while (times > 0 && !Quiet.compare_exchange_weak(times, times - 1)) {
+bool VirtualMicrophone::SkipWake() {
+    unsigned times = SkippedWakes.load(std::memory_order_acquire);
+    while (times > 0 && !SkippedWakes.compare_exchange_weak(times, times - 1)) {
     }
     return times > 0;
 }
 
 bool MicrophoneStream::Start() {
-    if (Gone()) return false;
+    if (IsGone()) return false;
     const std::uint64_t now = Microseconds();
-    Feed = Device->JoinFeed(now, Format.Rate, Next);
+    Feed = Device->JoinFeed(now, Format.Rate, NextFrame);
     {
         const std::scoped_lock lock(Lock);
         WakeFrame = 0;
     }
-    StoppedAt.store(NeverYet, std::memory_order_relaxed);
+    StoppedAt.store(NotYet, std::memory_order_relaxed);
     StartedAt.store(now, std::memory_order_release);
     return true;
 }
 
 void MicrophoneStream::Stop() {
     UnscheduleAll(this);
-    if (StartedAt.load(std::memory_order_relaxed) == NeverYet) return;
-    std::uint64_t running = NeverYet;
+    if (StartedAt.load(std::memory_order_relaxed) == NotYet) return;
+    std::uint64_t running = NotYet;
     if (StoppedAt.compare_exchange_strong(running, Microseconds(), std::memory_order_acq_rel))
         Device->LeaveFeed();
 }
 
 std::uint64_t MicrophoneStream::Position() const {
-    const std::uint64_t from = StartedAt.load(std::memory_order_acquire);
-    if (from == NeverYet) return 0;
-    const std::uint64_t to =
-        std::min({StoppedAt.load(std::memory_order_acquire), Device->GoneAt(), Microseconds()});
-    const std::uint64_t passed = to - std::min(to, from);
+    const std::uint64_t begin = StartedAt.load(std::memory_order_acquire);
+    if (begin == NotYet) return 0;
+    const std::uint64_t end = std::min(
+        {StoppedAt.load(std::memory_order_acquire), Device->UnpluggedTime(), Microseconds()});
+    const std::uint64_t passed = end - std::min(end, begin);
     return passed / Second * Format.Rate + passed % Second * Format.Rate / Second;
 }
 
@@ -197,58 +204,59 @@ void MicrophoneStream::WakeAt(std::uint64_t frame) {
 void MicrophoneStream::Arm(std::uint64_t frame) {
     if (Pending != 0) Unschedule(Pending);
     Pending = 0;
-    if (StoppedAt.load(std::memory_order_acquire) != NeverYet || Gone()) return;
+    if (StoppedAt.load(std::memory_order_acquire) != NotYet || IsGone()) return;
     WakeStep = std::max<std::uint64_t>(frame - std::min(frame, WakeFrame), 1);
     WakeFrame = frame;
-    // The first microsecond at which Position has come to the frame.
+    // The first microsecond at which Position has reached the frame.
     const std::uint64_t passed = frame / Format.Rate * Second +
                                  (frame % Format.Rate * Second + Format.Rate - 1) / Format.Rate;
     const std::uint64_t due = StartedAt.load(std::memory_order_acquire) + passed;
     Pending = Schedule(Lane::Audio, due, &Wake, this);
 }
 
-// A device in trouble is quiet this time and, as the owner does not ask anew, looks again after as
-// many frames as the owner last asked for.
+// A wake-up to be skipped is scheduled anew, as many frames later as the last two calls of WakeAt
+// were apart, since the owner does not call it again.
 void MicrophoneStream::Wake(void* self, std::uintptr_t) {
     auto& stream = *static_cast<MicrophoneStream*>(self);
-    if (stream.Gone()) return;
-    if (!stream.Device->KeepsSilent()) return stream.Owner.Captured();
+    if (stream.IsGone()) return;
+    if (!stream.Device->SkipWake()) return stream.Owner.OnFramesCaptured();
     const std::scoped_lock lock(stream.Lock);
     stream.Arm(stream.WakeFrame + stream.WakeStep);
 }
 
 void MicrophoneStream::Read(void* pcm, std::uint64_t frames) {
     const std::size_t chunk = Samples.size() / Format.Channels;
-    auto* to = static_cast<std::uint8_t*>(pcm);
+    auto* target = static_cast<std::uint8_t*>(pcm);
     for (std::uint64_t left = frames; left > 0;) {
-        const auto now = static_cast<std::size_t>(std::min<std::uint64_t>(left, chunk));
-        const std::span part(Samples.data(), now * Format.Channels);
-        Feed({Next, Format.Rate, Format.Channels, part});
-        if (to != nullptr) ToPcm(part, Format.Bits, to);
-        if (to != nullptr) to += part.size() * Format.Bits / 8;
-        Next += now;
-        left -= now;
+        const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(left, chunk));
+        const std::span part(Samples.data(), count * Format.Channels);
+        Feed({NextFrame, Format.Rate, Format.Channels, part});
+        if (target != nullptr) WritePcm(part, Format.Bits, target);
+        if (target != nullptr) target += part.size() * Format.Bits / 8;
+        NextFrame += count;
+        left -= count;
     }
 }
 
 std::mutex microphonesLock;
-std::vector<std::shared_ptr<VirtualMicrophone>> microphones; // of this machine, also those gone
+std::vector<std::shared_ptr<VirtualMicrophone>>
+    microphones; // since PowerOn, those that are gone included
 
-// Who still has one open finds it gone.
-const AtPowerOn atPowerOn([] {
+// Open streams find their microphone gone.
+const machine::AtPowerOn atPowerOn([] {
     const std::scoped_lock lock(microphonesLock);
     for (const auto& microphone : microphones) microphone->Unplug();
     microphones.clear();
 });
 
-// Null for one that was never added, or was forgotten at a PowerOn.
-std::shared_ptr<VirtualMicrophone> Find(Microphone microphone) {
+// Null for a microphone that was never added, or was removed by PowerOn.
+std::shared_ptr<VirtualMicrophone> Find(machine::Microphone microphone) {
     const std::scoped_lock lock(microphonesLock);
     const auto place = static_cast<std::size_t>(microphone);
     return place < microphones.size() ? microphones[place] : nullptr;
 }
 
-std::shared_ptr<Level> Find(Microphone microphone, const ControlPlace& place) {
+std::shared_ptr<Level> Find(machine::Microphone microphone, const machine::ControlPlace& place) {
     const auto owner = Find(microphone);
     if (!owner) return nullptr;
     const LevelList& all = owner->Levels();
@@ -258,14 +266,16 @@ std::shared_ptr<Level> Find(Microphone microphone, const ControlPlace& place) {
 
 } // namespace
 
-std::vector<std::shared_ptr<CaptureDevice>> CaptureDevices() {
-    std::unique_lock lock(microphonesLock);
-    std::vector<std::shared_ptr<CaptureDevice>> present(microphones.begin(), microphones.end());
-    lock.unlock();
-    if (present.empty()) return NativeCaptureDevices();
-    std::erase_if(present, [](const auto& device) { return device->Gone(); });
-    return present;
+CaptureDeviceList AddedCaptureDevices() {
+    const std::scoped_lock lock(microphonesLock);
+    return {microphones.begin(), microphones.end()};
 }
+
+} // namespace device
+
+namespace machine {
+
+using namespace device;
 
 Microphone AddMicrophone(const MicrophoneModel& model) {
     const std::scoped_lock lock(microphonesLock);
@@ -294,20 +304,20 @@ bool MoveControl(Microphone microphone, const ControlPlace& place, std::uint32_t
 }
 
 void FeedGenerator(Microphone microphone, Generator generator) {
-    if (const auto hears = Find(microphone)) hears->SetFeed(std::move(generator));
+    if (const auto found = Find(microphone)) found->SetFeed(std::move(generator));
 }
 
 void Unplug(Microphone microphone) {
-    if (const auto gone = Find(microphone)) gone->Unplug();
+    if (const auto found = Find(microphone)) found->Unplug();
 }
 
 void FallBehind(Microphone microphone, unsigned times) {
-    if (const auto late = Find(microphone)) late->Quiet = times;
+    if (const auto found = Find(microphone)) found->SkippedWakes = times;
 }
 
 CaptureStats StatsOf(Microphone microphone) {
-    const auto asked = Find(microphone);
-    return asked ? asked->Stats() : CaptureStats{};
+    const auto found = Find(microphone);
+    return found ? found->Stats() : CaptureStats{};
 }
 
 } // namespace machine

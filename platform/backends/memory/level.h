@@ -1,4 +1,4 @@
-// A control in memory.
+// A mixer control in memory.
 #pragma once
 
 #include "platform/api/level.h"
@@ -6,27 +6,27 @@
 #include <algorithm>
 #include <mutex>
 
-namespace machine {
+namespace device {
 
 class VirtualLevel final : public Level {
 public:
-    explicit VirtualLevel(const MixerControl& model)
-        : Level(model.Place, model.Maximum, model.Values), Held(model.Values, model.Value) {}
+    explicit VirtualLevel(const machine::MixerControl& model)
+        : Level(model.Place, model.Maximum, model.Values), Current(model.Values, model.Value) {}
 
     bool Read(std::span<std::uint32_t> values) const override {
         const std::scoped_lock lock(Lock);
-        std::ranges::copy(Held, values.begin());
+        std::ranges::copy(Current, values.begin());
         return true;
     }
     bool Write(std::span<const std::uint32_t> values) override {
         const std::scoped_lock lock(Lock);
-        std::ranges::copy(values, Held.begin());
+        std::ranges::copy(values, Current.begin());
         return true;
     }
 
 private:
     mutable std::mutex Lock; // of the next
-    std::vector<std::uint32_t> Held;
+    std::vector<std::uint32_t> Current;
 };
 
-} // namespace machine
+} // namespace device

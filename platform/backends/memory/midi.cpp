@@ -1,5 +1,5 @@
-// MIDI ports in memory: messages that leave an output arrive, after their latency, at the inputs
-// that its cables lead to.
+// MIDI ports in memory: a message that is sent to an output is delivered, after the latency of the
+// cable, to each input that a cable connects.
 #include "platform/backends/memory/midi.h"
 
 #include "platform/api/clock.h"
@@ -8,36 +8,37 @@
 
 #include <algorithm>
 
-namespace machine {
+namespace device {
 namespace {
 
-// The first device of that name that is there or, if gone, has left; null for none.
-std::shared_ptr<MidiDevice> Named(MidiWay way, const std::string& name, bool gone) {
-    for (const auto& device : KnownMidiDevices(way))
-        if (device->Name == name && device->Gone() == gone) return device;
+// The first device of that name that is gone, or not gone. Null if there is none.
+std::shared_ptr<MidiDevice> FindByName(MidiDirection direction, const std::string& name,
+                                       bool gone) {
+    for (const auto& device : KnownMidiDevices(direction))
+        if (device->Name == name && device->IsGone() == gone) return device;
     return nullptr;
 }
 
 template <class Device, class... More>
 int Plug(const std::string& name, More... more) {
-    constexpr MidiWay way = Device::Direction;
-    std::shared_ptr<MidiDevice> device = Named(way, name, true);
+    constexpr MidiDirection direction = Device::ClassDirection;
+    std::shared_ptr<MidiDevice> device = FindByName(direction, name, true);
     if (device) {
         device->Return();
     } else {
-        const auto alike = std::ranges::count(KnownMidiDevices(way), name,
+        const auto alike = std::ranges::count(KnownMidiDevices(direction), name,
                                               [](const auto& other) { return other->Name; });
         const std::string id = alike == 0 ? name : name + " #" + std::to_string(alike + 1);
         AddMidiDevice(device = std::make_shared<Device>(id, name, more...));
     }
-    return static_cast<int>(NumberOf(way, device.get()));
+    return static_cast<int>(NumberOf(direction, device.get()));
 }
 
-void Unplug(MidiWay way, const std::string& name) {
-    if (const auto device = Named(way, name, false)) device->Leave();
+void Unplug(MidiDirection direction, const std::string& name) {
+    if (const auto device = FindByName(direction, name, false)) device->Leave();
 }
 
-const AtPowerOn atPowerOn(ForgetMidiDevices);
+const machine::AtPowerOn atPowerOn(RemoveMidiDevices);
 
 } // namespace
 
@@ -47,23 +48,29 @@ void VirtualInput::SetSource(std::shared_ptr<void> source) {
 }
 
 MidiResult VirtualOutput::Open(const std::shared_ptr<MidiReceiver>&) {
-    if (Gone()) return MidiResult::Gone;
+    if (IsGone()) return MidiResult::Gone;
     StartLane(Lane::Timers);
     return MidiResult::Done;
 }
 
 MidiResult VirtualOutput::Send(std::uint32_t message) {
-    if (Gone()) return MidiResult::Gone;
+    if (IsGone()) return MidiResult::Gone;
     const std::scoped_lock lock(Lock);
     bool carried = true;
-    for (const auto& [where, cable] : Cables) carried = (!cable || cable(message)) && carried;
+    for (const auto& [target, cable] : Cables) carried = (!cable || cable(message)) && carried;
     return carried ? MidiResult::Done : MidiResult::Full;
 }
 
-void VirtualOutput::Lead(const std::string& where, Cable cable) {
+void VirtualOutput::SetCable(const std::string& target, Cable cable) {
     const std::scoped_lock lock(Lock);
-    Cables[where].swap(cable);
+    Cables[target].swap(cable);
 }
+
+} // namespace device
+
+namespace machine {
+
+using namespace device;
 
 int AddMidiInput(const std::string& name) { return Plug<VirtualInput>(name); }
 
@@ -72,19 +79,18 @@ int AddMidiOutput(const std::string& name, std::uint32_t support) {
 }
 
 void Connect(int output, int input, std::uint32_t latencyMilliseconds) {
-    const auto from = FindVirtual<VirtualOutput>(output);
-    const auto to = FindVirtual<VirtualInput>(input);
-    if (!from || !to) return;
-    from->Lead(to->Id, [to, latency = std::uint64_t{latencyMilliseconds} * 1000](auto message) {
-        return to->Bring(message, latency);
-    });
+    const auto source = FindVirtual<VirtualOutput>(output);
+    const auto target = FindVirtual<VirtualInput>(input);
+    if (!source || !target) return;
+    source->SetCable(target->Id, [target, latency = std::uint64_t{latencyMilliseconds} * 1000](
+                                     auto message) { return target->Deliver(message, latency); });
 }
 
-void UnplugMidiInput(const std::string& name) { Unplug(MidiWay::In, name); }
-void UnplugMidiOutput(const std::string& name) { Unplug(MidiWay::Out, name); }
+void UnplugMidiInput(const std::string& name) { device::Unplug(MidiDirection::Input, name); }
+void UnplugMidiOutput(const std::string& name) { device::Unplug(MidiDirection::Output, name); }
 
 void ReceiveMidi(int input, std::uint32_t packed) {
-    if (const auto device = FindVirtual<VirtualInput>(input)) device->Bring(packed, 0);
+    if (const auto device = FindVirtual<VirtualInput>(input)) device->Deliver(packed, 0);
 }
 
 } // namespace machine

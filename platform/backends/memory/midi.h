@@ -1,4 +1,4 @@
-// The virtual ports, for those who carry their messages beyond this machine.
+// MIDI ports in memory, with what shared_cable.cpp needs to join them to other processes.
 #pragma once
 
 #include "platform/api/midi_input.h"
@@ -6,14 +6,15 @@
 #include <functional>
 #include <map>
 
-namespace machine {
+namespace device {
 
 class VirtualInput final : public MidiInput {
 public:
     using MidiInput::MidiInput;
-    void Forgotten() override { SetSource(nullptr); }
+    void ReleaseResources() override { SetSource(nullptr); }
 
-    // Whoever brings messages from beyond the machine, destroyed when another takes his place.
+    // Keeps an object that delivers messages from outside the machine; destroys the one before.
+    // Null for none. Thread: a steering one.
     void SetSource(std::shared_ptr<void> source);
 
 private:
@@ -23,35 +24,35 @@ private:
 
 class VirtualOutput final : public MidiDevice {
 public:
-    static constexpr MidiWay Direction = MidiWay::Out;
+    static constexpr MidiDirection ClassDirection = MidiDirection::Output;
     VirtualOutput(std::string id, std::string name, std::uint32_t support)
-        : MidiDevice(Direction, std::move(id), std::move(name)), Supported(support) {}
-    std::uint32_t Support() const override { return Supported; }
+        : MidiDevice(ClassDirection, std::move(id), std::move(name)), Flags(support) {}
+    std::uint32_t SupportFlags() const override { return Flags; }
     MidiResult Open(const std::shared_ptr<MidiReceiver>&) override;
     void Close() override {}
     MidiResult Send(std::uint32_t message) override;
-    void Forgotten() override {
+    void ReleaseResources() override {
         const std::scoped_lock lock(Lock);
         Cables.clear();
     }
 
-    // Carries a message on, false if it cannot now. Real time.
+    // Passes a message to the other end. False if it has no room now. Real time.
     using Cable = std::function<bool(std::uint32_t message)>;
-    // Takes the place of the one that led there; null for none.
-    void Lead(const std::string& where, Cable cable);
+    // Connects a cable to that target in place of the one before; null for none.
+    void SetCable(const std::string& target, Cable cable);
 
 private:
-    const std::uint32_t Supported;
+    const std::uint32_t Flags;
 
-    std::mutex Lock; // of the next; held for moments
-    std::map<std::string, Cable> Cables;
+    std::mutex Lock;                     // of the next; held for moments
+    std::map<std::string, Cable> Cables; // by target
 };
 
-// By device number. Null if there is none, or it is none of these.
+// The device of that number. Null if there is none, or it is not a device in memory.
 template <class Device>
 std::shared_ptr<Device> FindVirtual(int number) {
     return std::dynamic_pointer_cast<Device>(
-        MidiDeviceAt(Device::Direction, static_cast<std::uint64_t>(number)));
+        MidiDeviceAt(Device::ClassDirection, static_cast<std::uint64_t>(number)));
 }
 
-} // namespace machine
+} // namespace device

@@ -1,13 +1,13 @@
-// The default output of a machine without outputs: what is sent to it sounds nowhere.
-#include "platform/common/lasting.h"
+// The default output of a machine without outputs: plays nothing.
 #include "platform/api/midi.h"
+#include "platform/common/immortal_singleton.h"
 
-namespace machine {
+namespace device {
 namespace {
 
 class SilentOutput final : public MidiDevice {
 public:
-    SilentOutput() : MidiDevice(MidiWay::Out, "Silence", "Silence") {}
+    SilentOutput() : MidiDevice(MidiDirection::Output, "Silence", "Silence") {}
     MidiResult Open(const std::shared_ptr<MidiReceiver>&) override { return MidiResult::Done; }
     void Close() override {}
     MidiResult Send(std::uint32_t) override { return MidiResult::Done; }
@@ -19,6 +19,8 @@ struct StandIn {
 
 } // namespace
 
-std::shared_ptr<MidiDevice> StandInMidiOutput() { return The<StandIn>().Output; }
+std::shared_ptr<MidiDevice> StandInMidiOutput() {
+    return common::ImmortalSingleton<StandIn>().Output;
+}
 
-} // namespace machine
+} // namespace device

@@ -1,12 +1,13 @@
-// The connection to the sound server, and the sources that it has. PulseAudio and PipeWire speak
-// the same language here.
+// The client of the sound server, and the list of the server's sources. PulseAudio and PipeWire use
+// the same protocol.
 //
-// Everything runs under one lock, the Lock below: the server's answers come with it held, on the
-// connection's own thread, which lives as long as the process and keeps still while nothing is
-// recorded and nothing changes. Nobody of the library's is ever called with it held.
+// One lock, PulseClient::Lock, guards all state. The server's answers are handled with it held, on
+// the client's own thread, which lives as long as the process and sleeps while nothing is captured
+// and nothing changes. The library is never called with the lock held.
 //
-// Nothing here starts a server or prints. A server that dies takes its sources along; as long as
-// somebody records, one is looked for each second, and else when sources are next asked for.
+// The client starts no server and prints nothing. When a server ends, all its sources are gone. A
+// new server is looked for once per second while a listener is registered, else when sources are
+// listed.
 #pragma once
 
 #include <cstdint>
@@ -14,77 +15,78 @@
 #include <string>
 #include <vector>
 
-namespace machine {
+namespace device {
 
 struct Source {
-    std::string Name; // its identity; the index is new each time that it comes
-    std::string Description;
-    std::uint32_t Index;
-    bool Monitor;
+    std::string Name;        // its identity
+    std::string Description; // for people
+    std::uint32_t Index;     // differs each time that the source appears
+    bool IsMonitor;          // captures what is played
 };
 
-// Whoever records. Called with the lock held, on the connection's thread.
-class ServerClient {
+// Notified of changes with the lock held, on the client's thread; must not block.
+class PulseListener {
 public:
-    virtual void SourcesChanged() = 0; // or the server has gone, and all sources with it
-    virtual void LevelMoved(std::uint32_t recordingIndex) = 0;
-    virtual void Look() = 0; // each second
+    virtual void OnSourcesChanged() = 0; // also when the server has ended
+    // The user has changed the volume or mute of the record stream of that index.
+    virtual void OnLevelChanged(std::uint32_t streamIndex) = 0;
+    virtual void OnSecond() = 0; // once per second
 
 protected:
-    ~ServerClient() = default;
+    ~PulseListener() = default;
 };
 
-class Server {
+class PulseClient {
 public:
-    static Server& The(); // never destroyed
+    static PulseClient& Instance(); // never destroyed
 
     class Lock {
     public:
-        Lock() { pa_threaded_mainloop_lock(The().Loop); }
-        ~Lock() { pa_threaded_mainloop_unlock(The().Loop); }
+        Lock() { pa_threaded_mainloop_lock(Instance().Loop); }
+        ~Lock() { pa_threaded_mainloop_unlock(Instance().Loop); }
         Lock(const Lock&) = delete;
         Lock& operator=(const Lock&) = delete;
     };
 
     // ---- with the lock held ----
 
-    // Null while no server is there.
+    // Null while not connected to a server.
     pa_context* Context() const;
-    // The default one first, monitors last.
-    const std::vector<Source>& Sources() const { return Present; }
-    const Source* Find(const std::string& name) const;
-    // Looks for a server if there is none, and waits for its answer, two seconds at the most. Gives
-    // what is wrong, or nothing. Not on the connection's thread.
-    std::string Await();
-    void AskForSources();
-    void Add(ServerClient& client);
-    void Remove(ServerClient& client);
+    // The default one first, monitors last; empty while there is no server.
+    const std::vector<Source>& Sources() const { return CurrentSources; }
+    const Source* Find(const std::string& name) const; // null if it is not plugged in
+    // Connects if necessary, and waits for the list of sources, two seconds at most. Returns what
+    // failed, as a sentence, or an empty string. Not on the client's thread.
+    std::string WaitForSources();
+    void RequestSources();
+    void AddListener(PulseListener& listener);
+    void RemoveListener(PulseListener& listener);
 
 private:
-    Server();
+    PulseClient();
 
     void Connect();
-    void ContextChanged();
-    void Lost();
-    void Changed(pa_subscription_event_type_t event, std::uint32_t index);
-    void SourceListed(const pa_source_info* source, int end);
+    void OnContextState();
+    void Disconnect();
+    void OnServerEvent(pa_subscription_event_type_t event, std::uint32_t index);
+    void OnSource(const pa_source_info* source, int end);
     void Publish();
-    void LookAfter(pa_usec_t microseconds);
-    void Look();
-    void Cancel();
+    void StartTimer(pa_usec_t microseconds);
+    void OnTimer();
+    void CancelRequest();
 
     pa_threaded_mainloop* const Loop;
     pa_context* Connection = nullptr;
-    pa_time_event* Timer = nullptr; // of Look
-    std::vector<ServerClient*> Clients;
+    pa_time_event* Timer = nullptr; // runs while there are listeners
+    std::vector<PulseListener*> Listeners;
 
-    std::vector<Source> Present;
-    bool Known = false;        // the server has listed them
-    bool GaveNoAnswer = false; // to the last wait, so that the next is not as long
-    std::string Problem;
-    pa_operation* Asked = nullptr;
-    std::vector<Source> Listed; // so far
-    std::string Default;
+    std::vector<Source> CurrentSources;
+    bool IsListComplete = false; // CurrentSources is the server's list
+    bool TimedOut = false;       // the last wait; the next one then does not wait
+    std::string Problem;         // of the last connection
+    pa_operation* Request = nullptr;
+    std::vector<Source> PartialList; // answers to the request so far
+    std::string DefaultName;
 };
 
-} // namespace machine
+} // namespace device

@@ -5,51 +5,51 @@
 #include <algorithm>
 #include <cstdlib>
 
-namespace machine {
+namespace device {
 namespace {
 
-constexpr std::uint64_t Half = PlainLevel;
+constexpr std::uint64_t Half = UnityLevel;
 
 } // namespace
 
-bool RecordingLevel::Read(std::span<std::uint32_t> values) const {
-    std::ranges::fill(values, Held.load(std::memory_order_relaxed));
+bool StreamLevel::Read(std::span<std::uint32_t> values) const {
+    std::ranges::fill(values, Current.load(std::memory_order_relaxed));
     return true;
 }
 
-bool RecordingLevel::Write(std::span<const std::uint32_t> values) {
-    const Server::Lock lock;
-    Held.store(std::min(values[0], FullLevel), std::memory_order_relaxed);
-    Of.ApplyLevel(nullptr);
+bool StreamLevel::Write(std::span<const std::uint32_t> values) {
+    const PulseClient::Lock lock;
+    Current.store(std::min(values[0], MaxLevel), std::memory_order_relaxed);
+    Microphone.ApplyLevel(nullptr);
     return true;
 }
 
-pa_volume_t RecordingLevel::Volume() const {
-    const std::uint64_t level = Held.load(std::memory_order_relaxed);
+pa_volume_t StreamLevel::Volume() const {
+    const std::uint64_t level = Current.load(std::memory_order_relaxed);
     return static_cast<pa_volume_t>((level * PA_VOLUME_NORM + Half / 2) / Half);
 }
 
-// A server keeps volumes in a unit of its own, so a little beside ours is ours.
-void RecordingLevel::Moved(const Recording& moved, pa_volume_t volume, bool muted) {
+// Servers round volumes to a unit of their own, so a small difference is no change.
+void StreamLevel::OnChanged(const SourceConnection& changed, pa_volume_t volume, bool muted) {
     constexpr std::int64_t rounding = PA_VOLUME_NORM / 1000;
     const pa_volume_t now = muted ? PA_VOLUME_MUTED : volume;
     if (std::abs(std::int64_t{now} - std::int64_t{Volume()}) <= rounding) return;
     const std::uint64_t level = (now * Half + PA_VOLUME_NORM / 2) / PA_VOLUME_NORM;
-    Held.store(static_cast<std::uint32_t>(std::min<std::uint64_t>(level, FullLevel)),
-               std::memory_order_relaxed);
-    Of.ApplyLevel(&moved);
+    Current.store(static_cast<std::uint32_t>(std::min<std::uint64_t>(level, MaxLevel)),
+                  std::memory_order_relaxed);
+    Microphone.ApplyLevel(&changed);
 }
 
-bool ListeningMute::Read(std::span<std::uint32_t> values) const {
-    const Server::Lock lock;
-    std::ranges::fill(values, Of.Speakers.On() ? 0u : 1u);
+bool PlaythroughMute::Read(std::span<std::uint32_t> values) const {
+    const PulseClient::Lock lock;
+    std::ranges::fill(values, Microphone.Speakers.IsBegun() ? 0u : 1u);
     return true;
 }
 
-bool ListeningMute::Write(std::span<const std::uint32_t> values) {
-    const Server::Lock lock;
-    Of.Speakers.Turn(values[0] == 0);
+bool PlaythroughMute::Write(std::span<const std::uint32_t> values) {
+    const PulseClient::Lock lock;
+    Microphone.Speakers.Enable(values[0] == 0);
     return true;
 }
 
-} // namespace machine
+} // namespace device

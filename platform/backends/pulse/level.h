@@ -1,9 +1,8 @@
-// The level of a microphone, and whether it is heard in the speakers, as the mixer calls present
-// them.
+// The controls of a microphone: its level, and its mute in the speakers.
 //
-// The level is the volume of our own recordings: that of the source is the user's, and other
-// programs share it. Half of the range leaves the sound as the source gives it. Where the user
-// mutes our recording in another program the level is 0, and writing it lets the sound in again.
+// The level is the volume of our own record streams, not of the source, which other programs share.
+// Half of the range leaves the sound unchanged. While the user has muted our stream in another
+// program the level reads 0; writing it unmutes the stream.
 #pragma once
 
 #include "platform/api/level.h"
@@ -11,40 +10,40 @@
 
 #include <atomic>
 
-namespace machine {
+namespace device {
 
-class NativeMicrophone;
-class Recording;
+class PulseMicrophone;
+class SourceConnection;
 
-constexpr std::uint32_t FullLevel = 65535, PlainLevel = FullLevel / 2;
+constexpr std::uint32_t MaxLevel = 65535, UnityLevel = MaxLevel / 2;
 
-class RecordingLevel : public Level {
+class StreamLevel : public Level {
 public:
-    explicit RecordingLevel(NativeMicrophone& microphone)
-        : Level(MicrophoneVolume, FullLevel, 1), Of(microphone) {}
+    explicit StreamLevel(PulseMicrophone& microphone)
+        : Level(machine::MicrophoneVolume, MaxLevel, 1), Microphone(microphone) {}
     bool Read(std::span<std::uint32_t> values) const override;
     bool Write(std::span<const std::uint32_t> values) override;
 
     pa_volume_t Volume() const;
-    // A user has moved one of our recordings in another program: the others follow. With the
-    // server's lock held.
-    void Moved(const Recording& moved, pa_volume_t volume, bool muted);
+    // Takes over the volume that the user has given one of our streams in another program, and
+    // applies it to the others. With the client's lock held.
+    void OnChanged(const SourceConnection& changed, pa_volume_t volume, bool muted);
 
 private:
-    NativeMicrophone& Of;
-    std::atomic<std::uint32_t> Held{PlainLevel}; // written with the server's lock held
+    PulseMicrophone& Microphone;
+    std::atomic<std::uint32_t> Current{UnityLevel}; // written with the client's lock held
 };
 
-// Mute is on while the microphone is not heard.
-class ListeningMute : public Level {
+// 1 while the microphone is not played through the speakers.
+class PlaythroughMute : public Level {
 public:
-    explicit ListeningMute(NativeMicrophone& microphone)
-        : Level(MicrophoneMute, 1, 1), Of(microphone) {}
+    explicit PlaythroughMute(PulseMicrophone& microphone)
+        : Level(machine::MicrophoneMute, 1, 1), Microphone(microphone) {}
     bool Read(std::span<std::uint32_t> values) const override;
     bool Write(std::span<const std::uint32_t> values) override;
 
 private:
-    NativeMicrophone& Of;
+    PulseMicrophone& Microphone;
 };
 
-} // namespace machine
+} // namespace device

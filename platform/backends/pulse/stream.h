@@ -1,53 +1,52 @@
-// The sound of a microphone for one owner, who asks for it frame by frame.
+// A capture stream of a microphone for one owner.
 #pragma once
 
 #include "platform/api/capture.h"
 #include "platform/api/clock.h"
-#include "platform/backends/pulse/recording.h"
+#include "platform/backends/pulse/connection.h"
 
 #include <cstdint>
 #include <mutex>
 #include <vector>
 
-namespace machine {
+namespace device {
 
-// The server sends what it likes when it likes: it is put into a ring here, on the connection's
-// thread, and the owner is told on the clock's audio lane, with nothing locked. So an owner who
-// takes his time holds up nobody, and the clock, which lets actions end before code goes, knows of
-// him.
+// The server sends blocks of any size at any time. They go into a ring on the client's thread, and
+// the owner is called on the audio lane with no lock held: a slow owner blocks no other thread, and
+// WaitForActions covers its calls.
 //
-// Locks: the server's, then the stream's own, which is held for a copy.
-class NativeStream : public CaptureStream, private Recording {
+// Locks: the client's, then the stream's own, which is held for a copy.
+class PulseStream : public CaptureStream, private SourceConnection {
 public:
-    NativeStream(NativeMicrophone& microphone, const PcmFormat& format, CaptureOwner& owner);
-    ~NativeStream() override { Stop(); }
+    PulseStream(PulseMicrophone& microphone, const PcmFormat& format, CaptureOwner& owner);
+    ~PulseStream() override { Stop(); }
 
     bool Start() override;
     void Stop() override;
     std::uint64_t Position() const override;
-    // After an interruption it may be less than it was.
+    // May decrease after an interruption.
     std::uint64_t DevicePosition() const override;
     void WakeAt(std::uint64_t frame) override;
     void Read(void* pcm, std::uint64_t frames) override;
-    bool Gone() const override { return false; }
+    bool IsGone() const override { return false; } // a source may always return
 
 private:
-    void Heard(const HeardSound& sound) override;
-    void Keep(const HeardSound& sound);
+    void OnSound(const CapturedSound& sound) override;
+    void Push(const CapturedSound& sound);
     void WakeIfDue();
 
     CaptureOwner& Owner;
     const std::size_t FrameBytes;
-    const int Silence; // a byte of it
+    const int Silence; // value of a byte
 
-    mutable std::mutex Own; // of all below
+    mutable std::mutex Lock; // of all below
     bool Running = false;
-    std::vector<std::uint8_t> Ring; // frame n lies at place n, modulo its size
-    std::uint64_t Received = 0;     // frames since Start
-    std::uint64_t Taken = 0;        // of them
-    std::uint64_t CapturedAt = 0; // when the last of them was, microseconds on the machine's clock
+    std::vector<std::uint8_t> Ring;  // frame n is at place n modulo the ring's number of frames
+    std::uint64_t Received = 0;      // frames since Start
+    std::uint64_t ReadFrames = 0;    // of those
+    std::uint64_t LastFrameTime = 0; // of capture, microseconds on the machine's clock
     std::uint64_t WakeFrame = Forever;
-    Token Pending = 0;
+    Token PendingWake = 0; // 0 for none
 };
 
-} // namespace machine
+} // namespace device

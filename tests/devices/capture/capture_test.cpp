@@ -1,6 +1,6 @@
-// Microphones of a sound server: heard, pulled out, put back, turned up and down, and the server
-// itself stalled, killed and started again. Nothing is asked but what comes of it, in which order.
-#include "tests/platform/capture_back_end.h"
+// Microphones of a sound server: captured, pulled out, plugged in, their level changed, and the
+// server stalled, killed and restarted. The tests check results and their order, not times.
+#include "tests/platform/capture_instrument.h"
 
 #include "platform/api/capture.h"
 #include "soundin/sound_in_win.h"
@@ -17,6 +17,7 @@
 
 namespace {
 
+using namespace device;
 using namespace machine;
 
 constexpr int Rate = 22050;
@@ -24,13 +25,12 @@ constexpr std::size_t BlockFrames = 512;
 constexpr double Tone = 440;
 
 bool Shell(const std::string& command) { return std::system(command.c_str()) == 0; }
-// The script "server", for the server of this run.
+// Runs the script "server" for the server of this run.
 bool Server(const std::string& what) {
     return Shell("\"$SOUND_SERVER\" \"$SOUND_SERVER_KIND\" " + what);
 }
 
-// Whether something comes true: at once, or after the servers and this busy machine took their
-// time.
+// Waits up to 30 s for a condition, since servers on a busy computer are slow.
 template <class Condition>
 bool Comes(Condition condition) {
     for (int tries = 0; tries < 3000; ++tries) {
@@ -45,10 +45,6 @@ bool Listed() {
                                [](const auto& each) { return each.Name == "Voice"; });
 }
 
-} // namespace
-
-const std::chrono::microseconds SoundComesEvery{25000};
-const int Stops = 10;
 void PlugMicrophone() {
     UseNativeMicrophones();
     EXPECT_TRUE(Server("plug") && Comes(Listed));
@@ -57,30 +53,37 @@ void UnplugMicrophone() {
     EXPECT_TRUE(Server("unplug") && Comes([] { return !Listed(); }));
 }
 
+} // namespace
+
+CaptureInstrument TestedMicrophone() {
+    return {"pulse", PlugMicrophone, UnplugMicrophone, std::chrono::milliseconds(25), 10};
+}
+
 namespace {
 
-// Judges each block of a capture: does it go on with the tone where the one before has ended.
-class Ear {
+// Captures, and checks for each block whether the tone goes on in phase with the block before.
+class ToneDetector {
 public:
-    Ear() {
+    ToneDetector() {
         Capture.SetCallback(
             [](std::uint32_t time, const std::uint8_t* data, std::int32_t bytes, void* self) {
-                static_cast<Ear*>(self)->Hear(time, data, static_cast<std::size_t>(bytes));
+                static_cast<ToneDetector*>(self)->Analyse(time, data,
+                                                          static_cast<std::size_t>(bytes));
             },
             this);
         EXPECT_TRUE(Capture.Open(Rate));
         EXPECT_TRUE(Capture.Start());
     }
-    ~Ear() {
+    ~ToneDetector() {
         Capture.Stop();
         Capture.Close();
     }
-    // A second of the tone without a gap, from now on.
-    bool HearsTone() {
+    // Waits for one second of the tone without a gap, from now on.
+    bool ReceivesTone() {
         Unbroken = 0;
         return Comes([this] { return Unbroken >= Rate / static_cast<int>(BlockFrames); });
     }
-    bool HearsNothing() { // comes to an end, whatever was still on its way
+    bool FallsSilent() { // waits until no block comes any more
         return Comes([this, last = Blocks.load()]() mutable {
             std::this_thread::sleep_for(std::chrono::milliseconds(300));
             return Blocks == std::exchange(last, Blocks.load());
@@ -91,10 +94,10 @@ public:
     std::atomic<int> Blocks{0};
     std::atomic<double> Loudness{0}; // of the tone, 0 to 1
     std::atomic<std::uint32_t> Time{0};
-    std::atomic<int> Fell{0}; // the most that a stamp lay before the last one, milliseconds
+    std::atomic<int> MaxStepBack{0}; // of time stamps, milliseconds
 
 private:
-    void Hear(std::uint32_t time, const std::uint8_t* data, std::size_t bytes) {
+    void Analyse(std::uint32_t time, const std::uint8_t* data, std::size_t bytes) {
         if (bytes != 2 * BlockFrames) ADD_FAILURE() << "a block of " << bytes << " bytes";
         std::complex<double> sum = 0;
         for (std::size_t i = 0; i < BlockFrames; ++i)
@@ -107,7 +110,8 @@ private:
         Unbroken = loudness > 0.02 && std::abs(off) < 0.2 ? Unbroken + 1 : 0;
         Phase = std::arg(sum);
         Loudness = loudness;
-        if (Blocks > 0) Fell = std::max(Fell.load(), static_cast<std::int32_t>(Time - time));
+        if (Blocks > 0)
+            MaxStepBack = std::max(MaxStepBack.load(), static_cast<std::int32_t>(Time - time));
         Time = time;
         ++Blocks;
     }
@@ -134,7 +138,7 @@ protected:
         EXPECT_TRUE(Control(RecordingLine).Read({&value, 1}));
         return value;
     }
-    static machine::Level& Control(std::uint32_t destination) {
+    static device::Level& Control(std::uint32_t destination) {
         for (const auto& level : CaptureDevices()[0]->Levels())
             if (level->Place.Destination == destination) return *level;
         ADD_FAILURE();
@@ -146,33 +150,33 @@ protected:
 };
 
 TEST_F(RealMicrophone, IsHeardWithoutGapsFallsSilentPulledOutAndGoesOnPutBack) {
-    Ear ear;
+    ToneDetector capture;
     for (int time = 0; time < 2; ++time) {
-        ASSERT_TRUE(ear.HearsTone());
-        EXPECT_LT(timeGetTime() - ear.Time, 30000u);
+        ASSERT_TRUE(capture.ReceivesTone());
+        EXPECT_LT(timeGetTime() - capture.Time, 30000u);
         UnplugMicrophone();
-        EXPECT_TRUE(ear.HearsNothing());
+        EXPECT_TRUE(capture.FallsSilent());
         PlugMicrophone();
     }
-    ASSERT_TRUE(ear.HearsTone());
+    ASSERT_TRUE(capture.ReceivesTone());
     EXPECT_TRUE(Server("unplug") && Server("plug")); // a loose contact
-    EXPECT_TRUE(ear.HearsTone());
-    EXPECT_EQ(ear.Fell, 0);
+    EXPECT_TRUE(capture.ReceivesTone());
+    EXPECT_EQ(capture.MaxStepBack, 0);
 }
 
 TEST_F(RealMicrophone, GoesOnWithTheServerThatComesBack) {
-    Ear ear;
-    ASSERT_TRUE(ear.HearsTone());
+    ToneDetector capture;
+    ASSERT_TRUE(capture.ReceivesTone());
     ASSERT_TRUE(Server("stall"));
-    EXPECT_TRUE(ear.HearsNothing());
+    EXPECT_TRUE(capture.FallsSilent());
     ASSERT_TRUE(Server("go_on"));
-    EXPECT_TRUE(ear.HearsTone());
+    EXPECT_TRUE(capture.ReceivesTone());
     ASSERT_TRUE(Server("stop"));
-    EXPECT_TRUE(ear.HearsNothing());
+    EXPECT_TRUE(capture.FallsSilent());
     EXPECT_TRUE(FindMicrophones().empty());
     EXPECT_NE(MicrophoneProblem().find("No sound server"), std::string::npos);
     ASSERT_TRUE(Server("start") && Server("plug"));
-    EXPECT_TRUE(ear.HearsTone());
+    EXPECT_TRUE(capture.ReceivesTone());
     EXPECT_EQ(FindMicrophones()[0].Name, "Voice");
     EXPECT_EQ(MicrophoneProblem(), "");
 }
@@ -180,18 +184,19 @@ TEST_F(RealMicrophone, GoesOnWithTheServerThatComesBack) {
 TEST_F(RealMicrophone, ItsLevelIsThatOfItsOwnStreamAndItIsLetThroughToTheSpeakers) {
     const std::string stream = "$(pactl list short source-outputs | awk '$5 ~ /u8/ {print $1}')";
     ASSERT_TRUE(Set(RecordingLine, 0));
-    Ear ear; // sets the level at its opening
-    ASSERT_TRUE(ear.HearsTone());
-    const double plain = ear.Loudness;
+    ToneDetector capture; // sets the level at its opening
+    ASSERT_TRUE(capture.ReceivesTone());
+    const double plain = capture.Loudness;
     EXPECT_EQ(Level(), 32767u);
     EXPECT_TRUE(Shell("pactl set-source-output-volume " + stream + " 50%"));
     EXPECT_TRUE(Comes([] { return std::abs(static_cast<int>(Level()) - 16384) < 50; }));
-    EXPECT_TRUE(Comes([&] { return std::abs(ear.Loudness / plain - 0.125) < 0.03; }));
+    EXPECT_TRUE(Comes([&] { return std::abs(capture.Loudness / plain - 0.125) < 0.03; }));
     EXPECT_TRUE(Shell("pactl set-source-output-mute " + stream + " 1"));
     EXPECT_TRUE(Comes([] { return Level() == 0; }));
     EXPECT_TRUE(Set(RecordingLine, 32767));
-    EXPECT_TRUE(Comes([&] { return std::abs(ear.Loudness / plain - 1) < 0.1; }));
-    EXPECT_TRUE(Shell("pactl get-source-volume voice | grep -q ' 100%'")); // nobody's business
+    EXPECT_TRUE(Comes([&] { return std::abs(capture.Loudness / plain - 1) < 0.1; }));
+    EXPECT_TRUE(
+        Shell("pactl get-source-volume voice | grep -q ' 100%'")); // other programs share it
     EXPECT_EQ(Level(), 32767u);
     const auto plays = [] { // in the speakers
         return Shell("pactl list sink-inputs | grep -q 'media.name = \"Microphone\"'");
@@ -212,7 +217,7 @@ TEST_F(RealMicrophone, EachHasANameOfItsOwnAndMonitorsComeLast) {
     ASSERT_EQ(found.size(), 4u);
     EXPECT_EQ(found[1].Name, "Stimme_über_einunddreißig_Byt");
     EXPECT_EQ(found[2].Name, "Stimme_über_einunddreißig_ #2");
-    EXPECT_TRUE(found[3].Monitor && !found[2].Monitor);
+    EXPECT_TRUE(found[3].IsMonitor && !found[2].IsMonitor);
     EXPECT_TRUE(Shell("xargs -n 1 pactl unload-module <$XDG_RUNTIME_DIR/twins"));
 }
 

@@ -1,8 +1,8 @@
-#include "tests/platform/native_wire.h"
+#include "tests/platform/midi_instrument.h"
 
 #include "platform/api/clock.h"
-#include "platform/machine.h"
 #include "platform/backends/alsa/alsa.h"
+#include "platform/machine.h"
 #include "platform/platform.h"
 
 #include <atomic>
@@ -12,9 +12,9 @@
 
 namespace {
 
-class Wire {
+class Loopback {
 public:
-    Wire() {
+    Loopback() {
         snd_seq_open(&Handle, "default", SND_SEQ_OPEN_DUPLEX, 0);
         snd_seq_set_client_name(Handle, "Wire");
         snd_seq_set_client_pool_input(Handle, 2000);
@@ -24,7 +24,7 @@ public:
                                    SND_SEQ_PORT_TYPE_MIDI_GENERIC);
         Thread = std::thread([this] { Run(); });
     }
-    ~Wire() {
+    ~Loopback() {
         snd_seq_event_t end; // to itself
         snd_seq_ev_clear(&end);
         end.type = SND_SEQ_EVENT_USR0;
@@ -34,13 +34,13 @@ public:
         Thread.join();
         snd_seq_close(Handle);
     }
-    Wire(const Wire&) = delete;
-    Wire& operator=(const Wire&) = delete;
+    Loopback(const Loopback&) = delete;
+    Loopback& operator=(const Loopback&) = delete;
 
 private:
-    // In the kernel what comes too fast for a program is lost, so it is a fast one.
+    // At raised priority, since the kernel drops what a program reads too slowly.
     void Run() {
-        machine::HastenThread();
+        device::RaiseThreadPriority();
         for (snd_seq_event_t* event = nullptr; Next(event);) {
             snd_seq_ev_set_source(event, 0);
             snd_seq_ev_set_subs(event);
@@ -48,7 +48,7 @@ private:
             snd_seq_event_output_direct(Handle, event);
         }
     }
-    // False at the end. Joining it is announced to it as well.
+    // False at the end. Skips the announcements of connections to this client.
     bool Next(snd_seq_event_t*& event) {
         int result = 0;
         do result = snd_seq_event_input(Handle, &event);
@@ -61,7 +61,7 @@ private:
     std::thread Thread;
 };
 
-std::unique_ptr<Wire> wire;
+std::unique_ptr<Loopback> loopback;
 
 unsigned Count() { return midiInGetNumDevs() + midiOutGetNumDevs(); }
 
@@ -69,25 +69,27 @@ void AwaitCount(unsigned count) {
     while (Count() != count) std::this_thread::yield();
 }
 
-} // namespace
+void PlugAgain() {
+    loopback = std::make_unique<Loopback>();
+    AwaitCount(2);
+}
 
-bool PlugNativeWire() {
+bool Plug() {
     const std::string reason = machine::UseNativeMidi();
     if (!reason.empty() || Count() != 0) {
-        std::printf("%s\n", reason.empty() ? "Other devices are there" : reason.c_str());
+        std::printf("%s\n", reason.empty() ? "Other devices are plugged in" : reason.c_str());
         return false;
     }
-    PlugNativeWireAgain();
+    PlugAgain();
     return true;
 }
 
-void UnplugNativeWire() {
-    if (!wire) return;
-    wire.reset();
+void Unplug() {
+    if (!loopback) return;
+    loopback.reset();
     AwaitCount(0);
 }
 
-void PlugNativeWireAgain() {
-    wire = std::make_unique<Wire>();
-    AwaitCount(2);
-}
+} // namespace
+
+const MidiInstrument AlsaInstrument = {"alsa", Plug, Unplug, PlugAgain};

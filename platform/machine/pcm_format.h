@@ -1,4 +1,4 @@
-// The format of a sound.
+// Formats of sampled sound.
 #pragma once
 
 #include <array>
@@ -6,13 +6,13 @@
 namespace machine {
 
 struct PcmFormat {
-    unsigned Rate;     // frames a second
+    unsigned Rate;     // frames per second
     unsigned Channels; // 1 or 2
     unsigned Bits;     // 8 or 16
     friend bool operator==(const PcmFormat&, const PcmFormat&) = default;
 };
 
-// Those that capabilities tell of, in the order of their bits.
+// The formats that have a bit in dwFormats of capabilities, in the order of the bits.
 constexpr std::array<PcmFormat, 12> CommonFormats = {{{11025, 1, 8},
                                                       {11025, 2, 8},
                                                       {11025, 1, 16},

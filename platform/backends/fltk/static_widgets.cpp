@@ -1,4 +1,4 @@
-// What nobody works on: groups, labels, signs and frames.
+// Widgets that take no input: groups, labels, icons and frames.
 #include "platform/backends/fltk/widgets.h"
 
 #include <FL/Fl_Group.H>
@@ -11,28 +11,28 @@ namespace {
 
 using look::Picture;
 
-class Still : public Fl_Widget {
+class StaticWidget : public Fl_Widget {
 public:
-    Still(Control& control, void (*paint)(const Control&))
+    StaticWidget(Control& control, void (*paint)(const Control&))
         : Fl_Widget(control.Place.Left, control.Place.Top, control.Place.Width,
                     control.Place.Height),
-          Of(control), Paint(paint) {}
-    void draw() override { Paint(Of); }
+          Model(control), Paint(paint) {}
+    void draw() override { Paint(Model); }
 
 private:
-    Control& Of;
+    Control& Model;
     void (*Paint)(const Control&);
 };
 
-// Most of the label's height lies beside the other.
+// Whether more than half of the label's height is beside the other control.
 bool SameLine(const Box& label, const Box& other) {
     const int top = std::max(label.Top, other.Top);
     const int bottom = std::min(label.Top + label.Height, other.Top + other.Height);
     return bottom - top > label.Height / 2;
 }
 
-// The field or list that a label stands before: their texts are to share a baseline.
-const Control* Beside(const Control& label) {
+// The field or list to the right of a label, if any: their texts share a baseline.
+const Control* FindPartner(const Control& label) {
     const Control* nearest = nullptr;
     const int right = label.Place.Left + label.Place.Width;
     for (const auto& control : label.Owner->Controls) {
@@ -46,14 +46,14 @@ const Control* Beside(const Control& label) {
 }
 
 void PaintLabel(const Control& label) {
-    const Control* partner = Beside(label);
+    const Control* partner = FindPartner(label);
     Box box = label.Place;
     if (partner) box.Top = partner->Place.Top;
     if (partner) box.Height = partner->Place.Height;
-    look::DrawLabel(label.Text, box, label.Side, !partner, InkOf(label));
+    look::DrawLabel(label.Text, box, label.Alignment, !partner, InkOf(label));
 }
 
-// The frame's upper line runs through the middle of the title.
+// The frame's upper line is at half the height of the title.
 void PaintGroup(const Control& group) {
     const Box& box = group.Place;
     const int drop = look::LineHeight() / 2, line = look::Line();
@@ -83,7 +83,7 @@ void PaintIcon(const Control& icon) {
     picture.Draw(icon.Place.Left, icon.Place.Top);
 }
 
-// A frame, and in it what a program has drawn.
+// Draws a frame and the program's picture in it.
 void PaintFrame(const Control& frame) {
     Picture picture(frame.Place.Width, frame.Place.Height);
     picture.Framed(0, 0, picture.Width, picture.Height, 0, look::Ground, 0x000000, 1);
@@ -100,11 +100,11 @@ void PaintFrame(const Control& frame) {
 
 } // namespace
 
-Fl_Widget* NewStill(Control& control) {
-    if (control.Is(Kind::GroupBox)) return new Still(control, PaintGroup);
-    if (control.Is(Kind::Icon)) return new Still(control, PaintIcon);
-    if (control.Is(Kind::Frame)) return new Still(control, PaintFrame);
-    return new Still(control, PaintLabel);
+Fl_Widget* NewStaticWidget(Control& control) {
+    if (control.Is(Kind::GroupBox)) return new StaticWidget(control, PaintGroup);
+    if (control.Is(Kind::Icon)) return new StaticWidget(control, PaintIcon);
+    if (control.Is(Kind::Frame)) return new StaticWidget(control, PaintFrame);
+    return new StaticWidget(control, PaintLabel);
 }
 
 } // namespace ui
