@@ -31,13 +31,12 @@ public:
         for (auto& row : Sources) row.resize(Cost.size());
     }
     void Step(const Observation& observed) {
-        const auto sustain = [this](int bin) { return Cost[Number(Phase::Sustain, bin)]; };
+        const auto held = [this](int bin) { return Cost[Number(Phase::Sustain, bin)]; };
         int best = 0, far = -1; // far: the best at least a semitone from best
         for (int i = 0; i < Bins; ++i)
-            if (sustain(i) < sustain(best)) best = i;
+            if (held(i) < held(best)) best = i;
         for (int i = 0; i < Bins; ++i)
-            if (std::abs(i - best) >= Cheap.BinsPerSemitone &&
-                (far < 0 || sustain(i) < sustain(far)))
+            if (std::abs(i - best) >= Cheap.BinsPerSemitone && (far < 0 || held(i) < held(far)))
                 far = i;
         std::vector<double> next(Cost.size(), 1e9);
         auto& sources = Sources[Steps++ % Depth];
