@@ -1,6 +1,6 @@
 /* zormidi.h - the public interface of the library: 29 functions and one record.
  *
- * Valid C99 and C++. Every function returns at once unless its comment says otherwise.
+ * Valid C99 and C++. Every function returns at once unless its comment states otherwise.
  *
  * How to read the comments
  *   Thread:    the thread that may call it. "Host" is the one thread that the host uses for set-up

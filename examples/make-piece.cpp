@@ -18,7 +18,7 @@ namespace {
 
 constexpr int Quarter = 480;
 constexpr int Bar = 4 * Quarter;
-constexpr int Round = 2 * Bar; // one repetition of the ground bass
+constexpr int Repeat = 2 * Bar; // one repetition of the ground bass
 
 using Bytes = std::vector<unsigned char>;
 
@@ -184,7 +184,7 @@ bool RoundsAreWhole() {
     for (std::size_t i = 0; i < Rounds.size(); ++i) {
         int length = 0;
         for (const Tone& tone : Parse(Rounds[i])) length += tone.Length;
-        if (length == Round) continue;
+        if (length == Repeat) continue;
         std::fprintf(stderr, "make-piece: round %zu is not two bars long\n", i + 1);
         whole = false;
     }
@@ -203,7 +203,7 @@ constexpr int Violins = 3;
 const int Pieces = static_cast<int>(Rounds.size());
 const int GroundRounds =
     1 + Pieces + Violins - 1; // first the bass alone; each further violin enters one later
-const int End = GroundRounds * Round;
+const int End = GroundRounds * Repeat;
 
 void Conduct(Track& track) {
     track.Text(3, "Canon in D, after Johann Pachelbel");
@@ -216,7 +216,7 @@ void Conduct(Track& track) {
                          static_cast<unsigned char>(length & 255)});
     };
     for (int round = 0; round < GroundRounds; ++round) {
-        tempo(round * Round, 52 + std::min(round, 12)); // gets faster
+        tempo(round * Repeat, 52 + std::min(round, 12)); // gets faster
     }
     for (int step = 0; step < 8; ++step) { // slows down at the end
         tempo(End - Bar + step * Quarter / 2, 60 - 3 * step);
@@ -239,7 +239,7 @@ void PlayViolin(Part& part, int entry) {
             tick += tone.Length;
         }
     }
-    for (; tick < End; tick += Round) { // violins that have finished hold the harmony
+    for (; tick < End; tick += Repeat) { // violins that have finished hold the harmony
         for (int beat = 0; beat < 8; beat += 2) {
             part.Note(tick + beat * Quarter, 2 * Quarter, Ground[beat].Tones[2] + 12, 58);
         }
@@ -310,7 +310,7 @@ int main(int count, char** arguments) {
     for (int i = 0; i < Violins; ++i) {
         violins.emplace_back(tracks[static_cast<std::size_t>(1 + i)], i,
                              "Violin " + std::to_string(i + 1), 40, 104, 32 + 32 * i);
-        PlayViolin(violins.back(), (1 + i) * Round);
+        PlayViolin(violins.back(), (1 + i) * Repeat);
         violins.back().Note(End, 4 * Quarter, Ground[0].Tones[i] + 12, 70);
         violins.back().Vibrato(End, 4 * Quarter);
     }

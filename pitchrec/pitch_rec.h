@@ -36,7 +36,7 @@ class SoundIn;
 class TextStringArray;
 
 // The interface, with defaults of a recogniser without input. All functions are called on the
-// owner's thread unless their comment says otherwise.
+// owner's thread unless their comment states otherwise.
 class PitchRec {
 public:
     PitchRec() = default;

@@ -13,7 +13,7 @@ namespace zorhost {
 
 namespace {
 
-// Visit tells a microphone that was unplugged and plugged in again from one that stayed.
+// Visit differs for a microphone that was unplugged and plugged in again.
 struct Device {
     std::string Name;
     unsigned Visit = 0;

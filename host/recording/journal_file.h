@@ -16,7 +16,7 @@ public:
     JournalFile(const JournalFile&) = delete;
     JournalFile& operator=(const JournalFile&) = delete;
 
-    // False if the constructor failed; ErrorText says why.
+    // False if the constructor failed; ErrorText is the reason.
     bool IsLocked() const { return ErrorText.empty(); }
     // OpenMode::New failed since there is such a file.
     bool AlreadyExists() const { return Existed; }

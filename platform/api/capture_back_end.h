@@ -8,7 +8,7 @@ namespace device {
 class CaptureBackEnd {
 public:
     // The devices that are plugged in, the system's default one first; none, with the reason in a
-    // sentence, if the system cannot be asked. Blocks two seconds at most. Thread: any.
+    // sentence, if the system does not answer. Blocks two seconds at most. Thread: any.
     virtual CaptureDeviceList FindDevices(std::string& reason) = 0;
 
 protected:

@@ -14,7 +14,7 @@
 // is
 //   audible. The audio lane never delays it.
 // - Lane threads run until the process ends, or the library is unloaded without stopping them, so
-//   nothing that they use is ever destroyed. WaitForActions is called before code is unloaded.
+//   objects that they use are never destroyed. WaitForActions is called before code is unloaded.
 // - No lock is held while an action runs, so that an action may call anything here.
 // - Changing the clock drops all pending actions, and returns when no action of the old one runs.
 //

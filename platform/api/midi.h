@@ -87,7 +87,7 @@ public:
     virtual std::uint32_t SupportFlags() const {
         return 0;
     } // dwSupport of an output's capabilities
-    // Names of the other programs that use the device, as far as the system knows them.
+    // Names of the other programs that use the device, as far as the system reports them.
     virtual std::vector<std::string> Users() const { return {}; }
 
     // Called only while closed. Done, InUse, Gone or Failed. receiver: null for an output. An input

@@ -67,7 +67,7 @@ void FeedGenerator(Microphone microphone, Generator generator);
 // MMSYSERR_NODRIVER, except for unprepare and close.
 void Unplug(Microphone microphone);
 
-// Skips the next so many notifications of captured sound, while sound is captured and positions
+// Skips the next `times` notifications of captured sound, while sound is captured and positions
 // move. The notification after them covers all of it: waveIn then returns several buffers in a row.
 void FallBehind(Microphone microphone, unsigned times);
 
@@ -84,7 +84,7 @@ struct CaptureStats {
 };
 CaptureStats StatsOf(Microphone microphone);
 
-// Objects of all microphones that exist now, for finding leaks.
+// Objects of all microphones that exist now, to detect leaks.
 int OpenWaveIns();
 int PreparedWaveHeaders();
 int OpenMixers(); // handles

@@ -58,7 +58,7 @@ void ReceiveMidi(int input, std::uint32_t packed);
 // it.
 void WatchMidiDevices(std::function<void()> watcher);
 
-// Names of the other programs that use a device, as far as the system knows them.
+// Names of the other programs that use a device, as far as the system reports them.
 std::vector<std::string> UsersOfMidiInput(int number);
 std::vector<std::string> UsersOfMidiOutput(int number);
 

@@ -46,7 +46,7 @@ struct DSCBUFFERDESC1 {
     DWORD dwReserved;
     WAVEFORMATEX* lpwfxFormat;
 };
-// The system's record has more members since; dwSize tells which form a caller uses.
+// The system's record has more members since; dwSize shows which form a caller uses.
 struct DSCBUFFERDESC : DSCBUFFERDESC1 {};
 struct DSBPOSITIONNOTIFY {
     DWORD dwOffset;

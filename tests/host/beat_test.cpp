@@ -90,7 +90,7 @@ TEST(Record, OverASongStoresNotesAtItsBeats) {
     Program record("record over.mid --overdub under.mid --to 2 --seconds 1.2");
     PlayAlong(peer, 5);
     EXPECT_EQ(record.Finish(), 0) << record.Err;
-    EXPECT_NE(record.Out.find("5 notes, 10 messages"), std::string::npos) << record.Out;
+    EXPECT_NE(record.Output.find("5 notes, 10 messages"), std::string::npos) << record.Output;
     ExpectBeats(TicksByKey("over.mid", 0x95), 40, 5, 400);
     EXPECT_EQ(TicksByKey("over.mid", 0x92),
               (std::multimap<int, int>{{50, 0}, {51, 960}, {52, 1920}, {53, 2880}, {54, 3840}}));

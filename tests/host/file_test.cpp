@@ -88,7 +88,7 @@ TEST(CommandLines, ThatAreInvalidExitWithTwo) {
                                      "                        with --overdub\n")}) {
         const Result help = RunZorhost(line);
         EXPECT_EQ(help.Code, 0);
-        EXPECT_NE(help.Out.find(expected), std::string::npos) << help.Out;
+        EXPECT_NE(help.Output.find(expected), std::string::npos) << help.Output;
     }
 }
 
@@ -108,7 +108,7 @@ TEST(Settings, DecideThePortsAndAreNeverWritten) {
           "output 1   channels   1-16   Default MIDI Output Device  -> "
           "Loopback MIDI 1\n",
           "output 2   channels  17-32   Loopback MIDI 3\n", "external clock from input 2\n"})
-        EXPECT_NE(devices.Out.find(line), std::string::npos) << line << devices.Out;
+        EXPECT_NE(devices.Output.find(line), std::string::npos) << line << devices.Output;
     for (const auto& [line, expected] :
          {std::pair("follow good.mid",
                     "input 2, selected for clock in the settings, has no device"),

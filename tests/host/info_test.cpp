@@ -31,7 +31,7 @@ TEST(Info, PrintsAllThatAFileHolds) {
                 {0, {0x98, 60, 9}},
                 {3840 + 3600 * 480, {0x88, 60, 0}}},
                {{0, {0x92, 59, 9}}, {9, {0x92, 66, 9}}, {10, {0x92, 59, 0}}}});
-    EXPECT_EQ(RunZorhost("info whole.mid").Out,
+    EXPECT_EQ(RunZorhost("info whole.mid").Output,
               R"(Length   1:00:04.0, 2402 bars
 Tempo    120, 60 in bar 3 quarter notes per minute
 Meter    4/4, 3/8 in bar 3
@@ -44,7 +44,7 @@ Warning: 2 system exclusive messages, which play skips
 Warning: a note or pedal is still held at the end
 )");
     EXPECT_EQ(
-        RunZorhost("info whole.mid --json").Out,
+        RunZorhost("info whole.mid --json").Output,
         R"({"kind":"file","seconds":3604.000,"type":1,"tracks":3,"messages":9,"bars":2402,"ticks":480}
 {"kind":"tempo","bar":1,"bpm":120.000}
 {"kind":"tempo","bar":3,"bpm":60.000}
@@ -65,7 +65,7 @@ Warning: a note or pedal is still held at the end
                               "\nt2 2 notes B1 to C4 ch 9, 10 Two (Drums,\r\n     Violin)\r\n",
                               "\nWarning: 2 system exclusive messages,\r\n         which play "
                               "skips\r\nWarning: a note"})
-        EXPECT_NE(narrow.Out.find(lines), std::string::npos) << narrow.Out;
+        EXPECT_NE(narrow.Output.find(lines), std::string::npos) << narrow.Output;
 }
 
 TEST(Report, CountsMessagesHeldBackLostAndWrong) {
@@ -89,9 +89,9 @@ TEST(Report, CountsMessagesHeldBackLostAndWrong) {
             << c.Settings;
         const Result result = RunZorhost("--ini report play three.mid --report");
         EXPECT_EQ(result.Code, c.Code) << result.Err;
-        EXPECT_NE(result.Out.find(sent + "  " + c.Expected), std::string::npos) << result.Out;
-        EXPECT_EQ(result.Out.find(" -"), std::string::npos)
-            << "none is received early: " << result.Out;
+        EXPECT_NE(result.Output.find(sent + "  " + c.Expected), std::string::npos) << result.Output;
+        EXPECT_EQ(result.Output.find(" -"), std::string::npos)
+            << "none is received early: " << result.Output;
     }
 }
 

@@ -69,12 +69,12 @@ TEST(Keys, MoveWithinALoopWhichContinuesAsWritten) {
 
     play.Type(" ");
     ASSERT_TRUE(play.Await("paused  bar    2"));
-    EXPECT_EQ(play.Out.find("bar    4"), std::string::npos) << "beyond the loop";
-    play.Out.clear();
+    EXPECT_EQ(play.Output.find("bar    4"), std::string::npos) << "beyond the loop";
+    play.Output.clear();
     play.Type(Right);
     ASSERT_TRUE(
         play.Await("paused  bar    3 beat  1  0:01.0 of 0:02.0  [##########----------]\033[K"));
-    play.Out.clear();
+    play.Output.clear();
     play.Type(Left + Right + " ");
     loop.Await(68);
     EXPECT_EQ(loop.Struck, Keys{68});
@@ -82,7 +82,7 @@ TEST(Keys, MoveWithinALoopWhichContinuesAsWritten) {
     ASSERT_TRUE(play.Await("\rbar    3"));
     play.Type(" ");
     for (int i = 0; i < 4; ++i) { // paused for several progress lines
-        play.Out.clear();
+        play.Output.clear();
         ASSERT_TRUE(play.Await("paused  bar    3"));
     }
     play.Type(" "); // resumes at the same position
@@ -101,8 +101,8 @@ TEST(Keys, MoveWithinALoopWhichContinuesAsWritten) {
     EXPECT_FALSE(loop.IsStruck(60));
     play.Type("q");
     EXPECT_EQ(play.Finish(), 0);
-    EXPECT_NE(play.Out.find("]\033[K\r\n\r\033[KStopped after"), std::string::npos) << play.Out;
-    EXPECT_EQ(play.Out.find("queue"), std::string::npos) << "no room for it";
+    EXPECT_NE(play.Output.find("]\033[K\r\n\r\033[KStopped after"), std::string::npos) << play.Output;
+    EXPECT_EQ(play.Output.find("queue"), std::string::npos) << "no room for it";
     EXPECT_TRUE(play.Echoes);
 }
 

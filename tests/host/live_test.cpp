@@ -29,8 +29,8 @@ TEST(Monitor, PrintsEachMessageInWordsButForThoseFilteredOut) {
         peer.Send(message);
     ASSERT_TRUE(monitor.Await("continue"));
     ASSERT_TRUE(other.Await("\033[2mclock\033[0m\r\n"));
-    EXPECT_EQ(other.Out.find("\033[2mstop"), std::string::npos);
-    EXPECT_NE(other.Out.find(" ch   4 \033[35mprogram   105  Sitar\033[0m\r\n"), std::string::npos);
+    EXPECT_EQ(other.Output.find("\033[2mstop"), std::string::npos);
+    EXPECT_NE(other.Output.find(" ch   4 \033[35mprogram   105  Sitar\033[0m\r\n"), std::string::npos);
     monitor.Signal(SIGINT);
     EXPECT_EQ(monitor.Finish(), 0);
     std::string expected;
@@ -41,7 +41,7 @@ TEST(Monitor, PrintsEachMessageInWordsButForThoseFilteredOut) {
           "        song position 257", "        song select 9", "        tune request",
           "        stop", "        start", "        continue"})
         expected += std::string("Loopback MIDI 3       ") + words + "\n";
-    EXPECT_EQ(std::regex_replace(monitor.Out, std::regex(R"( *\d+\.\d{3}  )"), ""), expected);
+    EXPECT_EQ(std::regex_replace(monitor.Output, std::regex(R"( *\d+\.\d{3}  )"), ""), expected);
 }
 
 // Its output is read only after Ctrl-C.
@@ -53,7 +53,7 @@ TEST(Monitor, CtrlCWhileItWritesLosesNoLine) {
     usleep(500'000);
     monitor.Signal(SIGINT);
     EXPECT_EQ(monitor.Finish(), 0) << monitor.Err;
-    EXPECT_GT(std::ranges::count(monitor.Out, '\n'), 1000);
+    EXPECT_GT(std::ranges::count(monitor.Output, '\n'), 1000);
 }
 
 // The main thread must not poll, although the library's timer runs 250 times per second.
@@ -182,7 +182,7 @@ TEST(Record, WritesInputAndPlaysItThruWithTheMap) {
         EXPECT_TRUE(heard.Await(message)) << std::hex << message;
     record.Signal(SIGINT);
     EXPECT_EQ(record.Finish(), 0) << record.Err;
-    EXPECT_NE(record.Out.find("5 notes, 8 messages"), std::string::npos) << record.Out;
+    EXPECT_NE(record.Output.find("5 notes, 8 messages"), std::string::npos) << record.Output;
     EXPECT_NE(access("recorded.part.mid", F_OK), 0);
     const std::vector<Bytes> expected = {
         {0x90, 60, 100}, {0x92, 62, 90}, {0x90, 64, 0}, {0x93, 64, 80},
@@ -267,7 +267,7 @@ TEST(Follow, PlaysAtThePositionOfTheClock) {
     EXPECT_EQ(heard(60), 2) << "before and after Start";
     SendClocks(peer, 6 * 24);
     EXPECT_EQ(follow.Finish(), 0);
-    EXPECT_NE(follow.Out.find("Played to the end"), std::string::npos);
+    EXPECT_NE(follow.Output.find("Played to the end"), std::string::npos);
 }
 
 // The clock sends Start, 24 clocks per quarter note, and Stop.

@@ -45,10 +45,10 @@ TEST(Play, EveryMessageOfAFileLargerThanTheQueuesComesBackInOrder) {
     EXPECT_GT(all.size(), 20000u);
     WriteMidi("large.mid", 960, tracks);
     const Result result = RunZorhost("play large.mid --tempo 800 --record copy.mid --report");
-    EXPECT_EQ(result.Code, 0) << result.Out << result.Err;
+    EXPECT_EQ(result.Code, 0) << result.Output << result.Err;
     for (const char* line :
          {"  lost                                0\n", "  wrong                               0\n"})
-        EXPECT_NE(result.Out.find(line), std::string::npos) << result.Out;
+        EXPECT_NE(result.Output.find(line), std::string::npos) << result.Output;
     const std::vector<TimedMessage> copy = ReadBack("copy.mid");
     ASSERT_EQ(Messages(copy), Messages(all));
     // Stored by the song's bar lines, where 1 ms is 26 ticks and later 13: none early, some in
@@ -68,7 +68,7 @@ TEST(Play, FollowsTheTempoMapAndReportsWhatIsSkipped) {
               {{{0, Tempo(100000)}, {192, Tempo(200000)}},
                {{0, {0xF0, 4, 0x7E, 0x7F, 9, 0xF7}}, {0, {0x90, 60, 1}}, {384, {0x90, 60, 0}}}});
     const Result result = RunZorhost("play tempi.mid --tempo 200 --record copy.mid");
-    EXPECT_NE(result.Out.find("Played 2 messages, 0:00.3 long"), std::string::npos) << result.Out;
+    EXPECT_NE(result.Output.find("Played 2 messages, 0:00.3 long"), std::string::npos) << result.Output;
     EXPECT_NE(result.Err.find("1 system exclusive message is left out"), std::string::npos)
         << result.Err;
     // The recording has the song's tempo map, so no message is before its written tick.
@@ -78,7 +78,7 @@ TEST(Play, FollowsTheTempoMapAndReportsWhatIsSkipped) {
 }
 
 TEST(Play, FromABarSoundsAsIfPlayedFromTheBeginning) {
-    // Bars of 4/4 at 96 ticks a quarter. Bar 3 begins at tick 768.
+    // Bars of 4/4 at 96 ticks per quarter. Bar 3 begins at tick 768.
     const TrackEvents track = {
         {0, {0xB0, 0, 1}},    {0, {0xC0, 5}},        {0, {0xB0, 7, 50}},     {0, {0xB0, 101, 0}},
         {0, {0xB0, 100, 0}},  {0, {0xB0, 6, 12}},    {0, {0xE0, 0, 80}},     {10, {0x90, 40, 64}},
@@ -112,7 +112,7 @@ TEST(Play, CtrlCLeavesNothingSoundingAndAWholeRecording) {
     const auto received =
         static_cast<std::size_t>(std::ranges::count(peer.Received(), Packed(0xE3, 0, 70)));
     std::size_t reported = 0;
-    EXPECT_EQ(std::sscanf(play.Out.c_str(), "Stopped after %zu", &reported), 1) << play.Out;
+    EXPECT_EQ(std::sscanf(play.Output.c_str(), "Stopped after %zu", &reported), 1) << play.Output;
     EXPECT_NEAR(reported, received + 3, 100); // not the queued ones
     for (const std::uint32_t end : {Packed(0x83, 60), Packed(0x83, 67), Packed(0xB3, 64, 0),
                                     Packed(0xB3, 123, 0), Packed(0xE3, 0, 64)})

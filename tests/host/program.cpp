@@ -118,7 +118,7 @@ bool Program::ReadMore() {
 bool Program::Await(const std::string& text) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
     do {
-        if (Out.find(text) != std::string::npos || Err.find(text) != std::string::npos) return true;
+        if (Output.find(text) != std::string::npos || Err.find(text) != std::string::npos) return true;
     } while (std::chrono::steady_clock::now() < end && ReadMore());
     return false;
 }
@@ -159,5 +159,5 @@ int Program::Finish() {
 Result RunZorhost(const std::string& arguments) {
     Program program(arguments);
     const int code = program.Finish();
-    return {code, program.Out, program.Err};
+    return {code, program.Output, program.Err};
 }

@@ -30,7 +30,7 @@ public:
     // Returns how often its main thread has gone to sleep so far.
     int Sleeps() const;
 
-    std::string Out, Err;
+    std::string Output, Err;
     bool Echoes = false; // true if the program has left the terminal in its normal mode
 
 private:
@@ -42,6 +42,6 @@ private:
 
 struct Result {
     int Code;
-    std::string Out, Err;
+    std::string Output, Err;
 };
 Result RunZorhost(const std::string& arguments);

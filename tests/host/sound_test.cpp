@@ -57,7 +57,7 @@ const std::vector<Tone> Three = {{0.5, 0.9, 60}, {1.0, 1.4, 67}, {1.6, 2.0, 64}}
 TEST(Transcribe, FindsTheNotesAndTheirTimes) {
     WriteWav("whole.wav", 2.4, Three);
     const std::string bytes = ReadText("whole.wav");
-    // A quarter of a second shorter than its header says.
+    // A quarter of a second shorter than in its header.
     WriteBytes("cut.wav", Bytes(bytes.begin(), bytes.end() - Rate * 2 / 4));
     for (const bool isCut : {false, true}) {
         const Result result = RunZorhost(isCut ? "transcribe cut.wav -o three.mid --tempo 60"
@@ -139,7 +139,7 @@ TEST(Transcribe, WritesATakeOutOfTuneAsMidiBendsJsonAndPlot) {
     const Result result =
         RunZorhost("transcribe 'out & <in>.wav' --json --bends -o /dev/stdout --plot tune.svg");
     EXPECT_EQ(result.Code, 0) << result.Err;
-    WriteBytes("tune.mid", Bytes(result.Out.begin(), result.Out.end()));
+    WriteBytes("tune.mid", Bytes(result.Output.begin(), result.Output.end()));
     std::vector<Bytes> notes;
     for (const TimedMessage& event : ReadBack("tune.mid")) {
         const Bytes& message = event.Message;
@@ -196,7 +196,7 @@ TEST(Transcribe, ReportsWhatItCannotDetect) {
     WriteWav("three.wav", 2.4, Three);
     for (const char* as : {"--as-library", "--as-listen"})
         EXPECT_NE(
-            RunZorhost(std::string("transcribe three.wav ") + as).Out.find("\n3 notes in 2.4 s"),
+            RunZorhost(std::string("transcribe three.wav ") + as).Output.find("\n3 notes in 2.4 s"),
             std::string::npos);
     WriteWav("noise.wav", 2.2, {{0.3, 0.7, 60}, {1.0, 1.5, -1}});
     WriteWav("short.wav", 0.03, {{0, 1, 60}});
@@ -210,7 +210,7 @@ TEST(Transcribe, ReportsWhatItCannotDetect) {
         {"noise", "Unrecognised: 0."}};
     for (const auto& [name, expected] : cases) {
         const Result result = RunZorhost("transcribe -o some.mid " + name + ".wav");
-        EXPECT_NE((result.Out + result.Err).find(expected), std::string::npos)
+        EXPECT_NE((result.Output + result.Err).find(expected), std::string::npos)
             << name << result.Err;
         EXPECT_EQ(result.Code, name == "noise" ? 0 : 1) << name;
         EXPECT_EQ(std::filesystem::exists("some.mid"), result.Code == 0) << name;
@@ -229,13 +229,13 @@ TEST(Listen, PrintsPlaysAndWritesTheNotesOfAMicrophone) {
             lines += std::string(R"( +\d\.\d{3}  )") + name + R"(   velocity \d+ +)" + after + "\n";
         return std::regex_match(out, std::regex(lines + "3 notes\nWrote [a-z.]+ at 120 [a-z ]+\n"));
     };
-    EXPECT_TRUE(heard(result.Out, R"([+-][01] cents)")) << result.Out;
+    EXPECT_TRUE(heard(result.Output, R"([+-][01] cents)")) << result.Output;
     EXPECT_TRUE(std::regex_search(result.Err, std::regex(R"(level \[#+-+\]  E4 [+-]\d cents\n)")))
         << result.Err;
     EXPECT_EQ(ReadBack("listened.mid").size(), 6u);
     EXPECT_EQ(library.Finish(), 0) << library.Err;
-    EXPECT_TRUE(heard(std::regex_replace(library.Out, std::regex(".*cents\n"), ""), "the library"))
-        << library.Out;
+    EXPECT_TRUE(heard(std::regex_replace(library.Output, std::regex(".*cents\n"), ""), "the library"))
+        << library.Output;
     EXPECT_EQ(ReadBack("library.mid").size(), 6u);
     std::vector<std::uint32_t> keys;
     for (const std::uint32_t message : peer.Received()) {
@@ -270,7 +270,7 @@ TEST(Microphone, CapturesSilenceOrAFileWhoseNotesAreComparedWithWrittenOnes) {
     EXPECT_EQ(silent.Code, 0) << silent.Err;
     EXPECT_NE(silent.Err.find("captures only silence"), std::string::npos) << silent.Err;
 
-    // 480 ticks a quarter at 120: 960 a second.
+    // 480 ticks per quarter at 120: 960 a second.
     TrackEvents notes;
     for (const auto& [key, on] : {std::pair<unsigned char, int>{60, 480}, {67, 960}, {63, 1536}}) {
         notes.push_back({on, {0x90, key, 90}});
@@ -281,14 +281,14 @@ TEST(Microphone, CapturesSilenceOrAFileWhoseNotesAreComparedWithWrittenOnes) {
     const Result result =
         RunZorhost("play short.mid --mic three.wav --written written.mid --report");
     EXPECT_EQ(result.Code, 0) << result.Err;
-    EXPECT_NE(result.Out.find("2 of 3 written notes heard, 1 missed, 1 heard that was not written"),
+    EXPECT_NE(result.Output.find("2 of 3 written notes heard, 1 missed, 1 heard that was not written"),
               std::string::npos)
-        << result.Out;
+        << result.Output;
     for (const char* row :
          {R"(\n +0\.500 C4 +0\.400 s +0\.\d+ C4 +0\.[345]\d+ s +(-\d|\+\d\d?) ms\n)",
           R"(\n +1\.600 D#4 +0\.400 s +missed\n)",
           R"(\n +1\.\d+ E4 +0\.[345]\d+ s +not written\n)"})
-        EXPECT_TRUE(std::regex_search(result.Out, std::regex(row))) << row << result.Out;
+        EXPECT_TRUE(std::regex_search(result.Output, std::regex(row))) << row << result.Output;
 }
 
 } // namespace

@@ -68,17 +68,17 @@ TEST(Files, ThatAreInvalidAreReadWithWarningsOrRefused) {
         {MidiBytes(96, {{{0, Note}, {1, {0xFF, 1, 0}}, {2, {60, 0}}}}), "running status", 2},
     };
     for (const auto& c : cases) {
-        std::string said;
+        std::string text;
         try {
             const midifile::Song song = midifile::Read(c.File);
             EXPECT_EQ(song.Events.size(), c.Messages) << c.Text;
-            for (const std::string& line : song.Warnings) said += line + "\n";
+            for (const std::string& line : song.Warnings) text += line + "\n";
             EXPECT_LT(song.Map.TickAt(song.Map.MicrosecondsAt(song.EndTick) / 2), song.EndTick + 1);
         } catch (const midifile::Error& error) {
-            said = error.what();
-            EXPECT_EQ(c.Messages, 0u) << c.Text << ": " << said;
+            text = error.what();
+            EXPECT_EQ(c.Messages, 0u) << c.Text << ": " << text;
         }
-        EXPECT_NE(said.find(c.Text), std::string::npos) << c.Text << ": " << said;
+        EXPECT_NE(text.find(c.Text), std::string::npos) << c.Text << ": " << text;
         EXPECT_THROW(midifile::Read(c.File, ParseMode::Strict), midifile::Error) << c.Text;
     }
 }

@@ -13,6 +13,6 @@ int main(int count, char** arguments) {
     std::puts("ready");
     for (std::size_t i = 0;; ++i) {
         std::fflush(stdout);
-        std::printf("%X\n", peer.At(i));
+        std::printf("%X\n", peer.AwaitNumber(i));
     }
 }

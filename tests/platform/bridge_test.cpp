@@ -32,20 +32,20 @@ TEST(Bridge, EveryInputOnTheCableHearsEveryOutputThatLives) {
     for (const std::uint32_t message : {0x403C90u, 0x7FC2u, 0xF8u}) peer.Send(message);
     for (Listener* each : {&before, &after}) {
         EXPECT_TRUE(each->Await("F8\n"));
-        EXPECT_EQ(each->Out, "403C90\n7FC2\nF8\n");
+        EXPECT_EQ(each->Output, "403C90\n7FC2\nF8\n");
     }
     EXPECT_TRUE(peer.Await(0xF8)); // its own input is on the cable too
-    EXPECT_EQ(peer.Heard(), (std::vector<std::uint32_t>{0x403C90, 0x7FC2, 0xF8}));
+    EXPECT_EQ(peer.Received(), (std::vector<std::uint32_t>{0x403C90, 0x7FC2, 0xF8}));
     elsewhere.Signal(SIGTERM);
     elsewhere.Finish();
-    EXPECT_EQ(elsewhere.Out, "");
+    EXPECT_EQ(elsewhere.Output, "");
 }
 
 TEST(Bridge, WhatWasSentArrivesThoughItsSenderHasEnded) {
     const Peer peer("burst");
     EXPECT_EQ(Program("burst 4000").Finish(), 0);
     for (unsigned i = 0; i < 4000; ++i) ASSERT_EQ(peer.At(i), Numbered(i));
-    EXPECT_EQ(peer.Heard().size(), 4000u);
+    EXPECT_EQ(peer.Received().size(), 4000u);
 }
 
 // A stopped program delays neither the sender nor other receivers. It loses no message unless more
@@ -56,7 +56,7 @@ TEST(Bridge, WaitsForAProgramThatIsSlow) {
     Listener slow("slow");
     for (const unsigned lost : {0u, TooMany}) {
         slow.Signal(SIGSTOP);
-        const std::size_t first = peer.Heard().size();
+        const std::size_t first = peer.Received().size();
         std::string expected;
         for (unsigned i = 0; i < Most + lost; ++i) {
             const std::uint32_t message = i + 1 < Most + lost ? Numbered(i) : 0xFC;
@@ -69,7 +69,7 @@ TEST(Bridge, WaitsForAProgramThatIsSlow) {
         }
         slow.Signal(SIGCONT);
         ASSERT_TRUE(slow.Await("FC\n"));
-        EXPECT_TRUE(std::exchange(slow.Out, {}) == expected);
+        EXPECT_TRUE(std::exchange(slow.Output, {}) == expected);
     }
 }
 

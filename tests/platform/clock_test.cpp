@@ -33,11 +33,11 @@ TEST_F(Clock, AChainOfOneShotsKeepsItsGridAcrossTheWrap) {
 }
 
 TEST_F(Clock, AHostIsToldOfWhatTheTimersThreadHasDone) {
-    static Dues told;
-    told.clear();
-    machine::AfterTimers([] { told.push_back(timeGetTime()); });
+    static Dues notified;
+    notified.clear();
+    machine::AfterTimers([] { notified.push_back(timeGetTime()); });
     timeSetEvent(
-        3, 1, [](UINT, UINT, DWORD_PTR, DWORD_PTR, DWORD_PTR) { told.push_back(0); }, 0, 0);
+        3, 1, [](UINT, UINT, DWORD_PTR, DWORD_PTR, DWORD_PTR) { notified.push_back(0); }, 0, 0);
     device::Schedule(
         device::Lane::Audio, 1001'000, [](void*, std::uintptr_t) {}, nullptr);
     machine::AddMidiInput("Keys");
@@ -45,11 +45,11 @@ TEST_F(Clock, AHostIsToldOfWhatTheTimersThreadHasDone) {
     midiInOpen(&in, 0, 0, 0, CALLBACK_NULL);
     machine::ReceiveMidi(0, 0xF8);
     machine::Advance(5);
-    EXPECT_EQ(told, (Dues{1000, 0, 1003}));
+    EXPECT_EQ(notified, (Dues{1000, 0, 1003}));
     machine::AfterTimers(nullptr);
     machine::ReceiveMidi(0, 0xF8);
     machine::Advance(1);
-    EXPECT_EQ(told.size(), 3u);
+    EXPECT_EQ(notified.size(), 3u);
     midiInClose(in);
 }
 

@@ -38,21 +38,21 @@ protected:
         machine::RecordSentMidi(false);
         device::UseOnlyBackEnd(GetParam().BackEnd);
         if (!GetParam().Plug()) GTEST_SKIP();
-        ASSERT_EQ(midiOutOpen(&Out, 0, 0, 0, CALLBACK_NULL), MMSYSERR_NOERROR);
+        ASSERT_EQ(midiOutOpen(&OutputHandle, 0, 0, 0, CALLBACK_NULL), MMSYSERR_NOERROR);
         OpenInput();
     }
     void TearDown() override {
-        midiInClose(In);
-        midiOutClose(Out);
+        midiInClose(InputHandle);
+        midiOutClose(OutputHandle);
         machine::PowerOn();
         GetParam().Unplug();
         device::UseOnlyBackEnd(nullptr);
     }
     void OpenInput() {
-        ASSERT_EQ(midiInOpen(&In, 0, reinterpret_cast<DWORD_PTR>(&OnMidi),
+        ASSERT_EQ(midiInOpen(&InputHandle, 0, reinterpret_cast<DWORD_PTR>(&OnMidi),
                              reinterpret_cast<DWORD_PTR>(this), CALLBACK_FUNCTION),
                   MMSYSERR_NOERROR);
-        ASSERT_EQ(midiInStart(In), MMSYSERR_NOERROR);
+        ASSERT_EQ(midiInStart(InputHandle), MMSYSERR_NOERROR);
     }
     static void CALLBACK OnMidi(void*, UINT, DWORD_PTR self, DWORD_PTR first, DWORD_PTR stamp) {
         auto& test = *reinterpret_cast<MidiContract*>(self);
@@ -63,15 +63,15 @@ protected:
     }
     void Send(const Messages& messages) {
         for (const DWORD message : messages)
-            while (midiOutShortMsg(Out, message) == MIDIERR_NOTREADY) std::this_thread::yield();
+            while (midiOutShortMsg(OutputHandle, message) == MIDIERR_NOTREADY) std::this_thread::yield();
     }
     Messages Await(std::size_t count) {
         for (std::size_t i = 0; i < count; ++i) Came.acquire();
         return std::exchange(Got, {});
     }
 
-    HMIDIOUT Out = nullptr;
-    HMIDIIN In = nullptr;
+    HMIDIOUT OutputHandle = nullptr;
+    HMIDIIN InputHandle = nullptr;
     // Not atomic, so that a sanitizer reports a callback that is still running.
     Messages Got, Stamps;
     std::function<void()> Within;
@@ -85,7 +85,7 @@ TEST_P(MidiContract, EveryMessageComesWholeInOrderWithItsTime) {
     for (DWORD i = 0; i < 5000; ++i) sent.push_back(0xF2 | (i & 0x7F) << 8 | (i >> 7) << 16);
     Send(sent);
     EXPECT_EQ(Await(sent.size()), sent);
-    midiInStop(In);
+    midiInStop(InputHandle);
     EXPECT_TRUE(std::ranges::is_sorted(Stamps));
     EXPECT_LT(Stamps.back(), 600000u);
 }
@@ -93,18 +93,18 @@ TEST_P(MidiContract, EveryMessageComesWholeInOrderWithItsTime) {
 TEST_P(MidiContract, NothingComesBehindStopAndClose) {
     std::atomic<bool> done{false};
     std::thread sender([&] {
-        for (; !done; std::this_thread::yield()) midiOutShortMsg(Out, 0xF8);
+        for (; !done; std::this_thread::yield()) midiOutShortMsg(OutputHandle, 0xF8);
     });
     for (int run = 0; run < 300; ++run) {
         Came.acquire();
         if (run % 2)
-            midiInStop(In);
+            midiInStop(InputHandle);
         else
-            midiInClose(In);
+            midiInClose(InputHandle);
         const std::size_t kept = Got.size();
         std::this_thread::yield();
         EXPECT_EQ(Got.size(), kept);
-        if (run % 2) midiInClose(In);
+        if (run % 2) midiInClose(InputHandle);
         OpenInput();
     }
     done = true;
@@ -116,12 +116,12 @@ TEST_P(MidiContract, ACallbackMaySendAndMayCloseItsOwnDevice) {
         if (Got.size() < 5)
             Send({0xF8}); // an echo loop, ended below
         else
-            EXPECT_EQ(midiInClose(In), MMSYSERR_NOERROR);
+            EXPECT_EQ(midiInClose(InputHandle), MMSYSERR_NOERROR);
     };
     Send({0xF8, 0xF8});
     Await(5);
     Within = nullptr;
-    EXPECT_EQ(midiInClose(In), MMSYSERR_INVALHANDLE);
+    EXPECT_EQ(midiInClose(InputHandle), MMSYSERR_INVALHANDLE);
     OpenInput(); // it is free again
     Send({0xFE});
     EXPECT_EQ(Await(1).back(), 0xFEu);
@@ -130,8 +130,8 @@ TEST_P(MidiContract, ACallbackMaySendAndMayCloseItsOwnDevice) {
 TEST_P(MidiContract, AResetReleasesWhatSoundsAndAHandleThatWasHandedBackIsDead) {
     Send({0x403C90, 0x403D91, 0x403E90, 0x003E90, 0x403F90, 0x403F80});
     Await(6);
-    midiOutReset(Out);
-    midiOutReset(Out);
+    midiOutReset(OutputHandle);
+    midiOutReset(OutputHandle);
     Send({0xFE});
     EXPECT_EQ(Await(3), (Messages{0x3C80, 0x3D81, 0xFE}));
     HMIDIIN in = nullptr;
@@ -139,18 +139,18 @@ TEST_P(MidiContract, AResetReleasesWhatSoundsAndAHandleThatWasHandedBackIsDead) 
     EXPECT_EQ(midiInOpen(&in, 0, reinterpret_cast<DWORD_PTR>(&OnMidi), 0, CALLBACK_FUNCTION),
               MMSYSERR_ALLOCATED);
     EXPECT_EQ(midiOutOpen(&out, MIDI_MAPPER, 0, 0, CALLBACK_NULL), MMSYSERR_ALLOCATED);
-    const HMIDIIN old = In;
-    EXPECT_EQ(midiInClose(In), MMSYSERR_NOERROR);
+    const HMIDIIN old = InputHandle;
+    EXPECT_EQ(midiInClose(InputHandle), MMSYSERR_NOERROR);
     OpenInput();
     EXPECT_EQ(midiInReset(old), MMSYSERR_INVALHANDLE);
-    EXPECT_EQ(midiOutClose(Out), MMSYSERR_NOERROR);
-    EXPECT_EQ(midiOutShortMsg(Out, 0xF8), MMSYSERR_INVALHANDLE);
+    EXPECT_EQ(midiOutClose(OutputHandle), MMSYSERR_NOERROR);
+    EXPECT_EQ(midiOutShortMsg(OutputHandle, 0xF8), MMSYSERR_INVALHANDLE);
 }
 
 TEST_P(MidiContract, PulledOutItSaysSoAndPluggedInAgainItGoesOn) {
-    std::counting_semaphore<> told{0};
-    const auto awaitBoth = [&told] { told.acquire(), told.acquire(); };
-    machine::WatchMidiDevices([&told] { told.release(); });
+    std::counting_semaphore<> notified{0};
+    const auto awaitBoth = [&notified] { notified.acquire(), notified.acquire(); };
+    machine::WatchMidiDevices([&notified] { notified.release(); });
     const auto device = device::MidiDeviceAt(device::MidiDirection::Output, 0);
     Send({0x403C90});
     Await(1);
@@ -159,22 +159,22 @@ TEST_P(MidiContract, PulledOutItSaysSoAndPluggedInAgainItGoesOn) {
     EXPECT_EQ(Await(1), Messages{0x3C80}); // which was held
     EXPECT_EQ(midiInGetNumDevs() + midiOutGetNumDevs(), 0u);
     for (const MMRESULT result : {MMSYSERR_NODRIVER, MMSYSERR_NOERROR, MMSYSERR_NOERROR})
-        EXPECT_EQ(midiOutShortMsg(Out, 0xF8), result); // fails once, not for each message of a song
-    EXPECT_EQ(midiInStart(In), MMSYSERR_NODRIVER);
+        EXPECT_EQ(midiOutShortMsg(OutputHandle, 0xF8), result); // fails once, not for each message of a song
+    EXPECT_EQ(midiInStart(InputHandle), MMSYSERR_NODRIVER);
     // Calls that lead to closing a handle succeed.
-    EXPECT_EQ(midiOutReset(Out), MMSYSERR_NOERROR);
+    EXPECT_EQ(midiOutReset(OutputHandle), MMSYSERR_NOERROR);
     GetParam().PlugAgain();
     awaitBoth();
-    EXPECT_FALSE(told.try_acquire());
+    EXPECT_FALSE(notified.try_acquire());
     EXPECT_EQ(device::MidiDeviceAt(device::MidiDirection::Output, 0), device);
-    EXPECT_EQ(midiOutReset(Out), MMSYSERR_NOERROR); // no note sounds any more
+    EXPECT_EQ(midiOutReset(OutputHandle), MMSYSERR_NOERROR); // no note sounds any more
     Send({0xFE});
     EXPECT_EQ(Await(1), Messages{0xFE});
     GetParam().Unplug();
-    EXPECT_EQ(midiOutShortMsg(Out, 0xF8), MMSYSERR_NODRIVER);
-    EXPECT_EQ(midiInStop(In), MMSYSERR_NOERROR);
-    EXPECT_EQ(midiInClose(In), MMSYSERR_NOERROR);
-    EXPECT_EQ(midiOutClose(Out), MMSYSERR_NOERROR);
+    EXPECT_EQ(midiOutShortMsg(OutputHandle, 0xF8), MMSYSERR_NODRIVER);
+    EXPECT_EQ(midiInStop(InputHandle), MMSYSERR_NOERROR);
+    EXPECT_EQ(midiInClose(InputHandle), MMSYSERR_NOERROR);
+    EXPECT_EQ(midiOutClose(OutputHandle), MMSYSERR_NOERROR);
     machine::WatchMidiDevices(nullptr);
 }
 

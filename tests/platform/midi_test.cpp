@@ -75,7 +75,7 @@ TEST_F(Midi, TheWireTakesWhatTheStatusCallsFor) {
 // A host that needs an output must start on a computer with only a keyboard.
 TEST_F(Midi, WithoutOutputsTheDefaultOneIsSilent) {
     machine::AddMidiInput("Keys");
-    BringUp();
+    StartUp();
     const MIDIEvent note = {0, 0, 0, 2, 0x90, 60, 1};
     for (const bool plugged : {false, true}) {
         if (plugged) machine::Connect(machine::AddMidiOutput("Synth"), 0);
@@ -93,10 +93,10 @@ TEST_F(Midi, WithoutOutputsTheDefaultOneIsSilent) {
 }
 
 TEST_F(Midi, WhatIsOnItsWayToADeviceThatLeavesIsLost) {
-    int told = 0;
-    machine::WatchMidiDevices([&told] { ++told; });
+    int notified = 0;
+    machine::WatchMidiDevices([&notified] { ++notified; });
     machine::Connect(machine::AddMidiOutput("Out"), machine::AddMidiInput("In"), 20);
-    EXPECT_EQ(told, 2);
+    EXPECT_EQ(notified, 2);
     All got;
     const HMIDIIN first = Start(0, got);
     midiOutShortMsg(OpenOut(0), 0x403C90);
@@ -104,7 +104,7 @@ TEST_F(Midi, WhatIsOnItsWayToADeviceThatLeavesIsLost) {
     machine::UnplugMidiInput("In");
     machine::Advance(30);
     EXPECT_TRUE(got.empty());
-    EXPECT_EQ(told, 3);
+    EXPECT_EQ(notified, 3);
     machine::AddMidiInput("In");
     machine::ReceiveMidi(0, 0x403C90);
     machine::Advance(1);

@@ -245,7 +245,7 @@ TEST_F(MidiSetupTest, ReadsTheFileAtEachOpening) {
     EXPECT_TRUE(std::filesystem::exists(other / "ZORMIDI.INI"));
 }
 
-// Settings that cannot be stored last as long as the message box says.
+// Settings that cannot be stored last as long as the message box states.
 TEST_F(MidiSetupTest, UnwrittenSettingsLastUntilTheDialogOpensAgain) {
     Inputs({"Keys", "Pads"});
     WriteIni("[MMEDRVR]\nInName1=Keys\n");

@@ -9,31 +9,31 @@ TEST_P(BothCapturesTest, AllowsAllOrdersOfCalls) {
         Listener listener(*input);
         bool open = false;
         bool running = false;
-        std::string told;
+        std::string notified;
         for (unsigned rest = sequence, count = 0; count < 5; ++count, rest /= 4) {
             const char step = "OSTC"[rest % 4]; // open, start, stop, close
-            told += step;
+            notified += step;
             if (step == 'O') {
-                ASSERT_EQ(!open, input->Open(22050)) << told;
+                ASSERT_EQ(!open, input->Open(22050)) << notified;
                 open = true;
             } else if (step == 'S') {
-                ASSERT_TRUE(input->Start()) << told;
+                ASSERT_TRUE(input->Start()) << notified;
                 running = open;
             } else {
-                ASSERT_TRUE(step == 'T' ? input->Stop() : input->Close()) << told;
+                ASSERT_TRUE(step == 'T' ? input->Stop() : input->Close()) << notified;
                 running = false;
                 open = open && step == 'T';
             }
-            ASSERT_EQ(running, input->Running != 0) << told;
+            ASSERT_EQ(running, input->Running != 0) << notified;
         }
         AdvanceBlocks(2);
-        ASSERT_EQ(running, !listener.Drain().empty()) << told;
+        ASSERT_EQ(running, !listener.Drain().empty()) << notified;
         input->Stop();
-        ASSERT_EQ(0, machine::PreparedWaveHeaders()) << told;
+        ASSERT_EQ(0, machine::PreparedWaveHeaders()) << notified;
         AdvanceBlocks(2);
-        ASSERT_TRUE(listener.Drain().empty()) << told;
+        ASSERT_TRUE(listener.Drain().empty()) << notified;
         input->Close();
-        ASSERT_EQ(0, machine::OpenWaveIns() + OpenCaptureObjects() + machine::OpenMixers()) << told;
+        ASSERT_EQ(0, machine::OpenWaveIns() + OpenCaptureObjects() + machine::OpenMixers()) << notified;
     }
     EXPECT_TRUE(machine::DrainBoxes().empty());
 }

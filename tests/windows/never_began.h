@@ -1,6 +1,6 @@
 /* Detects a fault of Wine's DirectSound: in about 3 of 100 openings, with or without the library,
  * Start succeeds and the buffer reports that it captures, but its position stays at 0 and it
- * signals nothing. A test that hears nothing from such a buffer must open it again. */
+ * signals nothing. A test that receives no sound from such a buffer must open it again. */
 #ifndef TESTS_WINDOWS_NEVER_BEGAN_H
 #define TESTS_WINDOWS_NEVER_BEGAN_H
 

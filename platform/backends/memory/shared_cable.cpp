@@ -77,7 +77,7 @@ private:
     bool Read(std::uint32_t& position, std::uint32_t& message) const;
 
     const std::string Name;
-    const int File; // locked shared by each user, so that the last one can tell
+    const int File; // locked shared by each user, so that the last one can detect it
     Memory* Shared = nullptr;
 };
 

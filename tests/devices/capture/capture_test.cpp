@@ -211,14 +211,14 @@ TEST_F(RealMicrophone, ItsLevelIsThatOfItsOwnStreamAndItIsLetThroughToTheSpeaker
 TEST_F(RealMicrophone, EachHasANameOfItsOwnAndMonitorsComeLast) {
     ASSERT_TRUE(Shell("for name in one two; do pactl load-module module-remap-source "
                       "master=mic.monitor source_name=$name source_properties=device."
-                      "description=Stimme_über_einunddreißig_Bytes; done >$XDG_RUNTIME_DIR/twins"));
+                      "description=Stimme_über_einunddreißig_Bytes; done >$XDG_RUNTIME_DIR/sources"));
     EXPECT_TRUE(Comes([] { return FindMicrophones().size() == 4; }));
     const auto found = FindMicrophones();
     ASSERT_EQ(found.size(), 4u);
     EXPECT_EQ(found[1].Name, "Stimme_über_einunddreißig_Byt");
     EXPECT_EQ(found[2].Name, "Stimme_über_einunddreißig_ #2");
     EXPECT_TRUE(found[3].IsMonitor && !found[2].IsMonitor);
-    EXPECT_TRUE(Shell("xargs -n 1 pactl unload-module <$XDG_RUNTIME_DIR/twins"));
+    EXPECT_TRUE(Shell("xargs -n 1 pactl unload-module <$XDG_RUNTIME_DIR/sources"));
 }
 
 } // namespace
