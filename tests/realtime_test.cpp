@@ -17,7 +17,7 @@ protected:
         machine::AddMidiOutput("Strings", MIDICAPS_CACHE);
         machine::AddMidiInput("Keys");
         WriteIni("[MMEDRVR]\nOutName1=Strings\nInName1=Keys\n");
-        BringUp();
+        OpenLibrary();
         for (std::int16_t queue = 0; queue < 3; ++queue) EXPECT_TRUE(ZorAllocMIDI(queue, 64));
         EXPECT_TRUE(ZorStartMIDI(1));
     }

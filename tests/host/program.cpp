@@ -104,7 +104,7 @@ bool Program::ReadMore() {
         if (both[i].fd < 0 || !both[i].revents) continue;
         char buffer[4096];
         const ssize_t count = read(both[i].fd, buffer, sizeof buffer);
-        (i == 0 ? Out : Err).append(buffer, static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+        (i == 0 ? Output : Err).append(buffer, static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
         if (count > 0) continue;
         termios left = {};
         Echoes =

@@ -11,7 +11,7 @@ std::string ReadText(const std::string& path);
 class Program {
 public:
     // Words are separated by blanks; words with blanks are put in 'quotes'. With columns, input and
-    // both outputs are a terminal of that width, and Out is what it shows.
+    // both outputs are a terminal of that width, and Output is what it shows.
     explicit Program(const std::string& arguments, unsigned short columns = 0);
     ~Program(); // kills the process if it still runs
     Program(const Program&) = delete;

@@ -22,7 +22,7 @@ protected:
 
     static void Load(const std::string& ini = "") {
         WriteIni(ini);
-        BringUp();
+        OpenLibrary();
     }
     // An ini file with these devices and base channels (from 0) on the first rows of both sides.
     static std::string IniFor(const Lines& names, const std::vector<int>& bases = {});

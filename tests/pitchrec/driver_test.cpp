@@ -49,18 +49,18 @@ TEST_F(PRecDriver, ReadsItsSettingsOnce) {
         return std::array<int, 4>{PRecReady(), PRecChannel, NoteRangeMin, NoteRangeMax};
     };
     WriteSettings("EnablePitchRec=256\nChannel=65538\nNoteRangeMax=-1\n");
-    BringUp();
+    OpenLibrary();
     WriteSettings("enablepitchrec=0\nchannel=x\nNoteRangeMin=40\n");
     EXPECT_EQ(PRecInit(), DriverSuccess); // not read again before PRecTerm
     EXPECT_EQ(settings(), (std::array{1, 2, 0, 65535}));
-    BringUp();
+    OpenLibrary();
     EXPECT_EQ(settings(), (std::array{0, 0, 40, 127}));
 }
 
 // On the timer, even while the row is closed.
 TEST_F(PRecDriver, DeliversNotesWithTheirAgeBeforeThePump) {
     WriteSettings("Channel=3\nNoteRangeMax=60\n"); // a range that filters nothing
-    BringUp();
+    OpenLibrary();
     ASSERT_TRUE(ZorStartTimer());
     machine::Advance(450);
     FakeRecogniser& recogniser =
@@ -99,7 +99,7 @@ TEST_F(PRecDriver, DeliversNotesWithTheirAgeBeforeThePump) {
 // The device refuses an echo, and the timer runs while the message box is up: a note popped then
 // would be lost, since a transmission is running.
 TEST_F(PRecDriver, PopsTheNextNoteAfterTheEchoOfTheLast) {
-    BringUp();
+    OpenLibrary();
     ZorEchoMIDI(1, nullptr);
     Install({{0, 0x90, 69, 100}, {0, 0x80, 69, 64}});
     machine::FailCall(machine::Call::midiOutShortMsg, 1, MMSYSERR_ERROR);
@@ -119,7 +119,7 @@ TEST_F(PRecDriver, PopsTheNextNoteAfterTheEchoOfTheLast) {
 // wait, with their order and time, or are dropped with their recogniser.
 TEST_F(PRecDriver, NotesWaitForTheEndOfATransmission) {
     WriteSettings("Channel=1\n");
-    BringUp();
+    OpenLibrary();
     ASSERT_TRUE(ZorStartMIDI(1));
     const MIDIEvent sent = {0, 0, 0, 2, 0xB0, 7, 1};
     const auto pollDuringSend = [&sent](const std::function<void()>& meanwhile) {
@@ -197,7 +197,7 @@ TEST_F(PRecDriver, AMicrophoneIsOpenedByItsNumber) {
 
 // The poll runs while recognisers are installed and closed, and never uses one that is closing.
 TEST_F(PRecDriver, PollsSafelyWhileClosing) {
-    BringUp();
+    OpenLibrary();
     std::atomic<bool> stop{false};
     std::thread timer([&] {
         while (!stop) PollPitchRec();

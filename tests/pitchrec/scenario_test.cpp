@@ -74,7 +74,7 @@ TEST_F(Scenario, NotesHaveTheTimeOfTheirOnsetWithEitherCapture) {
         SetDirectSound(c.Direct);
         UseMicrophone(melody, c.Formats, c.Channels);
         WriteSettings("EnablePitchRec=1\nChannel=5\n");
-        BringUp();
+        OpenLibrary();
         ASSERT_TRUE(ZorStartMIDI(1));
         machine::Advance(3000);
         const auto records = DrainReceived();
@@ -98,7 +98,7 @@ TEST_F(Scenario, NotesHaveTheTimeOfTheirOnsetWithEitherCapture) {
 // With the setting off the row opens for the dialog, but does not listen.
 TEST_F(Scenario, OpensIdleWhileSwitchedOffButNotWithoutMemory) {
     UseMicrophone({});
-    BringUp();
+    OpenLibrary();
     {
         const ScarceMemory scarce;
         EXPECT_FALSE(PRecOpen());
@@ -127,7 +127,7 @@ TEST_F(Scenario, ASessionLeaksNothing) {
     WriteSettings("EnablePitchRec=1\n");
     const auto session = [](DirectSound direct) {
         SetDirectSound(direct);
-        BringUp();
+        OpenLibrary();
         ASSERT_TRUE(ZorStartMIDI(1));
         machine::Advance(100);
         ZorStopMIDI();
@@ -156,7 +156,7 @@ protected:
     void SetUp() override {
         SetDirectSound(GetParam());
         WriteSettings("EnablePitchRec=1\n");
-        BringUp();
+        OpenLibrary();
         First = Add("First");
         Second = Add("Second");
         ASSERT_TRUE(PRecOpen());
@@ -273,7 +273,7 @@ TEST_F(Scenario, ReopensUnderARunningTimer) {
         SetDirectSound(direct);
         UseMicrophone({{0.0, 100.0, 441}});
         WriteSettings("EnablePitchRec=1\n");
-        BringUp();
+        OpenLibrary();
         ASSERT_TRUE(ZorStartTimer());
         for (int round = 0; round < 12; ++round) {
             ASSERT_TRUE(ZorStartMIDI(0));

@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
 struct Listener : Program {
     explicit Listener(const std::string& cable) : Program(cable) {
         EXPECT_TRUE(Await("ready\n"));
-        Out.clear();
+        Output.clear();
     }
 };
 
@@ -44,7 +44,7 @@ TEST(Bridge, EveryInputOnTheCableHearsEveryOutputThatLives) {
 TEST(Bridge, WhatWasSentArrivesThoughItsSenderHasEnded) {
     const Peer peer("burst");
     EXPECT_EQ(Program("burst 4000").Finish(), 0);
-    for (unsigned i = 0; i < 4000; ++i) ASSERT_EQ(peer.At(i), Numbered(i));
+    for (unsigned i = 0; i < 4000; ++i) ASSERT_EQ(peer.AwaitNumber(i), Numbered(i));
     EXPECT_EQ(peer.Received().size(), 4000u);
 }
 

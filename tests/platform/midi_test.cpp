@@ -75,7 +75,7 @@ TEST_F(Midi, TheWireTakesWhatTheStatusCallsFor) {
 // A host that needs an output must start on a computer with only a keyboard.
 TEST_F(Midi, WithoutOutputsTheDefaultOneIsSilent) {
     machine::AddMidiInput("Keys");
-    StartUp();
+    OpenLibrary();
     const MIDIEvent note = {0, 0, 0, 2, 0x90, 60, 1};
     for (const bool plugged : {false, true}) {
         if (plugged) machine::Connect(machine::AddMidiOutput("Synth"), 0);

@@ -43,7 +43,7 @@ void MachineTest::WriteIni(const std::string& text) {
     if (!text.empty()) std::ofstream(IniFile(), std::ios::binary) << text;
 }
 
-void MachineTest::BringUp() {
+void MachineTest::OpenLibrary() {
     ASSERT_EQ(MIDISysInit(1), -1);
     ASSERT_TRUE(ZorAllocMIDI(ZOR_QUEUE_INPUT, 1000));
 }

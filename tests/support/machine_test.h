@@ -28,7 +28,7 @@ protected:
     static void WriteIni(const std::string& text);
 
     // Initialises the library on that ini file, with an input queue.
-    static void BringUp();
+    static void OpenLibrary();
     // Return the received records, and the texts of the message boxes, since the last call.
     static std::vector<MIDIEvent> DrainReceived();
     static std::vector<std::string> DrainBoxTexts();
