@@ -30,8 +30,9 @@ int main(void) {
         queueNote(i * NoteMilliseconds, 0x90, scale[i]);
         queueNote((i + 1) * NoteMilliseconds, 0x80, scale[i]);
     }
-    /* A position record as a rest of 300 ms: nothing is sent, but the queue stays non-empty until it
-     * ends, so that messages looped back from the output are received before ZorXmitEmpty returns. */
+    /* A position record as a rest of 300 ms: nothing is sent, but the queue stays non-empty until
+     * it ends, so that messages looped back from the output are received before ZorXmitEmpty
+     * returns. */
     const MIDIEvent rest = {notes * NoteMilliseconds + RestMilliseconds, 0, 0, 0, 0xF8, 1, 0};
     ZorXmit(ZOR_QUEUE_OUTPUT, &rest);
     const ZorBool played = ZorXmitEmpty(1);

@@ -1,9 +1,9 @@
 // zorhost clock
 #include "host/cli/commands.h"
-#include "host/terminal/interrupt.h"
 #include "host/cli/options.h"
-#include "host/terminal/progress.h"
 #include "host/devices/session.h"
+#include "host/terminal/interrupt.h"
+#include "host/terminal/progress.h"
 
 #include <cmath>
 #include <cstdio>

@@ -1,11 +1,11 @@
 // zorhost devices
 #include "host/cli/commands.h"
-#include "host/terminal/json.h"
-#include "host/devices/device_selection.h"
 #include "host/cli/options.h"
-#include "host/devices/settings.h"
-#include "host/terminal/terminal.h"
 #include "host/commands/watch.h"
+#include "host/devices/device_selection.h"
+#include "host/devices/settings.h"
+#include "host/terminal/json.h"
+#include "host/terminal/terminal.h"
 #include "platform/machine.h"
 #include "platform/platform.h"
 

@@ -1,12 +1,12 @@
 // zorhost follow
 #include "host/cli/commands.h"
+#include "host/cli/options.h"
+#include "host/devices/session.h"
+#include "host/playback/player.h"
+#include "host/playback/song_file.h"
 #include "host/terminal/host_error.h"
 #include "host/terminal/interrupt.h"
-#include "host/cli/options.h"
-#include "host/playback/song_file.h"
-#include "host/playback/player.h"
 #include "host/terminal/progress.h"
-#include "host/devices/session.h"
 #include "platform/machine.h"
 
 #include <algorithm>

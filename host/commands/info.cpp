@@ -1,11 +1,11 @@
 // zorhost info
 #include "host/cli/commands.h"
+#include "host/cli/options.h"
+#include "host/playback/player.h"
+#include "host/playback/song_file.h"
 #include "host/terminal/general_midi.h"
 #include "host/terminal/json.h"
 #include "host/terminal/names.h"
-#include "host/cli/options.h"
-#include "host/playback/song_file.h"
-#include "host/playback/player.h"
 #include "host/terminal/progress.h"
 #include "host/terminal/terminal.h"
 

@@ -1,15 +1,15 @@
 // zorhost listen
 #include "host/cli/commands.h"
+#include "host/cli/options.h"
+#include "host/devices/session.h"
+#include "host/recording/take_writer.h"
 #include "host/sound/live_analyser.h"
+#include "host/sound/transcript.h"
 #include "host/terminal/host_error.h"
 #include "host/terminal/interrupt.h"
 #include "host/terminal/names.h"
-#include "host/cli/options.h"
 #include "host/terminal/progress.h"
-#include "host/devices/session.h"
-#include "host/recording/take_writer.h"
 #include "host/terminal/terminal.h"
-#include "host/sound/transcript.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -58,10 +58,10 @@ private:
     std::size_t Printed = 0;  // number of the decoder's notes that are printed
     std::size_t Recorded = 0; // and that are recorded for good
     std::size_t LibraryNotes = 0;
-    std::vector<LiveFrame> Frames;  // since the meter was last shown
-    std::size_t Decoded = 0;        // number of Frames that the decoder has read
-    std::uint32_t StartTime = 0;    // of the time base, in milliseconds of the system's clock
-    std::int64_t EndTime = -1;      // of the sound file, in the time base; below 0 until it ends
+    std::vector<LiveFrame> Frames; // since the meter was last shown
+    std::size_t Decoded = 0;       // number of Frames that the decoder has read
+    std::uint32_t StartTime = 0;   // of the time base, in milliseconds of the system's clock
+    std::int64_t EndTime = -1;     // of the sound file, in the time base; below 0 until it ends
 };
 
 // Reads the input queue, so that it cannot overflow; prints and records with --as-library only.

@@ -1,12 +1,12 @@
 // zorhost play
 #include "host/cli/commands.h"
+#include "host/cli/options.h"
+#include "host/devices/session.h"
+#include "host/playback/performance.h"
+#include "host/playback/round_trip.h"
+#include "host/playback/song_file.h"
 #include "host/terminal/host_error.h"
 #include "host/terminal/names.h"
-#include "host/cli/options.h"
-#include "host/playback/performance.h"
-#include "host/playback/song_file.h"
-#include "host/playback/round_trip.h"
-#include "host/devices/session.h"
 
 #include <cstdio>
 #include <memory>

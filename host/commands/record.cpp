@@ -1,14 +1,14 @@
 // zorhost record
-#include "host/playback/click.h"
 #include "host/cli/commands.h"
-#include "host/terminal/host_error.h"
 #include "host/devices/input.h"
+#include "host/playback/click.h"
+#include "host/playback/song_file.h"
+#include "host/playback/transport.h"
+#include "host/recording/take_writer.h"
+#include "host/terminal/host_error.h"
 #include "host/terminal/interrupt.h"
 #include "host/terminal/names.h"
-#include "host/playback/song_file.h"
 #include "host/terminal/progress.h"
-#include "host/recording/take_writer.h"
-#include "host/playback/transport.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -2,10 +2,10 @@
 #include "host/cli/command_line.h"
 #include "host/cli/commands.h"
 #include "host/cli/help_pages.h"
-#include "host/terminal/host_error.h"
-#include "host/terminal/interrupt.h"
 #include "host/devices/session.h"
 #include "host/devices/setting_keys.h"
+#include "host/terminal/host_error.h"
+#include "host/terminal/interrupt.h"
 
 #include "platform/machine.h"
 #include "platform/platform.h"

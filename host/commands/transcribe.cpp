@@ -1,17 +1,17 @@
 // zorhost transcribe
 #include "hearing/pitch.h"
-#include "host/playback/library_transcript.h"
 #include "host/cli/commands.h"
+#include "host/cli/options.h"
+#include "host/playback/library_transcript.h"
+#include "host/recording/recording_file.h"
+#include "host/sound/plot.h"
+#include "host/sound/sound_file.h"
+#include "host/sound/transcript.h"
 #include "host/terminal/host_error.h"
 #include "host/terminal/interrupt.h"
 #include "host/terminal/json.h"
 #include "host/terminal/names.h"
-#include "host/cli/options.h"
-#include "host/sound/plot.h"
 #include "host/terminal/progress.h"
-#include "host/recording/recording_file.h"
-#include "host/sound/sound_file.h"
-#include "host/sound/transcript.h"
 #include "score/score.h"
 
 #include <algorithm>

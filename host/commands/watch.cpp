@@ -1,8 +1,8 @@
 #include "host/commands/watch.h"
 
+#include "host/devices/settings.h"
 #include "host/terminal/interrupt.h"
 #include "host/terminal/json.h"
-#include "host/devices/settings.h"
 #include "platform/machine.h"
 
 #include <algorithm>

@@ -1,8 +1,8 @@
 #include "host/devices/microphone.h"
 
 #include "engine/zormidi.h"
-#include "host/terminal/host_error.h"
 #include "host/devices/played_file.h"
+#include "host/terminal/host_error.h"
 
 #include <cstdio>
 

@@ -5,8 +5,8 @@
 #include "host/cli/commands.h"
 #include "host/devices/device_selection.h"
 #include "host/devices/microphone.h"
-#include "host/terminal/names.h"
 #include "host/devices/settings.h"
+#include "host/terminal/names.h"
 
 #include <cstdint>
 #include <memory>

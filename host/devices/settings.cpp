@@ -1,8 +1,8 @@
 #include "host/devices/settings.h"
 
 #include "engine/driver_table.h"
-#include "host/terminal/host_error.h"
 #include "host/devices/setting_keys.h"
+#include "host/terminal/host_error.h"
 #include "mme/devices.h"
 #include "pitchrec/driver/settings.h"
 #include "platform/machine.h"

@@ -101,7 +101,8 @@ TEST(Keys, MoveWithinALoopWhichContinuesAsWritten) {
     EXPECT_FALSE(loop.IsStruck(60));
     play.Type("q");
     EXPECT_EQ(play.Finish(), 0);
-    EXPECT_NE(play.Output.find("]\033[K\r\n\r\033[KStopped after"), std::string::npos) << play.Output;
+    EXPECT_NE(play.Output.find("]\033[K\r\n\r\033[KStopped after"), std::string::npos)
+        << play.Output;
     EXPECT_EQ(play.Output.find("queue"), std::string::npos) << "no room for it";
     EXPECT_TRUE(play.Echoes);
 }

@@ -30,7 +30,8 @@ TEST(Monitor, PrintsEachMessageInWordsButForThoseFilteredOut) {
     ASSERT_TRUE(monitor.Await("continue"));
     ASSERT_TRUE(other.Await("\033[2mclock\033[0m\r\n"));
     EXPECT_EQ(other.Output.find("\033[2mstop"), std::string::npos);
-    EXPECT_NE(other.Output.find(" ch   4 \033[35mprogram   105  Sitar\033[0m\r\n"), std::string::npos);
+    EXPECT_NE(other.Output.find(" ch   4 \033[35mprogram   105  Sitar\033[0m\r\n"),
+              std::string::npos);
     monitor.Signal(SIGINT);
     EXPECT_EQ(monitor.Finish(), 0);
     std::string expected;

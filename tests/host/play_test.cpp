@@ -68,7 +68,8 @@ TEST(Play, FollowsTheTempoMapAndReportsWhatIsSkipped) {
               {{{0, Tempo(100000)}, {192, Tempo(200000)}},
                {{0, {0xF0, 4, 0x7E, 0x7F, 9, 0xF7}}, {0, {0x90, 60, 1}}, {384, {0x90, 60, 0}}}});
     const Result result = RunZorhost("play tempi.mid --tempo 200 --record copy.mid");
-    EXPECT_NE(result.Output.find("Played 2 messages, 0:00.3 long"), std::string::npos) << result.Output;
+    EXPECT_NE(result.Output.find("Played 2 messages, 0:00.3 long"), std::string::npos)
+        << result.Output;
     EXPECT_NE(result.Err.find("1 system exclusive message is left out"), std::string::npos)
         << result.Err;
     // The recording has the song's tempo map, so no message is before its written tick.

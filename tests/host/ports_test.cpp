@@ -1,7 +1,7 @@
 // Which devices --in and setup select if one name contains another.
-#include "host/terminal/host_error.h"
 #include "host/devices/setting_keys.h"
 #include "host/devices/settings.h"
+#include "host/terminal/host_error.h"
 #include "tests/support/machine_test.h"
 
 #include <cstring>

@@ -104,7 +104,8 @@ bool Program::ReadMore() {
         if (both[i].fd < 0 || !both[i].revents) continue;
         char buffer[4096];
         const ssize_t count = read(both[i].fd, buffer, sizeof buffer);
-        (i == 0 ? Output : Err).append(buffer, static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+        (i == 0 ? Output : Err)
+            .append(buffer, static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
         if (count > 0) continue;
         termios left = {};
         Echoes =
@@ -118,7 +119,8 @@ bool Program::ReadMore() {
 bool Program::Await(const std::string& text) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
     do {
-        if (Output.find(text) != std::string::npos || Err.find(text) != std::string::npos) return true;
+        if (Output.find(text) != std::string::npos || Err.find(text) != std::string::npos)
+            return true;
     } while (std::chrono::steady_clock::now() < end && ReadMore());
     return false;
 }

@@ -234,7 +234,8 @@ TEST(Listen, PrintsPlaysAndWritesTheNotesOfAMicrophone) {
         << result.Err;
     EXPECT_EQ(ReadBack("listened.mid").size(), 6u);
     EXPECT_EQ(library.Finish(), 0) << library.Err;
-    EXPECT_TRUE(heard(std::regex_replace(library.Output, std::regex(".*cents\n"), ""), "the library"))
+    EXPECT_TRUE(
+        heard(std::regex_replace(library.Output, std::regex(".*cents\n"), ""), "the library"))
         << library.Output;
     EXPECT_EQ(ReadBack("library.mid").size(), 6u);
     std::vector<std::uint32_t> keys;
@@ -281,8 +282,9 @@ TEST(Microphone, CapturesSilenceOrAFileWhoseNotesAreComparedWithWrittenOnes) {
     const Result result =
         RunZorhost("play short.mid --mic three.wav --written written.mid --report");
     EXPECT_EQ(result.Code, 0) << result.Err;
-    EXPECT_NE(result.Output.find("2 of 3 written notes heard, 1 missed, 1 heard that was not written"),
-              std::string::npos)
+    EXPECT_NE(
+        result.Output.find("2 of 3 written notes heard, 1 missed, 1 heard that was not written"),
+        std::string::npos)
         << result.Output;
     for (const char* row :
          {R"(\n +0\.500 C4 +0\.400 s +0\.\d+ C4 +0\.[345]\d+ s +(-\d|\+\d\d?) ms\n)",

@@ -63,7 +63,8 @@ protected:
     }
     void Send(const Messages& messages) {
         for (const DWORD message : messages)
-            while (midiOutShortMsg(OutputHandle, message) == MIDIERR_NOTREADY) std::this_thread::yield();
+            while (midiOutShortMsg(OutputHandle, message) == MIDIERR_NOTREADY)
+                std::this_thread::yield();
     }
     Messages Await(std::size_t count) {
         for (std::size_t i = 0; i < count; ++i) Came.acquire();
@@ -159,7 +160,8 @@ TEST_P(MidiContract, PulledOutItSaysSoAndPluggedInAgainItGoesOn) {
     EXPECT_EQ(Await(1), Messages{0x3C80}); // which was held
     EXPECT_EQ(midiInGetNumDevs() + midiOutGetNumDevs(), 0u);
     for (const MMRESULT result : {MMSYSERR_NODRIVER, MMSYSERR_NOERROR, MMSYSERR_NOERROR})
-        EXPECT_EQ(midiOutShortMsg(OutputHandle, 0xF8), result); // fails once, not for each message of a song
+        EXPECT_EQ(midiOutShortMsg(OutputHandle, 0xF8),
+                  result); // fails once, not for each message of a song
     EXPECT_EQ(midiInStart(InputHandle), MMSYSERR_NODRIVER);
     // Calls that lead to closing a handle succeed.
     EXPECT_EQ(midiOutReset(OutputHandle), MMSYSERR_NOERROR);

@@ -33,7 +33,8 @@ TEST_P(BothCapturesTest, AllowsAllOrdersOfCalls) {
         AdvanceBlocks(2);
         ASSERT_TRUE(listener.Drain().empty()) << notified;
         input->Close();
-        ASSERT_EQ(0, machine::OpenWaveIns() + OpenCaptureObjects() + machine::OpenMixers()) << notified;
+        ASSERT_EQ(0, machine::OpenWaveIns() + OpenCaptureObjects() + machine::OpenMixers())
+            << notified;
     }
     EXPECT_TRUE(machine::DrainBoxes().empty());
 }

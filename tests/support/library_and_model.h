@@ -1,5 +1,5 @@
-// Runs the library and the reference model side by side on a stepped machine: each function calls both, and
-// Compare compares their states and the messages sent.
+// Runs the library and the reference model side by side on a stepped machine: each function calls
+// both, and Compare compares their states and the messages sent.
 #pragma once
 
 #include "platform/machine.h"

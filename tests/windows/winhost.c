@@ -261,7 +261,8 @@ static Holdings holdings(void) {
  * library. A leak of the library would recur in each of the ninety sessions. */
 static int moreObjects(Holdings than, Holdings held) {
     enum { SystemsOwnEvent = 1 };
-    return held.handles > than.handles + SystemsOwnEvent || held.windows > than.windows || held.drawing > than.drawing;
+    return held.handles > than.handles + SystemsOwnEvent || held.windows > than.windows ||
+           held.drawing > than.drawing;
 }
 
 /* The capture buffer that the library started last; valid while its session is open. */

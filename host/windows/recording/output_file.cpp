@@ -61,7 +61,8 @@ void OutputFile::Replace(midifile::ByteSpan bytes) const {
     if (!WriteFile(handle, bytes.data(), size, &done, nullptr) || !FlushFileBuffers(handle))
         error = GetLastError();
     CloseHandle(handle);
-    if (error == 0 && !MoveFileExA(temporary.c_str(), ResolvedPath.c_str(), MOVEFILE_REPLACE_EXISTING))
+    if (error == 0 &&
+        !MoveFileExA(temporary.c_str(), ResolvedPath.c_str(), MOVEFILE_REPLACE_EXISTING))
         error = GetLastError();
     if (error == 0) return;
     DeleteFileA(temporary.c_str());

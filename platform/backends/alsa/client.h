@@ -48,7 +48,8 @@ public:
     // Done, Gone, or Full if the kernel's buffer is full. Real time.
     MidiResult Write(snd_seq_event_t& event);
 
-    // Waits for an event to read, for Wake, or at most the given number of milliseconds; -1 for no limit.
+    // Waits for an event to read, for Wake, or at most the given number of milliseconds; -1 for no
+    // limit.
     void Wait(int milliseconds);
     void Wake();
     // The next event, valid until the next call; null for none. Sets lost if the kernel has dropped

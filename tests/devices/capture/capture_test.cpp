@@ -209,9 +209,10 @@ TEST_F(RealMicrophone, ItsLevelIsThatOfItsOwnStreamAndItIsLetThroughToTheSpeaker
 }
 
 TEST_F(RealMicrophone, EachHasANameOfItsOwnAndMonitorsComeLast) {
-    ASSERT_TRUE(Shell("for name in one two; do pactl load-module module-remap-source "
-                      "master=mic.monitor source_name=$name source_properties=device."
-                      "description=Stimme_über_einunddreißig_Bytes; done >$XDG_RUNTIME_DIR/sources"));
+    ASSERT_TRUE(
+        Shell("for name in one two; do pactl load-module module-remap-source "
+              "master=mic.monitor source_name=$name source_properties=device."
+              "description=Stimme_über_einunddreißig_Bytes; done >$XDG_RUNTIME_DIR/sources"));
     EXPECT_TRUE(Comes([] { return FindMicrophones().size() == 4; }));
     const auto found = FindMicrophones();
     ASSERT_EQ(found.size(), 4u);
