@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Baselines that the engine is compared with in the same run.
 #include "engine/zormidi.h"
 #include "platform/machine.h"

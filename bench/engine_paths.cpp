@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Paths of a record through the engine.
 #include "bench/library.h"
 #include "engine/receive.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // How costs grow with the size of a request. Prints for each sweep a table with a plot of the cost
 // per unit, and whether the total grows linearly or not at all; then the costs of a typical second
 // of a host. Exit code 1 if a cost grows faster than expected.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // A sound file to notes, compared with reading and resampling it alone; and one frame of the
 // decoder, compared with one of the recogniser.
 #include "bench/table.h"

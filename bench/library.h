@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The library, initialised, with one output and one input device in memory.
 #pragma once
 

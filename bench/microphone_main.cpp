@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Measures capture from a sound server that bench/microphone starts: the age of the sound when it
 // is delivered, the time from a plucked tone to its note, and the cost of capturing.
 #include "bench/cost.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Measures how long a message takes from a MIDI device to a host and back, through the library,
 // through RtMidi and through the ALSA sequencer alone, with the devices of bench/midi.
 #include "bench/cost.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // aubio's pitch methods on the same sound, hop and window.
 #include "bench/pitch_aubio.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // One frame of the recogniser at a full window, compared with the least that such a recogniser must
 // do: moving its window and reading every new sample once.
 #include "bench/pitch_material.h"

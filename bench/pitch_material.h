@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Test sounds for the recogniser, in blocks as the capture delivers them.
 #pragma once
 

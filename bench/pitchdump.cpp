@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // pitchdump < PCM: feeds a recording to the recogniser, for scripts/accuracy. The recording is raw,
 // in the usual format of a microphone: 22,050 Hz, 2 channels, 8 bits unsigned. Prints each note
 // message as TIME STATUS DATA1 DATA2, the status in hexadecimal. The recording begins at 1000 ms.

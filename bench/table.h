@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // One table of ratios from several programs. Each measures its subject and its baselines in the
 // same run and prints its section.
 #pragma once

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The zormidi authors
+# SPDX-License-Identifier: MIT
+
 # The exported functions, in the order of their declarations in engine/zormidi.h: ZOR_EXPORT_FOLDER has
 # zormidi.def and zormidi.map for the linkers, and exports.inc for tests of the DLL, with the bytes of
 # arguments that each function removes from a 32-bit caller's stack.

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The zormidi authors
+# SPDX-License-Identifier: MIT
+
 # Run after the DLL is linked: cmake -DDLL= -DDEF= -DNM= -DDLLTOOL= -DFOLDER= -P ImportLibraries.cmake
 # Writes to FOLDER the import libraries that programs link. They hold the names that callers use: on
 # 32 bits these end with the number of bytes that the function pops off the stack (_ZorXmit@8), while

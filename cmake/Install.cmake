@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The zormidi authors
+# SPDX-License-Identifier: MIT
+
 # `cmake --install`: the header, the library, the platform library with the headers that control it,
 # zorhost, a CMake package and a pkg-config file.
 include(CMakePackageConfigHelpers)

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The zormidi authors
+# SPDX-License-Identifier: MIT
+
 # The product: one shared library from all subsystems, which exports the 29 functions only.
 set(ZOR_SUBSYSTEMS support engine mme soundin pitchrec setup resources)
 list(TRANSFORM ZOR_SUBSYSTEMS REPLACE "(.+)" "$<TARGET_OBJECTS:zor_\\1>" OUTPUT_VARIABLE zor_objects)

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The zormidi authors
+# SPDX-License-Identifier: MIT
+
 # Reads the version from the public header, the only place that states it: ZOR_VERSION.
 set(versionHeader ${CMAKE_CURRENT_SOURCE_DIR}/engine/zormidi.h)
 file(STRINGS ${versionHeader} numbers REGEX "^#define ZORMIDI_VERSION_(MAJOR|MINOR|PATCH) [0-9]+$")

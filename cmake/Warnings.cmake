@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The zormidi authors
+# SPDX-License-Identifier: MIT
+
 # zor_options: the compile and link options of every target of this project.
 add_library(zor_options INTERFACE)
 target_include_directories(zor_options INTERFACE ${PROJECT_SOURCE_DIR})

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The zormidi authors
+# SPDX-License-Identifier: MIT
+
 # Settings of every target for Windows. A build is reproducible: the same sources give the same bytes
 # in any folder, also where a compiler cache makes their paths relative to the build.
 enable_language(RC)

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The calls in progress on each thread: timer callbacks, MIDI input callbacks and transmissions.
 #pragma once
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Opening and closing the drivers as a group, and running their dialogs.
 #pragma once
 

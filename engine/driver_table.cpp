@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 #include "engine/driver_table.h"
 
 // The slots are constant; only the flags change at run time.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The driver table: the engine's only access to the drivers, its sources and sinks of MIDI.
 #pragma once
 

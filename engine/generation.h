@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The playback generation: a number that grows with every event that makes earlier work stale.
 //
 // Raised by: stopping and starting the timer, ZorKillMIDI, emptying, allocating or freeing a queue,

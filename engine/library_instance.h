@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The loaded library itself: its handle, its ini file and its resources.
 #pragma once
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Two facts that all parts of the engine read: whether the library is up, and whether time runs.
 #pragma once
 

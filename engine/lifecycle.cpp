@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The life of the library, from MIDISysInit to MIDISysTerm, and starting and stopping a session.
 #include "engine/active_call.h"
 #include "engine/driver_group.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Ends of playback: waiting until the output queues are empty, and ZorKillMIDI.
 #include "engine/queues.h"
 #include "engine/timer.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The pump: plays the records of the output queues whose time has come.
 #include "engine/active_call.h"
 #include "engine/driver_table.h"

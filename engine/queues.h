@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The three queues of records between the host and the real-time threads, as ring buffers.
 #pragma once
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The time base: milliseconds, or with external sync 1024 units per quarter note, counted from
 // incoming MIDI clock.
 #pragma once

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The timer chain: each expiry of a one-shot timer runs a pump pass, which programs the next
 // expiry. At most one expiry is pending at any time.
 #pragma once

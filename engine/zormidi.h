@@ -1,3 +1,6 @@
+/* SPDX-FileCopyrightText: 2026 The zormidi authors */
+/* SPDX-License-Identifier: MIT */
+
 /* zormidi.h - the public interface of the library: 29 functions and one record.
  *
  * Valid C99 and C++. Every function returns at once unless its comment states otherwise.

@@ -1,3 +1,6 @@
+/* SPDX-FileCopyrightText: 2026 The zormidi authors */
+/* SPDX-License-Identifier: MIT */
+
 /* A complete host: plays a scale on the first output port, then prints the received messages. */
 #include <zormidi.h>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The library from C#: plays a scale on the first output port, then prints the received messages.
 //
 // Windows: csc host.cs, with a ZORMIDI.DLL of the same width beside host.exe. Linux: mcs host.cs, and a

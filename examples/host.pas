@@ -1,3 +1,6 @@
+{ SPDX-FileCopyrightText: 2026 The zormidi authors }
+{ SPDX-License-Identifier: MIT }
+
 { The library from Delphi and Free Pascal: plays a scale on the first output port, then prints what
   came in. On Windows ZORMIDI.DLL of the program's width lies beside it. }
 program host;

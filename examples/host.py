@@ -1,4 +1,6 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The zormidi authors
+# SPDX-License-Identifier: MIT
 """The library from Python: plays a scale on the first output port, then prints the received messages.
 
 Usage: host.py [PATH OF libzormidi.so OR ZORMIDI.DLL]

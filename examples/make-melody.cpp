@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Writes examples/melody.mid: the theme of the last movement of Ludwig van Beethoven's ninth
 // symphony (1824), for one flute, at 108 quarter notes per minute.
 //

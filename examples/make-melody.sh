@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The zormidi authors
+# SPDX-License-Identifier: MIT
+
 # Renders examples/melody.mid as examples/melody.flac: one voice, 22,050 Hz, mono.
 #
 # The sound is the flute of the sound font FluidR3 GM by Frank Wen (package fluid-soundfont-gm),

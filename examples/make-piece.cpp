@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Writes examples/piece.mid: a canon over a ground bass in D, after Johann Pachelbel (1653-1706),
 // for three violins, cello, harpsichord and strings. About three and a half minutes, seven tracks.
 //

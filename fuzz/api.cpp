@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The exported functions in any order and with any arguments, compared with the reference model.
 #include "fuzz/fuzz.h"
 #include "tests/support/library_and_model.h"

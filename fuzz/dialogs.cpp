@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Both dialogs with any user actions and any messages, while devices are plugged and unplugged.
 #include "engine/driver_table.h"
 #include "fuzz/fuzz.h"

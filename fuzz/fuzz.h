@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Shared by the fuzz targets. A target is one function that gets bytes from the fuzzer. A failed
 // Check or a report of a sanitizer ends the program, and libFuzzer writes the bytes to a file.
 #pragma once

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Any ini file: the library initialises with it, and settings stored in it are read back unchanged.
 #include "fuzz/fuzz.h"
 #include "mme/ports.h"

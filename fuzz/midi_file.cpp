@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Any bytes as a MIDI file: a song that was read can be written, and reads the same again.
 #include "fuzz/fuzz.h"
 #include "midifile/reader.h"

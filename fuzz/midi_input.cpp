@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Any bytes from an input device, at any port, with echo, filters and external clock.
 #include "fuzz/fuzz.h"
 #include "platform/platform.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Replaces libFuzzer in other builds: replay FOLDER feeds the target each file of the folder, each
 // prefix of it and randomly changed copies, and then random bytes. The random numbers are the same
 // in each run.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Sound blocks of any size, content and format, into the recogniser.
 #include "fuzz/fuzz.h"
 #include "pitchrec/pitch_rec.h"

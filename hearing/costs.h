@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The cost of each step of a path through the states. The decoder's melody is the path of least
 // cost.
 //

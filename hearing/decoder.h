@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Turns the recogniser's frames into notes.
 //
 // The state of a frame is decided a fixed number of frames later, the lag. Live, it is a compromise

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // What the recogniser measured in one block of sound: the input of the decoder.
 #pragma once
 

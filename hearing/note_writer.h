@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Turns decided states into notes with their exact onsets and pitches.
 #pragma once
 

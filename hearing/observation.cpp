@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 #include "hearing/observation.h"
 
 #include "hearing/pitch.h"

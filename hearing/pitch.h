@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Pitch as a MIDI note number with fractions: 69 is A4, a step of 1 is a semitone.
 #pragma once
 

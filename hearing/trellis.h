@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The states, and the path of least cost through them by Viterbi's algorithm (A. J. Viterbi, "Error
 // bounds for convolutional codes and an asymptotically optimum decoding algorithm", 1967).
 //

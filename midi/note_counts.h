@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Counting of overlapping notes: several note ons of one key, each with a note off of its own.
 #pragma once
 

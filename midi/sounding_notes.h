@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Which notes sound on one MIDI connection, for real-time use.
 #pragma once
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // MIDI status bytes, and how many data bytes follow each of them.
 #pragma once
 

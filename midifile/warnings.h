@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Faults that were found while reading a MIDI file, and how each was repaired.
 #pragma once
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Fills the port tables from the ini file and the devices present.
 #include "engine/library_instance.h"
 #include "mme/devices.h"

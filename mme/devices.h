@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The system's MIDI devices and their names. A device's number changes when another device is
 // unplugged; its name stays. Thread: host, for all functions. They allocate.
 #pragma once

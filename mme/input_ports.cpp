@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Opening, starting and closing the input ports.
 #include "mme/ports_to_open.h"
 

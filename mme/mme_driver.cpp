@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The driver's slots for starting, stopping and sync, and the callback of its input devices.
 #include "engine/active_call.h"
 #include "engine/driver_table.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Opening and closing the output ports.
 #include "mme/ports_to_open.h"
 #include "support/locked_memory.h"

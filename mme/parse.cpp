@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Parses the messages of input devices into records for the engine.
 #include "engine/receive.h"
 #include "midi/status.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 #include "mme/ports.h"
 
 // The tables before any configuration is read: rows 0 to 3 cover Channels 0 to 63.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The driver's 8 + 8 ports: which device each row stands for, and where that device's 16 MIDI
 // channels lie in the library's channel space.
 #pragma once

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Chooses the device that each row opens, since devices may have been plugged in and unplugged
 // after the tables were filled. Thread: host.
 #pragma once

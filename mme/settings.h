@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The ports' settings as the setup dialog and the host's settings command edit them, and how they
 // are stored.
 #pragma once

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The MIDI Setup dialog, in which the user chooses the ports' devices, base channels and sync
 // source. Thread: host, with the ports closed.
 #pragma once

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Stores the choices of the MIDI Setup dialog when the user clicks OK.
 #include "engine/library_instance.h"
 #include "mme/settings.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Sending: chooses the ports of a record, counts notes, chooses status bytes, caches patches.
 #include "engine/active_call.h"
 #include "engine/driver_table.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The attack detector: compares the peaks of consecutive blocks of 12 ms. A steep rise begins an
 // attack, and the first fall after it ends the attack.
 #include "pitchrec/frame.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The cycles of a waveform: positions of their dominant peaks and distances between them.
 #pragma once
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 #include "pitchrec/cycle_scan.h"
 
 #include "pitchrec/plain_scan.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Finds the cycles of a waveform. Most of the recogniser's time is spent here.
 #pragma once
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Decides which note sounds (ActiveNote) from the notes measured in each frame (DetectedNote).
 #include "pitchrec/pitch_arithmetic.h"
 #include "pitchrec/pitch_rec.h"

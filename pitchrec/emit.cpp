@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Pushes note messages for the changes from the last frame to this one.
 #include "pitchrec/pitch_rec.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Converts blocks from the capture device to 16-bit samples at 22,050 Hz in the store.
 #include "pitchrec/frame.h"
 #include "pitchrec/pitch_rec.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The steps of one frame: advance the state, measure peaks, apply the gate, push events.
 #include "pitchrec/frame.h"
 #include "pitchrec/pitch_rec.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Passes note messages from the analysis to the threads that fetch them.
 #pragma once
 

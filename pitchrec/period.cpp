@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Pitch detection: scan for cycles, vote on the period, convert it to a note and cents.
 #include "pitchrec/cycle_scan.h"
 #include "pitchrec/frame.h"

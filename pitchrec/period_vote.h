@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Estimates the period of a waveform from the lengths of its cycles, by majority.
 #pragma once
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Pitch in cents. All in double precision; a cent is 1/1200 of an octave.
 #pragma once
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Defaults of the interface.
 #include "pitchrec/pitch_rec.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The pitch recogniser: converts sound to notes, which it returns as MIDI messages with time
 // stamps.
 //

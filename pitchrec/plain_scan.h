@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The scan for cycles, one sample at a time: for processors without SSE2, and as the reference that
 // tests and benchmarks compare the fast scan with.
 #pragma once

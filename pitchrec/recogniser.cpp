@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Construction, opening and settings of the recogniser, and calls forwarded to its capture object.
 #include "pitchrec/pitch_arithmetic.h"
 #include "pitchrec/pitch_rec.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Compares 64 consecutive samples at a time with SSE2, and finds the largest of selected samples.
 // The result of a comparison is a word of 64 bits: bit n belongs to the n-th sample, so lower bits
 // belong to older samples.

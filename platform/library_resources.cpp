@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The library's resources, made from the files in resources/: its strings and dialogs. Their
 // address is the library's module handle.
 #include "engine/library_instance.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Steers the machine that libzorplatform implements: the system under the library. For hosts and
 // tests; the library never includes this.
 //

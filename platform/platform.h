@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The system calls that the library makes, by the system's own names.
 //
 // On Windows these are the system's own headers and nothing else. Elsewhere libzorplatform plays

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Notes and rests in bars: split at bar lines, and where the beat must stay visible.
 #pragma once
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The input of a score: the notes of one voice, as a recogniser reports them.
 #pragma once
 

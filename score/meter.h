@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The meters that a melody can be written in, and the probability of a note at each position of
 // their bars.
 #pragma once

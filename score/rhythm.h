@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Estimates tempo and meter of a melody, and the position of each note in its bars.
 #pragma once
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The input level meter: bars from the bottom up, blue, then green, then red.
 #include "setup/tonequill.h"
 

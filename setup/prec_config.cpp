@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 #include "engine/driver_table.h"
 #include "engine/library_instance.h"
 #include "setup/tonequill.h"

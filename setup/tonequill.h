@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // "Tonequill", the microphone's setup dialog. It reads and changes the running recogniser, if one
 // is allocated. Thread: host.
 #pragma once

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The thread of SoundInDx: waits for the notifications of the capture buffer and delivers its
 // blocks.
 #include "soundin/sound_in_dx.h"

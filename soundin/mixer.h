@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Finds, reads and writes the lines and controls of a mixer device.
 #pragma once
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Base class of audio capture: one object captures from one device and passes PCM blocks to one
 // registered function.
 #pragma once

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Capture through DirectSound, whose DLL is loaded at run time and may be missing.
 #pragma once
 

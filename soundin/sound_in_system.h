@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The common part of both capture classes: format, mixer and change of the device.
 #pragma once
 

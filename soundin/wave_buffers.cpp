@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 #include "soundin/wave_buffers.h"
 
 #include "support/locked_memory.h"

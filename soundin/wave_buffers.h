@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The capture buffers that circulate between a SoundInWin and its device.
 #pragma once
 

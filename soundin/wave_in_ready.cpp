@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Delivery of waveIn buffers: queued, filled, delivered on the system's thread, queued again.
 #include "soundin/sound_in_win.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Zero-filled blocks of the system's global memory, locked for their whole life.
 #pragma once
 

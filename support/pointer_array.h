@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // A growing array of pointers to elements, which it owns unless Owns is false.
 #pragma once
 

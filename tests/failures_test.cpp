@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Fault injection: runs each scenario of a host once per system call, with that call refused: the
 // first call of a function, the second, and so on until the scenario makes no more calls of it.
 #include "engine/driver_table.h"

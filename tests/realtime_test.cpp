@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Real-time paths do not allocate memory.
 #include "mme/ports.h"
 #include "soundin/sound_in_dx.h"

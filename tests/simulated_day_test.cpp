@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // 24 simulated hours in a minute: the library and the reference model, on eight ports and a stepped
 // clock that wraps at noon, with a host that plays, records, kills, rewinds and restarts.
 #include "tests/support/library_and_model.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // soak MINUTES: runs the library in real time with all of its threads, while a host calls it from
 // several threads. Exits with 0 if no record was torn, lost or stuck and nothing was left open.
 #include "engine/zormidi.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Replaces the error handlers of the C++ runtime by abort. The originals print to the host's
 // standard error first, and linking them would double the size of the library.
 #include <cstdlib>

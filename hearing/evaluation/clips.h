@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Reads recordings that are stored as frames and true notes: the files NAME.frames and NAME.notes
 // for each line of index.csv.
 #pragma once

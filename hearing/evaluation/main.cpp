@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // hearing-score FOLDER [--ablate]: prints the accuracy of the decoder on the clips in FOLDER, with
 // the lag for files and with the live one, and of the baseline. With --ablate: the accuracy of the
 // decoder without each of its ideas.

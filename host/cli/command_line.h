@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // How commands declare themselves and their options: a thin layer over the command-line parser. The
 // parser's header adds ten seconds of compiling to each file that includes it, so only
 // command_line.cpp, help.cpp and main.cpp do.

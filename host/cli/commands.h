@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The commands of zorhost. Each function adds one command to the command line; the command runs
 // after parsing if the user chose it.
 #pragma once

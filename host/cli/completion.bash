@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The zormidi authors
+# SPDX-License-Identifier: MIT
+
 # bash completion for zorhost: the program itself prints the commands, options and ports that fit.
 _zorhost() {
   local IFS=$'\n' words

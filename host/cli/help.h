@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Help texts, the manual page and shell completion, all generated from the declarations of the
 // commands.
 #pragma once

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The version, and the pages of docs/ that the Help buttons of the dialogs print.
 #pragma once
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // zorhost play
 #include "host/cli/commands.h"
 #include "host/cli/options.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // zorhost record
 #include "host/cli/commands.h"
 #include "host/devices/input.h"

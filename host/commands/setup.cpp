@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // zorhost setup
 #include "host/cli/command_line.h"
 #include "host/cli/commands.h"

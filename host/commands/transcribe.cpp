@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // zorhost transcribe
 #include "hearing/pitch.h"
 #include "host/cli/commands.h"

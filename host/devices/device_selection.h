@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Which MIDI devices a command runs on: the computer's own, or loopback ports.
 #pragma once
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // What `record` and `monitor` share: the options for inputs, filter, thru and duration, and the
 // loop that reads the inputs.
 #pragma once

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The microphone that the library captures from: one of the computer's, a sound file or silence.
 #pragma once
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 #include "host/devices/played_file.h"
 
 #include "host/terminal/host_error.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // A sound file as the signal of a virtual microphone: it starts with each capture and is followed
 // by silence.
 #pragma once

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // One session of the library: its devices, settings, ports and microphone, from start to clean end.
 #pragma once
 

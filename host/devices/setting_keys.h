@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The settings of ZORMIDI.INI as KEY=VALUE text, read and stored by the library's own code.
 #pragma once
 

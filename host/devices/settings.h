@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The ini file that the library reads, and the eight input and eight output ports that it defines.
 #pragma once
 

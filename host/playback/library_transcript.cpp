@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 #include "host/playback/library_transcript.h"
 
 #include "host/devices/session.h"

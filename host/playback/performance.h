@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Plays a song to the user: handles keys and a microphone, and collects what comes back through the
 // inputs.
 #pragma once

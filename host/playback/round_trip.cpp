@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 #include "host/playback/round_trip.h"
 
 #include "midi/note_counts.h"

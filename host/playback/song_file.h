@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Reads a MIDI file that the user names, and edits it before it is played.
 #pragma once
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Plays a song on the library's time base, with pause, jumps and loops.
 #pragma once
 

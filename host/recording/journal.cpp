@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 #include "host/recording/journal.h"
 
 #include "host/recording/recording_file.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Keeps a recording in progress on disk, so that a crash or power failure does not lose it.
 #pragma once
 

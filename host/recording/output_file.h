@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // A file that replaces its predecessor only when it is completely written.
 #pragma once
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Collects a take, the messages of one recording, and writes its file. A journal on disk protects
 // it from the first second on.
 #pragma once

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Turns a sound file into the recogniser's frames: the samples are read, resampled to 22,050 Hz,
 // filtered, amplified and analysed. Runs in the calling thread, without a device.
 #pragma once

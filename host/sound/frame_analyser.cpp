@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 #include "host/sound/frame_analyser.h"
 
 #include "host/terminal/host_error.h"

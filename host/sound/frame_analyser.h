@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Turns samples into the recogniser's frames without a device: filter, gain control and analysis.
 #pragma once
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Analyses the microphone live. It runs a recogniser beside the library's, on the same microphone,
 // to get the level and the exact pitch of each frame, which the library does not report.
 #pragma once

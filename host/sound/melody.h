@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Notes with a beginning and an end, and the comparison of two melodies.
 #pragma once
 

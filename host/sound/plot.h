@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Draws the analysis of a sound as SVG: pages of about a minute, each with several rows.
 #pragma once
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Reads a sound file from beginning to end as one channel, at its own rate or the recogniser's.
 #pragma once
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The notes of a sound file, as a table, as JSON and as MIDI records.
 #pragma once
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The exit codes of zorhost, and the exception that carries one to main.
 #pragma once
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Ctrl-C as a flag that loops poll, so that every command can silence its notes and write its
 // files.
 #pragma once

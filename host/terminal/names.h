@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Text for MIDI messages: how records are printed, and the words that options accept.
 #pragma once
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // A progress line on standard error: rewritten in place on a terminal, else printed every two
 // seconds.
 #pragma once

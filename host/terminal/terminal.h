@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Properties of the terminal, text layout for it, and single key presses.
 #pragma once
 

@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 The zormidi authors
+# SPDX-License-Identifier: MIT
 """ZORMIDI as a Conan 2 package, from the working tree: conan create packaging/conan."""
 import os
 import re

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The zormidi authors
+# SPDX-License-Identifier: MIT
+
 # find_package(zormidi) from the unpacked zip, for MinGW and MSVC, of the width of the build.
 if(TARGET zormidi::zormidi)
   return()

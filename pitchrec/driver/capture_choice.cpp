@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 #include "pitchrec/driver/capture_choice.h"
 
 #include "soundin/sound_in_dx.h"

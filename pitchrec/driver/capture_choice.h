@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Chooses the capture class for a microphone and opens a recogniser on it.
 #pragma once
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Opens, closes and changes the recogniser that listens. Thread: host, for everything here.
 #pragma once
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Fetches notes from the recogniser and passes them to the receive path, at each timer callback.
 #include "engine/driver_table.h"
 #include "engine/receive.h"

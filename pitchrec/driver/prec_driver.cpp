@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The driver's slots. Each Open creates a new recogniser, and Close deletes it.
 #include "pitchrec/driver/prec_driver.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Row 1 of the driver table: the microphone as a MIDI input. The slots themselves and PRecInDialog
 // are declared in engine/driver_table.h.
 #pragma once

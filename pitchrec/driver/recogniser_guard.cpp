@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 #include "pitchrec/driver/recogniser_guard.h"
 
 #include <thread>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Keeps Recogniser from being closed while the poll uses it.
 #pragma once
 

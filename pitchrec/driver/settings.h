@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The settings of section PRECDRVR, as the dialog shows and stores them.
 #pragma once
 

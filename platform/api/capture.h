@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // What a capture back end offers. Above this interface waveIn queues the application's buffers;
 // below it a back end turns one kind of device into frames of PCM. docs/new-back-end.md lists the
 // steps to add one; this header is the contract. Levels of a device: api/level.h.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The entry point of a capture back end's shared object. docs/new-back-end.md
 #pragma once
 

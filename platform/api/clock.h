@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The clock that calls and devices share: actions that are due at a time. Times are microseconds on
 // the machine's clock, of the same origin as timeGetTime.
 //

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // What a capture back end offers for levels: volumes and mutes, as the mixer calls present them. A
 // Level belongs to a capture device (CaptureDevice::Levels), so levels have no entry point and no
 // line in the registry's table of their own.

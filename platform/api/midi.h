@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // What a MIDI back end offers. Above this interface midiIn and midiOut keep handles, check
 // arguments and call applications back; below it a back end carries short messages to and from one
 // kind of port. docs/new-back-end.md lists the steps to add one; this header is the contract.

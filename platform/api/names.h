@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Names of devices as applications get them: 31 bytes of UTF-8, unique while the process runs. For
 // the back ends that reach the computer's devices. Thread: any.
 #pragma once

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // What a screen back end offers. Above this interface the system calls make a dialog from its
 // template and answer its procedure; below it a back end shows the dialog and turns the user's
 // input into calls on it. Both sides meet on the model in ui/dialog.h: dialogs and their controls.

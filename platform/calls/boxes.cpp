@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Message boxes. On the screen they are dialogs with an icon, a text and an OK button.
 #include "platform/calls/dialogs.h"
 #include "platform/machine/dialogs.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Drawing into controls. A handle is the object itself.
 #include "platform/machine/faults.h"
 #include "platform/system/gdi.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Global memory. The handle of a block differs from its address, so that a caller which confuses
 // the two fails. Blocks do not move, so locks need no count.
 #include "platform/machine/faults.h"

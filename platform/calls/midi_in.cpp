@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The midiIn calls. On whatever thread a back end delivers, an application is called back between
 // start and stop only, and never again once close has returned. It is called for short messages
 // only, not for opening, closing or buffers, since the library uses no others.

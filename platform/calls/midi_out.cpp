@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The midiOut calls: they send whole messages to the device and keep track of the notes that sound.
 #include "midi/sounding_notes.h"
 #include "platform/calls/midi_ports.h"

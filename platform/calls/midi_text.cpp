@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The texts of the error codes that MIDI calls return.
 #include "platform/system/midi.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The mixer calls that the library uses. Each capture device with levels has a mixer, opened by the
 // number of the mixer or of the device; all other calls use the handle.
 #include "platform/system/mixer.h"

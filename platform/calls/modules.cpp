@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The module calls: the path and the resources of the library, and the one system module that it
 // may load.
 #include "platform/machine/modules.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Private-profile files on disk.
 #include "platform/calls/profile_text.h"
 #include "platform/calls/text_buffer.h"

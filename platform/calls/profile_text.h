@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Reads and changes the text of a private-profile file: "[section]" lines, "key=value" lines below
 // them, and lines of any other kind, which are kept. Names are compared without case and without
 // the blanks around them. Of two sections or keys of the same name the first counts. A byte-order

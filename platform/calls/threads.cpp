@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Critical sections, and thread-local slots.
 #include "platform/system/kernel.h"
 

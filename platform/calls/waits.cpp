@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Events, threads, and waits for them.
 //
 // Signalling any object wakes every waiting thread, and each checks whether its wait is over. A

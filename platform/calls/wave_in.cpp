@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The waveIn calls. An open device is a queue of the application's buffers and the stream that
 // fills them.
 #include "platform/system/wave.h"

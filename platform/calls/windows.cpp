@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The system calls on open dialogs and their controls. A call on any other window does nothing and
 // returns 0.
 #include "platform/ui/windows.h"

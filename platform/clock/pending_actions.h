@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The pending actions of all lanes, which both clocks share: scheduler.cpp runs them in real time,
 // stepped.cpp inside Advance. For clock/ only.
 #pragma once

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The clock that plays in real life, a thread for each lane, and the list of pending actions that
 // the stepped clock shares.
 #include "platform/clock/pending_actions.h"

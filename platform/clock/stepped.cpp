@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The clock that tests move: all lanes run inside Advance, and time is constant in between.
 #include "platform/clock/pending_actions.h"
 #include "platform/common/immortal_singleton.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Open handles of one kind. A handle is a number that is used once, so that a closed handle, or one
 // of another kind, finds no object.
 #pragma once

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The machine's microphones: their capabilities, the sound that they capture, and their faults.
 //
 // waveIn device n is the nth microphone that is plugged in. Thread: any of the host's, at any time.

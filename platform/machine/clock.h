@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The machine's clock: real, or moved by the caller so that every timer expiry is exact and
 // repeatable.
 #pragma once

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The mixers of the machine's microphones (capture.h): controls on lines, with values that the
 // user, here MoveControl, can change at any time.
 #pragma once

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The machine's MIDI devices: named ports in memory, and cables between them. The functions below
 // the line of dashes concern the MIDI calls and apply to devices of every back end.
 //

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Modules: the path that the library reports, and the system module that it can load. Thread: the
 // steering one.
 #pragma once

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The computer's own devices instead of virtual ones. Thread, unless noted: the steering one, while
 // the library is closed.
 #pragma once

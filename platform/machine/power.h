@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Resets for PowerOn: each file that keeps state registers one.
 #pragma once
 

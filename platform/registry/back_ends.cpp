@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 #include "platform/registry/back_ends.h"
 
 #include "platform/registry/shared_object.h"

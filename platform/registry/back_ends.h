@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The registry of back ends: which shared objects exist for which kind of device, in which order of
 // preference. docs/new-back-end.md lists what else a new back end needs.
 #pragma once

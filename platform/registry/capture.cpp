@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The microphones of the machine: those that a host has added, else the computer's own.
 #include "platform/api/capture_back_end.h"
 #include "platform/common/immortal_singleton.h"

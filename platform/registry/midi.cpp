@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The machine's list of MIDI devices, and the back end that fills it.
 #include "platform/machine/midi.h"
 #include "platform/api/midi_back_end.h"

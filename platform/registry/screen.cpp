@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The screen in use: given by a host, or opened when the first dialog is shown.
 #include "platform/api/screen_back_end.h"
 #include "platform/registry/back_ends.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The back ends that reach the computer's devices are shared objects of their own beside this
 // library, so that only programs that use such devices need the libraries that lead to them.
 #pragma once

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // DirectSound capture. Nothing here is linked: a caller loads "DSOUND.DLL" and looks up the two
 // entry points by name. This machine has the module only if a test offers it (machine/modules.h).
 #pragma once

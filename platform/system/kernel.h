@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Kernel services: critical sections, global memory, modules, private-profile files, events,
 // waits and threads.
 #pragma once

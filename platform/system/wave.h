@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Audio capture by the waveIn functions. Records have only the members that the library uses.
 #pragma once
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The model of a control: its state, and its answers to messages. A screen (api/screen.h) draws it.
 #pragma once
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The model of a modal dialog, the same on every screen: it makes its controls from a template,
 // turns user input into the messages that the dialog procedure expects, and keeps its timer.
 // Thread: the one that shows the dialog.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Window handles, and the queue of messages posted to windows. Thread: any, except for
 // DispatchPosted.
 #pragma once

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The engine on a stepped machine, with two fake drivers that record their calls.
 #pragma once
 

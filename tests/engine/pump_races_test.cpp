@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Calls of other functions while a pump pass is inside a driver.
 #include "tests/engine/engine_fixture.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // unload LIBRARY ROUNDS: each round loads the library, queues 32,000 due records, plays, and during
 // that stops, shuts down and unloads the library, with all cores busy. Callbacks that the system
 // has already dispatched must not crash.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Notes found in synthetic frames that resemble voices and instruments.
 #include "hearing/decoder.h"
 #include "hearing/pitch.h"

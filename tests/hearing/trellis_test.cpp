@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Compares the trellis with a reference model that tries every transition.
 #include "hearing/trellis.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Recording with a metronome or over a song: notes are stored at the beats where they were played.
 #include "tests/host/midi_bytes.h"
 #include "tests/host/peer.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Invalid files, ports and option values, and the messages for them.
 #include "tests/host/midi_bytes.h"
 #include "tests/host/program.h"

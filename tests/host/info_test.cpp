@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The output of zorhost info, and the report on messages that were sent and received back.
 #include "tests/host/midi_bytes.h"
 #include "tests/host/program.h"

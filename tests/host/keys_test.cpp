@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // zorhost play on a terminal: its keys, and output cut to the width.
 #include "tests/host/midi_bytes.h"
 #include "tests/host/peer.h"

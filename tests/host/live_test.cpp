@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // zorhost with other programs on the same ports: monitor, record, thru, clock, follow.
 #include "tests/host/midi_bytes.h"
 #include "tests/host/peer.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Another program connected to a loopback port: receives what zorhost sends, and sends to it.
 #pragma once
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Playing MIDI files: what arrives at the ports, and what is recorded back.
 #include "tests/host/midi_bytes.h"
 #include "tests/host/peer.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Which devices --in and setup select if one name contains another.
 #include "host/devices/setting_keys.h"
 #include "host/devices/settings.h"

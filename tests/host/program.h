@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Runs zorhost as a user does: a process in a new folder of this test program, which also holds its
 // home, settings, runtime folder and temporary files. There is no sound server and no display. The
 // test itself runs in the same folder.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Notes from sound: transcribe, listen, and a microphone together with MIDI ports.
 #include "tests/host/midi_bytes.h"
 #include "tests/host/peer.h"

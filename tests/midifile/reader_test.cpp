@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Valid and invalid MIDI files.
 #include "midifile/reader.h"
 #include "midifile/writer.h"

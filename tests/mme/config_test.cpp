@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Loading the tables from the ini file and the devices present.
 #include "mme_test.h"
 

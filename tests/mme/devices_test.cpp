@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Devices that come, go and change their numbers.
 #include "mme/settings.h"
 #include "mme/setup_dialog.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Output devices whose driver belongs to another program: it calls back, waits and is slow.
 #include "engine/active_call.h"
 #include "mme_test.h"

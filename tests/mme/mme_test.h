@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The fixture of this driver's tests, with helpers that open ports, send, and return the messages
 // that devices received.
 #pragma once

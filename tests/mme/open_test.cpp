@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Opening and closing all ports, with failures of each system call involved.
 #include "mme_test.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Input messages from the device callback to the record that the host receives.
 #include "mme_test.h"
 

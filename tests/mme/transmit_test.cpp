@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Sending: note counts, status bytes, channels, data limits, patches and errors.
 #include "mme_test.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Row 1 of the driver table: settings, poll, and closing while the timer runs. The recogniser is a
 // fake.
 #include "pitchrec/driver/capture_choice.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // A reference model of the recogniser: simple code with indices and plain variables, without any
 // optimisation. Tests feed it and the recogniser with the same sound and compare every frame and
 // entry.

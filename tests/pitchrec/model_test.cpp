@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Compares every frame and every entry of the recogniser with the model's, on random sound in
 // random settings.
 #include "tests/pitchrec/model.h"

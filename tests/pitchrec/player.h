@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Feeds a recogniser with generated sound and returns its notes.
 #pragma once
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Opening the recogniser again, and blocks that it drops.
 #include "tests/pitchrec/player.h"
 

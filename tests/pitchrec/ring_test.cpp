@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The ring of note messages: capacity, order and use by several threads.
 #include "pitchrec/note_ring.h"
 

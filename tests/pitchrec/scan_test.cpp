@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The fast scan finds the same cycles as the plain one in random windows.
 #include "pitchrec/cycle_scan.h"
 #include "pitchrec/plain_scan.h"

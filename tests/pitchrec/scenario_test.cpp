@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Whole runs from a virtual microphone to ZorRcv, through both capture classes.
 #include "pitchrec/driver/listening.h"
 #include "pitchrec/driver/prec_driver.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // A fixture with the whole library, one MIDI output and the settings of row 1.
 #pragma once
 

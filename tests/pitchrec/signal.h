@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Random sound for the comparisons of recogniser and model and of fast and plain scan.
 #pragma once
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The recogniser's notes for known sounds. model_test.cpp checks the steps of the analysis.
 #include "tests/pitchrec/player.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // bridge_peer CABLE [COUNT]: sends COUNT numbered messages and exits. Without COUNT
 // prints "ready" and each message that arrives on a line of its own, until it is killed.
 #include "tests/host/peer.h"

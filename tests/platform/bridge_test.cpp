@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Cables between processes.
 #include "platform/machine.h"
 #include "tests/host/peer.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The contract of api/capture.h for every capture back end, on the real clock, so that threads
 // meet. No test measures time.
 #include "tests/platform/capture_instrument.h"

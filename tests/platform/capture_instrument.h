@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The instrument of the contract suite (capture_contract_test.cpp): a microphone called "Voice" of
 // one capture back end. Each test program defines its own.
 #pragma once

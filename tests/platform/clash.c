@@ -1,3 +1,6 @@
+/* SPDX-FileCopyrightText: 2026 The zormidi authors */
+/* SPDX-License-Identifier: MIT */
+
 /* A host that has functions of all the system's names itself, compiled as C and as C++: the library
  * still reaches its own ones, and none of the host's is ever called. The one in C++ has types of
  * those names too, and steers the machine. */

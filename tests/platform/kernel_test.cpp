@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Kernel services: events, threads and waits.
 #include "tests/support/machine_test.h"
 

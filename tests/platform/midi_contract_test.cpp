@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The contract of api/midi.h for every MIDI back end, tested through the calls: an output and an
 // input that are connected, on the real clock, so that threads meet. No test measures time.
 #include "platform/api/midi.h"

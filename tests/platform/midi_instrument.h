@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The instruments of the contract suite (midi_contract_test.cpp): for each MIDI back end one output
 // and one input, where what is sent to the output arrives at the input.
 #pragma once

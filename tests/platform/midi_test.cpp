@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The ports of the memory back end, in stepped time.
 #include "tests/support/machine_test.h"
 

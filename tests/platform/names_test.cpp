@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The names of the computer's MIDI ports.
 #include "platform/api/names.h"
 #include "platform/backends/alsa/names.h"

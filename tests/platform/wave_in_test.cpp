@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The waveIn calls on a virtual microphone, in stepped time.
 #include "tests/support/machine_test.h"
 

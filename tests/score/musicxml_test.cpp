@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Reads MusicXML back into a short text of notes and signs.
 #include "score/score.h"
 

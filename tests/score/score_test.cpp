@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Turns melodies with jitter and changes of tempo back into the bars that they were played from.
 #include "score/score.h"
 

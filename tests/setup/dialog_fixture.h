@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Base class of the dialogs' tests: a host window and the initialised library, with a script as
 // user.
 #pragma once

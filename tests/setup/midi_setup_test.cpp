@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The MIDI Setup dialog, with a script as user.
 #include "dialog_fixture.h"
 

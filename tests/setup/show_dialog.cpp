@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // show_dialog midi|mic FOLDER: shows one dialog on the display, for screen-test. The machine has
 // several devices and a tone in the microphone; the ini file is in FOLDER. Help prints the dialog's
 // number.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The Tonequill dialog, on a running recogniser with either capture class, with a script as user.
 #include "dialog_fixture.h"
 

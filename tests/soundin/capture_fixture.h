@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Base class of the capture tests: a machine with a stepped clock and microphones.
 #pragma once
 

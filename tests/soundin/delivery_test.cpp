@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Blocks are complete, in order, and stamped with the time of their last frame.
 #include "tests/soundin/capture_fixture.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Changes of the device while capturing.
 #include "tests/soundin/capture_fixture.h"
 

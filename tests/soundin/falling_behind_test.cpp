@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // A capture thread behind its ring: up to half of the ring is delivered late, more is skipped.
 #include "tests/soundin/capture_fixture.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The format that SoundInWin chooses from those of the device.
 #include "tests/soundin/capture_fixture.h"
 

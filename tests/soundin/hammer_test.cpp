@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Real clock and threads: the owner opens, starts, stops and closes a running capture.
 #include "tests/soundin/capture_fixture.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Open, Start, Stop and Close in all orders, and runs that end by themselves.
 #include "tests/soundin/capture_fixture.h"
 

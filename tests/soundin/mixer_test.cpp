@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Recording level and mic-through on different mixers.
 #include "soundin/mixer.h"
 #include "tests/soundin/capture_fixture.h"

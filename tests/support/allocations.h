@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Counts memory allocations, in programs linked with allocations.cpp: of the library, the platform
 // layer, the C++ library and the test itself, on all threads. Not with sanitizers, which have their
 // own allocator.

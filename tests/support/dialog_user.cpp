@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 #include "tests/support/dialog_user.h"
 
 #include "platform/api/screen.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Dialogs without a display: a screen for tests, on which a script acts as the user.
 #pragma once
 

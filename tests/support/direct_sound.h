@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // A fake of DirectSound capture, of as many functions as SoundInDx uses. The machine loads it as
 // "DSOUND.DLL"; it captures from the same devices as waveIn.
 //

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Runs the library and the reference model side by side on a stepped machine: each function calls
 // both, and Compare compares their states and the messages sent.
 #pragma once

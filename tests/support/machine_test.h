@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Base class of the tests: a virtual machine with a stepped clock and an ini file. The destructor
 // expects that nothing is left open.
 #pragma once

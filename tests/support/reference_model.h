@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // A second engine, written for reading: plain containers, and milliseconds counted one by one. It
 // has queues, pump, time in both modes, receive path, echo and ports, on one thread, with devices
 // that refuse nothing. Port n has channels 16 * n to 16 * n + 15. LibraryAndModel compares the

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Simulates lack of memory for operator new with std::nothrow.
 #pragma once
 

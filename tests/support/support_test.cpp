@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Strings, lists and memory blocks, also when out of memory.
 #include "platform/machine.h"
 #include "support/error_box.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Ends the program with the name of the test if a test takes longer than 4 minutes, or than the
 // number of seconds in the environment variable ZOR_PATIENCE.
 #include <csignal>

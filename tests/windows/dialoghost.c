@@ -1,3 +1,6 @@
+/* SPDX-FileCopyrightText: 2026 The zormidi authors */
+/* SPDX-License-Identifier: MIT */
+
 /* Shows one dialog of ZORMIDI.DLL in a Windows environment, for tests/setup/screen-test:
  *
  *   dialoghost 0|1 DLL

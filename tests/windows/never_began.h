@@ -1,3 +1,6 @@
+/* SPDX-FileCopyrightText: 2026 The zormidi authors */
+/* SPDX-License-Identifier: MIT */
+
 /* Detects a fault of Wine's DirectSound: in about 3 of 100 openings, with or without the library,
  * Start succeeds and the buffer reports that it captures, but its position stays at 0 and it
  * signals nothing. A test that receives no sound from such a buffer must open it again. */

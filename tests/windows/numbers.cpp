@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Prints the recogniser's numbers, to compare them between systems: every frame and note of sounds
 // computed in integers, in every setting, with the bits of each frequency; then, for each reference
 // pitch, a checksum of the cents of all frequencies that a window can yield.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // A winmm.dll for tests: loopback MIDI cables and a clock, with only the calls that the library and
 // zorhost make. The test advances the clock, or it follows the real one if the environment variable
 // STANDIN_CLOCK is "real". There are no audio devices, unless STANDIN_WAVE is "system": then the

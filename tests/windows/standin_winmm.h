@@ -1,3 +1,6 @@
+/* SPDX-FileCopyrightText: 2026 The zormidi authors */
+/* SPDX-License-Identifier: MIT */
+
 /* Functions that control the stand-in for winmm.dll: two cables, "Cable 1" and "Cable 2", each an
  * output device connected to an input device, and a clock that only StandInAdvance moves. All
  * callbacks run on the thread that calls StandInAdvance. */

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Captures through both classes from the system's own devices, also while the microphone is removed
 // and restored. Needs a microphone with a tone, and a controlling process that removes it for the
 // line "pull", restores it for "put", and answers each with a line. Exit code 0: both captured the

@@ -1,3 +1,6 @@
+/* SPDX-FileCopyrightText: 2026 The zormidi authors */
+/* SPDX-License-Identifier: MIT */
+
 /* A host on Windows: loads ZORMIDI.DLL from the given path and runs a session on it.
  *
  *   winhost standin DLL   on the stand-in winmm.dll: MIDI over a cable, the clock stepped by hand

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // zorhost transcribe, which needs sound-file libraries that the Windows version does not use.
 #include "host/cli/command_line.h"
 #include "host/cli/commands.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // On Windows the MIDI devices are the computer's own.
 #include "host/devices/device_selection.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // On Windows the microphone is always the system's first capture device.
 #include "host/devices/microphone.h"
 

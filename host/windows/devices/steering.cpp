@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The functions of platform/machine.h that zorhost needs, implemented for Windows itself: the path
 // of the library, device lists, and the parent window of its dialogs.
 #include "host/terminal/host_error.h"

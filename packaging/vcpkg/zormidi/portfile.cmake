@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The zormidi authors
+# SPDX-License-Identifier: MIT
+
 # An overlay port: builds the working tree that contains it.
 set(SOURCE_PATH "${CURRENT_PORT_DIR}/../../..")
 vcpkg_check_linkage(ONLY_DYNAMIC_LIBRARY)

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // ALSA's header, included as C since it does not declare all of its functions so; and small helpers
 // for it.
 #pragma once

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // This program's clients of ALSA's sequencer: one that owns the ports, and a second one that only
 // sends. The kernel serves one call of a client at a time, and connecting a device or creating a
 // queue may take long, which must not delay sending.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // A connection between a port of ours and the peer: the device's port, which comes and goes.
 #pragma once
 

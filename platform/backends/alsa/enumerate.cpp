@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Finds the sequencer's ports: one thread that sleeps until an event comes in or the system
 // announces that a port was plugged in or pulled out. The same thread passes events to receive.cpp.
 #include "platform/api/clock.h"

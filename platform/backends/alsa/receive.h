@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // An input port of the sequencer as a MIDI device, and the decoding of events for it.
 #pragma once
 

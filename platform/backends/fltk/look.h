@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The look of all widgets: one font, a few colours, and antialiased shapes.
 #pragma once
 

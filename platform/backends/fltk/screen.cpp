@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The screen: opens the display, runs dialogs, and starts the volume program.
 #include "platform/api/screen_back_end.h"
 #include "platform/backends/fltk/look.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Widgets that take no input: groups, labels, icons and frames.
 #include "platform/backends/fltk/widgets.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Widgets for the controls of a dialog. They behave as the toolkit's own, are drawn by look.h, and
 // pass user input to the dialog. They read the model each time that they are drawn.
 #pragma once

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The virtual microphone: captures a generated signal, is paced by the machine's clock, and fails
 // on demand.
 #include "platform/machine/capture.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // MIDI ports in memory: a message that is sent to an output is delivered, after the latency of the
 // cable, to each input that a cable connects.
 #include "platform/backends/memory/midi.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // MIDI ports in memory, with what shared_cable.cpp needs to join them to other processes.
 #pragma once
 

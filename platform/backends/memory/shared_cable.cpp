@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // A cable between processes is a ring of the latest messages in shared memory. The first program
 // creates it, the last one to leave removes it.
 //

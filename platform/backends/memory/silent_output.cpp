@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The default output of a machine without outputs: plays nothing.
 #include "platform/api/midi.h"
 #include "platform/common/immortal_singleton.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The client of the sound server, and the list of the server's sources. PulseAudio and PipeWire use
 // the same protocol.
 //

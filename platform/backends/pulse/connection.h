@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // A connection to one source: a record stream that ends when the source or the server goes, and is
 // opened again by itself when they are back.
 //

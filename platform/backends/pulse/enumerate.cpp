@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Lists the server's sources as microphones.
 #include "platform/api/capture_back_end.h"
 #include "platform/api/names.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // The controls of a microphone: its level, and its mute in the speakers.
 //
 // The level is the volume of our own record streams, not of the source, which other programs share.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // A source of the sound server as a capture device: one object, with one name and one level, for
 // the life of the process, whether the source is plugged in or not.
 #pragma once

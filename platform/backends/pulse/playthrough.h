@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Plays a microphone through the speakers. This process plays the sound, from a record stream of
 // its own with short blocks, so that the delay is short and playing ends with the process in any
 // case.

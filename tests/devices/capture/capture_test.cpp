@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
 // Microphones of a sound server: captured, pulled out, plugged in, their level changed, and the
 // server stalled, killed and restarted. The tests check results and their order, not times.
 #include "tests/platform/capture_instrument.h"
