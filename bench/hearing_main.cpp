@@ -5,7 +5,7 @@
 // decoder, compared with one of the recogniser.
 #include "bench/table.h"
 #include "hearing/decoder.h"
-#include "host/sound/sound_file.h"
+#include "host/sound/resampled_file.h"
 #include "host/sound/transcript.h"
 
 #include <array>
@@ -13,6 +13,8 @@
 #include <cmath>
 #include <cstdlib>
 #include <numbers>
+#include <sndfile.h>
+#include <soxr.h>
 #include <unistd.h>
 
 namespace {
@@ -91,7 +93,7 @@ BENCHMARK(ReadAndResample)->Name(AsItIs);
 void ReadMixed(benchmark::State& state) {
     for (auto _ : state) {
         zorhost::SoundFile file(SongPath());
-        zorhost::Resampler source(file);
+        zorhost::ResampledFile source(file);
         zorhost::Block block;
         while (source.Read(block) == block.size()) benchmark::DoNotOptimize(block.data());
     }
@@ -101,18 +103,18 @@ BENCHMARK(ReadMixed)->Name(Mixed);
 void ToNotes(benchmark::State& state) {
     const std::string& path = SongPath();
     for (auto _ : state) {
-        const auto sound = zorhost::AnalyseFile(path, zorhost::Levelling::File);
-        benchmark::DoNotOptimize(zorhost::Decode(sound, zorhost::Levelling::File));
+        const auto sound = zorhost::AnalyseFile(path, zorhost::Mode::Take);
+        benchmark::DoNotOptimize(zorhost::ToTranscript(sound));
     }
 }
 BENCHMARK(ToNotes)->Name(Whole);
 
 void Recognise(benchmark::State& state) {
     zorhost::SoundFile file(SongPath());
-    zorhost::Resampler source(file);
+    zorhost::ResampledFile source(file);
     std::vector<zorhost::Block> blocks(2048);
     for (zorhost::Block& block : blocks) source.Read(block);
-    zorhost::FrameAnalyser analyser;
+    zorhearing::FrameAnalyser analyser;
     std::size_t next = 0;
     for (auto _ : state) {
         benchmark::DoNotOptimize(analyser.Analyse(blocks[next], 1));
@@ -122,7 +124,7 @@ void Recognise(benchmark::State& state) {
 BENCHMARK(Recognise)->Name(OneFrame);
 
 void Decode(benchmark::State& state, int lag) {
-    const auto sound = zorhost::AnalyseFile(SongPath(), zorhost::Levelling::File);
+    const auto sound = zorhost::AnalyseFile(SongPath(), zorhost::Mode::Take);
     hearing::Decoder decoder(lag);
     std::size_t next = 0;
     for (auto _ : state) {

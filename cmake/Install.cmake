@@ -1,13 +1,13 @@
 # SPDX-FileCopyrightText: 2026 The zormidi authors
 # SPDX-License-Identifier: MIT
 
-# `cmake --install`: the header, the library, the platform library with the headers that control it,
+# `cmake --install`: the headers, the libraries, the platform library with the headers that control it,
 # zorhost, a CMake package and a pkg-config file.
 include(CMakePackageConfigHelpers)
 
-install(TARGETS zormidi EXPORT zormidiTargets RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+install(TARGETS zormidi zorhearing EXPORT zormidiTargets RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(FILES engine/zormidi.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(FILES engine/zormidi.h zorhearing/zorhearing.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(EXPORT zormidiTargets NAMESPACE zormidi:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zormidi)
 
 configure_package_config_file(cmake/zormidiConfig.cmake.in zormidiConfig.cmake
@@ -18,8 +18,13 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zormidiConfig.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zormidi)
 
 file(RELATIVE_PATH ZOR_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
-configure_file(cmake/zormidi.pc.in zormidi.pc @ONLY)
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zormidi.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+set(ZOR_PC_zormidi ${PROJECT_DESCRIPTION})
+set(ZOR_PC_zorhearing "Notes from the sound of one voice or melody instrument")
+foreach(ZOR_PC_NAME zormidi zorhearing)
+  set(ZOR_PC_DESCRIPTION ${ZOR_PC_${ZOR_PC_NAME}})
+  configure_file(cmake/library.pc.in ${ZOR_PC_NAME}.pc @ONLY)
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${ZOR_PC_NAME}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endforeach()
 
 if(WIN32)
   if(TARGET zorhost)
@@ -59,4 +64,8 @@ if(TARGET zorhost)
   install(FILES ${PROJECT_BINARY_DIR}/host/zorhost.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
   install(FILES host/cli/completion.bash RENAME zorhost
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+  install(FILES host/cli/completion.zsh RENAME _zorhost DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
+  install(FILES host/cli/completion.fish RENAME zorhost.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
+  install(FILES packaging/linux/zorhost.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
+  install(FILES packaging/linux/zorhost.svg DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps)
 endif()

@@ -12,16 +12,8 @@ target_include_directories(zormidi INTERFACE
 target_link_libraries(zormidi PRIVATE zor_options)
 
 if(WIN32)
-  target_sources(zormidi PRIVATE ${ZOR_EXPORT_FOLDER}/zormidi.def)
-  set_target_properties(zormidi PROPERTIES PREFIX "" OUTPUT_NAME "ZORMIDI" SUFFIX ".DLL")
-  target_link_options(zormidi PRIVATE -Wl,--kill-at -Wl,--enable-stdcall-fixup)
-  zor_version_info(zormidi VFT_DLL ZORMIDI.DLL "${PROJECT_DESCRIPTION}")
+  zor_dll(zormidi ZORMIDI "${PROJECT_DESCRIPTION}")
   target_link_libraries(zormidi PRIVATE winmm user32 gdi32 comctl32 shell32)
-  add_custom_command(TARGET zormidi POST_BUILD VERBATIM
-    BYPRODUCTS ZORMIDI.def libZORMIDI-delayed.a
-    COMMAND ${CMAKE_COMMAND} -DDLL=$<TARGET_FILE:zormidi> -DDEF=${ZOR_EXPORT_FOLDER}/zormidi.def
-      -DNM=${CMAKE_NM} -DDLLTOOL=${CMAKE_DLLTOOL} -DFOLDER=${PROJECT_BINARY_DIR}
-      -P ${PROJECT_SOURCE_DIR}/cmake/ImportLibraries.cmake)
 else()
   target_link_libraries(zormidi PRIVATE zorplatform)
   set_target_properties(zormidi PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}

@@ -18,3 +18,18 @@ function(zor_version_info target fileType fileName description)
   configure_file(${PROJECT_SOURCE_DIR}/resources/version.rc.in ${target}_version.rc @ONLY)
   target_sources(${target} PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/${target}_version.rc)
 endfunction()
+
+# zor_dll(target name description): the target is NAME.DLL in the build folder, with the functions of
+# target.def by their plain names, and has import libraries beside it.
+function(zor_dll target name description)
+  target_sources(${target} PRIVATE ${ZOR_EXPORT_FOLDER}/${target}.def)
+  set_target_properties(${target} PROPERTIES PREFIX "" OUTPUT_NAME ${name} SUFFIX ".DLL"
+    RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR} ARCHIVE_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})
+  target_link_options(${target} PRIVATE -Wl,--kill-at -Wl,--enable-stdcall-fixup)
+  zor_version_info(${target} VFT_DLL ${name}.DLL "${description}")
+  add_custom_command(TARGET ${target} POST_BUILD VERBATIM
+    BYPRODUCTS ${PROJECT_BINARY_DIR}/${name}.def ${PROJECT_BINARY_DIR}/lib${name}-delayed.a
+    COMMAND ${CMAKE_COMMAND} -DDLL=$<TARGET_FILE:${target}> -DDEF=${ZOR_EXPORT_FOLDER}/${target}.def
+      -DNM=${CMAKE_NM} -DDLLTOOL=${CMAKE_DLLTOOL} -DFOLDER=${PROJECT_BINARY_DIR} -DNAME=${name}
+      -P ${PROJECT_SOURCE_DIR}/cmake/ImportLibraries.cmake)
+endfunction()

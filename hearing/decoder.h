@@ -20,8 +20,8 @@ namespace hearing {
 constexpr int LiveLag = 4;   // frames, 93 ms
 constexpr int FileLag = 256; // frames, 5.9 s
 
-// For one thread at a time. A frame takes at most 2 us. Memory is allocated when a note begins or
-// grows, so Feed is not real-time safe; besides the notes, memory use is constant.
+// For one thread at a time. A frame takes at most 2 us. Memory is allocated for the notes only:
+// Feed is real-time safe as long as DropNotes keeps them few.
 class Decoder {
 public:
     // lag: frames, above 0. tuning: how much sharper than 440 Hz the recording's A4 is, in
@@ -35,6 +35,8 @@ public:
 
     // The notes so far, in order. Only the last one can be open. Valid until the next call.
     const std::vector<Note>& Notes() const { return Writer.Notes(); }
+    // Forgets all notes but the last one. Real-time safe: yes.
+    void DropNotes() { Writer.DropNotes(); }
 
 private:
     void Decide(std::size_t undecided);

@@ -26,6 +26,10 @@ constexpr double ChangeDelay = 0.018;
 constexpr double NearPitch = 1;        // semitones from its bin that a note's own frames may be
 constexpr double ConfidentPitch = 0.5; // semitones from its pitch that count as confirming it
 
+// Frames of a note that are measured, 6 minutes; later ones change nothing.
+constexpr std::size_t MaxFrames = 16384;
+constexpr std::size_t FewNotes = 64; // for which memory is allocated at once
+
 double Median(std::vector<double>& values) {
     const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
     std::nth_element(values.begin(), middle, values.end());
@@ -49,6 +53,16 @@ Peaks PeaksOf(std::span<const Frame> frames) {
 
 } // namespace
 
+NoteWriter::NoteWriter(int binsPerSemitone) : BinsPerSemitone(binsPerSemitone) {
+    Result.reserve(FewNotes);
+    FramePitches.reserve(MaxFrames);
+    SilentFrames.reserve(LongestRise);
+}
+
+void NoteWriter::DropNotes() {
+    if (Result.size() > 1) Result.erase(Result.begin(), Result.end() - 1);
+}
+
 // With a short lag the decided states can jump to another path, so that a note can begin without
 // its First or Second.
 bool NoteWriter::BeginsNote(State state) const {
@@ -68,8 +82,9 @@ void NoteWriter::Write(State state, double pitch, std::span<const Frame> frames)
         Note& note = Result.back();
         if (note.Pitch == 0) note.Pitch = pitch;
         note.End = frame.Begin + FrameSeconds;
-        ++FrameCount;
-        if (frame.Frequency > 0) FramePitches.push_back(PitchOf(frame.Frequency));
+        const bool measured = FrameCount < MaxFrames;
+        FrameCount += measured;
+        if (measured && frame.Frequency > 0) FramePitches.push_back(PitchOf(frame.Frequency));
     }
     LastState = state;
 }
@@ -115,8 +130,9 @@ void NoteWriter::Close() {
     const auto confirms = [&](double pitch) {
         return std::fabs(pitch - note.Pitch) < ConfidentPitch;
     };
-    note.Confidence = static_cast<double>(std::ranges::count_if(FramePitches, confirms)) /
-                      std::max(FrameCount, 1);
+    note.Confidence =
+        static_cast<double>(std::count_if(FramePitches.begin(), FramePitches.end(), confirms)) /
+        static_cast<double>(std::max<std::size_t>(FrameCount, 1));
     if (note.End < note.Onset) note.End = note.Onset;
     FramePitches.clear();
     FrameCount = 0;

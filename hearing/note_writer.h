@@ -15,7 +15,7 @@ namespace hearing {
 
 class NoteWriter {
 public:
-    explicit NoteWriter(int binsPerSemitone) : BinsPerSemitone(binsPerSemitone) {}
+    explicit NoteWriter(int binsPerSemitone);
 
     // Adds the next state in order. pitch: of the state's bin. frames: the state's own frame first,
     // then the later ones that are already known; at least one.
@@ -24,6 +24,8 @@ public:
     void Close();
 
     const std::vector<Note>& Notes() const { return Result; }
+    // Forgets all but the last one.
+    void DropNotes();
 
 private:
     bool BeginsNote(State state) const;
@@ -36,7 +38,7 @@ private:
     State LastState;
     double BinPitch = 0;              // of the open note
     std::vector<double> FramePitches; // measured in frames of the open note
-    int FrameCount = 0;               // of the open note
+    std::size_t FrameCount = 0;       // of the open note, up to MaxFrames
     std::vector<Frame> SilentFrames;  // the last ones before the next note, oldest first
 };
 

@@ -37,7 +37,7 @@ const Observation& Observer::Observe(const Frame& frame) {
     const double pitch = frame.Frequency > 0 ? PitchOf(frame.Frequency) : 0;
     const bool voiced = pitch > LowestPitch - 1 && pitch < HighestPitch + 1;
     const float unvoiced = frame.Level <= Cost.QuietLevel ? Cost.Quiet : Cost.Unvoiced;
-    std::ranges::fill(Result.Note, voiced ? Cost.MaxPitchError : unvoiced);
+    std::fill(Result.Note.begin(), Result.Note.end(), voiced ? Cost.MaxPitchError : unvoiced);
     Result.Silence = voiced ? Cost.VoicedSilence : 0;
     if (voiced) ApplyPitch(pitch);
     MeasureRise(frame.Level);

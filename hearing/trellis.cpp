@@ -22,7 +22,7 @@ int FindLeast(const std::vector<float>& costs, int begin, int end) {
     const std::span<const float> part(costs.data() + begin, Index(end - begin));
     float least = part[0];
     for (const float cost : part) least = std::min(least, cost);
-    const auto at = std::ranges::find(part, least) - part.begin();
+    const auto at = std::find(part.begin(), part.end(), least) - part.begin();
     return begin + static_cast<int>(at);
 }
 
@@ -104,7 +104,7 @@ State Trellis::Cheapest() const {
     State state;
     float least = SilenceCost;
     const auto compare = [&](const std::vector<float>& costs, Phase phase) {
-        const auto best = std::ranges::min_element(costs);
+        const auto best = std::min_element(costs.begin(), costs.end());
         if (*best >= least) return;
         least = *best;
         state = {phase, static_cast<int>(best - costs.begin())};

@@ -47,12 +47,14 @@ void AddCommands(CLI::App& app, zorhost::GlobalOptions& global) {
     const zorhost::Command commands(&app);
     zorhost::AddDevices(commands, global);
     zorhost::AddPlay(commands, global);
+    zorhost::AddRender(commands, global);
     zorhost::AddInfo(commands, global);
     zorhost::AddRecord(commands, global);
     zorhost::AddMonitor(commands, global);
     zorhost::AddFollow(commands, global);
     zorhost::AddClock(commands, global);
     zorhost::AddTranscribe(commands, global);
+    zorhost::AddScore(commands);
     zorhost::AddListen(commands, global);
     zorhost::AddSetup(commands, global);
     app.footer(Footer); // after the commands, which would inherit it otherwise

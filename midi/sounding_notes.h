@@ -21,7 +21,7 @@ public:
     void Apply(std::uint32_t message) {
         const auto status = static_cast<std::uint8_t>(message);
         const auto velocity = static_cast<std::uint8_t>(message >> 16);
-        const std::size_t index = ChannelOf(status) * Notes + (message >> 8 & 0x7F);
+        const std::size_t index = std::size_t{ChannelOf(status)} * Notes + (message >> 8 & 0x7F);
         if (StartsNote(MessageType(status), velocity)) Sounding.set(index);
         if (EndsNote(MessageType(status), velocity)) Sounding.reset(index);
     }
@@ -39,7 +39,7 @@ public:
 
 private:
     static constexpr std::uint32_t Notes = 128; // per channel
-    std::bitset<16 * Notes> Sounding;
+    std::bitset<std::size_t{16} * Notes> Sounding;
 };
 
 } // namespace midi

@@ -29,10 +29,16 @@ constexpr std::uint8_t TimingClock = 0xF8; // 24 per quarter note
 constexpr std::uint8_t Start = 0xFA;
 constexpr std::uint8_t Continue = 0xFB;
 constexpr std::uint8_t Stop = 0xFC;
+constexpr std::uint8_t SystemReset = 0xFF;
 
 // The kind of a channel message, such as NoteOn.
 constexpr std::uint8_t MessageType(std::uint8_t status) { return status & 0xF0; }
 constexpr std::uint8_t ChannelOf(std::uint8_t status) { return status & 0x0F; }
+
+// Whether it is the status byte of a channel message. False for data bytes and system messages.
+constexpr bool IsChannelStatus(std::uint8_t byte) {
+    return byte >= NoteOff && byte < FirstSystemStatus;
+}
 
 // A note on with velocity 0 ends a note, as a note off does.
 constexpr bool StartsNote(std::uint8_t type, std::uint8_t velocity) {

@@ -78,7 +78,7 @@ TrackReader::Result TrackReader::ReadMessage(TrackEvent& event) {
 
 // Whether a complete channel message with valid data bytes begins there.
 bool TrackReader::IsChannelMessage(std::size_t at) const {
-    if (File[at] < 0x80 || File[at] >= midi::FirstSystemStatus) return false;
+    if (!midi::IsChannelStatus(File[at])) return false;
     const auto count = static_cast<std::size_t>(midi::DataBytes(File[at]));
     if (count >= File.size() - at) return false;
     return File[at + 1] < 0x80 && File[at + count] < 0x80;
@@ -87,7 +87,7 @@ bool TrackReader::IsChannelMessage(std::size_t at) const {
 // Continues at the next channel message or end-of-track event. The byte before it is its delta time
 // if it is below 128.
 void TrackReader::Resynchronise(std::size_t damaged) {
-    constexpr unsigned char end[] = {0xFF, MetaEndOfTrack, 0};
+    constexpr unsigned char end[] = {MetaStatus, MetaEndOfTrack, 0};
     const auto isEnd = [&](std::size_t at) {
         return File.size() - at >= sizeof end && std::equal(end, end + sizeof end, &File[at]);
     };

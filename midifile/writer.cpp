@@ -41,7 +41,7 @@ void TrackWriter::AddNumber(std::uint32_t value) {
 
 // A pause longer than the greatest delta time is divided by empty text events.
 void TrackWriter::AddDelta(std::int64_t tick) {
-    static constexpr unsigned char emptyText[] = {0xFF, MetaText, 0};
+    static constexpr unsigned char emptyText[] = {MetaStatus, MetaText, 0};
     for (; tick - PreviousTick > LongestDelta; PreviousTick += LongestDelta) {
         AddNumber(LongestDelta);
         Append(Encoded, emptyText);

@@ -60,7 +60,7 @@ private:
     }
 
     // Up to three votes for each cycle but the newest.
-    static constexpr std::size_t Size = (CycleTable::Size - 1) * 3;
+    static constexpr std::size_t Size = std::size_t{CycleTable::Size - 1} * 3;
     std::array<PeriodCluster, Size> Entries;
     std::int32_t Count = 0;
 };

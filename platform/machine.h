@@ -9,9 +9,9 @@
 // MIDI devices and microphones may be this computer's instead (native.h).
 //
 // At load the machine suits a host that does not steer it: this computer's microphones and MIDI
-// devices or, where the latter cannot be reached, one loopback cable named "Loopback"; message
-// boxes are printed to standard error, and sent messages are not recorded. A steering host calls
-// PowerOn first.
+// devices or, where the latter cannot be reached, one loopback cable named "Loopback"; the software
+// synthesizer if it is installed; message boxes are printed to standard error, and sent messages
+// are not recorded. A steering host calls PowerOn first.
 //
 // The steering thread is the thread of the host or test that calls these functions.
 #pragma once
@@ -24,6 +24,7 @@
 #include "platform/machine/midi.h"
 #include "platform/machine/modules.h"
 #include "platform/machine/native.h"
+#include "platform/machine/synthesizer.h"
 
 namespace machine {
 

@@ -4,123 +4,244 @@
 #include "score/bars.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace score {
 
 namespace {
 
-constexpr double MinArticulation = 0.4; // sounding share of a note's written length
-constexpr double MinRest =
-    0.75 * GridUnitsPerQuarter; // a shorter gap belongs to the note before it
+constexpr int Eighth = TicksPerQuarter / 2;
+constexpr int Values[] = {96, 72, 48, 36, 24, 18, 12, 9, 6, 3}; // ticks that one sign shows
 
-// The sounding share of a note's written length, as this player articulates: the median of all
-// notes.
-double ArticulationOf(Melody melody) {
-    std::vector<double> shares;
-    for (std::size_t i = 0; i + 1 < melody.size(); ++i)
-        shares.push_back((melody[i].End - melody[i].Onset) /
-                         (melody[i + 1].Onset - melody[i].Onset));
-    if (shares.empty()) return 1;
-    const auto middle = shares.begin() + static_cast<std::ptrdiff_t>(shares.size() / 2);
-    std::ranges::nth_element(shares, middle);
-    return std::clamp(*middle, MinArticulation, 1.0);
-}
+// What sounds in a voice from one tick of a bar to another.
+struct Piece {
+    const std::vector<int>* Notes; // null for a rest
+    int Begin, End;                // ticks from the beginning of the bar
+    bool TieStop, TieStart;
+};
 
-// Rounds a note's end to a grid that is coarser for longer notes. The last note of the melody ends
-// on a beat if it is longer than half a beat.
-int RoundEnd(int onset, double length, const Meter& meter, bool last) {
-    const bool dottedBeat = meter.BeatLength != GridUnitsPerQuarter;
-    const int fine = length < 2 ? 1 : length < 3 || dottedBeat ? 2 : GridUnitsPerQuarter;
-    const int grid = last && length > meter.BeatLength / 2 ? meter.BeatLength : fine;
-    const int end = static_cast<int>(std::lround((onset + length) / grid)) * grid;
-    return std::max(end, onset + 1);
-}
+// A part of a bar whose notes are written as a tuplet.
+struct Tuplet {
+    int Begin, End;
+    int Actual, Normal;
+};
 
 bool IsWritable(int length) {
-    constexpr int values[] = {1, 2, 3, 4, 6, 8, 12, 16};
-    return std::ranges::find(values, length) != std::end(values);
+    return std::find(std::begin(Values), std::end(Values), length) != std::end(Values);
+}
+
+// The beat that symbols must leave visible: a half note's two quarters are seen as well.
+int VisibleBeat(const TimeSignature& meter) {
+    return meter.IsCompound() ? meter.BeatTicks() : TicksPerQuarter;
 }
 
 // Whether a symbol at that position leaves the beats visible. A symbol on a beat may fill whole
 // beats or end within its beat; one between beats must not cross the next beat, except a quarter
 // note on an off-beat.
-bool IsReadable(int position, int length, const Meter& meter, bool rest) {
-    const int beat = meter.BeatLength;
-    const bool quarterBeat = beat == GridUnitsPerQuarter;
+bool IsReadable(int position, int length, const TimeSignature& meter, bool rest) {
+    const int beat = VisibleBeat(meter);
+    const bool quarterBeat = beat == TicksPerQuarter;
     const int toNext = beat - position % beat;
     if (!IsWritable(length)) return false;
-    if (length <= toNext) return quarterBeat || position % 2 == 0 || length == 1;
-    const int half = meter.BarLength == 16 ? 8 : meter.BarLength;
+    if (position % 6 != 0 && length > Eighth - position % Eighth) return false;
+    if (length <= toNext) return quarterBeat || position % Eighth == 0 || length <= 6;
+    const int half = meter.BarTicks() == 96 ? 48 : meter.BarTicks();
     if (rest) return position % beat == 0 && length % beat == 0 && position % length == 0;
-    if (position % beat == 0) return length % beat == 0 || (quarterBeat && length == 6);
-    const bool syncopation = quarterBeat && position % 2 == 0 && length == GridUnitsPerQuarter;
+    if (position % beat == 0) return length % beat == 0 || (quarterBeat && length == 36);
+    const bool syncopation = quarterBeat && position % Eighth == 0 && length == TicksPerQuarter;
     return syncopation && position / half == (position + length - 1) / half;
 }
 
-int LongestReadable(int position, int most, const Meter& meter, bool rest) {
-    int length = most;
-    while (length > 1 && !IsReadable(position, length, meter, rest)) --length;
-    return length;
+NoteValue ValueOf(int length) {
+    for (const int type : {96, 48, 24, 12, 6, 3})
+        if (length >= type) return {type, length == type * 3 / 2, 1, 1};
+    return {};
 }
 
-class BarWriter {
-public:
-    explicit BarWriter(const Meter& meter, int pickup) : Meter(meter), Position(pickup) {
-        Bars.push_back({pickup, {}});
-    }
-    void Add(int note, int length) {
-        const int whole = length;
-        while (length > 0) {
-            const int left = Meter.BarLength - Position;
-            const int part = LongestReadable(Position, std::min(length, left), Meter, note < 0);
-            const bool tie = note >= 0;
-            Bars.back().Symbols.push_back(
-                {note, Position, part, tie && length < whole, tie && part < length});
-            length -= part;
-            Position += part;
-            if (Position < Meter.BarLength) continue;
-            Bars.push_back({});
-            Position = 0;
+// Whether some boundary lies strictly between two ticks and fulfils a condition.
+template <class Condition>
+bool AnyInside(const std::vector<int>& boundaries, int begin, int end, Condition condition) {
+    return std::any_of(boundaries.begin(), boundaries.end(),
+                       [&](int at) { return at > begin && at < end && condition(at - begin); });
+}
+
+// Tuplets are seen in the boundaries between pieces. Triplets of quarters fill a half note, those
+// of eighths a quarter; in compound meters, those of sixteenths fill an eighth, and duplets a beat.
+std::vector<Tuplet> FindTuplets(const std::vector<int>& boundaries, const TimeSignature& meter) {
+    std::vector<Tuplet> tuplets;
+    const auto third = [](int at) { return at % 3 != 0; };
+    const int bar = meter.BarTicks();
+    if (meter.IsCompound()) {
+        for (int beat = 0; beat < bar; beat += meter.BeatTicks()) {
+            const int end = beat + meter.BeatTicks();
+            if (AnyInside(boundaries, beat, end, [](int at) { return at == 18; }) &&
+                !AnyInside(boundaries, beat, end, [](int at) { return at != 18; })) {
+                tuplets.push_back({beat, end, 2, 3});
+                continue;
+            }
+            for (int at = beat; at < end; at += Eighth)
+                if (AnyInside(boundaries, at, at + Eighth, third))
+                    tuplets.push_back({at, at + Eighth, 3, 2});
         }
+        return tuplets;
     }
-    std::vector<Bar> Finish() {
-        if (Position > 0) Add(-1, Meter.BarLength - Position);
-        Bars.pop_back(); // the empty bar that Add opened behind the last full one
-        return std::move(Bars);
+    for (int beat = 0; beat < bar;) {
+        const int half = beat + 2 * TicksPerQuarter;
+        const auto quarters = [](int at) { return at == 16 || at == 32; };
+        const auto others = [](int at) { return at != 16 && at != 32; };
+        if (beat % 48 == 0 && half <= bar && AnyInside(boundaries, beat, half, quarters) &&
+            !AnyInside(boundaries, beat, half, others)) {
+            tuplets.push_back({beat, half, 3, 2});
+            beat = half;
+            continue;
+        }
+        if (AnyInside(boundaries, beat, beat + TicksPerQuarter, third))
+            tuplets.push_back({beat, beat + TicksPerQuarter, 3, 2});
+        beat += TicksPerQuarter;
+    }
+    return tuplets;
+}
+
+// Adds rests where a secondary voice has gaps within a tuplet.
+std::vector<Piece> FillTuplets(const std::vector<Piece>& pieces,
+                               const std::vector<Tuplet>& tuplets) {
+    std::vector<Piece> filled;
+    int at = 0;
+    const auto fill = [&](int end) {
+        for (const Tuplet& tuplet : tuplets) {
+            const int first = std::max(at, tuplet.Begin), last = std::min(end, tuplet.End);
+            if (first < last) filled.push_back({nullptr, first, last, false, false});
+        }
+    };
+    for (const Piece& piece : pieces) {
+        fill(piece.Begin);
+        filled.push_back(piece);
+        at = piece.End;
+    }
+    if (!pieces.empty() && !tuplets.empty()) fill(tuplets.back().End);
+    return filled;
+}
+
+// Writes the pieces of a voice in one bar as symbols.
+class SymbolWriter {
+public:
+    SymbolWriter(const TimeSignature& meter, std::vector<Symbol>& symbols)
+        : Meter(meter), Symbols(symbols) {}
+    void Write(const std::vector<Piece>& pieces) {
+        std::vector<int> boundaries;
+        boundaries.reserve(2 * pieces.size());
+        for (const Piece& piece : pieces) boundaries.push_back(piece.Begin);
+        for (const Piece& piece : pieces) boundaries.push_back(piece.End);
+        const std::vector<Tuplet> tuplets = FindTuplets(boundaries, Meter);
+        for (const Piece& piece : FillTuplets(pieces, tuplets)) {
+            int at = piece.Begin;
+            for (const Tuplet& tuplet : tuplets) {
+                if (tuplet.End <= at || tuplet.Begin >= piece.End) continue;
+                WritePlain(piece, at, tuplet.Begin);
+                at = std::max(at, tuplet.Begin);
+                WriteInTuplet(piece, at, std::min(piece.End, tuplet.End), tuplet);
+                at = std::min(piece.End, tuplet.End);
+            }
+            WritePlain(piece, at, piece.End);
+        }
     }
 
 private:
-    const score::Meter& Meter;
-    int Position; // grid units from the beginning of the last bar
-    std::vector<Bar> Bars;
+    void Add(const Piece& piece, int at, int length, const NoteValue& value) {
+        Symbol symbol{{}, at, length, value};
+        if (piece.Notes) {
+            symbol.Notes = *piece.Notes;
+            symbol.TieStop = at > piece.Begin || piece.TieStop;
+            symbol.TieStart = at + length < piece.End || piece.TieStart;
+        }
+        Symbols.push_back(std::move(symbol));
+    }
+    void WritePlain(const Piece& piece, int at, int end) {
+        while (at < end) {
+            int length = end - at;
+            while (length > 3 && !IsReadable(at, length, Meter, !piece.Notes)) --length;
+            length = std::min(length, end - at);
+            Add(piece, at, length, ValueOf(length));
+            at += length;
+        }
+    }
+    void WriteInTuplet(const Piece& piece, int at, int end, const Tuplet& tuplet) {
+        while (at < end) {
+            int nominal = (end - at) * tuplet.Actual / tuplet.Normal;
+            while (nominal > 3 && !IsWritable(nominal)) --nominal;
+            NoteValue value = ValueOf(nominal);
+            value.Actual = tuplet.Actual;
+            value.Normal = tuplet.Normal;
+            const int length = std::max(1, nominal * tuplet.Normal / tuplet.Actual);
+            Add(piece, at, length, value);
+            Symbols.back().TupletBegin = at == tuplet.Begin;
+            at += length;
+            Symbols.back().TupletEnd = at == tuplet.End;
+        }
+    }
+
+    const TimeSignature& Meter;
+    std::vector<Symbol>& Symbols;
+};
+
+// Cuts a voice at bar lines.
+class BarCutter {
+public:
+    BarCutter(std::vector<Bar>& bars, const std::vector<int>& begins, std::size_t voice)
+        : Bars(bars), Begins(begins), Voice(voice) {}
+    void Add(const std::vector<int>* notes, int begin, int end) {
+        for (int at = begin; at < end;) {
+            while (Current + 1 < Begins.size() && at >= Begins[Current + 1]) Flush();
+            const int barEnd = Begins[Current] + Bars[Current].Meter.BarTicks();
+            const int until = std::min(end, barEnd);
+            Pieces.push_back(
+                {notes, at - Begins[Current], until - Begins[Current], at > begin, until < end});
+            at = until;
+        }
+    }
+    void Flush() {
+        SymbolWriter(Bars[Current].Meter, Bars[Current].Voices[Voice]).Write(Pieces);
+        Pieces.clear();
+        ++Current;
+    }
+
+private:
+    std::vector<Bar>& Bars;
+    const std::vector<int>& Begins;
+    std::size_t Voice;
+    std::size_t Current = 0; // index of the bar that is being filled
+    std::vector<Piece> Pieces;
 };
 
 } // namespace
 
-std::vector<int> FindLengths(Melody melody, const Rhythm& rhythm) {
-    const double articulation = ArticulationOf(melody);
-    std::vector<int> lengths;
-    for (std::size_t i = 0; i < melody.size(); ++i) {
-        const int onset = rhythm.Onsets[i];
-        const double intended =
-            (melody[i].End - melody[i].Onset) / articulation / rhythm.UnitSeconds[i];
-        const bool last = i + 1 == melody.size();
-        int end = RoundEnd(onset, intended, *rhythm.Meter, last);
-        if (!last && rhythm.Onsets[i + 1] - onset - intended < MinRest) end = rhythm.Onsets[i + 1];
-        lengths.push_back(end - onset);
+std::vector<Bar> MakeBars(const Rhythm& rhythm, const std::vector<Voice>& voices) {
+    int end = 1;
+    for (const Voice& voice : voices)
+        for (const Chord& chord : voice.Chords) end = std::max(end, chord.Onset + chord.Length);
+    std::vector<Bar> bars;
+    std::vector<int> begins;
+    auto change = rhythm.Meters.begin();
+    for (int begin = 0; begin < end; begin += bars.back().Meter.BarTicks()) {
+        if (change + 1 != rhythm.Meters.end() && static_cast<int>(bars.size()) >= (change + 1)->Bar)
+            ++change;
+        bars.push_back({change->Meter, 0, std::vector<std::vector<Symbol>>(voices.size())});
+        begins.push_back(begin);
     }
-    return lengths;
-}
-
-std::vector<Bar> MakeBars(const Rhythm& rhythm, const std::vector<int>& lengths) {
-    BarWriter writer(*rhythm.Meter, rhythm.Onsets[0]);
-    for (std::size_t i = 0; i < lengths.size(); ++i) {
-        writer.Add(static_cast<int>(i), lengths[i]);
-        if (i + 1 < lengths.size())
-            writer.Add(-1, rhythm.Onsets[i + 1] - rhythm.Onsets[i] - lengths[i]);
+    const int last = begins.back() + bars.back().Meter.BarTicks();
+    bars.front().Offset = rhythm.Onsets.front();
+    for (std::size_t i = 0; i < voices.size(); ++i) {
+        BarCutter cutter(bars, begins, i);
+        const bool rests = !voices[i].Secondary;
+        int at = rhythm.Onsets.front();
+        for (const Chord& chord : voices[i].Chords) {
+            if (rests) cutter.Add(nullptr, at, chord.Onset);
+            at = chord.Onset + chord.Length;
+            cutter.Add(&chord.Notes, chord.Onset, at);
+        }
+        if (rests) cutter.Add(nullptr, at, last);
+        cutter.Flush();
     }
-    return writer.Finish();
+    return bars;
 }
 
 } // namespace score

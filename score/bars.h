@@ -4,33 +4,40 @@
 // Notes and rests in bars: split at bar lines, and where the beat must stay visible.
 #pragma once
 
-#include "score/rhythm.h"
+#include "score/voices.h"
 
 #include <vector>
 
 namespace score {
 
-// A note or rest of a length that one sign can show: a sixteenth to a whole note, dotted at most
-// once. A longer note is several symbols connected by ties.
+// A value that one sign shows.
+struct NoteValue {
+    int Type = TicksPerQuarter; // ticks without dot and tuplet: 3, a thirty-second, to 96, a whole
+    bool Dotted = false;
+    int Actual = 1, Normal = 1; // 3 and 2 in a triplet: three notes in the time of two
+};
+
+// A note, chord or rest that one sign shows. A longer note is several symbols connected by ties.
 struct Symbol {
-    int Note;              // index in the melody; below 0 for a rest
-    int Position;          // grid units from the beginning of the bar
-    int Length;            // grid units
+    std::vector<int>
+        Notes;    // indices in the notes of the score, ascending in pitch; none for a rest
+    int Position; // ticks from the beginning of the bar
+    int Length;   // ticks
+    NoteValue Value;
     bool TieStop = false;  // tied to the symbol before
     bool TieStart = false; // tied to the next symbol
+    bool TupletBegin = false;
+    bool TupletEnd = false;
 };
 
 struct Bar {
-    int Offset = 0; // grid units before the first symbol: above 0 only in a pickup bar
-    std::vector<Symbol> Symbols;
+    TimeSignature Meter;
+    int Offset = 0; // ticks before the first symbol: above 0 only in a pickup bar
+    // For each voice of the score the symbols from Offset to the end of the bar; a secondary voice
+    // may have gaps, or none.
+    std::vector<std::vector<Symbol>> Voices;
 };
 
-// The written length of each note in grid units. A note reaches to the next one unless it is much
-// shorter than this player's articulation makes notes.
-std::vector<int> FindLengths(Melody melody, const Rhythm& rhythm);
-
-// Bars filled with symbols from their Offset to their end. lengths: one for each note of the
-// rhythm.
-std::vector<Bar> MakeBars(const Rhythm& rhythm, const std::vector<int>& lengths);
+std::vector<Bar> MakeBars(const Rhythm& rhythm, const std::vector<Voice>& voices);
 
 } // namespace score

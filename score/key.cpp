@@ -5,8 +5,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 
 namespace score {
 
@@ -65,39 +67,102 @@ bool InScale(int fifth, const Key& key) {
 
 std::string Key::Name() const { return LetterName(Tonic) + (Minor ? " minor" : " major"); }
 
-Key FindKey(Melody melody) {
-    Degrees seconds{};
-    for (const HeardNote& note : melody)
-        seconds[static_cast<std::size_t>(note.Key % 12)] += note.End - note.Onset;
-    const int last = melody.back().Key % 12;
-    Key best;
-    double most = -INFINITY;
-    for (const bool minor : {false, true}) {
-        for (int signature = -6; signature <= 5; ++signature) {
-            const Key key{signature + (minor ? 3 : 0), minor};
-            const double likely = Likelihood(key, seconds, last);
-            if (likely <= most) continue;
-            most = likely;
+namespace {
+
+constexpr int KeyCount = 24;       // major and minor, each from six flats to five sharps
+constexpr double ChangeCost = 12;  // seconds: of a change of key
+constexpr int ShortestSection = 8; // bars in one key
+
+Key KeyAt(int index) {
+    const bool minor = index >= KeyCount / 2;
+    return {index % (KeyCount / 2) - 6 + (minor ? 3 : 0), minor};
+}
+
+// The first of the most likely keys of a passage.
+int BestKey(const Degrees& seconds, int last) {
+    int best = 0;
+    for (int key = 1; key < KeyCount; ++key)
+        if (Likelihood(KeyAt(key), seconds, last) > Likelihood(KeyAt(best), seconds, last))
             best = key;
-        }
-    }
     return best;
 }
 
-std::vector<Spelling> Spell(Melody melody, const Key& key) {
-    std::vector<Spelling> spellings;
-    for (std::size_t i = 0; i < melody.size(); ++i) {
-        int fifth = FifthFrom(key.Tonic - 5, melody[i].Key % 12);
-        const int step = i + 1 < melody.size() ? melody[i + 1].Key - melody[i].Key : 0;
-        if (!InScale(fifth, key)) {
-            if (step == 1 && fifth < key.Signature() - 1) fifth += 12;
-            if (step == -1 && fifth > key.Signature() + 5) fifth -= 12;
-            // A double accidental becomes its enharmonic equivalent, which is easier to read.
-            if (std::abs(Alteration(fifth)) == 2) fifth -= 6 * Alteration(fifth);
-        }
-        spellings.push_back(SpellAt(fifth, melody[i].Key));
+} // namespace
+
+// The cheapest sequence of keys by Viterbi's algorithm over sections of some bars. A piece in one
+// key, as nearly all are, has the key that fits the whole of it.
+std::vector<KeyChange> FindKeys(Melody notes, const std::vector<int>& bars) {
+    const int sections = bars.back() / ShortestSection + 1;
+    std::vector<Degrees> seconds(static_cast<std::size_t>(sections), Degrees{});
+    Degrees all{};
+    for (std::size_t i = 0; i < notes.size(); ++i) {
+        const auto pitch = static_cast<std::size_t>(notes[i].Key % 12);
+        seconds[static_cast<std::size_t>(bars[i] / ShortestSection)][pitch] +=
+            notes[i].End - notes[i].Onset;
+        all[pitch] += notes[i].End - notes[i].Onset;
     }
-    return spellings;
+    const int last = notes.back().Key % 12;
+    std::array<double, KeyCount> likely{};
+    std::vector<std::array<int, KeyCount>> sources;
+    for (std::size_t section = 0; section < seconds.size(); ++section) {
+        std::array<double, KeyCount> next{};
+        sources.emplace_back();
+        const auto most = std::max_element(likely.begin(), likely.end()) - likely.begin();
+        for (int key = 0; key < KeyCount; ++key) {
+            const auto at = static_cast<std::size_t>(key);
+            const bool changes = likely[static_cast<std::size_t>(most)] - ChangeCost > likely[at];
+            sources.back()[at] = changes ? static_cast<int>(most) : key;
+            const int end = section + 1 == seconds.size() ? last : -1;
+            next[at] = likely[static_cast<std::size_t>(sources.back()[at])] -
+                       (changes ? ChangeCost : 0) + Likelihood(KeyAt(key), seconds[section], end);
+        }
+        likely = next;
+    }
+    auto key = static_cast<int>(std::max_element(likely.begin(), likely.end()) - likely.begin());
+    std::vector<KeyChange> changes;
+    for (int section = sections; section-- > 0;) {
+        const int before =
+            sources[static_cast<std::size_t>(section)][static_cast<std::size_t>(key)];
+        if (section > 0 && before == key) continue;
+        changes.push_back({section * ShortestSection, KeyAt(key)});
+        key = before;
+    }
+    std::reverse(changes.begin(), changes.end());
+    if (changes.size() == 1) changes.front().Key = KeyAt(BestKey(all, last));
+    return changes;
+}
+
+std::optional<Key> ParseKey(const std::string& text) {
+    if (text.empty()) return std::nullopt;
+    std::string rest = text.substr(1);
+    std::transform(rest.begin(), rest.end(), rest.begin(),
+                   [](unsigned char c) { return std::tolower(c); });
+    std::erase(rest, ' ');
+    const char* const letter =
+        std::strchr(Letters, std::toupper(static_cast<unsigned char>(text[0])));
+    if (!letter || !*letter) return std::nullopt;
+    Key key{static_cast<int>(letter - Letters) - 1, false};
+    for (const auto& [name, fifths] : {std::pair("sharp", 7), {"flat", -7}, {"#", 7}, {"b", -7}}) {
+        if (!rest.starts_with(name)) continue;
+        key.Tonic += fifths;
+        rest.erase(0, std::strlen(name));
+        break;
+    }
+    key.Minor = rest == "minor" || rest == "min";
+    if (!key.Minor && !rest.empty() && rest != "major" && rest != "maj") return std::nullopt;
+    if (key.Signature() < -7 || key.Signature() > 7) return std::nullopt;
+    return key;
+}
+
+Spelling Spell(int note, int step, const Key& key) {
+    int fifth = FifthFrom(key.Tonic - 5, note % 12);
+    if (!InScale(fifth, key)) {
+        if (step == 1 && fifth < key.Signature() - 1) fifth += 12;
+        if (step == -1 && fifth > key.Signature() + 5) fifth -= 12;
+        // A double accidental becomes its enharmonic equivalent, which is easier to read.
+        if (std::abs(Alteration(fifth)) == 2) fifth -= 6 * Alteration(fifth);
+    }
+    return SpellAt(fifth, note);
 }
 
 } // namespace score

@@ -6,6 +6,7 @@
 
 #include "score/melody.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,8 +22,18 @@ struct Key {
     std::string Name() const; // "A minor"
 };
 
-// The most likely key of a melody with at least one note, from six flats to five sharps.
-Key FindKey(Melody melody);
+// A key that "C", "a minor", "F sharp major", "Bb" or "eb minor" names; none if the text names
+// none. Small letters do not mean minor.
+std::optional<Key> ParseKey(const std::string& text);
+
+struct KeyChange {
+    int Bar; // counted from 0, the bar of the first note
+    score::Key Key;
+};
+
+// The most likely keys of at least one note, from six flats to five sharps; the first one is that
+// of bar 0. bars: the bar of each note, ascending.
+std::vector<KeyChange> FindKeys(Melody notes, const std::vector<int>& bars);
 
 // A pitch as it is written.
 struct Spelling {
@@ -31,8 +42,8 @@ struct Spelling {
     int Octave;     // C4 is middle C
 };
 
-// One spelling for each note. A chromatic note is spelled towards the next note where that is a
-// semitone away. Double accidentals are avoided.
-std::vector<Spelling> Spell(Melody melody, const Key& key);
+// The spelling of a MIDI note. step: semitones to the next note of its voice, 0 if there is none: a
+// chromatic note is spelled towards a note that is a semitone away. Double accidentals are avoided.
+Spelling Spell(int note, int step, const Key& key);
 
 } // namespace score

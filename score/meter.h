@@ -1,29 +1,30 @@
 // SPDX-FileCopyrightText: 2026 The zormidi authors
 // SPDX-License-Identifier: MIT
 
-// The meters that a melody can be written in, and the probability of a note at each position of
-// their bars.
+// Time signatures, and the grid on which notes are written.
 #pragma once
 
-#include <span>
+#include <compare>
+#include <optional>
+#include <string_view>
 
 namespace score {
 
-// Notes are written on a grid whose unit is this part of a quarter note: a sixteenth. Onsets,
-// lengths and positions in a bar are whole numbers of grid units.
-constexpr int GridUnitsPerQuarter = 4;
+// Onsets and lengths are whole numbers of ticks. A sixteenth has 6 of them, a thirty-second 3, an
+// eighth of a triplet 8, a duplet of a dotted quarter 18.
+constexpr int TicksPerQuarter = 24;
 
-struct Meter {
-    int Beats;         // upper number of the time signature: 6 in 6/8
-    int BeatType;      // lower number: 8 in 6/8
-    int BarLength;     // grid units
-    int BeatLength;    // grid units of the beat that is felt: a dotted quarter in 6/8
-    double UsualTempo; // quarter notes per minute, the most likely value
-    double PriorCost;  // negative logarithm of how likely the meter is, 0 for the most common one
-    // Probability that a note begins, for each grid unit of the bar.
-    std::span<const double> OnsetProbability;
+struct TimeSignature {
+    int Beats = 4;    // upper number
+    int BeatType = 4; // lower number: 2, 4 or 8
+    int BarTicks() const { return Beats * 4 * TicksPerQuarter / BeatType; }
+    bool IsCompound() const { return BeatType == 8 && Beats % 3 == 0; }
+    // The beat that is felt: a dotted quarter in 6/8.
+    int BeatTicks() const { return (IsCompound() ? 12 : 4) * TicksPerQuarter / BeatType; }
+    auto operator<=>(const TimeSignature&) const = default;
 };
 
-std::span<const Meter> Meters();
+// "3/4"; nothing if scores are not written in it.
+std::optional<TimeSignature> ParseTimeSignature(std::string_view text);
 
 } // namespace score

@@ -3,9 +3,11 @@
 
 #include "score/score.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <map>
+#include <tuple>
 
 namespace score {
 
@@ -55,21 +57,40 @@ constexpr char XmlHeader[] =
     "<!DOCTYPE score-partwise PUBLIC \"-//Recordare//DTD MusicXML 3.1 Partwise//EN\" "
     "\"http://www.musicxml.org/dtds/partwise.dtd\">\n";
 
-// The note value of a length in grid units, without its dot.
-const char* TypeOf(int length) {
-    return length == 1   ? "16th"
-           : length < 4  ? "eighth"
-           : length < 8  ? "quarter"
-           : length < 16 ? "half"
-                         : "whole";
+const char* TypeOf(const NoteValue& value) {
+    switch (value.Type) {
+    case 3:
+        return "32nd";
+    case 6:
+        return "16th";
+    case 12:
+        return "eighth";
+    case 24:
+        return "quarter";
+    case 48:
+        return "half";
+    default:
+        return "whole";
+    }
 }
 
-bool Dotted(int length) { return length % 3 == 0; }
+// Number of beams or flags.
+int BeamsOf(const Symbol& symbol) {
+    const int type = symbol.Value.Type;
+    return symbol.Notes.empty() || type > 12 ? 0 : type == 12 ? 1 : type == 6 ? 2 : 3;
+}
 
 const char* AccidentalOf(int alteration) {
     constexpr const char* names[] = {"flat-flat", "flat", "natural", "sharp", "double-sharp"};
     return names[alteration + 2];
 }
+
+constexpr char UnsureNote[] = "note color=\"#C04000\"";
+
+// A symbol's place in its bar.
+struct Place {
+    std::size_t Voice, Index;
+};
 
 class Writer {
 public:
@@ -77,48 +98,86 @@ public:
     std::string Write(const std::string& title);
 
 private:
-    void WriteAttributes();
-    void WriteTempo();
-    void WriteBar(const Bar& bar, std::size_t number);
-    void WriteSymbol(const Bar& bar, std::size_t at);
+    void WriteAttributes(std::size_t bar);
+    void WriteClefs();
+    void WriteTempo(std::size_t bar);
+    void WriteBar(std::size_t bar, std::size_t number);
+    void WriteVoice(const Bar& bar, std::size_t voice);
+    void WriteSymbol(const Bar& bar, Place place);
+    void WriteNote(const Bar& bar, Place place, std::size_t note);
     void WritePitch(const Spelling& pitch);
-    void WriteAccidental(const Symbol& symbol);
-    void WriteBeam(const Bar& bar, std::size_t at);
-    void WriteHook(const Bar& bar, std::size_t at, const std::string& tag);
-    bool IsBeamed(const Bar& bar, std::size_t at, int level) const;
+    void WriteNotations(const Symbol& symbol, bool first);
+    void WriteBeams(const Bar& bar, Place place);
+    void WriteHook(const Bar& bar, Place place, int level);
+    bool IsBeamed(const Bar& bar, Place place, int level) const;
+    void FindAccidentals(const Bar& bar);
     int SignatureAlteration(char letter) const;
+    int Staff(std::size_t voice) const { return Score.Voices[voice].Staff; }
+    const Spelling& Pitch(int note) const { return Score.Pitches[static_cast<std::size_t>(note)]; }
 
     const score::Score& Score;
     Xml Document;
-    // Alteration of each letter and octave that has occurred in this bar.
-    std::map<std::pair<char, int>, int> BarAlterations;
+    score::Key Key;
+    std::map<std::pair<std::size_t, int>, bool> Printed; // accidentals: by voice and note
 };
 
-void Writer::WriteAttributes() {
-    Document.Open("attributes").Add("divisions", GridUnitsPerQuarter);
-    Document.Open("key")
-        .Add("fifths", Score.Key.Signature())
-        .Add("mode", Score.Key.Minor ? "minor" : "major");
-    Document.Close()
-        .Open("time")
-        .Add("beats", Score.Rhythm.Meter->Beats)
-        .Add("beat-type", Score.Rhythm.Meter->BeatType);
-    Document.Close()
-        .Open("clef")
-        .Add("sign", std::string(1, Score.Clef.Sign))
-        .Add("line", Score.Clef.Line);
-    if (Score.Clef.Octave != 0) Document.Add("clef-octave-change", Score.Clef.Octave);
-    Document.Close().Close();
+void Writer::WriteClefs() {
+    for (std::size_t staff = 0; staff < Score.Clefs.size(); ++staff) {
+        const Clef& clef = Score.Clefs[staff];
+        Document.Open(Score.Clefs.size() > 1 ? "clef number=\"" + std::to_string(staff + 1) + "\""
+                                             : "clef");
+        Document.Add("sign", std::string(1, clef.Sign)).Add("line", clef.Line);
+        if (clef.Octave != 0) Document.Add("clef-octave-change", clef.Octave);
+        Document.Close();
+    }
+}
+
+// What holds from this bar on: in the first one all, later key and time where they change.
+void Writer::WriteAttributes(std::size_t bar) {
+    const auto key =
+        std::find_if(Score.Keys.begin(), Score.Keys.end(), [bar](const KeyChange& change) {
+            return change.Bar == static_cast<int>(bar);
+        });
+    const bool newKey = key != Score.Keys.end();
+    const TimeSignature& meter = Score.Bars[bar].Meter;
+    const bool newMeter = bar == 0 || Score.Bars[bar - 1].Meter != meter;
+    if (newKey) Key = key->Key;
+    if (!newKey && !newMeter) return;
+    Document.Open("attributes");
+    if (bar == 0) Document.Add("divisions", TicksPerQuarter);
+    if (newKey)
+        Document.Open("key")
+            .Add("fifths", Key.Signature())
+            .Add("mode", Key.Minor ? "minor" : "major")
+            .Close();
+    if (newMeter)
+        Document.Open("time").Add("beats", meter.Beats).Add("beat-type", meter.BeatType).Close();
+    if (bar == 0 && Score.Clefs.size() > 1)
+        Document.Add("staves", static_cast<int>(Score.Clefs.size()));
+    if (bar == 0) WriteClefs();
+    Document.Close();
 }
 
 // The metronome mark counts felt beats, the playback tempo quarter notes.
-void Writer::WriteTempo() {
-    const bool dotted = Score.Rhythm.Meter->BeatLength != GridUnitsPerQuarter;
-    const double quarters = Score.Rhythm.QuartersPerMinute;
+void Writer::WriteTempo(std::size_t bar) {
+    const auto& tempos = Score.Rhythm.Tempos;
+    const auto tempo = std::find_if(tempos.begin(), tempos.end(), [bar](const TempoChange& change) {
+        return change.Bar == static_cast<int>(bar);
+    });
+    if (tempo == tempos.end()) return;
+    const int beat = Score.Bars[bar].Meter.BeatTicks();
+    const bool dotted = Score.Bars[bar].Meter.IsCompound();
+    const double quarters = tempo->QuartersPerMinute;
+    if (bar == 0 && Score.Rhythm.Swing)
+        Document.Open("direction placement=\"above\"")
+            .Open("direction-type")
+            .Add("words", "Swing")
+            .Close()
+            .Close();
     Document.Open("direction placement=\"above\"").Open("direction-type").Open("metronome");
-    Document.Add("beat-unit", "quarter");
+    Document.Add("beat-unit", beat == 48 ? "half" : beat == 12 ? "eighth" : "quarter");
     if (dotted) Document.Empty("beat-unit-dot");
-    Document.Add("per-minute", static_cast<int>(std::lround(dotted ? quarters / 1.5 : quarters)));
+    Document.Add("per-minute", static_cast<int>(std::lround(quarters * TicksPerQuarter / beat)));
     Document.Close().Close();
     Document.Empty("sound tempo=\"" + std::to_string(std::lround(quarters)) + "\"").Close();
 }
@@ -126,7 +185,7 @@ void Writer::WriteTempo() {
 // The alteration of a letter by the key signature.
 int Writer::SignatureAlteration(char letter) const {
     constexpr char sharps[] = "FCGDAEB";
-    const int signature = Score.Key.Signature();
+    const int signature = Key.Signature();
     for (int i = 0; i < std::abs(signature); ++i)
         if (sharps[signature > 0 ? i : 6 - i] == letter) return signature > 0 ? 1 : -1;
     return 0;
@@ -139,87 +198,140 @@ void Writer::WritePitch(const Spelling& pitch) {
 }
 
 // An accidental is written where the alteration differs from the key signature or from the last
-// note on the same line or space in this bar.
-void Writer::WriteAccidental(const Symbol& symbol) {
-    const Spelling& pitch = Score.Pitches[static_cast<std::size_t>(symbol.Note)];
-    const auto [known, added] =
-        BarAlterations.try_emplace({pitch.Letter, pitch.Octave}, SignatureAlteration(pitch.Letter));
-    if (known->second == pitch.Alteration || symbol.TieStop) return;
-    known->second = pitch.Alteration;
-    Document.Add("accidental", AccidentalOf(pitch.Alteration));
-}
-
-// Whether a beam of that level connects a symbol to the next one. Beams do not cross beats.
-bool Writer::IsBeamed(const Bar& bar, std::size_t at, int level) const {
-    if (at + 1 >= bar.Symbols.size()) return false;
-    const Symbol& one = bar.Symbols[at];
-    const Symbol& other = bar.Symbols[at + 1];
-    const int longest = level == 1 ? 3 : 1;
-    const int beat = Score.Rhythm.Meter->BeatLength;
-    return one.Note >= 0 && other.Note >= 0 && one.Length <= longest && other.Length <= longest &&
-           one.Position / beat == other.Position / beat;
-}
-
-void Writer::WriteBeam(const Bar& bar, std::size_t at) {
-    const Symbol& symbol = bar.Symbols[at];
-    for (int level = 1; level <= (symbol.Length == 1 ? 2 : 1); ++level) {
-        const bool before = at > 0 && IsBeamed(bar, at - 1, level);
-        const bool behind = IsBeamed(bar, at, level);
-        const std::string tag = "beam number=\"" + std::to_string(level) + "\"";
-        if (before || behind) {
-            Document.Add(tag, before && behind ? "continue" : before ? "end" : "begin");
-        } else if (level == 2) {
-            WriteHook(bar, at, tag);
+// note on the same line or space of the staff in this bar, in the order of time.
+void Writer::FindAccidentals(const Bar& bar) {
+    Printed.clear();
+    std::vector<Place> places;
+    for (std::size_t voice = 0; voice < bar.Voices.size(); ++voice)
+        for (std::size_t at = 0; at < bar.Voices[voice].size(); ++at) places.push_back({voice, at});
+    const auto position = [&](const Place& place) {
+        return bar.Voices[place.Voice][place.Index].Position;
+    };
+    std::stable_sort(places.begin(), places.end(),
+                     [&](const Place& a, const Place& b) { return position(a) < position(b); });
+    std::map<std::tuple<int, char, int>, int> alterations; // by staff, letter and octave
+    for (const auto& [voice, at] : places) {
+        const Symbol& symbol = bar.Voices[voice][at];
+        for (const int note : symbol.Notes) {
+            const Spelling& pitch = Pitch(note);
+            const auto [known, added] = alterations.try_emplace(
+                {Staff(voice), pitch.Letter, pitch.Octave}, SignatureAlteration(pitch.Letter));
+            if (known->second == pitch.Alteration || symbol.TieStop) continue;
+            known->second = pitch.Alteration;
+            Printed[{voice, note}] = true;
         }
     }
 }
 
-// The second beam of a single sixteenth is a hook towards the note that completes its eighth or
-// its beat.
-void Writer::WriteHook(const Bar& bar, std::size_t at, const std::string& tag) {
-    const bool before = at > 0 && IsBeamed(bar, at - 1, 1);
-    const bool behind = IsBeamed(bar, at, 1);
-    if (!before && !behind) return;
-    const bool forward = behind && (!before || bar.Symbols[at].Position % 2 == 0);
-    Document.Add(tag, forward ? "forward hook" : "backward hook");
+// Whether a beam of that level connects a symbol to the next one. Beams do not cross beats.
+bool Writer::IsBeamed(const Bar& bar, Place place, int level) const {
+    const auto& symbols = bar.Voices[place.Voice];
+    if (place.Index + 1 >= symbols.size()) return false;
+    const Symbol& one = symbols[place.Index];
+    const Symbol& other = symbols[place.Index + 1];
+    const int beat = bar.Meter.IsCompound() ? bar.Meter.BeatTicks() : TicksPerQuarter;
+    return BeamsOf(one) >= level && BeamsOf(other) >= level &&
+           one.Position + one.Length == other.Position &&
+           one.Position / beat == other.Position / beat;
 }
 
-// The order of the elements is prescribed by MusicXML.
-void Writer::WriteSymbol(const Bar& bar, std::size_t at) {
-    const Symbol& symbol = bar.Symbols[at];
-    const bool rest = symbol.Note < 0;
-    const bool wholeBar = rest && symbol.Length == Score.Rhythm.Meter->BarLength;
-    Document.Open("note");
-    if (rest) Document.Empty(wholeBar ? "rest measure=\"yes\"" : "rest");
-    if (!rest) WritePitch(Score.Pitches[static_cast<std::size_t>(symbol.Note)]);
-    Document.Add("duration", symbol.Length);
-    if (symbol.TieStop) Document.Empty("tie type=\"stop\"");
-    if (symbol.TieStart) Document.Empty("tie type=\"start\"");
-    Document.Add("voice", 1);
-    if (!wholeBar) Document.Add("type", TypeOf(symbol.Length));
-    if (!wholeBar && Dotted(symbol.Length)) Document.Empty("dot");
-    if (!rest) WriteAccidental(symbol);
-    if (!rest) WriteBeam(bar, at);
-    if (symbol.TieStop || symbol.TieStart) {
-        Document.Open("notations");
-        if (symbol.TieStop) Document.Empty("tied type=\"stop\"");
-        if (symbol.TieStart) Document.Empty("tied type=\"start\"");
-        Document.Close();
+void Writer::WriteBeams(const Bar& bar, Place place) {
+    const int levels = BeamsOf(bar.Voices[place.Voice][place.Index]);
+    for (int level = 1; level <= levels; ++level) {
+        const bool before = place.Index > 0 && IsBeamed(bar, {place.Voice, place.Index - 1}, level);
+        const bool behind = IsBeamed(bar, place, level);
+        const std::string tag = "beam number=\"" + std::to_string(level) + "\"";
+        if (before || behind) {
+            Document.Add(tag, before && behind ? "continue" : before ? "end" : "begin");
+        } else if (level > 1) {
+            WriteHook(bar, place, level);
+        }
     }
+}
+
+// A single short note has a hook towards the note that completes its eighth or its beat.
+void Writer::WriteHook(const Bar& bar, Place place, int level) {
+    const bool before = place.Index > 0 && IsBeamed(bar, {place.Voice, place.Index - 1}, 1);
+    const bool behind = IsBeamed(bar, place, 1);
+    if (!before && !behind) return;
+    const int whole = level == 2 ? 12 : 6;
+    const int position = bar.Voices[place.Voice][place.Index].Position;
+    const bool forward = behind && (!before || position % whole == 0);
+    Document.Add("beam number=\"" + std::to_string(level) + "\"",
+                 forward ? "forward hook" : "backward hook");
+}
+
+void Writer::WriteNotations(const Symbol& symbol, bool first) {
+    const bool tied = !symbol.Notes.empty() && (symbol.TieStop || symbol.TieStart);
+    const bool edge = first && (symbol.TupletBegin || symbol.TupletEnd);
+    if (!tied && !edge) return;
+    Document.Open("notations");
+    if (tied && symbol.TieStop) Document.Empty("tied type=\"stop\"");
+    if (tied && symbol.TieStart) Document.Empty("tied type=\"start\"");
+    if (edge && symbol.TupletBegin) Document.Empty("tuplet type=\"start\" bracket=\"yes\"");
+    if (edge && symbol.TupletEnd) Document.Empty("tuplet type=\"stop\"");
     Document.Close();
 }
 
-void Writer::WriteBar(const Bar& bar, std::size_t number) {
-    const bool pickup = bar.Offset > 0;
-    BarAlterations.clear();
-    Document.Open("measure number=\"" + std::to_string(number) + "\"" +
-                  (pickup ? " implicit=\"yes\"" : ""));
-    if (&bar == &Score.Bars.front()) {
-        WriteAttributes();
-        WriteTempo();
+// The order of the elements is prescribed by MusicXML. note: index in the notes of the symbol.
+void Writer::WriteNote(const Bar& bar, Place place, std::size_t note) {
+    const Symbol& symbol = bar.Voices[place.Voice][place.Index];
+    const bool rest = symbol.Notes.empty();
+    const bool wholeBar = rest && symbol.Length == bar.Meter.BarTicks();
+    const int index = rest ? 0 : symbol.Notes[note];
+    const bool unsure = !rest && Score.Unsure[static_cast<std::size_t>(index)];
+    Document.Open(unsure ? UnsureNote : "note");
+    if (note > 0) Document.Empty("chord");
+    if (rest) Document.Empty(wholeBar ? "rest measure=\"yes\"" : "rest");
+    if (!rest) WritePitch(Pitch(index));
+    Document.Add("duration", symbol.Length);
+    if (!rest && symbol.TieStop) Document.Empty("tie type=\"stop\"");
+    if (!rest && symbol.TieStart) Document.Empty("tie type=\"start\"");
+    Document.Add("voice", static_cast<int>(place.Voice) + 1);
+    if (!wholeBar) Document.Add("type", TypeOf(symbol.Value));
+    if (!wholeBar && symbol.Value.Dotted) Document.Empty("dot");
+    if (!rest && !symbol.TieStop && Printed.contains({place.Voice, index}))
+        Document.Add("accidental", AccidentalOf(Pitch(index).Alteration));
+    if (symbol.Value.Actual != symbol.Value.Normal)
+        Document.Open("time-modification")
+            .Add("actual-notes", symbol.Value.Actual)
+            .Add("normal-notes", symbol.Value.Normal)
+            .Close();
+    if (Score.Clefs.size() > 1) Document.Add("staff", Staff(place.Voice) + 1);
+    if (!rest && note == 0) WriteBeams(bar, place);
+    WriteNotations(symbol, note == 0);
+    Document.Close();
+}
+
+void Writer::WriteSymbol(const Bar& bar, Place place) {
+    const std::size_t notes = bar.Voices[place.Voice][place.Index].Notes.size();
+    for (std::size_t note = 0; note < std::max<std::size_t>(1, notes); ++note)
+        WriteNote(bar, place, note);
+}
+
+// The symbols of a voice, with gaps where a secondary voice has none.
+void Writer::WriteVoice(const Bar& bar, std::size_t voice) {
+    int at = bar.Offset;
+    for (std::size_t i = 0; i < bar.Voices[voice].size(); ++i) {
+        const Symbol& symbol = bar.Voices[voice][i];
+        if (symbol.Position > at)
+            Document.Open("forward").Add("duration", symbol.Position - at).Close();
+        WriteSymbol(bar, {voice, i});
+        at = symbol.Position + symbol.Length;
     }
-    for (std::size_t at = 0; at < bar.Symbols.size(); ++at) WriteSymbol(bar, at);
-    if (&bar == &Score.Bars.back())
+    if (bar.Voices[voice].empty() || voice + 1 == bar.Voices.size()) return;
+    Document.Open("backup").Add("duration", at - bar.Offset).Close();
+}
+
+void Writer::WriteBar(std::size_t index, std::size_t number) {
+    const Bar& bar = Score.Bars[index];
+    Document.Open("measure number=\"" + std::to_string(number) + "\"" +
+                  (bar.Offset > 0 ? " implicit=\"yes\"" : ""));
+    WriteAttributes(index);
+    WriteTempo(index);
+    FindAccidentals(bar);
+    for (std::size_t voice = 0; voice < bar.Voices.size(); ++voice) WriteVoice(bar, voice);
+    if (index + 1 == Score.Bars.size())
         Document.Open("barline location=\"right\"").Add("bar-style", "light-heavy").Close();
     Document.Close();
 }
@@ -228,14 +340,17 @@ std::string Writer::Write(const std::string& title) {
     Document.Text = XmlHeader;
     Document.Open("score-partwise version=\"3.1\"");
     Document.Open("work").Add("work-title", title).Close();
-    Document.Open("part-list")
-        .Open("score-part id=\"P1\"")
-        .Add("part-name", "Melody")
-        .Close()
+    const std::string part = Score.Clefs.size() > 1 ? "Piano" : "Melody";
+    Document.Open("part-list").Open("score-part id=\"P1\"").Add("part-name", part);
+    Document.Open("score-instrument id=\"P1-I1\"").Add("instrument-name", part).Close();
+    Document.Open("midi-instrument id=\"P1-I1\"")
+        .Add("midi-channel", 1)
+        .Add("midi-program", 1)
         .Close();
+    Document.Close().Close();
     Document.Open("part id=\"P1\"");
     std::size_t number = Score.Bars.front().Offset > 0 ? 0 : 1;
-    for (const Bar& bar : Score.Bars) WriteBar(bar, number++);
+    for (std::size_t bar = 0; bar < Score.Bars.size(); ++bar) WriteBar(bar, number++);
     Document.Close().Close();
     return std::move(Document.Text);
 }

@@ -18,12 +18,14 @@ struct GlobalOptions {
 
 void AddDevices(const Command& app, const GlobalOptions& global);
 void AddPlay(const Command& app, const GlobalOptions& global);
+void AddRender(const Command& app, const GlobalOptions& global);
 void AddInfo(const Command& app, const GlobalOptions& global);
 void AddRecord(const Command& app, const GlobalOptions& global);
 void AddMonitor(const Command& app, const GlobalOptions& global);
 void AddFollow(const Command& app, const GlobalOptions& global);
 void AddClock(const Command& app, const GlobalOptions& global);
 void AddTranscribe(const Command& app, const GlobalOptions& global);
+void AddScore(const Command& app);
 void AddListen(const Command& app, const GlobalOptions& global);
 void AddSetup(const Command& app, const GlobalOptions& global);
 

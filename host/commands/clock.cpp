@@ -7,6 +7,7 @@
 #include "host/devices/session.h"
 #include "host/terminal/interrupt.h"
 #include "host/terminal/progress.h"
+#include "midi/status.h"
 
 #include <cmath>
 #include <cstdio>
@@ -63,9 +64,9 @@ public:
 
 private:
     MIDIEvent NextRecord() const {
-        if (Next < 0) return SystemRecord(StartTime, 0xFA);
+        if (Next < 0) return SystemRecord(StartTime, midi::Start);
         const double time = StartTime + FirstClockDelay + static_cast<double>(Next) * Interval;
-        return SystemRecord(time, Next < Clocks ? 0xF8 : 0xFC);
+        return SystemRecord(time, Next < Clocks ? midi::TimingClock : midi::Stop);
     }
 
     double Interval; // between clocks, milliseconds
@@ -91,7 +92,7 @@ void Run(const GlobalOptions& global, const ClockOptions& options) {
     }
     if (Interrupted()) {
         ZorZeroQueue(ZOR_QUEUE_OUTPUT);
-        const MIDIEvent stop = SystemRecord(0, 0xFC);
+        const MIDIEvent stop = SystemRecord(0, midi::Stop);
         ZorXmit(ZOR_IMMEDIATE, &stop);
     }
 }

@@ -35,6 +35,7 @@ struct Row {
     std::vector<std::string> Users = {}; // other programs that use it
     int Port = 0;                        // row of the settings that opens it, from 1; 0 for none
     int Channel = 0;                     // of a microphone's notes, from 1; 0 if it is off
+    bool IsDefault = false;              // the output that the system's default one plays on
 };
 using Rows = std::vector<Row>;
 
@@ -71,7 +72,8 @@ const Direction Outputs = {"output", "Output devices", OutputDevices, TryOutput,
 
 const char* StateOf(MMRESULT code, bool shared) {
     if (code == MMSYSERR_NOERROR) return shared ? "shared" : "free";
-    return code == MMSYSERR_ALLOCATED ? "in use" : "gone";
+    if (code == MMSYSERR_ALLOCATED) return "in use";
+    return code == MMSYSERR_NODRIVER ? "gone" : "unavailable";
 }
 
 Rows MidiRows(const Direction& direction, const std::vector<Port>& ports) {
@@ -118,12 +120,13 @@ std::string StateText(const Row& row) {
 void PrintText(const char* title, const Rows& rows, const std::string& warning = "") {
     std::printf("%s\n", title);
     for (const Row& row : rows) {
+        const std::string state = StateText(row) + (row.IsDefault ? ", default" : "");
         std::string use;
         if (row.Port > 0) use = "  port " + std::to_string(row.Port);
         if (row.Channel > 0) use = "  notes on channel " + std::to_string(row.Channel);
         const std::string number = row.Number > 0 ? std::to_string(row.Number) : "";
-        PrintRow(5, "  %-2s %-31s  %-24s%s", number.c_str(), row.Name.c_str(),
-                 StateText(row).c_str(), use.c_str());
+        PrintRow(5, "  %-2s %-31s  %-24s%s", number.c_str(), row.Name.c_str(), state.c_str(),
+                 use.c_str());
     }
     if (rows.empty() || !warning.empty())
         std::printf("  %s %s\n", rows.empty() ? "(none)" : "  ", warning.c_str());
@@ -137,6 +140,7 @@ void PrintJson(const Rows& rows) {
         if (!row.Users.empty()) line.Add("users", row.Users);
         if (row.Port > 0) line.Add("port", row.Port);
         if (row.Channel > 0) line.Add("channel", row.Channel);
+        if (row.IsDefault) line.Add("default", true);
         line.Print();
     }
 }
@@ -168,10 +172,16 @@ void PrintSettings(const std::string& path, const PortMap& map) {
     }
 }
 
-// Returns a warning if there is no output but the system has a default one; else an empty string.
-std::string SilenceText(const Rows& outputs) {
-    if (!outputs.empty() || DefaultOutputDevice().empty()) return "";
-    return "The default output is silent: no output device found.";
+// The default output is marked. Returns a warning if it is silent or the synthesizer cannot be
+// opened; else an empty string.
+std::string MarkDefault(Rows& outputs) {
+    const std::string standard = DefaultOutputDevice();
+    const auto found = std::ranges::find(outputs, standard, &Row::Name);
+    const bool isSilent = found == outputs.end() && !standard.empty();
+    if (found != outputs.end()) found->IsDefault = true;
+    std::string warning = isSilent ? "The default output is silent: no output device found. " : "";
+    if (isSilent || machine::HasSynthesizer()) warning += machine::SynthesizerProblem();
+    return warning;
 }
 
 void Devices(const GlobalOptions& global, const DevicesOptions& options) {
@@ -179,9 +189,9 @@ void Devices(const GlobalOptions& global, const DevicesOptions& options) {
                                                         : DevicePolicy::HardwareOrLoopback);
     const SessionSettings settings(SettingsFolder(global.IniFolder), {});
     const PortMap map = ReadPortMap(settings.IniPath());
-    const Rows inputs = MidiRows(Inputs, map.Inputs), outputs = MidiRows(Outputs, map.Outputs);
-    const Rows microphones = MicrophoneRows(map);
-    const std::string silence = SilenceText(outputs), problem = machine::MicrophoneProblem();
+    const Rows inputs = MidiRows(Inputs, map.Inputs), microphones = MicrophoneRows(map);
+    Rows outputs = MidiRows(Outputs, map.Outputs);
+    const std::string silence = MarkDefault(outputs), problem = machine::MicrophoneProblem();
     if (options.Json) {
         for (const Rows& rows : {inputs, outputs, microphones}) PrintJson(rows);
         for (const std::string& text : {silence, problem})

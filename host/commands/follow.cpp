@@ -10,6 +10,7 @@
 #include "host/terminal/host_error.h"
 #include "host/terminal/interrupt.h"
 #include "host/terminal/progress.h"
+#include "midi/status.h"
 #include "platform/machine.h"
 
 #include <algorithm>
@@ -102,22 +103,22 @@ void Follower::Jump(std::int32_t position) {
 void Follower::Handle(const MIDIEvent& record) {
     const bool stopped = !Running && !Moved;
     switch (record.Status) {
-    case 0xF2: // Song Position
+    case midi::SongPosition:
         Jump(record.Time);
         break;
-    case 0xFA:
+    case midi::Start:
         if (Running) Library::Silence(Queue.Records());
         ZorZeroQueue(ZOR_QUEUE_OUTPUT);
         GoTo(0);
         Running = true;
         break;
-    case 0xFB:
+    case midi::Continue:
         // The time does not change between Stop and Continue, unless the library counted a song
         // position whose record it dropped.
         if (stopped && record.Time != Position) Jump(record.Time);
         Running = true;
         break;
-    case 0xFC:
+    case midi::Stop:
         Stop();
         break;
     default:
@@ -229,7 +230,8 @@ void Run(const GlobalOptions& global, const FollowOptions& options) {
     StartOptions start;
     start.Sync = ZOR_SYNC_EXTERNAL;
     start.InputFilter.Classes = 0x80FF; // receive only Start, Continue, Stop and song positions
-    start.InputFilter.System = 0xFFFF & ~(1 << 2 | 1 << 10 | 1 << 11 | 1 << 12);
+    start.InputFilter.System = 0xFFFF & ~(SystemBit(midi::SongPosition) | SystemBit(midi::Start) |
+                                          SystemBit(midi::Continue) | SystemBit(midi::Stop));
     Session session(global,
                     {options.Inputs, options.Outputs, "", DevicePolicy::HardwareOrLoopback});
     session.Start(start);

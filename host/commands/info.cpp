@@ -11,6 +11,7 @@
 #include "host/terminal/names.h"
 #include "host/terminal/progress.h"
 #include "host/terminal/terminal.h"
+#include "midi/status.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -43,11 +44,12 @@ struct TrackInfo {
 };
 
 void AddMessage(TrackInfo& info, const midifile::TrackEvent& event) {
-    const int channel = (event.Status & 15) + 1;
-    const int kind = event.Status & 0xF0;
+    const int channel = midi::ChannelOf(event.Status) + 1;
+    const std::uint8_t type = midi::MessageType(event.Status);
     info.Channels.insert(channel);
-    if (kind == 0xC0) info.Instruments.insert(channel == 10 ? "Drums" : ProgramName(event.Data[0]));
-    if (kind != 0x90 || event.Data[1] == 0) return;
+    if (type == midi::ProgramChange)
+        info.Instruments.insert(channel == 10 ? "Drums" : ProgramName(event.Data[0]));
+    if (type != midi::NoteOn || event.Data[1] == 0) return;
     ++info.Notes;
     info.Lowest = std::min<int>(info.Lowest, event.Data[0]);
     info.Highest = std::max<int>(info.Highest, event.Data[0]);
@@ -60,7 +62,7 @@ TrackInfo InfoOf(const std::vector<midifile::TrackEvent>& track) {
         if (event.Status == midifile::MetaStatus && event.Type == midifile::MetaTrackName &&
             info.Name.empty())
             info.Name = Utf8(std::string(event.Data.begin(), event.Data.end()));
-        if (event.Status < 0xF0) AddMessage(info, event);
+        if (midi::IsChannelStatus(event.Status)) AddMessage(info, event);
     }
     if (info.Channels.contains(10) && info.Notes > 0) info.Instruments.insert("Drums");
     return info;

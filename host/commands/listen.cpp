@@ -13,8 +13,10 @@
 #include "host/terminal/names.h"
 #include "host/terminal/progress.h"
 #include "host/terminal/terminal.h"
+#include "midi/status.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <memory>
 #include <optional>
@@ -37,16 +39,17 @@ class Listener {
 public:
     // take: records the notes; may be null.
     Listener(const ListenOptions& options, Session& session, TakeWriter* take)
-        : Options(options), Input(session), Writer(take), Decoder(hearing::LiveLag) {}
+        : Options(options), Input(session), Writer(take) {}
 
     void Run();
-    std::size_t Notes() const;
+    std::size_t Notes() const { return Options.AsLibrary ? LibraryNotes : HeardNotes; }
 
 private:
     void ReadLibrary();
-    void Decode();
-    void Record();
-    void PrintDecoded();
+    void ReadHeard();
+    void Print(const hearing::Note& note);
+    void Record(const hearing::Note& note);
+    bool RecordsHeard() const { return Writer && !Options.AsLibrary; }
     // The note as a key, with times on the library's time base.
     Note TimedKey(const hearing::Note& note) const;
     void ShowMeter();
@@ -57,14 +60,13 @@ private:
     TakeWriter* const Writer;
     Progress Meter;
     LiveAnalyser Analyser;
-    hearing::Decoder Decoder;
-    std::size_t Printed = 0;  // number of the decoder's notes that are printed
-    std::size_t Recorded = 0; // and that are recorded for good
+    std::optional<hearing::Note> OpenNote; // that sounds now
+    std::size_t HeardNotes = 0;
     std::size_t LibraryNotes = 0;
-    std::vector<LiveFrame> Frames; // since the meter was last shown
-    std::size_t Decoded = 0;       // number of Frames that the decoder has read
-    std::uint32_t StartTime = 0;   // of the time base, in milliseconds of the system's clock
-    std::int64_t EndTime = -1;     // of the sound file, in the time base; below 0 until it ends
+    float Level = 0;                         // peak since the meter was last shown, 1 is full scale
+    std::optional<hearing::Frame> LastFrame; // the last frame since then
+    std::uint32_t StartTime = 0; // of the time base, in milliseconds of the system's clock
+    std::int64_t EndTime = -1;   // of the sound file, in the time base; below 0 until it ends
 };
 
 // Reads the input queue, so that it cannot overflow; prints and records with --as-library only.
@@ -74,7 +76,7 @@ void Listener::ReadLibrary() {
     if (!Options.AsLibrary) return;
     for (const MIDIEvent& record : records) {
         if (Writer) Writer->Add(record);
-        if (record.Status != 0x90 || record.Data2 == 0) continue;
+        if (!midi::StartsNote(record.Status, record.Data2)) continue;
         ++LibraryNotes;
         Meter.End();
         std::printf("%10.3f  %-4s velocity %-3d         the library\n", record.Time / 1000.0,
@@ -82,21 +84,30 @@ void Listener::ReadLibrary() {
     }
 }
 
-void Listener::Decode() {
-    for (; Decoded < Frames.size(); ++Decoded) Decoder.Feed(Frames[Decoded].Frame);
-    PrintDecoded();
-    Record();
+void Listener::ReadHeard() {
+    Analyser.Analyse();
+    while (const auto heard = Analyser.NextFrame()) {
+        Level = std::max(Level, heard->InputPeak);
+        LastFrame = heard->Frame;
+    }
+    while (const auto note = Analyser.NextNote()) {
+        OpenNote = note->Open ? note : std::nullopt;
+        if (note->Open)
+            Print(*note);
+        else if (RecordsHeard())
+            Record(*note);
+    }
+    if (!RecordsHeard()) return;
+    if (OpenNote && LastFrame) OpenNote->End = std::max(OpenNote->Onset, LastFrame->Begin);
+    Writer->SetProvisional(OpenNote ? ToRecords({TimedKey(*OpenNote)}) : std::vector<MIDIEvent>{});
 }
 
-void Listener::PrintDecoded() {
-    const std::vector<hearing::Note>& notes = Decoder.Notes();
-    for (; Printed < notes.size(); ++Printed) {
-        const Note note = TimedKey(notes[Printed]);
-        Meter.End();
-        std::printf("%10.3f  %-4s velocity %-3d %+4.0f cents\n",
-                    static_cast<double>(note.Start) / 1000, NoteName(note.Key).c_str(),
-                    note.Velocity, (note.Pitch - note.Key) * 100);
-    }
+void Listener::Print(const hearing::Note& heard) {
+    ++HeardNotes;
+    const Note note = TimedKey(heard);
+    Meter.End();
+    std::printf("%10.3f  %-4s velocity %-3d %+4.0f cents\n", static_cast<double>(note.Start) / 1000,
+                NoteName(note.Key).c_str(), note.Velocity, (note.Pitch - note.Key) * 100);
 }
 
 Note Listener::TimedKey(const hearing::Note& note) const {
@@ -107,32 +118,21 @@ Note Listener::TimedKey(const hearing::Note& note) const {
     return ToKey(timed, 0);
 }
 
-// Only a note that has ended has its final pitch and length. A sounding one is held, and replaced
-// by each later call.
-void Listener::Record() {
-    if (!Writer || Options.AsLibrary) return;
-    const std::vector<hearing::Note>& notes = Decoder.Notes();
-    for (; Recorded < notes.size() && !notes[Recorded].Open; ++Recorded)
-        for (const MIDIEvent& record : ToRecords({TimedKey(notes[Recorded])})) Writer->Add(record);
-    Writer->SetProvisional(Recorded < notes.size() ? ToRecords({TimedKey(notes[Recorded])})
-                                                   : std::vector<MIDIEvent>{});
-}
-
-std::size_t Listener::Notes() const {
-    return Options.AsLibrary ? LibraryNotes : Decoder.Notes().size();
+// Only a note that has ended has its final pitch and length.
+void Listener::Record(const hearing::Note& note) {
+    for (const MIDIEvent& record : ToRecords({TimedKey(note)})) Writer->Add(record);
 }
 
 // Shows the greatest level since the last call, and the current pitch.
 void Listener::ShowMeter() {
-    if (Frames.empty() || !Meter.Due()) return;
-    int level = 0;
-    for (const LiveFrame& frame : Frames) level = std::max(level, frame.InputLevel);
-    const std::string pitch = PitchText(Frames.back().Frame.Frequency);
+    if (!LastFrame || !Meter.Due()) return;
+    const std::string pitch = PitchText(LastFrame->Frequency);
     const int width = std::clamp(TerminalWidth() - 24, 8, 32);
-    Meter.Show("level " + Bar(level, FullLevel, width) +
+    const auto level = static_cast<int>(std::lround(Level * zorhearing::FullLevel));
+    Meter.Show("level " + Bar(level, zorhearing::FullLevel, width) +
                (pitch.empty() ? "" : "  " + pitch + " cents"));
-    Frames.clear();
-    Decoded = 0;
+    Level = 0;
+    LastFrame.reset();
 }
 
 // True after Ctrl-C, the given time, or the end of the sound file and the tail after it.
@@ -161,15 +161,13 @@ void Listener::Run() {
         Nap(4);
         over = IsOver();
         ReadLibrary();
-        Analyser.Drain(Frames);
-        Decode();
+        ReadHeard();
         if (Writer) Writer->Save(static_cast<std::int32_t>(ZorTimeMIDI(0)));
         std::fflush(stdout);
         ShowMeter();
     }
-    Decoder.Finish();
-    PrintDecoded();
-    Record();
+    Analyser.Finish();
+    ReadHeard();
     Meter.End();
     if (start.Thru) Library::Silence({});
 }

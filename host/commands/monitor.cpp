@@ -6,6 +6,7 @@
 #include "host/devices/input.h"
 #include "host/terminal/json.h"
 #include "host/terminal/terminal.h"
+#include "midi/status.h"
 
 #include <cstdio>
 #include <memory>
@@ -35,18 +36,16 @@ Source SourceOf(const MIDIEvent& record, const PortMap& map) {
     return {mic ? "Microphone" : "?", channel};
 }
 
-Colour ColourOf(std::uint8_t status) {
-    switch (status & 0xF0) {
-    case 0x80:
+Colour ColourOf(const MIDIEvent& record) {
+    if (!midi::IsChannelStatus(record.Status) || midi::EndsNote(record.Status, record.Data2))
         return Colour::Dim;
-    case 0x90:
+    switch (record.Status) {
+    case midi::NoteOn:
         return Colour::Green;
-    case 0xB0:
+    case midi::ControlChange:
         return Colour::Yellow;
-    case 0xC0:
+    case midi::ProgramChange:
         return Colour::Magenta;
-    case 0xF0:
-        return Colour::Dim;
     default:
         return Colour::Cyan;
     }
@@ -55,14 +54,12 @@ Colour ColourOf(std::uint8_t status) {
 // Prints time in seconds, port if the terminal is wide enough, channel within the port, message.
 void PrintLine(const MIDIEvent& record, const PortMap& map) {
     const Source source = SourceOf(record, map);
-    const std::string channel = record.Status >= 0xF0
+    const std::string channel = record.Status >= midi::FirstSystemStatus
                                     ? "      "
                                     : "ch " + std::string(source.Channel < 100, ' ') +
                                           std::string(source.Channel < 10, ' ') +
                                           std::to_string(source.Channel);
-    const bool isNoteOff = (record.Status & 0xF0) == 0x90 && record.Data2 == 0;
-    const std::string text =
-        Coloured(MessageText(record), isNoteOff ? Colour::Dim : ColourOf(record.Status));
+    const std::string text = Coloured(MessageText(record), ColourOf(record));
     static const bool narrow = IsNarrow(WideColumns);
     if (narrow) {
         std::printf("%8.3f %s %s\n", record.Time / 1000.0, channel.c_str(), text.c_str());
@@ -76,7 +73,7 @@ void PrintJson(const MIDIEvent& record, const PortMap& map) {
     const Source source = SourceOf(record, map);
     Json line;
     line.Add("time", record.Time / 1000.0).Add("port", source.Name);
-    if (record.Status < 0xF0) line.Add("channel", source.Channel);
+    if (record.Status < midi::FirstSystemStatus) line.Add("channel", source.Channel);
     line.Add("status", record.Status)
         .Add("data1", record.Data1)
         .Add("data2", record.Data2)

@@ -3,13 +3,13 @@
 
 // zorhost play
 #include "host/cli/commands.h"
-#include "host/cli/options.h"
+#include "host/commands/edited_song.h"
 #include "host/devices/session.h"
 #include "host/playback/performance.h"
 #include "host/playback/round_trip.h"
-#include "host/playback/song_file.h"
 #include "host/terminal/host_error.h"
 #include "host/terminal/names.h"
+#include "midi/status.h"
 
 #include <cstdio>
 #include <memory>
@@ -22,14 +22,11 @@ namespace {
 constexpr int MinLoopLength = 100; // milliseconds
 
 struct PlayOptions {
-    SongOptions Song;
+    EditedSong Song;
     Texts Outputs;
     std::string RecordFile;
-    int TempoPercent = 100;
-    int FirstBar = 1;
     std::string LoopBars; // "5-8"; empty for the whole song
     bool IsLooped = false;
-    SongEdit Edit;
     bool Report = false;
     std::string MicrophoneFile;
     std::string WrittenFile;
@@ -52,8 +49,8 @@ std::vector<Note> WrittenNotes(const std::string& path) {
     for (const midifile::Event& event : file.Events) {
         const auto time =
             static_cast<std::int32_t>((file.Map.MicrosecondsAt(event.Tick) + 500) / 1000);
-        records.push_back({time, 0, 0, 2, static_cast<std::uint8_t>(event.Status & 0xF0),
-                           event.Data1, event.Data2});
+        records.push_back(
+            {time, 0, 0, 2, midi::MessageType(event.Status), event.Data1, event.Data2});
     }
     return PairNotes(records, file.Map.MicrosecondsAt(file.EndTick) / 1000);
 }
@@ -67,18 +64,9 @@ void PrintMelody(const std::vector<Note>& written, const std::vector<Note>& hear
                 result.ExtraNotes, result.ExtraNotes == 1 ? "was" : "were");
 }
 
-// option: for the message. Throws HostError if the song ends before the bar.
-std::int64_t TickOfBar(const midifile::Song& song, std::int64_t bar, const char* option) {
-    const std::int64_t tick = song.Map.TickOfBar(bar);
-    if (tick <= song.EndTick) return tick;
-    throw HostError(std::string(option) + ": the song ends in bar " +
-                        std::to_string(song.Map.BarBeatAt(song.EndTick).Bar),
-                    ExitWrongUse);
-}
-
 // "5-8" loops from the beginning of bar 5 to the end of bar 8. Throws HostError.
 void SetLoop(const PlayOptions& options, const midifile::Song& song, PlayRange& range) {
-    int first = options.FirstBar;
+    int first = options.Song.FirstBar;
     int last =
         static_cast<int>(song.Map.BarBeatAt(std::max<std::int64_t>(0, song.EndTick - 1)).Bar);
     int used = 0;
@@ -94,30 +82,14 @@ void SetLoop(const PlayOptions& options, const midifile::Song& song, PlayRange& 
     range.Loop = true;
     const std::int64_t length =
         song.Map.MicrosecondsAt(range.End) - song.Map.MicrosecondsAt(range.Begin);
-    if (length / 10 / options.TempoPercent < MinLoopLength)
+    if (length / 10 / options.Song.TempoPercent < MinLoopLength)
         throw HostError("--loop: the loop is shorter than 0.1 s", ExitWrongUse);
 }
 
 PlayRange MakeRange(const PlayOptions& options, const midifile::Song& song) {
-    PlayRange range;
-    range.TempoPercent = options.TempoPercent;
-    range.Begin = TickOfBar(song, options.FirstBar, "--from");
+    PlayRange range = RangeOf(options.Song, song);
     if (options.IsLooped) SetLoop(options, song, range);
     return range;
-}
-
-// Throws HostError if the file cannot be read or no notes remain to be played.
-midifile::Song ReadEditedSong(const PlayOptions& options) {
-    midifile::Song song = ReadSong(options.Song.File, options.Song.Strict);
-    CheckNotEmpty(song, options.Song.File);
-    const int dropped = ApplyEdit(options.Edit, song);
-    if (dropped > 0) {
-        std::fprintf(stderr, "%s outside the 128 keys %s skipped.\n",
-                     Counted(dropped, "note").c_str(), dropped == 1 ? "is" : "are");
-    }
-    if (song.Events.empty())
-        throw HostError("nothing left to play; check --solo and --mute", ExitWrongUse);
-    return song;
 }
 
 void PrintPlayed(const Performance& performance) {
@@ -135,7 +107,7 @@ void PrintPlayed(const Performance& performance) {
 void Run(const GlobalOptions& global, const PlayOptions& options) {
     std::vector<Note> written;
     if (!options.WrittenFile.empty()) written = WrittenNotes(options.WrittenFile);
-    const midifile::Song song = ReadEditedSong(options);
+    const midifile::Song song = ReadEditedSong(options.Song);
     const PlayRange range = MakeRange(options, song);
     std::optional<TakeWriter> record;
     if (!options.RecordFile.empty()) record.emplace(options.RecordFile);
@@ -154,27 +126,6 @@ void Run(const GlobalOptions& global, const PlayOptions& options) {
     if (record) performance.FinishRecording();
     if (!options.WrittenFile.empty()) PrintMelody(written, performance.MicrophoneNotes());
     if (options.Report && performance.IsComplete()) PrintReport(performance, session.Ports());
-}
-
-void AddChanges(const Command& command, PlayOptions& options) {
-    command.Value("--tempo", options.TempoPercent, "Tempo in percent of the written tempo")
-        .Range(5, 5000)
-        .ValueName("PERCENT")
-        .ShowDefault();
-    command
-        .Value("--from", options.FirstBar,
-               "Start at this bar, with the programs, controllers and pedals in effect there")
-        .HiddenRange(1, 1000000)
-        .ValueName("BAR")
-        .ShowDefault();
-    command.Value("--transpose", options.Edit.Transpose, "Transpose all but drums by N semitones")
-        .Range(-127, 127)
-        .ValueName("N");
-    for (const auto& [name, parts, help] :
-         {std::tuple("--solo", &options.Edit.Solo, "Play only these channels, or tracks (t2)"),
-          std::tuple("--mute", &options.Edit.Mute, "Skip these channels, or tracks (t2)")}) {
-        command.Value(name, *parts, help).CommaSeparated().ValueName("N,...");
-    }
 }
 
 // A loop has no end, and repeats the same bars: neither a recording by the song's bar lines nor a
@@ -211,9 +162,9 @@ void AddChecks(const Command& command, PlayOptions& options) {
 void AddPlay(const Command& app, const GlobalOptions& global) {
     const Command command = app.AddCommand("play", "Play a MIDI file");
     const auto options = std::make_shared<PlayOptions>();
-    AddSongOptions(command, options->Song);
+    AddSongOptions(command, options->Song.File);
     AddOutputs(command, "--to", options->Outputs, "Output to play on");
-    AddChanges(command, *options);
+    AddChanges(command, options->Song);
     const Option loop =
         command
             .Value("--loop", options->LoopBars, "Repeat the song, or bars like 5-8, until Ctrl-C")

@@ -12,6 +12,7 @@
 #include "host/terminal/interrupt.h"
 #include "host/terminal/names.h"
 #include "host/terminal/progress.h"
+#include "midi/status.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -88,8 +89,8 @@ RecordingPlan Accompaniment::Plan() const {
 void AddReceived(const std::vector<MIDIEvent>& received, std::int64_t countIn, TakeWriter& take) {
     constexpr std::int64_t early = 500;
     for (MIDIEvent record : received) {
-        if (countIn > 0 && record.Time < countIn - early && (record.Status & 0xE0) == 0x80)
-            continue;
+        const bool isNote = record.Status == midi::NoteOn || record.Status == midi::NoteOff;
+        if (countIn > 0 && record.Time < countIn - early && isNote) continue;
         record.Time = static_cast<std::int32_t>(std::max<std::int64_t>(0, record.Time - countIn));
         take.Add(record);
     }

@@ -5,17 +5,18 @@
 #include "hearing/pitch.h"
 #include "host/cli/commands.h"
 #include "host/cli/options.h"
+#include "host/commands/hear_notes.h"
+#include "host/commands/score_writer.h"
 #include "host/playback/library_transcript.h"
 #include "host/recording/recording_file.h"
 #include "host/sound/plot.h"
-#include "host/sound/sound_file.h"
+#include "host/sound/sound_decoder.h"
 #include "host/sound/transcript.h"
 #include "host/terminal/host_error.h"
 #include "host/terminal/interrupt.h"
 #include "host/terminal/json.h"
 #include "host/terminal/names.h"
 #include "host/terminal/progress.h"
-#include "score/score.h"
 
 #include <algorithm>
 #include <chrono>
@@ -37,7 +38,9 @@ struct TranscribeOptions {
     std::string MidiFile;
     std::string PlotFile;
     std::string ScoreFile;
-    double BeatsPerMinute = 0; // 0: not given
+    bool PlaysNotes = false; // beside the recording
+    std::string HeardFile;   // writes that to this sound file instead
+    ScoreRequest Request;    // its tempo is the MIDI file's as well
     bool AsLibrary = false;
     bool AsListen = false;
     bool Bends = false;
@@ -46,8 +49,8 @@ struct TranscribeOptions {
     // The stream for messages: with --json, standard output has only objects.
     std::FILE* Messages() const { return AsJson ? stderr : stdout; }
     bool FindsTuning() const { return !AsLibrary && !AsListen; }
-    Levelling LevellingMode() const {
-        return AsLibrary ? Levelling::None : AsListen ? Levelling::Live : Levelling::File;
+    Mode AnalysisMode() const {
+        return AsLibrary ? Mode::Plain : AsListen ? Mode::Live : Mode::Take;
     }
 };
 
@@ -63,12 +66,12 @@ Result Analyse(const GlobalOptions& global, const TranscribeOptions& options) {
     const auto begin = std::chrono::steady_clock::now();
     Result result;
     if (options.AsLibrary) result.Records = TranscribeWithLibrary(options.File, global.IniFolder);
-    result.Sound = AnalyseFile(options.File, options.LevellingMode());
+    result.Sound = AnalyseFile(options.File, options.AnalysisMode());
     if (options.AsLibrary) {
         const auto end = static_cast<std::int64_t>(result.Sound.Seconds * 1000);
         result.Melody.Notes = PairNotes(result.Records, end);
     } else {
-        result.Melody = Decode(result.Sound, options.LevellingMode());
+        result.Melody = ToTranscript(result.Sound);
         result.Records = options.Bends ? ToRecords(result.Melody.Notes, result.Sound)
                                        : ToRecords(result.Melody.Notes);
     }
@@ -120,7 +123,8 @@ void WriteMidi(const Result& result, const TranscribeOptions& options, OutputFil
     if (result.Melody.Notes.empty()) {
         throw HostError("no notes detected, no MIDI file written");
     }
-    const double tempo = options.BeatsPerMinute > 0 ? options.BeatsPerMinute : DefaultTempo;
+    const double tempo =
+        options.Request.QuartersPerMinute > 0 ? options.Request.QuartersPerMinute : DefaultTempo;
     RecordingPlan plan;
     plan.Map.Add(Tempo{0, static_cast<int>(60e6 / tempo)});
     WriteRecording(result.Records, plan, file);
@@ -129,36 +133,38 @@ void WriteMidi(const Result& result, const TranscribeOptions& options, OutputFil
 }
 
 // The title is the name of the sound file. Throws HostError.
-void WriteScore(const Result& result, const TranscribeOptions& options, const OutputFile& file) {
+void WriteScore(const Result& result, const TranscribeOptions& options, const ScoreFile& file) {
     if (result.Melody.Notes.empty()) throw HostError("no notes detected, no score written");
     std::vector<score::HeardNote> melody;
     for (const Note& note : result.Melody.Notes)
         melody.push_back({static_cast<double>(note.Start) / 1000,
-                          static_cast<double>(note.End) / 1000, note.Key});
-    const score::Score written = score::MakeScore(melody, options.BeatsPerMinute);
+                          static_cast<double>(note.End) / 1000, note.Key,
+                          note.Pitch > 0 ? note.Confidence : 1});
+    const score::Score written = score::MakeScore(melody, ToScoreOptions(options.Request));
     const bool piped = options.File == StandardInput;
     const std::string title =
         piped ? "Melody" : std::filesystem::path(options.File).stem().string();
-    WriteText(score::MusicXml(written, Utf8(title)), file);
-    std::fprintf(options.Messages(), "Wrote %s: %s\n", file.Path().c_str(),
-                 written.Description().c_str());
-    if (!options.AsJson) return;
-    Json()
-        .Add("kind", "score")
-        .Add("meter", written.TimeSignature())
-        .Add("key", written.Key.Name())
-        .Add("tempo", written.Rhythm.QuartersPerMinute)
-        .Add("bars", written.Bars.size())
-        .Print();
+    file.Write(written, Utf8(title), options.Messages());
+    if (options.AsJson) PrintScoreJson(written);
 }
 
 // Opens the output files first, so that a path that cannot be written fails before the analysis.
 void Run(const GlobalOptions& global, const TranscribeOptions& options) {
     std::unique_ptr<OutputFile> midiFile;
-    std::unique_ptr<OutputFile> scoreFile;
+    std::unique_ptr<ScoreFile> scoreFile;
     std::unique_ptr<PlotFiles> plots;
+    std::unique_ptr<NotePlayback> playback;
+    if (options.PlaysNotes) {
+        std::error_code ignored;
+        if (options.File == StandardInput || std::filesystem::is_fifo(options.File, ignored))
+            throw HostError("--hear needs a file, not a pipe or standard input", ExitWrongUse);
+        playback = OpenNotePlayback(global, options.File, options.HeardFile);
+    }
     if (!options.MidiFile.empty()) midiFile = std::make_unique<OutputFile>(options.MidiFile);
-    if (!options.ScoreFile.empty()) scoreFile = std::make_unique<OutputFile>(options.ScoreFile);
+    if (!options.ScoreFile.empty()) {
+        ToScoreOptions(options.Request); // checks them
+        scoreFile = std::make_unique<ScoreFile>(options.ScoreFile);
+    }
     if (!options.PlotFile.empty()) plots = std::make_unique<PlotFiles>(options.PlotFile);
     const Result result = Analyse(global, options);
     const auto milliseconds = static_cast<std::int64_t>(result.Sound.Seconds * 1000);
@@ -173,6 +179,10 @@ void Run(const GlobalOptions& global, const TranscribeOptions& options) {
     if (plots) {
         const std::string names = plots->Write({options.File, result.Sound, result.Melody});
         std::fprintf(options.Messages(), "Wrote %s\n", names.c_str());
+    }
+    if (playback) {
+        const double tuning = options.FindsTuning() && !options.Bends ? result.Melody.Tuning : 0;
+        playback->Play(result.Sound.Peak, result.Records, tuning, options.Messages());
     }
     if (result.Sound.IsTruncated) {
         throw HostError("\"" + options.File + "\" is truncated after " + ClockText(milliseconds) +
@@ -198,14 +208,17 @@ void AddTranscribe(const Command& app, const GlobalOptions& global) {
                "OUT-2.svg and so on")
         .ValueName("OUT.svg");
     command
-        .Value("--score", options->ScoreFile, "Write the notes as a score (MusicXML) to this file")
+        .Value("--score", options->ScoreFile,
+               "Write the notes as a score to this file: MusicXML, or the page itself as .pdf or "
+               ".svg; - for MusicXML on standard output")
         .ValueName("OUT.musicxml");
     command
-        .Value("--tempo", options->BeatsPerMinute,
+        .Value("--tempo", options->Request.QuartersPerMinute,
                "Quarter notes per minute. In the MIDI file it does not change the times of the "
                "notes (default 120); for the score it replaces the estimated tempo")
         .HiddenRange(10.0, 500.0)
         .ValueName("BPM");
+    AddScoreRequest(command, options->Request);
     command.Flag(
         "--bends", options->Bends,
         "Write the exact pitch of every frame as pitch bends, with a range of two semitones");
@@ -216,10 +229,21 @@ void AddTranscribe(const Command& app, const GlobalOptions& global) {
         .Flag("--as-listen", options->AsListen,
               "Detect notes as `listen` does, which looks only 93 ms ahead")
         .Excludes(library);
+    const Option hear =
+        command
+            .Value(
+                "--hear", options->HeardFile,
+                "Play the recording on the left and the notes on the right, to check them by ear, "
+                "or write that to OUT (.wav, .flac, .ogg)")
+            .ValueName("[OUT]")
+            .ValueCount(0, 1);
     AddJson(command, options->AsJson, "line: note, gap, summary, score");
     command.Footer("Examples: zorhost transcribe song.wav -o song.mid\n"
                    "          zorhost transcribe song.wav --score song.musicxml");
-    command.OnRun([&global, options] { Run(global, *options); });
+    command.OnRun([&global, options, hear] {
+        options->PlaysNotes = hear.IsGiven();
+        Run(global, *options);
+    });
 }
 
 } // namespace zorhost

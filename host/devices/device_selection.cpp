@@ -43,12 +43,13 @@ void AddLoopbacks(const std::string& reason, DevicePolicy policy) {
                              "available.\n");
 }
 
-// Switches to the computer's MIDI devices. Returns an empty string if there are any, else the
-// reason why there are none.
+// Switches to the computer's MIDI devices. Returns an empty string if there are any beside the
+// software synthesizer, else the reason why there are none.
 std::string FindDevices() {
     const std::string reason = machine::UseNative();
     const unsigned inputs = midiInGetNumDevs(), outputs = midiOutGetNumDevs();
-    if (inputs + outputs == 0)
+    const unsigned synthesizers = machine::HasSynthesizer();
+    if (inputs + outputs == synthesizers)
         return "No MIDI devices found" + (reason.empty() ? "" : " (" + reason + ")");
     std::fprintf(stderr, "MIDI devices of this computer: %s, %s.%s\n",
                  Counted(inputs, "input").c_str(), Counted(outputs, "output").c_str(),

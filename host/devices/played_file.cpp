@@ -21,7 +21,7 @@ void PlayedFile::Rewind() {
     File.reset(); // close before reopening: a pipe cannot be opened twice
     Decoded = 0;
     File = std::make_unique<SoundFile>(Path, FileMixing);
-    Source = std::make_unique<Resampler>(*File);
+    Source = std::make_unique<ResampledFile>(*File);
     Truncated = false;
 }
 

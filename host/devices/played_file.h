@@ -5,7 +5,7 @@
 // by silence.
 #pragma once
 
-#include "host/sound/sound_file.h"
+#include "host/sound/resampled_file.h"
 #include "platform/machine.h"
 
 #include <mutex>
@@ -43,10 +43,10 @@ private:
     Mixing FileMixing;       // found by the constructor, used by every later pass
     mutable std::mutex Lock; // guards the members below
     std::unique_ptr<SoundFile> File;
-    std::unique_ptr<Resampler> Source; // null after the end of the file
-    std::vector<float> Ring;           // frame n is at n modulo its size
-    std::uint64_t Decoded = 0;         // frames
-    std::uint64_t Captured = 0;        // frames delivered by Fill
+    std::unique_ptr<ResampledFile> Source; // null after the end of the file
+    std::vector<float> Ring;               // frame n is at n modulo its size
+    std::uint64_t Decoded = 0;             // frames
+    std::uint64_t Captured = 0;            // frames delivered by Fill
     bool Truncated = false;
 };
 

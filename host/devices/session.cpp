@@ -5,6 +5,7 @@
 
 #include "host/terminal/host_error.h"
 #include "host/terminal/interrupt.h"
+#include "midi/status.h"
 
 #include <algorithm>
 #include <atomic>
@@ -112,9 +113,9 @@ void Library::Silence(std::span<const MIDIEvent> played) {
     std::set<std::int16_t> channels;
     for (const MIDIEvent& event : played) channels.insert(event.Channel);
     for (const std::int16_t channel : channels) {
-        SendNow(channel, 0xB0, 64, 0);  // sustain pedal up
-        SendNow(channel, 0xB0, 123, 0); // all notes off
-        SendNow(channel, 0xE0, 0, 64);  // bend centre
+        SendNow(channel, midi::ControlChange, 64, 0);  // sustain pedal up
+        SendNow(channel, midi::ControlChange, 123, 0); // all notes off
+        SendNow(channel, midi::PitchBend, 0, 64);      // bend centre
     }
     ZorMIDIPlay(); // ZorKillMIDI stopped the timer chain; restart it for records queued later
 }

@@ -162,8 +162,9 @@ std::vector<std::string> OutputDevices() { return Names(OutputChoices()); }
 
 std::string DefaultOutputDevice() {
     const std::vector<std::string> outputs = OutputDevices();
+    const auto number = static_cast<std::size_t>(machine::FindDefaultMidiOutput());
     MIDIOUTCAPSA caps{};
-    if (!outputs.empty()) return outputs.front();
+    if (number < outputs.size()) return outputs[number];
     const bool discards = midiOutGetDevCapsA(MIDI_MAPPER, &caps, sizeof caps) == MMSYSERR_NOERROR;
     return discards ? "silence" : "";
 }
@@ -197,6 +198,12 @@ std::string SettingsFolder(const std::string& iniOption) {
     const fs::path folder = fs::path(machine::ModulePath()).parent_path();
     MigrateSettings(folder.parent_path() / "zorhost" / IniName, folder / IniName);
     return folder.string();
+}
+
+machine::SynthesizerSettings ReadSynthesizerSettings(const std::string& iniOption) {
+    const fs::path folder = SettingsFolder(iniOption);
+    machine::SetModulePath((folder / "libzormidi.so").string());
+    return machine::ReadSynthesizerSettings();
 }
 
 SessionSettings::SessionSettings(const std::string& folder, const SettingOverrides& overrides) {

@@ -4,6 +4,8 @@
 // The ini file that the library reads, and the eight input and eight output ports that it defines.
 #pragma once
 
+#include "platform/machine.h"
+
 #include <string>
 #include <vector>
 
@@ -12,8 +14,9 @@ namespace zorhost {
 // Names of the present MIDI devices, in the system's order.
 std::vector<std::string> InputDevices();
 std::vector<std::string> OutputDevices();
-// Name of the device that the system's default output plays on: the first one, or "silence" if
-// there is none and the system discards the output. Empty if the system has no default output.
+// Name of the device that the system's default output plays on: the software synthesizer if it can
+// be opened, which is tried, else the first one, or "silence" if there is none and the system
+// discards the output. Empty if the system has no default output.
 std::string DefaultOutputDevice();
 
 struct Port {
@@ -45,6 +48,10 @@ PortMap ReadPortMap(const std::string& iniPath);
 // which need not exist. Copies the settings of earlier zorhost versions there. Throws HostError if
 // that fails or --ini is not a folder. Call before SessionSettings changes the library's path.
 std::string SettingsFolder(const std::string& iniOption);
+
+// The software synthesizer's settings in that folder. Throws HostError as SettingsFolder does.
+// Moves the library's path there.
+machine::SynthesizerSettings ReadSynthesizerSettings(const std::string& iniOption);
 
 // Settings of one session that differ from the ini file. The user's file is never written: the
 // library reads a changed copy.

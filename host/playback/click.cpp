@@ -4,6 +4,7 @@
 #include "host/playback/click.h"
 
 #include "host/terminal/host_error.h"
+#include "midi/status.h"
 
 #include <charconv>
 #include <cmath>
@@ -49,7 +50,7 @@ MIDIEvent Click::NextRecord() const {
             0,
             DrumChannel,
             2,
-            0x90,
+            midi::NoteOn,
             first ? HighBlock : LowBlock,
             velocity};
 }

@@ -7,6 +7,7 @@
 #include "host/terminal/host_error.h"
 #include "host/terminal/interrupt.h"
 #include "host/terminal/names.h"
+#include "midi/status.h"
 
 #include <cstdio>
 #include <optional>
@@ -120,7 +121,7 @@ void Performance::Run(const Microphone* mic) {
 std::vector<MIDIEvent> Performance::PortRecords() const {
     std::vector<MIDIEvent> records = Incoming;
     std::erase_if(records, [&](const MIDIEvent& record) {
-        return record.Status >= 0xF0 ||
+        return record.Status >= midi::FirstSystemStatus ||
                (Plan.HasSoundFile && record.Channel == MicrophoneFileChannel - 1);
     });
     return records;
@@ -129,7 +130,8 @@ std::vector<MIDIEvent> Performance::PortRecords() const {
 std::vector<Note> Performance::MicrophoneNotes() const {
     std::vector<MIDIEvent> records;
     for (MIDIEvent record : Incoming) {
-        if (record.Channel != MicrophoneFileChannel - 1 || record.Status >= 0xF0) continue;
+        if (record.Channel != MicrophoneFileChannel - 1 || record.Status >= midi::FirstSystemStatus)
+            continue;
         record.Time -= static_cast<std::int32_t>(MicStart);
         records.push_back(record);
     }

@@ -5,6 +5,7 @@
 
 #include "host/terminal/host_error.h"
 #include "host/terminal/interrupt.h"
+#include "midi/status.h"
 
 #include <cerrno>
 #include <charconv>
@@ -66,7 +67,7 @@ public:
         }
     }
     bool Has(const Event& event) const {
-        return Channels.contains(event.Status & 15u) || Tracks.contains(event.Track);
+        return Channels.contains(midi::ChannelOf(event.Status)) || Tracks.contains(event.Track);
     }
 
 private:
@@ -76,7 +77,7 @@ private:
 
 // Note on, note off and key pressure, except for drums.
 bool IsNote(const Event& event) {
-    return event.Status < 0xB0 && (event.Status & 15) != DrumChannel;
+    return event.Status < midi::ControlChange && midi::ChannelOf(event.Status) != DrumChannel;
 }
 
 } // namespace
@@ -123,7 +124,7 @@ int ApplyEdit(const SongEdit& edit, midifile::Song& song) {
             event.Data1 = static_cast<std::uint8_t>(key);
             return false;
         }
-        if ((event.Status & 0xF0) == 0x90 && event.Data2 > 0) ++lost;
+        if (midi::StartsNote(midi::MessageType(event.Status), event.Data2)) ++lost;
         return true;
     });
     return lost;

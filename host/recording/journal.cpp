@@ -7,6 +7,7 @@
 #include "host/terminal/host_error.h"
 #include "host/terminal/names.h"
 #include "host/terminal/progress.h"
+#include "midi/status.h"
 #include "midifile/reader.h"
 
 #include <algorithm>
@@ -66,10 +67,10 @@ std::vector<MIDIEvent> ReadJournal(const fs::path& path) {
         const auto data = event.Data;
         if (event.Status == midifile::MetaStatus && event.Type == MetaPort && !data.empty())
             block = data[0];
-        if (event.Status >= 0xF0) continue;
+        if (event.Status >= midi::FirstSystemStatus) continue;
         records.push_back({static_cast<std::int32_t>(event.Tick), 0,
-                           static_cast<std::int16_t>(block * 16 + (event.Status & 15)), 2,
-                           static_cast<std::uint8_t>(event.Status & 0xF0), data[0],
+                           static_cast<std::int16_t>(block * 16 + midi::ChannelOf(event.Status)), 2,
+                           midi::MessageType(event.Status), data[0],
                            data.size() > 1 ? data[1] : std::uint8_t{0}});
     }
     return records;

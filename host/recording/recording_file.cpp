@@ -6,6 +6,7 @@
 #include "host/terminal/host_error.h"
 #include "host/terminal/progress.h"
 #include "midi/note_counts.h"
+#include "midi/status.h"
 #include "midifile/warnings.h"
 
 #include <algorithm>
@@ -56,7 +57,7 @@ RecordingPlan Usable(const RecordingPlan& plan) {
 std::vector<MIDIEvent> Complete(const std::vector<MIDIEvent>& records, std::int32_t end) {
     std::vector<MIDIEvent> all;
     std::ranges::copy_if(records, std::back_inserter(all), [](const MIDIEvent& record) {
-        return record.Status >= midi::NoteOff && record.Status < midi::FirstSystemStatus;
+        return midi::IsChannelStatus(record.Status);
     });
     std::ranges::stable_sort(all, {}, [](const MIDIEvent& record) { return record.Time; });
     midi::OpenNotes notes;

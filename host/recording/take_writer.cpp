@@ -5,6 +5,7 @@
 
 #include "host/terminal/host_error.h"
 #include "host/terminal/interrupt.h"
+#include "midi/status.h"
 
 #include <cstdio>
 #include <filesystem>
@@ -21,9 +22,9 @@ TakeWriter::TakeWriter(const std::string& path) : File(path) {
 }
 
 void TakeWriter::Add(const MIDIEvent& record) {
-    if (record.Status < 0x80 || record.Status >= 0xF0) return;
+    if (!midi::IsChannelStatus(record.Status)) return;
     AllRecords.push_back(record);
-    if (record.Status == 0x90 && record.Data2 > 0) ++NoteCount;
+    if (midi::StartsNote(record.Status, record.Data2)) ++NoteCount;
     if (TakeJournal) TakeJournal->Add(record);
 }
 

@@ -3,98 +3,78 @@
 
 #include "host/sound/analysed_sound.h"
 
-#include "host/sound/frame_analyser.h"
 #include "host/sound/sound_file.h"
-#include "host/sound/spill_file.h"
 #include "host/terminal/host_error.h"
 #include "host/terminal/interrupt.h"
 #include "host/terminal/progress.h"
 
-#include <algorithm>
+#include <array>
 #include <chrono>
-#include <cmath>
+#include <memory>
+#include <new>
 
 namespace zorhost {
 
 namespace {
 
-class FileAnalyser {
-public:
-    FileAnalyser(const std::string& path, Levelling levelling) : File(path), Mode(levelling) {
-        Sound.AnnouncedSeconds = File.AnnouncedSeconds();
-        Sound.OnLevel = Analyser.OnLevel();
-        Sound.OffLevel = Analyser.OffLevel();
-    }
-    AnalysedSound Analyse() {
-        do ReadAll();
-        while (!Interrupted() && File.ChooseMixing());
-        Sound.Remark = File.Remark();
-        AnalyseAll();
-        return std::move(Sound);
-    }
+using Clock = std::chrono::steady_clock;
 
-private:
-    void ReadAll();
-    void AnalyseAll();
-    void ShowProgress();
-
-    SoundFile File;
-    Levelling Mode;
-    SpillFile Samples;
-    FrameAnalyser Analyser;
-    AnalysedSound Sound;
-    Progress Line; // shown after one second
-    const std::chrono::steady_clock::time_point StartTime = std::chrono::steady_clock::now();
-};
-
-// First pass: resamples, filters and stores the samples, and measures their peak.
-void FileAnalyser::ReadAll() {
-    Samples = {};
-    Resampler source(File);
-    ToneFilter filter;
-    Block block;
-    for (std::size_t got = block.size(); got == block.size() && !Interrupted();) {
-        got = source.Read(block);
-        std::fill(block.begin() + static_cast<std::ptrdiff_t>(got), block.end(), 0.0f);
-        if (got == 0) break;
-        if (Mode != Levelling::None) filter.Apply(block);
-        Samples.Write(block);
-        ShowProgress();
-    }
-    Sound.Peak = Samples.Peak();
-    Sound.Seconds = File.Position();
-    Sound.IsTruncated = !Interrupted() && File.IsTruncated();
-    Line.End();
-}
-
-// Second pass. For a file, the gain rises in soft passages to at most 4 times (12 dB) what its peak
-// allows.
-void FileAnalyser::AnalyseAll() {
-    Samples.Rewind();
-    const float peak = std::max(static_cast<float>(Sound.Peak), 1e-6f);
-    LiveGain follower(Mode == Levelling::Live ? LeastLivePeak : peak / 4);
-    const float fileGain = Mode == Levelling::File ? GoodPeak / peak : 1;
-    Block block;
-    while (Samples.Read(block)) {
-        const float gain = Mode == Levelling::None ? 1 : follower.Update(block);
-        hearing::Frame frame = Analyser.Analyse(block, gain);
-        frame.Gain /= fileGain; // now relative to the whole file
-        Sound.Frames.push_back(frame);
-    }
-}
-
-void FileAnalyser::ShowProgress() {
+// Shown after one second.
+void ShowProgress(Progress& line, Clock::time_point start, const SoundFile& file) {
     using namespace std::chrono_literals;
-    if (std::chrono::steady_clock::now() - StartTime < 1s || !Line.Due()) return;
-    const auto read = static_cast<std::int64_t>(File.Position() * 1000);
-    const auto whole = static_cast<std::int64_t>(File.AnnouncedSeconds() * 1000);
-    Line.Show(Bar(read, whole, 30) + "  " + ClockText(read) + " of " + ClockText(whole));
+    if (Clock::now() - start < 1s || !line.Due()) return;
+    const auto read = static_cast<std::int64_t>(file.Position() * 1000);
+    const auto whole = static_cast<std::int64_t>(file.AnnouncedSeconds() * 1000);
+    line.Show(Bar(read, whole, 30) + "  " + ClockText(read) + " of " + ClockText(whole));
+}
+
+// Moves what a listener has heard so far.
+void Collect(zorhearing::Listener& listener, AnalysedSound& sound) {
+    while (const auto frame = listener.NextFrame()) sound.Frames.push_back(frame->Frame);
+    while (const auto note = listener.NextNote())
+        if (!note->Open) sound.Notes.push_back(*note);
+}
+
+// Feeds the file to a new listener.
+std::unique_ptr<zorhearing::Listener> Listen(SoundFile& file, Mode mode, AnalysedSound& sound) {
+    auto listener =
+        std::make_unique<zorhearing::Listener>(zorhearing::SoundFormat{.Rate = file.Rate()}, mode);
+    const Clock::time_point start = Clock::now();
+    Progress line;
+    std::array<float, 4096> samples;
+    for (std::size_t got = samples.size(); got == samples.size() && !Interrupted();) {
+        got = file.Read(samples);
+        listener->Feed(samples.data(), got);
+        Collect(*listener, sound);
+        ShowProgress(line, start, file);
+    }
+    line.End();
+    return listener;
 }
 
 } // namespace
 
-AnalysedSound AnalyseFile(const std::string& path, Levelling levelling) {
-    return FileAnalyser(path, levelling).Analyse();
+AnalysedSound AnalyseFile(const std::string& path, Mode mode) try {
+    SoundFile file(path);
+    AnalysedSound sound;
+    std::unique_ptr<zorhearing::Listener> listener;
+    do {
+        sound = {};
+        listener = Listen(file, mode, sound);
+    } while (!Interrupted() && file.ChooseMixing());
+    sound.Seconds = file.Position();
+    listener->Finish();
+    Collect(*listener, sound);
+    sound.AnnouncedSeconds = file.AnnouncedSeconds();
+    sound.IsTruncated = !Interrupted() && file.IsTruncated();
+    sound.Remark = file.Remark();
+    sound.Peak = listener->Peak();
+    sound.OnLevel = listener->OnLevel();
+    sound.OffLevel = listener->OffLevel();
+    sound.Tuning = listener->Tuning();
+    return sound;
+} catch (const std::bad_alloc&) {
+    throw HostError("neither memory nor disk space is left for the sound");
 }
 
 } // namespace zorhost

@@ -30,7 +30,7 @@ LiveAnalyser::LiveAnalyser() {
     // If the device supports it: amplified 8-bit samples would be coarse.
     Capture.BitsPerSample = 16;
     Capture.SetCallback(OnBlock, this);
-    const bool opened = Capture.Open(AnalysisRate);
+    const bool opened = Capture.Open(zorhearing::AnalysisRate);
     if (opened && Capture.Start()) return;
     Capture.Close();
     throw HostError(opened ? "the microphone does not start" : "the microphone cannot be opened");
@@ -51,41 +51,39 @@ void LiveAnalyser::OnBlock(std::uint32_t time, const std::uint8_t* data, std::in
 // only every nth sample is used, as in the library.
 void LiveAnalyser::AddBlock(std::uint32_t time, const std::uint8_t* data, std::int32_t bytes) {
     const auto every = std::max<std::int32_t>(
-        1, static_cast<std::int32_t>(Capture.GetSampleRate()) / AnalysisRate);
+        1, static_cast<std::int32_t>(Capture.GetSampleRate()) / zorhearing::AnalysisRate);
     const std::int32_t stride = every * Capture.Channels * Capture.BitsPerSample / 8;
     for (std::int32_t at = 0; at + stride <= bytes; at += stride) {
-        const float sample = SampleAt(data + at, Capture.BitsPerSample);
-        InputPeak = std::max(InputPeak, std::fabs(sample));
-        Samples[SampleCount++] = sample;
-        if (SampleCount == FrameSamples) AnalyseCollected(time);
+        Samples[SampleCount++] = SampleAt(data + at, Capture.BitsPerSample);
+        if (SampleCount == Samples.size()) StoreCollected(time);
     }
 }
 
-void LiveAnalyser::AnalyseCollected(std::uint32_t time) {
-    const auto gap = static_cast<std::int32_t>(time - PreviousTime);
-    if (WriteCount.load(std::memory_order_relaxed) > 0 && gap >= Interruption)
-        Analyser.Skip(std::lround(gap / 1000.0 / hearing::FrameSeconds) - 1);
-    PreviousTime = time;
-    Filter.Apply(Samples);
-    const hearing::Frame frame = Analyser.Analyse(Samples, Gain.Update(Samples));
-    const auto level = static_cast<int>(std::lround(InputPeak * FullLevel));
-    SampleCount = 0;
-    InputPeak = 0;
+void LiveAnalyser::StoreCollected(std::uint32_t time) {
     const std::size_t written = WriteCount.load(std::memory_order_relaxed);
+    const auto gap = static_cast<std::int32_t>(time - PreviousTime);
+    const bool interrupted = written > 0 && gap >= Interruption;
+    const std::int64_t skipped =
+        interrupted ? std::lround(gap / 1000.0 / hearing::FrameSeconds) - 1 : 0;
+    PreviousTime = time;
+    SampleCount = 0;
     if (written == 0) {
         BeginTime.store(time - static_cast<std::uint32_t>(hearing::FrameSeconds * 1000),
                         std::memory_order_relaxed);
     }
     if (written - ReadCount.load(std::memory_order_acquire) == Ring.size()) return;
-    Ring[written % Ring.size()] = {frame, level};
+    Ring[written % Ring.size()] = {Samples, skipped};
     WriteCount.store(written + 1, std::memory_order_release);
 }
 
-void LiveAnalyser::Drain(std::vector<LiveFrame>& frames) {
+void LiveAnalyser::Analyse() {
     std::size_t read = ReadCount.load(std::memory_order_relaxed);
     const std::size_t written = WriteCount.load(std::memory_order_acquire);
-    while (read != written) frames.push_back(Ring[read++ % Ring.size()]);
-    ReadCount.store(read, std::memory_order_release);
+    for (; read != written; ReadCount.store(++read, std::memory_order_release)) {
+        const TimedBlock& block = Ring[read % Ring.size()];
+        Listener.Skip(block.SkippedFrames);
+        Listener.Feed(block.Samples.data(), block.Samples.size());
+    }
 }
 
 std::string PitchText(double frequency) {

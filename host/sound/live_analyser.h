@@ -1,26 +1,22 @@
 // SPDX-FileCopyrightText: 2026 The zormidi authors
 // SPDX-License-Identifier: MIT
 
-// Analyses the microphone live. It runs a recogniser beside the library's, on the same microphone,
-// to get the level and the exact pitch of each frame, which the library does not report.
+// Listens to the microphone live. It runs a recogniser beside the library's, on the same
+// microphone, to get the level and the exact pitch of each frame, which the library does not
+// report.
 #pragma once
 
-#include "host/sound/frame_analyser.h"
 #include "soundin/sound_in_win.h"
+#include "zorhearing/listener.h"
 
-#include <array>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace zorhost {
-
-struct LiveFrame {
-    hearing::Frame Frame; // after filter and gain
-    int InputLevel = 0;   // of the microphone's own signal, 0 to 128
-};
 
 class LiveAnalyser {
 public:
@@ -30,35 +26,43 @@ public:
     LiveAnalyser(const LiveAnalyser&) = delete;
     LiveAnalyser& operator=(const LiveAnalyser&) = delete;
 
-    // Appends the frames since the last call. The buffer holds about 20 seconds; later frames are
-    // dropped while it is full. If the microphone was interrupted, the times of the frames skip the
-    // interruption. Thread: one consumer.
-    void Drain(std::vector<LiveFrame>& frames);
-    // The beginning of the first frame in milliseconds of the system's clock. Valid once Drain has
-    // returned a frame.
+    // Analyses what was captured since the last call. The buffer holds about 20 seconds; later
+    // sound is dropped while it is full. If the microphone was interrupted, the times skip the
+    // interruption. Thread: one consumer, as the next two.
+    void Analyse();
+    // As zorhearing::Listener.
+    std::optional<hearing::Note> NextNote() { return Listener.NextNote(); }
+    std::optional<zorhearing::HeardFrame> NextFrame() { return Listener.NextFrame(); }
+    // Ends an open note.
+    void Finish() { Listener.Finish(); }
+    // The beginning of the sound in milliseconds of the system's clock. Valid once there is a
+    // frame.
     std::uint32_t StartTime() const { return BeginTime.load(std::memory_order_relaxed); }
 
 private:
     static void OnBlock(std::uint32_t time, const std::uint8_t* data, std::int32_t bytes,
                         void* self);
     void AddBlock(std::uint32_t time, const std::uint8_t* data, std::int32_t bytes);
-    void AnalyseCollected(std::uint32_t time);
+    void StoreCollected(std::uint32_t time);
+
+    struct TimedBlock {
+        zorhearing::Block Samples;
+        std::int64_t SkippedFrames; // before it, by an interruption
+    };
 
     // Used by the sound delivery thread only.
-    ToneFilter Filter;
-    LiveGain Gain{LeastLivePeak};
-    FrameAnalyser Analyser;
-    std::array<float, FrameSamples> Samples{}; // of the next frame
+    zorhearing::Block Samples{}; // of the next block
     std::size_t SampleCount = 0;
-    float InputPeak = 0;
-    std::uint32_t PreviousTime = 0; // of the frame before, milliseconds
+    std::uint32_t PreviousTime = 0; // of the block before, milliseconds
 
     // A ring buffer with one producer, the delivery thread, and one consumer. Each side writes its
     // own count.
-    std::array<LiveFrame, 1024> Ring{};
-    std::atomic<std::size_t> WriteCount{0};  // released after the frame is stored
-    std::atomic<std::size_t> ReadCount{0};   // released after the frame is copied
-    std::atomic<std::uint32_t> BeginTime{0}; // stored before the first frame is released
+    std::vector<TimedBlock> Ring{1024};
+    std::atomic<std::size_t> WriteCount{0};  // released after the block is stored
+    std::atomic<std::size_t> ReadCount{0};   // released after the block is analysed
+    std::atomic<std::uint32_t> BeginTime{0}; // stored before the first block is released
+
+    zorhearing::Listener Listener{{}, zorhearing::Mode::Live}; // of the consumer
 
     Sonorel::SoundInWin Capture; // last, so that it stops before the buffers are destroyed
 };

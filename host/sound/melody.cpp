@@ -4,6 +4,7 @@
 #include "host/sound/melody.h"
 
 #include "host/terminal/names.h"
+#include "midi/status.h"
 
 #include <algorithm>
 #include <array>
@@ -62,11 +63,11 @@ std::vector<Note> PairNotes(const std::vector<MIDIEvent>& records, std::int64_t 
     std::vector<Note> notes;
     std::array<std::optional<std::size_t>, 128> sounding;
     for (const MIDIEvent& record : records) {
-        if (record.Status != 0x90 && record.Status != 0x80) continue;
+        if (record.Status != midi::NoteOn && record.Status != midi::NoteOff) continue;
         std::optional<std::size_t>& open = sounding[record.Data1 & 127];
         if (open) notes[*open].End = std::max<std::int64_t>(notes[*open].Start, record.Time);
         open.reset();
-        if (record.Status == 0x80 || record.Data2 == 0) continue;
+        if (!midi::StartsNote(record.Status, record.Data2)) continue;
         open = notes.size();
         notes.push_back(
             {record.Time, std::max<std::int64_t>(end, record.Time), record.Data1, record.Data2});

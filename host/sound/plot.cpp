@@ -4,7 +4,6 @@
 #include "host/sound/plot.h"
 
 #include "hearing/pitch.h"
-#include "host/sound/frame_analyser.h"
 #include "host/terminal/names.h"
 
 #include <algorithm>
@@ -125,7 +124,9 @@ private:
     double Y(double pitch) const { return PitchTop + (Scale.High + 0.5 - pitch) * Scale.KeyHeight; }
     double PitchBase() const { return Y(Scale.Low - 0.5); }
     double LevelBase() const { return PitchBase() + Gap + LevelHeight; }
-    double LevelY(int level) const { return LevelBase() - LevelHeight * level / FullLevel; }
+    double LevelY(int level) const {
+        return LevelBase() - LevelHeight * level / zorhearing::FullLevel;
+    }
 
     void DrawKeys();
     void DrawTimes();
@@ -247,7 +248,8 @@ void Row::DrawLevel() {
     }
     Append(Svg, "L%.1f %.1fZ'/>\n", last, LevelBase());
     for (const int level : {Plot.Sound.OnLevel, Plot.Sound.OffLevel}) DrawGate(level);
-    for (const int level : {0, Plot.Sound.OnLevel, FullLevel / 2, FullLevel}) {
+    for (const int level :
+         {0, Plot.Sound.OnLevel, zorhearing::FullLevel / 2, zorhearing::FullLevel}) {
         Append(Svg, "<text x='%.1f' y='%.1f' text-anchor='end' class='k'>%d</text>\n", Left - 6,
                LevelY(level) + 3.5, level);
     }

@@ -7,26 +7,17 @@
 #include "host/terminal/interrupt.h"
 
 #include <algorithm>
-#include <array>
-#include <cerrno>
 #include <cmath>
-#include <cstring>
-#include <sys/stat.h>
 #include <type_traits>
-#include <unistd.h>
 
 namespace zorhost {
 
 namespace {
 
-constexpr sf_count_t Chunk = 4096; // frames
+constexpr std::size_t Chunk = 4096; // frames
 // Floating-point files can contain unscaled 32-bit integers. A greater absolute value is damage.
 constexpr float HugeSample = 1e10f;
 constexpr double CancelledEnergy = 0.01; // of the loudest channel: -20 dB
-
-[[noreturn]] void CannotRead(const std::string& path, const std::string& why) {
-    throw HostError("\"" + path + "\" cannot be read: " + why);
-}
 
 // Mixes channels to their mean. Count is a number, or an integral_constant so that the loop
 // vectorises.
@@ -52,69 +43,23 @@ double Energy(const float* samples, std::size_t frames, std::size_t channels) {
     return sum;
 }
 
-// Copies a pipe to an unnamed temporary file, since decoders need to seek.
-std::FILE* CopyToTempFile(std::FILE* source, const std::string& path) {
-    std::FILE* target = std::tmpfile();
-    if (!target) CannotRead(path, std::strerror(errno));
-    std::array<char, 65536> bytes;
-    while (!Interrupted()) {
-        const std::size_t got = std::fread(bytes.data(), 1, bytes.size(), source);
-        if (got == 0) break;
-        if (std::fwrite(bytes.data(), 1, got, target) == got) continue;
-        std::fclose(target);
-        CannotRead(path, "no disk space is left for a copy");
-    }
-    std::fflush(target);
-    std::rewind(target);
-    return target;
-}
-
 } // namespace
 
-SoundFile::SoundFile(const std::string& path, const Mixing& how) : Mix(how) {
-    OpenStream(path);
-    File.reset(sf_open_fd(fileno(Stream.get()), SFM_READ, &Info, SF_FALSE));
-    if (!File) CannotRead(path, "it is no sound file, or of an unknown format");
-    if (Info.frames <= 0 || Info.channels < 1 || Info.samplerate < 1) {
-        throw HostError("\"" + path + "\" contains no sound");
-    }
-    Channels.resize(static_cast<std::size_t>(Chunk * Info.channels));
-    Stats.Energies.resize(static_cast<std::size_t>(Info.channels));
-    const int kind = Info.format & SF_FORMAT_SUBMASK;
-    Floats = kind == SF_FORMAT_FLOAT || kind == SF_FORMAT_DOUBLE;
-}
-
-void SoundFile::OpenStream(const std::string& path) {
-    const InterruptibleReads wait;
-    Stream.reset(path == StandardInput ? fdopen(dup(STDIN_FILENO), "rb")
-                                       : std::fopen(path.c_str(), "rb"));
-    struct stat about = {};
-    if (!Stream || fstat(fileno(Stream.get()), &about) != 0) {
-        CannotRead(path, std::strerror(errno));
-    }
-    if (S_ISDIR(about.st_mode)) CannotRead(path, "it is a folder");
-    if (!S_ISREG(about.st_mode)) {
-        Stream.reset(CopyToTempFile(Stream.get(), path));
-        fstat(fileno(Stream.get()), &about);
-    }
-    if (about.st_size == 0) CannotRead(path, "it is empty");
-}
-
-double SoundFile::AnnouncedSeconds() const {
-    return static_cast<double>(Info.frames) / static_cast<double>(Info.samplerate);
+SoundFile::SoundFile(const std::string& path, const Mixing& how)
+    : File(OpenSound(path)), Channels(Chunk * File->Channels), Mix(how) {
+    Stats.Energies.resize(File->Channels);
 }
 
 std::size_t SoundFile::Read(std::span<float> samples) {
     std::size_t done = 0;
     while (done < samples.size()) {
-        const auto wanted =
-            std::min<sf_count_t>(Chunk, static_cast<sf_count_t>(samples.size() - done));
-        const sf_count_t got = sf_readf_float(File.get(), Channels.data(), wanted);
-        if (got <= 0) break;
-        FramesRead += got;
-        if (Floats) Clean(std::span(Channels).first(static_cast<std::size_t>(got * Info.channels)));
-        MixDown(samples.subspan(done, static_cast<std::size_t>(got)));
-        done += static_cast<std::size_t>(got);
+        const std::size_t wanted = std::min(Chunk, samples.size() - done);
+        const std::size_t got = File->Read(Channels.data(), wanted);
+        if (got == 0) break;
+        FramesRead += static_cast<std::int64_t>(got);
+        if (File->Floats) Clean(std::span(Channels).first(got * File->Channels));
+        MixDown(samples.subspan(done, got));
+        done += got;
     }
     return done;
 }
@@ -138,7 +83,7 @@ void SoundFile::Clean(std::span<float> samples) {
 }
 
 void SoundFile::MixDown(std::span<float> mono) {
-    const auto count = static_cast<std::size_t>(Info.channels);
+    const std::size_t count = File->Channels;
     const float* const frames = Channels.data();
     if (Mix.Channel >= 0) {
         for (std::size_t i = 0; i < mono.size(); ++i)
@@ -170,14 +115,14 @@ bool SoundFile::ChooseMixing() {
 }
 
 bool SoundFile::Rewind() {
-    if (sf_seek(File.get(), 0, SEEK_SET) != 0) return false;
+    if (!File->Rewind()) return false;
     FramesRead = 0;
     Stats = {.Energies = std::vector<double>(Stats.Energies.size())};
     return true;
 }
 
 void SoundFile::Prescan() {
-    if ((Info.channels == 1 && !Floats) || !Info.seekable) return;
+    if (File->Channels == 1 && !File->Floats) return;
     std::vector<float> passed(Chunk);
     do {
         while (Read(passed) == passed.size() && !Interrupted()) {
@@ -193,44 +138,6 @@ std::string SoundFile::Remark() const {
     if (Mix.Channel < 0) return text;
     return text + (text.empty() ? "" : "; ") + "its channels cancel each other, so channel " +
            std::to_string(Mix.Channel + 1) + " alone is used";
-}
-
-bool SoundFile::IsTruncated() const {
-    // The announced length of an MP3 is an estimate.
-    if ((Info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_MPEG) return false;
-    return sf_error(File.get()) != SF_ERR_NO_ERROR || FramesRead < Info.frames ||
-           IsShorterThanHeader();
-}
-
-// libsndfile shortens a WAV or AIFF whose header announces more sound than the file contains
-// without an error. Only its log mentions it.
-bool SoundFile::IsShorterThanHeader() const {
-    std::array<char, 16384> log = {};
-    sf_command(File.get(), SFC_GET_LOG_INFO, log.data(), static_cast<int>(log.size() - 1));
-    const char* data = std::strstr(log.data(), "data :");
-    if (!data) data = std::strstr(log.data(), "SSND :");
-    if (!data) return false;
-    const std::string line(data, std::strcspn(data, "\n"));
-    return line.find("should be") != std::string::npos;
-}
-
-Resampler::Resampler(SoundFile& file) : File(file), Chunk() {
-    const soxr_io_spec_t samples = soxr_io_spec(SOXR_FLOAT32_I, SOXR_FLOAT32_I);
-    const soxr_quality_spec_t quality = soxr_quality_spec(SOXR_HQ, 0);
-    const soxr_runtime_spec_t runtime = soxr_runtime_spec(1);
-    Converter.reset(
-        soxr_create(file.Rate(), AnalysisRate, 1, nullptr, &samples, &quality, &runtime));
-    if (!Converter || soxr_set_input_fn(Converter.get(), &Supply, this, Chunk.size())) {
-        throw HostError("the sound cannot be resampled to the rate of the recogniser");
-    }
-}
-
-// Input callback of soxr.
-std::size_t Resampler::Supply(void* self, soxr_in_t* data, std::size_t wanted) {
-    auto& resampler = *static_cast<Resampler*>(self);
-    *data = resampler.Chunk.data();
-    return resampler.File.Read(
-        std::span(resampler.Chunk).first(std::min(wanted, resampler.Chunk.size())));
 }
 
 } // namespace zorhost

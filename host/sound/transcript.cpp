@@ -4,10 +4,10 @@
 #include "host/sound/transcript.h"
 
 #include "hearing/pitch.h"
-#include "hearing/tuning.h"
 #include "host/terminal/json.h"
 #include "host/terminal/names.h"
 #include "host/terminal/terminal.h"
+#include "midi/status.h"
 
 #include <algorithm>
 #include <cmath>
@@ -61,24 +61,24 @@ double CentsOff(const Note& note, const Transcript& transcript) {
     return (note.Pitch - transcript.Tuning - note.Key) * 100;
 }
 
-MIDIEvent Record(std::int64_t time, int status, int data1, int data2) {
+MIDIEvent Record(std::int64_t time, std::uint8_t status, int data1, int data2) {
     MIDIEvent record = {};
     record.Time = static_cast<std::int32_t>(time);
-    record.Status = static_cast<std::uint8_t>(status);
+    record.Status = status;
     record.Data1 = static_cast<std::uint8_t>(data1);
     record.Data2 = static_cast<std::uint8_t>(data2);
     return record;
 }
 
 void AddNote(const Note& note, std::vector<MIDIEvent>& records) {
-    records.push_back(Record(note.Start, 0x90, note.Key, note.Velocity));
-    records.push_back(Record(note.End, 0x80, note.Key, 64));
+    records.push_back(Record(note.Start, midi::NoteOn, note.Key, note.Velocity));
+    records.push_back(Record(note.End, midi::NoteOff, note.Key, 64));
 }
 
 // A pitch bend for a range of two semitones: 4096 steps per semitone around 8192.
 MIDIEvent Bend(std::int64_t time, double semitones) {
     const int bend = std::clamp(8192 + static_cast<int>(std::lround(semitones * 4096)), 0, 16383);
-    return Record(time, 0xE0, bend & 127, bend >> 7);
+    return Record(time, midi::PitchBend, bend & 127, bend >> 7);
 }
 
 // Frames a semitone or more away from the note are wrong measurements, not bends.
@@ -111,25 +111,18 @@ void PrintNarrow(const Transcript& transcript) {
 } // namespace
 
 Note ToKey(const hearing::Note& note, double tuning) {
-    const int key = std::clamp(static_cast<int>(std::lround(note.Pitch - tuning)), 0, 127);
     return {Milliseconds(std::max(note.Onset, 0.0)),
             Milliseconds(note.End),
-            key,
+            hearing::KeyOf(note.Pitch, tuning),
             std::clamp(note.Level, 1, 127),
             note.Pitch,
             note.Confidence};
 }
 
-Transcript Decode(const AnalysedSound& sound, Levelling levelling) {
-    Transcript transcript;
-    const bool live = levelling == Levelling::Live;
-    if (!live) transcript.Tuning = hearing::TuningOf(sound.Frames);
-    hearing::Decoder decoder(live ? hearing::LiveLag : hearing::FileLag, transcript.Tuning);
-    for (const hearing::Frame& frame : sound.Frames) decoder.Feed(frame);
-    decoder.Finish();
-    for (const hearing::Note& note : decoder.Notes()) {
-        transcript.Notes.push_back(ToKey(note, transcript.Tuning));
-    }
+Transcript ToTranscript(const AnalysedSound& sound) {
+    Transcript transcript{{}, sound.Tuning};
+    for (const hearing::Note& note : sound.Notes)
+        transcript.Notes.push_back(ToKey(note, sound.Tuning));
     return transcript;
 }
 

@@ -5,7 +5,7 @@
 #pragma once
 
 #include "engine/zormidi.h"
-#include "hearing/decoder.h"
+#include "hearing/note.h"
 #include "host/sound/analysed_sound.h"
 #include "host/sound/melody.h"
 
@@ -18,8 +18,7 @@ struct Transcript {
     double Tuning = 0; // how much sharper than 440 Hz A4 is, in semitones
 };
 
-// With Levelling::Live each frame is decided with the live lag, and the tuning is 440 Hz.
-Transcript Decode(const AnalysedSound& sound, Levelling levelling);
+Transcript ToTranscript(const AnalysedSound& sound);
 
 // Rounds to the nearest key. tuning: as in Transcript.
 Note ToKey(const hearing::Note& note, double tuning);

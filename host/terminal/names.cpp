@@ -29,25 +29,26 @@ constexpr std::array<FilterWord, 14> Words = {{
     {"pressure", {0x20, 0}},
     {"bend", {0x40, 0}},
     {"system", {SystemClass, 0xFFFF}},
-    {"songposition", {SystemClass, 1 << 2}},
-    {"songselect", {SystemClass, 1 << 3}},
-    {"tune", {SystemClass, 1 << 6}},
-    {"clock", {SystemClass, 1 << 8}},
-    {"transport", {SystemClass, 1 << 10 | 1 << 11 | 1 << 12}},
+    {"songposition", {SystemClass, SystemBit(midi::SongPosition)}},
+    {"songselect", {SystemClass, SystemBit(midi::SongSelect)}},
+    {"tune", {SystemClass, SystemBit(midi::TuneRequest)}},
+    {"clock", {SystemClass, SystemBit(midi::TimingClock)}},
+    {"transport",
+     {SystemClass, SystemBit(midi::Start) | SystemBit(midi::Continue) | SystemBit(midi::Stop)}},
 }};
 
 // For system messages without data bytes.
 const char* SystemText(std::uint8_t status) {
     switch (status) {
-    case 0xF6:
+    case midi::TuneRequest:
         return "tune request";
-    case 0xF8:
+    case midi::TimingClock:
         return "clock";
-    case 0xFA:
+    case midi::Start:
         return "start";
-    case 0xFB:
+    case midi::Continue:
         return "continue";
-    case 0xFC:
+    case midi::Stop:
         return "stop";
     default:
         return "system";
@@ -78,32 +79,32 @@ std::string MessageText(const MIDIEvent& event) {
     const auto print = [&](const char* format, auto... values) {
         std::snprintf(text, sizeof text, format, values...);
     };
-    switch (event.Status & 0xF0) {
-    case 0x80:
+    switch (midi::MessageType(event.Status)) {
+    case midi::NoteOff:
         print("note off  %-4s velocity %d", NoteName(first).c_str(), second);
         break;
-    case 0x90:
+    case midi::NoteOn:
         print("note on   %-4s velocity %d", NoteName(first).c_str(), second);
         break;
-    case 0xA0:
+    case midi::KeyPressure:
         print("pressure  %-4s %d", NoteName(first).c_str(), second);
         break;
-    case 0xB0:
+    case midi::ControlChange:
         print("control   %-4d value %-4d%s", first, second, ControllerName(first));
         break;
-    case 0xC0:
+    case midi::ProgramChange:
         print("program   %-4d %s", first + 1, ProgramName(first));
         break;
-    case 0xD0:
+    case midi::ChannelPressure:
         print("pressure  %d", first);
         break;
-    case 0xE0:
+    case midi::PitchBend:
         print("bend      %+d", (second << 7 | first) - 8192);
         break;
     default:
-        if (event.Status == 0xF2) {
+        if (event.Status == midi::SongPosition) {
             print("song position %d", second << 7 | first);
-        } else if (event.Status == 0xF3) {
+        } else if (event.Status == midi::SongSelect) {
             print("song select %d", first);
         } else {
             print("%s", SystemText(event.Status));

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "engine/zormidi.h"
+#include "midi/status.h"
 
 #include <cstdint>
 #include <string>
@@ -26,6 +27,10 @@ struct Filter {
     std::uint16_t Classes = 0;
     std::uint16_t System = 0;
 };
+// The bit of Filter::System for a system status byte.
+constexpr std::uint16_t SystemBit(std::uint8_t status) {
+    return static_cast<std::uint16_t>(1 << (status - midi::FirstSystemStatus));
+}
 // Returns the words that ParseFilter accepts, for help texts.
 std::string FilterWords();
 // Returns the masks that filter out the named kinds of messages. Throws HostError for an unknown

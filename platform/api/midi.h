@@ -51,10 +51,11 @@ enum class MidiDirection { Input, Output };
 
 enum class MidiResult {
     Done,
-    InUse, // another program has exclusive use of the device
-    Gone,  // it is unplugged; the back end may learn of it here first
-    Full,  // its buffer is full; a later attempt may succeed
-    Failed // no memory, thread or other resource of the system
+    InUse,  // another program has exclusive use of the device
+    Gone,   // it is unplugged; the back end may learn of it here first
+    Full,   // its buffer is full; a later attempt may succeed
+    Failed, // no memory, thread or other resource of the system
+    NoSound // of the synthesizer: SynthesizerProblem (machine/synthesizer.h) returns the reason
 };
 
 // Receives the messages of an open input.
@@ -93,8 +94,9 @@ public:
     // Names of the other programs that use the device, as far as the system reports them.
     virtual std::vector<std::string> Users() const { return {}; }
 
-    // Called only while closed. Done, InUse, Gone or Failed. receiver: null for an output. An input
-    // keeps a reference while it calls the receiver, so that Close need not wait for that call.
+    // Called only while closed. Done, InUse, Gone, Failed or NoSound. receiver: null for an output.
+    // An input keeps a reference while it calls the receiver, so that Close need not wait for that
+    // call.
     virtual MidiResult Open(const std::shared_ptr<MidiReceiver>& receiver) = 0;
     virtual void Close() = 0;
     // Done, Gone or Full. Called only on an open output.
@@ -140,14 +142,14 @@ std::vector<std::shared_ptr<MidiDevice>> KnownMidiDevices(MidiDirection directio
 std::shared_ptr<MidiDevice> MidiDeviceAt(MidiDirection direction, std::uint64_t number);
 // The number of a device; how many are plugged in for one that is gone, and for null.
 unsigned NumberOf(MidiDirection direction, const MidiDevice* device);
-// The device behind MIDI_MAPPER: the first output that is plugged in, or the stand-in.
-std::shared_ptr<MidiDevice> DefaultMidiOutput();
+// The devices behind MIDI_MAPPER, in the order in which they are tried while they answer NoSound:
+// the synthesizer if there is one, the first other output that is plugged in, else the silent one.
+std::vector<std::shared_ptr<MidiDevice>> DefaultMidiOutputs();
 // Ends the back end in use and empties the list; the devices leave for good.
 void RemoveMidiDevices();
 
 // Given by a back end: the default output of a machine without outputs, so that hosts which need
-// one can start. Never gone, in no list, always the same object. Today it plays nothing; a
-// synthesizer belongs here.
-std::shared_ptr<MidiDevice> StandInMidiOutput();
+// one can start. Plays nothing. Never gone, in no list, always the same object.
+std::shared_ptr<MidiDevice> SilentMidiOutput();
 
 } // namespace device

@@ -25,11 +25,11 @@ std::string CutWithoutBlank(const std::string& name, std::size_t bytes) {
 } // namespace
 
 std::string UniqueMidiName(const std::string& fullName, const std::vector<std::string>& used) {
-    const std::string plain = CutWithoutBlank(fullName, MaxBytes);
+    std::string plain = CutWithoutBlank(fullName, MaxBytes);
     if (std::ranges::find(used, plain) == used.end()) return plain;
     for (int number = 2;; ++number) {
         const std::string mark = "#" + std::to_string(number) + " ";
-        const std::string name = mark + CutWithoutBlank(fullName, MaxBytes - mark.size());
+        std::string name = mark + CutWithoutBlank(fullName, MaxBytes - mark.size());
         const auto beginsAlike = [&](const std::string& other) {
             return other.starts_with(mark) && (other.starts_with(name) || name.starts_with(other));
         };

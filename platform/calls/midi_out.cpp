@@ -3,11 +3,13 @@
 
 // The midiOut calls: they send whole messages to the device and keep track of the notes that sound.
 #include "midi/sounding_notes.h"
+#include "midi/status.h"
 #include "platform/calls/midi_ports.h"
 #include "platform/calls/text_buffer.h"
 #include "platform/machine/clock.h"
 #include "platform/machine/midi.h"
 #include "platform/machine/power.h"
+#include "platform/machine/synthesizer.h"
 
 #include <array>
 #include <atomic>
@@ -85,9 +87,10 @@ std::uint32_t WholeMessage(std::uint32_t message) {
 }
 
 MidiResult OutputPort::SendToDevice(std::uint32_t message) {
-    const std::uint32_t status = message & 0xFF;
+    const auto status = static_cast<std::uint8_t>(message);
     // Data without a status, and parts of long messages, are dropped.
-    if (status < 0x80 || status == 0xF0 || status == 0xF7) return MidiResult::Done;
+    if (status < midi::NoteOff || status == midi::SystemExclusive || status == midi::EndOfExclusive)
+        return MidiResult::Done;
     const std::uint32_t whole = WholeMessage(message);
     Sounding.Apply(whole);
     return Device->Send(whole);
@@ -170,9 +173,13 @@ MMRESULT WithPort(Call call, HMIDIOUT handle, Operation operation) {
     });
 }
 
-std::shared_ptr<MidiDevice> DeviceAt(UINT number) {
-    return number == MIDI_MAPPER ? DefaultMidiOutput()
-                                 : MidiDeviceAt(MidiDirection::Output, number);
+// Those that a number stands for, in the order in which they are to be tried; none for an unknown
+// number.
+std::vector<std::shared_ptr<MidiDevice>> DevicesAt(UINT number) {
+    if (number == MIDI_MAPPER) return DefaultMidiOutputs();
+    auto device = MidiDeviceAt(MidiDirection::Output, number);
+    if (!device) return {};
+    return {std::move(device)};
 }
 
 } // namespace
@@ -197,6 +204,20 @@ std::vector<SentMidi> DrainSentMidi() {
 
 int OpenMidiOutputs() { return OpenPorts().Count(); }
 
+int FindDefaultMidiOutput() {
+    const auto devices = DefaultMidiOutputs();
+    const auto found = std::ranges::find_if(devices, [&devices](const auto& device) {
+        if (device == devices.back()) return true;
+        HMIDIOUT handle = nullptr;
+        const auto port = std::make_shared<OutputPort>(device);
+        const MMRESULT error = OpenPort(OpenPorts(), port, nullptr, &handle);
+        if (error == MMSYSERR_NOERROR) port->Close();
+        return error != MIDIERR_NOSOUND;
+    });
+    const int number = Number(**found);
+    return number < Number(*SilentMidiOutput()) ? number : -1;
+}
+
 std::vector<std::uint16_t> CachedPatches(int output) {
     const auto port = PortOn(OpenPorts(), MidiDirection::Output, output);
     return port ? port->Cached() : std::vector<std::uint16_t>{};
@@ -213,21 +234,24 @@ UINT midiOutGetNumDevs() { return NumberOf(MidiDirection::Output, nullptr); }
 
 MMRESULT midiOutGetDevCapsA(UINT_PTR number, MIDIOUTCAPSA* caps, UINT /*size*/) {
     if (const Failure failure{Call::midiOutGetDevCapsA}) return failure;
-    const auto device = DeviceAt(static_cast<UINT>(number));
-    if (!device) return MMSYSERR_BADDEVICEID;
-    CopyName(caps->szPname,
-             static_cast<UINT>(number) == MIDI_MAPPER ? "MIDI Mapper" : device->Name);
-    caps->dwSupport = device->SupportFlags();
+    const bool mapper = static_cast<UINT>(number) == MIDI_MAPPER;
+    const auto devices = DevicesAt(static_cast<UINT>(number));
+    if (devices.empty()) return MMSYSERR_BADDEVICEID;
+    CopyName(caps->szPname, mapper ? "MIDI Mapper" : devices.front()->Name);
+    caps->dwSupport = devices.front()->SupportFlags();
     return MMSYSERR_NOERROR;
 }
 
 MMRESULT midiOutOpen(HMIDIOUT* handle, UINT number, DWORD_PTR /*callback*/, DWORD_PTR /*instance*/,
                      DWORD /*flags*/) {
     if (const Failure failure{Call::midiOutOpen}) return failure;
-    auto device = DeviceAt(number);
-    if (!device) return MMSYSERR_BADDEVICEID;
-    const auto port = std::make_shared<OutputPort>(std::move(device));
-    return OpenPort(OpenPorts(), port, nullptr, handle);
+    MMRESULT error = MMSYSERR_BADDEVICEID;
+    for (const auto& device : DevicesAt(number)) {
+        const auto port = std::make_shared<OutputPort>(device);
+        error = OpenPort(OpenPorts(), port, nullptr, handle);
+        if (error != MIDIERR_NOSOUND) break;
+    }
+    return error;
 }
 
 MMRESULT midiOutReset(HMIDIOUT handle) {

@@ -17,7 +17,7 @@ using namespace device;
 
 constexpr MMRESULT ErrorOf(MidiResult result) {
     constexpr MMRESULT errors[] = {MMSYSERR_NOERROR, MMSYSERR_ALLOCATED, MMSYSERR_NODRIVER,
-                                   MIDIERR_NOTREADY, MMSYSERR_NOMEM};
+                                   MIDIERR_NOTREADY, MMSYSERR_NOMEM,     MIDIERR_NOSOUND};
     return errors[static_cast<int>(result)];
 }
 

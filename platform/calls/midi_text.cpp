@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 // The texts of the error codes that MIDI calls return.
+#include "platform/machine/synthesizer.h"
 #include "platform/system/midi.h"
 
 #include <algorithm>
@@ -32,6 +33,10 @@ constexpr ErrorText Texts[] = {
 } // namespace
 
 MMRESULT midiOutGetErrorTextA(MMRESULT code, LPSTR text, UINT size) {
+    if (code == MIDIERR_NOSOUND) {
+        std::snprintf(text, size, "%s", machine::SynthesizerProblem().c_str());
+        return MMSYSERR_NOERROR;
+    }
     const auto* const found = std::ranges::find(Texts, code, &ErrorText::Code);
     const bool known = found != std::end(Texts);
     std::snprintf(text, size, "%s", known ? found->Text : "");

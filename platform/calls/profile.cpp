@@ -26,7 +26,7 @@ std::mutex changeLock; // a change reads the whole file and writes it back
 // letters: on the system that these files come from, file names have no case.
 fs::path Locate(const fs::path& wanted) {
     std::error_code failed;
-    if (const fs::path real = fs::canonical(wanted, failed); !failed) return real;
+    if (fs::path real = fs::canonical(wanted, failed); !failed) return real;
     std::string small = wanted.filename().string();
     for (char& c : small) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
     const fs::path real = fs::canonical(fs::path(wanted).replace_filename(small), failed);

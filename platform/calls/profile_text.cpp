@@ -31,17 +31,18 @@ struct Place {
 Place Find(std::string_view text, std::string_view section, std::string_view key) {
     Place place;
     std::size_t at = text.starts_with(Utf8Mark) ? Utf8Mark.size() : 0;
-    for (std::size_t next = at; at < text.size(); at = next) {
-        next = std::min(text.find('\n', at), text.size() - 1) + 1;
-        const std::string_view line = Trim(text.substr(at, next - at));
+    while (at < text.size()) {
+        const std::size_t begin = at;
+        at = std::min(text.find('\n', at), text.size() - 1) + 1;
+        const std::string_view line = Trim(text.substr(begin, at - begin));
         const std::size_t bracket = line.find(']'), equals = line.find('=');
         if (line.starts_with('[') && bracket != line.npos) {
             if (place.SectionEnd) break;
-            if (SameName(line.substr(1, bracket - 1), section)) place.SectionEnd = next;
+            if (SameName(line.substr(1, bracket - 1), section)) place.SectionEnd = at;
         } else if (place.SectionEnd && !line.empty()) {
-            place.SectionEnd = next;
+            place.SectionEnd = at;
             if (equals == line.npos || line.starts_with(';')) continue;
-            if (SameName(line.substr(0, equals), key)) return {line, next};
+            if (SameName(line.substr(0, equals), key)) return {line, at};
         }
     }
     return place;

@@ -80,7 +80,8 @@ HWND GetParent(HWND dialog) {
 
 HWND GetWindow(HWND window, UINT relation) {
     const Window found = Resolve(window);
-    if (relation == GW_CHILD && found.Owner) return HandleOf(found.Owner->Controls.front().get());
+    if (!found.Owner) return nullptr;
+    if (relation == GW_CHILD) return HandleOf(found.Owner->Controls.front().get());
     return found.Item ? HandleOf(found.Owner->After(*found.Item)) : nullptr;
 }
 

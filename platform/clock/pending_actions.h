@@ -6,6 +6,7 @@
 #pragma once
 
 #include "platform/api/clock.h"
+#include "platform/common/immortal_singleton.h"
 
 #include <array>
 #include <atomic>
@@ -46,7 +47,6 @@ struct LaneState {
 
 using ClockLock = std::unique_lock<std::mutex>;
 
-// One object: ImmortalSingleton<PendingActions>().
 struct PendingActions {
     PendingActions() {
         for (LaneState& state : Lanes) state.Pending.reserve(Capacity);
@@ -61,6 +61,9 @@ struct PendingActions {
     const PendingAction* Stepping = nullptr; // the action that runs inside Advance
     Token LastToken = 0;
 };
+
+// The only object.
+inline PendingActions& Actions() { return common::ImmortalSingleton<PendingActions>(); }
 
 // The functions below are called with the lock held.
 

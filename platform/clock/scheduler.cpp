@@ -4,7 +4,6 @@
 // The clock that plays in real life, a thread for each lane, and the list of pending actions that
 // the stepped clock shares.
 #include "platform/clock/pending_actions.h"
-#include "platform/common/immortal_singleton.h"
 
 #include <algorithm>
 #include <pthread.h>
@@ -17,8 +16,6 @@ namespace {
 std::atomic<void (*)()> afterTimers{nullptr};
 
 thread_local const PendingAction* current = nullptr; // the action that this thread runs
-
-PendingActions& Actions() { return common::ImmortalSingleton<PendingActions>(); }
 
 // ---- lanes -----------------------------------------------------------------------------------
 

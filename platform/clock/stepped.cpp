@@ -3,7 +3,6 @@
 
 // The clock that tests move: all lanes run inside Advance, and time is constant in between.
 #include "platform/clock/pending_actions.h"
-#include "platform/common/immortal_singleton.h"
 
 #include <algorithm>
 #include <thread>
@@ -15,8 +14,6 @@ std::atomic<bool> stepped{false};
 std::atomic<std::uint64_t> steppedNow{0}; // microseconds
 std::atomic<std::thread::id> steeringThread;
 std::mutex steerLock; // one thread at a time moves stepped time
-
-PendingActions& Actions() { return common::ImmortalSingleton<PendingActions>(); }
 
 // Drops all pending actions and changes the clock; returns when no other thread runs an action.
 void ChangeClock(bool toStepped, std::uint64_t start, std::thread::id steering) {

@@ -8,10 +8,6 @@
 
 namespace machine {
 
-using Resets = std::vector<void (*)()>;
-
-AtPowerOn::AtPowerOn(void (*reset)()) { common::ImmortalSingleton<Resets>().push_back(reset); }
-
 void PowerOn() {
     UseRealClock();
     for (const auto reset : common::ImmortalSingleton<Resets>()) reset();

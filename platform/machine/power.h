@@ -4,7 +4,12 @@
 // Resets for PowerOn: each file that keeps state registers one.
 #pragma once
 
+#include <vector>
+
 namespace machine {
+
+// Those that are registered.
+using Resets = std::vector<void (*)()>;
 
 // A static object of this type registers a reset that every PowerOn runs. The clock is real and no
 // action is pending when it runs; the order of resets is unspecified.

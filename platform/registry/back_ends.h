@@ -10,12 +10,14 @@
 namespace device {
 
 // Levels are no kind: they come with the devices of a capture back end.
-enum class BackEndKind { Midi, Capture, Screen };
+enum class BackEndKind { Midi, Capture, Screen, Synthesizer };
 
 struct BackEnd {
     const char* Name; // of libzorbackend-NAME.so, of its folder in backends/, and in tests
     BackEndKind Kind;
     const char* EntryPoint; // declared in api/*_back_end.h
+    // The library that it needs, if its devices are listed before it is loaded.
+    const char* Library = nullptr;
 };
 
 // The first of a kind that can be loaded and opened is used, and no other. A shared object that
@@ -25,6 +27,7 @@ constexpr BackEnd BackEnds[] = {
     {"alsa", BackEndKind::Midi, "OpenZorMidi"},
     {"pulse", BackEndKind::Capture, "OpenZorCapture"},
     {"fltk", BackEndKind::Screen, "OpenZorScreen"},
+    {"fluidsynth", BackEndKind::Synthesizer, "OpenZorSynthesizer", "libfluidsynth.so.3"},
 };
 
 // Restricts the registry to the back end of that name; null, as at load, for all. For tests.
@@ -33,6 +36,9 @@ void UseOnlyBackEnd(const char* name);
 // Loads a back end's entry point. Null, with the reason, if that fails or UseOnlyBackEnd excludes
 // it.
 void* LoadEntryPoint(const BackEnd& backEnd, std::string& reason);
+// Whether LoadEntryPoint can be expected to succeed: both files are installed, but neither is
+// loaded. False with the reason.
+bool CanLoad(const BackEnd& backEnd, std::string& reason);
 
 // Opens the first back end of the kind that works. Function is its entry point's type: takes a
 // string for the reason of a failure and returns a pointer, null if it fails. afterFailure runs

@@ -1,11 +1,14 @@
 // SPDX-FileCopyrightText: 2026 The zormidi authors
 // SPDX-License-Identifier: MIT
 
-// The machine's list of MIDI devices, and the back end that fills it.
+// The machine's list of MIDI devices, and the back end that fills it. The synthesizer's output is
+// always the last one.
 #include "platform/machine/midi.h"
 #include "platform/api/midi_back_end.h"
+#include "platform/api/synthesizer.h"
 #include "platform/common/immortal_singleton.h"
 #include "platform/machine/native.h"
+#include "platform/machine/synthesizer.h"
 #include "platform/registry/back_ends.h"
 
 #include <mutex>
@@ -14,10 +17,11 @@ namespace device {
 namespace {
 
 struct DeviceList {
-    std::mutex Lock; // of the next two
-    std::vector<std::shared_ptr<MidiDevice>> Devices;
-    std::unique_ptr<MidiBackEnd> BackEnd; // the one in use; null for none
-    std::recursive_mutex WatchLock;       // of the next; the watcher may set another one
+    std::mutex Lock;                                  // of the next three
+    std::vector<std::shared_ptr<MidiDevice>> Devices; // without the synthesizer
+    std::shared_ptr<MidiDevice> Synthesizer;          // null for none
+    std::unique_ptr<MidiBackEnd> BackEnd;             // the one in use; null for none
+    std::recursive_mutex WatchLock; // of the next; the watcher may set another one
     std::function<void()> Watcher;
     std::recursive_mutex FindLock; // of the next; the search itself lists devices
     bool SearchBegun = false;
@@ -71,6 +75,8 @@ std::vector<std::shared_ptr<MidiDevice>> KnownMidiDevices(MidiDirection directio
     std::vector<std::shared_ptr<MidiDevice>> known = List().Devices;
     std::erase_if(known,
                   [direction](const auto& device) { return device->Direction != direction; });
+    if (direction == MidiDirection::Output && List().Synthesizer)
+        known.push_back(List().Synthesizer);
     return known;
 }
 
@@ -79,7 +85,7 @@ std::shared_ptr<MidiDevice> MidiDeviceAt(MidiDirection direction, std::uint64_t 
     const std::scoped_lock lock(List().Lock);
     for (const auto& device : List().Devices)
         if (device->Direction == direction && !device->IsGone() && number-- == 0) return device;
-    return nullptr;
+    return direction == MidiDirection::Output && number == 0 ? List().Synthesizer : nullptr;
 }
 
 unsigned NumberOf(MidiDirection direction, const MidiDevice* sought) {
@@ -87,15 +93,21 @@ unsigned NumberOf(MidiDirection direction, const MidiDevice* sought) {
     const std::scoped_lock lock(List().Lock);
     unsigned number = 0;
     for (const auto& device : List().Devices) {
-        if (device.get() == sought && !device->IsGone()) break;
+        if (device.get() == sought && !device->IsGone()) return number;
         number += device->Direction == direction && !device->IsGone();
     }
-    return number;
+    const MidiDevice* const last = List().Synthesizer.get();
+    return number + (direction == MidiDirection::Output && last && last != sought);
 }
 
-std::shared_ptr<MidiDevice> DefaultMidiOutput() {
+std::vector<std::shared_ptr<MidiDevice>> DefaultMidiOutputs() {
     const auto first = MidiDeviceAt(MidiDirection::Output, 0);
-    return first ? first : StandInMidiOutput();
+    const std::scoped_lock lock(List().Lock);
+    const auto synthesizer = List().Synthesizer;
+    std::vector<std::shared_ptr<MidiDevice>> outputs;
+    if (synthesizer) outputs.push_back(synthesizer);
+    outputs.push_back(first && first != synthesizer ? first : SilentMidiOutput());
+    return outputs;
 }
 
 void RemoveMidiDevices() {
@@ -105,7 +117,8 @@ void RemoveMidiDevices() {
     lock.unlock();
     backEnd.reset(); // before the list is emptied, since it may be adding a device
     lock.lock();
-    const auto removed = std::exchange(List().Devices, {});
+    auto removed = std::exchange(List().Devices, {});
+    if (auto last = std::exchange(List().Synthesizer, nullptr)) removed.push_back(std::move(last));
     lock.unlock();
     for (const auto& device : removed) device->LeaveForGood();
 }
@@ -122,9 +135,17 @@ std::string UseNativeMidi() {
     // Devices that a back end added before it failed are removed.
     std::unique_ptr<MidiBackEnd> backEnd(
         OpenBackEnd<OpenMidiFunction>(BackEndKind::Midi, reason, RemoveMidiDevices));
+    auto synthesizer = MakeSynthesizerOutput();
     const std::scoped_lock lock(List().Lock);
     List().BackEnd.swap(backEnd);
+    List().Synthesizer.swap(synthesizer);
     return reason;
+}
+
+bool HasSynthesizer() {
+    FindOnce();
+    const std::scoped_lock lock(List().Lock);
+    return List().Synthesizer != nullptr;
 }
 
 std::string UseNative() {

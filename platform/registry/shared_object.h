@@ -14,4 +14,10 @@ namespace device {
 // object or a library that it needs is not installed. Thread: any. Real time: no.
 void* LoadFunction(const char* backEnd, const char* function, std::string& reason);
 
+// Whether the shared object libzorbackend-NAME stands beside this library.
+bool IsBackEndInstalled(const char* backEnd);
+// Whether a library of that file name stands in a folder in which the system looks for this
+// library's own ones.
+bool IsLibraryInstalled(const char* library);
+
 } // namespace device

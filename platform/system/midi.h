@@ -36,6 +36,9 @@ constexpr UINT MIM_LONGERROR = 966;
 constexpr UINT MIM_MOREDATA = 972;
 constexpr MMRESULT MIDIERR_NOTREADY = 67;
 constexpr MMRESULT MIDIERR_NODEVICE = 68;
+// This layer's own code, behind those of the system: the software synthesizer cannot be opened.
+// Its text is the reason.
+constexpr MMRESULT MIDIERR_NOSOUND = 71;
 
 UINT midiInGetNumDevs();
 MMRESULT midiInGetDevCapsA(UINT_PTR device, MIDIINCAPSA* caps, UINT size);

@@ -38,7 +38,7 @@ const struct Folder {
             setenv(name, (Path + part).c_str(), 1);
         for (const char* name : {"DISPLAY", "PULSE_RUNTIME_PATH", "PULSE_CONFIG_PATH"})
             unsetenv(name);
-        setenv("PULSE_SERVER", "none", 1);
+        setenv("PULSE_SERVER", "unix:/nowhere", 1); // fails at once, without a name to look up
     }
     ~Folder() {
         std::error_code ignored;

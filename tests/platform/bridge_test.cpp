@@ -91,6 +91,9 @@ TEST(Bridge, LeavesNothingBehind) {
     ASSERT_TRUE(machine::BridgeInput(0, "clean"));
     const std::string first = Memory();
     EXPECT_TRUE(fs::exists(first));
+    fs::permissions(first, fs::perms::others_read, fs::perm_options::add);
+    EXPECT_FALSE(machine::BridgeOutput(0, "clean")); // another user could listen
+    fs::permissions(first, fs::perms::owner_read | fs::perms::owner_write);
     ASSERT_TRUE(machine::BridgeOutput(0, "clean"));
     ASSERT_TRUE(machine::BridgeInput(0, "other"));
     EXPECT_TRUE(fs::exists(first)); // the output still uses it

@@ -35,6 +35,9 @@ TEST(NativeNames, AreOneOfAKindAndFit) {
           {"Ein sehr langer Name bis zum \xC3\x9C\xC3\x9C",
            "Ein sehr langer Name bis zum \xC3\x9C"}})
         EXPECT_EQ(names.emplace_back(device::UniqueMidiName(whole, names)), unique);
+    const std::vector<std::string> used{"A microphone with a very long n"};
+    EXPECT_EQ(device::UniqueCaptureName("A microphone with a very long name", used),
+              "A microphone with a very lon #2");
 }
 
 } // namespace

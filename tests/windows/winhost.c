@@ -35,12 +35,12 @@ typedef struct {
 
 static Export exports[] = {
 #define EXPORT(name, bytes) {#name, bytes, NULL},
-#include "exports.inc"
+#include "zormidi.inc"
 #undef EXPORT
 };
 enum {
 #define EXPORT(name, bytes) At_##name,
-#include "exports.inc"
+#include "zormidi.inc"
 #undef EXPORT
     ExportCount
 };

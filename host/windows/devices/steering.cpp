@@ -59,6 +59,12 @@ BOOL CALLBACK Cancel(HWND window, LPARAM) {
 
 } // namespace
 
+// Windows has no call for the device that its mapper uses.
+int FindDefaultMidiOutput() { return midiOutGetNumDevs() > 0 ? 0 : -1; }
+bool HasSynthesizer() { return false; }
+SynthesizerSettings ReadSynthesizerSettings() { return {}; }
+std::string SynthesizerProblem() { return ""; }
+
 std::string ModulePath() { return (fs::path(ProgramPath()).parent_path() / LibraryName).string(); }
 
 // Loads the library from the folder of its settings, since it reads the settings beside its file.

@@ -41,9 +41,10 @@ public:
 };
 
 // A check box or a radio button.
-class CheckButton : public Button {
+class CheckButton : public InputWidget<Fl_Button> {
 public:
-    using Button::Button;
+    explicit CheckButton(Control& control) : InputWidget(control, control.Text) {}
+    void OnInput() override { Owner.Click(Model); }
     int handle(int event) override {
         if (event == FL_FOCUS && Model.Is(Kind::RadioButton) && Fl::event() == FL_KEYBOARD) {
             // Tab enters a group at its checked button; the arrow keys move and check within it.

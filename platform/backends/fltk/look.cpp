@@ -35,11 +35,11 @@ double DisplayDpi() {
 void DrawText(const std::string& text, const Box& box, Fl_Align align, bool marked, Rgb ink) {
     UseFont();
     fl_color(ink);
-    const int before = fl_draw_shortcut;
+    const char before = fl_draw_shortcut;
     fl_draw_shortcut = marked;
     fl_draw(text.c_str(), box.Left, box.Top, box.Width, box.Height, align | FL_ALIGN_INSIDE,
             nullptr, 0);
-    fl_draw_shortcut = static_cast<char>(before);
+    fl_draw_shortcut = before;
 }
 
 } // namespace

@@ -78,9 +78,11 @@ void PaintIcon(const Control& icon) {
     Picture picture(side, side);
     const double unit = side / 32.0;
     constexpr look::Rgb amber = 0xF2B70500, dark = 0x40310A00;
-    for (double row = 0; row <= 1; row += 0.02) // narrow at the top, wide at the bottom
+    for (int line = 0; line <= 50; ++line) { // narrow at the top, wide at the bottom
+        const double row = line / 50.0;
         picture.Stroke(16 * unit - 11.5 * unit * row, (5 + 21 * row) * unit,
                        16 * unit + 11.5 * unit * row, (5 + 21 * row) * unit, 4 * unit, amber);
+    }
     picture.Stroke(16 * unit, 11.5 * unit, 16 * unit, 18.5 * unit, 3 * unit, dark);
     picture.Disc(16 * unit, 23.5 * unit, 1.9 * unit, dark);
     picture.Draw(icon.Place.Left, icon.Place.Top);

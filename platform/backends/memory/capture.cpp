@@ -105,7 +105,7 @@ private:
     CaptureStats Statistics;
 };
 
-class MicrophoneStream : public CaptureStream {
+class MicrophoneStream final : public CaptureStream {
 public:
     MicrophoneStream(std::shared_ptr<VirtualMicrophone> microphone, const PcmFormat& format,
                      CaptureOwner& owner)

@@ -16,14 +16,14 @@ public:
     MidiResult Send(std::uint32_t) override { return MidiResult::Done; }
 };
 
-struct StandIn {
+struct Silence {
     const std::shared_ptr<MidiDevice> Output = std::make_shared<SilentOutput>();
 };
 
 } // namespace
 
-std::shared_ptr<MidiDevice> StandInMidiOutput() {
-    return common::ImmortalSingleton<StandIn>().Output;
+std::shared_ptr<MidiDevice> SilentMidiOutput() {
+    return common::ImmortalSingleton<Silence>().Output;
 }
 
 } // namespace device

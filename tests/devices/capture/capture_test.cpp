@@ -164,7 +164,8 @@ TEST_F(RealMicrophone, IsHeardWithoutGapsFallsSilentPulledOutAndGoesOnPutBack) {
     ASSERT_TRUE(capture.ReceivesTone());
     EXPECT_TRUE(Server("unplug") && Server("plug")); // a loose contact
     EXPECT_TRUE(capture.ReceivesTone());
-    EXPECT_EQ(capture.MaxStepBack, 0);
+    // The thread may be suspended between the two clocks that a stamp is made from.
+    EXPECT_LT(capture.MaxStepBack, 10);
 }
 
 TEST_F(RealMicrophone, GoesOnWithTheServerThatComesBack) {

@@ -1,0 +1,42 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
+// Chooses meter, note values and bar lines for onsets that are already on the grid of a pulse.
+#pragma once
+
+#include "score/bar_features.h"
+#include "score/holds.h"
+
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace score {
+
+// How heavy the notes are that begin together: deep ones, and chords.
+struct Stress {
+    int Tick; // of the pulse
+    double Weight;
+};
+
+struct BarLineHints {
+    std::optional<TimeSignature> Meter;
+    double QuartersPerMinute = 0;   // 0: any
+    std::optional<int> PickupTicks; // before the first bar line
+    std::vector<Stress> Stresses;   // of an accompaniment; empty for a single line
+};
+
+// All bar lines that are considered for a pulse.
+std::vector<BarLines> ListBarLines(const BarLineHints& hints, double pulsesPerMinute);
+
+struct FoundBarLines {
+    BarLines Lines;
+    std::vector<Hold> Holds; // ascending
+};
+
+// The most likely bar lines of at least one note of a melody, and the notes whose excess length is
+// to be left out for them. Time is proportional to the number of notes.
+FoundBarLines FindBarLines(std::span<const GridNote> notes, double pulsesPerMinute,
+                           const BarLineHints& hints = {});
+
+} // namespace score

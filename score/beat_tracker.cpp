@@ -1,0 +1,391 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
+#include "score/beat_tracker.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+
+namespace score {
+
+namespace {
+
+// Costs are negative logarithms of probabilities.
+constexpr double Jitter = 0.018;         // seconds, standard deviation of a played onset
+constexpr double TempoDrift = 0.02;      // relative standard deviation of the tempo per pulse
+constexpr double FirstTempoWidth = 0.04; // relative, of a tempo that the search starts with
+constexpr double TempoStep = 0.04;       // ratio between two of these
+constexpr double UsualPulse = 105;       // per minute
+constexpr double UsualPulseWidth = 0.4;  // standard deviation as a logarithm
+constexpr double Freedom = 8;      // degrees of freedom of Student's distribution of deviations
+constexpr double MaxOnsetCost = 9; // of an onset that is off the grid
+constexpr double UsualDivisionChange = 2.2; // from pulses in two to pulses in three, or back
+constexpr double LongestGap = 96;           // pulses
+constexpr int CountedPulses = 4;            // of a long gap, for the cost of their silence
+constexpr double PruneMargin = 16;          // hypotheses this much above the best one are dropped
+constexpr std::size_t MostHypotheses = 100;
+constexpr double Stretches[] = {0.03, 0.06, 0.1};
+constexpr double SwingOffBeats[] = {0.59, 0.64};
+constexpr double SwingCost = 4;            // of swing in a piece
+constexpr double SlowestSwing = 85;        // pulses per minute
+constexpr double Trust = 20;               // pulses
+constexpr std::size_t MannerOnsets = 1000; // from which stretch and swing are found
+constexpr int Rounds = 2;
+constexpr std::size_t FreeOnsets = 6; // first onsets without that limit
+
+using Probabilities = std::array<double, TicksPerPulse>; // of an onset at each tick of a pulse
+
+// One way of dividing a pulse.
+struct Division {
+    Probabilities OnsetProbability{};
+    std::array<double, TicksPerPulse> OnsetCost{};       // infinite where no note may begin
+    std::array<double, TicksPerPulse + 1> SilenceCost{}; // of no onset at all ticks before this one
+    void Prepare() {
+        for (std::size_t tick = 0; tick < TicksPerPulse; ++tick) {
+            const double probability = OnsetProbability[tick];
+            OnsetCost[tick] = -std::log(probability); // infinite for 0
+            SilenceCost[tick + 1] = SilenceCost[tick] - std::log(1 - probability);
+        }
+    }
+};
+
+// How pulses are divided in a piece, and how the player plays it.
+struct Manner {
+    Division Divisions[2];                       // in two, in three
+    double DivisionChange = UsualDivisionChange; // cost of going from one to the other
+    double OffBeat = 0.5;       // time of a second half, as a share of its pulse: more in swing
+    double LocalStretch = 0.05; // standard deviation of one note's length, as a share of it
+};
+
+Manner UsualManner(const PulseOptions& options) {
+    Manner manner;
+    auto& [two, three] = manner.Divisions;
+    const double fine = options.Fine ? 1 : 0;
+    two.OnsetProbability[0] = three.OnsetProbability[0] = .85;
+    two.OnsetProbability[12] = .5;
+    two.OnsetProbability[6] = .08 * fine;
+    two.OnsetProbability[18] = .12 * fine;
+    for (const std::size_t tick : {3, 9, 15, 21}) two.OnsetProbability[tick] = .004 * fine;
+    three.OnsetProbability[8] = .5;
+    three.OnsetProbability[16] = .6;
+    three.OnsetProbability[4] = .012 * fine;
+    for (const std::size_t tick : {12, 20}) three.OnsetProbability[tick] = .03 * fine;
+    for (Division& division : manner.Divisions) division.Prepare();
+    return manner;
+}
+
+// An onset at a tick of a pulse, with the pulse's tempo as a Kalman filter estimates it.
+struct Hypothesis {
+    double Cost = INFINITY;
+    double Time = 0;   // seconds: the onset without its jitter
+    double Period = 0; // seconds of a pulse
+    double TimeVariance = 0, Covariance = 0, PeriodVariance = 0;
+    std::uint8_t Tick = 0;
+    std::uint8_t Division = 0; // 0 in two, 1 in three
+    std::int32_t Source = -1;  // index among those of the onset before
+    std::int32_t Gap = 0;      // ticks since the onset before
+};
+
+constexpr auto Cheaper = [](const Hypothesis& a, const Hypothesis& b) { return a.Cost < b.Cost; };
+
+struct Step {
+    std::int32_t Source, Gap;
+    float Period;
+    std::uint8_t Division;
+};
+
+class Tracker {
+public:
+    Tracker(std::span<const double> onsets, const PulseOptions& options, const Manner& manner);
+    double Cost() const { return Base; }
+    PulseTrack Trace() const;
+
+private:
+    void AddFirst();
+    void AddOnset(std::size_t index);
+    void Extend(std::int32_t source, double onset);
+    void Move(const Hypothesis& from, std::int32_t source, int division, int gap, double onset);
+    double TimeOf(int tick, int division) const;
+    double SilenceBetween(const Hypothesis& from, int division, int gap) const;
+    void Offer(const Hypothesis& hypothesis);
+    void Prune(bool limited);
+
+    std::span<const double> Onsets;
+    PulseOptions Options;
+    const Manner& Style;
+    const Division (&Divisions)[2];
+    std::vector<Hypothesis> Current, Next;
+    std::vector<std::int32_t> Slots; // for each tempo, tick and division the index in Next
+    std::vector<std::vector<Step>> Steps;
+    double Least = INFINITY; // cost of the best one in Next
+    double Base = 0;         // what has been subtracted from all costs
+};
+
+constexpr double SlotTempo = 0.03; // relative width of the tempos that share a slot
+constexpr double ShortestPeriod = 0.2, LongestPeriod = 2.5;
+
+std::size_t TempoSlot(double period) {
+    return static_cast<std::size_t>(
+        std::log(std::clamp(period, ShortestPeriod, LongestPeriod) / ShortestPeriod) / SlotTempo);
+}
+
+Tracker::Tracker(std::span<const double> onsets, const PulseOptions& options, const Manner& manner)
+    : Onsets(onsets), Options(options), Style(manner), Divisions(manner.Divisions),
+      Slots((TempoSlot(LongestPeriod) + 1) * TicksPerPulse * 2, -1) {
+    AddFirst();
+    for (std::size_t index = 1; index < onsets.size(); ++index) AddOnset(index);
+}
+
+void Tracker::AddFirst() {
+    const double slowest = 60 / Options.MinPulsesPerMinute;
+    const double fastest = 60 / Options.MaxPulsesPerMinute;
+    const int tempos = 1 + static_cast<int>(std::log(slowest / fastest) / TempoStep);
+    for (int i = 0; i < tempos; ++i) {
+        Hypothesis first;
+        first.Time = Onsets[0];
+        first.Period = fastest * std::exp(i * TempoStep);
+        first.TimeVariance = Jitter * Jitter;
+        first.PeriodVariance = std::pow(FirstTempoWidth * first.Period, 2);
+        const double unusual = std::log(60 / first.Period / UsualPulse) / UsualPulseWidth;
+        for (int division = Options.Binary ? 0 : 1; division < (Options.Ternary ? 2 : 1);
+             ++division) {
+            first.Division = static_cast<std::uint8_t>(division);
+            for (std::uint8_t tick = 0; tick < TicksPerPulse; ++tick) {
+                first.Tick = tick;
+                first.Cost = unusual * unusual / 2 + Divisions[division].OnsetCost[tick];
+                Offer(first);
+            }
+        }
+    }
+    Prune(false);
+}
+
+void Tracker::AddOnset(std::size_t index) {
+    for (std::size_t i = 0; i < Current.size(); ++i)
+        Extend(static_cast<std::int32_t>(i), Onsets[index]);
+    Prune(index >= FreeOnsets);
+}
+
+void Tracker::Extend(std::int32_t source, double onset) {
+    const Hypothesis& from = Current[static_cast<std::size_t>(source)];
+    const double pulses = std::min((onset - from.Time) / from.Period, LongestGap);
+    const double gap = pulses * TicksPerPulse;
+    const double width = 7 + 0.15 * std::clamp(gap, 0.0, 96.0);
+    const int first = std::max(1, static_cast<int>(gap - width));
+    const int last = std::max(first + 12, static_cast<int>(gap + width + 1));
+    for (int division = Options.Binary ? 0 : 1; division < (Options.Ternary ? 2 : 1); ++division) {
+        for (int to = first; to <= last; ++to) {
+            const int end = from.Tick + to;
+            if (division != from.Division && end < TicksPerPulse) continue;
+            if (Divisions[division].OnsetCost[static_cast<std::size_t>(end % TicksPerPulse)] <
+                INFINITY)
+                Move(from, source, division, to, onset);
+        }
+    }
+}
+
+double Tracker::SilenceBetween(const Hypothesis& from, int division, int gap) const {
+    const Division& before = Divisions[from.Division];
+    const Division& after = Divisions[division];
+    const auto begin = static_cast<std::size_t>(from.Tick + 1);
+    const int end = from.Tick + gap;
+    const auto tick = static_cast<std::size_t>(end % TicksPerPulse);
+    if (end < TicksPerPulse) return before.SilenceCost[tick] - before.SilenceCost[begin];
+    const int whole = std::min(end / TicksPerPulse - 1, CountedPulses);
+    return before.SilenceCost[TicksPerPulse] - before.SilenceCost[begin] +
+           whole * before.SilenceCost[TicksPerPulse] + after.SilenceCost[tick];
+}
+
+// The time of a tick in its pulse, as a share of the pulse.
+double Tracker::TimeOf(int tick, int division) const {
+    constexpr int half = TicksPerPulse / 2;
+    if (division == 1) return static_cast<double>(tick) / TicksPerPulse;
+    const double before = static_cast<double>(std::min(tick, half)) / half;
+    const double behind = static_cast<double>(std::max(tick - half, 0)) / half;
+    return before * Style.OffBeat + behind * (1 - Style.OffBeat);
+}
+
+// Predicts the onset at that gap, compares it with the one played, and corrects time and tempo.
+void Tracker::Move(const Hypothesis& from, std::int32_t source, int division, int gap,
+                   double onset) {
+    Hypothesis to = from;
+    const int end = from.Tick + gap;
+    const int whole = end / TicksPerPulse;
+    const double length =
+        whole + TimeOf(end % TicksPerPulse, division) - TimeOf(from.Tick, from.Division);
+    const double counted = std::min(length, 4.0);
+    const double expected = from.Time + length * from.Period;
+    to.PeriodVariance += std::pow(TempoDrift * from.Period, 2) * counted;
+    to.TimeVariance += 2 * counted * from.Covariance + counted * counted * to.PeriodVariance +
+                       std::pow(Style.LocalStretch * counted * from.Period, 2);
+    to.Covariance += counted * to.PeriodVariance;
+    const double innovation = to.TimeVariance + Jitter * Jitter;
+    const double off = onset - expected;
+    const double unfit = (Freedom + 1) / 2 * std::log1p(off * off / innovation / Freedom);
+    to.Tick = static_cast<std::uint8_t>((from.Tick + gap) % TicksPerPulse);
+    to.Division = static_cast<std::uint8_t>(division);
+    to.Source = source;
+    to.Gap = gap;
+    to.Cost = from.Cost + std::min(unfit, MaxOnsetCost) +
+              std::log(innovation / Jitter / Jitter) / 2 +
+              (division == from.Division ? 0 : Style.DivisionChange) +
+              SilenceBetween(from, division, gap) + Divisions[division].OnsetCost[to.Tick];
+    if (to.Cost > Least + PruneMargin) return;
+    if (unfit >= MaxOnsetCost) { // an uncounted pause: the pulse begins anew
+        to.Time = onset;
+        to.TimeVariance = Jitter * Jitter;
+        to.PeriodVariance = from.PeriodVariance;
+        to.Covariance = 0;
+    } else {
+        const double gain = to.TimeVariance / innovation;
+        const double tempoGain = to.Covariance / innovation;
+        to.Time = expected + gain * off;
+        to.Period = std::clamp(from.Period + tempoGain * off, ShortestPeriod, LongestPeriod);
+        to.PeriodVariance -= tempoGain * to.Covariance;
+        to.Covariance *= 1 - gain;
+        to.TimeVariance *= 1 - gain;
+    }
+    Offer(to);
+}
+
+// Keeps the cheapest hypothesis of each slot.
+void Tracker::Offer(const Hypothesis& hypothesis) {
+    if (hypothesis.Cost == INFINITY) return;
+    std::int32_t& slot =
+        Slots[(TempoSlot(hypothesis.Period) * TicksPerPulse + hypothesis.Tick) * 2 +
+              hypothesis.Division];
+    if (slot < 0) {
+        slot = static_cast<std::int32_t>(Next.size());
+        Next.push_back(hypothesis);
+    } else if (hypothesis.Cost < Next[static_cast<std::size_t>(slot)].Cost) {
+        Next[static_cast<std::size_t>(slot)] = hypothesis;
+    }
+    Least = std::min(Least, hypothesis.Cost);
+}
+
+// Makes the best ones of Next the current ones. Costs are kept relative to the least.
+void Tracker::Prune(bool limited) {
+    for (const Hypothesis& one : Next)
+        Slots[(TempoSlot(one.Period) * TicksPerPulse + one.Tick) * 2 + one.Division] = -1;
+    Current.clear();
+    double least = INFINITY;
+    for (const Hypothesis& one : Next) least = std::min(least, one.Cost);
+    for (const Hypothesis& one : Next)
+        if (one.Cost <= least + PruneMargin) Current.push_back(one);
+    if (limited && Current.size() > MostHypotheses) {
+        const auto end = Current.begin() + MostHypotheses;
+        std::nth_element(Current.begin(), end, Current.end(), Cheaper);
+        Current.erase(end, Current.end());
+    }
+    std::vector<Step>& steps = Steps.emplace_back();
+    steps.reserve(Current.size());
+    for (Hypothesis& one : Current) {
+        steps.push_back({one.Source, one.Gap, static_cast<float>(one.Period), one.Division});
+        one.Cost -= least;
+    }
+    Base += least;
+    Next.clear();
+    Least = INFINITY;
+}
+
+PulseTrack Tracker::Trace() const {
+    PulseTrack track;
+    const std::size_t count = Steps.size();
+    track.Ticks = std::vector<int>(count);
+    track.PulseSeconds = std::vector<double>(count);
+    track.InThree.resize(count);
+    const auto best = std::min_element(Current.begin(), Current.end(), Cheaper);
+    auto at = static_cast<std::size_t>(best - Current.begin());
+    int end = 0;
+    for (std::size_t index = count; index-- > 0;) {
+        const Step& step = Steps[index][at];
+        track.Ticks[index] = end;
+        track.InThree[index] = step.Division == 1;
+        track.PulseSeconds[index] = static_cast<double>(step.Period);
+        end -= step.Gap;
+        if (index > 0) at = static_cast<std::size_t>(step.Source);
+    }
+    const int first =
+        ((track.Ticks[0] + best->Tick) % TicksPerPulse + TicksPerPulse) % TicksPerPulse;
+    const int shift = first - track.Ticks[0];
+    track.Cost = Base;
+    for (int& tick : track.Ticks) tick += shift;
+    return track;
+}
+
+// Adapts how pulses are divided to what was found in a piece.
+void Learn(Manner& manner, const PulseTrack& track) {
+    double pulses[2] = {}, changes = 0;
+    std::array<double, TicksPerPulse> counts[2] = {};
+    for (std::size_t i = 0; i < track.Ticks.size(); ++i) {
+        const std::size_t division = track.InThree[i] ? 1 : 0;
+        counts[division][static_cast<std::size_t>(track.Ticks[i] % TicksPerPulse)] += 1;
+        if (i == 0) continue;
+        if (track.InThree[i] != track.InThree[i - 1]) changes += 1;
+        pulses[track.InThree[i - 1] ? 1 : 0] +=
+            std::min(track.Ticks[i] / TicksPerPulse - track.Ticks[i - 1] / TicksPerPulse, 4);
+    }
+    for (int d = 0; d < 2; ++d) {
+        Division& division = manner.Divisions[d];
+        for (std::size_t tick = 0; tick < TicksPerPulse; ++tick) {
+            double& probability = division.OnsetProbability[tick];
+            if (probability > 0)
+                probability =
+                    std::min(.97, (counts[d][tick] + Trust * probability) / (pulses[d] + Trust));
+        }
+        division.Prepare();
+    }
+    const double all = pulses[0] + pulses[1] + Trust;
+    manner.DivisionChange = -std::log((changes + Trust * std::exp(-UsualDivisionChange)) / all);
+}
+
+// In swing, a pulse in three parts without the second one is a pulse of two eighths.
+void Straighten(PulseTrack& track) {
+    for (std::size_t i = 0; i < track.Ticks.size(); ++i) {
+        const int tick = track.Ticks[i] % TicksPerPulse;
+        const int begin = track.Ticks[i] - tick;
+        if (!track.InThree[i] || tick != 16) continue;
+        if (i == 0 || track.Ticks[i - 1] <= begin) track.Ticks[i] = begin + TicksPerPulse / 2;
+    }
+}
+
+} // namespace
+
+PulseTrack TrackPulse(std::span<const double> onsets, const PulseOptions& options) {
+    Manner manner = UsualManner(options);
+    PulseTrack best;
+    best.Cost = INFINITY;
+    // The manner of a long piece is that of its beginning.
+    std::span<const double> considered = onsets.first(std::min(onsets.size(), MannerOnsets));
+    const auto attempt = [&](const PulseOptions& limits, double penalty) {
+        PulseTrack track = Tracker(considered, limits, manner).Trace();
+        track.Cost += penalty;
+        track.Stretch = manner.LocalStretch;
+        track.OffBeat = manner.OffBeat;
+        if (track.Cost < best.Cost) best = std::move(track);
+    };
+    for (const double stretch : Stretches) {
+        manner.LocalStretch = stretch;
+        attempt(options, 0);
+    }
+    manner.LocalStretch = best.Stretch;
+    PulseOptions swung = options;
+    swung.MinPulsesPerMinute = std::max(SlowestSwing, options.MinPulsesPerMinute);
+    for (const double offBeat : SwingOffBeats) {
+        manner.OffBeat = offBeat;
+        if (options.Binary) attempt(swung, SwingCost);
+    }
+    manner.OffBeat = best.OffBeat;
+    considered = onsets;
+    for (int i = 0; i < Rounds; ++i) {
+        Learn(manner, best);
+        best.Cost = INFINITY;
+        attempt(options, 0);
+    }
+    if (manner.OffBeat != 0.5) Straighten(best);
+    return best;
+}
+
+} // namespace score

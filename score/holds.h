@@ -1,0 +1,34 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
+// Fermatas and breaths: notes that lasted longer than they are written, which moves all bar lines
+// behind them.
+#pragma once
+
+#include "score/bar_features.h"
+
+#include <cstddef>
+#include <span>
+#include <vector>
+
+namespace score {
+
+struct Hold {
+    int Tick;   // of the pulse, where the next note begins
+    int Excess; // ticks of the pulse by which it and all behind it come too late
+};
+
+// The indices of notes that follow one which is longer than usual, and as long as those around it.
+std::vector<std::size_t> FindLongNotes(std::span<const GridNote> notes);
+
+// The long notes that sound beyond the place of the bar at which the piece begins, while the next
+// one begins elsewhere: phrases begin at the same place. after: as FindLongNotes returns it.
+std::vector<Hold> FindHolds(std::span<const GridNote> notes, std::span<const std::size_t> after,
+                            const BarLines& lines);
+
+// Ticks of the pulse without the excess of holds. Both are in ascending order.
+std::vector<int> RemoveHolds(std::vector<int> ticks, std::span<const Hold> holds);
+// The same for notes.
+std::vector<GridNote> RemoveHolds(std::span<const GridNote> notes, std::span<const Hold> holds);
+
+} // namespace score
