@@ -3,6 +3,8 @@
 
 #include "zorhearing/sample_store.h"
 
+#include "zorhearing/temporary_file.h"
+
 #include <algorithm>
 #include <new>
 
@@ -16,7 +18,7 @@ void SampleStore::Write(const Block& block) {
 
 // Moves the blocks in memory to the temporary file.
 void SampleStore::Spill() {
-    if (!File) File.reset(std::tmpfile());
+    if (!File) File.reset(OpenTemporaryFile());
     HasNoDisk = !File;
     if (HasNoDisk) return;
     for (const Block& block : Memory) {
