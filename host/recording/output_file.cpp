@@ -95,8 +95,9 @@ void OutputFile::Replace(midifile::ByteSpan bytes) const {
     struct stat before = {};
     const bool there = stat(ResolvedPath.c_str(), &before) == 0;
     unlink(fresh.c_str());
-    const int handle =
-        open(fresh.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, DefaultMode);
+    // Closed to others until it has the permissions of the file that it replaces.
+    const int handle = open(fresh.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW,
+                            there ? 0600 : DefaultMode);
     if (handle < 0) CannotWrite(GivenPath, std::strerror(errno));
     // The owner first, since fchown clears some permission bits.
     if (there && fchown(handle, before.st_uid, before.st_gid) != 0) errno = 0; // needs root

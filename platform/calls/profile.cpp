@@ -8,6 +8,8 @@
 #include "platform/system/kernel.h"
 
 #include <cctype>
+#include <cerrno>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <mutex>
@@ -48,6 +50,16 @@ bool IsReadOnly(const fs::path& place, const fs::file_status& status) {
     return (status.permissions() & any) == fs::perms::none || access(place.c_str(), W_OK) != 0;
 }
 
+bool WriteAll(int file, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t count = write(file, bytes.data(), bytes.size());
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) return false;
+        bytes.remove_prefix(static_cast<std::size_t>(count));
+    }
+    return true;
+}
+
 // Writes a new file beside the old one and renames it, so that neither a full disk nor a concurrent
 // reader sees half a file. Keeps the file's permissions, and its owner where the process may change
 // owners. False, with the file unchanged, if it or its folder is read-only or any step fails.
@@ -59,21 +71,22 @@ bool ReplaceProfile(const fs::path& place, const std::string& bytes) {
     if (IsReadOnly(folder, fs::status(folder, failed)) ||
         (fs::exists(old) && (!fs::is_regular_file(old) || IsReadOnly(place, old))))
         return false;
-    const fs::path beside = place.string() + "." + std::to_string(getpid()) + ".new";
-    std::ofstream file(beside, std::ios::binary | std::ios::trunc);
-    file << bytes;
-    file.close();
-    failed = file ? std::error_code() : std::make_error_code(std::errc::io_error);
-    struct stat owned {};
-    // The owner first, since changing it clears some permissions.
-    if (stat(place.c_str(), &owned) == 0 && geteuid() == 0 &&
-        chown(beside.c_str(), owned.st_uid, owned.st_gid) != 0)
-        failed = std::make_error_code(std::errc::operation_not_permitted);
-    if (!failed && fs::exists(old)) fs::permissions(beside, old.permissions(), failed);
-    if (!failed) fs::rename(beside, place, failed);
-    std::error_code ignored;
-    if (failed) fs::remove(beside, ignored);
-    return !failed;
+    const std::string beside = place.string() + "." + std::to_string(getpid()) + ".new";
+    unlink(beside.c_str()); // of a process that was killed
+    // Never a link, which the folder's owner could put there for the superuser to follow; closed to
+    // others until it has the old file's permissions.
+    const int file = open(beside.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                          fs::exists(old) ? 0600 : 0666);
+    if (file < 0) return false;
+    struct stat before {};
+    bool done = WriteAll(file, bytes);
+    if (done && stat(place.c_str(), &before) == 0)
+        // The owner first, since changing it clears some permissions.
+        done = (geteuid() != 0 || fchown(file, before.st_uid, before.st_gid) == 0) &&
+               fchmod(file, before.st_mode & 07777) == 0;
+    done = close(file) == 0 && done && rename(beside.c_str(), place.c_str()) == 0;
+    if (!done) unlink(beside.c_str());
+    return done;
 }
 
 // Blanks, a sign, and digits up to the first other character; wraps at 32 bits.

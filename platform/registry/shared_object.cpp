@@ -4,6 +4,7 @@
 #include "platform/registry/shared_object.h"
 
 #include <cstddef>
+#include <cstring>
 #include <dlfcn.h>
 #include <filesystem>
 #include <memory>
@@ -28,8 +29,14 @@ std::string PathOf(const char* backEnd) {
 void* LoadFunction(const char* backEnd, const char* function, std::string& reason) {
     void* const module = dlopen(PathOf(backEnd).c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
     void* const found = module ? dlsym(module, function) : nullptr;
-    if (!found) reason = dlerror();
-    return found;
+    if (!found) {
+        reason = dlerror();
+        return nullptr;
+    }
+    const auto* const version = static_cast<const char*>(dlsym(module, "ZorBackEndVersion"));
+    if (version && std::strcmp(version, ZOR_VERSION_TEXT) == 0) return found;
+    reason = "It was upgraded while this program ran. Start the program again.";
+    return nullptr;
 }
 
 bool IsBackEndInstalled(const char* backEnd) {

@@ -10,8 +10,9 @@
 namespace device {
 
 // Loads the shared object libzorbackend-NAME beside this library, for the life of the process since
-// it may run threads, and returns its function of that name. Null, with the system's reason, if the
-// object or a library that it needs is not installed. Thread: any. Real time: no.
+// it may run threads, and returns its function of that name. Null, with the reason, if the object
+// or a library that it needs is not installed, or if it is of another version than this library,
+// after an upgrade. Thread: any. Real time: no.
 void* LoadFunction(const char* backEnd, const char* function, std::string& reason);
 
 // Whether the shared object libzorbackend-NAME stands beside this library.

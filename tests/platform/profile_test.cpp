@@ -134,11 +134,16 @@ TEST_F(Profile, IsReplacedWholeOrNotAtAll) {
         ASSERT_EQ(chmod(place.c_str(), back), 0);
         EXPECT_EQ(Get(), "[S]\nk=1\n") << place;
     }
+    // Nor is a link followed that stands where the new file is written: it may lead anywhere.
+    const fs::path other = Folder / "other";
+    std::ofstream(other) << "kept";
+    fs::create_symlink(other, real.string() + "." + std::to_string(getpid()) + ".new");
     EXPECT_TRUE(Write("2"));
+    EXPECT_EQ(fs::file_size(other), 4u);
     EXPECT_EQ(Get(), "[S]\nk=2\n");
     EXPECT_TRUE(fs::is_symlink(Path));
     EXPECT_EQ(static_cast<unsigned>(fs::status(real).permissions()), 0640u);
-    EXPECT_EQ(std::distance(fs::directory_iterator(Folder), {}), 2); // no temporary file is left
+    EXPECT_EQ(std::distance(fs::directory_iterator(Folder), {}), 3); // no temporary file is left
 }
 
 } // namespace
