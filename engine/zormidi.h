@@ -33,7 +33,7 @@
 #include <stdint.h>
 
 /* Version of this header and of the library that it comes with. MAJOR changes when existing hosts
- * must be compiled again. */
+ * must be compiled again, MINOR when functions are added. */
 #define ZORMIDI_VERSION_MAJOR 4
 #define ZORMIDI_VERSION_MINOR 3
 #define ZORMIDI_VERSION_PATCH 0
@@ -192,7 +192,7 @@ ZOREXPORT ZorBool ZORCALL ZorXmit(uint16_t queue, const MIDIEvent* event) ZORNOE
 
 /* Starts the timer that plays the queues, and sets the time base to 0. Returns true without an
  * effect if it runs already; false if the system has no timer or the library is not up.
- * Thread:  * host. Real time: no. */
+ * Thread: host. Real time: no. */
 ZOREXPORT ZorBool ZORCALL ZorStartTimer(void) ZORNOEXCEPT;
 
 /* Returns the current time: milliseconds, or in external sync 1024 units per quarter note,

@@ -55,7 +55,7 @@ struct MMEOutPort {
     std::atomic<HMIDIOUT> Handle{};          // null while closed
     std::atomic<std::int16_t> BaseChannel{}; // the Channel of the port's MIDI channel 0
     // Status byte chosen for the last channel message, 0 after opening. It is what running status
-    // would continue, except that messages which the note counts hold back change it too.
+    // would continue, except that a Note On or Off which is counted but not sent changes it too.
     std::uint8_t LastStatus = 0;
     char Name[NameSize] = "";  // as stored and shown; the device may be unplugged
     std::int32_t DeviceID = 0; // device number, MapperDevice or NoDevice

@@ -5,8 +5,6 @@
 
 namespace zorhearing {
 
-std::FILE* OpenTemporaryFile() {
-    return std::tmpfile();
-}
+std::FILE* OpenTemporaryFile() { return std::tmpfile(); }
 
 } // namespace zorhearing

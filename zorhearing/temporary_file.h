@@ -8,8 +8,8 @@
 
 namespace zorhearing {
 
-// Opens a new file for reading and writing that goes when it is closed or the program ends. Null where
-// none can be made.
+// Opens a new file for reading and writing that goes when it is closed or the program ends. Null
+// where none can be made.
 std::FILE* OpenTemporaryFile();
 
 } // namespace zorhearing

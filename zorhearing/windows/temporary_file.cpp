@@ -8,10 +8,12 @@
 
 namespace zorhearing {
 
-// std::tmpfile makes its file in the root folder of the drive, where users may not write.
+// std::tmpfile makes its file in the root folder of the drive, where users may not write. T keeps
+// it in memory if there is room, D deletes it when it is closed.
 std::FILE* OpenTemporaryFile() {
-    const std::unique_ptr<wchar_t, decltype(&std::free)> path(::_wtempnam(nullptr, L"zor"), &std::free);
-    return path ? ::_wfopen(path.get(), L"w+bTD") : nullptr; // T: kept in memory if there is room, D: deleted when closed
+    const std::unique_ptr<wchar_t, decltype(&std::free)> path(::_wtempnam(nullptr, L"zor"),
+                                                              &std::free);
+    return path ? ::_wfopen(path.get(), L"w+bTD") : nullptr;
 }
 
 } // namespace zorhearing
