@@ -17,9 +17,9 @@ constexpr double StepSeconds = FrameSeconds / StepsPerFrame;
 constexpr double SamePitch = 0.5; // semitones
 
 // Beats and noise make dips all the time. The usual depth is the fifth greatest of the last 16
-// frames, and the depth of a dip is counted from one and a half of it.
+// frames, and the depth of a dip is counted from this many times it.
 constexpr std::ptrdiff_t UsualRank = 11;
-constexpr double UsualShare = 1.5;
+constexpr double UsualShare = 1.75;
 
 } // namespace
 
