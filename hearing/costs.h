@@ -44,8 +44,8 @@ struct Costs {
     // FullDip or more, and nothing with LeastDip.
     float ReOnset = 10;
     float ReOnsetRelief = 12;
-    float LeastDip = 1.2f; // decibels over 35 ms on each side
-    float FullDip = 3.2f;
+    float LeastDip = 1.8f; // decibels over 35 ms on each side
+    float FullDip = 4.2f;
 
     // Weight of a note's first two frames: scoops, plucks and bow noise make them unreliable.
     float AttackShare = 0.5f;

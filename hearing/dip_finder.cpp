@@ -25,7 +25,7 @@ constexpr double UsualShare = 1.75;
 
 Dip DipFinder::Find(const Frame& frame) {
     Keep(frame);
-    if (Measured < Kept) return {};
+    if (Measured < StepCount) return {};
     Dip dip = Deepest();
     const double usual = UsualDepth();
     Depths[FrameCount++ % Depths.size()] = dip.Depth;
@@ -41,7 +41,7 @@ void DipFinder::Keep(const Frame& frame) {
     std::transform(
         frame.Steps.begin(), frame.Steps.end(), Steps.end() - StepsPerFrame,
         [&](float level) { return 20 * std::log10(std::max(level, LeastLevel) / frame.Gain); });
-    Measured = frame.Steps[0] < 0 ? 0 : std::min(Measured + StepsPerFrame, Kept);
+    Measured = frame.Steps[0] < 0 ? 0 : std::min(Measured + StepsPerFrame, StepCount);
 }
 
 // A dip soon after a change of pitch belongs to the attack.
@@ -62,8 +62,8 @@ std::size_t DipFinder::PeriodSteps() const {
 Dip DipFinder::Deepest() const {
     // The level of a sound is that of whole periods.
     const std::size_t period = PeriodSteps();
-    const std::size_t count = Kept - period + 1;
-    std::array<double, Kept> levels{};
+    const std::size_t count = StepCount - period + 1;
+    std::array<double, StepCount> levels{};
     const auto greatest = [](const auto& values, std::size_t begin, std::size_t end) {
         return *std::max_element(values.begin() + begin, values.begin() + end);
     };

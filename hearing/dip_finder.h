@@ -25,13 +25,13 @@ public:
     Dip Find(const Frame& frame);
 
 private:
-    // The level is compared with that of so many steps on each side: 35 ms. Swings of vibrato are
+    // The level is compared with that of the steps on each side, 35 ms. Swings of vibrato are
     // slower.
     static constexpr std::size_t Reach = 6;
     static constexpr std::size_t LongestPeriod = 4; // steps, of 43 Hz
     // Steps to the end of a dip, then its own frame, and what is compared with the first of it.
     static constexpr std::size_t Later = StepsPerFrame + Reach;
-    static constexpr std::size_t Kept = LongestPeriod - 1 + Reach + StepsPerFrame + Later;
+    static constexpr std::size_t StepCount = LongestPeriod - 1 + Reach + StepsPerFrame + Later;
     static constexpr std::size_t PitchesBefore = 5; // frames back: they end before the dip
 
     void Keep(const Frame& frame);
@@ -40,10 +40,10 @@ private:
     Dip Deepest() const;
     double UsualDepth() const;
 
-    std::array<double, Kept> Steps{}; // decibels without the frames' gains, oldest first
-    std::size_t Measured = 0;         // of them, from the last one
-    std::array<double, 9> Pitches{};  // of the last frames, the last one first; 0: none
-    std::array<double, 16> Depths{};  // of the deepest dips of as many frames, in any order
+    std::array<double, StepCount> Steps{}; // decibels without the frames' gains, oldest first
+    std::size_t Measured = 0;              // of them, from the last one
+    std::array<double, 9> Pitches{};       // of the last frames, the last one first; 0: none
+    std::array<double, 16> Depths{};       // of the deepest dips of as many frames, in any order
     std::size_t FrameCount = 0;
     double FrameEnd = 0; // seconds from the start of the sound
 };
