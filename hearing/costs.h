@@ -40,9 +40,12 @@ struct Costs {
     float RiseRelief = 3;
     float FullRise = 12; // decibels over two frames
     // A re-onset: from a note to another one of the same pitch. Only a rise of the level after a
-    // sounding note indicates it, so its relief is greater.
+    // sounding note indicates it, or a dip, so its relief is greater. It is full with a dip of
+    // FullDip or more, and nothing with LeastDip.
     float ReOnset = 10;
     float ReOnsetRelief = 12;
+    float LeastDip = 1.8f; // decibels over 35 ms on each side
+    float FullDip = 4.2f;
 
     // Weight of a note's first two frames: scoops, plucks and bow noise make them unreliable.
     float AttackShare = 0.5f;

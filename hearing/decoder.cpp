@@ -18,11 +18,14 @@ Decoder::Decoder(int lag, double tuning, const Costs& costs)
       Observer(costs, tuning), Paths(costs, Observer.Bins(), lag + StrideFor(lag)),
       Writer(costs.BinsPerSemitone) {
     Undecided.reserve(Lag + Stride);
+    DipEnds.reserve(Lag + Stride);
     Path.reserve(Lag + Stride);
 }
 
 void Decoder::Feed(const Frame& frame) {
-    Paths.Step(Observer.Observe(frame));
+    const Observation& observed = Observer.Observe(frame);
+    Paths.Step(observed);
+    DipEnds.push_back(observed.DipEnd);
     Undecided.push_back(frame);
     if (Undecided.size() == Lag + Stride) Decide(Lag);
 }
@@ -38,8 +41,9 @@ void Decoder::Decide(std::size_t undecided) {
     const std::span<const Frame> frames = Undecided;
     const std::size_t decided = frames.size() - undecided;
     for (std::size_t i = 0; i < decided; ++i) {
-        Writer.Write(Path[i], Observer.PitchAt(Path[i].Bin), frames.subspan(i));
+        Writer.Write(Path[i], Observer.PitchAt(Path[i].Bin), frames.subspan(i), DipEnds[i]);
     }
+    DipEnds.erase(DipEnds.begin(), DipEnds.begin() + static_cast<std::ptrdiff_t>(decided));
     Undecided.erase(Undecided.begin(), Undecided.begin() + static_cast<std::ptrdiff_t>(decided));
 }
 

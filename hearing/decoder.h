@@ -47,6 +47,7 @@ private:
     Trellis Paths;
     NoteWriter Writer;
     std::vector<Frame> Undecided;
+    std::vector<double> DipEnds; // of these frames
     std::vector<State> Path;
 };
 

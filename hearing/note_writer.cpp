@@ -71,13 +71,13 @@ bool NoteWriter::BeginsNote(State state) const {
     return std::abs(state.Bin - LastState.Bin) >= BinsPerSemitone;
 }
 
-void NoteWriter::Write(State state, double pitch, std::span<const Frame> frames) {
+void NoteWriter::Write(State state, double pitch, std::span<const Frame> frames, double dipEnd) {
     const Frame& frame = frames.front();
     if (state.Phase == Phase::Silence) {
         Close();
         KeepSilent(frame);
     } else {
-        if (BeginsNote(state)) Open(frames);
+        if (BeginsNote(state)) Open(frames, state.Bin == LastState.Bin ? dipEnd : 0);
         BinPitch = pitch;
         Note& note = Result.back();
         if (note.Pitch == 0) note.Pitch = pitch;
@@ -89,7 +89,7 @@ void NoteWriter::Write(State state, double pitch, std::span<const Frame> frames)
     LastState = state;
 }
 
-void NoteWriter::Open(std::span<const Frame> frames) {
+void NoteWriter::Open(std::span<const Frame> frames, double dipEnd) {
     const bool legato = LastState.Phase != Phase::Silence;
     Close();
     const Peaks peaks = PeaksOf(frames);
@@ -97,7 +97,9 @@ void NoteWriter::Open(std::span<const Frame> frames) {
     const Frame& first = frames.front();
     Note note;
     note.Onset = legato ? first.LoudBegin - ChangeDelay : FootOfRise(least, first);
+    if (legato && dipEnd > 0) note.Onset = dipEnd;
     if (!Result.empty()) note.Onset = std::max(note.Onset, Result.back().Onset + FrameSeconds);
+    if (!Result.empty()) Result.back().End = std::min(Result.back().End, note.Onset);
     note.Level = static_cast<int>(std::lround(peaks.Original));
     note.Open = true;
     Result.push_back(note);

@@ -18,8 +18,9 @@ public:
     explicit NoteWriter(int binsPerSemitone);
 
     // Adds the next state in order. pitch: of the state's bin. frames: the state's own frame first,
-    // then the later ones that are already known; at least one.
-    void Write(State state, double pitch, std::span<const Frame> frames);
+    // then the later ones that are already known; at least one. dipEnd: where the level rises
+    // again, in seconds, if the frame indicates a re-onset by a dip; else 0.
+    void Write(State state, double pitch, std::span<const Frame> frames, double dipEnd = 0);
     // Ends an open note.
     void Close();
 
@@ -29,7 +30,7 @@ public:
 
 private:
     bool BeginsNote(State state) const;
-    void Open(std::span<const Frame> frames);
+    void Open(std::span<const Frame> frames, double dipEnd);
     double FootOfRise(int least, const Frame& first) const;
     void KeepSilent(const Frame& frame);
 

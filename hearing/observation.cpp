@@ -41,6 +41,7 @@ const Observation& Observer::Observe(const Frame& frame) {
     Result.Silence = voiced ? Cost.VoicedSilence : 0;
     if (voiced) ApplyPitch(pitch);
     MeasureRise(frame.Level);
+    MeasureDip(frame);
     return Result;
 }
 
@@ -74,6 +75,13 @@ void Observer::MeasureRise(int level) {
     SoundHistory = SoundHistory << 1 | (level > Cost.QuietLevel ? 1u : 0u);
     PreviousDecibels[1] = PreviousDecibels[0];
     PreviousDecibels[0] = now;
+}
+
+void Observer::MeasureDip(const Frame& frame) {
+    const Dip dip = Dips.Find(frame);
+    const double share = (dip.Depth - Cost.LeastDip) / (Cost.FullDip - Cost.LeastDip);
+    Result.ReOnset = std::max(Result.ReOnset, static_cast<float>(std::clamp(share, 0.0, 1.0)));
+    Result.DipEnd = share > 0 ? dip.End : 0;
 }
 
 } // namespace hearing

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "hearing/costs.h"
+#include "hearing/dip_finder.h"
 #include "hearing/frame.h"
 
 #include <vector>
@@ -19,7 +20,10 @@ struct Observation {
     std::vector<float> Note; // cost of a note, for each pitch bin
     float Silence = 0;       // cost of silence
     float Rise = 0;          // rise of the level, 0 to 1 for FullRise
-    float ReOnset = 0;       // Rise if the sound went on for several frames before, else 0
+    // What indicates a re-onset, 0 to 1: Rise if the sound went on for several frames before, or a
+    // dip of the level.
+    float ReOnset = 0;
+    double DipEnd = 0; // the end of that dip, seconds from the start of the sound; 0: none
 };
 
 class Observer {
@@ -39,12 +43,14 @@ private:
     void ApplyPitch(double pitch);
     void ApplyNearBins(double pitch);
     void MeasureRise(int level);
+    void MeasureDip(const Frame& frame);
 
     Costs Cost;
     int BinsPerSemitone;
     double Lowest; // pitch of bin 0
     Observation Result;
     double PreviousDecibels[2] = {}; // levels of the last two frames, the last one first
+    DipFinder Dips;
     unsigned SoundHistory = 0; // a bit per frame, 1 if it was not quiet; the last frame's is lowest
 };
 

@@ -51,7 +51,12 @@ hearing::Frame FrameAnalyser::Analyse(std::span<const float, FrameSamples> sampl
     Sonorel::PitchRecWaveIn::ProcessChunk(end, Bytes.data(), 2 * FrameSamples, &Recogniser);
     // Its note ring is never read: when it is full, further notes are dropped.
     const Sonorel::FrameState& now = Recogniser.Now;
-    return {begin, std::max(begin, now.OnsetTime / 1000.0), now.Frequency, now.Amplitude, gain};
+    const double loudBegin = std::max(begin, now.OnsetTime / 1000.0);
+    hearing::Frame frame = {begin, loudBegin, now.Frequency, now.Amplitude, gain};
+    constexpr std::size_t step = FrameSamples / hearing::StepsPerFrame;
+    for (std::size_t i = 0; i < hearing::StepsPerFrame; ++i)
+        frame.Steps[i] = PeakOf(samples.subspan(i * step, step)) * gain * FullLevel;
+    return frame;
 }
 
 // The high-pass: Butterworth by bilinear transform, as in R. Bristow-Johnson, "Cookbook formulae

@@ -92,6 +92,62 @@ TEST(Decoder, FindsTheNotesAtAnyLag) {
     }
 }
 
+TEST(Decoder, FindsANoteThatIsStruckAgainWithoutAGap) {
+    using Steps = std::vector<float>;
+    const Steps dip = {.9f, .5f, .6f, .8f};
+    Steps beats, vibrato;
+    for (int i = 0; i < 300; ++i) {
+        beats.push_back(i % 8 == 5 ? .5f : 1);
+        vibrato.push_back(.8f + .2f * std::cos(static_cast<float>(i) * .2f)); // 5.5 Hz
+    }
+    const struct {
+        const char* Name;
+        Sound Input;
+        int Begin; // of the first scaled step
+        Steps Scales;
+        std::vector<double> Onsets; // in frames
+        double Gain = 1;            // from the 31st frame
+        bool HasSteps = true;
+    } cases[] = {
+        {"a dip", {{60, 60}}, 121, dip, {0, 30.75}},
+        {"two dips",
+         {{60, 60}},
+         121,
+         {.5f, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, .5f},
+         {0, 30.5, 34.75}},
+        {"a dip of noise", {{60, 60}}, 121, {.9f}, {0}},
+        {"a dip without steps", {{60, 60}}, 121, dip, {0}, 1, false},
+        {"another gain", {{60, 60}}, 124, Steps(116, 2), {0}, 2},
+        {"a rise", {{60, 60}}, 121, Steps(119, 2), {0}},
+        {"a fall", {{60, 60}}, 121, Steps(119, .5f), {0}},
+        {"vibrato", {{100, 60}}, 60, vibrato, {0}},
+        {"beats", {{40, Unvoiced}, {60, 60}}, 0, beats, {40}},
+        {"less than a period", {{60, 36}}, 121, {.5f}, {0}},
+        {"a whole period", {{60, 36}}, 121, {.5f, .5f, .5f, .5f, .5f}, {0, 31.5}},
+        {"another pitch", {{31, 60}, {29, 64}}, 121, dip, {0, 31}},
+    };
+    for (const auto& c : cases) {
+        auto frames = Frames(c.Input);
+        for (Frame& frame : frames) frame.Steps.fill(static_cast<float>(frame.Level));
+        for (std::size_t i = 0; i < c.Scales.size(); ++i) {
+            const std::size_t step = static_cast<std::size_t>(c.Begin) + i;
+            frames[step / StepsPerFrame].Steps[step % StepsPerFrame] *= c.Scales[i];
+        }
+        for (std::size_t i = 0; i < frames.size(); ++i) {
+            if (i > 30) frames[i].Gain = c.Gain;
+            if (!c.HasSteps) frames[i].Steps = Frame{}.Steps;
+        }
+        for (const int lag : {LiveLag, FileLag}) {
+            const auto notes = Notes(frames, lag);
+            ASSERT_EQ(notes.size(), c.Onsets.size()) << c.Name << " at " << lag;
+            for (std::size_t i = 0; i < notes.size(); ++i) {
+                EXPECT_NEAR(notes[i].Onset / FrameSeconds, c.Onsets[i], 0.8) << c.Name;
+                EXPECT_LE(notes[i].End, i + 1 < notes.size() ? notes[i + 1].Onset : 9) << c.Name;
+            }
+        }
+    }
+}
+
 TEST(Decoder, FindsTheBeginningTheEndAndTheExactPitch) {
     const auto notes = Notes(Frames({Silence,
                                      {2, Unvoiced, 30},
