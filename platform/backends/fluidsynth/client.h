@@ -33,6 +33,10 @@ void SilenceLog();
 SettingsPointer MakeSettings(const machine::SynthesizerSettings& wanted, double rate,
                              std::string& reason);
 
+// Starts the driver of the settings, which calls render on a thread of its own until it is deleted.
+// Null if it finds nothing to play on. May wait for the sound server.
+DriverPointer OpenDriver(fluid_settings_t* settings, fluid_audio_func_t render, void* data);
+
 // Why the driver of the settings cannot be opened, as a sentence. hangs: it was waited for.
 std::string DriverProblem(const machine::SynthesizerSettings& wanted, bool hangs);
 

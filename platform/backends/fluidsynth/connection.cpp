@@ -180,7 +180,7 @@ void SoundConnection::ReplaceDriver(LockScope& lock, bool open) {
     lock.unlock();
     driver.reset();
     if (open) {
-        driver.reset(new_fluid_audio_driver2(DriverSettings.get(), &OnDriver, this));
+        driver = OpenDriver(DriverSettings.get(), &OnDriver, this);
         LastDriverBlock = Clock::now(); // it has time until the first one
     }
     lock.lock();

@@ -47,8 +47,8 @@ int Playback::OnDriver(void* self, int frames, int, float**, int, float* output[
 }
 
 void RunDriver(const std::shared_ptr<Playback>& playback) {
-    const DriverPointer driver(
-        new_fluid_audio_driver2(playback->Settings.get(), &Playback::OnDriver, playback.get()));
+    const DriverPointer driver =
+        OpenDriver(playback->Settings.get(), &Playback::OnDriver, playback.get());
     playback->Opened.set_value(driver != nullptr);
     playback->End.get_future().wait();
 }
