@@ -9,7 +9,7 @@ namespace device {
 namespace {
 
 // Whether a JACK server runs. Where none does, libjack would try to start one for two seconds, and
-// print what it tries. It is asked through the copy that libfluidsynth has loaded, whose header an
+// print what it tries. The question goes to the copy that libfluidsynth has loaded, whose header an
 // installation need not have: these are its published C types.
 bool JackServerRuns() {
     void* const jack = dlopen("libjack.so.0", RTLD_NOW | RTLD_NOLOAD);
