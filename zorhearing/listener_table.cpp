@@ -80,8 +80,10 @@ bool RemoveListener(std::int64_t number) {
     for (;;) {
         std::uint64_t state = slot->State.load(std::memory_order_acquire);
         if (state == open) {
-            if (!slot->State.compare_exchange_strong(state, open | ListenerSlot::Busy,
-                                                     std::memory_order_acquire))
+            // Closing, too: another thread that closes it meanwhile comes too late.
+            if (!slot->State.compare_exchange_strong(
+                    state, open | ListenerSlot::Busy | ListenerSlot::Closing,
+                    std::memory_order_acquire))
                 continue;
             Free(*slot);
             return true;
