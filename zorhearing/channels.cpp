@@ -12,9 +12,7 @@ namespace zorhearing {
 
 namespace {
 
-constexpr float HugeSample = 1e10f;      // a greater absolute value is damage
-constexpr double CancelledEnergy = 0.01; // of the loudest channel: -20 dB
-constexpr float AudibleSample = 0.001f;  // -60 dB
+constexpr float AudibleSample = 0.001f; // -60 dB
 
 } // namespace
 

@@ -10,6 +10,12 @@
 
 namespace zorhearing {
 
+// A greater absolute value is damage; floating-point files can contain unscaled 32-bit integers.
+constexpr float HugeSample = 1e10f;
+// Channels with a mean of less energy have cancelled each other. A share of the loudest channel's:
+// -20 dB.
+constexpr double CancelledEnergy = 0.01;
+
 // Interleaved samples in, their mean and one of the channels out. Real-time safe: yes, but for the
 // constructor.
 class ChannelMixer {

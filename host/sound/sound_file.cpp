@@ -5,6 +5,7 @@
 
 #include "host/terminal/host_error.h"
 #include "host/terminal/interrupt.h"
+#include "zorhearing/channels.h"
 
 #include <algorithm>
 #include <cmath>
@@ -15,9 +16,6 @@ namespace zorhost {
 namespace {
 
 constexpr std::size_t Chunk = 4096; // frames
-// Floating-point files can contain unscaled 32-bit integers. A greater absolute value is damage.
-constexpr float HugeSample = 1e10f;
-constexpr double CancelledEnergy = 0.01; // of the loudest channel: -20 dB
 
 // Mixes channels to their mean. Count is a number, or an integral_constant so that the loop
 // vectorises.
@@ -67,7 +65,9 @@ std::size_t SoundFile::Read(std::span<float> samples) {
 // Replaces NaN, infinity and huge samples by silence, since they would stay in every filter.
 void SoundFile::Clean(std::span<float> samples) {
     const float scale = Mix.Scale;
-    const auto fits = [scale](float sample) { return std::fabs(sample * scale) < HugeSample; };
+    const auto fits = [scale](float sample) {
+        return std::fabs(sample * scale) < zorhearing::HugeSample;
+    };
     std::int32_t normal = 0, silent = 0;
     for (const float sample : samples) {
         normal += fits(sample);
@@ -109,7 +109,7 @@ bool SoundFile::ChooseMixing() {
     const auto loudest = std::ranges::max_element(Stats.Energies);
     if (Stats.HugeSamples > Stats.NormalSamples && Mix.Scale == 1)
         Mix.Scale = 1 / Stats.HugePeak;
-    else if (Mix.Channel < 0 && Stats.MeanEnergy < *loudest * CancelledEnergy)
+    else if (Mix.Channel < 0 && Stats.MeanEnergy < *loudest * zorhearing::CancelledEnergy)
         Mix.Channel = static_cast<int>(loudest - Stats.Energies.begin());
     return Mix != before && Rewind();
 }
