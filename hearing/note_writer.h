@@ -20,7 +20,7 @@ public:
     // Adds the next state in order. pitch: of the state's bin. frames: the state's own frame first,
     // then the later ones that are already known; at least one. dipEnd: where the level rises
     // again, in seconds, if the frame indicates a re-onset by a dip; else 0.
-    void Write(State state, double pitch, std::span<const Frame> frames, double dipEnd = 0);
+    void Write(State state, double pitch, std::span<const Frame> frames, double dipEnd);
     // Ends an open note.
     void Close();
 

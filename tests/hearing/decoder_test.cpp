@@ -203,7 +203,7 @@ TEST(NoteWriter, LimitsTheSearchForAnOnset) {
     const auto write = [&](Phase phase, int bin, int level) {
         const double begin = count++ * FrameSeconds;
         const Frame frame = {begin, begin, phase == Phase::Silence ? 0 : 261.6, level};
-        writer.Write({phase, bin}, 28 + bin / 2.0, {&frame, 1});
+        writer.Write({phase, bin}, 28 + bin / 2.0, {&frame, 1}, 0);
     };
     for (int level = 21; level <= 60; ++level) write(Phase::Silence, 0, level); // breath
     for (const Phase phase : {Phase::First, Phase::Second, Phase::Sustain}) write(phase, 64, 80);
