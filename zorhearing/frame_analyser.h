@@ -51,11 +51,12 @@ private:
 // The greatest absolute sample. Several maxima side by side let the compiler vectorise the loop.
 inline float PeakOf(std::span<const float> samples) {
     std::array<float, 16> peaks{};
-    std::size_t i = 0;
-    for (; i + peaks.size() <= samples.size(); i += peaks.size())
+    const std::size_t whole = samples.size() - samples.size() % peaks.size();
+    for (std::size_t i = 0; i < whole; i += peaks.size())
         for (std::size_t lane = 0; lane < peaks.size(); ++lane)
             peaks[lane] = std::max(peaks[lane], std::fabs(samples[i + lane]));
-    for (; i < samples.size(); ++i) peaks[0] = std::max(peaks[0], std::fabs(samples[i]));
+    for (const float sample : samples.subspan(whole))
+        peaks[0] = std::max(peaks[0], std::fabs(sample));
     return *std::max_element(peaks.begin(), peaks.end());
 }
 
