@@ -19,7 +19,7 @@ public:
     void Add(std::span<const float, BlockSamples> samples);
 
     // After how many periods of that many samples the sound repeats itself: 2 or 3, if the block
-    // clearly equals what was so many periods before and differs from what was one before; else 1.
+    // clearly equals what was that long before and differs from what was one period before; else 1.
     int PeriodsOfRepetition(double period) const;
 
 private:
