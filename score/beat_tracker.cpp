@@ -64,14 +64,15 @@ Manner UsualManner(const PulseOptions& options) {
     auto& [two, three] = manner.Divisions;
     const double fine = options.Fine ? 1 : 0;
     two.OnsetProbability[0] = three.OnsetProbability[0] = .85;
-    two.OnsetProbability[12] = .5;
-    two.OnsetProbability[6] = .08 * fine;
-    two.OnsetProbability[18] = .12 * fine;
-    for (const std::size_t tick : {3, 9, 15, 21}) two.OnsetProbability[tick] = .004 * fine;
-    three.OnsetProbability[8] = .5;
-    three.OnsetProbability[16] = .6;
-    three.OnsetProbability[4] = .012 * fine;
-    for (const std::size_t tick : {12, 20}) three.OnsetProbability[tick] = .03 * fine;
+    constexpr std::size_t eighth = TicksPerPulse / 8, sixth = TicksPerPulse / 6; // of a pulse
+    two.OnsetProbability[4 * eighth] = .5;
+    two.OnsetProbability[2 * eighth] = .08 * fine;
+    two.OnsetProbability[6 * eighth] = .12 * fine;
+    for (const std::size_t n : {1, 3, 5, 7}) two.OnsetProbability[n * eighth] = .004 * fine;
+    three.OnsetProbability[2 * sixth] = .5;
+    three.OnsetProbability[4 * sixth] = .6;
+    three.OnsetProbability[sixth] = .012 * fine;
+    for (const std::size_t n : {3, 5}) three.OnsetProbability[n * sixth] = .03 * fine;
     for (Division& division : manner.Divisions) division.Prepare();
     return manner;
 }
@@ -172,9 +173,9 @@ void Tracker::Extend(std::int32_t source, double onset) {
     const Hypothesis& from = Current[static_cast<std::size_t>(source)];
     const double pulses = std::min((onset - from.Time) / from.Period, LongestGap);
     const double gap = pulses * TicksPerPulse;
-    const double width = 7 + 0.15 * std::clamp(gap, 0.0, 96.0);
+    const double width = (7.0 / 24 + 0.15 * std::clamp(pulses, 0.0, 4.0)) * TicksPerPulse;
     const int first = std::max(1, static_cast<int>(gap - width));
-    const int last = std::max(first + 12, static_cast<int>(gap + width + 1));
+    const int last = std::max(first + TicksPerPulse / 2, static_cast<int>(gap + width + 1));
     for (int division = Options.Binary ? 0 : 1; division < (Options.Ternary ? 2 : 1); ++division) {
         for (int to = first; to <= last; ++to) {
             const int end = from.Tick + to;
@@ -346,7 +347,7 @@ void Straighten(PulseTrack& track) {
     for (std::size_t i = 0; i < track.Ticks.size(); ++i) {
         const int tick = track.Ticks[i] % TicksPerPulse;
         const int begin = track.Ticks[i] - tick;
-        if (!track.InThree[i] || tick != 16) continue;
+        if (!track.InThree[i] || tick != TicksPerPulse * 2 / 3) continue;
         if (i == 0 || track.Ticks[i - 1] <= begin) track.Ticks[i] = begin + TicksPerPulse / 2;
     }
 }

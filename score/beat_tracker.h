@@ -4,12 +4,14 @@
 // Follows a pulse through onsets whose tempo drifts, and divides each pulse in two, four or three.
 #pragma once
 
+#include "score/meter.h"
+
 #include <span>
 #include <vector>
 
 namespace score {
 
-constexpr int TicksPerPulse = 24;
+constexpr int TicksPerPulse = TicksPerQuarter; // a pulse may turn out to be a quarter
 
 // Onsets on the grid of a pulse. Whether the pulse is a quarter, an eighth or a dotted quarter is
 // not known here.
