@@ -8,13 +8,15 @@
 #include "setup/tonequill.h"
 #include "tests/support/dialog_user.h"
 
+#include <iterator>
+
 namespace {
 
 constexpr int Ids[] = {IDOK, IDCANCEL, 4, 6, 8, 9, 11, 12, 27, 28, 100, 101, 174, 201, 32000};
 
 int Id(Bytes& bytes) {
     const std::uint8_t choice = bytes.Byte();
-    if (choice < 15) return Ids[choice];
+    if (choice < std::size(Ids)) return Ids[choice];
     return choice < 128 ? 10 + choice % 60 : bytes.Word();
 }
 

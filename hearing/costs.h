@@ -39,6 +39,9 @@ struct Costs {
     // NoteChange cost RiseRelief less, and proportionally less of it with a smaller rise.
     float RiseRelief = 3;
     float FullRise = 12; // decibels over two frames
+    // A note that begins with a jump between two steady pitches costs this much less: so two
+    // changes cost less than the wrong frames of a short note.
+    float JumpRelief = 4;
     // A re-onset: from a note to another one of the same pitch. Only a rise of the level after a
     // sounding note indicates it, or a dip, so its relief is greater. It is full with a dip of
     // FullDip or more, and nothing with LeastDip.

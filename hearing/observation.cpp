@@ -40,6 +40,7 @@ const Observation& Observer::Observe(const Frame& frame) {
     std::fill(Result.Note.begin(), Result.Note.end(), voiced ? Cost.MaxPitchError : unvoiced);
     Result.Silence = voiced ? Cost.VoicedSilence : 0;
     if (voiced) ApplyPitch(pitch);
+    FindJump(voiced ? pitch : 0, frame.Level);
     MeasureRise(frame.Level);
     MeasureDip(frame);
     return Result;
@@ -75,6 +76,11 @@ void Observer::MeasureRise(int level) {
     SoundHistory = SoundHistory << 1 | (level > Cost.QuietLevel ? 1u : 0u);
     PreviousDecibels[1] = PreviousDecibels[0];
     PreviousDecibels[0] = now;
+}
+
+void Observer::FindJump(double pitch, int level) {
+    const auto bin = static_cast<int>(std::lround((pitch - Lowest) * BinsPerSemitone));
+    Result.JumpBin = Jumps.Find(pitch, Decibels(level)) && bin >= 0 && bin < Bins() ? bin : -1;
 }
 
 void Observer::MeasureDip(const Frame& frame) {

@@ -7,6 +7,7 @@
 #include "hearing/costs.h"
 #include "hearing/dip_finder.h"
 #include "hearing/frame.h"
+#include "hearing/jump_finder.h"
 
 #include <vector>
 
@@ -23,6 +24,7 @@ struct Observation {
     // What indicates a re-onset, 0 to 1: Rise if the sound went on for several frames before, or a
     // dip of the level.
     float ReOnset = 0;
+    int JumpBin = -1;  // of a pitch that has been steady for three frames after a jump; -1: none
     double DipEnd = 0; // the end of that dip, seconds from the start of the sound; 0: none
 };
 
@@ -43,6 +45,7 @@ private:
     void ApplyPitch(double pitch);
     void ApplyNearBins(double pitch);
     void MeasureRise(int level);
+    void FindJump(double pitch, int level);
     void MeasureDip(const Frame& frame);
 
     Costs Cost;
@@ -51,6 +54,7 @@ private:
     Observation Result;
     double PreviousDecibels[2] = {}; // levels of the last two frames, the last one first
     DipFinder Dips;
+    JumpFinder Jumps;
     unsigned SoundHistory = 0; // a bit per frame, 1 if it was not quiet; the last frame's is lowest
 };
 

@@ -37,6 +37,7 @@ Trellis::Trellis(const Costs& costs, int bins, int depth)
 void Trellis::Step(const Observation& observed) {
     Survivors& row = Rows[StepCount++ % Rows.size()];
     FindBest(row);
+    if (observed.JumpBin >= 0) RelieveJump(observed.JumpBin);
     StepBins(observed, StepSilence(observed, row), row);
 }
 
@@ -50,6 +51,13 @@ void Trellis::FindBest(Survivors& row) const {
     const bool isBelow =
         above < 0 || (below >= 0 && SustainCosts[Index(below)] < SustainCosts[Index(above)]);
     row.NextBest = isBelow ? below : above;
+}
+
+// This frame is the third of the pitch, so the note was in its Second at the frame before, in this
+// bin or in one beside it.
+void Trellis::RelieveJump(int bin) {
+    for (int i = std::max(bin - 1, 0); i <= std::min(bin + 1, BinCount - 1); ++i)
+        SecondCosts[Index(i)] -= Cost.JumpRelief;
 }
 
 Trellis::EntryCosts Trellis::StepSilence(const Observation& observed, Survivors& row) {

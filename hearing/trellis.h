@@ -69,6 +69,7 @@ private:
     };
 
     void FindBest(Survivors& row) const;
+    void RelieveJump(int bin);
     EntryCosts StepSilence(const Observation& observed, Survivors& row);
     void StepBins(const Observation& observed, EntryCosts entry, Survivors& row);
     State Cheapest() const;

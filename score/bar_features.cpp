@@ -12,7 +12,6 @@ namespace score {
 
 namespace {
 
-constexpr int EighthTicks = TicksPerQuarter / 2;
 constexpr double LongNote = 1;         // powers of two above the usual length: it ends a phrase
 constexpr std::size_t RepeatNotes = 7; // that a repeat has at least
 
@@ -53,9 +52,9 @@ BarPlace PlaceOf(const TimeSignature& meter, int tick) {
     const bool compound = meter.IsCompound();
     if (inBeat % EighthTicks == 0)
         return !compound ? OffBeat : inBeat == EighthTicks ? SecondEighth : ThirdEighth;
-    if (inBeat % (EighthTicks / 2) == 0)
+    if (inBeat % SixteenthTicks == 0)
         return compound && inBeat == beat / 2 ? TupletPlace : FinePlace;
-    return inBeat % 8 == 0 && !compound ? TupletPlace : OffGrid;
+    return inBeat % TripletTicks == 0 && !compound ? TupletPlace : OffGrid;
 }
 
 // Counts the features of one piece with given bar lines.

@@ -15,7 +15,6 @@ namespace {
 
 constexpr TimeSignature UsualMeters[] = {{4, 4}, {2, 4},  {3, 4}, {6, 8},
                                          {9, 8}, {12, 8}, {3, 8}, {5, 4}};
-constexpr int EighthTicks = TicksPerQuarter / 2;
 constexpr struct {
     int Numerator, Denominator;
 } Scales[] = {{1, 3}, {1, 2}, {2, 3}, {3, 4}, {1, 1}, {4, 3}, {3, 2}, {2, 1}, {3, 1}, {4, 1}};

@@ -9,8 +9,10 @@ namespace score {
 
 namespace {
 
-constexpr int Eighth = TicksPerQuarter / 2;
-constexpr int Values[] = {96, 72, 48, 36, 24, 18, 12, 9, 6, 3}; // ticks that one sign shows
+// Values without a dot, the longest first.
+constexpr int Types[] = {WholeTicks,  HalfTicks,      TicksPerQuarter,
+                         EighthTicks, SixteenthTicks, ThirtySecondTicks};
+constexpr int Duplet = 3 * SixteenthTicks; // half of a dotted quarter
 
 // What sounds in a voice from one tick of a bar to another.
 struct Piece {
@@ -25,8 +27,12 @@ struct Tuplet {
     int Actual, Normal;
 };
 
+// Whether one symbol shows a length. The shortest value has no dot, and neither has a whole note.
 bool IsWritable(int length) {
-    return std::find(std::begin(Values), std::end(Values), length) != std::end(Values);
+    return std::any_of(std::begin(Types), std::end(Types), [&](int type) {
+        const bool dots = type != WholeTicks && type != ShortestTicks;
+        return length == type || (dots && length == type * 3 / 2);
+    });
 }
 
 // The beat that symbols must leave visible: a half note's two quarters are seen as well.
@@ -42,17 +48,21 @@ bool IsReadable(int position, int length, const TimeSignature& meter, bool rest)
     const bool quarterBeat = beat == TicksPerQuarter;
     const int toNext = beat - position % beat;
     if (!IsWritable(length)) return false;
-    if (position % 6 != 0 && length > Eighth - position % Eighth) return false;
-    if (length <= toNext) return quarterBeat || position % Eighth == 0 || length <= 6;
-    const int half = meter.BarTicks() == 96 ? 48 : meter.BarTicks();
+    if (position % SixteenthTicks != 0 && length > EighthTicks - position % EighthTicks)
+        return false;
+    if (length <= toNext)
+        return quarterBeat || position % EighthTicks == 0 || length <= SixteenthTicks;
+    const int half = meter.BarTicks() == WholeTicks ? HalfTicks : meter.BarTicks();
     if (rest) return position % beat == 0 && length % beat == 0 && position % length == 0;
-    if (position % beat == 0) return length % beat == 0 || (quarterBeat && length == 36);
-    const bool syncopation = quarterBeat && position % Eighth == 0 && length == TicksPerQuarter;
+    if (position % beat == 0)
+        return length % beat == 0 || (quarterBeat && length == 3 * EighthTicks);
+    const bool syncopation =
+        quarterBeat && position % EighthTicks == 0 && length == TicksPerQuarter;
     return syncopation && position / half == (position + length - 1) / half;
 }
 
 NoteValue ValueOf(int length) {
-    for (const int type : {96, 48, 24, 12, 6, 3})
+    for (const int type : Types)
         if (length >= type) return {type, length == type * 3 / 2, 1, 1};
     return {};
 }
@@ -68,27 +78,27 @@ bool AnyInside(const std::vector<int>& boundaries, int begin, int end, Condition
 // of eighths a quarter; in compound meters, those of sixteenths fill an eighth, and duplets a beat.
 std::vector<Tuplet> FindTuplets(const std::vector<int>& boundaries, const TimeSignature& meter) {
     std::vector<Tuplet> tuplets;
-    const auto third = [](int at) { return at % 3 != 0; };
+    const auto third = [](int at) { return at % ShortestTicks != 0; };
     const int bar = meter.BarTicks();
     if (meter.IsCompound()) {
         for (int beat = 0; beat < bar; beat += meter.BeatTicks()) {
             const int end = beat + meter.BeatTicks();
-            if (AnyInside(boundaries, beat, end, [](int at) { return at == 18; }) &&
-                !AnyInside(boundaries, beat, end, [](int at) { return at != 18; })) {
+            if (AnyInside(boundaries, beat, end, [](int at) { return at == Duplet; }) &&
+                !AnyInside(boundaries, beat, end, [](int at) { return at != Duplet; })) {
                 tuplets.push_back({beat, end, 2, 3});
                 continue;
             }
-            for (int at = beat; at < end; at += Eighth)
-                if (AnyInside(boundaries, at, at + Eighth, third))
-                    tuplets.push_back({at, at + Eighth, 3, 2});
+            for (int at = beat; at < end; at += EighthTicks)
+                if (AnyInside(boundaries, at, at + EighthTicks, third))
+                    tuplets.push_back({at, at + EighthTicks, 3, 2});
         }
         return tuplets;
     }
     for (int beat = 0; beat < bar;) {
-        const int half = beat + 2 * TicksPerQuarter;
-        const auto quarters = [](int at) { return at == 16 || at == 32; };
-        const auto others = [](int at) { return at != 16 && at != 32; };
-        if (beat % 48 == 0 && half <= bar && AnyInside(boundaries, beat, half, quarters) &&
+        const int half = beat + HalfTicks;
+        const auto quarters = [](int at) { return at == HalfTicks / 3 || at == HalfTicks * 2 / 3; };
+        const auto others = [&](int at) { return !quarters(at); };
+        if (beat % HalfTicks == 0 && half <= bar && AnyInside(boundaries, beat, half, quarters) &&
             !AnyInside(boundaries, beat, half, others)) {
             tuplets.push_back({beat, half, 3, 2});
             beat = half;
@@ -158,7 +168,7 @@ private:
     void WritePlain(const Piece& piece, int at, int end) {
         while (at < end) {
             int length = end - at;
-            while (length > 3 && !IsReadable(at, length, Meter, !piece.Notes)) --length;
+            while (length > ShortestTicks && !IsReadable(at, length, Meter, !piece.Notes)) --length;
             length = std::min(length, end - at);
             Add(piece, at, length, ValueOf(length));
             at += length;
@@ -167,7 +177,7 @@ private:
     void WriteInTuplet(const Piece& piece, int at, int end, const Tuplet& tuplet) {
         while (at < end) {
             int nominal = (end - at) * tuplet.Actual / tuplet.Normal;
-            while (nominal > 3 && !IsWritable(nominal)) --nominal;
+            while (nominal > ShortestTicks && !IsWritable(nominal)) --nominal;
             NoteValue value = ValueOf(nominal);
             value.Actual = tuplet.Actual;
             value.Normal = tuplet.Normal;

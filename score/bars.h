@@ -12,7 +12,7 @@ namespace score {
 
 // A value that one sign shows.
 struct NoteValue {
-    int Type = TicksPerQuarter; // ticks without dot and tuplet: 3, a thirty-second, to 96, a whole
+    int Type = TicksPerQuarter; // ticks without dot and tuplet: ShortestTicks to WholeTicks
     bool Dotted = false;
     int Actual = 1, Normal = 1; // 3 and 2 in a triplet: three notes in the time of two
 };

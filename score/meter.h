@@ -10,9 +10,16 @@
 
 namespace score {
 
-// Onsets and lengths are whole numbers of ticks. A sixteenth has 6 of them, a thirty-second 3, an
-// eighth of a triplet 8, a duplet of a dotted quarter 18.
+// Onsets and lengths are whole numbers of ticks. A number that ShortestTicks does not divide lies
+// in a triplet.
 constexpr int TicksPerQuarter = 24;
+constexpr int WholeTicks = 4 * TicksPerQuarter;
+constexpr int HalfTicks = 2 * TicksPerQuarter;
+constexpr int EighthTicks = TicksPerQuarter / 2;
+constexpr int SixteenthTicks = TicksPerQuarter / 4;
+constexpr int ThirtySecondTicks = TicksPerQuarter / 8;
+constexpr int ShortestTicks = ThirtySecondTicks;  // of the shortest value that is written
+constexpr int TripletTicks = TicksPerQuarter / 3; // of an eighth of a triplet
 
 struct TimeSignature {
     int Beats = 4;    // upper number

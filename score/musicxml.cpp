@@ -59,15 +59,15 @@ constexpr char XmlHeader[] =
 
 const char* TypeOf(const NoteValue& value) {
     switch (value.Type) {
-    case 3:
+    case ThirtySecondTicks:
         return "32nd";
-    case 6:
+    case SixteenthTicks:
         return "16th";
-    case 12:
+    case EighthTicks:
         return "eighth";
-    case 24:
+    case TicksPerQuarter:
         return "quarter";
-    case 48:
+    case HalfTicks:
         return "half";
     default:
         return "whole";
@@ -76,8 +76,10 @@ const char* TypeOf(const NoteValue& value) {
 
 // Number of beams or flags.
 int BeamsOf(const Symbol& symbol) {
-    const int type = symbol.Value.Type;
-    return symbol.Notes.empty() || type > 12 ? 0 : type == 12 ? 1 : type == 6 ? 2 : 3;
+    int count = 0;
+    if (!symbol.Notes.empty())
+        for (int type = EighthTicks; type >= symbol.Value.Type; type /= 2) ++count;
+    return count;
 }
 
 const char* AccidentalOf(int alteration) {
@@ -175,7 +177,9 @@ void Writer::WriteTempo(std::size_t bar) {
             .Close()
             .Close();
     Document.Open("direction placement=\"above\"").Open("direction-type").Open("metronome");
-    Document.Add("beat-unit", beat == 48 ? "half" : beat == 12 ? "eighth" : "quarter");
+    Document.Add("beat-unit", beat == HalfTicks     ? "half"
+                              : beat == EighthTicks ? "eighth"
+                                                    : "quarter");
     if (dotted) Document.Empty("beat-unit-dot");
     Document.Add("per-minute", static_cast<int>(std::lround(quarters * TicksPerQuarter / beat)));
     Document.Close().Close();
@@ -254,7 +258,7 @@ void Writer::WriteHook(const Bar& bar, Place place, int level) {
     const bool before = place.Index > 0 && IsBeamed(bar, {place.Voice, place.Index - 1}, 1);
     const bool behind = IsBeamed(bar, place, 1);
     if (!before && !behind) return;
-    const int whole = level == 2 ? 12 : 6;
+    const int whole = EighthTicks >> (level - 2);
     const int position = bar.Voices[place.Voice][place.Index].Position;
     const bool forward = behind && (!before || position % whole == 0);
     Document.Add("beam number=\"" + std::to_string(level) + "\"",

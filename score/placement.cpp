@@ -24,18 +24,22 @@ struct Division {
     double OffBeat; // of each onset between the beats, but for the half of a beat
 };
 constexpr Division Divisions[] = {
-    {12, 12, 0, 0.5}, {6, 6, 0.5, 1}, {8, 8, 1.5, 1}, {3, 3, 4, 1.5},
-    {4, 4, 5, 1.5},   {8, 12, 3, 1}, // eighths of one hand against triplets of the other
+    {EighthTicks, EighthTicks, 0, 0.5},
+    {SixteenthTicks, SixteenthTicks, 0.5, 1},
+    {TripletTicks, TripletTicks, 1.5, 1},
+    {ThirtySecondTicks, ThirtySecondTicks, 4, 1.5},
+    {TripletTicks / 2, TripletTicks / 2, 5, 1.5},
+    {TripletTicks, EighthTicks, 3, 1}, // eighths of one hand against triplets of the other
 };
 
 bool IsAllowed(const Division& division, Grid shortest) {
     switch (shortest) {
     case Grid::Halves:
-        return division.Step == 12;
+        return division.Step == EighthTicks;
     case Grid::Fourths:
-        return division.Step == 12 || division.Step == 6;
+        return division.Step == EighthTicks || division.Step == SixteenthTicks;
     case Grid::Thirds:
-        return division.Step == 12 || division.Step == 8;
+        return division.Step == EighthTicks || division.Step == TripletTicks;
     default:
         return true;
     }

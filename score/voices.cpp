@@ -14,8 +14,8 @@ namespace score {
 
 namespace {
 
-constexpr double MinArticulation = 0.4;          // sounding share of a note's written length
-constexpr int MinRest = TicksPerQuarter * 3 / 4; // a shorter gap belongs to the note before it
+constexpr double MinArticulation = 0.4;     // sounding share of a note's written length
+constexpr int MinRest = 3 * SixteenthTicks; // a shorter gap belongs to the note before it
 constexpr int MiddleC = 60;
 
 // Limits of the split between the hands: notes from this key upwards are the right hand's.
@@ -90,7 +90,7 @@ private:
         std::nth_element(shares.begin(), middle, shares.end());
         return std::clamp(*middle, MinArticulation, 1.0);
     }
-    static constexpr int Long = 36; // ticks
+    static constexpr int Long = 3 * EighthTicks;
     static constexpr std::size_t Enough = 3;
 
     double Share[2] = {1, 1}; // of short chords and of long ones
@@ -101,7 +101,7 @@ class Ends {
 public:
     explicit Ends(const Rhythm& rhythm) : Rhythm(rhythm) {
         for (const int onset : rhythm.Onsets)
-            if (onset % 3 != 0) Triplets.insert(onset / TicksPerQuarter);
+            if (onset % ShortestTicks != 0) Triplets.insert(onset / TicksPerQuarter);
         auto meter = rhythm.Meters.begin();
         for (int bar = 0; LastBarEnd <= rhythm.Onsets.back(); ++bar) {
             if (meter + 1 != rhythm.Meters.end() && (meter + 1)->Bar <= bar) ++meter;
@@ -116,12 +116,16 @@ public:
     // if it is longer than half a beat.
     int Round(int onset, double length, bool last) const {
         const TimeSignature& meter = Rhythm.Meter();
-        const int fine = length < 12 ? 6 : length < 18 || meter.IsCompound() ? 12 : TicksPerQuarter;
+        const int fine = length < EighthTicks                                ? SixteenthTicks
+                         : length < 3 * SixteenthTicks || meter.IsCompound() ? EighthTicks
+                                                                             : TicksPerQuarter;
         int grid = last && length > meter.BeatTicks() / 2.0 ? meter.BeatTicks() : fine;
         const int rough = onset + static_cast<int>(length);
-        if (grid < TicksPerQuarter && Triplets.contains(rough / TicksPerQuarter)) grid = 8;
+        if (grid < TicksPerQuarter && Triplets.contains(rough / TicksPerQuarter))
+            grid = TripletTicks;
         const int end = static_cast<int>(std::lround((onset + length) / grid)) * grid;
-        return end > onset ? end : onset + (onset % 3 != 0 ? 8 : 6);
+        if (end > onset) return end;
+        return onset + (onset % ShortestTicks != 0 ? TripletTicks : SixteenthTicks);
     }
 
 private:
@@ -139,7 +143,7 @@ void Separate(Melody notes, const Rhythm& rhythm, const std::vector<KeyGroup>& c
         for (const int note : chords[i].Notes) {
             const int gap = next - chords[i].Onset;
             const double beyond = SoundingTicks(notes, rhythm, note) - gap;
-            const bool isHeld = gap > 0 && beyond > 8 + gap / 3.0;
+            const bool isHeld = gap > 0 && beyond > TripletTicks + gap / 3.0;
             (isHeld ? goes : stays).Notes.push_back(note);
         }
         if (!stays.Notes.empty()) moving.push_back(stays);

@@ -74,9 +74,18 @@ void Listener::Feed(const void* samples, std::size_t count) {
     }
 }
 
+hearing::Frame Listener::Analyse(const Block& block, float gain) {
+    hearing::Frame frame = Analyser.Analyse(block, gain);
+    if (How == Mode::Plain) return frame;
+    Periods.Add(block);
+    if (frame.Frequency > 0)
+        frame.Frequency /= Periods.PeriodsOfRepetition(AnalysisRate / frame.Frequency);
+    return frame;
+}
+
 void Listener::AnalyseLive(const Block& block, float inputPeak) {
     LivePeak = std::max(LivePeak, PeakOf(block));
-    const hearing::Frame frame = Analyser.Analyse(block, Gain.Update(block));
+    const hearing::Frame frame = Analyse(block, Gain.Update(block));
     LiveFrames.Push({frame, inputPeak});
     Decoder->Feed(frame);
     CollectNotes();
@@ -122,8 +131,7 @@ void Listener::AnalyseTake() {
     std::vector<hearing::Frame> frames;
     Block block;
     while (Mean.Store.Read(block)) {
-        hearing::Frame frame =
-            Analyser.Analyse(block, How == Mode::Plain ? 1 : follower.Update(block));
+        hearing::Frame frame = Analyse(block, How == Mode::Plain ? 1 : follower.Update(block));
         frame.Gain /= wholeGain; // relative to the whole
         TakeFrames.push_back({frame, Mean.InputPeaks[frames.size()]});
         frames.push_back(frame);

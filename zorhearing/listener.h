@@ -7,6 +7,7 @@
 #include "hearing/decoder.h"
 #include "zorhearing/channels.h"
 #include "zorhearing/frame_analyser.h"
+#include "zorhearing/period_check.h"
 #include "zorhearing/resampler.h"
 #include "zorhearing/sample_store.h"
 
@@ -141,6 +142,7 @@ private:
     };
 
     Track MakeTrack() const;
+    hearing::Frame Analyse(const Block& block, float gain);
     void AnalyseLive(const Block& block, float inputPeak);
     void CollectNotes();
     void AnalyseTake();
@@ -151,6 +153,7 @@ private:
     Track Mean;
     std::optional<Track> Loudest; // of a take with several channels, while they may cancel
     FrameAnalyser Analyser;
+    PeriodCheck Periods;
     LiveGain Gain{LeastLivePeak};
     std::optional<hearing::Decoder> Decoder; // live
     std::optional<double> TuningSemitones;

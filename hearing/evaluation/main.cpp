@@ -94,6 +94,7 @@ constexpr Variant Variants[] = {
     {"a cost of changes", [](Costs& c) { c.NoteChange = c.NoteBegin = 2; }},
     {"the lower weight of the attack", [](Costs& c) { c.AttackShare = 1; }},
     {"the rise of the level", [](Costs& c) { c.RiseRelief = c.ReOnsetRelief = 0; }},
+    {"jumps between steady pitches", [](Costs& c) { c.JumpRelief = 0; }},
     {"re-onsets", [](Costs& c) { c.ReOnsetRelief = 0; }},
 };
 

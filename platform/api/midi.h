@@ -1,19 +1,15 @@
 // SPDX-FileCopyrightText: 2026 The zormidi authors
 // SPDX-License-Identifier: MIT
 
-// What a MIDI back end offers. Above this interface midiIn and midiOut keep handles, check
-// arguments and call applications back; below it a back end carries short messages to and from one
-// kind of port. docs/new-back-end.md lists the steps to add one; this header is the contract.
+// What a MIDI back end offers: it carries short messages to and from one kind of port. Handles,
+// arguments and callbacks are the business of midiIn and midiOut above. docs/new-back-end.md lists
+// the steps to add one; this header is the contract.
 //
 // Identity. A port that both sends and receives is two devices. A device is one object until
 // PowerOn, whether it is plugged in or not. Its Id is unique among devices of the same direction
 // and the same whenever it is plugged in: made of the system's name for the port and its place
 // among ports of that name, never of a number that the system reassigns. Name is for people to
 // read; make it by UniqueMidiName (api/names.h), since settings store names.
-//
-// Numbers. midiIn and midiOut number the devices that are plugged in by their places in the list,
-// so a number moves down when a device before it leaves, and back when that one returns. A back end
-// never handles numbers.
 //
 // Leaving and returning. An open device that leaves stays open. An output then answers Gone to each
 // Send. An input releases the notes that are held on it, since no other code will, and delivers
@@ -138,7 +134,8 @@ public:
 void AddMidiDevice(std::shared_ptr<MidiDevice> device);
 // Those that are gone included.
 std::vector<std::shared_ptr<MidiDevice>> KnownMidiDevices(MidiDirection direction);
-// number: place among those that are plugged in. Null if there are fewer.
+// number: place among those that are plugged in, as midiIn and midiOut count them; it moves down
+// when a device before it leaves, and back when that one returns. Null if there are fewer.
 std::shared_ptr<MidiDevice> MidiDeviceAt(MidiDirection direction, std::uint64_t number);
 // The number of a device; how many are plugged in for one that is gone, and for null.
 unsigned NumberOf(MidiDirection direction, const MidiDevice* device);

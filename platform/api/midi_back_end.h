@@ -8,9 +8,10 @@
 
 namespace device {
 
-// Adds the MIDI devices that are plugged in, and goes on watching for changes until the result is
-// destroyed. Null with the reason in a sentence if the system's MIDI cannot be reached; the
-// registry then removes what was added and tries the next back end.
+// Called on the thread that lists devices first; may block. Adds the MIDI devices that are plugged
+// in, and goes on watching for changes until the result is destroyed. Null with the reason in a
+// sentence if the system's MIDI cannot be reached; the registry then removes what was added and
+// tries the next back end.
 using OpenMidiFunction = MidiBackEnd*(std::string& reason);
 
 } // namespace device

@@ -1,9 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The zormidi authors
 // SPDX-License-Identifier: MIT
 
-// The base of every back end's inputs. It delivers messages to the receiver on the timer lane
-// (api/clock.h), where the library also transmits: a message delivered elsewhere while the library
-// transmits would be discarded.
+// The base of every back end's inputs: delivers messages to the receiver on the timer lane.
 #pragma once
 
 #include "midi/sounding_notes.h"

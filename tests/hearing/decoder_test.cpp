@@ -92,6 +92,27 @@ TEST(Decoder, FindsTheNotesAtAnyLag) {
     }
 }
 
+// Each second note costs 18 as wrong frames of the first one, and two changes cost 20.
+TEST(Decoder, FindsAShortNoteByJumpsOfASteadyPitch) {
+    const struct {
+        const char* Name;
+        Sound Input;
+        std::vector<long> Keys;
+    } cases[] = {
+        {"a short note", {{12, 60}, {6, 62}, {12, 60}}, {60, 62, 60}},
+        {"after a wrong frame", {{12, 60}, {1, 47}, {6, 62}, {12, 60}}, {60, 62, 60}},
+        {"a glide", {{12, 60}, {6, 62, 60, 0.3}, {12, 60}}, {60}},
+        {"too far away", {{12, 60}, {6, 68}, {12, 60}}, {60}},
+        {"a tail", {{12, 60}, {1, 61}, {1, 61, 50}, {1, 61, 12}, Silence}, {60}},
+    };
+    for (const auto& c : cases) {
+        std::vector<long> keys;
+        for (const Note& note : Notes(Frames(c.Input), FileLag))
+            keys.push_back(std::lround(note.Pitch));
+        EXPECT_EQ(keys, c.Keys) << c.Name;
+    }
+}
+
 TEST(Decoder, FindsANoteThatIsStruckAgainWithoutAGap) {
     using Steps = std::vector<float>;
     const Steps dip = {.9f, .5f, .6f, .8f};

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <complex>
 #include <cstddef>
 #include <cstdint>
 #include <gtest/gtest.h>
@@ -52,15 +53,21 @@ Heard HearAll(const std::vector<Sample>& samples, int rate, int channels, int mo
     return heard;
 }
 
+using Harmonics = std::vector<std::complex<double>>;
+
 // Keys 60, 62 and so on, 0.3 s each with a pause of 0.1 s.
-inline std::vector<float> Scale(int rate, int notes) {
+inline std::vector<float> Scale(int rate, int notes, int key = 60,
+                                const Harmonics& harmonics = {0.4, 0.2, 0.1}) {
     std::vector<float> samples;
     for (int note = 0; note < notes; ++note) {
-        const double frequency = 440 * std::exp2((60 + 2 * note - 69) / 12.0);
+        const double frequency = 440 * std::exp2((key + 2 * note - 69) / 12.0);
         for (int i = 0; i < rate * 2 / 5; ++i) {
             const double turn = 2 * std::numbers::pi * frequency * i / rate;
-            const double tone =
-                0.4 * std::sin(turn) + 0.2 * std::sin(2 * turn) + 0.1 * std::sin(3 * turn);
+            double tone = 0;
+            for (std::size_t k = 0; k < harmonics.size(); ++k) {
+                const double phase = std::arg(harmonics[k]) + static_cast<double>(k + 1) * turn;
+                tone += std::abs(harmonics[k]) * std::sin(phase);
+            }
             samples.push_back(i < rate * 3 / 10 ? static_cast<float>(tone) : 0);
         }
     }

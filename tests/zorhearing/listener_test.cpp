@@ -58,6 +58,25 @@ TEST(Listener, HearsTheSameInBlocksOfAnySizeAndFormat) {
     }
 }
 
+// Of a clarinet. The recogniser takes the third and the second harmonic for the notes.
+TEST(Listener, HearsTheNoteOfALoudOvertone) {
+    using std::polar;
+    const struct {
+        Harmonics Spectrum;
+        std::vector<int> Notes;
+    } cases[] = {
+        {{polar(0.09, 1.6), polar(0.05, 2.2), polar(0.33, -0.1), 0.07, polar(0.25, 0.8)},
+         {74, 76, 78}},
+        {{polar(0.13, 1.6), polar(0.45, 2.2), polar(0.2, -0.7)}, {81, 83}},
+    };
+    for (const auto& c : cases)
+        for (const int mode : {ZOR_HEAR_LIVE, ZOR_HEAR_TAKE}) {
+            const auto sound =
+                Scale(44100, static_cast<int>(c.Notes.size()), c.Notes[0], c.Spectrum);
+            EXPECT_EQ(Keys(HearAll(sound, 44100, 1, mode, 512)), c.Notes);
+        }
+}
+
 TEST(Listener, HearsTheLouderOfTwoChannelsThatCancelEachOther) {
     for (const float left : {1.0f, -0.9f}) {
         std::vector<float> stereo;
