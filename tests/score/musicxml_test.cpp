@@ -80,6 +80,7 @@ Score Parse(const std::string& tune) {
     }
     ScoreOptions options;
     options.Key = key;
+    options.Staves = 0;
     return MakeScore(notes, rhythm, options);
 }
 
@@ -105,6 +106,7 @@ TEST(MusicXml, HasTheSignsAndValuesThatAreMeant) {
          "C4s[/ D4e.] E4e.[ F4s]\\ G4s[/ A4e- B4s]\\ C5q | "},
         {"6/8 3 1 10 69 2 72 4 74 2 76 3 77 1 76 2 74 12 72 3 74 3 76 1 77 1 79 4",
          "A4e | C5q D5e E5e.[ F5s-\\ E5e] | D5h. | C5e2[{ D5e2]} E5s[[ F5s]] G5q | "},
+        {"6/8 0 0 0 60 1 62 3 64 2 60 6", "C4s[[ D4s-]~ D4~e- E4e] C4q. | "},
         {"6/8 0 0 0 72 6 74 6 72 6 0 6 72 4", "C5q. D5q. | C5q. rq. | C5q. rq. | "},
         // Triplets of eighths and of quarters, also after a tie; thirty-seconds.
         {"4/4 0 0 0 72 1.333 74 1.333 76 1.334 77 4 72 2.667 74 2.666 76 2.667 77 5.333 76 2.667 "
@@ -119,6 +121,9 @@ TEST(MusicXml, HasTheSignsAndValuesThatAreMeant) {
         // A length below 0 goes back: a chord, and a note that is held above moving ones.
         {"4/4 0 0 0 60 8 0 -8 64 8 67 8", "C4h +E4h G4h | "},
         {"4/4 0 0 0 76 16 0 -16 60 4 61 4 62 4 61 4", "E5w &C4q C#4q!# D4q Db4q!b | "},
+        // Chords wider than a hand are on two staves.
+        {"4/4 0 0 0 72 4 0 -4 48 4 74 4 0 -4 52 4 76 8 0 -8 55 8",
+         "C5q D5q E5h &C3q, E3q, G3h, | "},
     };
     for (const auto& [tune, reads] : cases) EXPECT_EQ(Notes(Written(tune)), reads);
 }

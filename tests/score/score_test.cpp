@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 // Turns melodies with jitter and changes of tempo back into the bars that they were played from.
+#include "score/placement.h"
 #include "score/score.h"
 
 #include <algorithm>
@@ -105,6 +106,53 @@ TEST(Score, BeginsBarsAnewBehindHeldNotes) {
     const score::Rhythm rhythm = score::FindRhythm(melody);
     for (const int onset : rhythm.Onsets) places.push_back(onset % 48);
     EXPECT_EQ(places, expected);
+}
+
+// Keys of a chord that are struck one after the other are one onset.
+TEST(Score, HearsRolledChordsAsChords) {
+    std::vector<score::HeardNote> notes;
+    std::vector<int> expected;
+    for (int beat = 0; beat < 24; ++beat)
+        for (const double late : {0.0, 0.02, 0.06}) {
+            notes.push_back({1 + beat * 0.5 + late, 1.4 + beat * 0.5, 60 + beat % 5 + beat % 3});
+            expected.push_back(beat * score::TicksPerQuarter);
+        }
+    score::RhythmHints hints;
+    hints.QuartersPerMinute = 120;
+    std::vector<int> onsets = score::FindRhythm(notes, hints).Onsets;
+    for (const int first = onsets.front(); int& onset : onsets) onset -= first;
+    EXPECT_EQ(onsets, expected);
+}
+
+// Played at 120 quarters per minute to a click whose beats are known.
+TEST(Score, PlacesNotesOnKnownBeatsFromTheirFirstBar) {
+    score::KnownBeats beats{{}, {{0, {4, 4}}, {1, {3, 4}}}, {{0, 120}, {2, 100}}};
+    std::vector<score::HeardNote> notes;
+    std::vector<int> expected;
+    const auto play = [&](double ticks, int expectedTicks) {
+        const double quarters =
+            7 + ticks / score::TicksPerQuarter; // after a bar of 4/4 and one of 3/4
+        beats.Quarters.push_back(quarters);
+        notes.push_back({quarters / 2, quarters / 2 + 0.05, 60});
+        expected.push_back(expectedTicks);
+    };
+    for (const int shortest : {0, 3, 6, 9, 12, 15, 18}) play(shortest, shortest);
+    play(22.3, 24); // early for its beat, which no thirty-second comes before
+    play(24 + 9.2, 24 + 8);
+    play(24 + 17.2, 24 + 16);
+    play(48, 48);
+    const score::Rhythm rhythm = score::PlaceOnBeats(notes, beats, score::RhythmHints::Grid::Any);
+    EXPECT_EQ(rhythm.Onsets, expected);
+    EXPECT_EQ(rhythm.Meter().Beats, 3);
+    EXPECT_EQ(rhythm.QuartersPerMinute(), 100);
+}
+
+TEST(Score, TakesAKeyByItsName) {
+    for (const char* name : {"F sharp minor", "B flat major", "C minor"}) {
+        const std::optional<score::Key> key = score::ParseKey(name);
+        EXPECT_EQ(key ? key->Name() : "none", name);
+    }
+    EXPECT_FALSE(score::ParseKey("H minor"));
 }
 
 // Long and short eighths are a feel: they are written straight, and not as triplets. A jig's
