@@ -217,4 +217,12 @@ const lacks = ['WebAssembly', 'Worker', 'AudioContext', ...(isSecureContext ? ['
 button.hidden = lacks.length > 0;
 if (lacks.length > 0)
     showProblem(`This browser lacks ${lacks.join(' and ')}. Use a current Firefox, Chrome, Edge or Safari.`);
-navigator.serviceWorker?.register('service.js').catch(() => undefined); // without it the page needs the network
+
+// Keeps the page for use offline, and what scores need too when the browser is idle, unless it saves data.
+async function keepOffline(): Promise<void> {
+    const { serviceWorker, connection } = navigator as Navigator & { connection?: { saveData: boolean } };
+    await serviceWorker?.register('service.js');
+    const active = (await serviceWorker?.ready)?.active;
+    if (!connection?.saveData) (window.requestIdleCallback ?? setTimeout)(() => active?.postMessage('keep'));
+}
+keepOffline().catch(() => undefined); // without it the page needs the network

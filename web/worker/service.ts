@@ -1,10 +1,12 @@
 // SPDX-FileCopyrightText: 2026 The zormidi authors
 // SPDX-License-Identifier: MIT
 
-// The service worker keeps the page for use offline; what scores need, once one was wanted.
+// The service worker keeps the page for use offline: the page itself before it is in charge of it, and what
+// scores need when the page asks for it.
 const scope = self as unknown as ServiceWorkerGlobalScope;
 const files = ['./', 'FILES']; // scripts/web writes the names of the page's files
 const cacheName = 'VERSION'; // and their hash
+const scoreFiles = ['documents.wasm', 'opensheetmusicdisplay.min.js'];
 
 scope.addEventListener('install', (event) => {
     event.waitUntil((async () => {
@@ -21,6 +23,13 @@ scope.addEventListener('activate', (event) => {
     })());
 });
 
+scope.addEventListener('message', (event) => {
+    event.waitUntil((async () => {
+        const cache = await caches.open(cacheName);
+        for (const file of scoreFiles) if (!(await cache.match(file))) await cache.add(file);
+    })());
+});
+
 scope.addEventListener('fetch', (event) => {
     if (event.request.method !== 'GET' || !event.request.url.startsWith(scope.registration.scope)) return;
     event.respondWith((async () => {
@@ -28,8 +37,8 @@ scope.addEventListener('fetch', (event) => {
         const stored = await cache.match(event.request, { ignoreSearch: true });
         if (stored) return stored;
         const response = await fetch(event.request);
-        const wanted = response.ok && /\.(wasm|min\.js)$/.test(event.request.url);
-        if (wanted) await cache.put(event.request, response.clone());
+        if (response.ok && scoreFiles.some((file) => event.request.url.endsWith(`/${file}`)))
+            await cache.put(event.request, response.clone());
         return response;
     })());
 });

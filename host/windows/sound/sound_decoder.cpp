@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <vector>
 
 namespace zorhost {
@@ -103,9 +104,13 @@ private:
 } // namespace
 
 std::unique_ptr<SoundDecoder> OpenSound(const std::string& path) {
+    const auto fail = [&](const std::string& why) {
+        throw HostError("\"" + path + "\" cannot be read: " + why);
+    };
     std::FILE* const file = std::fopen(path.c_str(), "rb");
-    if (!file) throw HostError("\"" + path + "\" cannot be read: " + std::strerror(errno));
+    if (!file) fail(std::filesystem::is_directory(path) ? "it is a folder" : std::strerror(errno));
     auto wave = std::make_unique<WaveDecoder>(file);
+    if (std::filesystem::file_size(path) == 0) fail("it is empty");
     if (wave->Open(path)) return wave;
     return OpenWithMediaFoundation(path);
 }
