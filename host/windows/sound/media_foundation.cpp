@@ -168,8 +168,7 @@ private:
                Rate <= 1000000;
     }
 
-    // Replaces the chunk by the next. False at the end, of which Failed tells whether it came by an
-    // error.
+    // Replaces the chunk by the next. False at the end, which is early if Failed.
     bool ReadChunk() {
         Chunk.clear();
         Used = 0;
