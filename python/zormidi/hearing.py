@@ -122,7 +122,7 @@ class Listener:
         """Adds sound: a numpy array (count, or count x channels; float -1 to 1 or int16), an array.array,
         or bytes of interleaved 16-bit samples. All blocks have samples of one kind."""
         data, sample_format = sound_bytes(samples)
-        if sample_format != self._sample_format:
+        if self._handle and sample_format != self._sample_format:
             if self._is_fed:
                 raise HearingError("The samples are of another kind than those before: feed one kind.")
             self._open(sample_format)

@@ -33,7 +33,7 @@ function showProblem(text: string): void {
 
 function enter(next: typeof state): void {
     state = next;
-    button.setAttribute('aria-pressed', String(state === 'listening'));
+    button.classList.toggle('listens', state === 'listening');
     button.textContent = state === 'listening' ? 'Stop and show the score' : 'Start listening';
     // A disabled button would lose the focus.
     button.ariaDisabled = String(state === 'opening' || state === 'finishing');
@@ -132,17 +132,16 @@ function hear(frames: Frame[], notes: Note[]): void {
     if (loudest < silentPeak && frame.begin > silenceSeconds)
         show('There is only silence so far. Is the right microphone chosen, and is it not muted?');
     else if (element('status').textContent?.startsWith('There is only silence')) show('Listening.');
-    element<HTMLMeterElement>('level').value = Math.max(-60, 20 * Math.log10(frame.peak + 1e-6));
-    showPitch(frame.frequency);
+    showSound(frame.peak, frame.frequency);
 }
 
-function showPitch(frequency: number): void {
+function showSound(peak: number, frequency: number): void {
+    element<HTMLMeterElement>('level').value = Math.max(-60, Math.round(20 * Math.log10(peak + 1e-6)));
     const pitch = frequency > 0 ? pitchOf(frequency) : 0;
     const key = Math.round(pitch);
     const cents = Math.round((pitch - key) * 100);
-    const needle = element('needle');
-    Object.assign(needle.style, { opacity: pitch > 0 ? '1' : '0', left: `${50 + cents}%` });
-    needle.classList.toggle('close', Math.abs(cents) <= closeCents);
+    Object.assign(element('needle').style, { opacity: pitch > 0 ? '1' : '0', left: `${50 + cents}%` });
+    element('needle').classList.toggle('close', Math.abs(cents) <= closeCents);
     element('name').textContent = pitch > 0 ? noteName(key) : '–';
     element('cents').textContent = pitch > 0 ? `${cents > 0 ? '+' : ''}${cents} cents` : '\u00a0';
 }
@@ -150,8 +149,7 @@ function showPitch(frequency: number): void {
 async function finish(finished: Finished): Promise<void> {
     result = finished;
     silence();
-    showPitch(0);
-    element<HTMLMeterElement>('level').value = -60;
+    showSound(0, 0);
     const { notes, seconds, frames } = finished;
     roll.showAll(notes, seconds, frames);
     enter('idle');
@@ -168,10 +166,9 @@ async function finish(finished: Finished): Promise<void> {
         const bars = await drawScore(paper, finished.musicXml);
         if (result !== finished) return;
         element<HTMLButtonElement>('saveSvg').disabled = false;
-        const size = counted(bars, 'bar');
-        paper.setAttribute('aria-label', `The notes on a staff: ${size}`);
-        element('summary').textContent = `${lasting}, ${size}`;
-        show(`${lasting}, ${size}. The score is below.`);
+        paper.ariaLabel = `The notes on a staff: ${counted(bars, 'bar')}`;
+        element('summary').textContent = `${lasting}, ${counted(bars, 'bar')}`;
+        show(`${element('summary').textContent}. The score is below.`);
     } catch (error) {
         paper.replaceChildren();
         showProblem((error as Error).message);
@@ -201,20 +198,23 @@ element('saveMidi').onclick = () => save(result!.midi as BlobPart, 'audio/midi',
 element('saveXml').onclick = () => save(result!.musicXml, 'application/vnd.recordare.musicxml+xml', `${title}.musicxml`);
 element('saveSvg').onclick = () => saveSvg(paper, `${title}.svg`);
 element('connect').hidden = !('requestMIDIAccess' in navigator);
-element('connect').onclick = async () => {
-    try {
-        await listOutputs(element<HTMLSelectElement>('output'));
-        element('connect').hidden = true;
-        element('outputs').hidden = false;
-        element('output').focus();
-    } catch (error) {
-        showProblem((error as Error).message);
-    }
-};
+element('connect').onclick = () => listOutputs(element<HTMLSelectElement>('output')).then(() => {
+    element('connect').hidden = true;
+    element('outputs').hidden = false;
+    element('output').focus();
+}, (error: Error) => showProblem(error.message));
 
 const lacks = ['WebAssembly', 'Worker', 'AudioContext', ...(isSecureContext ? ['AudioWorkletNode'] : [])]
     .filter((name) => !(name in window));
 button.hidden = lacks.length > 0;
 if (lacks.length > 0)
     showProblem(`This browser lacks ${lacks.join(' and ')}. Use a current Firefox, Chrome, Edge or Safari.`);
-navigator.serviceWorker?.register('service.js').catch(() => undefined); // without it the page needs the network
+
+// Keeps the page for use offline, and what scores need too when the browser is idle, unless it saves data.
+async function keepOffline(): Promise<void> {
+    const { serviceWorker, connection } = navigator as Navigator & { connection?: { saveData: boolean } };
+    await serviceWorker?.register('service.js');
+    const active = (await serviceWorker?.ready)?.active;
+    if (!connection?.saveData) (window.requestIdleCallback ?? setTimeout)(() => active?.postMessage('keep'));
+}
+keepOffline().catch(() => undefined); // without it the page needs the network

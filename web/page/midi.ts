@@ -10,12 +10,9 @@ let sounding: number | undefined; // key
 
 // Requests the outputs and fills the list with them, now and whenever one comes or goes. Throws Problem.
 export async function listOutputs(list: HTMLSelectElement): Promise<void> {
-    let access: MIDIAccess;
-    try {
-        access = await navigator.requestMIDIAccess();
-    } catch {
+    const access = await navigator.requestMIDIAccess().catch(() => {
         throw new Problem('The browser has no permission for MIDI. Allow it in the settings of the browser.');
-    }
+    });
     const fill = () => {
         const chosen = list.value;
         const outputs = [...access.outputs.values()];

@@ -50,14 +50,11 @@ export class Roll {
 
     // Shows a whole recording. Without frames those stay that are there.
     showAll(notes: Note[], seconds: number, frames: Frame[]): void {
-        this.notes = notes;
+        [this.notes, this.end, this.whole] = [notes, seconds, true];
         if (frames.length > 0) this.frames = frames;
-        this.end = seconds;
-        this.whole = true;
         if (notes.length > 0) [this.low, this.high] = [127, 0];
         for (const note of notes) this.include(note.key);
-        this.describe(notes.length === 0 ? 'no notes' : `${notes.length} notes: ` +
-            notes.slice(0, 200).map((note) => noteName(note.key)).join(' '));
+        this.describe(`${notes.length} notes: ${notes.slice(0, 200).map((note) => noteName(note.key)).join(' ')}`);
         this.request();
     }
 
@@ -74,13 +71,11 @@ export class Roll {
     private request(): void {
         if (this.requested) return;
         this.requested = true;
-        requestAnimationFrame(() => {
-            this.requested = false;
-            this.draw();
-        });
+        requestAnimationFrame(() => this.draw());
     }
 
     private draw(): void {
+        this.requested = false;
         const { canvas, context } = this;
         const scale = devicePixelRatio;
         const { clientWidth: width, clientHeight: height } = canvas;
@@ -106,7 +101,7 @@ export class Roll {
                 context.fillRect(gutter, top(key), width, row);
             } else if (row > 13 || [0, 4, 7].includes(key % 12)) {
                 context.fillStyle = color('soft');
-                context.fillText(noteName(key), 6, top(key) + row / 2);
+                context.fillText(noteName(key), 6, Math.min(Math.max(7, top(key) + row / 2), height - 7));
             }
         }
         const step = [1, 5, 15, 60, 300, 900].find((each) => ((width - gutter) * each) / seconds > 50) ?? 3600;
@@ -114,7 +109,8 @@ export class Roll {
             context.fillStyle = color('grid');
             context.fillRect(left(time), 0, 1, height);
             context.fillStyle = color('soft');
-            context.fillText(step < 60 ? `${time} s` : `${time / 60} min`, left(time) + 4, height - 9);
+            const text = step < 60 ? `${time} s` : `${time / 60} min`;
+            if (left(time) + 4 + context.measureText(text).width < width) context.fillText(text, left(time) + 4, height - 9);
         }
 
         context.save();
@@ -124,32 +120,30 @@ export class Roll {
         for (let i = this.notes.length - 1; i >= 0 && this.notes[i].end >= begin; --i) {
             const note = this.notes[i];
             const end = note.open ? this.end : note.end;
-            context.fillStyle = color(note.open ? 'open' : 'note');
+            context.fillStyle = color('note');
+            context.strokeStyle = color('open');
+            context.lineWidth = 2;
             context.beginPath();
             context.roundRect(left(note.onset), top(note.key) + 1, Math.max(3, left(end) - left(note.onset) - 1),
                 Math.max(3, row - 2), Math.min(4, row / 3));
-            context.fill();
+            if (note.open) context.stroke(); // only an outline, before which the pitch stands out
+            else context.fill();
             if (row < 13 || left(end) - left(note.onset) < 24) continue;
             context.fillStyle = color('text');
             context.fillText(noteName(note.key), left(note.onset) + 1, top(note.key) - 7);
         }
         context.strokeStyle = color('text');
-        this.drawCurve(left, (pitch) => top(pitch) + row / 2, begin);
-        context.restore();
-    }
-
-    private drawCurve(left: (time: number) => number, middle: (pitch: number) => number, begin: number): void {
-        const { context } = this;
         context.lineWidth = 1.5;
         context.beginPath();
         let last = 0; // pitch of the frame before; 0 without
         for (const { begin: time, frequency } of this.frames) {
             if (time < begin) continue;
             const pitch = frequency > 0 ? pitchOf(frequency) : 0;
-            if (pitch > 0 && Math.abs(pitch - last) < 2) context.lineTo(left(time), middle(pitch));
-            else if (pitch > 0) context.moveTo(left(time), middle(pitch));
+            const move = Math.abs(pitch - last) < 2 ? 'lineTo' : 'moveTo';
+            if (pitch > 0) context[move](left(time), top(pitch) + row / 2);
             last = pitch;
         }
         context.stroke();
+        context.restore();
     }
 }

@@ -15,7 +15,7 @@ async function makeDisplay(paper: HTMLElement): Promise<OpenSheetMusicDisplay> {
     await new Promise((resolve, reject) => {
         script.onload = resolve;
         script.onerror = () => reject(new Problem('The staff cannot be drawn, since the notation library could not ' +
-            'be loaded. It is kept for use offline once a score has been drawn. The notes can be saved.'));
+            'be loaded. Open the page once with a network to keep it. The notes can be saved.'));
         document.head.append(script);
     });
     const library = (window as unknown as { opensheetmusicdisplay: typeof import('opensheetmusicdisplay') });

@@ -22,16 +22,11 @@ export interface Microphone {
 export async function openMicrophone(blocks: MessagePort, onEnd: () => void): Promise<Microphone> {
     if (!navigator.mediaDevices?.getUserMedia)
         throw new Problem('The browser gives no microphone to this page: open it by https or on localhost.');
-    let stream: MediaStream;
-    try {
-        // Speech processing would damage music.
-        stream = await navigator.mediaDevices.getUserMedia({
-            audio: { echoCancellation: false, noiseSuppression: false, autoGainControl: false },
-        });
-    } catch (error) {
-        const { name, message } = error as Error;
+    // Speech processing would damage music.
+    const audio = { echoCancellation: false, noiseSuppression: false, autoGainControl: false };
+    const stream = await navigator.mediaDevices.getUserMedia({ audio }).catch(({ name, message }: Error) => {
         throw new Problem(microphoneProblems[name] ?? `The microphone cannot be opened: ${message}`);
-    }
+    });
     const track = stream.getAudioTracks()[0];
     // At the microphone's own rate the browser does not resample.
     const context = new AudioContext({ sampleRate: track.getSettings().sampleRate, latencyHint: 'balanced' });
@@ -79,12 +74,9 @@ export interface Sound {
 export async function decode(file: File): Promise<Sound> {
     const bytes = await file.arrayBuffer();
     const rate = rateOf(bytes);
-    let buffer: AudioBuffer;
-    try {
-        buffer = await new OfflineAudioContext(1, 1, rate).decodeAudioData(bytes);
-    } catch {
+    const buffer = await new OfflineAudioContext(1, 1, rate).decodeAudioData(bytes).catch(() => {
         throw new Problem(`“${file.name}” is no sound file that this browser can read. Try WAV, FLAC or MP3.`);
-    }
+    });
     const channels = Array.from({ length: buffer.numberOfChannels }, (_, index) => buffer.getChannelData(index));
     return { rate, channels };
 }

@@ -1,15 +1,18 @@
 // SPDX-FileCopyrightText: 2026 The zormidi authors
 // SPDX-License-Identifier: MIT
 
-// WAV files: PCM of 8 to 32 bits and floating-point samples.
+// WAV files of PCM of 8 to 32 bits and of floating-point samples; Media Foundation decodes others.
 #include "host/sound/sound_decoder.h"
 
 #include "host/terminal/host_error.h"
+#include "host/windows/sound/media_foundation.h"
+#include "host/windows/sound/samples.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <vector>
 
 namespace zorhost {
@@ -19,43 +22,24 @@ namespace {
 constexpr std::uint32_t Pcm = 1, Float = 3, Extensible = 0xFFFE; // format tags
 constexpr std::uint32_t UnknownSize = 0xFFFFFFFF;                // of a recording that was cut off
 
-std::uint32_t Number(const std::uint8_t* bytes, int count) {
-    std::uint32_t value = 0;
-    for (int i = 0; i < count; ++i) value |= std::uint32_t{bytes[i]} << 8 * i;
-    return value;
-}
-
-// bits: of a PCM sample, little-endian; 8 bits are unsigned.
-float PcmSample(const std::uint8_t* bytes, int bits) {
-    if (bits == 8) return static_cast<float>(bytes[0] - 128) / 128;
-    const std::uint32_t high = Number(bytes, bits / 8) << (32 - bits);
-    return static_cast<float>(static_cast<std::int32_t>(high)) / 2147483648.0f;
-}
-
-float FloatSample(const std::uint8_t* bytes, int bits) {
-    float single;
-    double wide;
-    std::memcpy(&single, bytes, sizeof single);
-    if (bits == 32) return single;
-    std::memcpy(&wide, bytes, sizeof wide);
-    return static_cast<float>(wide);
-}
-
 class WaveDecoder : public SoundDecoder {
 public:
-    explicit WaveDecoder(const std::string& path) : File(std::fopen(path.c_str(), "rb")) {
-        if (!File) Fail(path, std::strerror(errno));
+    // An open file.
+    explicit WaveDecoder(std::FILE* file) : File(file) {}
+
+    // Reads the header. False if the file is none of a known format.
+    bool Open(const std::string& path) {
         std::uint8_t head[12];
         if (!ReadBytes(head, 12) || std::memcmp(head, "RIFF", 4) != 0 ||
             std::memcmp(head + 8, "WAVE", 4) != 0)
-            Fail(path, "it is no WAV file, the only kind that is read on Windows");
+            return false;
         while (ReadBytes(head, 8) && std::memcmp(head, "data", 4) != 0) {
             const std::uint32_t size = Number(head + 4, 4);
             const long next = std::ftell(File.get()) + static_cast<long>(size + size % 2);
             if (std::memcmp(head, "fmt ", 4) == 0) ReadFormat(size);
             if (std::fseek(File.get(), next, SEEK_SET) != 0) break;
         }
-        if (Bits == 0) Fail(path, "it is a WAV file of an unknown format");
+        if (Format.Bits == 0) return false;
         Size = std::memcmp(head, "data", 4) == 0 ? Number(head + 4, 4) : 0;
         Begin = std::ftell(File.get());
         std::fseek(File.get(), 0, SEEK_END);
@@ -64,7 +48,7 @@ public:
         Size = std::min(Size, available);
         Frames = Size / FrameBytes();
         if (Frames == 0) throw HostError("\"" + path + "\" contains no sound");
-        WaveDecoder::Rewind();
+        return Rewind();
     }
 
     std::size_t Read(float* frames, std::size_t count) override {
@@ -72,9 +56,8 @@ public:
         Bytes.resize(std::min(count, left) * FrameBytes());
         const std::size_t got =
             std::fread(Bytes.data(), FrameBytes(), std::min(count, left), File.get());
-        const std::size_t step = static_cast<std::size_t>(Bits) / 8;
         for (std::size_t i = 0; i < got * Channels; ++i)
-            frames[i] = (Floats ? FloatSample : PcmSample)(Bytes.data() + i * step, Bits);
+            frames[i] = Format.Read(Bytes.data() + i * Format.Bytes());
         Position += static_cast<std::int64_t>(got);
         return got;
     }
@@ -85,36 +68,32 @@ public:
     bool IsTruncated(std::int64_t read) const override { return Truncated || read < Frames; }
 
 private:
-    [[noreturn]] static void Fail(const std::string& path, const std::string& why) {
-        throw HostError("\"" + path + "\" cannot be read: " + why);
-    }
     bool ReadBytes(std::uint8_t* bytes, std::size_t count) {
         return std::fread(bytes, 1, count, File.get()) == count;
     }
-    std::size_t FrameBytes() const { return Channels * static_cast<std::size_t>(Bits) / 8; }
+    std::size_t FrameBytes() const { return Channels * Format.Bytes(); }
 
-    // Leaves Bits at 0 if the format is unknown.
+    // Leaves Format.Bits at 0 if the format is unknown.
     void ReadFormat(std::uint32_t size) {
-        std::uint8_t format[40] = {};
-        if (size < 16 || !ReadBytes(format, std::min<std::size_t>(size, sizeof format))) return;
-        std::uint32_t tag = Number(format, 2);
-        if (tag == Extensible) tag = Number(format + 24, 2);
-        const auto bits = static_cast<int>(Number(format + 14, 2));
-        const std::uint32_t rate = Number(format + 4, 4);
-        Floats = tag == Float;
-        Channels = Number(format + 2, 2);
+        std::uint8_t bytes[40] = {};
+        if (size < 16 || !ReadBytes(bytes, std::min<std::size_t>(size, sizeof bytes))) return;
+        std::uint32_t tag = Number(bytes, 2);
+        if (tag == Extensible) tag = Number(bytes + 24, 2);
+        const SampleFormat format = {static_cast<int>(Number(bytes + 14, 2)), tag == Float};
+        const std::uint32_t rate = Number(bytes + 4, 4);
+        Floats = format.Floats;
+        Channels = Number(bytes + 2, 2);
         Rate = static_cast<int>(std::min(rate, 1000000u));
-        const bool known = Floats ? bits == 32 || bits == 64
-                                  : tag == Pcm && bits % 8 == 0 && bits >= 8 && bits <= 32;
-        if (known && Channels > 0 && Channels <= 1024 && rate >= 1000 && rate <= 1000000)
-            Bits = bits;
+        if ((tag == Pcm || tag == Float) && format.IsKnown() && Channels > 0 && Channels <= 1024 &&
+            rate >= 1000 && rate <= 1000000)
+            Format = format;
     }
 
     struct Close {
         void operator()(std::FILE* file) const { std::fclose(file); }
     };
     std::unique_ptr<std::FILE, Close> File;
-    int Bits = 0;           // per sample
+    SampleFormat Format;
     std::uint32_t Size = 0; // of the data, bytes
     long Begin = 0;         // of the data in the file
     bool Truncated = false; // the file is shorter than in its header
@@ -125,7 +104,15 @@ private:
 } // namespace
 
 std::unique_ptr<SoundDecoder> OpenSound(const std::string& path) {
-    return std::make_unique<WaveDecoder>(path);
+    const auto fail = [&](const std::string& why) {
+        throw HostError("\"" + path + "\" cannot be read: " + why);
+    };
+    std::FILE* const file = std::fopen(path.c_str(), "rb");
+    if (!file) fail(std::filesystem::is_directory(path) ? "it is a folder" : std::strerror(errno));
+    auto wave = std::make_unique<WaveDecoder>(file);
+    if (std::filesystem::file_size(path) == 0) fail("it is empty");
+    if (wave->Open(path)) return wave;
+    return OpenWithMediaFoundation(path);
 }
 
 } // namespace zorhost
