@@ -1,31 +1,29 @@
 // SPDX-FileCopyrightText: 2026 The zormidi authors
 // SPDX-License-Identifier: MIT
 
-// Plays the notes of a recording beside the recording.
+// The notes of a recording beside the recording, to check them by ear.
 #pragma once
 
 #include "engine/zormidi.h"
 #include "host/cli/commands.h"
 
 #include <cstdio>
-#include <memory>
+#include <functional>
 #include <string>
 #include <vector>
 
 namespace zorhost {
 
-class NotePlayback {
-public:
-    virtual ~NotePlayback() = default;
-    // Left the recording, right the notes: played until their end or Ctrl-C, or written to the
-    // target. peak: of the recording; 1 is full scale. tuning: semitones. Throws HostError.
-    virtual void Play(double peak, const std::vector<MIDIEvent>& records, double tuning,
-                      std::FILE* messages) = 0;
-};
+// Left the recording, right the records, played by a flute of the synthesizer: until the end or
+// Ctrl-C, or written to a sound file. peak: of the recording, for its level; 1 is full scale.
+// records: note ons, note offs and bends, with times in milliseconds. tuning: of the recording, in
+// semitones above 440 Hz, unless the records have bends. Throws HostError.
+using NotePlayback = std::function<void(double peak, const std::vector<MIDIEvent>& records,
+                                        double tuning, std::FILE* messages)>;
 
 // Opens what --hear needs, so that it fails before the analysis. path: of the recording. target: of
 // the sound file to write; empty to play it. Throws HostError.
-std::unique_ptr<NotePlayback> OpenNotePlayback(const GlobalOptions& global, const std::string& path,
-                                               const std::string& target);
+NotePlayback OpenNotePlayback(const GlobalOptions& global, const std::string& path,
+                              const std::string& target);
 
 } // namespace zorhost

@@ -153,7 +153,7 @@ void Run(const GlobalOptions& global, const TranscribeOptions& options) {
     std::unique_ptr<OutputFile> midiFile;
     std::unique_ptr<ScoreFile> scoreFile;
     std::unique_ptr<PlotFiles> plots;
-    std::unique_ptr<NotePlayback> playback;
+    NotePlayback playback;
     if (options.PlaysNotes) {
         std::error_code ignored;
         if (options.File == StandardInput || std::filesystem::is_fifo(options.File, ignored))
@@ -182,7 +182,7 @@ void Run(const GlobalOptions& global, const TranscribeOptions& options) {
     }
     if (playback) {
         const double tuning = options.FindsTuning() && !options.Bends ? result.Melody.Tuning : 0;
-        playback->Play(result.Sound.Peak, result.Records, tuning, options.Messages());
+        playback(result.Sound.Peak, result.Records, tuning, options.Messages());
     }
     if (result.Sound.IsTruncated) {
         throw HostError("\"" + options.File + "\" is truncated after " + ClockText(milliseconds) +

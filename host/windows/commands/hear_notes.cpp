@@ -7,8 +7,7 @@
 
 namespace zorhost {
 
-std::unique_ptr<NotePlayback> OpenNotePlayback(const GlobalOptions&, const std::string&,
-                                               const std::string&) {
+NotePlayback OpenNotePlayback(const GlobalOptions&, const std::string&, const std::string&) {
     throw HostError("--hear is not available on Windows: write a MIDI file and play it",
                     ExitWrongUse);
 }

@@ -15,6 +15,8 @@ namespace {
 
 using machine::SynthesizerSettings;
 
+constexpr int PulseAudioFrames = 256; // 5.3 ms at 48 kHz
+
 // Where systems keep their default SoundFont, beside the place that the library was built for.
 constexpr const char* DefaultFonts[] = {
     "/usr/share/sounds/sf2/default-GM.sf2",    "/usr/share/sounds/sf3/default-GM.sf3",
@@ -117,6 +119,10 @@ SettingsPointer MakeSettings(const SynthesizerSettings& wanted, double rate, std
     fluid_settings_setint(settings.get(), "synth.threadsafe-api", 0);
     fluid_settings_setint(settings.get(), "synth.lock-memory", 0);
     const std::string driver = wanted.Driver.empty() ? "pulseaudio" : wanted.Driver;
+    // The library's own 64 frames leave holes in the sound as soon as the computer is busy. Other
+    // drivers have several periods in their buffer.
+    if (driver == "pulseaudio")
+        fluid_settings_setint(settings.get(), "audio.period-size", PulseAudioFrames);
     const std::string problem = SetDriver(driver, settings.get());
     if (problem.empty()) return settings;
     reason = problem;
