@@ -21,6 +21,7 @@ constexpr struct {
 constexpr double SlowestQuarters = 40, FastestQuarters = 240; // per minute
 constexpr double HintTempoWidth = 0.06; // standard deviation of a given tempo, as a logarithm
 constexpr double StressScale = 6;       // how much an accompaniment counts against the melody
+constexpr double HarmonyScale = 8;      // how much changes of harmony count
 constexpr double AnyHoldCost = 1;       // of held notes in a piece
 constexpr double HoldCost = 0.2;        // of each of them
 constexpr double WrongPickup = 50;      // cost of another pickup than the given one
@@ -63,13 +64,25 @@ double StressScore(const BarLineHints& hints, const BarLines& lines) {
     return all > 0 ? StressScale * sum / all : 0;
 }
 
+// Harmonies change at bar lines: the mean change at those of the piece.
+double HarmonyScore(const BarLineHints& hints, const BarLines& lines) {
+    if (hints.Stresses.empty()) return 0;
+    const int bar = lines.Meter.BarTicks();
+    double sum = 0;
+    for (const Stress& stress : hints.Stresses)
+        if (Written(stress.Tick, lines) % bar == 0) sum += stress.HarmonyChange;
+    const int length =
+        Written(hints.Stresses.back().Tick, lines) - Written(hints.Stresses.front().Tick, lines);
+    return HarmonyScale * sum / (1 + static_cast<double>(length) / bar);
+}
+
 double ScoreOf(const MeasuredPiece& piece, const BarLines& lines, double pulsesPerMinute,
                const BarLineHints& hints) {
     const double quarters = pulsesPerMinute * lines.Numerator / lines.Denominator;
     const std::vector<int> ticks = Write(piece.Notes, lines);
     const FeatureVector features = piece.Measure(ticks, lines.Meter, quarters);
     const std::size_t row = RowOf(lines.Meter);
-    double score = StressScore(hints, lines) - RarityCost(lines.Meter);
+    double score = StressScore(hints, lines) + HarmonyScore(hints, lines) - RarityCost(lines.Meter);
     for (std::size_t i = 0; i < BarFeatures; ++i)
         score += features[i] * (Weights[0][i] + Weights[row][i]);
     if (hints.QuartersPerMinute > 0) {

@@ -17,6 +17,7 @@ namespace score {
 struct Stress {
     int Tick; // of the pulse
     double Weight;
+    double HarmonyChange; // from the notes before, 0 to 1
 };
 
 struct BarLineHints {

@@ -7,7 +7,9 @@
 #include "score/beat_tracker.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <numeric>
 
 namespace score {
 
@@ -27,7 +29,8 @@ struct Cluster {
     int Lowest;         // MIDI note number
     int Highest;
     int Count;
-    double End; // of the highest note
+    double End;                  // of the highest note
+    std::array<int, 12> Classes; // number of notes of each pitch class
 };
 
 // The clusters of a piece, and for each note the index of its cluster.
@@ -41,7 +44,7 @@ std::vector<Cluster> FindClusters(std::span<const HeardNote> notes, double chord
             spread < chordSpread ||
             (spread < ArpeggioSpread && note.Onset - clusters.back().Last < ArpeggioStep);
         if (clusters.empty() || !close) {
-            clusters.push_back({note.Onset, note.Onset, note.Key, note.Key, 1, note.End});
+            clusters.push_back({note.Onset, note.Onset, note.Key, note.Key, 1, note.End, {}});
         } else {
             clusters.back().Last = std::max(clusters.back().Last, note.Onset);
             clusters.back().Lowest = std::min(clusters.back().Lowest, note.Key);
@@ -51,6 +54,7 @@ std::vector<Cluster> FindClusters(std::span<const HeardNote> notes, double chord
                 clusters.back().End = note.End;
             }
         }
+        ++clusters.back().Classes[static_cast<std::size_t>(note.Key % 12)];
         of.push_back(clusters.size() - 1);
     }
     return clusters;
@@ -95,6 +99,22 @@ std::vector<GridNote> MelodyOf(std::span<const Cluster> clusters, const PulseTra
     return melody;
 }
 
+// How much the pitch classes within a pulse from a cluster differ from those within a pulse before
+// it: 0 if their shares are the same, 1 if they have none in common.
+double HarmonyChange(std::span<const Cluster> clusters, const PulseTrack& pulse, std::size_t at) {
+    std::array<double, 12> before{}, after{};
+    const int tick = pulse.Ticks[at];
+    for (std::size_t i = at; i > 0 && pulse.Ticks[i - 1] >= tick - TicksPerPulse; --i)
+        for (std::size_t k = 0; k < 12; ++k) before[k] += clusters[i - 1].Classes[k];
+    for (std::size_t i = at; i < clusters.size() && pulse.Ticks[i] < tick + TicksPerPulse; ++i)
+        for (std::size_t k = 0; k < 12; ++k) after[k] += clusters[i].Classes[k];
+    const auto product = [](const std::array<double, 12>& a, const std::array<double, 12>& b) {
+        return std::inner_product(a.begin(), a.end(), b.begin(), 0.0);
+    };
+    const double squares = product(before, before) * product(after, after);
+    return squares > 0 ? 1 - product(before, after) / std::sqrt(squares) : 0;
+}
+
 std::vector<Stress> StressesOf(std::span<const Cluster> clusters, const PulseTrack& pulse) {
     std::vector<Stress> stresses;
     if (!HasChords(clusters)) return stresses;
@@ -105,7 +125,8 @@ std::vector<Stress> StressesOf(std::span<const Cluster> clusters, const PulseTra
         for (std::size_t k = begin; k < end; ++k) mean += clusters[k].Lowest;
         mean /= static_cast<double>(end - begin);
         const double depth = std::clamp((mean - clusters[i].Lowest) / 6, 0.0, 2.0);
-        stresses.push_back({pulse.Ticks[i], depth + 0.3 * (clusters[i].Count - 1)});
+        stresses.push_back({pulse.Ticks[i], depth + 0.3 * (clusters[i].Count - 1),
+                            HarmonyChange(clusters, pulse, i)});
     }
     return stresses;
 }

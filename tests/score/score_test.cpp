@@ -155,6 +155,32 @@ TEST(Score, TakesAKeyByItsName) {
     EXPECT_FALSE(score::ParseKey("H minor"));
 }
 
+// By its melody and heavy chords alone, this piece would begin on the last beat of a bar.
+TEST(Score, BeginsBarsWhereHarmoniesChange) {
+    constexpr int tune[] = {72, 72, 79, 79, 81, 81, 79, 0, 77, 77, 76, 76, 74, 74, 72, 0,
+                            79, 79, 77, 77, 76, 76, 74, 0, 79, 79, 77, 77, 76, 76, 74, 0,
+                            72, 72, 79, 79, 81, 81, 79, 0, 77, 77, 76, 76, 74, 74, 72, 0};
+    constexpr int roots[] = {48, 53, 53, 43, 48, 48, 43, 43, 48, 53, 53, 48}; // of each bar
+    std::mt19937 random(1);
+    std::normal_distribution<double> jitter(0, 0.01);
+    std::vector<score::HeardNote> notes;
+    std::vector<int> places, expected; // in a bar of 4/4, in ticks; 2/4 is as good
+    for (int beat = 0; beat < 48; ++beat) {
+        const int root = roots[beat / 4];
+        std::vector<int> keys = {root - 5};
+        if (beat % 4 > 0) keys = {root + 4, root + 7};
+        if (tune[beat] > 0) keys.push_back(tune[beat]);
+        const double onset = 1 + beat * 0.6 + jitter(random);
+        for (const int key : keys) {
+            notes.push_back({onset, onset + 0.45, key});
+            expected.push_back(beat % 4 * score::TicksPerQuarter);
+        }
+    }
+    const score::Rhythm rhythm = score::FindRhythm(notes);
+    for (const int onset : rhythm.Onsets) places.push_back(onset % (4 * score::TicksPerQuarter));
+    EXPECT_EQ(places, expected);
+}
+
 // Long and short eighths are a feel: they are written straight, and not as triplets. A jig's
 // quarter and eighth are no swing.
 TEST(Score, DistinguishesSwingFromTripletsAndJigs) {
