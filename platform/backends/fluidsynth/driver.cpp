@@ -4,8 +4,6 @@
 #include "platform/backends/fluidsynth/client.h"
 
 #include <dlfcn.h>
-#include <pthread.h>
-#include <sched.h>
 
 namespace device {
 namespace {
@@ -36,17 +34,7 @@ bool JackServerRuns() {
 DriverPointer OpenDriver(fluid_settings_t* settings, fluid_audio_func_t render, void* data) {
     if (fluid_settings_str_equal(settings, "audio.driver", "jack") && !JackServerRuns())
         return nullptr;
-    // The threads that start meanwhile inherit real-time priority, where the user has the right:
-    // libpulse's own hands each block to the server, and at ordinary priority it comes late on a
-    // busy computer.
-    int policy = 0;
-    sched_param before{}, raised{};
-    raised.sched_priority = sched_get_priority_min(SCHED_FIFO) + 10;
-    pthread_getschedparam(pthread_self(), &policy, &before);
-    pthread_setschedparam(pthread_self(), SCHED_FIFO, &raised);
-    DriverPointer driver(new_fluid_audio_driver2(settings, render, data));
-    pthread_setschedparam(pthread_self(), policy, &before);
-    return driver;
+    return DriverPointer(new_fluid_audio_driver2(settings, render, data));
 }
 
 } // namespace device
