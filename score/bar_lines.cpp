@@ -21,7 +21,7 @@ constexpr struct {
 constexpr double SlowestQuarters = 40, FastestQuarters = 240; // per minute
 constexpr double HintTempoWidth = 0.06; // standard deviation of a given tempo, as a logarithm
 constexpr double StressScale = 6;       // how much an accompaniment counts against the melody
-constexpr double HarmonyScale = 8;      // how much changes of harmony count
+constexpr double HarmonyScale = 14;     // how much changes of harmony count
 constexpr double AnyHoldCost = 1;       // of held notes in a piece
 constexpr double HoldCost = 0.2;        // of each of them
 constexpr double WrongPickup = 50;      // cost of another pickup than the given one

@@ -22,6 +22,8 @@ constexpr double ArpeggioStep = 0.03;
 constexpr double ChordShare = 0.1;         // of the clusters: more chords are a keyboard's
 constexpr double UsualArticulation = 0.75; // sounding share of a note's written length
 constexpr std::size_t StressAround = 8;    // clusters before and behind
+constexpr int HandDistance = 9;            // semitones from the upper line to the other hand
+constexpr std::size_t LongestRest = 4;     // clusters of the other hand while the upper line rests
 
 // Notes that begin together.
 struct Cluster {
@@ -81,8 +83,18 @@ bool HasChords(std::span<const Cluster> clusters) {
     return static_cast<double>(chords) > ChordShare * static_cast<double>(clusters.size());
 }
 
-// The upper line: notes that begin while a higher one sounds, or should by its written length, are
-// left out.
+// Whether a note is the other hand's in a rest of the upper line, which was far above it and soon
+// goes on there.
+bool IsOtherHand(std::span<const Cluster> clusters, std::size_t at, const Cluster& above) {
+    const int line = clusters[at].Highest + HandDistance;
+    const auto next =
+        clusters.subspan(at + 1).first(std::min(LongestRest, clusters.size() - at - 1));
+    return line <= above.Highest &&
+           std::ranges::any_of(next, [line](const Cluster& c) { return line <= c.Highest; });
+}
+
+// The upper line: notes that begin while a higher one sounds, or should by its written length, and
+// those of the other hand are left out.
 std::vector<GridNote> MelodyOf(std::span<const Cluster> clusters, const PulseTrack& pulse) {
     std::vector<GridNote> melody;
     const bool chords = HasChords(clusters);
@@ -91,7 +103,8 @@ std::vector<GridNote> MelodyOf(std::span<const Cluster> clusters, const PulseTra
         const Cluster& cluster = clusters[i];
         const bool covered =
             chords && above && cluster.Highest < above->Highest &&
-            cluster.First < above->First + (above->End - above->First) / UsualArticulation;
+            (cluster.First < above->First + (above->End - above->First) / UsualArticulation ||
+             IsOtherHand(clusters, i, *above));
         if (covered) continue;
         above = &cluster;
         melody.push_back({pulse.Ticks[i], cluster.Highest});
