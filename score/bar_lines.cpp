@@ -52,9 +52,9 @@ double RarityCost(const TimeSignature& meter) {
 }
 
 // An accompaniment's heavy notes stand on the first beat, and more often on beats than off them.
-double StressScore(const BarLineHints& hints, const BarLines& lines) {
+double StressScore(std::span<const Stress> stresses, const BarLines& lines) {
     double sum = 0, all = 0;
-    for (const Stress& stress : hints.Stresses) {
+    for (const Stress& stress : stresses) {
         const int tick = Modulo(Written(stress.Tick, lines), lines.Meter.BarTicks());
         const BarPlace place = PlaceOf(lines.Meter, tick);
         const bool beat = place == WeakBeat || place == SecondOfThree || place == ThirdOfThree;
@@ -65,24 +65,26 @@ double StressScore(const BarLineHints& hints, const BarLines& lines) {
 }
 
 // Harmonies change at bar lines: the mean change at those of the piece.
-double HarmonyScore(const BarLineHints& hints, const BarLines& lines) {
-    if (hints.Stresses.empty()) return 0;
+double HarmonyScore(std::span<const Stress> stresses, const BarLines& lines) {
+    if (stresses.empty()) return 0;
     const int bar = lines.Meter.BarTicks();
     double sum = 0;
-    for (const Stress& stress : hints.Stresses)
+    for (const Stress& stress : stresses)
         if (Written(stress.Tick, lines) % bar == 0) sum += stress.HarmonyChange;
-    const int length =
-        Written(hints.Stresses.back().Tick, lines) - Written(hints.Stresses.front().Tick, lines);
+    const int length = Written(stresses.back().Tick, lines) - Written(stresses.front().Tick, lines);
     return HarmonyScale * sum / (1 + static_cast<double>(length) / bar);
 }
 
+} // namespace
+
 double ScoreOf(const MeasuredPiece& piece, const BarLines& lines, double pulsesPerMinute,
-               const BarLineHints& hints) {
+               const BarLineHints& hints, std::span<const Stress> stresses) {
     const double quarters = pulsesPerMinute * lines.Numerator / lines.Denominator;
     const std::vector<int> ticks = Write(piece.Notes, lines);
     const FeatureVector features = piece.Measure(ticks, lines.Meter, quarters);
     const std::size_t row = RowOf(lines.Meter);
-    double score = StressScore(hints, lines) + HarmonyScore(hints, lines) - RarityCost(lines.Meter);
+    double score =
+        StressScore(stresses, lines) + HarmonyScore(stresses, lines) - RarityCost(lines.Meter);
     for (std::size_t i = 0; i < BarFeatures; ++i)
         score += features[i] * (Weights[0][i] + Weights[row][i]);
     if (hints.QuartersPerMinute > 0) {
@@ -95,8 +97,6 @@ double ScoreOf(const MeasuredPiece& piece, const BarLines& lines, double pulsesP
     }
     return score;
 }
-
-} // namespace
 
 std::vector<BarLines> ListBarLines(const BarLineHints& hints, double pulsesPerMinute) {
     const std::span<const TimeSignature> meters =
@@ -122,7 +122,7 @@ FoundBarLines FindBarLines(std::span<const GridNote> notes, double pulsesPerMinu
     FoundBarLines best;
     double most = -INFINITY;
     for (const BarLines& lines : ListBarLines(hints, pulsesPerMinute)) {
-        const double score = ScoreOf(piece, lines, pulsesPerMinute, hints);
+        const double score = ScoreOf(piece, lines, pulsesPerMinute, hints, hints.Stresses);
         if (score > most) {
             most = score;
             best = {lines, {}};
@@ -130,8 +130,9 @@ FoundBarLines FindBarLines(std::span<const GridNote> notes, double pulsesPerMinu
         std::vector<Hold> holds = FindHolds(notes, afterLong, lines);
         if (holds.empty()) continue;
         const std::vector<GridNote> shortened = RemoveHolds(notes, holds);
-        const double without = ScoreOf(MeasuredPiece(shortened), lines, pulsesPerMinute, hints) -
-                               AnyHoldCost - HoldCost * static_cast<double>(holds.size());
+        const double without =
+            ScoreOf(MeasuredPiece(shortened), lines, pulsesPerMinute, hints, hints.Stresses) -
+            AnyHoldCost - HoldCost * static_cast<double>(holds.size());
         if (without <= most) continue;
         most = without;
         best = {lines, std::move(holds)};

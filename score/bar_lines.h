@@ -30,6 +30,11 @@ struct BarLineHints {
 // All bar lines that are considered for a pulse.
 std::vector<BarLines> ListBarLines(const BarLineHints& hints, double pulsesPerMinute);
 
+// How likely bar lines are for notes of a piece: higher is more likely. stresses: those of the
+// notes.
+double ScoreOf(const MeasuredPiece& piece, const BarLines& lines, double pulsesPerMinute,
+               const BarLineHints& hints, std::span<const Stress> stresses);
+
 struct FoundBarLines {
     BarLines Lines;
     std::vector<Hold> Holds; // ascending

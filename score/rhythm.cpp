@@ -5,6 +5,7 @@
 
 #include "score/bar_lines.h"
 #include "score/beat_tracker.h"
+#include "score/sections.h"
 
 #include <algorithm>
 #include <array>
@@ -166,7 +167,10 @@ Rhythm FindRhythm(std::span<const HeardNote> notes, const RhythmHints& hints) {
     const double pulses = (pulse.Ticks.back() - pulse.Ticks.front()) / double{TicksPerPulse};
     const double perMinute =
         pulses > 0 ? pulses * 60 / (onsets.back() - onsets.front()) : 60 / pulse.PulseSeconds[0];
-    const auto [lines, holds] = FindBarLines(MelodyOf(clusters, pulse), perMinute, barHints);
+    const std::vector<GridNote> melody = MelodyOf(clusters, pulse);
+    const auto [whole, holds] = FindBarLines(melody, perMinute, barHints);
+    const auto sections = FindSections(RemoveHolds(melody, holds), perMinute, barHints, whole);
+    const BarLines& lines = sections.front().Lines;
     const double scale = static_cast<double>(lines.Numerator) / lines.Denominator;
 
     Rhythm rhythm;
@@ -177,6 +181,13 @@ Rhythm FindRhythm(std::span<const HeardNote> notes, const RhythmHints& hints) {
     const int bar = lines.Meter.BarTicks();
     const int first = Written(pulse.Ticks.front(), lines);
     const int shift = ((first % bar) + bar) % bar - first;
+    for (std::size_t n = 1, bars = 0; n < sections.size(); ++n) {
+        const Section& before = sections[n - 1];
+        const int begin = n == 1 ? -lines.Phase - shift : before.Begin;
+        bars +=
+            static_cast<std::size_t>((sections[n].Begin - begin) / before.Lines.Meter.BarTicks());
+        rhythm.Meters.push_back({static_cast<int>(bars), sections[n].Lines.Meter});
+    }
     const std::vector<int> ticks = RemoveHolds(pulse.Ticks, holds);
     for (const std::size_t cluster : clusterOf) {
         rhythm.Onsets.push_back(Written(ticks[cluster], lines) + shift);

@@ -181,6 +181,25 @@ TEST(Score, BeginsBarsWhereHarmoniesChange) {
     EXPECT_EQ(places, expected);
 }
 
+// A dance in 4/4 and its second part in 3/4.
+TEST(Score, ChangesTheMeterWithTheMusic) {
+    constexpr int four[] = {60, 67, 64, 67, 65, 69, 67, 0, 62, 65, 64, 62, 60, 64, 67, 0};
+    constexpr int three[] = {72, 0, 67, 71, 0, 67, 69, 65, 67, 64, 0, 60};
+    std::mt19937 random(7);
+    std::normal_distribution<double> jitter(0, 0.01);
+    std::vector<score::HeardNote> melody;
+    for (int beat = 0; beat < 96; ++beat) {
+        const int key = beat < 48 ? four[beat % 16] : three[beat % 12];
+        const double onset = 1 + beat * 0.55 + jitter(random);
+        if (key > 0) melody.push_back({onset, onset + 0.45, key});
+    }
+    const std::vector<score::MeterChange> meters = score::FindRhythm(melody).Meters;
+    ASSERT_EQ(meters.size(), 2u);
+    EXPECT_EQ(meters[0].Meter.Beats % 2, 0);
+    EXPECT_EQ(meters[1].Bar * meters[0].Meter.BarTicks(), 48 * score::TicksPerQuarter);
+    EXPECT_EQ(meters[1].Meter, (score::TimeSignature{3, 4}));
+}
+
 // Long and short eighths are a feel: they are written straight, and not as triplets. A jig's
 // quarter and eighth are no swing.
 TEST(Score, DistinguishesSwingFromTripletsAndJigs) {

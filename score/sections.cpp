@@ -1,0 +1,164 @@
+// SPDX-FileCopyrightText: 2026 The zormidi authors
+// SPDX-License-Identifier: MIT
+
+#include "score/sections.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace score {
+
+namespace {
+
+constexpr double ChangeCost = 2.25;         // of a change of meter
+constexpr std::size_t ShortestSection = 24; // notes
+constexpr std::size_t LongestPiece = 1000;  // notes: in longer ones the search would take too long
+constexpr std::size_t MostAround = 200;     // notes before and behind a change that are looked at
+constexpr std::size_t MostSpacing = 24;     // notes between places that are tried first
+constexpr std::size_t FewestTried = 16;     // of these places
+constexpr std::size_t FewAround = 100;      // notes before and behind them
+
+int Modulo(int number, int divisor) { return ((number % divisor) + divisor) % divisor; }
+
+// Meters of the same kind differ in where some bar lines are, not in how the music goes.
+int KindOf(const TimeSignature& meter) {
+    if (meter.IsCompound()) return meter.Beats % 9 == 0 ? 3 : meter.Beats == 3 ? 2 : 1;
+    return meter.Beats == 5 ? 5 : meter.Beats == 3 ? 4 : 0;
+}
+
+bool SameScale(const BarLines& a, const BarLines& b) {
+    return a.Numerator * b.Denominator == b.Numerator * a.Denominator;
+}
+
+// The first bar line that is not before a tick of the pulse, in written ticks without phase.
+int FirstBarLine(int tick, const BarLines& lines) {
+    const int written = Written(tick, lines);
+    return written - lines.Phase + Modulo(-written, lines.Meter.BarTicks());
+}
+
+class SectionFinder {
+public:
+    SectionFinder(std::span<const GridNote> notes, double pulsesPerMinute,
+                  const BarLineHints& hints, const BarLines& whole)
+        : Notes(notes), PulsesPerMinute(pulsesPerMinute), Hints(hints),
+          Splits(FindLongNotes(notes)) {
+        for (const BarLines& lines : ListBarLines(hints, pulsesPerMinute))
+            if (SameScale(lines, whole)) Candidates.push_back(lines);
+    }
+
+    // Adds the first notes of the sections behind the first one. Places are tried at some distance
+    // first, then around those where a change is likely.
+    void FindBegins(std::size_t begin, std::size_t end) {
+        std::size_t best = 0;
+        double most = ChangeCost;
+        std::size_t tried = 0;
+        const std::size_t spacing = std::min(MostSpacing, 1 + (end - begin) / FewestTried);
+        for (const std::size_t split : Splits) {
+            if (split < begin + ShortestSection || split + ShortestSection > end) continue;
+            if (tried != 0 && split < tried + spacing) continue;
+            tried = split;
+            if (GainAround(begin, split, end, FewAround) <= 0) continue;
+            for (const std::size_t near : Splits) {
+                if (near + spacing <= split || near >= split + spacing) continue;
+                if (near < begin + ShortestSection || near + ShortestSection > end) continue;
+                const double gain = GainAround(begin, near, end, MostAround);
+                if (gain > most) {
+                    most = gain;
+                    best = near;
+                }
+            }
+        }
+        if (best == 0) return;
+        FindBegins(begin, best);
+        Begins.push_back(best);
+        FindBegins(best, end);
+    }
+
+    std::vector<Section> Choose() const;
+    std::vector<std::size_t> Begins;
+
+private:
+    std::vector<double> Scores(std::size_t begin, std::size_t end) const {
+        const std::span<const GridNote> notes = Notes.subspan(begin, end - begin);
+        const auto before = [](const Stress& stress, int tick) { return stress.Tick < tick; };
+        const auto first = std::lower_bound(Hints.Stresses.begin(), Hints.Stresses.end(),
+                                            notes.front().Tick, before);
+        const auto last =
+            std::lower_bound(first, Hints.Stresses.end(), notes.back().Tick + 1, before);
+        const MeasuredPiece piece(notes);
+        std::vector<double> scores;
+        for (const BarLines& lines : Candidates)
+            scores.push_back(ScoreOf(piece, lines, PulsesPerMinute, Hints, {first, last}));
+        return scores;
+    }
+    bool MayFollow(const BarLines& before, const BarLines& after, std::size_t split) const {
+        return KindOf(before.Meter) != KindOf(after.Meter) &&
+               (FirstBarLine(Notes[split].Tick, after) + before.Phase) % before.Meter.BarTicks() ==
+                   0;
+    }
+    double GainAround(std::size_t begin, std::size_t split, std::size_t end,
+                      std::size_t most) const {
+        return Gain(std::max(begin, split - std::min(split, most)), split,
+                    std::min(end, split + most));
+    }
+    // How much likelier the notes are with another meter from split on than with the same.
+    double Gain(std::size_t begin, std::size_t split, std::size_t end) const {
+        const std::vector<double> a = Scores(begin, split), b = Scores(split, end);
+        double same = -INFINITY, other = -INFINITY;
+        for (std::size_t i = 0; i < a.size(); ++i) same = std::max(same, a[i] + b[i]);
+        for (std::size_t i = 0; i < a.size(); ++i)
+            for (std::size_t k = 0; k < b.size(); ++k)
+                if (a[i] + b[k] > other && MayFollow(Candidates[i], Candidates[k], split))
+                    other = a[i] + b[k];
+        return other - same;
+    }
+
+    std::span<const GridNote> Notes;
+    double PulsesPerMinute;
+    const BarLineHints& Hints;
+    std::vector<std::size_t> Splits;
+    std::vector<BarLines> Candidates;
+};
+
+// The likeliest bar lines of all sections together.
+std::vector<Section> SectionFinder::Choose() const {
+    std::vector<std::vector<double>> best;
+    std::vector<std::vector<std::size_t>> sources;
+    for (std::size_t n = 0; n <= Begins.size(); ++n) {
+        const std::size_t begin = n == 0 ? 0 : Begins[n - 1];
+        best.push_back(Scores(begin, n < Begins.size() ? Begins[n] : Notes.size()));
+        sources.emplace_back(Candidates.size(), 0);
+        for (std::size_t k = 0; n > 0 && k < Candidates.size(); ++k) {
+            double most = -INFINITY;
+            for (std::size_t i = 0; i < Candidates.size(); ++i)
+                if (best[n - 1][i] > most && MayFollow(Candidates[i], Candidates[k], begin)) {
+                    most = best[n - 1][i];
+                    sources[n][k] = i;
+                }
+            best[n][k] += most;
+        }
+    }
+    std::vector<Section> sections(best.size());
+    auto at = static_cast<std::size_t>(std::max_element(best.back().begin(), best.back().end()) -
+                                       best.back().begin());
+    for (std::size_t n = best.size(); n-- > 0;) {
+        sections[n].Lines = Candidates[at];
+        at = sources[n][at];
+    }
+    for (std::size_t n = 1; n < sections.size(); ++n)
+        sections[n].Begin = FirstBarLine(Notes[Begins[n - 1]].Tick, sections[n].Lines);
+    return sections;
+}
+
+} // namespace
+
+std::vector<Section> FindSections(std::span<const GridNote> notes, double pulsesPerMinute,
+                                  const BarLineHints& hints, const BarLines& whole) {
+    if (hints.Meter || hints.PickupTicks || notes.size() > LongestPiece) return {{0, whole}};
+    SectionFinder finder(notes, pulsesPerMinute, hints, whole);
+    finder.FindBegins(0, notes.size());
+    if (finder.Begins.empty()) return {{0, whole}};
+    return finder.Choose();
+}
+
+} // namespace score
