@@ -158,7 +158,14 @@ std::vector<Section> FindSections(std::span<const GridNote> notes, double pulses
     SectionFinder finder(notes, pulsesPerMinute, hints, whole);
     finder.FindBegins(0, notes.size());
     if (finder.Begins.empty()) return {{0, whole}};
-    return finder.Choose();
+    std::vector<Section> sections = finder.Choose();
+    int begin = Written(notes.front().Tick, whole) - whole.Phase;
+    for (std::size_t n = 1; n < sections.size(); ++n) {
+        // So many notes in less than a bar are no section.
+        if (sections[n].Begin - begin < sections[n - 1].Lines.Meter.BarTicks()) return {{0, whole}};
+        begin = sections[n].Begin;
+    }
+    return sections;
 }
 
 } // namespace score
