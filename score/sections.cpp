@@ -161,7 +161,7 @@ std::vector<Section> FindSections(std::span<const GridNote> notes, double pulses
     std::vector<Section> sections = finder.Choose();
     int begin = Written(notes.front().Tick, whole) - whole.Phase;
     for (std::size_t n = 1; n < sections.size(); ++n) {
-        // So many notes in less than a bar are no section.
+        // A section has at least one bar.
         if (sections[n].Begin - begin < sections[n - 1].Lines.Meter.BarTicks()) return {{0, whole}};
         begin = sections[n].Begin;
     }
