@@ -15,7 +15,6 @@ namespace {
 constexpr double LongNote = 1;         // powers of two above the usual length: it ends a phrase
 constexpr std::size_t RepeatNotes = 7; // that a repeat has at least
 
-int Modulo(int number, int divisor) { return ((number % divisor) + divisor) % divisor; }
 double Clamp(double value, double most) { return std::clamp(value, -most, most); }
 std::uint64_t Hash(std::uint64_t before, int value) {
     return (before + static_cast<std::uint64_t>(value) + 1) * 0x9E3779B97F4A7C15u ^ before >> 29;

@@ -26,8 +26,6 @@ constexpr double AnyHoldCost = 1;       // of held notes in a piece
 constexpr double HoldCost = 0.2;        // of each of them
 constexpr double WrongPickup = 50;      // cost of another pickup than the given one
 
-int Modulo(int number, int divisor) { return ((number % divisor) + divisor) % divisor; }
-
 // Ticks of a piece as these bar lines write them, counted from the beginning of a bar.
 std::vector<int> Write(std::span<const GridNote> notes, const BarLines& lines) {
     std::vector<int> ticks;

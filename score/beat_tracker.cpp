@@ -308,8 +308,7 @@ PulseTrack Tracker::Trace() const {
         end -= step.Gap;
         if (index > 0) at = static_cast<std::size_t>(step.Source);
     }
-    const int first =
-        ((track.Ticks[0] + best->Tick) % TicksPerPulse + TicksPerPulse) % TicksPerPulse;
+    const int first = Modulo(track.Ticks[0] + best->Tick, TicksPerPulse);
     const int shift = first - track.Ticks[0];
     track.Cost = Base;
     for (int& tick : track.Ticks) tick += shift;

@@ -16,8 +16,6 @@ constexpr double ShortestShare = 0.38; // of a held note's length, that is writt
 constexpr double UsualShare = 0.55;
 constexpr double LongestHold = 2.5; // bars: a longer pause is meant
 
-int Modulo(int number, int divisor) { return ((number % divisor) + divisor) % divisor; }
-
 } // namespace
 
 std::vector<std::size_t> FindLongNotes(std::span<const GridNote> notes) {

@@ -21,6 +21,9 @@ constexpr int ThirtySecondTicks = TicksPerQuarter / 8;
 constexpr int ShortestTicks = ThirtySecondTicks;  // of the shortest value that is written
 constexpr int TripletTicks = TicksPerQuarter / 3; // of an eighth of a triplet
 
+// The remainder from 0 to divisor - 1, for negative numbers too. divisor: above 0.
+constexpr int Modulo(int number, int divisor) { return ((number % divisor) + divisor) % divisor; }
+
 struct TimeSignature {
     int Beats = 4;    // upper number
     int BeatType = 4; // lower number: 2, 4 or 8

@@ -180,13 +180,13 @@ Rhythm FindRhythm(std::span<const HeardNote> notes, const RhythmHints& hints) {
         {0, hints.QuartersPerMinute > 0 ? hints.QuartersPerMinute : perMinute * scale}};
     const int bar = lines.Meter.BarTicks();
     const int first = Written(pulse.Ticks.front(), lines);
-    const int shift = ((first % bar) + bar) % bar - first;
-    for (std::size_t n = 1, bars = 0; n < sections.size(); ++n) {
+    const int shift = Modulo(first, bar) - first;
+    int bars = 0;
+    for (std::size_t n = 1; n < sections.size(); ++n) {
         const Section& before = sections[n - 1];
         const int begin = n == 1 ? -lines.Phase - shift : before.Begin;
-        bars +=
-            static_cast<std::size_t>((sections[n].Begin - begin) / before.Lines.Meter.BarTicks());
-        rhythm.Meters.push_back({static_cast<int>(bars), sections[n].Lines.Meter});
+        bars += (sections[n].Begin - begin) / before.Lines.Meter.BarTicks();
+        rhythm.Meters.push_back({bars, sections[n].Lines.Meter});
     }
     const std::vector<int> ticks = RemoveHolds(pulse.Ticks, holds);
     for (const std::size_t cluster : clusterOf) {

@@ -18,12 +18,13 @@ constexpr std::size_t MostSpacing = 24;     // notes between places that are tri
 constexpr std::size_t FewestTried = 16;     // of these places
 constexpr std::size_t FewAround = 100;      // notes before and behind them
 
-int Modulo(int number, int divisor) { return ((number % divisor) + divisor) % divisor; }
-
-// Meters of the same kind differ in where some bar lines are, not in how the music goes.
-int KindOf(const TimeSignature& meter) {
-    if (meter.IsCompound()) return meter.Beats % 9 == 0 ? 3 : meter.Beats == 3 ? 2 : 1;
-    return meter.Beats == 5 ? 5 : meter.Beats == 3 ? 4 : 0;
+// 2/4 and 4/4, or 6/8 and 12/8, differ in where some bar lines are, not in how the music goes.
+bool SameKind(const TimeSignature& a, const TimeSignature& b) {
+    const auto beats = [](const TimeSignature& meter) {
+        const int felt = meter.IsCompound() ? meter.Beats / 3 : meter.Beats;
+        return felt == 4 ? 2 : felt;
+    };
+    return a.IsCompound() == b.IsCompound() && beats(a) == beats(b);
 }
 
 bool SameScale(const BarLines& a, const BarLines& b) {
@@ -34,6 +35,13 @@ bool SameScale(const BarLines& a, const BarLines& b) {
 int FirstBarLine(int tick, const BarLines& lines) {
     const int written = Written(tick, lines);
     return written - lines.Phase + Modulo(-written, lines.Meter.BarTicks());
+}
+
+// Those of the ascending numbers that are at least first and at most last.
+std::span<const std::size_t> Between(std::span<const std::size_t> numbers, std::size_t first,
+                                     std::size_t last) {
+    const auto begin = std::ranges::lower_bound(numbers, first);
+    return {begin, std::upper_bound(begin, numbers.end(), last)};
 }
 
 class SectionFinder {
@@ -49,24 +57,26 @@ public:
     // Adds the first notes of the sections behind the first one. Places are tried at some distance
     // first, then around those where a change is likely.
     void FindBegins(std::size_t begin, std::size_t end) {
+        if (end - begin < 2 * ShortestSection) return;
+        const auto places = Between(Splits, begin + ShortestSection, end - ShortestSection);
+        const std::size_t spacing = std::min(MostSpacing, 1 + (end - begin) / FewestTried);
         std::size_t best = 0;
         double most = ChangeCost;
-        std::size_t tried = 0;
-        const std::size_t spacing = std::min(MostSpacing, 1 + (end - begin) / FewestTried);
-        for (const std::size_t split : Splits) {
-            if (split < begin + ShortestSection || split + ShortestSection > end) continue;
-            if (tried != 0 && split < tried + spacing) continue;
-            tried = split;
-            if (GainAround(begin, split, end, FewAround) <= 0) continue;
-            for (const std::size_t near : Splits) {
-                if (near + spacing <= split || near >= split + spacing) continue;
-                if (near < begin + ShortestSection || near + ShortestSection > end) continue;
-                const double gain = GainAround(begin, near, end, MostAround);
+        std::size_t next = 0;     // place to be tried
+        std::size_t searched = 0; // places before this one have been looked at closely
+        for (const std::size_t split : places) {
+            if (split < next) continue;
+            next = split + spacing;
+            if (Gain(begin, split, end, FewAround) <= 0) continue;
+            const std::size_t first = std::max(searched, split + 1 - spacing);
+            for (const std::size_t near : Between(places, first, next - 1)) {
+                const double gain = Gain(begin, near, end, MostAround);
                 if (gain > most) {
                     most = gain;
                     best = near;
                 }
             }
+            searched = next;
         }
         if (best == 0) return;
         FindBegins(begin, best);
@@ -92,18 +102,15 @@ private:
         return scores;
     }
     bool MayFollow(const BarLines& before, const BarLines& after, std::size_t split) const {
-        return KindOf(before.Meter) != KindOf(after.Meter) &&
+        return !SameKind(before.Meter, after.Meter) &&
                (FirstBarLine(Notes[split].Tick, after) + before.Phase) % before.Meter.BarTicks() ==
                    0;
     }
-    double GainAround(std::size_t begin, std::size_t split, std::size_t end,
-                      std::size_t most) const {
-        return Gain(std::max(begin, split - std::min(split, most)), split,
-                    std::min(end, split + most));
-    }
-    // How much likelier the notes are with another meter from split on than with the same.
-    double Gain(std::size_t begin, std::size_t split, std::size_t end) const {
-        const std::vector<double> a = Scores(begin, split), b = Scores(split, end);
+    // How much likelier the notes are with another meter from split on than with the same. around:
+    // how many notes before and behind are looked at.
+    double Gain(std::size_t begin, std::size_t split, std::size_t end, std::size_t around) const {
+        const auto a = Scores(std::max(begin, split - std::min(split, around)), split);
+        const auto b = Scores(split, std::min(end, split + around));
         double same = -INFINITY, other = -INFINITY;
         for (std::size_t i = 0; i < a.size(); ++i) same = std::max(same, a[i] + b[i]);
         for (std::size_t i = 0; i < a.size(); ++i)
