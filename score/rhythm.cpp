@@ -90,8 +90,9 @@ bool IsOtherHand(std::span<const Cluster> clusters, std::size_t at, const Cluste
     const int line = clusters[at].Highest + HandDistance;
     const auto next =
         clusters.subspan(at + 1).first(std::min(LongestRest, clusters.size() - at - 1));
-    return line <= above.Highest &&
-           std::ranges::any_of(next, [line](const Cluster& c) { return line <= c.Highest; });
+    return line <= above.Highest && std::any_of(next.begin(), next.end(), [line](const Cluster& c) {
+               return line <= c.Highest;
+           });
 }
 
 // The upper line: notes that begin while a higher one sounds, or should by its written length, and

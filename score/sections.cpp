@@ -40,8 +40,9 @@ int FirstBarLine(int tick, const BarLines& lines) {
 // Those of the ascending numbers that are at least first and at most last.
 std::span<const std::size_t> Between(std::span<const std::size_t> numbers, std::size_t first,
                                      std::size_t last) {
-    const auto begin = std::ranges::lower_bound(numbers, first);
-    return {begin, std::upper_bound(begin, numbers.end(), last)};
+    const auto begin = std::lower_bound(numbers.begin(), numbers.end(), first);
+    const auto end = std::upper_bound(begin, numbers.end(), last);
+    return numbers.subspan(std::size_t(begin - numbers.begin()), std::size_t(end - begin));
 }
 
 class SectionFinder {
@@ -69,11 +70,11 @@ public:
             next = split + spacing;
             if (Gain(begin, split, end, FewAround) <= 0) continue;
             const std::size_t first = std::max(searched, split + 1 - spacing);
-            for (const std::size_t near : Between(places, first, next - 1)) {
-                const double gain = Gain(begin, near, end, MostAround);
+            for (const std::size_t place : Between(places, first, next - 1)) {
+                const double gain = Gain(begin, place, end, MostAround);
                 if (gain > most) {
                     most = gain;
-                    best = near;
+                    best = place;
                 }
             }
             searched = next;
@@ -91,14 +92,15 @@ private:
     std::vector<double> Scores(std::size_t begin, std::size_t end) const {
         const std::span<const GridNote> notes = Notes.subspan(begin, end - begin);
         const auto before = [](const Stress& stress, int tick) { return stress.Tick < tick; };
-        const auto first = std::lower_bound(Hints.Stresses.begin(), Hints.Stresses.end(),
-                                            notes.front().Tick, before);
-        const auto last =
-            std::lower_bound(first, Hints.Stresses.end(), notes.back().Tick + 1, before);
+        const auto& all = Hints.Stresses;
+        const auto first = std::lower_bound(all.begin(), all.end(), notes.front().Tick, before);
+        const auto last = std::lower_bound(first, all.end(), notes.back().Tick + 1, before);
+        const auto stresses =
+            std::span(all).subspan(std::size_t(first - all.begin()), std::size_t(last - first));
         const MeasuredPiece piece(notes);
         std::vector<double> scores;
         for (const BarLines& lines : Candidates)
-            scores.push_back(ScoreOf(piece, lines, PulsesPerMinute, Hints, {first, last}));
+            scores.push_back(ScoreOf(piece, lines, PulsesPerMinute, Hints, stresses));
         return scores;
     }
     bool MayFollow(const BarLines& before, const BarLines& after, std::size_t split) const {
