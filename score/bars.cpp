@@ -48,8 +48,9 @@ bool IsReadable(int position, int length, const TimeSignature& meter, bool rest)
     const bool quarterBeat = beat == TicksPerQuarter;
     const int toNext = beat - position % beat;
     if (!IsWritable(length)) return false;
-    if (position % SixteenthTicks != 0 && length > EighthTicks - position % EighthTicks)
-        return false;
+    // Off the grid of sixteenths, a symbol must not cross the next eighth, and so on.
+    for (int grid = EighthTicks; grid > 2 * ShortestTicks; grid /= 2)
+        if (position % (grid / 2) != 0 && length > grid - position % grid) return false;
     if (length <= toNext)
         return quarterBeat || position % EighthTicks == 0 || length <= SixteenthTicks;
     const int half = meter.BarTicks() == WholeTicks ? HalfTicks : meter.BarTicks();

@@ -11,7 +11,7 @@
 namespace score {
 
 // Onsets and lengths are whole numbers of ticks. A number that ShortestTicks does not divide lies
-// in a triplet.
+// in a triplet. All sizes in ticks follow from these constants, in MusicXML its <divisions>.
 constexpr int TicksPerQuarter = 24;
 constexpr int WholeTicks = 4 * TicksPerQuarter;
 constexpr int HalfTicks = 2 * TicksPerQuarter;
@@ -20,6 +20,8 @@ constexpr int SixteenthTicks = TicksPerQuarter / 4;
 constexpr int ThirtySecondTicks = TicksPerQuarter / 8;
 constexpr int ShortestTicks = ThirtySecondTicks;  // of the shortest value that is written
 constexpr int TripletTicks = TicksPerQuarter / 3; // of an eighth of a triplet
+static_assert(TripletTicks % ShortestTicks != 0 && TripletTicks * 3 == TicksPerQuarter);
+static_assert(WholeTicks % ShortestTicks == 0 && ShortestTicks > 1);
 
 // The remainder from 0 to divisor - 1, for negative numbers too. divisor: above 0.
 constexpr int Modulo(int number, int divisor) { return ((number % divisor) + divisor) % divisor; }

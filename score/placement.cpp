@@ -12,7 +12,9 @@ namespace {
 
 using Grid = RhythmHints::Grid;
 
-constexpr double ChordSpread = 0.05;   // seconds between the first and the last key of a chord
+constexpr double ChordSpread =
+    0.05; // seconds from the first to the last key of a chord: notes that
+          // are shorter become one, thirty-seconds above 150 per minute
 constexpr double PlayerJitter = 0.025; // seconds, standard deviation of an onset
 constexpr double MaxOnsetCost = 8;     // of an onset that is off the grid
 
@@ -74,7 +76,8 @@ double Cost(const Division& division, std::span<const Onset> onsets, double beat
 
 // The ticks of all onsets, each beat in the division that fits it best.
 std::vector<int> FitToBeats(const std::vector<Onset>& onsets, Grid shortest) {
-    constexpr double early = 1.0 / 12; // of a quarter: such an onset belongs to the next beat
+    // In quarters: an onset that is two thirds of the shortest value before a beat belongs to it.
+    constexpr double early = 2.0 / 3 * ShortestTicks / TicksPerQuarter;
     std::vector<int> ticks;
     for (std::size_t begin = 0, end = 0; begin < onsets.size(); begin = end) {
         const double beat = std::floor(onsets[begin].Quarters + early);

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 // Scores of MIDI files: bars of the file or estimated ones, staves, voices, and bad input.
+#include "score/meter.h"
 #include "tests/host/midi_bytes.h"
 #include "tests/host/program.h"
 
@@ -63,10 +64,13 @@ TEST(ScoreCommand, WritesTheFilesOwnBarsHandsVoicesAndTriplets) {
     EXPECT_EQ(Count(xml, "<actual-notes>3<"), 12u);
     EXPECT_EQ(Count(xml, "<tuplet type=\"start\""), 4u);
     const std::string flat = std::regex_replace(xml, std::regex("\n *"), "");
-    EXPECT_EQ(Count(flat, "<step>C</step><octave>3</octave></pitch><duration>72<"), 4u)
+    const auto quarters = [](int number) {
+        return std::to_string(number * score::TicksPerQuarter) + "<";
+    };
+    EXPECT_EQ(Count(flat, "<step>C</step><octave>3</octave></pitch><duration>" + quarters(3)), 4u)
         << "a dotted half note";
-    EXPECT_EQ(Count(flat, "<step>E</step><octave>3</octave></pitch><duration>24<"), 8u);
-    EXPECT_EQ(Count(flat, "<step>E</step><octave>5</octave></pitch><duration>48<"), 4u);
+    EXPECT_EQ(Count(flat, "<step>E</step><octave>3</octave></pitch><duration>" + quarters(1)), 8u);
+    EXPECT_EQ(Count(flat, "<step>E</step><octave>5</octave></pitch><duration>" + quarters(2)), 4u);
     EXPECT_EQ(RunZorhost("score waltz.mid --staves 1 --key 'A minor' --meter 4/4 -o -")
                   .Output.substr(0, 5),
               "<?xml");

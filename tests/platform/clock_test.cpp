@@ -32,23 +32,28 @@ TEST_F(Clock, AChainOfOneShotsKeepsItsGridAcrossTheWrap) {
     EXPECT_EQ(came, (Dues{0xFFFFFFFAu, 4, 14, 24}));
     EXPECT_EQ(machine::PendingTimers(), (Dues{34}));
     EXPECT_EQ(timeGetTime(), 29u);
+    for (const UINT delay : {30u, 20u}) timeSetEvent(delay, 1, KeepChain, 0, TIME_ONESHOT);
+    EXPECT_EQ(machine::PendingTimers(), (Dues{34, 49, 59}));
     machine::UseSteppedClock(); // ends the chain
 }
 
 TEST_F(Clock, AHostIsToldOfWhatTheTimersThreadHasDone) {
     static Dues notified;
+    static std::uint32_t overdue; // when the action ran; time never goes back
     notified.clear();
     machine::AfterTimers([] { notified.push_back(timeGetTime()); });
     timeSetEvent(
         3, 1, [](UINT, UINT, DWORD_PTR, DWORD_PTR, DWORD_PTR) { notified.push_back(0); }, 0, 0);
     device::Schedule(
-        device::Lane::Audio, 1001'000, [](void*, std::uintptr_t) {}, nullptr);
+        device::Lane::Audio, 500'000, [](void*, std::uintptr_t) { overdue = timeGetTime(); },
+        nullptr);
     machine::AddMidiInput("Keys");
     HMIDIIN in = nullptr;
     midiInOpen(&in, 0, 0, 0, CALLBACK_NULL);
     machine::ReceiveMidi(0, 0xF8);
     machine::Advance(5);
     EXPECT_EQ(notified, (Dues{1000, 0, 1003}));
+    EXPECT_EQ(overdue, 1000u);
     machine::AfterTimers(nullptr);
     machine::ReceiveMidi(0, 0xF8);
     machine::Advance(1);
@@ -139,6 +144,7 @@ TEST_F(Clock, ForgettingAndLeavingWaitForAnActionUnderWay) {
             auto& s = *static_cast<State*>(context);
             s.Inside = true;
             while (!s.MayEnd) std::this_thread::yield();
+            Schedule(Lane::Audio, In(60'000'000), Keep, context);
             s.Ended = true;
         };
         Schedule(leaving ? Lane::Timers : Lane::Audio, machine::Microseconds(), action, &state);
@@ -149,7 +155,9 @@ TEST_F(Clock, ForgettingAndLeavingWaitForAnActionUnderWay) {
         const std::jthread helper([&] { state.MayEnd = true; });
         leaving ? device::WaitForActions() : device::UnscheduleAll(&state);
         EXPECT_TRUE(state.Ended);
+        EXPECT_EQ(device::PendingDueTimes(Keep).size(), leaving ? 1u : 0u);
     }
+    machine::UseSteppedClock();
 }
 
 // Two threads at once on the real clock: no action is lost or runs twice.

@@ -22,6 +22,9 @@ TEST_F(Kernel, TheSettingsLieInTheUsersFolder) {
         EXPECT_EQ(machine::ModulePath(),
                   (config[0] == '/' ? config : "/home/me/.config") + "/zormidi/libzormidi.so");
     }
+    char cut[8] = "";
+    EXPECT_EQ(GetModuleFileNameA(nullptr, cut, sizeof cut), sizeof cut); // not the path's length
+    EXPECT_STREQ(cut, "/home/m");
     // A service or a cron job may have no HOME.
     const std::string home = getpwuid(getuid())->pw_dir;
     for (const bool empty : {true, false}) {

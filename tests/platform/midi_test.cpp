@@ -4,6 +4,8 @@
 // The ports of the memory back end, in stepped time.
 #include "tests/support/machine_test.h"
 
+#include <atomic>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -73,6 +75,42 @@ TEST_F(Midi, TheWireTakesWhatTheStatusCallsFor) {
         EXPECT_EQ(machine::DrainSentMidi().at(0).Message & 0xFF, sent & 0xFF);
         EXPECT_EQ(got.empty() ? 0 : got[0].first, arrived) << std::hex << sent;
     }
+}
+
+TEST_F(Midi, ClosingWaitsForTheCallbackUnderWay) {
+    struct State {
+        std::atomic<bool> Inside{false}, MayEnd{false}, Ended{false};
+    } state;
+    const auto callback = +[](void*, UINT, DWORD_PTR instance, DWORD_PTR, DWORD_PTR) {
+        auto& s = *reinterpret_cast<State*>(instance);
+        s.Inside = true;
+        while (!s.MayEnd) std::this_thread::yield();
+        s.Ended = true;
+    };
+    machine::AddMidiInput("In");
+    HMIDIIN in = nullptr;
+    midiInOpen(&in, 0, reinterpret_cast<DWORD_PTR>(callback), reinterpret_cast<DWORD_PTR>(&state),
+               CALLBACK_FUNCTION);
+    const std::jthread driver([] { machine::CallBackMidi(0, MIM_DATA, 0x403C90, 0); });
+    while (!state.Inside) std::this_thread::yield();
+    const std::jthread helper([&state] {
+        std::this_thread::yield();
+        state.MayEnd = true;
+    });
+    EXPECT_EQ(midiInClose(in), MMSYSERR_NOERROR);
+    EXPECT_TRUE(state.Ended);
+}
+
+TEST_F(Midi, PatchesAreCachedForOneChannelAfterTheOther) {
+    machine::AddMidiOutput("Out", MIDICAPS_CACHE);
+    const HMIDIOUT out = OpenOut(0);
+    WORD patches[MIDIPATCHSIZE] = {};
+    for (const WORD channels : {1, 4}) {
+        patches[9] = channels;
+        EXPECT_EQ(midiOutCachePatches(out, 0, patches, MIDI_CACHE_BESTFIT), MMSYSERR_NOERROR);
+    }
+    EXPECT_EQ(midiOutCachePatches(out, 0, patches, MIDI_CACHE_QUERY), MMSYSERR_NOERROR);
+    EXPECT_EQ(patches[9], 5);
 }
 
 // A host that needs an output must start on a computer with only a keyboard.

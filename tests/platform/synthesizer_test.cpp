@@ -81,15 +81,15 @@ TEST_F(SoftwareSynthesizer, RendersInTuneAndTheSameSamplesEachTime) {
         synthesizer->Render(frames.data(), 100);
         // Silent until a note, but for what keeps the library's filters from denormal numbers.
         EXPECT_LT(std::abs(*std::ranges::max_element(frames)), 1e-5);
-        synthesizer->Send(0x4AC0);   // flute
-        synthesizer->Send(0x4000E0); // no bend
-        synthesizer->Send(0x604590);
+        synthesizer->Send(0x4AC5);   // flute
+        synthesizer->Send(0x4000E5); // no bend
+        synthesizer->Send(0x604595);
         synthesizer->Render(frames.data(), frames.size() / 2);
         EXPECT_NEAR(Frequency({frames.begin() + std::ssize(frames) / 2, frames.end()}, rate), 440,
                     3);
         EXPECT_GT(synthesizer->ActiveVoices(), 0);
         EXPECT_NE(frames.back(), 0) << "the right channel";
-        synthesizer->Send(0x004580);
+        synthesizer->Send(0x004585);
         for (int i = 0; i < 3; ++i) synthesizer->Render(frames.data(), frames.size() / 2);
         EXPECT_EQ(synthesizer->ActiveVoices(), 0);
         if (before.size() == frames.size()) {

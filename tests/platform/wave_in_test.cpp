@@ -4,6 +4,8 @@
 // The waveIn calls on a virtual microphone, in stepped time.
 #include "tests/support/machine_test.h"
 
+#include <algorithm>
+
 namespace {
 
 using Blocks = std::vector<std::pair<int, DWORD>>; // first sample and length of each
@@ -47,8 +49,14 @@ TEST_F(MachineTest, StopGivesThePartAndSoundWithoutABufferIsLostAndDoesNotCount)
     EXPECT_EQ(recordInto(2, 100), 661u + 512); // the feed starts again
     EXPECT_EQ(recordInto(3, 100), 661u + 1024);
     EXPECT_EQ(got, (Blocks{{0, 512}, {512, 149}, {0, 512}, {2205, 512}}));
+    waveInStop(handle);
+    machine::FeedGenerator(microphone, [](const machine::FeedRequest& request) {
+        std::ranges::fill(request.Samples, 1.0f);
+    });
+    EXPECT_EQ(recordInto(0, 100), 661u + 1536);
+    EXPECT_EQ(got.back(), (std::pair<int, DWORD>{32767, 512})); // clipped rather than wrapped
     machine::FallBehind(microphone, 9);
-    EXPECT_EQ(recordInto(0, 100), 661u + 1536); // not beyond the buffer's end
+    EXPECT_EQ(recordInto(1, 100), 661u + 2048); // not beyond the buffer's end
     machine::Unplug(microphone);
     EXPECT_EQ(waveInStop(handle), MMSYSERR_NODRIVER);
     EXPECT_EQ(waveInReset(handle), MMSYSERR_NODRIVER); // but all buffers are returned

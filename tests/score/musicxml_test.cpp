@@ -39,7 +39,9 @@ std::string Value(const std::string& xml, const std::string& before) {
 // "C#4~q.!# " is a dotted quarter tied to the note before, with a printed sharp; "C4e3{" begins a
 // triplet.
 std::string Notes(const std::string& xml) {
-    std::map<char, int> values = {{'z', 3}, {'s', 6}, {'e', 12}, {'q', 24}, {'h', 48}, {'w', 96}};
+    std::map<char, int> values = {{'z', ThirtySecondTicks}, {'s', SixteenthTicks},
+                                  {'e', EighthTicks},       {'q', TicksPerQuarter},
+                                  {'h', HalfTicks},         {'w', WholeTicks}};
     std::istringstream lines(xml);
     std::string text;
     int duration = 0, value = 0;
@@ -75,8 +77,8 @@ Score Parse(const std::string& tune) {
     for (double pitch = 0, length = 0; words >> pitch >> length; at += length) {
         if (pitch == 0) continue;
         notes.push_back({at * 0.6, (at + length) * 0.6, static_cast<int>(pitch)});
-        rhythm.Onsets.push_back(static_cast<int>(std::lround(at * 6)));
-        rhythm.TickSeconds.push_back(0.1);
+        rhythm.Onsets.push_back(static_cast<int>(std::lround(at * SixteenthTicks)));
+        rhythm.TickSeconds.push_back(0.6 / SixteenthTicks);
     }
     ScoreOptions options;
     options.Key = key;

@@ -98,13 +98,14 @@ TEST(Score, BeginsBarsAnewBehindHeldNotes) {
             const double held = i % 15 == 14 ? 1.0 : 0; // quarters
             const double length = (quarters[i] + held) * 60 / 100;
             melody.push_back({at + jitter(random), at + length * 0.9, keys[i]});
-            expected.push_back(static_cast<int>(written * score::TicksPerQuarter) % 48);
+            expected.push_back(static_cast<int>(written * score::TicksPerQuarter) %
+                               score::HalfTicks);
             at += length;
             written += quarters[i];
         }
     }
     const score::Rhythm rhythm = score::FindRhythm(melody);
-    for (const int onset : rhythm.Onsets) places.push_back(onset % 48);
+    for (const int onset : rhythm.Onsets) places.push_back(onset % score::HalfTicks);
     EXPECT_EQ(places, expected);
 }
 
@@ -136,11 +137,13 @@ TEST(Score, PlacesNotesOnKnownBeatsFromTheirFirstBar) {
         notes.push_back({quarters / 2, quarters / 2 + 0.05, 60});
         expected.push_back(expectedTicks);
     };
-    for (const int shortest : {0, 3, 6, 9, 12, 15, 18}) play(shortest, shortest);
-    play(22.3, 24); // early for its beat, which no thirty-second comes before
-    play(24 + 9.2, 24 + 8);
-    play(24 + 17.2, 24 + 16);
-    play(48, 48);
+    using score::ShortestTicks, score::TripletTicks;
+    constexpr int quarter = score::TicksPerQuarter;
+    for (int ticks = 0; ticks <= 6 * ShortestTicks; ticks += ShortestTicks) play(ticks, ticks);
+    play(quarter - 0.57 * ShortestTicks, quarter); // early for its beat
+    play(quarter + 1.15 * TripletTicks, quarter + TripletTicks);
+    play(quarter + 2.15 * TripletTicks, quarter + 2 * TripletTicks);
+    play(2 * quarter, 2 * quarter);
     const score::Rhythm rhythm = score::PlaceOnBeats(notes, beats, score::RhythmHints::Grid::Any);
     EXPECT_EQ(rhythm.Onsets, expected);
     EXPECT_EQ(rhythm.Meter().Beats, 3);
