@@ -3,6 +3,8 @@
 
 #include "score/beat_tracker.h"
 
+#include "score/pulse_manner.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -21,61 +23,21 @@ constexpr double UsualPulse = 105;       // per minute
 constexpr double UsualPulseWidth = 0.4;  // standard deviation as a logarithm
 constexpr double Freedom = 8;      // degrees of freedom of Student's distribution of deviations
 constexpr double MaxOnsetCost = 9; // of an onset that is off the grid
-constexpr double UsualDivisionChange = 2.2; // from pulses in two to pulses in three, or back
-constexpr double LongestGap = 96;           // pulses
-constexpr int CountedPulses = 4;            // of a long gap, for the cost of their silence
-constexpr double PruneMargin = 16;          // hypotheses this much above the best one are dropped
+constexpr double LongestGap = 96;  // pulses
+constexpr int CountedPulses = 4;   // of a long gap, for the cost of their silence
+constexpr double PruneMargin = 16; // hypotheses this much above the best one are dropped
 constexpr std::size_t MostHypotheses = 100;
 constexpr double Stretches[] = {0.03, 0.06, 0.1};
 constexpr double SwingOffBeats[] = {0.59, 0.64};
-constexpr double SwingCost = 4;            // of swing in a piece
-constexpr double SlowestSwing = 85;        // pulses per minute
-constexpr double Trust = 20;               // pulses
+constexpr double SwingCost = 4;     // of swing in a piece
+constexpr double SlowestSwing = 85; // pulses per minute
+constexpr double TempoJump = 8;        // cost of a sudden change of tempo
+constexpr double LeastTempoJump = .15; // as a logarithm, as the next two
+constexpr double MostTempoJump = .3;
+constexpr double TempoJumpWidth = .35;     // standard deviation
 constexpr std::size_t MannerOnsets = 1000; // from which stretch and swing are found
 constexpr int Rounds = 2;
 constexpr std::size_t FreeOnsets = 6; // first onsets without that limit
-
-using Probabilities = std::array<double, TicksPerPulse>; // of an onset at each tick of a pulse
-
-// One way of dividing a pulse.
-struct Division {
-    Probabilities OnsetProbability{};
-    std::array<double, TicksPerPulse> OnsetCost{};       // infinite where no note may begin
-    std::array<double, TicksPerPulse + 1> SilenceCost{}; // of no onset at all ticks before this one
-    void Prepare() {
-        for (std::size_t tick = 0; tick < TicksPerPulse; ++tick) {
-            const double probability = OnsetProbability[tick];
-            OnsetCost[tick] = -std::log(probability); // infinite for 0
-            SilenceCost[tick + 1] = SilenceCost[tick] - std::log(1 - probability);
-        }
-    }
-};
-
-// How pulses are divided in a piece, and how the player plays it.
-struct Manner {
-    Division Divisions[2];                       // in two, in three
-    double DivisionChange = UsualDivisionChange; // cost of going from one to the other
-    double OffBeat = 0.5;       // time of a second half, as a share of its pulse: more in swing
-    double LocalStretch = 0.05; // standard deviation of one note's length, as a share of it
-};
-
-Manner UsualManner(const PulseOptions& options) {
-    Manner manner;
-    auto& [two, three] = manner.Divisions;
-    const double fine = options.Fine ? 1 : 0;
-    two.OnsetProbability[0] = three.OnsetProbability[0] = .85;
-    constexpr std::size_t eighth = TicksPerPulse / 8, sixth = TicksPerPulse / 6; // of a pulse
-    two.OnsetProbability[4 * eighth] = .5;
-    two.OnsetProbability[2 * eighth] = .08 * fine;
-    two.OnsetProbability[6 * eighth] = .12 * fine;
-    for (const std::size_t n : {1, 3, 5, 7}) two.OnsetProbability[n * eighth] = .004 * fine;
-    three.OnsetProbability[2 * sixth] = .5;
-    three.OnsetProbability[4 * sixth] = .6;
-    three.OnsetProbability[sixth] = .012 * fine;
-    for (const std::size_t n : {3, 5}) three.OnsetProbability[n * sixth] = .03 * fine;
-    for (Division& division : manner.Divisions) division.Prepare();
-    return manner;
-}
 
 // An onset at a tick of a pulse, with the pulse's tempo as a Kalman filter estimates it.
 struct Hypothesis {
@@ -87,6 +49,7 @@ struct Hypothesis {
     std::uint8_t Division = 0; // 0 in two, 1 in three
     std::int32_t Source = -1;  // index among those of the onset before
     std::int32_t Gap = 0;      // ticks since the onset before
+    bool Jump = false;         // the tempo is another one than before
 };
 
 constexpr auto Cheaper = [](const Hypothesis& a, const Hypothesis& b) { return a.Cost < b.Cost; };
@@ -95,11 +58,12 @@ struct Step {
     std::int32_t Source, Gap;
     float Period;
     std::uint8_t Division;
+    bool Jump;
 };
 
 class Tracker {
 public:
-    Tracker(std::span<const double> onsets, const PulseOptions& options, const Manner& manner);
+    Tracker(std::span<const double> onsets, const PulseOptions& options, const PulseManner& manner);
     double Cost() const { return Base; }
     PulseTrack Trace() const;
 
@@ -111,12 +75,13 @@ private:
     double TimeOf(int tick, int division) const;
     double SilenceBetween(const Hypothesis& from, int division, int gap) const;
     void Offer(const Hypothesis& hypothesis);
+    void AddTempoJumps(double onset);
     void Prune(bool limited);
 
     std::span<const double> Onsets;
     PulseOptions Options;
-    const Manner& Style;
-    const Division (&Divisions)[2];
+    const PulseManner& Style;
+    const PulseDivision (&Divisions)[2];
     std::vector<Hypothesis> Current, Next;
     std::vector<std::int32_t> Slots; // for each tempo, tick and division the index in Next
     std::vector<std::vector<Step>> Steps;
@@ -132,7 +97,8 @@ std::size_t TempoSlot(double period) {
         std::log(std::clamp(period, ShortestPeriod, LongestPeriod) / ShortestPeriod) / SlotTempo);
 }
 
-Tracker::Tracker(std::span<const double> onsets, const PulseOptions& options, const Manner& manner)
+Tracker::Tracker(std::span<const double> onsets, const PulseOptions& options,
+                 const PulseManner& manner)
     : Onsets(onsets), Options(options), Style(manner), Divisions(manner.Divisions),
       Slots((TempoSlot(LongestPeriod) + 1) * TicksPerPulse * 2, -1) {
     AddFirst();
@@ -166,6 +132,7 @@ void Tracker::AddFirst() {
 void Tracker::AddOnset(std::size_t index) {
     for (std::size_t i = 0; i < Current.size(); ++i)
         Extend(static_cast<std::int32_t>(i), Onsets[index]);
+    if (Options.TempoJumps) AddTempoJumps(Onsets[index]);
     Prune(index >= FreeOnsets);
 }
 
@@ -188,8 +155,8 @@ void Tracker::Extend(std::int32_t source, double onset) {
 }
 
 double Tracker::SilenceBetween(const Hypothesis& from, int division, int gap) const {
-    const Division& before = Divisions[from.Division];
-    const Division& after = Divisions[division];
+    const PulseDivision& before = Divisions[from.Division];
+    const PulseDivision& after = Divisions[division];
     const auto begin = static_cast<std::size_t>(from.Tick + 1);
     const int end = from.Tick + gap;
     const auto tick = static_cast<std::size_t>(end % TicksPerPulse);
@@ -212,6 +179,7 @@ double Tracker::TimeOf(int tick, int division) const {
 void Tracker::Move(const Hypothesis& from, std::int32_t source, int division, int gap,
                    double onset) {
     Hypothesis to = from;
+    to.Jump = false;
     const int end = from.Tick + gap;
     const int whole = end / TicksPerPulse;
     const double length =
@@ -251,6 +219,34 @@ void Tracker::Move(const Hypothesis& from, std::int32_t source, int division, in
     Offer(to);
 }
 
+// Behind a long note, lets the likeliest hypothesis at each tick go on in other tempos too.
+void Tracker::AddTempoJumps(double onset) {
+    std::array<Hypothesis, TicksPerPulse * 2> likeliest{};
+    for (const Hypothesis& one : Next) {
+        Hypothesis& best = likeliest[static_cast<std::size_t>(one.Tick * 2 + one.Division)];
+        if (one.Gap >= TicksPerPulse && one.Cost < best.Cost) best = one;
+    }
+    for (Hypothesis other : likeliest) {
+        if (other.Cost + TempoJump > Least + PruneMargin) continue;
+        other.Jump = true;
+        other.Time = onset;
+        other.TimeVariance = Jitter * Jitter;
+        other.Covariance = 0;
+        const double cost = other.Cost, period = other.Period;
+        for (double jump = LeastTempoJump; jump <= MostTempoJump; jump += TempoStep) {
+            other.Cost = cost + TempoJump + std::pow(jump / TempoJumpWidth, 2) / 2;
+            for (const double ratio : {std::exp(jump), std::exp(-jump)}) {
+                other.Period = period * ratio;
+                other.PeriodVariance = std::pow(FirstTempoWidth * other.Period, 2);
+                const double perMinute = 60 / other.Period;
+                if (perMinute >= Options.MinPulsesPerMinute &&
+                    perMinute <= Options.MaxPulsesPerMinute)
+                    Offer(other);
+            }
+        }
+    }
+}
+
 // Keeps the cheapest hypothesis of each slot.
 void Tracker::Offer(const Hypothesis& hypothesis) {
     if (hypothesis.Cost == INFINITY) return;
@@ -283,7 +279,8 @@ void Tracker::Prune(bool limited) {
     std::vector<Step>& steps = Steps.emplace_back();
     steps.reserve(Current.size());
     for (Hypothesis& one : Current) {
-        steps.push_back({one.Source, one.Gap, static_cast<float>(one.Period), one.Division});
+        steps.push_back(
+            {one.Source, one.Gap, static_cast<float>(one.Period), one.Division, one.Jump});
         one.Cost -= least;
     }
     Base += least;
@@ -305,40 +302,16 @@ PulseTrack Tracker::Trace() const {
         track.Ticks[index] = end;
         track.InThree[index] = step.Division == 1;
         track.PulseSeconds[index] = static_cast<double>(step.Period);
+        if (step.Jump) track.TempoJumps.push_back(index);
         end -= step.Gap;
         if (index > 0) at = static_cast<std::size_t>(step.Source);
     }
     const int first = Modulo(track.Ticks[0] + best->Tick, TicksPerPulse);
     const int shift = first - track.Ticks[0];
     track.Cost = Base;
+    std::reverse(track.TempoJumps.begin(), track.TempoJumps.end());
     for (int& tick : track.Ticks) tick += shift;
     return track;
-}
-
-// Adapts how pulses are divided to what was found in a piece.
-void Learn(Manner& manner, const PulseTrack& track) {
-    double pulses[2] = {}, changes = 0;
-    std::array<double, TicksPerPulse> counts[2] = {};
-    for (std::size_t i = 0; i < track.Ticks.size(); ++i) {
-        const std::size_t division = track.InThree[i] ? 1 : 0;
-        counts[division][static_cast<std::size_t>(track.Ticks[i] % TicksPerPulse)] += 1;
-        if (i == 0) continue;
-        if (track.InThree[i] != track.InThree[i - 1]) changes += 1;
-        pulses[track.InThree[i - 1] ? 1 : 0] +=
-            std::min(track.Ticks[i] / TicksPerPulse - track.Ticks[i - 1] / TicksPerPulse, 4);
-    }
-    for (int d = 0; d < 2; ++d) {
-        Division& division = manner.Divisions[d];
-        for (std::size_t tick = 0; tick < TicksPerPulse; ++tick) {
-            double& probability = division.OnsetProbability[tick];
-            if (probability > 0)
-                probability =
-                    std::min(.97, (counts[d][tick] + Trust * probability) / (pulses[d] + Trust));
-        }
-        division.Prepare();
-    }
-    const double all = pulses[0] + pulses[1] + Trust;
-    manner.DivisionChange = -std::log((changes + Trust * std::exp(-UsualDivisionChange)) / all);
 }
 
 // In swing, a pulse in three parts without the second one is a pulse of two eighths.
@@ -351,10 +324,8 @@ void Straighten(PulseTrack& track) {
     }
 }
 
-} // namespace
-
-PulseTrack TrackPulse(std::span<const double> onsets, const PulseOptions& options) {
-    Manner manner = UsualManner(options);
+PulseTrack TrackOnce(std::span<const double> onsets, const PulseOptions& options) {
+    PulseManner manner = UsualManner(options);
     PulseTrack best;
     best.Cost = INFINITY;
     // The manner of a long piece is that of its beginning.
@@ -386,6 +357,37 @@ PulseTrack TrackPulse(std::span<const double> onsets, const PulseOptions& option
     }
     if (manner.OffBeat != 0.5) Straighten(best);
     return best;
+}
+
+// Whether most pulses have three parts, between two onsets.
+bool MostlyInThree(const PulseTrack& track, std::size_t begin, std::size_t end) {
+    const auto first = track.InThree.begin() + static_cast<std::ptrdiff_t>(begin);
+    const auto last = track.InThree.begin() + static_cast<std::ptrdiff_t>(end);
+    return std::count(first, last, true) * 2 > last - first;
+}
+
+// Whether pulses change from two parts to three, or back, with the tempo. Such a change is one of
+// meter in equal eighths.
+bool JumpsChangeDivision(const PulseTrack& track) {
+    std::size_t begin = 0;
+    for (std::size_t n = 0; n < track.TempoJumps.size(); ++n) {
+        const std::size_t at = track.TempoJumps[n];
+        const std::size_t end =
+            n + 1 < track.TempoJumps.size() ? track.TempoJumps[n + 1] : track.Ticks.size();
+        if (MostlyInThree(track, begin, at) != MostlyInThree(track, at, end)) return true;
+        begin = at;
+    }
+    return false;
+}
+
+} // namespace
+
+PulseTrack TrackPulse(std::span<const double> onsets, const PulseOptions& options) {
+    PulseTrack track = TrackOnce(onsets, options);
+    if (!JumpsChangeDivision(track)) return track;
+    PulseOptions steady = options;
+    steady.TempoJumps = false;
+    return TrackOnce(onsets, steady);
 }
 
 } // namespace score

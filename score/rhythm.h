@@ -47,6 +47,9 @@ struct Rhythm {
     double QuartersPerMinute() const { return Tempos.front().QuartersPerMinute; }
 };
 
+// The bar of each note.
+std::vector<int> BarsOf(const Rhythm& rhythm);
+
 // The most likely rhythm of at least one note; notes in ascending order of Onset. Time and memory
 // are proportional to the number of notes.
 Rhythm FindRhythm(Melody notes, const RhythmHints& hints = {});

@@ -68,22 +68,6 @@ std::vector<HeardNote> ShortenPauses(Melody notes) {
     return shortened;
 }
 
-// The bar of each note.
-std::vector<int> BarsOf(const Rhythm& rhythm) {
-    std::vector<int> bars;
-    std::size_t change = 0;
-    int bar = 0, begin = 0;
-    for (const int onset : rhythm.Onsets) {
-        while (onset - begin >= rhythm.Meters[change].Meter.BarTicks()) {
-            begin += rhythm.Meters[change].Meter.BarTicks();
-            ++bar;
-            if (change + 1 < rhythm.Meters.size() && rhythm.Meters[change + 1].Bar <= bar) ++change;
-        }
-        bars.push_back(bar);
-    }
-    return bars;
-}
-
 // One spelling for each note, towards the nearest note of the next chord of its voice.
 std::vector<Spelling> SpellAll(Melody notes, const std::vector<Voice>& voices,
                                const std::vector<KeyChange>& keys, const std::vector<int>& bars) {

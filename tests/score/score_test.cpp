@@ -203,6 +203,39 @@ TEST(Score, ChangesTheMeterWithTheMusic) {
     EXPECT_EQ(meters[1].Meter, (score::TimeSignature{3, 4}));
 }
 
+// A dance, and its second part suddenly slower or quicker. A tempo that eases at the end of each
+// part and comes back is the same one.
+TEST(Score, ChangesTheTempoWithTheMusic) {
+    constexpr int keys[] = {60, 67, 64, 67, 65, 69, 67, 0, 62, 65, 64, 62, 60, 64, 67, 0};
+    for (const double tempo : {100.0, 73.0, 134.0}) {
+        std::mt19937 random(3);
+        std::normal_distribution<double> jitter(0, 0.01);
+        std::vector<score::HeardNote> melody;
+        std::vector<int> lengths; // to the next note
+        double at = 1;
+        for (int beat = 0; beat < 96; ++beat) {
+            const int easing = tempo == 100 ? std::max(0, beat % 48 - 43) : 0; // beats
+            const double length = 60 / (beat < 48 ? 100 : tempo) * (1 + 0.08 * easing);
+            const double held = keys[(beat + 1) % 16] == 0 ? 1.9 : 0.9;
+            if (const int key = keys[beat % 16]) {
+                melody.push_back({at + jitter(random), at + length * held, key});
+                lengths.push_back(score::TicksPerQuarter);
+            } else {
+                lengths.back() += score::TicksPerQuarter;
+            }
+            at += length;
+        }
+        const score::Rhythm rhythm = score::FindRhythm(melody);
+        for (std::size_t i = 0; i + 1 < lengths.size(); ++i)
+            EXPECT_EQ(rhythm.Onsets[i + 1] - rhythm.Onsets[i], lengths[i]) << tempo << " " << i;
+        ASSERT_EQ(rhythm.Tempos.size(), tempo == 100 ? 1u : 2u) << tempo;
+        if (tempo == 100) continue;
+        EXPECT_NEAR(rhythm.Tempos[0].QuartersPerMinute, 100, 3);
+        EXPECT_NEAR(rhythm.Tempos[1].QuartersPerMinute, tempo, 3);
+        EXPECT_EQ(rhythm.Tempos[1].Bar * rhythm.Meter().BarTicks(), 48 * score::TicksPerQuarter);
+    }
+}
+
 // Long and short eighths are a feel: they are written straight, and not as triplets. A jig's
 // quarter and eighth are no swing.
 TEST(Score, DistinguishesSwingFromTripletsAndJigs) {
