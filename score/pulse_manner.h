@@ -5,7 +5,7 @@
 // logarithms of probabilities.
 #pragma once
 
-#include "score/beat_tracker.h"
+#include "score/pulse.h"
 
 #include <array>
 
