@@ -15,6 +15,8 @@ import unittest
 
 import zormidi
 
+from .hearing_test import hear
+
 MELODY = "examples/melody.flac"
 
 
@@ -23,9 +25,9 @@ def run(*command):
 
 
 def zorhost(*options):
-    """A line for each note, and one for all."""
-    lines = run(os.environ["ZORHOST"], "transcribe", "--json", *options).decode().splitlines()
-    return [line for line in lines if line.startswith("{")]
+    """The lines of the notes, and all that is printed."""
+    printed = run(os.environ["ZORHOST"], "transcribe", "--json", *options).decode()
+    return re.findall('{"kind":"note".*', printed), printed
 
 
 def as_lines(notes):
@@ -42,35 +44,28 @@ def setUpModule():
 class Hearing(unittest.TestCase):
     def test_notes_files_and_tuning_are_those_of_zorhost(self):
         notes = zormidi.transcribe("song.wav")
-        *expected, summary, _ = zorhost("song.wav", "-o", "z.mid", "--score", "z.musicxml", "--meter", "3/4", "--tempo", "96")
+        expected, printed = zorhost("song.wav", "-o", "z.mid", "--score", "z.musicxml", "--meter", "3/4", "--tempo", "96")
         self.assertEqual(as_lines(notes), expected)
-        self.assertIn(f'"notes":30,"seconds":18.691,"complete":true,"a4":{440 * 2 ** (notes.tuning / 1200):.3f}', summary)
+        self.assertIn(f'"notes":30,"seconds":18.691,"complete":true,"a4":{440 * 2 ** (notes.tuning / 1200):.3f}', printed)
         self.assertEqual(notes.midi(tempo=96), pathlib.Path("z.mid").read_bytes())
         self.assertEqual(notes.musicxml(title="song", meter="3/4", tempo=96), pathlib.Path("z.musicxml").read_text())
         copy = pickle.loads(pickle.dumps(notes))
         self.assertEqual((copy, copy.tuning), (notes, notes.tuning))
 
     def test_a_live_listener_hears_what_listen_hears(self):
-        data = run("sox", MELODY, "-t", "s16", "-")
-        heard = []
-        with zormidi.Listener(22050) as listener:
-            for at in range(0, len(data), 2 * 777):
-                listener.feed(data[at:at + 2 * 777])
-                heard += listener.notes()
-            listener.finish()
-            heard += listener.notes()
-        self.assertEqual(as_lines(note for note in heard if not note.open), zorhost(MELODY, "--as-listen")[:-1])
+        heard, _, _ = hear(array.array("h", run("sox", MELODY, "-t", "s16", "-")), 22050, block=777)
+        self.assertEqual(as_lines(note for note in heard if not note.open), zorhost(MELODY, "--as-listen")[0])
         self.assertEqual(sum(note.open for note in heard), 30)
 
     def test_wav_files_of_every_kind_and_arrays_give_one_note(self):
         for kind in ("-b 8", "-b 24", "-b 32", "-b 32 -e floating-point", "-b 64 -e floating-point", "-b 16 -c 2"):
             run("sox", "-n", "-r", "44100", *kind.split(), "tone.wav", "synth", "1", "sine", "440", "vol", "0.5")
             self.assertEqual([note.key for note in zormidi.transcribe("tone.wav")], [69], kind)
-        samples = list(array.array("h", run("sox", "tone.wav", "-t", "s16", "-c", "1", "-")))
-        sounds = [[each / 32768 for each in samples]]
+        tone = run("sox", "tone.wav", "-t", "s16", "-c", "1", "-")
+        sounds = [tone, [each / 32768 for each in array.array("h", tone)]]
         with contextlib.suppress(ImportError):
             import numpy
-            sounds.append(numpy.array([samples, samples], "int16").T)
+            sounds.append(numpy.array([sounds[1], sounds[1]]).T)
         for sound in sounds:
             self.assertEqual([note.key for note in zormidi.transcribe(sound, 44100)], [69])
 
