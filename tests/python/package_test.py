@@ -53,9 +53,8 @@ class Hearing(unittest.TestCase):
         self.assertEqual((copy, copy.tuning), (notes, notes.tuning))
 
     def test_a_live_listener_hears_what_listen_hears(self):
-        heard, _, _ = hear(array.array("h", run("sox", MELODY, "-t", "s16", "-")), 22050, block=777)
+        _, heard, _, _ = hear(array.array("h", run("sox", MELODY, "-t", "s16", "-")), 22050, block=777)
         self.assertEqual(as_lines(note for note in heard if not note.open), zorhost(MELODY, "--as-listen")[0])
-        self.assertEqual(sum(note.open for note in heard), 30)
 
     def test_wav_files_of_every_kind_and_arrays_give_one_note(self):
         for kind in ("-b 8", "-b 24", "-b 32", "-b 32 -e floating-point", "-b 64 -e floating-point", "-b 16 -c 2"):
@@ -79,27 +78,21 @@ class Hearing(unittest.TestCase):
                 ("text.wav", zormidi.transcribe, "text.wav"),
                 ("rate", zormidi.transcribe, [0.0]),
                 ("type", zormidi.transcribe, array.array("i", [1]), 44100),
-                ("8000", zormidi.Listener, 100),
-                ("rate", zormidi.Listener, 2**32 + 44100),
+                ("from 8000", zormidi.Listener, 2**32 + 44100),
                 ("channels", zormidi.Listener(44100, 2).feed, b"123"),
                 ("not open", closed.feed, b"12"),
                 ("no note", zormidi.Notes().midi),
                 ("tempo", zormidi.Notes([good]).midi, None, math.nan)):
             self.assertRaisesRegex(zormidi.ZorMidiError, reason, call, *arguments)
-        with self.assertRaisesRegex(zormidi.ZorMidiError, "meter"):
-            zormidi.Notes([good]).musicxml(meter="7/5")
+        self.assertRaisesRegex(zormidi.ZorMidiError, "meter", zormidi.Notes([good]).musicxml, meter="7/5")
         for change in ({"key": 128}, {"key": -1}, {"onset": math.nan}, {"end": 1e300}):
             notes = zormidi.Notes([dataclasses.replace(good, **change)])
             for write in (notes.midi, notes.musicxml):
                 self.assertRaisesRegex(zormidi.ZorMidiError, "A note's", write)
-
-    def test_many_recordings_of_which_some_cannot_be_read(self):
-        run("sox", "-n", "-b", "16", "silent.wav", "trim", "0", "1")
-        pathlib.Path("no.wav").write_text("no sound")
         pathlib.Path("cut.wav").write_bytes(pathlib.Path("song.wav").read_bytes()[:-2])
-        song, no, silent, cut = zormidi.transcribe_many(["song.wav", "no.wav", "silent.wav", "cut.wav"], processes=2)
-        self.assertEqual((len(song), len(silent)), (30, 0))
-        self.assertIn("no.wav", no.reason)
+        song, text, cut = zormidi.transcribe_many(["song.wav", "text.wav", "cut.wav"], processes=2)
+        self.assertEqual(len(song), 30)
+        self.assertIn("text.wav", text.reason)
         self.assertIn("cut off", cut.reason)
 
 
@@ -119,13 +112,12 @@ class Midi(unittest.TestCase):
             self.assertRaisesRegex(zormidi.SessionError, "no MIDI message", session.send, 0x90, 128)
             self.assertRaisesRegex(zormidi.SessionError, "ms is not", session.schedule, zormidi.Message(2**32, 0x90, 60))
         self.assertRaisesRegex(zormidi.SessionError, "Loopback", zormidi.Session(outputs=["no such device"]).__enter__)
-        with zormidi.Session(outputs=["Loopback"]) as session:
-            session.send(0x90, 60, 1)
+        zormidi.Session(outputs=["Loopback"]).__enter__().close()
 
 
 class Documents(unittest.TestCase):
     def test_their_examples_run(self):
-        for document in os.environ["DOCUMENTS"].split():
+        for document in ("README.md", "docs/python.md"):
             blocks = re.findall(r"```python\n(.*?)```", pathlib.Path(document).read_text(), re.S)
             self.assertTrue(blocks, document)
             for block in blocks:

@@ -2,16 +2,22 @@
 // SPDX-License-Identifier: MIT
 
 #include "tests/support/allocations.h"
+#include "zorhearing/frame_analyser.h"
+#include "zorhearing/resampler.h"
 #include "zorhearing/zorhearing.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
 
 namespace {
+
+using namespace zorhearing;
 
 // Damaged samples, then for 3.2 s notes of 0.3 s with a pause of 0.1 s after each.
 std::vector<float> Notes(int rate) {
@@ -35,11 +41,12 @@ TEST(Listener, RefusesWrongUse) {
     EXPECT_EQ(ZorHearFeed(take, nullptr, 1), ZOR_HEAR_BAD_VALUE);
     EXPECT_EQ(ZorHearFeed(take, &sample, -1), ZOR_HEAR_BAD_VALUE);
     EXPECT_EQ(ZorHearSetTuning(take, NAN), ZOR_HEAR_BAD_VALUE);
+    EXPECT_EQ(ZorHearFeed(take, &sample, 1), 0);
+    EXPECT_EQ(ZorHearSetTuning(take, 0), ZOR_HEAR_WRONG_TIME);
     EXPECT_EQ(ZorHearNextNote(take, nullptr), ZOR_HEAR_BAD_VALUE);
     EXPECT_EQ(ZorHearNextNote(take, &note), ZOR_HEAR_WRONG_TIME);
     EXPECT_EQ(ZorHearFinish(take), 0);
     EXPECT_EQ(ZorHearFeed(take, &sample, 1), ZOR_HEAR_WRONG_TIME);
-    EXPECT_STRNE(ZorHearError(), "");
     EXPECT_EQ(ZorHearClose(take), 0);
     const ZorListener next = ZorHearOpen(44100, 1, ZOR_HEAR_FLOAT32, ZOR_HEAR_LIVE);
     for (const ZorListener none :
@@ -47,9 +54,6 @@ TEST(Listener, RefusesWrongUse) {
         EXPECT_EQ(ZorHearFeed(none, &sample, 1), ZOR_HEAR_NO_LISTENER);
         EXPECT_EQ(ZorHearClose(none), ZOR_HEAR_NO_LISTENER);
     }
-    EXPECT_EQ(ZorHearSetTuning(next, 40), 0);
-    EXPECT_EQ(ZorHearFeed(next, &sample, 1), 0);
-    EXPECT_EQ(ZorHearSetTuning(next, 0), ZOR_HEAR_WRONG_TIME);
     EXPECT_EQ(ZorHearClose(next), 0);
 }
 
@@ -87,16 +91,15 @@ TEST(Listener, LiveFeedingDoesNotAllocate) {
         int notes = 0, frames = 0;
         ZorHearNote note;
         ZorHearFrame frame;
-        EXPECT_EQ(Allocations([&] {
-                      for (int i = 0; i < 190; ++i) {
-                          ZorHearFeed(listener, sound.data(), rate * 16 / 5);
-                          while (i % 60 < 30 && ZorHearNextNote(listener, &note) == 1) ++notes;
-                      }
-                      for (int i = 0; i < 1000; ++i) ZorHearFeed(listener, sound.data(), rate / 4);
-                      ZorHearFinish(listener);
-                      while (ZorHearNextFrame(listener, &frame) == 1) ++frames;
-                  }),
-                  0);
+        WatchAllocations();
+        for (int i = 0; i < 190; ++i) {
+            ZorHearFeed(listener, sound.data(), rate * 16 / 5);
+            while (i % 60 < 30 && ZorHearNextNote(listener, &note) == 1) ++notes;
+        }
+        for (int i = 0; i < 1000; ++i) ZorHearFeed(listener, sound.data(), rate / 4);
+        ZorHearFinish(listener);
+        while (ZorHearNextFrame(listener, &frame) == 1) ++frames;
+        EXPECT_EQ(StopWatching(), 0);
         EXPECT_GT(notes, 1000);
         EXPECT_EQ(frames, 1024);
         ZorHearClose(listener);
@@ -107,20 +110,48 @@ TEST(Listener, LiveFeedingDoesNotAllocate) {
 // A target that is too small by one byte stays as it is. The texts themselves are compared with
 // zorhost's by the tests of the Python package, which calls the same functions.
 TEST(Writers, LeaveATooSmallTargetAlone) {
-    const std::vector<ZorHearNote> notes(3, {1, 2, 60, 0, 1, 60, 64, 0, 0});
-    std::string text(1, 'x');
-    const std::int64_t length = ZorHearMusicXml(notes.data(), 3, nullptr, nullptr, 0);
-    text.resize(length + 1, 'x');
-    const std::string untouched = text;
-    EXPECT_EQ(ZorHearMusicXml(notes.data(), 3, nullptr, text.data(), text.size() - 1), length);
-    EXPECT_EQ(text, untouched);
-    EXPECT_EQ(ZorHearMusicXml(notes.data(), 3, nullptr, text.data(), text.size()), length);
-    EXPECT_EQ(text.substr(text.size() - 2), std::string("\n\0", 2));
-    std::vector<std::uint8_t> bytes(ZorHearMidiFile(notes.data(), 3, 96, nullptr, 0), 'x');
-    ZorHearMidiFile(notes.data(), 3, 96, bytes.data(), bytes.size() - 1);
+    const ZorHearNote note = {1, 2, 60, 0, 1, 60, 64, 0, 0};
+    std::string text(20000, 'x');
+    const std::int64_t length = ZorHearMusicXml(&note, 1, nullptr, nullptr, 0);
+    EXPECT_EQ(ZorHearMusicXml(&note, 1, nullptr, text.data(), length), length);
+    EXPECT_EQ(text, std::string(20000, 'x'));
+    EXPECT_EQ(ZorHearMusicXml(&note, 1, nullptr, text.data(), length + 1), length);
+    EXPECT_EQ(text.substr(length - 1, 3), std::string("\n\0x", 3));
+    std::vector<std::uint8_t> bytes(ZorHearMidiFile(&note, 1, 96, nullptr, 0), 'x');
+    ZorHearMidiFile(&note, 1, 96, bytes.data(), bytes.size() - 1);
     EXPECT_EQ(bytes[0], 'x');
-    ZorHearMidiFile(notes.data(), 3, 96, bytes.data(), bytes.size());
+    ZorHearMidiFile(&note, 1, 96, bytes.data(), bytes.size());
     EXPECT_EQ(bytes[0], 'M');
+}
+
+std::vector<float> Resample(std::unique_ptr<Resampler> resampler, std::span<const float> sound) {
+    std::vector<float> result;
+    for (std::size_t i = 0; i < sound.size(); i += 1000)
+        std::ranges::copy(resampler->Feed(sound.subspan(i, 1000)), std::back_inserter(result));
+    std::ranges::copy(resampler->Finish(), std::back_inserter(result));
+    return result;
+}
+
+// Tones up to 0.7 of the lower Nyquist frequency pass as through soxr; those above it are gone.
+TEST(SincResampler, IsAsGoodAsSoxr) {
+    for (const int rate : {8000, 16000, 32000, 44100, 44101, 48000, 96000, 192000})
+        for (const double share : {0.005, 0.1, 0.3, 0.5, 0.7, 1.2, 1.9}) {
+            const double frequency = share * std::min(rate, AnalysisRate) / 2;
+            if (frequency > rate / 2.0) continue;
+            std::vector<float> tone(96000); // begins and ends slowly
+            for (std::size_t i = 0; i < tone.size(); ++i)
+                tone[i] = static_cast<float>(std::sin(2 * M_PI * frequency * i / rate) *
+                                             std::min({1.0, i / 24000.0, 4 - i / 24000.0}));
+            const auto own = Resample(std::make_unique<SincResampler>(rate), tone);
+            auto expected = Resample(MakeResampler(rate), tone);
+            EXPECT_NEAR(own.size(), expected.size(), 1);
+            expected.resize(own.size());
+            float difference = 0;
+            for (std::size_t i = 0; i < own.size(); ++i)
+                difference =
+                    std::max(difference, std::fabs(own[i] - (share < 1 ? expected[i] : 0)));
+            EXPECT_LT(difference, 1e-4) << rate << " Hz, tone of " << frequency;
+        }
 }
 
 } // namespace
