@@ -154,7 +154,7 @@ async function finish(finished: Finished): Promise<void> {
     roll.showAll(notes, seconds, frames);
     enter('idle');
     if (finished.lost > 0)
-        showProblem(`The computer was too busy: ${(finished.lost / finished.rate).toFixed(2)} s of the sound were lost.`);
+        showProblem(`The computer was too busy: ${finished.lost.toFixed(2)} s of the sound were lost.`);
     if (notes.length === 0) return show('No note was found in this sound.');
     const lasting = `${counted(notes.length, 'note')} in ${seconds.toFixed(1)} s of sound`;
     element('summary').textContent = lasting;

@@ -65,13 +65,8 @@ function rateOf(file: ArrayBuffer): number {
     return rate >= 8000 && rate <= 96000 ? rate : 48000;
 }
 
-export interface Sound {
-    rate: number; // Hz
-    channels: Float32Array[];
-}
-
-// Reads a sound file at its own rate. Throws Problem.
-export async function decode(file: File): Promise<Sound> {
+// Reads a sound file at its own rate in Hz. Throws Problem.
+export async function decode(file: File): Promise<{ rate: number; channels: Float32Array[] }> {
     const bytes = await file.arrayBuffer();
     const rate = rateOf(bytes);
     const buffer = await new OfflineAudioContext(1, 1, rate).decodeAudioData(bytes).catch(() => {

@@ -64,7 +64,7 @@ function endListening(): void {
     report(sound);
     sound.listener.close();
     const { notes, lost, rate, next, first } = sound;
-    void finish({ frames: [], notes, lost, rate, seconds: (next - first) / rate }, 'Melody');
+    void finish({ frames: [], notes, lost: lost / rate, seconds: (next - first) / rate }, 'Melody');
 }
 
 function analyse(rate: number, channels: Float32Array[], title: string): void {
@@ -74,7 +74,7 @@ function analyse(rate: number, channels: Float32Array[], title: string): void {
     const notes = listener.notes();
     const frames = listener.frames();
     listener.close();
-    void finish({ frames, notes, lost: 0, rate, seconds: channels[0].length / rate }, title);
+    void finish({ frames, notes, lost: 0, seconds: channels[0].length / rate }, title);
 }
 
 // An error is sent to the page.

@@ -35,9 +35,8 @@ export interface Finished {
     kind: 'finished';
     frames: Frame[]; // of a file
     notes: Note[];
-    lost: number; // samples that the audio thread has skipped
+    lost: number; // seconds that the audio thread has skipped
     seconds: number; // length of the sound
-    rate: number; // Hz
     musicXml: string; // empty without notes
     midi: Uint8Array;
 }
