@@ -80,7 +80,7 @@ async function sing(page) {
             const { port1, port2 } = new MessageChannel();
             window.blocks = [];
             request.blocks.onmessage = ({ data }) => {
-                window.blocks.push({ ...data, samples: [...data.samples] });
+                window.blocks.push(data);
                 port1.postMessage(data);
             };
             postMessage.call(this, { ...request, blocks: port2 }, [port2]);
@@ -91,7 +91,7 @@ async function sing(page) {
     await page.waitForFunction(() => window.blocks?.length * 512 > 22050 * 20, { timeout: 120_000 });
     await page.keyboard.press('Enter');
     await waitFor(page, '#summary', 'bars');
-    return page.evaluate(() => window.blocks);
+    return page.evaluate(() => window.blocks.map(({ position, samples }) => ({ position, samples: [...samples] })));
 }
 
 test('a melody sung into the page, while the processor is slowed down four times', async (context) => {
@@ -109,7 +109,7 @@ test('a melody sung into the page, while the processor is slowed down four times
         sox(['-t', 'f32', '-r', '22050', '-c', '1', '-', sung], Buffer.from(samples.buffer));
         await compare(page, sung, '--as-listen');
         if (missed === 0 && keysOf(sung) === keysOf(melody)) return;
-        assert.ok(attempt < 3, `${missed} samples missed, and these keys: ${keysOf(sung)}`);
+        assert.ok(attempt < 6, `${missed} samples missed, and these keys: ${keysOf(sung)}`);
         context.diagnostic(`another attempt, since the browser's microphone has stumbled: ${missed} samples missed`);
     }
 });
