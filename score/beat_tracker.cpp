@@ -4,6 +4,7 @@
 #include "score/beat_tracker.h"
 
 #include "score/pulse_manner.h"
+#include "score/tempo_changes.h"
 
 #include <algorithm>
 #include <array>
@@ -49,7 +50,6 @@ struct Hypothesis {
     std::uint8_t Division = 0; // 0 in two, 1 in three
     std::int32_t Source = -1;  // index among those of the onset before
     std::int32_t Gap = 0;      // ticks since the onset before
-    bool Jump = false;         // the tempo is another one than before
 };
 
 constexpr auto Cheaper = [](const Hypothesis& a, const Hypothesis& b) { return a.Cost < b.Cost; };
@@ -58,7 +58,6 @@ struct Step {
     std::int32_t Source, Gap;
     float Period;
     std::uint8_t Division;
-    bool Jump;
 };
 
 class Tracker {
@@ -179,7 +178,6 @@ double Tracker::TimeOf(int tick, int division) const {
 void Tracker::Move(const Hypothesis& from, std::int32_t source, int division, int gap,
                    double onset) {
     Hypothesis to = from;
-    to.Jump = false;
     const int end = from.Tick + gap;
     const int whole = end / TicksPerPulse;
     const double length =
@@ -228,7 +226,6 @@ void Tracker::AddTempoJumps(double onset) {
     }
     for (Hypothesis other : likeliest) {
         if (other.Cost + TempoJump > Least + PruneMargin) continue;
-        other.Jump = true;
         other.Time = onset;
         other.TimeVariance = Jitter * Jitter;
         other.Covariance = 0;
@@ -279,8 +276,7 @@ void Tracker::Prune(bool limited) {
     std::vector<Step>& steps = Steps.emplace_back();
     steps.reserve(Current.size());
     for (Hypothesis& one : Current) {
-        steps.push_back(
-            {one.Source, one.Gap, static_cast<float>(one.Period), one.Division, one.Jump});
+        steps.push_back({one.Source, one.Gap, static_cast<float>(one.Period), one.Division});
         one.Cost -= least;
     }
     Base += least;
@@ -302,14 +298,12 @@ PulseTrack Tracker::Trace() const {
         track.Ticks[index] = end;
         track.InThree[index] = step.Division == 1;
         track.PulseSeconds[index] = static_cast<double>(step.Period);
-        if (step.Jump) track.TempoJumps.push_back(index);
         end -= step.Gap;
         if (index > 0) at = static_cast<std::size_t>(step.Source);
     }
     const int first = Modulo(track.Ticks[0] + best->Tick, TicksPerPulse);
     const int shift = first - track.Ticks[0];
     track.Cost = Base;
-    std::reverse(track.TempoJumps.begin(), track.TempoJumps.end());
     for (int& tick : track.Ticks) tick += shift;
     return track;
 }
@@ -368,12 +362,12 @@ bool MostlyInThree(const PulseTrack& track, std::size_t begin, std::size_t end) 
 
 // Whether pulses change from two parts to three, or back, with the tempo. Such a change is one of
 // meter in equal eighths.
-bool JumpsChangeDivision(const PulseTrack& track) {
+bool TempoChangesDivision(const PulseTrack& track) {
     std::size_t begin = 0;
-    for (std::size_t n = 0; n < track.TempoJumps.size(); ++n) {
-        const std::size_t at = track.TempoJumps[n];
-        const std::size_t end =
-            n + 1 < track.TempoJumps.size() ? track.TempoJumps[n + 1] : track.Ticks.size();
+    for (std::size_t n = 0; n < track.TempoChanges.size(); ++n) {
+        const bool last = n + 1 == track.TempoChanges.size();
+        const std::size_t at = track.TempoChanges[n];
+        const std::size_t end = last ? track.Ticks.size() : track.TempoChanges[n + 1];
         if (MostlyInThree(track, begin, at) != MostlyInThree(track, at, end)) return true;
         begin = at;
     }
@@ -384,10 +378,14 @@ bool JumpsChangeDivision(const PulseTrack& track) {
 
 PulseTrack TrackPulse(std::span<const double> onsets, const PulseOptions& options) {
     PulseTrack track = TrackOnce(onsets, options);
-    if (!JumpsChangeDivision(track)) return track;
+    track.TempoChanges = FindTempoChanges(track);
+    if (!TempoChangesDivision(track)) return track;
     PulseOptions steady = options;
     steady.TempoJumps = false;
-    return TrackOnce(onsets, steady);
+    track = TrackOnce(onsets, steady);
+    track.TempoChanges = FindTempoChanges(track);
+    if (TempoChangesDivision(track)) track.TempoChanges.clear();
+    return track;
 }
 
 } // namespace score

@@ -19,10 +19,10 @@ struct PulseTrack {
     std::vector<int> Ticks;           // ticks from a pulse; the first one lies below TicksPerPulse
     std::vector<double> PulseSeconds; // duration of a pulse at each onset
     std::vector<bool> InThree;        // whether the pulse of each onset has three parts
-    std::vector<std::size_t> TempoJumps; // onsets where a new tempo begins, ascending
-    double Stretch = 0;                  // of single notes, as a share of their length
-    double OffBeat = 0.5;                // time of a second half, as a share of its pulse
-    double Cost = 0;                     // negative logarithm of its likelihood
+    std::vector<std::size_t> TempoChanges; // onsets where another tempo begins, ascending
+    double Stretch = 0;                    // of single notes, as a share of their length
+    double OffBeat = 0.5;                  // time of a second half, as a share of its pulse
+    double Cost = 0;                       // negative logarithm of its likelihood
 };
 
 struct PulseOptions {

@@ -24,8 +24,6 @@ constexpr double ChordShare = 0.1;         // of the clusters: more chords are a
 constexpr double UsualArticulation = 0.75; // sounding share of a note's written length
 constexpr std::size_t StressAround = 8;    // clusters before and behind
 constexpr int HandDistance = 9;            // semitones from the upper line to the other hand
-constexpr std::size_t ShortestTempo = 12;  // onsets
-constexpr double SameTempo = 0.2;          // as a logarithm
 constexpr std::size_t LongestRest = 4;     // clusters of the other hand while the upper line rests
 
 // Notes that begin together.
@@ -155,71 +153,22 @@ BarLineHints HintsFor(const RhythmHints& hints) {
     return result;
 }
 
-// Finds where the tempo of a piece changes suddenly: at the places that divide it best into parts
-// of one tempo each, behind long notes.
-class TempoFinder {
-public:
-    TempoFinder(const PulseTrack& pulse, std::span<const double> onsets)
-        : Pulse(pulse), Onsets(onsets), Sums(1, 0.0) {
-        for (const double seconds : pulse.PulseSeconds)
-            Sums.push_back(Sums.back() + std::log(seconds));
-    }
-
-    // Adds the first onsets of the parts behind the first one. Time is proportional to the number
-    // of onsets, and to that of parts.
-    void FindBegins(std::size_t begin, std::size_t end) {
-        std::size_t best = 0;
-        double most = 0;
-        for (std::size_t at = begin + ShortestTempo; at + ShortestTempo <= end; ++at) {
-            if (Pulse.Ticks[at] - Pulse.Ticks[at - 1] < TicksPerPulse) continue;
-            const double change = Mean(begin, at) - Mean(at, end);
-            const double share = static_cast<double>((at - begin) * (end - at));
-            if (IsSudden(at) && std::fabs(change) > SameTempo && change * change * share > most) {
-                most = change * change * share;
-                best = at;
-            }
-        }
-        if (best == 0) return;
-        FindBegins(begin, best);
-        Begins.push_back(best);
-        FindBegins(best, end);
-    }
-    // In pulses per minute.
-    double Tempo(std::size_t begin, std::size_t end) const {
-        return (Pulse.Ticks[end - 1] - Pulse.Ticks[begin]) * 60.0 / TicksPerPulse /
-               (Onsets[end - 1] - Onsets[begin]);
-    }
-    std::vector<std::size_t> Begins;
-
-private:
-    double Mean(std::size_t begin, std::size_t end) const {
-        return (Sums[end] - Sums[begin]) / static_cast<double>(end - begin);
-    }
-    bool IsSudden(std::size_t at) const {
-        return std::fabs(Mean(at - ShortestTempo / 2, at) - Mean(at, at + ShortestTempo / 2)) >
-               SameTempo / 2;
-    }
-
-    const PulseTrack& Pulse;
-    std::span<const double> Onsets;
-    std::vector<double> Sums; // of the logarithms of PulseSeconds
-};
-
-// Replaces the tempo of the whole piece by those of its parts, if the tempo changes suddenly.
-void FindTempos(Rhythm& rhythm, const PulseTrack& pulse, std::span<const double> onsets,
-                const std::vector<std::size_t>& clusterOf, double scale) {
-    TempoFinder finder(pulse, onsets);
-    finder.FindBegins(0, onsets.size());
-    if (finder.Begins.empty()) return;
+// Replaces the tempo of the whole piece by those of its parts, if it changes.
+void WriteTempos(Rhythm& rhythm, const PulseTrack& pulse, std::span<const double> onsets,
+                 const std::vector<std::size_t>& clusterOf, double scale) {
+    if (pulse.TempoChanges.empty()) return;
     const std::vector<int> bars = BarsOf(rhythm);
-    rhythm.Tempos = {{0, scale * finder.Tempo(0, finder.Begins.front())}};
-    for (std::size_t n = 0; n < finder.Begins.size(); ++n) {
-        const std::size_t begin = finder.Begins[n];
-        const std::size_t end = n + 1 < finder.Begins.size() ? finder.Begins[n + 1] : onsets.size();
+    std::vector<std::size_t> begins = pulse.TempoChanges;
+    begins.insert(begins.begin(), 0);
+    begins.push_back(onsets.size());
+    rhythm.Tempos.clear();
+    for (std::size_t n = 0; n + 1 < begins.size(); ++n) {
+        const std::size_t begin = begins[n], last = begins[n + 1] - 1;
         const auto note = std::lower_bound(clusterOf.begin(), clusterOf.end(), begin);
-        const int bar = bars[static_cast<std::size_t>(note - clusterOf.begin())];
-        if (bar > rhythm.Tempos.back().Bar)
-            rhythm.Tempos.push_back({bar, scale * finder.Tempo(begin, end)});
+        const int bar = n == 0 ? 0 : bars[static_cast<std::size_t>(note - clusterOf.begin())];
+        const double ticks = pulse.Ticks[last] - pulse.Ticks[begin];
+        const double tempo = ticks * scale * 60 / TicksPerPulse / (onsets[last] - onsets[begin]);
+        if (n == 0 || bar > rhythm.Tempos.back().Bar) rhythm.Tempos.push_back({bar, tempo});
     }
 }
 
@@ -278,7 +227,7 @@ Rhythm FindRhythm(std::span<const HeardNote> notes, const RhythmHints& hints) {
         rhythm.Onsets.push_back(Written(ticks[cluster], lines) + shift);
         rhythm.TickSeconds.push_back(pulse.PulseSeconds[cluster] / TicksPerPulse / scale);
     }
-    FindTempos(rhythm, pulse, onsets, clusterOf, scale);
+    WriteTempos(rhythm, pulse, onsets, clusterOf, scale);
     if (hints.QuartersPerMinute > 0)
         rhythm.Tempos.front().QuartersPerMinute = hints.QuartersPerMinute;
     return rhythm;
