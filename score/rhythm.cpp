@@ -158,17 +158,17 @@ void WriteTempos(Rhythm& rhythm, const PulseTrack& pulse, std::span<const double
                  const std::vector<std::size_t>& clusterOf, double scale) {
     if (pulse.TempoChanges.empty()) return;
     const std::vector<int> bars = BarsOf(rhythm);
-    std::vector<std::size_t> begins = pulse.TempoChanges;
-    begins.insert(begins.begin(), 0);
-    begins.push_back(onsets.size());
     rhythm.Tempos.clear();
-    for (std::size_t n = 0; n + 1 < begins.size(); ++n) {
-        const std::size_t begin = begins[n], last = begins[n + 1] - 1;
+    std::size_t begin = 0;
+    for (std::size_t n = 0; n <= pulse.TempoChanges.size(); ++n) {
+        const bool ends = n == pulse.TempoChanges.size();
+        const std::size_t last = (ends ? onsets.size() : pulse.TempoChanges[n]) - 1;
         const auto note = std::lower_bound(clusterOf.begin(), clusterOf.end(), begin);
         const int bar = n == 0 ? 0 : bars[static_cast<std::size_t>(note - clusterOf.begin())];
         const double ticks = pulse.Ticks[last] - pulse.Ticks[begin];
         const double tempo = ticks * scale * 60 / TicksPerPulse / (onsets[last] - onsets[begin]);
         if (n == 0 || bar > rhythm.Tempos.back().Bar) rhythm.Tempos.push_back({bar, tempo});
+        begin = last + 1;
     }
 }
 
