@@ -12,9 +12,9 @@ namespace {
 
 using Grid = RhythmHints::Grid;
 
-constexpr double ChordSpread =
-    0.05; // seconds from the first to the last key of a chord: notes that
-          // are shorter become one, thirty-seconds above 150 per minute
+// Seconds from the first to the last key of a chord. Shorter notes become one: thirty-seconds above
+// 150 quarters per minute.
+constexpr double ChordSpread = 0.05;
 constexpr double PlayerJitter = 0.025; // seconds, standard deviation of an onset
 constexpr double MaxOnsetCost = 8;     // of an onset that is off the grid
 
