@@ -60,7 +60,7 @@ TEST(Listener, RefusesWrongUse) {
 // Threads that feed blocks of any size and format to the same listener, read and close it meet
 // errors only, and one close succeeds.
 TEST(Listener, ThreadsThatMeetGetErrors) {
-    const std::vector<float> sound = Notes(22050);
+    const std::vector<float> sound = Notes(96000);
     for (int round = 0; round < 30; ++round) {
         const ZorListener listener =
             ZorHearOpen(8000 + 6000 * round, 1 + round % 3, round / 2 % 2, round % 2);
@@ -68,7 +68,8 @@ TEST(Listener, ThreadsThatMeetGetErrors) {
         const auto use = [&] {
             for (int i = 0; i < 20; ++i) {
                 ZorHearNote note;
-                const int fed = ZorHearFeed(listener, sound.data(), 1 + i * round * 40);
+                const int frames = i == 5 ? 100'000 : 1 + i * round * 40;
+                const int fed = ZorHearFeed(listener, sound.data(), frames);
                 others += fed != 0 && fed != ZOR_HEAR_BUSY && fed != ZOR_HEAR_NO_LISTENER;
                 others += ZorHearNextNote(listener, &note) == ZOR_HEAR_NO_MEMORY;
                 closed += i == 10 && ZorHearClose(listener) == 0;
