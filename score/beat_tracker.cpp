@@ -350,6 +350,7 @@ PulseTrack TrackOnce(std::span<const double> onsets, const PulseOptions& options
         attempt(options, 0);
     }
     if (manner.OffBeat != 0.5) Straighten(best);
+    best.TempoChanges = FindTempoChanges(best);
     return best;
 }
 
@@ -378,12 +379,10 @@ bool TempoChangesDivision(const PulseTrack& track) {
 
 PulseTrack TrackPulse(std::span<const double> onsets, const PulseOptions& options) {
     PulseTrack track = TrackOnce(onsets, options);
-    track.TempoChanges = FindTempoChanges(track);
     if (!TempoChangesDivision(track)) return track;
     PulseOptions steady = options;
     steady.TempoJumps = false;
     track = TrackOnce(onsets, steady);
-    track.TempoChanges = FindTempoChanges(track);
     if (TempoChangesDivision(track)) track.TempoChanges.clear();
     return track;
 }

@@ -42,7 +42,8 @@ std::span<const std::size_t> Between(std::span<const std::size_t> numbers, std::
                                      std::size_t last) {
     const auto begin = std::lower_bound(numbers.begin(), numbers.end(), first);
     const auto end = std::upper_bound(begin, numbers.end(), last);
-    return numbers.subspan(std::size_t(begin - numbers.begin()), std::size_t(end - begin));
+    return numbers.subspan(static_cast<std::size_t>(begin - numbers.begin()),
+                           static_cast<std::size_t>(end - begin));
 }
 
 class SectionFinder {
@@ -95,8 +96,8 @@ private:
         const auto& all = Hints.Stresses;
         const auto first = std::lower_bound(all.begin(), all.end(), notes.front().Tick, before);
         const auto last = std::lower_bound(first, all.end(), notes.back().Tick + 1, before);
-        const auto stresses =
-            std::span(all).subspan(std::size_t(first - all.begin()), std::size_t(last - first));
+        const auto stresses = std::span(all).subspan(static_cast<std::size_t>(first - all.begin()),
+                                                     static_cast<std::size_t>(last - first));
         const MeasuredPiece piece(notes);
         std::vector<double> scores;
         for (const BarLines& lines : Candidates)
