@@ -9,9 +9,6 @@ namespace score {
 
 namespace {
 
-// Values without a dot, the longest first.
-constexpr int Types[] = {WholeTicks,  HalfTicks,      TicksPerQuarter,
-                         EighthTicks, SixteenthTicks, ThirtySecondTicks};
 constexpr int Duplet = 3 * SixteenthTicks; // half of a dotted quarter
 
 // What sounds in a voice from one tick of a bar to another.
@@ -29,9 +26,9 @@ struct Tuplet {
 
 // Whether one symbol shows a length. The shortest value has no dot, and neither has a whole note.
 bool IsWritable(int length) {
-    return std::any_of(std::begin(Types), std::end(Types), [&](int type) {
-        const bool dots = type != WholeTicks && type != ShortestTicks;
-        return length == type || (dots && length == type * 3 / 2);
+    return std::any_of(std::begin(NoteTypes), std::end(NoteTypes), [&](const NoteType& type) {
+        const bool dots = type.Ticks != WholeTicks && type.Ticks != ShortestTicks;
+        return length == type.Ticks || (dots && length == type.Ticks * 3 / 2);
     });
 }
 
@@ -63,8 +60,8 @@ bool IsReadable(int position, int length, const TimeSignature& meter, bool rest)
 }
 
 NoteValue ValueOf(int length) {
-    for (const int type : Types)
-        if (length >= type) return {type, length == type * 3 / 2, 1, 1};
+    for (const NoteType& type : NoteTypes)
+        if (length >= type.Ticks) return {type.Ticks, length == type.Ticks * 3 / 2, 1, 1};
     return {};
 }
 

@@ -23,6 +23,15 @@ constexpr int TripletTicks = TicksPerQuarter / 3; // of an eighth of a triplet
 static_assert(TripletTicks % ShortestTicks != 0 && TripletTicks * 3 == TicksPerQuarter);
 static_assert(WholeTicks % ShortestTicks == 0 && ShortestTicks > 1);
 
+// The values of notes and rests without a dot, the longest first. Name: in MusicXML.
+struct NoteType {
+    int Ticks;
+    const char* Name;
+};
+constexpr NoteType NoteTypes[] = {
+    {WholeTicks, "whole"},   {HalfTicks, "half"},      {TicksPerQuarter, "quarter"},
+    {EighthTicks, "eighth"}, {SixteenthTicks, "16th"}, {ThirtySecondTicks, "32nd"}};
+
 // The remainder from 0 to divisor - 1, for negative numbers too. divisor: above 0.
 constexpr int Modulo(int number, int divisor) { return ((number % divisor) + divisor) % divisor; }
 

@@ -57,21 +57,10 @@ constexpr char XmlHeader[] =
     "<!DOCTYPE score-partwise PUBLIC \"-//Recordare//DTD MusicXML 3.1 Partwise//EN\" "
     "\"http://www.musicxml.org/dtds/partwise.dtd\">\n";
 
-const char* TypeOf(const NoteValue& value) {
-    switch (value.Type) {
-    case ThirtySecondTicks:
-        return "32nd";
-    case SixteenthTicks:
-        return "16th";
-    case EighthTicks:
-        return "eighth";
-    case TicksPerQuarter:
-        return "quarter";
-    case HalfTicks:
-        return "half";
-    default:
-        return "whole";
-    }
+const char* NameOf(const NoteValue& value) {
+    return std::find_if(std::begin(NoteTypes), std::end(NoteTypes),
+                        [&](const NoteType& type) { return type.Ticks == value.Type; })
+        ->Name;
 }
 
 // Number of beams or flags.
@@ -292,7 +281,7 @@ void Writer::WriteNote(const Bar& bar, Place place, std::size_t note) {
     if (!rest && symbol.TieStop) Document.Empty("tie type=\"stop\"");
     if (!rest && symbol.TieStart) Document.Empty("tie type=\"start\"");
     Document.Add("voice", static_cast<int>(place.Voice) + 1);
-    if (!wholeBar) Document.Add("type", TypeOf(symbol.Value));
+    if (!wholeBar) Document.Add("type", NameOf(symbol.Value));
     if (!wholeBar && symbol.Value.Dotted) Document.Empty("dot");
     if (!rest && !symbol.TieStop && Printed.contains({place.Voice, index}))
         Document.Add("accidental", AccidentalOf(Pitch(index).Alteration));
