@@ -77,7 +77,7 @@ TEST(Score, ReadsLikeTheTune) {
         for (const score::Bar& bar : score.Bars)
             for (const score::Symbol& symbol : bar.Voices.front())
                 for (const int note : symbol.Notes)
-                    found[static_cast<std::size_t>(note)] += symbol.Length / 6;
+                    found[static_cast<std::size_t>(note)] += symbol.Length / score::SixteenthTicks;
         EXPECT_EQ(found, wanted) << text;
     }
 }
