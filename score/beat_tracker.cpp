@@ -10,6 +10,7 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <utility>
 
 namespace score {
 
@@ -36,6 +37,11 @@ constexpr double TempoJump = 8;        // cost of a sudden change of tempo
 constexpr double LeastTempoJump = .15; // as a logarithm, as the next two
 constexpr double MostTempoJump = .3;
 constexpr double TempoJumpWidth = .35;     // standard deviation
+constexpr double RitardandoCost = 5;       // of its beginning
+constexpr double ReturnCost = 2;           // of its end, where the tempo before returns
+constexpr double Slowing = 0.12;           // relative, per pulse of a ritardando
+constexpr double SlowingWidth = 0.07;      // standard deviation of that
+constexpr double MostSlowing = 2.3;        // times the pulse before
 constexpr std::size_t MannerOnsets = 1000; // from which stretch and swing are found
 constexpr int Rounds = 2;
 constexpr std::size_t FreeOnsets = 6; // first onsets without that limit
@@ -46,6 +52,7 @@ struct Hypothesis {
     double Time = 0;   // seconds: the onset without its jitter
     double Period = 0; // seconds of a pulse
     double TimeVariance = 0, Covariance = 0, PeriodVariance = 0;
+    double SteadyPeriod = 0; // in a ritardando: Period before it; 0 elsewhere
     std::uint8_t Tick = 0;
     std::uint8_t Division = 0; // 0 in two, 1 in three
     std::int32_t Source = -1;  // index among those of the onset before
@@ -75,6 +82,8 @@ private:
     double SilenceBetween(const Hypothesis& from, int division, int gap) const;
     void Offer(const Hypothesis& hypothesis);
     void AddTempoJumps(double onset);
+    void AddReturns(double onset);
+    static std::size_t SlotOf(const Hypothesis& hypothesis);
     void Prune(bool limited);
 
     std::span<const double> Onsets;
@@ -82,7 +91,7 @@ private:
     const PulseManner& Style;
     const PulseDivision (&Divisions)[2];
     std::vector<Hypothesis> Current, Next;
-    std::vector<std::int32_t> Slots; // for each tempo, tick and division the index in Next
+    std::vector<std::int32_t> Slots; // indices in Next
     std::vector<std::vector<Step>> Steps;
     double Least = INFINITY; // cost of the best one in Next
     double Base = 0;         // what has been subtracted from all costs
@@ -99,7 +108,7 @@ std::size_t TempoSlot(double period) {
 Tracker::Tracker(std::span<const double> onsets, const PulseOptions& options,
                  const PulseManner& manner)
     : Onsets(onsets), Options(options), Style(manner), Divisions(manner.Divisions),
-      Slots((TempoSlot(LongestPeriod) + 1) * TicksPerPulse * 2, -1) {
+      Slots((TempoSlot(LongestPeriod) + 1) * TicksPerPulse * 4, -1) {
     AddFirst();
     for (std::size_t index = 1; index < onsets.size(); ++index) AddOnset(index);
 }
@@ -131,12 +140,17 @@ void Tracker::AddFirst() {
 void Tracker::AddOnset(std::size_t index) {
     for (std::size_t i = 0; i < Current.size(); ++i)
         Extend(static_cast<std::int32_t>(i), Onsets[index]);
+    AddReturns(Onsets[index]);
     if (Options.TempoJumps) AddTempoJumps(Onsets[index]);
     Prune(index >= FreeOnsets);
 }
 
 void Tracker::Extend(std::int32_t source, double onset) {
     const Hypothesis& from = Current[static_cast<std::size_t>(source)];
+    Hypothesis slowing = from;
+    slowing.SteadyPeriod = from.Period;
+    slowing.Cost += RitardandoCost;
+    const bool maySlow = from.SteadyPeriod == 0 && slowing.Cost <= Least + PruneMargin;
     const double pulses = std::min((onset - from.Time) / from.Period, LongestGap);
     const double gap = pulses * TicksPerPulse;
     const double width = (7.0 / 24 + 0.15 * std::clamp(pulses, 0.0, 4.0)) * TicksPerPulse;
@@ -146,9 +160,11 @@ void Tracker::Extend(std::int32_t source, double onset) {
         for (int to = first; to <= last; ++to) {
             const int end = from.Tick + to;
             if (division != from.Division && end < TicksPerPulse) continue;
-            if (Divisions[division].OnsetCost[static_cast<std::size_t>(end % TicksPerPulse)] <
+            if (Divisions[division].OnsetCost[static_cast<std::size_t>(end % TicksPerPulse)] ==
                 INFINITY)
-                Move(from, source, division, to, onset);
+                continue;
+            Move(from, source, division, to, onset);
+            if (maySlow) Move(slowing, source, division, to, onset);
         }
     }
 }
@@ -183,8 +199,12 @@ void Tracker::Move(const Hypothesis& from, std::int32_t source, int division, in
     const double length =
         whole + TimeOf(end % TicksPerPulse, division) - TimeOf(from.Tick, from.Division);
     const double counted = std::min(length, 4.0);
-    const double expected = from.Time + length * from.Period;
-    to.PeriodVariance += std::pow(TempoDrift * from.Period, 2) * counted;
+    const bool slows = from.SteadyPeriod > 0;
+    if (slows && from.Period > MostSlowing * from.SteadyPeriod) return;
+    const double slowed = slows ? Slowing * counted : 0;
+    const double expected = from.Time + length * from.Period * (1 + slowed / 2);
+    to.Period *= 1 + slowed;
+    to.PeriodVariance += std::pow((slows ? SlowingWidth : TempoDrift) * from.Period, 2) * counted;
     to.TimeVariance += 2 * counted * from.Covariance + counted * counted * to.PeriodVariance +
                        std::pow(Style.LocalStretch * counted * from.Period, 2);
     to.Covariance += counted * to.PeriodVariance;
@@ -209,7 +229,7 @@ void Tracker::Move(const Hypothesis& from, std::int32_t source, int division, in
         const double gain = to.TimeVariance / innovation;
         const double tempoGain = to.Covariance / innovation;
         to.Time = expected + gain * off;
-        to.Period = std::clamp(from.Period + tempoGain * off, ShortestPeriod, LongestPeriod);
+        to.Period = std::clamp(to.Period + tempoGain * off, ShortestPeriod, LongestPeriod);
         to.PeriodVariance -= tempoGain * to.Covariance;
         to.Covariance *= 1 - gain;
         to.TimeVariance *= 1 - gain;
@@ -222,7 +242,8 @@ void Tracker::AddTempoJumps(double onset) {
     std::array<Hypothesis, TicksPerPulse * 2> likeliest{};
     for (const Hypothesis& one : Next) {
         Hypothesis& best = likeliest[static_cast<std::size_t>(one.Tick * 2 + one.Division)];
-        if (one.Gap >= TicksPerPulse && one.Cost < best.Cost) best = one;
+        const bool isLong = one.SteadyPeriod == 0 && one.Gap >= TicksPerPulse;
+        if (isLong && one.Cost < best.Cost) best = one;
     }
     for (Hypothesis other : likeliest) {
         if (other.Cost + TempoJump > Least + PruneMargin) continue;
@@ -244,12 +265,32 @@ void Tracker::AddTempoJumps(double onset) {
     }
 }
 
+// Lets each ritardando end here, and the tempo before it return.
+void Tracker::AddReturns(double onset) {
+    for (std::size_t i = 0, count = Next.size(); i < count; ++i) {
+        Hypothesis one = Next[i];
+        if (one.SteadyPeriod == 0) continue;
+        one.Cost += ReturnCost;
+        if (one.Cost > Least + PruneMargin) continue;
+        one.Time = onset;
+        one.Period = std::exchange(one.SteadyPeriod, 0);
+        one.TimeVariance = Jitter * Jitter;
+        one.Covariance = 0;
+        one.PeriodVariance = std::pow(FirstTempoWidth * one.Period, 2);
+        Offer(one);
+    }
+}
+
+// Hypotheses share a slot if tempo, tick and division are the same, and both or none slow down.
+std::size_t Tracker::SlotOf(const Hypothesis& hypothesis) {
+    const std::size_t place = TempoSlot(hypothesis.Period) * TicksPerPulse + hypothesis.Tick;
+    return (place * 2 + hypothesis.Division) * 2 + (hypothesis.SteadyPeriod > 0 ? 1 : 0);
+}
+
 // Keeps the cheapest hypothesis of each slot.
 void Tracker::Offer(const Hypothesis& hypothesis) {
     if (hypothesis.Cost == INFINITY) return;
-    std::int32_t& slot =
-        Slots[(TempoSlot(hypothesis.Period) * TicksPerPulse + hypothesis.Tick) * 2 +
-              hypothesis.Division];
+    std::int32_t& slot = Slots[SlotOf(hypothesis)];
     if (slot < 0) {
         slot = static_cast<std::int32_t>(Next.size());
         Next.push_back(hypothesis);
@@ -261,8 +302,7 @@ void Tracker::Offer(const Hypothesis& hypothesis) {
 
 // Makes the best ones of Next the current ones. Costs are kept relative to the least.
 void Tracker::Prune(bool limited) {
-    for (const Hypothesis& one : Next)
-        Slots[(TempoSlot(one.Period) * TicksPerPulse + one.Tick) * 2 + one.Division] = -1;
+    for (const Hypothesis& one : Next) Slots[SlotOf(one)] = -1;
     Current.clear();
     double least = INFINITY;
     for (const Hypothesis& one : Next) least = std::min(least, one.Cost);
