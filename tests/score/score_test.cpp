@@ -203,8 +203,8 @@ TEST(Score, ChangesTheMeterWithTheMusic) {
     EXPECT_EQ(meters[1].Meter, (score::TimeSignature{3, 4}));
 }
 
-// A dance, and its second part suddenly slower or quicker. A tempo that eases at the end of each
-// part and comes back is the same one.
+// A dance, and its second part suddenly slower or quicker. A tempo that slows down at the end of
+// each part and comes back is the same one.
 TEST(Score, ChangesTheTempoWithTheMusic) {
     constexpr int keys[] = {60, 67, 64, 67, 65, 69, 67, 0, 62, 65, 64, 62, 60, 64, 67, 0};
     for (const double tempo : {100.0, 73.0, 134.0}) {
@@ -214,8 +214,8 @@ TEST(Score, ChangesTheTempoWithTheMusic) {
         std::vector<int> lengths; // to the next note
         double at = 1;
         for (int beat = 0; beat < 96; ++beat) {
-            const int easing = tempo == 100 ? std::max(0, beat % 48 - 43) : 0; // beats
-            const double length = 60 / (beat < 48 ? 100 : tempo) * (1 + 0.08 * easing);
+            const int easing = tempo == 100 ? std::max(0, beat % 48 - 40) : 0; // beats
+            const double length = 60 / (beat < 48 ? 100 : tempo) * (1 + 0.1 * easing);
             const double held = keys[(beat + 1) % 16] == 0 ? 1.9 : 0.9;
             if (const int key = keys[beat % 16]) {
                 melody.push_back({at + jitter(random), at + length * held, key});
