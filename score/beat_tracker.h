@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The zormidi authors
 // SPDX-License-Identifier: MIT
 
-// Follows a pulse through onsets whose tempo drifts, slows down in a ritardando and returns, and may
-// change behind a long note; and divides each pulse in two, four or three.
+// Follows a pulse through onsets whose tempo drifts, slows down in a ritardando and returns, and
+// may change behind a long note; and divides each pulse in two, four or three.
 #pragma once
 
 #include "score/pulse.h"

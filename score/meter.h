@@ -28,9 +28,9 @@ struct NoteType {
     int Ticks;
     const char* Name;
 };
-constexpr NoteType NoteTypes[] = {
-    {WholeTicks, "whole"},   {HalfTicks, "half"},      {TicksPerQuarter, "quarter"},
-    {EighthTicks, "eighth"}, {SixteenthTicks, "16th"}, {ThirtySecondTicks, "32nd"}};
+constexpr NoteType NoteTypes[] = {{WholeTicks, "whole"},        {HalfTicks, "half"},
+                                  {TicksPerQuarter, "quarter"}, {EighthTicks, "eighth"},
+                                  {SixteenthTicks, "16th"},     {ThirtySecondTicks, "32nd"}};
 
 // The remainder from 0 to divisor - 1, for negative numbers too. divisor: above 0.
 constexpr int Modulo(int number, int divisor) { return ((number % divisor) + divisor) % divisor; }
