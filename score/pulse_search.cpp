@@ -31,6 +31,7 @@ constexpr double LeastTempoJump = .15; // as a logarithm, as the next two
 constexpr double MostTempoJump = .3;
 constexpr double TempoJumpWidth = .35; // standard deviation
 constexpr double RitardandoCost = 5;   // of its beginning
+constexpr double MostCostBefore = 2;   // one begins only in hypotheses that are this likely
 constexpr double ReturnCost = 2;       // of its end, where the tempo before returns
 constexpr double Slowing = 0.12;       // relative, per pulse of a ritardando
 constexpr double SlowingWidth = 0.07;  // standard deviation of that
@@ -141,7 +142,7 @@ void Tracker::Extend(std::int32_t source, double onset) {
     Hypothesis slowing = from;
     slowing.SteadyPeriod = from.Period;
     slowing.Cost += RitardandoCost;
-    const bool maySlow = from.SteadyPeriod == 0 && slowing.Cost <= Least + PruneMargin;
+    const bool maySlow = from.SteadyPeriod == 0 && from.Cost <= MostCostBefore;
     const double pulses = std::min((onset - from.Time) / from.Period, LongestGap);
     const double gap = pulses * TicksPerPulse;
     const double width = (7.0 / 24 + 0.15 * std::clamp(pulses, 0.0, 4.0)) * TicksPerPulse;
