@@ -196,14 +196,14 @@ TEST(Record, WritesInputAndPlaysItThruWithTheMap) {
 }
 
 // A note on each of the first eight quarters, keys from 60 up; each ends as the next begins, and
-// key 30 sounds one clock before. All channels are used, so that silencing takes long.
+// key 30 sounds two clocks before. All channels are used, so that silencing takes long.
 void WriteSteps() {
     TrackEvents track;
     for (unsigned char i = 0; i < 16; ++i)
         track.push_back({0, {static_cast<unsigned char>(0xC0 | i), 9}});
     for (unsigned char key = 60; key < 68; ++key) {
         track.push_back({(key - 60) * 96, {0x90, key, 100}});
-        track.push_back({(key - 59) * 96 - 4, {0x90, 30, 1}});
+        track.push_back({(key - 59) * 96 - 8, {0x90, 30, 1}});
         track.push_back({(key - 59) * 96, {0x80, key, 0}});
         track.push_back({(key - 59) * 96, {0x80, 30, 0}});
     }
@@ -227,10 +227,11 @@ TEST(Follow, PlaysAtThePositionOfTheClock) {
     EXPECT_EQ(heard(60), 0);
     SendClocks(peer, 1); // belongs to the beginning
     ASSERT_TRUE(peer.Await(Packed(0x90, 60, 100)));
-    SendClocks(peer, 23);
+    // The time runs on to the next clock, so the second clock before a note cannot play it yet.
+    SendClocks(peer, 22);
     ASSERT_TRUE(peer.Await(Packed(0x90, 30, 1)));
     EXPECT_EQ(heard(61), 0);
-    SendClocks(peer, 1); // one quarter on
+    SendClocks(peer, 2); // one quarter on
     ASSERT_TRUE(peer.Await(Packed(0x90, 61, 100)));
 
     // Stop silences; song positions count sixteenths. Messages that arrive while the program still
@@ -264,9 +265,9 @@ TEST(Follow, PlaysAtThePositionOfTheClock) {
     SendClocks(peer, 24);
     ASSERT_TRUE(peer.Await(Packed(0x90, 61, 100), before));
     ASSERT_TRUE(peer.Await(Packed(0x80, 61), before));
-    SendClocks(peer, 23);
+    SendClocks(peer, 22);
     EXPECT_EQ(heard(62), 0);
-    SendClocks(peer, 1);
+    SendClocks(peer, 2);
     ASSERT_TRUE(peer.Await(Packed(0x90, 62, 100), before));
     EXPECT_EQ(heard(60), 2) << "before and after Start";
     SendClocks(peer, 6 * 24);
