@@ -49,6 +49,15 @@ struct Hypothesis {
     std::uint8_t Division = 0; // 0 in two, 1 in three
     std::int32_t Source = -1;  // index among those of the onset before
     std::int32_t Gap = 0;      // ticks since the onset before
+
+    // Begins anew at an onset, with a pulse that is known but for FirstTempoWidth.
+    void BeginAt(double onset, double period) {
+        Time = onset;
+        Period = period;
+        TimeVariance = Jitter * Jitter;
+        Covariance = 0;
+        PeriodVariance = std::pow(FirstTempoWidth * period, 2);
+    }
 };
 
 constexpr auto Cheaper = [](const Hypothesis& a, const Hypothesis& b) { return a.Cost < b.Cost; };
@@ -68,7 +77,7 @@ public:
 private:
     void AddFirst();
     void AddOnset(std::size_t index);
-    void Extend(std::int32_t source, double onset);
+    void Extend(const Hypothesis& from, std::int32_t source, double onset);
     void Move(const Hypothesis& from, std::int32_t source, int division, int gap, double onset);
     double TimeOf(int tick, int division) const;
     double SilenceBetween(const Hypothesis& from, int division, int gap) const;
@@ -111,10 +120,7 @@ void Tracker::AddFirst() {
     const int tempos = 1 + static_cast<int>(std::log(slowest / fastest) / TempoStep);
     for (int i = 0; i < tempos; ++i) {
         Hypothesis first;
-        first.Time = Onsets[0];
-        first.Period = fastest * std::exp(i * TempoStep);
-        first.TimeVariance = Jitter * Jitter;
-        first.PeriodVariance = std::pow(FirstTempoWidth * first.Period, 2);
+        first.BeginAt(Onsets[0], fastest * std::exp(i * TempoStep));
         const double unusual = std::log(60 / first.Period / UsualPulse) / UsualPulseWidth;
         for (int division = Options.Binary ? 0 : 1; division < (Options.Ternary ? 2 : 1);
              ++division) {
@@ -130,19 +136,21 @@ void Tracker::AddFirst() {
 }
 
 void Tracker::AddOnset(std::size_t index) {
-    for (std::size_t i = 0; i < Current.size(); ++i)
-        Extend(static_cast<std::int32_t>(i), Onsets[index]);
+    for (std::size_t i = 0; i < Current.size(); ++i) {
+        const auto source = static_cast<std::int32_t>(i);
+        Extend(Current[i], source, Onsets[index]);
+        if (Current[i].SteadyPeriod > 0 || Current[i].Cost > MostCostBefore) continue;
+        Hypothesis slowing = Current[i];
+        slowing.SteadyPeriod = slowing.Period;
+        slowing.Cost += RitardandoCost;
+        Extend(slowing, source, Onsets[index]);
+    }
     AddReturns(Onsets[index]);
     if (Options.TempoJumps) AddTempoJumps(Onsets[index]);
     Prune(index >= FreeOnsets);
 }
 
-void Tracker::Extend(std::int32_t source, double onset) {
-    const Hypothesis& from = Current[static_cast<std::size_t>(source)];
-    Hypothesis slowing = from;
-    slowing.SteadyPeriod = from.Period;
-    slowing.Cost += RitardandoCost;
-    const bool maySlow = from.SteadyPeriod == 0 && from.Cost <= MostCostBefore;
+void Tracker::Extend(const Hypothesis& from, std::int32_t source, double onset) {
     const double pulses = std::min((onset - from.Time) / from.Period, LongestGap);
     const double gap = pulses * TicksPerPulse;
     const double width = (7.0 / 24 + 0.15 * std::clamp(pulses, 0.0, 4.0)) * TicksPerPulse;
@@ -152,11 +160,9 @@ void Tracker::Extend(std::int32_t source, double onset) {
         for (int to = first; to <= last; ++to) {
             const int end = from.Tick + to;
             if (division != from.Division && end < TicksPerPulse) continue;
-            if (Divisions[division].OnsetCost[static_cast<std::size_t>(end % TicksPerPulse)] ==
+            if (Divisions[division].OnsetCost[static_cast<std::size_t>(end % TicksPerPulse)] <
                 INFINITY)
-                continue;
-            Move(from, source, division, to, onset);
-            if (maySlow) Move(slowing, source, division, to, onset);
+                Move(from, source, division, to, onset);
         }
     }
 }
@@ -239,15 +245,11 @@ void Tracker::AddTempoJumps(double onset) {
     }
     for (Hypothesis other : likeliest) {
         if (other.Cost + TempoJump > Least + PruneMargin) continue;
-        other.Time = onset;
-        other.TimeVariance = Jitter * Jitter;
-        other.Covariance = 0;
         const double cost = other.Cost, period = other.Period;
         for (double jump = LeastTempoJump; jump <= MostTempoJump; jump += TempoStep) {
             other.Cost = cost + TempoJump + std::pow(jump / TempoJumpWidth, 2) / 2;
             for (const double ratio : {std::exp(jump), std::exp(-jump)}) {
-                other.Period = period * ratio;
-                other.PeriodVariance = std::pow(FirstTempoWidth * other.Period, 2);
+                other.BeginAt(onset, period * ratio);
                 const double perMinute = 60 / other.Period;
                 if (perMinute >= Options.MinPulsesPerMinute &&
                     perMinute <= Options.MaxPulsesPerMinute)
@@ -264,11 +266,7 @@ void Tracker::AddReturns(double onset) {
         if (one.SteadyPeriod == 0) continue;
         one.Cost += ReturnCost;
         if (one.Cost > Least + PruneMargin) continue;
-        one.Time = onset;
-        one.Period = std::exchange(one.SteadyPeriod, 0);
-        one.TimeVariance = Jitter * Jitter;
-        one.Covariance = 0;
-        one.PeriodVariance = std::pow(FirstTempoWidth * one.Period, 2);
+        one.BeginAt(onset, std::exchange(one.SteadyPeriod, 0));
         Offer(one);
     }
 }
