@@ -106,7 +106,7 @@ int main(int count, char** arguments) {
         ini << "OutName" << row << "=" << names[row - 1] << "\nOutBase" << row << "="
             << 16 * row - 15 << "\n";
     ini.close();
-    Monitor monitor;
+    static Monitor monitor; // its thread reads until the process ends
     if (MIDISysInit(0) != -1 || !ZorAllocMIDI(ZOR_QUEUE_OUTPUT, 64) || !ZorStartMIDI(1)) return 1;
     std::vector<std::vector<double>> delays(names.size()), calls(names.size());
     for (int note = -5; note < Notes; ++note) { // the first ones wake the server up
