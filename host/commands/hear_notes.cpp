@@ -58,10 +58,7 @@ StereoSound PlayBeside(SoundFile& recording, double peak, const std::vector<MIDI
         sound.Append(both);
         return count;
     };
-    Synthesise(synthesizer, MessagesOf(records, tuning, sound.Rate), sound.Rate, [&](auto notes) {
-        append(notes);
-        return !Interrupted();
-    });
+    Synthesise(synthesizer, MessagesOf(records, tuning, sound.Rate), sound.Rate, append);
     const std::vector<float> silence(2048);
     while (!Interrupted() && append(silence) > 0) continue;
     sound.Finish();

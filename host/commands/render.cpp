@@ -68,13 +68,6 @@ std::vector<TimedMessage> MessagesOf(const midifile::Song& song, const PlayRange
     return messages;
 }
 
-machine::SynthesizerSettings SettingsOf(const GlobalOptions& global, const RenderOptions& options) {
-    machine::SynthesizerSettings settings = ReadSynthesizerSettings(global.IniFolder);
-    if (!options.Font.empty()) settings.Font = options.Font;
-    if (options.Gain > 0) settings.Gain = options.Gain;
-    return settings;
-}
-
 std::int64_t MillisecondsOf(std::int64_t frames, int rate) { return frames * 1000 / rate; }
 
 void PrintRendered(const RenderOptions& options, const StereoSound& sound,
@@ -93,7 +86,10 @@ void Run(const GlobalOptions& global, const RenderOptions& options) {
     const OutputFile file(options.SoundFile);
     const midifile::Song song = ReadEditedSong(options.Song);
     const auto messages = MessagesOf(song, RangeOf(options, song), options.Rate);
-    const auto synthesizer = OpenSynthesizer(SettingsOf(global, options), options.Rate);
+    machine::SynthesizerSettings settings = ReadSynthesizerSettings(global.IniFolder);
+    if (!options.Font.empty()) settings.Font = options.Font;
+    if (options.Gain > 0) settings.Gain = options.Gain;
+    const auto synthesizer = OpenSynthesizer(settings, options.Rate);
     const auto begin = std::chrono::steady_clock::now();
     StereoSound sound(options.Rate);
     Progress progress;
@@ -105,7 +101,6 @@ void Run(const GlobalOptions& global, const RenderOptions& options) {
             progress.Show(Bar(done, end, 40) + " " + ClockText(MillisecondsOf(done, options.Rate)) +
                           " of " + ClockText(MillisecondsOf(end, options.Rate)));
         }
-        return !Interrupted();
     });
     progress.End();
     if (Interrupted()) throw HostError("stopped; nothing was written");

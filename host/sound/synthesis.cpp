@@ -4,6 +4,7 @@
 #include "host/sound/synthesis.h"
 
 #include "host/terminal/host_error.h"
+#include "host/terminal/interrupt.h"
 
 #include <algorithm>
 #include <array>
@@ -33,7 +34,7 @@ std::unique_ptr<machine::Synthesizer> OpenSynthesizer(const machine::Synthesizer
 }
 
 void Synthesise(machine::Synthesizer& synthesizer, const std::vector<TimedMessage>& messages,
-                int rate, const std::function<bool(std::span<const float>)>& receive) {
+                int rate, const std::function<void(std::span<const float>)>& receive) {
     const std::int64_t end = messages.back().Frame + std::int64_t{MaxDecay} * rate;
     std::array<float, 2 * MaxFrames> block{};
     auto next = messages.begin();
@@ -48,10 +49,10 @@ void Synthesise(machine::Synthesizer& synthesizer, const std::vector<TimedMessag
         const std::span<const float> frames(block.data(), static_cast<std::size_t>(2 * count));
         synthesizer.Render(block.data(), frames.size() / 2);
         position += count;
-        if (!receive(frames)) return;
+        receive(frames);
         decayed = isOver && synthesizer.ActiveVoices() == 0 &&
                   std::ranges::all_of(frames, [](float x) { return std::fabs(x) < Silence; });
-    } while (!decayed && position < end);
+    } while (!decayed && position < end && !Interrupted());
 }
 
 } // namespace zorhost

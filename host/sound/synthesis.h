@@ -24,9 +24,9 @@ struct TimedMessage {
 std::unique_ptr<machine::Synthesizer> OpenSynthesizer(const machine::SynthesizerSettings& settings,
                                                       int rate);
 
-// Renders messages, in ascending order of Frame, and the decay behind the last one, 20 s at most.
-// receive gets each block of frames and returns false to stop. rate: Hz.
+// Renders messages, in ascending order of Frame, and the decay behind the last one, 20 s at most,
+// or until Ctrl-C. receive gets each block of frames. rate: Hz.
 void Synthesise(machine::Synthesizer& synthesizer, const std::vector<TimedMessage>& messages,
-                int rate, const std::function<bool(std::span<const float> frames)>& receive);
+                int rate, const std::function<void(std::span<const float> frames)>& receive);
 
 } // namespace zorhost

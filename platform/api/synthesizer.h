@@ -4,8 +4,8 @@
 // What a back end for the software synthesizer offers. The registry loads it when the output is
 // opened or a host opens a synthesizer, never before.
 //
-// Threads. OpenStream and Load: any, one call at a time; they may block. Send and the release of a
-// stream: one thread at a time.
+// Threads. The back end: any; each function may block. Send and the release of a stream: one thread
+// at a time.
 //
 // Real time. Send allocates nothing and waits for nothing: a thread of the back end applies the
 // messages.
@@ -38,7 +38,7 @@ public:
     OpenStream(const machine::SynthesizerSettings& settings, std::string& reason) = 0;
     virtual std::unique_ptr<machine::Synthesizer> Load(const machine::SynthesizerSettings& settings,
                                                        double rate, std::string& reason) = 0;
-    // As machine::PlayStereo. May be called beside the others.
+    // As machine::PlayStereo.
     virtual bool PlayStereo(const machine::SynthesizerSettings& settings, double rate,
                             const machine::StereoSource& source, const std::function<bool()>& goOn,
                             std::string& reason) = 0;

@@ -11,24 +11,18 @@
 #include <filesystem>
 
 namespace machine {
-namespace {
-
-std::string ReadText(const std::string& file, const char* key) {
-    std::array<char, 4096> text{};
-    zorsystem::GetPrivateProfileStringA("SYNTHESIZER", key, "", text.data(), text.size(),
-                                        file.c_str());
-    return text.data();
-}
-
-} // namespace
 
 SynthesizerSettings ReadSynthesizerSettings() {
     const std::string file =
         (std::filesystem::path(ModulePath()).parent_path() / "ZORMIDI.INI").string();
-    SynthesizerSettings settings;
-    settings.Font = ReadText(file, "Font");
-    settings.Driver = ReadText(file, "Driver");
-    const std::string gain = ReadText(file, "Gain");
+    const auto read = [&file](const char* key) {
+        std::array<char, 4096> text{};
+        zorsystem::GetPrivateProfileStringA("SYNTHESIZER", key, "", text.data(), text.size(),
+                                            file.c_str());
+        return std::string(text.data());
+    };
+    SynthesizerSettings settings{read("Font"), read("Driver")};
+    const std::string gain = read("Gain");
     if (gain.empty()) return settings;
     const char* const last = gain.data() + gain.size();
     const auto [end, error] = std::from_chars(gain.data(), last, settings.Gain); // in any locale

@@ -6,17 +6,16 @@
 #include "platform/common/immortal_singleton.h"
 #include "platform/machine/power.h"
 #include "platform/registry/back_ends.h"
-#include "platform/registry/shared_object.h"
 
+#include <algorithm>
+#include <atomic>
 #include <mutex>
 
 namespace device {
 namespace {
 
 struct State {
-    std::mutex BackEndLock;                // of the back end, for which one call is made at a time
-    SynthesizerBackEnd* BackEnd = nullptr; // loaded when first needed, for the life of the process
-    std::mutex Lock;                       // of the next
+    std::mutex Lock;
     std::string Problem;
 };
 State& SynthesizerState() { return common::ImmortalSingleton<State>(); }
@@ -28,50 +27,40 @@ void SetProblem(const std::string& problem) {
 
 const machine::AtPowerOn atPowerOn([] { SetProblem(""); });
 
-// Calls operation with the back end. Null, with the reason, if that cannot be loaded or returns
-// null.
-template <class Operation>
-auto WithBackEnd(std::string& reason, Operation operation) {
-    const std::scoped_lock lock(SynthesizerState().BackEndLock);
-    SynthesizerBackEnd*& backEnd = SynthesizerState().BackEnd;
-    if (!backEnd) backEnd = OpenBackEnd<OpenSynthesizerFunction>(BackEndKind::Synthesizer, reason);
-    return backEnd ? operation(*backEnd) : decltype(operation(*backEnd)){};
+// Opened when first needed, and tried anew while that fails.
+SynthesizerBackEnd* OpenedBackEnd(std::string& reason) {
+    static std::atomic<SynthesizerBackEnd*> opened{nullptr};
+    if (!opened) opened = OpenBackEnd<OpenSynthesizerFunction>(BackEndKind::Synthesizer, reason);
+    return opened;
 }
 
 class SynthesizerOutput final : public MidiDevice {
 public:
     SynthesizerOutput()
         : MidiDevice(MidiDirection::Output, machine::SynthesizerName, machine::SynthesizerName) {}
-    MidiResult Open(const std::shared_ptr<MidiReceiver>&) override;
-    void Close() override;
+    MidiResult Open(const std::shared_ptr<MidiReceiver>&) override {
+        std::string reason;
+        if (SynthesizerBackEnd* const backEnd = OpenedBackEnd(reason))
+            Stream = backEnd->OpenStream(machine::ReadSynthesizerSettings(), reason);
+        SetProblem(reason);
+        return Stream ? MidiResult::Done : MidiResult::NoSound;
+    }
+    void Close() override { Stream.reset(); }
     MidiResult Send(std::uint32_t message) override { return Stream->Send(message); }
 
 private:
     std::shared_ptr<SynthesizerStream> Stream; // null while closed
 };
 
-MidiResult SynthesizerOutput::Open(const std::shared_ptr<MidiReceiver>&) {
-    std::string reason;
-    Stream = WithBackEnd(reason, [&reason](SynthesizerBackEnd& backEnd) {
-        return backEnd.OpenStream(machine::ReadSynthesizerSettings(), reason);
-    });
-    SetProblem(reason);
-    return Stream ? MidiResult::Done : MidiResult::NoSound;
-}
-
-void SynthesizerOutput::Close() { Stream.reset(); }
-
 } // namespace
 
 std::shared_ptr<MidiDevice> MakeSynthesizerOutput() {
     std::string reason;
-    for (const BackEnd& each : BackEnds)
-        if (each.Kind == BackEndKind::Synthesizer && CanLoad(each, reason)) {
-            SetProblem("");
-            return std::make_shared<SynthesizerOutput>();
-        }
-    SetProblem(reason);
-    return nullptr;
+    const bool canLoad = std::ranges::any_of(BackEnds, [&reason](const BackEnd& each) {
+        return each.Kind == BackEndKind::Synthesizer && CanLoad(each, reason);
+    });
+    SetProblem(canLoad ? "" : reason);
+    return canLoad ? std::make_shared<SynthesizerOutput>() : nullptr;
 }
 
 } // namespace device
@@ -87,15 +76,13 @@ std::string SynthesizerProblem() {
 
 std::unique_ptr<Synthesizer> OpenSynthesizer(const SynthesizerSettings& settings, double rate,
                                              std::string& reason) {
-    return WithBackEnd(
-        reason, [&](SynthesizerBackEnd& backEnd) { return backEnd.Load(settings, rate, reason); });
+    SynthesizerBackEnd* const backEnd = OpenedBackEnd(reason);
+    return backEnd ? backEnd->Load(settings, rate, reason) : nullptr;
 }
 
 bool PlayStereo(const SynthesizerSettings& settings, double rate, const StereoSource& source,
                 const std::function<bool()>& goOn, std::string& reason) {
-    // Called without the lock, since it takes as long as the sound.
-    SynthesizerBackEnd* const backEnd =
-        WithBackEnd(reason, [](SynthesizerBackEnd& loaded) { return &loaded; });
+    SynthesizerBackEnd* const backEnd = OpenedBackEnd(reason);
     return backEnd && backEnd->PlayStereo(settings, rate, source, goOn, reason);
 }
 

@@ -66,54 +66,24 @@ std::string FontProblem(const std::string& path) {
     return lists == 3 ? "" : "is incomplete or damaged: install it anew.";
 }
 
-// A file that the library can be given. Empty, with the reason, if there is none.
-std::string FindFont(const std::string& wanted, fluid_settings_t* settings, std::string& reason) {
-    std::string path = wanted.empty() ? FindDefaultFont(settings) : wanted;
-    if (path.empty()) {
-        reason = "No SoundFont found: install one, for instance the package timgm6mb-soundfont, or "
-                 "name one in the settings ([SYNTHESIZER] Font=).";
-        return "";
-    }
-    const std::string problem = FontProblem(path);
-    if (problem.empty()) return path;
-    reason = "The SoundFont \"" + path + "\" " + problem;
-    return "";
-}
-
-// Chooses a driver. Returns the reason if the library has no such driver; empty otherwise.
-std::string SetDriver(const std::string& driver, fluid_settings_t* settings) {
-    char* const options = fluid_settings_option_concat(settings, "audio.driver", ", ");
-    const std::string known = options ? options : "";
-    fluid_free(options);
-    if ((", " + known + ",").find(", " + driver + ",") == std::string::npos)
-        return "The sound driver \"" + driver + "\" is unknown: [SYNTHESIZER] Driver= is one of " +
-               known + ".";
-    fluid_settings_setstr(settings, "audio.driver", driver.c_str());
-    return "";
+std::nullptr_t Fail(std::string& reason, std::string sentence) {
+    reason = std::move(sentence);
+    return nullptr;
 }
 
 } // namespace
 
-void SilenceLog() {
+SettingsPointer MakeSettings(const SynthesizerSettings& wanted, double rate, std::string& reason) {
     for (const int level : {FLUID_PANIC, FLUID_ERR, FLUID_WARN, FLUID_INFO, FLUID_DBG})
         fluid_set_log_function(level, nullptr, nullptr);
-}
-
-SettingsPointer MakeSettings(const SynthesizerSettings& wanted, double rate, std::string& reason) {
     if (!(wanted.Gain >= SynthesizerSettings::MinGain &&
-          wanted.Gain <= SynthesizerSettings::MaxGain)) {
-        reason = "The synthesizer's gain must be a number from 0.01 to 10 ([SYNTHESIZER] Gain=).";
-        return nullptr;
-    }
-    if (!(rate >= machine::MinSynthesizerRate && rate <= machine::MaxSynthesizerRate)) {
-        reason = "The synthesizer's rate must be from 8000 to 96000 frames per second.";
-        return nullptr;
-    }
+          wanted.Gain <= SynthesizerSettings::MaxGain))
+        return Fail(reason, "The synthesizer's gain must be a number from 0.01 to 10 "
+                            "([SYNTHESIZER] Gain=).");
+    if (!(rate >= machine::MinSynthesizerRate && rate <= machine::MaxSynthesizerRate))
+        return Fail(reason, "The synthesizer's rate must be from 8000 to 96000 frames per second.");
     SettingsPointer settings(new_fluid_settings());
-    if (!settings) {
-        reason = "Out of memory.";
-        return nullptr;
-    }
+    if (!settings) return Fail(reason, "Out of memory.");
     fluid_settings_setnum(settings.get(), "synth.gain", wanted.Gain);
     fluid_settings_setnum(settings.get(), "synth.sample-rate", rate);
     fluid_settings_setint(settings.get(), "synth.threadsafe-api", 0);
@@ -123,50 +93,43 @@ SettingsPointer MakeSettings(const SynthesizerSettings& wanted, double rate, std
     // drivers have several periods in their buffer.
     if (driver == "pulseaudio")
         fluid_settings_setint(settings.get(), "audio.period-size", PulseAudioFrames);
-    const std::string problem = SetDriver(driver, settings.get());
-    if (problem.empty()) return settings;
-    reason = problem;
-    return nullptr;
-}
-
-std::string DriverProblem(const SynthesizerSettings& wanted, bool hangs) {
-    if (!wanted.Driver.empty() && wanted.Driver != "pulseaudio")
-        return "The sound driver \"" + wanted.Driver + "\" " +
-               (hangs ? "does not answer" : "finds nothing to play on") + ".";
-    if (hangs) return "The sound server does not answer: start it anew.";
-    return "No sound server with an output can be reached: start PulseAudio, or PipeWire with "
-           "pipewire-pulse.";
+    char* const options = fluid_settings_option_concat(settings.get(), "audio.driver", ", ");
+    const std::string known = options ? options : "";
+    fluid_free(options);
+    if ((", " + known + ",").find(", " + driver + ",") == std::string::npos)
+        return Fail(reason, "The sound driver \"" + driver +
+                                "\" is unknown: [SYNTHESIZER] Driver= is one of " + known + ".");
+    fluid_settings_setstr(settings.get(), "audio.driver", driver.c_str());
+    return settings;
 }
 
 std::unique_ptr<FluidSynth> FluidSynth::Load(const SynthesizerSettings& wanted, double rate,
                                              std::string& reason) {
-    SilenceLog();
     SettingsPointer settings = MakeSettings(wanted, rate, reason);
     if (!settings) return nullptr;
-    const std::string font = FindFont(wanted.Font, settings.get(), reason);
-    if (font.empty()) return nullptr;
+    const std::string font = wanted.Font.empty() ? FindDefaultFont(settings.get()) : wanted.Font;
+    if (font.empty())
+        return Fail(reason, "No SoundFont found: install one, for instance the package "
+                            "timgm6mb-soundfont, or name one in the settings ([SYNTHESIZER] "
+                            "Font=).");
+    const std::string problem = FontProblem(font);
+    if (!problem.empty()) return Fail(reason, "The SoundFont \"" + font + "\" " + problem);
     SynthPointer synth(new_fluid_synth(settings.get()));
     EventPointer event(new_fluid_midi_event());
-    if (!synth || !event) {
-        reason = "Out of memory.";
-        return nullptr;
-    }
-    if (fluid_synth_sfload(synth.get(), font.c_str(), 1) == FLUID_FAILED) {
-        reason = "The SoundFont \"" + font + "\" is damaged: install it anew.";
-        return nullptr;
-    }
-    return std::unique_ptr<FluidSynth>(
-        new FluidSynth(std::move(settings), std::move(synth), std::move(event)));
+    if (!synth || !event) return Fail(reason, "Out of memory.");
+    if (fluid_synth_sfload(synth.get(), font.c_str(), 1) == FLUID_FAILED)
+        return Fail(reason, "The SoundFont \"" + font + "\" is damaged: install it anew.");
+    return std::make_unique<FluidSynth>(std::move(settings), std::move(synth), std::move(event));
 }
 
 void FluidSynth::Send(std::uint32_t message) {
-    const int status = static_cast<int>(message & 0xFF);
+    const auto status = static_cast<std::uint8_t>(message);
     const int first = static_cast<int>(message >> 8 & 0x7F);
     const int second = static_cast<int>(message >> 16 & 0x7F);
-    const bool isSystem = status >= midi::FirstSystemStatus; // of these, only a reset has an effect
-    const int type = isSystem ? status : status & 0xF0;
+    // Of the system messages only a reset has an effect.
+    const int type = midi::IsChannelStatus(status) ? midi::MessageType(status) : status;
     fluid_midi_event_set_type(Event.get(), type);
-    fluid_midi_event_set_channel(Event.get(), status & 0x0F);
+    fluid_midi_event_set_channel(Event.get(), midi::ChannelOf(status));
     fluid_midi_event_set_key(Event.get(), first);
     fluid_midi_event_set_value(Event.get(), second);
     if (type == midi::PitchBend) fluid_midi_event_set_pitch(Event.get(), second << 7 | first);

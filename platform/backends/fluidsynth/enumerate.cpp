@@ -17,7 +17,7 @@ class BackEnd final : public SynthesizerBackEnd {
 public:
     std::shared_ptr<SynthesizerStream> OpenStream(const machine::SynthesizerSettings& settings,
                                                   std::string& reason) override {
-        SilenceLog();
+        const std::scoped_lock lock(Lock);
         if (Connection && Connection->Wanted != settings)
             std::exchange(Connection, nullptr)->Retire();
         if (!Connection) Connection = std::make_shared<SoundConnection>(settings);
@@ -27,13 +27,13 @@ public:
 
     std::unique_ptr<machine::Synthesizer> Load(const machine::SynthesizerSettings& settings,
                                                double rate, std::string& reason) override {
+        const std::scoped_lock lock(Lock);
         return FluidSynth::Load(settings, rate, reason);
     }
 
     bool PlayStereo(const machine::SynthesizerSettings& settings, double rate,
                     const machine::StereoSource& source, const std::function<bool()>& goOn,
                     std::string& reason) override {
-        SilenceLog();
         return device::PlayStereo(settings, rate, source, goOn, reason);
     }
 
@@ -42,6 +42,7 @@ public:
     }
 
 private:
+    std::mutex Lock; // held by one call at a time that may load a font
     std::shared_ptr<SoundConnection> Connection;
 };
 
