@@ -16,10 +16,16 @@ constexpr float LeastLevel = 4; // lower ones are noise
 constexpr double StepSeconds = FrameSeconds / StepsPerFrame;
 constexpr double SamePitch = 0.5; // semitones
 
-// Beats and noise make dips all the time. The usual depth is the fifth greatest of the last 16
-// frames, and the depth of a dip is counted from this many times it.
-constexpr std::ptrdiff_t UsualRank = 11;
-constexpr double UsualShare = 1.75;
+// Beats and noise make dips all the time. The usual depth is the seventh greatest of the last 16
+// frames, since in quick succession notes that are struck again have one in up to six of them. The
+// depth of a dip is counted from this many times it.
+constexpr std::ptrdiff_t UsualRank = 9;
+constexpr double UsualShare = 3.25;
+
+// A note can die away for 100 ms before it is struck again. Then the depth is the mean of that fall
+// and the rise, less what the swings of a vibrato reach.
+constexpr double LeastRise = 3;    // decibels
+constexpr double VibratoSwing = 4; // decibels
 
 } // namespace
 
@@ -70,9 +76,11 @@ Dip DipFinder::Deepest() const {
     for (std::size_t i = 0; i < count; ++i) levels[i] = greatest(Steps, i, i + period);
     Dip deepest;
     for (std::size_t i = count - Later - StepsPerFrame; i < count - Later; ++i) {
-        const double before = greatest(levels, i - Reach, i);
-        const double after = greatest(levels, i + 1, i + 1 + Reach);
-        const double depth = std::min(before, after) - levels[i];
+        const double fall = greatest(levels, i - Reach, i) - levels[i];
+        const double decay = greatest(levels, i - DecayReach, i) - levels[i];
+        const double rise = greatest(levels, i + 1, i + 1 + Reach) - levels[i];
+        double depth = std::min(fall, rise);
+        if (rise >= LeastRise) depth = std::max(depth, (decay + rise) / 2 - VibratoSwing);
         if (depth <= deepest.Depth) continue;
         deepest = {depth, FrameEnd - static_cast<double>(count - 1 - i) * StepSeconds};
     }

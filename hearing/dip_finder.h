@@ -28,10 +28,11 @@ private:
     // The level is compared with that of the steps on each side, 35 ms. Swings of vibrato are
     // slower.
     static constexpr std::size_t Reach = 6;
+    static constexpr std::size_t DecayReach = 16;   // steps in which a note dies away, 93 ms
     static constexpr std::size_t LongestPeriod = 4; // steps, of 43 Hz
     // Steps to the end of a dip, then its own frame, and what is compared with the first of it.
     static constexpr std::size_t Later = StepsPerFrame + Reach;
-    static constexpr std::size_t StepCount = LongestPeriod - 1 + Reach + StepsPerFrame + Later;
+    static constexpr std::size_t StepCount = LongestPeriod - 1 + DecayReach + StepsPerFrame + Later;
     static constexpr std::size_t PitchesBefore = 5; // frames back: they end before the dip
 
     void Keep(const Frame& frame);

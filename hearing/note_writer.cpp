@@ -23,6 +23,9 @@ constexpr std::size_t LongestRise = 16; // frames to search back for its beginni
 // window of 93 ms has to fill with it first. The mean delay, in seconds.
 constexpr double ChangeDelay = 0.018;
 
+// No note is shorter, in seconds: a dip that ends sooner after an onset is the pause before it.
+constexpr double ShortestNote = 3 * FrameSeconds;
+
 constexpr double NearPitch = 1;        // semitones from its bin that a note's own frames may be
 constexpr double ConfidentPitch = 0.5; // semitones from its pitch that count as confirming it
 
@@ -77,7 +80,10 @@ void NoteWriter::Write(State state, double pitch, std::span<const Frame> frames,
         Close();
         KeepSilent(frame);
     } else {
-        if (BeginsNote(state)) Open(frames, state.Bin == LastState.Bin ? dipEnd : 0);
+        const bool sameNote = LastState.Phase != Phase::Silence && state.Bin == LastState.Bin;
+        const double dip = sameNote ? dipEnd : 0;
+        const bool isPause = dip > 0 && dip < Result.back().Onset + ShortestNote;
+        if (BeginsNote(state) && !isPause) Open(frames, dip);
         BinPitch = pitch;
         Note& note = Result.back();
         if (note.Pitch == 0) note.Pitch = pitch;
@@ -97,7 +103,7 @@ void NoteWriter::Open(std::span<const Frame> frames, double dipEnd) {
     const Frame& first = frames.front();
     Note note;
     note.Onset = legato ? first.LoudBegin - ChangeDelay : FootOfRise(least, first);
-    if (legato && dipEnd > 0) note.Onset = dipEnd;
+    if (dipEnd > 0) note.Onset = dipEnd;
     if (!Result.empty()) note.Onset = std::max(note.Onset, Result.back().Onset + FrameSeconds);
     if (!Result.empty()) Result.back().End = std::min(Result.back().End, note.Onset);
     note.Level = static_cast<int>(std::lround(peaks.Original));

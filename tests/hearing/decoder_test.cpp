@@ -116,11 +116,14 @@ TEST(Decoder, FindsAShortNoteByJumpsOfASteadyPitch) {
 TEST(Decoder, FindsANoteThatIsStruckAgainWithoutAGap) {
     using Steps = std::vector<float>;
     const Steps dip = {.9f, .5f, .6f, .8f};
-    Steps beats, vibrato;
+    Steps beats, vibrato, decay, quick;
     for (int i = 0; i < 300; ++i) {
         beats.push_back(i % 8 == 5 ? .5f : 1);
-        vibrato.push_back(.8f + .2f * std::cos(static_cast<float>(i) * .2f)); // 5.5 Hz
+        vibrato.push_back(.75f + .25f * std::cos(static_cast<float>(i) * .2f)); // 5.5 Hz
     }
+    for (int i = 1; i <= 16; ++i) decay.push_back(std::pow(.9f, static_cast<float>(i)));
+    while (decay.back() < .95f) decay.push_back(decay.back() * 1.07f);
+    for (std::size_t i = 0; i < 88; ++i) quick.push_back(i % 22 < 4 ? .5f : 1);
     const struct {
         const char* Name;
         Sound Input;
@@ -136,6 +139,13 @@ TEST(Decoder, FindsANoteThatIsStruckAgainWithoutAGap) {
          121,
          {.5f, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, .5f},
          {0, 30.5, 34.75}},
+        {"in quick succession", {{60, 60}}, 121, quick, {0, 31.25, 36.75, 42.25, 47.75}},
+        {"after a decay", {{60, 60}}, 105, decay, {0, 30.25}},
+        {"after a pause",
+         {{31, 60}, {1, 60, 2}, {1, Unvoiced, 2}, {27, 60}},
+         132,
+         {.03f, .03f, .03f},
+         {0, 33}},
         {"a dip of noise", {{60, 60}}, 121, {.9f}, {0}},
         {"a dip without steps", {{60, 60}}, 121, dip, {0}, 1, false},
         {"another gain", {{60, 60}}, 124, Steps(116, 2), {0}, 2},
