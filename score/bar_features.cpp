@@ -70,6 +70,7 @@ public:
         CountLags();
         CountBars();
         CountTempo(quartersPerMinute);
+        if (Piece.Complete) CountEnd();
         Scale(0, LastPlace, static_cast<double>(Notes.size()));
         Scale(BarCount, CrossedBeat + 1, static_cast<double>(Notes.size()));
     }
@@ -88,6 +89,7 @@ private:
     void CountPickup();
     void CountLags();
     void CountBars();
+    void CountEnd();
     void CountTempo(double quartersPerMinute);
     void CountCrossings(std::size_t note);
 
@@ -122,10 +124,8 @@ void FeatureCounter::CountPlaces() {
             const double around = (Notes[i - 1].Key + Notes[i + 1].Key) / 2.0;
             Add(Depths + place, Clamp((around - Notes[i].Key) / 5, 2));
         }
-        if (Notes[i].Key % 12 == Notes[Last].Key % 12) Add(FinalPitches + place, 1);
         if (i > 0) Add(Leaps + place, Clamp(std::abs(Notes[i].Key - Notes[i - 1].Key) / 5.0, 2));
     }
-    Add(LastPlace + int{PlaceOf(Meter, Ticks[Last])}, 1);
     Add(BarCount, static_cast<double>(Ticks[Last]) / Bar);
 }
 
@@ -212,6 +212,13 @@ void FeatureCounter::CountBars() {
     }
     Add(BarSeen, 5 * seen / bars);
     Add(BarRhythmSeen, 5 * rhythmSeen / bars);
+}
+
+void FeatureCounter::CountEnd() {
+    for (std::size_t i = 0; i < Notes.size(); ++i)
+        if (Notes[i].Key % 12 == Notes[Last].Key % 12)
+            Add(FinalPitches + int{PlaceOf(Meter, Ticks[i])}, 1);
+    Add(LastPlace + int{PlaceOf(Meter, Ticks[Last])}, 1);
     const int whole = Ticks[Last] / Bar + (Ticks[0] == 0 ? 1 : 0); // without the pickup bar
     Add(FourBars, whole % 4 == 0 ? 1 : 0);
     Add(EightBars, whole % 8 == 0 ? 1 : 0);
@@ -233,7 +240,8 @@ void FeatureCounter::CountTempo(double quartersPerMinute) {
     if (beats == 9) Add(IsNine, 1);
 }
 
-MeasuredPiece::MeasuredPiece(std::span<const GridNote> notes) : Notes(notes) {
+MeasuredPiece::MeasuredPiece(std::span<const GridNote> notes, bool complete)
+    : Notes(notes), Complete(complete) {
     const double usual = UsualLength(notes);
     for (std::size_t i = 0; i + 1 < notes.size(); ++i)
         Lengthening.push_back(Clamp(std::log2((notes[i + 1].Tick - notes[i].Tick) / usual), 2));

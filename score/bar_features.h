@@ -97,10 +97,11 @@ enum BarFeature : std::uint8_t {
 };
 using FeatureVector = std::array<double, BarFeatures>;
 
-// A piece, with what does not depend on its bar lines.
+// A piece, with what does not depend on its bar lines. If it is not complete, its end does not
+// count.
 class MeasuredPiece {
 public:
-    explicit MeasuredPiece(std::span<const GridNote> notes);
+    explicit MeasuredPiece(std::span<const GridNote> notes, bool complete = true);
     // ticks: of each note as written, from the beginning of the first note's bar.
     FeatureVector Measure(const std::vector<int>& ticks, const TimeSignature& meter,
                           double quartersPerMinute) const;
@@ -116,6 +117,7 @@ private:
     std::vector<double> Lengthening;  // of each note but the last, in powers of two
     std::vector<std::size_t> Phrases; // first notes behind a long one
     std::vector<Repeat> Repeats;
+    bool Complete;
 };
 
 } // namespace score

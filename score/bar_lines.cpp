@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <utility>
 
 namespace score {
 
@@ -22,8 +21,6 @@ constexpr double SlowestQuarters = 40, FastestQuarters = 240; // per minute
 constexpr double HintTempoWidth = 0.06; // standard deviation of a given tempo, as a logarithm
 constexpr double StressScale = 6;       // how much an accompaniment counts against the melody
 constexpr double HarmonyScale = 14;     // how much changes of harmony count
-constexpr double AnyHoldCost = 1;       // of held notes in a piece
-constexpr double HoldCost = 0.2;        // of each of them
 constexpr double WrongPickup = 50;      // cost of another pickup than the given one
 
 // Ticks of a piece as these bar lines write them, counted from the beginning of a bar.
@@ -109,33 +106,6 @@ std::vector<BarLines> ListBarLines(const BarLineHints& hints, double pulsesPerMi
                 list.push_back({meter, scale.Numerator, scale.Denominator, phase});
     }
     return list;
-}
-
-FoundBarLines FindBarLines(std::span<const GridNote> notes, double pulsesPerMinute,
-                           const BarLineHints& hints) {
-    const MeasuredPiece piece(notes);
-    // The upper line of a keyboard has long notes wherever other voices move.
-    const bool line = hints.Stresses.empty();
-    const auto afterLong = line ? FindLongNotes(notes) : std::vector<std::size_t>{};
-    FoundBarLines best;
-    double most = -INFINITY;
-    for (const BarLines& lines : ListBarLines(hints, pulsesPerMinute)) {
-        const double score = ScoreOf(piece, lines, pulsesPerMinute, hints, hints.Stresses);
-        if (score > most) {
-            most = score;
-            best = {lines, {}};
-        }
-        std::vector<Hold> holds = FindHolds(notes, afterLong, lines);
-        if (holds.empty()) continue;
-        const std::vector<GridNote> shortened = RemoveHolds(notes, holds);
-        const double without =
-            ScoreOf(MeasuredPiece(shortened), lines, pulsesPerMinute, hints, hints.Stresses) -
-            AnyHoldCost - HoldCost * static_cast<double>(holds.size());
-        if (without <= most) continue;
-        most = without;
-        best = {lines, std::move(holds)};
-    }
-    return best;
 }
 
 } // namespace score

@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The zormidi authors
 // SPDX-License-Identifier: MIT
 
-// Chooses meter, note values and bar lines for onsets that are already on the grid of a pulse.
+// The meters, note values and bar lines that are considered for onsets on the grid of a pulse, and
+// how likely each is.
 #pragma once
 
 #include "score/bar_features.h"
-#include "score/holds.h"
 
 #include <optional>
 #include <span>
@@ -27,22 +27,12 @@ struct BarLineHints {
     std::vector<Stress> Stresses;   // of an accompaniment; empty for a single line
 };
 
-// All bar lines that are considered for a pulse.
+// All bar lines that are considered for a pulse. Those of one meter and scale are neighbours.
 std::vector<BarLines> ListBarLines(const BarLineHints& hints, double pulsesPerMinute);
 
 // How likely bar lines are for notes of a piece: higher is more likely. stresses: those of the
 // notes.
 double ScoreOf(const MeasuredPiece& piece, const BarLines& lines, double pulsesPerMinute,
                const BarLineHints& hints, std::span<const Stress> stresses);
-
-struct FoundBarLines {
-    BarLines Lines;
-    std::vector<Hold> Holds; // ascending
-};
-
-// The most likely bar lines of at least one note of a melody, and the notes whose excess length is
-// to be left out for them. Time is proportional to the number of notes.
-FoundBarLines FindBarLines(std::span<const GridNote> notes, double pulsesPerMinute,
-                           const BarLineHints& hints = {});
 
 } // namespace score

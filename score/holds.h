@@ -21,10 +21,8 @@ struct Hold {
 // The indices of notes that follow one which is longer than usual, and as long as those around it.
 std::vector<std::size_t> FindLongNotes(std::span<const GridNote> notes);
 
-// The long notes that sound beyond the place of the bar at which the piece begins, while the next
-// one begins elsewhere: phrases begin at the same place. after: as FindLongNotes returns it.
-std::vector<Hold> FindHolds(std::span<const GridNote> notes, std::span<const std::size_t> after,
-                            const BarLines& lines);
+constexpr double HoldCost = 0.4; // of each one, as a negative logarithm of a probability
+double CostOf(std::span<const Hold> holds);
 
 // Ticks of the pulse without the excess of holds. Both are in ascending order.
 std::vector<int> RemoveHolds(std::vector<int> ticks, std::span<const Hold> holds);

@@ -191,11 +191,15 @@ double Tracker::TimeOf(int tick, int division) const {
 // Predicts the onset at that gap, compares it with the one played, and corrects time and tempo.
 void Tracker::Move(const Hypothesis& from, std::int32_t source, int division, int gap,
                    double onset) {
-    Hypothesis to = from;
     const int end = from.Tick + gap;
+    const auto tick = static_cast<std::size_t>(end % TicksPerPulse);
+    const double cost = from.Cost + (division == from.Division ? 0 : Style.DivisionChange) +
+                        SilenceBetween(from, division, gap) + Divisions[division].OnsetCost[tick];
+    if (cost > Least + PruneMargin) return;
+    Hypothesis to = from;
     const int whole = end / TicksPerPulse;
     const double length =
-        whole + TimeOf(end % TicksPerPulse, division) - TimeOf(from.Tick, from.Division);
+        whole + TimeOf(static_cast<int>(tick), division) - TimeOf(from.Tick, from.Division);
     const double counted = std::min(length, 4.0);
     const bool slows = from.SteadyPeriod > 0;
     if (slows && from.Period > MostSlowing * from.SteadyPeriod) return;
@@ -209,14 +213,11 @@ void Tracker::Move(const Hypothesis& from, std::int32_t source, int division, in
     const double innovation = to.TimeVariance + Jitter * Jitter;
     const double off = onset - expected;
     const double unfit = (Freedom + 1) / 2 * std::log1p(off * off / innovation / Freedom);
-    to.Tick = static_cast<std::uint8_t>((from.Tick + gap) % TicksPerPulse);
+    to.Tick = static_cast<std::uint8_t>(tick);
     to.Division = static_cast<std::uint8_t>(division);
     to.Source = source;
     to.Gap = gap;
-    to.Cost = from.Cost + std::min(unfit, MaxOnsetCost) +
-              std::log(innovation / Jitter / Jitter) / 2 +
-              (division == from.Division ? 0 : Style.DivisionChange) +
-              SilenceBetween(from, division, gap) + Divisions[division].OnsetCost[to.Tick];
+    to.Cost = cost + std::min(unfit, MaxOnsetCost) + std::log(innovation / Jitter / Jitter) / 2;
     if (to.Cost > Least + PruneMargin) return;
     if (unfit >= MaxOnsetCost) { // an uncounted pause: the pulse begins anew
         to.Time = onset;

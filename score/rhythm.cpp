@@ -3,7 +3,6 @@
 
 #include "score/rhythm.h"
 
-#include "score/bar_lines.h"
 #include "score/beat_tracker.h"
 #include "score/sections.h"
 
@@ -203,8 +202,8 @@ Rhythm FindRhythm(std::span<const HeardNote> notes, const RhythmHints& hints) {
     const double perMinute =
         pulses > 0 ? pulses * 60 / (onsets.back() - onsets.front()) : 60 / pulse.PulseSeconds[0];
     const std::vector<GridNote> melody = MelodyOf(clusters, pulse);
-    const auto [whole, holds] = FindBarLines(melody, perMinute, barHints);
-    const auto sections = FindSections(RemoveHolds(melody, holds), perMinute, barHints, whole);
+    const auto [sections, holds] =
+        FindSections(melody, perMinute, barHints, FindBarLines(melody, perMinute, barHints));
     const BarLines& lines = sections.front().Lines;
     const double scale = static_cast<double>(lines.Numerator) / lines.Denominator;
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace score {
 
@@ -155,27 +156,59 @@ std::vector<Section> SectionFinder::Choose() const {
         sections[n].Lines = Candidates[at];
         at = sources[n][at];
     }
-    for (std::size_t n = 1; n < sections.size(); ++n)
-        sections[n].Begin = FirstBarLine(Notes[Begins[n - 1]].Tick, sections[n].Lines);
+    for (std::size_t n = 1; n < sections.size(); ++n) {
+        sections[n].Note = Begins[n - 1];
+        sections[n].Begin = FirstBarLine(Notes[sections[n].Note].Tick, sections[n].Lines);
+    }
     return sections;
 }
 
-} // namespace
-
-std::vector<Section> FindSections(std::span<const GridNote> notes, double pulsesPerMinute,
-                                  const BarLineHints& hints, const BarLines& whole) {
-    if (hints.Meter || hints.PickupTicks || notes.size() > LongestPiece) return {{0, whole}};
+// whole: the likeliest bar lines if the meter does not change.
+std::vector<Section> Divide(std::span<const GridNote> notes, double pulsesPerMinute,
+                            const BarLineHints& hints, const BarLines& whole) {
     SectionFinder finder(notes, pulsesPerMinute, hints, whole);
     finder.FindBegins(0, notes.size());
-    if (finder.Begins.empty()) return {{0, whole}};
+    if (finder.Begins.empty()) return {{0, 0, whole}};
     std::vector<Section> sections = finder.Choose();
     int begin = Written(notes.front().Tick, whole) - whole.Phase;
     for (std::size_t n = 1; n < sections.size(); ++n) {
         // A section has at least one bar.
-        if (sections[n].Begin - begin < sections[n - 1].Lines.Meter.BarTicks()) return {{0, whole}};
+        if (sections[n].Begin - begin < sections[n - 1].Lines.Meter.BarTicks())
+            return {{0, 0, whole}};
         begin = sections[n].Begin;
     }
     return sections;
+}
+
+double ScoreOf(std::span<const GridNote> notes, std::span<const Section> sections,
+               double pulsesPerMinute, const BarLineHints& hints) {
+    double score = 0;
+    for (std::size_t n = 0; n < sections.size(); ++n) {
+        const std::size_t end = n + 1 < sections.size() ? sections[n + 1].Note : notes.size();
+        const auto own = notes.subspan(sections[n].Note, end - sections[n].Note);
+        score += ScoreOf(MeasuredPiece(own), sections[n].Lines, pulsesPerMinute, hints, {});
+    }
+    return score;
+}
+
+} // namespace
+
+FoundSections FindSections(std::span<const GridNote> notes, double pulsesPerMinute,
+                           const BarLineHints& hints, const FoundBarLines& found) {
+    if (hints.Meter || hints.PickupTicks || notes.size() > LongestPiece)
+        return {{{0, 0, found.Lines}}, found.Holds};
+    const std::vector<GridNote> shortened = RemoveHolds(notes, found.Holds);
+    if (!found.Holds.empty()) {
+        std::vector<Section> sections = Divide(notes, pulsesPerMinute, hints, found.WithoutHolds);
+        std::vector<Section> same = sections;
+        for (Section& section : same) section.Lines = found.Lines;
+        const double changes = ChangeCost * static_cast<double>(sections.size() - 1);
+        if (sections.size() > 1 &&
+            ScoreOf(notes, sections, pulsesPerMinute, hints) - changes >
+                ScoreOf(shortened, same, pulsesPerMinute, hints) - CostOf(found.Holds))
+            return {std::move(sections), {}};
+    }
+    return {Divide(shortened, pulsesPerMinute, hints, found.Lines), found.Holds};
 }
 
 } // namespace score

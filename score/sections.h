@@ -4,8 +4,9 @@
 // Finds where the meter of a piece changes, while its pulse goes on.
 #pragma once
 
-#include "score/bar_lines.h"
+#include "score/bar_line_search.h"
 
+#include <cstddef>
 #include <span>
 #include <vector>
 
@@ -13,14 +14,20 @@ namespace score {
 
 // A part of a piece in one meter.
 struct Section {
+    std::size_t Note; // index of its first note
     int Begin; // written ticks, without phase, of its first bar line; pickup notes come before
     BarLines Lines;
 };
 
-// The sections of a piece, at least one. whole: the most likely bar lines if the meter does not
-// change, which are returned if nothing speaks for a change, the meter or the pickup is given, or
-// there are more than 1,000 notes. All sections have the same scale.
-std::vector<Section> FindSections(std::span<const GridNote> notes, double pulsesPerMinute,
-                                  const BarLineHints& hints, const BarLines& whole);
+struct FoundSections {
+    std::vector<Section> Sections; // at least one; all have the same scale
+    std::vector<Hold> Holds;       // those that are left out before bar lines are drawn
+};
+
+// The sections of a piece. found: its most likely bar lines if the meter does not change. They are
+// returned if nothing speaks for a change, the meter or the pickup is given, or there are more than
+// 1,000 notes. Where a change explains the piece better than holds do, there are none.
+FoundSections FindSections(std::span<const GridNote> notes, double pulsesPerMinute,
+                           const BarLineHints& hints, const FoundBarLines& found);
 
 } // namespace score

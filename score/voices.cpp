@@ -139,11 +139,15 @@ void Separate(Melody notes, const Rhythm& rhythm, const std::vector<KeyGroup>& c
               std::vector<KeyGroup>& moving, std::vector<KeyGroup>& held) {
     for (std::size_t i = 0; i < chords.size(); ++i) {
         KeyGroup stays{chords[i].Onset, {}}, goes{chords[i].Onset, {}};
-        const int next = i + 1 < chords.size() ? chords[i + 1].Onset : 0;
         for (const int note : chords[i].Notes) {
-            const int gap = next - chords[i].Onset;
-            const double beyond = SoundingTicks(notes, rhythm, note) - gap;
-            const bool isHeld = gap > 0 && beyond > TripletTicks + gap / 3.0;
+            bool isHeld = false;
+            if (i + 1 < chords.size()) {
+                const int gap = chords[i + 1].Onset - chords[i].Onset;
+                const int next = chords[i + 1].Notes.front();
+                const double beyond = notes[static_cast<std::size_t>(note)].End -
+                                      notes[static_cast<std::size_t>(next)].Onset;
+                isHeld = TicksOf(beyond, rhythm, note) > TripletTicks + gap / 3.0;
+            }
             (isHeld ? goes : stays).Notes.push_back(note);
         }
         if (!stays.Notes.empty()) moving.push_back(stays);

@@ -93,9 +93,9 @@ TEST(Score, BeginsBarsAnewBehindHeldNotes) {
     std::vector<score::HeardNote> melody;
     std::vector<int> places, expected; // in their bars, in ticks
     double at = 1, written = 0;
-    for (int verse = 0; verse < 3; ++verse) {
+    for (int verse = 0; verse < 6; ++verse) {
         for (std::size_t i = 0; i < std::size(keys); ++i) {
-            const double held = i % 15 == 14 ? 1.0 : 0; // quarters
+            const double held = i % 15 == 14 ? 0.5 * (1 + verse % 3) : 0; // quarters
             const double length = (quarters[i] + held) * 60 / 100;
             melody.push_back({at + jitter(random), at + length * 0.9, keys[i]});
             expected.push_back(static_cast<int>(written * score::TicksPerQuarter) %
@@ -107,6 +107,7 @@ TEST(Score, BeginsBarsAnewBehindHeldNotes) {
     const score::Rhythm rhythm = score::FindRhythm(melody);
     for (const int onset : rhythm.Onsets) places.push_back(onset % score::HalfTicks);
     EXPECT_EQ(places, expected);
+    EXPECT_EQ(score::MakeScore(melody).Voices.size(), 1u);
 }
 
 // Keys of a chord that are struck one after the other are one onset.
