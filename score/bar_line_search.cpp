@@ -27,7 +27,7 @@ public:
         : Notes(notes), AfterLong(afterLong), PulsesPerMinute(pulsesPerMinute), Hints(hints) {}
 
     FoundBarLines Find(std::span<const BarLines> phases) {
-        Held.clear();
+        Nodes.clear();
         Begin = 0;
         Current.clear();
         for (const BarLines& lines : phases) Current.push_back({lines});
@@ -38,8 +38,9 @@ public:
             if (End - Begin > MostNotes) Forget(End - MostNotes / 2);
         }
         FoundBarLines found{Current.front().Lines, {}, {}};
-        for (int at = Current.front().Last; at >= 0; at = Held[static_cast<std::size_t>(at)].Before)
-            found.Holds.push_back(Held[static_cast<std::size_t>(at)].Hold);
+        for (int at = Current.front().Last; at >= 0;
+             at = Nodes[static_cast<std::size_t>(at)].Before)
+            found.Holds.push_back(Nodes[static_cast<std::size_t>(at)].Hold);
         std::reverse(found.Holds.begin(), found.Holds.end());
         return found;
     }
@@ -50,7 +51,7 @@ private:
         double Score = 0;
         double Base = 0; // part of Score that the notes from Begin on do not give
         int Excess = 0;  // ticks of the pulse, of all holds
-        int Last = -1;   // index in Held
+        int Last = -1;   // index in Nodes
     };
     struct Node {
         score::Hold Hold;
@@ -86,8 +87,8 @@ private:
                     if (one.Last >= 0 &&
                         (tick - HoldAt(one.Last).Tick) * lines.Numerator < bar * lines.Denominator)
                         continue; // two holds within a bar
-                    Held.push_back({{tick, excess}, one.Last});
-                    one.Last = static_cast<int>(Held.size()) - 1;
+                    Nodes.push_back({{tick, excess}, one.Last});
+                    one.Last = static_cast<int>(Nodes.size()) - 1;
                     one.Excess += excess;
                     one.Base -= HoldCost;
                 }
@@ -120,14 +121,14 @@ private:
         for (Hypothesis& one : Current) one.Base = one.Score - ScoreOfRecent(one);
     }
 
-    const Hold& HoldAt(int at) const { return Held[static_cast<std::size_t>(at)].Hold; }
-    int BeforeOf(int at) const { return Held[static_cast<std::size_t>(at)].Before; }
+    const Hold& HoldAt(int at) const { return Nodes[static_cast<std::size_t>(at)].Hold; }
+    int BeforeOf(int at) const { return Nodes[static_cast<std::size_t>(at)].Before; }
 
     std::span<const GridNote> Notes;
     std::span<const std::size_t> AfterLong;
     double PulsesPerMinute;
     const BarLineHints& Hints;
-    std::vector<Node> Held;
+    std::vector<Node> Nodes;
     std::vector<Hypothesis> Current, Next;
     std::vector<GridNote> Recent;
     std::size_t Begin = 0, End = 0; // of the notes that are looked at
