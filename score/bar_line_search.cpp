@@ -38,9 +38,8 @@ public:
             if (End - Begin > MostNotes) Forget(End - MostNotes / 2);
         }
         FoundBarLines found{Current.front().Lines, {}, {}};
-        for (int at = Current.front().Last; at >= 0;
-             at = Nodes[static_cast<std::size_t>(at)].Before)
-            found.Holds.push_back(Nodes[static_cast<std::size_t>(at)].Hold);
+        for (int at = Current.front().Last; at >= 0; at = BeforeOf(at))
+            found.Holds.push_back(HoldAt(at));
         std::reverse(found.Holds.begin(), found.Holds.end());
         return found;
     }
