@@ -15,27 +15,29 @@ constexpr double ShortestShare = 0.24;   // of a held note's length, that is wri
 constexpr double LongestHold = 2.5;      // bars: a longer pause is meant
 constexpr std::size_t SearchedKinds = 4; // meters and scales with which holds are looked for
 constexpr std::size_t MostHypotheses = 8;
-constexpr int MostOfPhase = 2;         // hypotheses whose last bar lines are at the same place
-constexpr std::size_t MostNotes = 128; // that are looked at together
+constexpr int MostOfPhase = 2;          // hypotheses whose last bar lines are at the same place
+constexpr std::size_t MostOnsets = 128; // that are looked at together
 
 // Follows the bar lines of one meter and scale through a piece. Each long note may be held; what is
 // played so far is scored without the holds of each hypothesis.
 class HoldSearch {
 public:
-    HoldSearch(std::span<const GridNote> notes, std::span<const std::size_t> afterLong,
-               double pulsesPerMinute, const BarLineHints& hints)
-        : Notes(notes), AfterLong(afterLong), PulsesPerMinute(pulsesPerMinute), Hints(hints) {}
+    HoldSearch(const std::vector<GridNote>& notes, double pulsesPerMinute,
+               const BarLineHints& hints)
+        : Notes(notes), Onsets(hints.Stresses.empty() ? TicksOf(notes) : TicksOf(hints.Stresses)),
+          AfterLong(FindLongNotes(Onsets)), PulsesPerMinute(pulsesPerMinute), Hints(hints) {}
 
+    // Without holds if there is no long note.
     FoundBarLines Find(std::span<const BarLines> phases) {
         Nodes.clear();
         Begin = 0;
         Current.clear();
         for (const BarLines& lines : phases) Current.push_back({lines});
         for (std::size_t k = 0; k < AfterLong.size(); ++k) {
-            End = k + 1 < AfterLong.size() ? AfterLong[k + 1] : Notes.size();
+            End = k + 1 < AfterLong.size() ? AfterLong[k + 1] : Onsets.size();
             Extend(AfterLong[k]);
             Prune();
-            if (End - Begin > MostNotes) Forget(End - MostNotes / 2);
+            if (End - Begin > MostOnsets) Forget(End - MostOnsets / 2);
         }
         FoundBarLines found{Current.front().Lines, {}, {}};
         for (int at = Current.front().Last; at >= 0; at = BeforeOf(at))
@@ -57,24 +59,34 @@ private:
         int Before; // index of the hold before, or -1
     };
 
-    // The notes from Begin to End without the holds of a hypothesis.
-    double ScoreOfRecent(const Hypothesis& hypothesis) {
-        Recent.assign(Notes.begin() + static_cast<std::ptrdiff_t>(Begin),
-                      Notes.begin() + static_cast<std::ptrdiff_t>(End));
+    // The items from Begin to End without the holds of a hypothesis.
+    template <class Item>
+    std::vector<Item> Shorten(const std::vector<Item>& items, const Hypothesis& hypothesis) const {
+        const auto before = [](const Item& item, int tick) { return item.Tick < tick; };
+        const auto first = std::lower_bound(items.begin(), items.end(), Onsets[Begin], before);
+        const auto last = End == Onsets.size()
+                              ? items.end()
+                              : std::lower_bound(first, items.end(), Onsets[End], before);
+        std::vector<Item> recent(first, last);
         int excess = hypothesis.Excess, at = hypothesis.Last;
-        for (std::size_t i = Recent.size(); i-- > 0; Recent[i].Tick -= excess)
-            for (; at >= 0 && HoldAt(at).Tick > Recent[i].Tick; at = BeforeOf(at))
+        for (std::size_t i = recent.size(); i-- > 0; recent[i].Tick -= excess)
+            for (; at >= 0 && HoldAt(at).Tick > recent[i].Tick; at = BeforeOf(at))
                 excess -= HoldAt(at).Excess;
-        return ScoreOf(MeasuredPiece(Recent, End == Notes.size()), hypothesis.Lines,
-                       PulsesPerMinute, Hints, {});
+        return recent;
+    }
+    double ScoreOfRecent(const Hypothesis& hypothesis) const {
+        const std::vector<GridNote> notes = Shorten(Notes, hypothesis);
+        if (notes.empty()) return 0;
+        return ScoreOf(MeasuredPiece(notes, End == Onsets.size()), hypothesis.Lines,
+                       PulsesPerMinute, Hints, Shorten(Hints.Stresses, hypothesis));
     }
 
     // Adds the notes from a long note's end on, with each excess length that it may have.
     void Extend(std::size_t next) {
         const BarLines& lines = Current.front().Lines;
         const int bar = lines.Meter.BarTicks();
-        const int tick = Notes[next].Tick;
-        const int length = tick - Notes[next - 1].Tick;
+        const int tick = Onsets[next];
+        const int length = tick - Onsets[next - 1];
         const bool pause = length * lines.Numerator > LongestHold * bar * lines.Denominator;
         const int most = pause ? 0 : static_cast<int>(length * (1 - ShortestShare));
         for (int written = 0; written * lines.Denominator <= most * lines.Numerator;
@@ -123,14 +135,14 @@ private:
     const Hold& HoldAt(int at) const { return Nodes[static_cast<std::size_t>(at)].Hold; }
     int BeforeOf(int at) const { return Nodes[static_cast<std::size_t>(at)].Before; }
 
-    std::span<const GridNote> Notes;
-    std::span<const std::size_t> AfterLong;
+    const std::vector<GridNote>& Notes;
+    const std::vector<int> Onsets; // ticks of the pulse; of all voices
+    const std::vector<std::size_t> AfterLong;
     double PulsesPerMinute;
     const BarLineHints& Hints;
     std::vector<Node> Nodes;
     std::vector<Hypothesis> Current, Next;
-    std::vector<GridNote> Recent;
-    std::size_t Begin = 0, End = 0; // of the notes that are looked at
+    std::size_t Begin = 0, End = 0; // of the onsets that are looked at
 };
 
 // Bar lines of one meter and scale.
@@ -141,7 +153,7 @@ struct Kind {
 
 } // namespace
 
-FoundBarLines FindBarLines(std::span<const GridNote> notes, double pulsesPerMinute,
+FoundBarLines FindBarLines(const std::vector<GridNote>& notes, double pulsesPerMinute,
                            const BarLineHints& hints) {
     const MeasuredPiece piece(notes);
     const std::vector<BarLines> all = ListBarLines(hints, pulsesPerMinute);
@@ -161,20 +173,17 @@ FoundBarLines FindBarLines(std::span<const GridNote> notes, double pulsesPerMinu
         kinds.push_back(kind);
         i += phases;
     }
-    // The upper line of a keyboard has long notes wherever other voices move.
-    const auto afterLong =
-        hints.Stresses.empty() ? FindLongNotes(notes) : std::vector<std::size_t>{};
-    if (afterLong.empty()) return best;
     std::stable_sort(kinds.begin(), kinds.end(),
                      [](const Kind& a, const Kind& b) { return a.Score > b.Score; });
     if (kinds.size() > SearchedKinds) kinds.erase(kinds.begin() + SearchedKinds, kinds.end());
-    HoldSearch search(notes, afterLong, pulsesPerMinute, hints);
+    HoldSearch search(notes, pulsesPerMinute, hints);
     for (const Kind& kind : kinds) {
         FoundBarLines found = search.Find(kind.Phases);
+        if (found.Holds.empty()) continue;
         const std::vector<GridNote> shortened = RemoveHolds(notes, found.Holds);
-        const double score =
-            ScoreOf(MeasuredPiece(shortened), found.Lines, pulsesPerMinute, hints, {}) -
-            CostOf(found.Holds);
+        const double score = ScoreOf(MeasuredPiece(shortened), found.Lines, pulsesPerMinute, hints,
+                                     RemoveHolds(hints.Stresses, found.Holds)) -
+                             CostOf(found.Holds);
         if (score <= most) continue;
         most = score;
         best.Lines = found.Lines;

@@ -7,7 +7,6 @@
 #include "score/bar_lines.h"
 #include "score/holds.h"
 
-#include <span>
 #include <vector>
 
 namespace score {
@@ -18,9 +17,9 @@ struct FoundBarLines {
     BarLines WithoutHolds;   // the most likely ones if there are none
 };
 
-// The most likely bar lines of at least one note of a melody, and the notes whose excess length is
-// to be left out for them. Time is proportional to the number of notes.
-FoundBarLines FindBarLines(std::span<const GridNote> notes, double pulsesPerMinute,
+// The most likely bar lines of at least one note of a melody, and the onsets before which excess
+// length is to be left out for them. Time is proportional to the number of notes.
+FoundBarLines FindBarLines(const std::vector<GridNote>& notes, double pulsesPerMinute,
                            const BarLineHints& hints = {});
 
 } // namespace score

@@ -5,8 +5,6 @@
 // behind them.
 #pragma once
 
-#include "score/bar_features.h"
-
 #include <cstddef>
 #include <span>
 #include <vector>
@@ -18,15 +16,36 @@ struct Hold {
     int Excess; // ticks of the pulse by which it and all behind it come too late
 };
 
-// The indices of notes that follow one which is longer than usual, and as long as those around it.
-std::vector<std::size_t> FindLongNotes(std::span<const GridNote> notes);
+// The indices of onsets that follow one which is longer than usual, and as long as those around it.
+// ticks: of all onsets, ascending.
+std::vector<std::size_t> FindLongNotes(std::span<const int> ticks);
 
 constexpr double HoldCost = 0.4; // of each one, as a negative logarithm of a probability
 double CostOf(std::span<const Hold> holds);
 
-// Ticks of the pulse without the excess of holds. Both are in ascending order.
-std::vector<int> RemoveHolds(std::vector<int> ticks, std::span<const Hold> holds);
-// The same for notes.
-std::vector<GridNote> RemoveHolds(std::span<const GridNote> notes, std::span<const Hold> holds);
+inline int& TickOf(int& tick) { return tick; }
+template <class Item>
+int& TickOf(Item& item) {
+    return item.Tick;
+}
+
+template <class Item>
+std::vector<int> TicksOf(const std::vector<Item>& items) {
+    std::vector<int> ticks;
+    for (const Item& item : items) ticks.push_back(item.Tick);
+    return ticks;
+}
+
+// Ticks, or items with a Tick, without the excess of holds. Both are in ascending order.
+template <class Item>
+std::vector<Item> RemoveHolds(std::vector<Item> items, std::span<const Hold> holds) {
+    auto hold = holds.begin();
+    int excess = 0;
+    for (Item& item : items) {
+        for (; hold != holds.end() && TickOf(item) >= hold->Tick; ++hold) excess += hold->Excess;
+        TickOf(item) -= excess;
+    }
+    return items;
+}
 
 } // namespace score

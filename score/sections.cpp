@@ -47,12 +47,22 @@ std::span<const std::size_t> Between(std::span<const std::size_t> numbers, std::
                            static_cast<std::size_t>(end - begin));
 }
 
+// Those of the accompaniment of some notes.
+std::span<const Stress> StressesOf(std::span<const GridNote> notes, const BarLineHints& hints) {
+    const auto before = [](const Stress& stress, int tick) { return stress.Tick < tick; };
+    const auto& all = hints.Stresses;
+    const auto first = std::lower_bound(all.begin(), all.end(), notes.front().Tick, before);
+    const auto last = std::lower_bound(first, all.end(), notes.back().Tick + 1, before);
+    return std::span(all).subspan(static_cast<std::size_t>(first - all.begin()),
+                                  static_cast<std::size_t>(last - first));
+}
+
 class SectionFinder {
 public:
-    SectionFinder(std::span<const GridNote> notes, double pulsesPerMinute,
+    SectionFinder(const std::vector<GridNote>& notes, double pulsesPerMinute,
                   const BarLineHints& hints, const BarLines& whole)
         : Notes(notes), PulsesPerMinute(pulsesPerMinute), Hints(hints),
-          Splits(FindLongNotes(notes)) {
+          Splits(FindLongNotes(TicksOf(notes))) {
         for (const BarLines& lines : ListBarLines(hints, pulsesPerMinute))
             if (SameScale(lines, whole)) Candidates.push_back(lines);
     }
@@ -93,13 +103,8 @@ public:
 private:
     std::vector<double> Scores(std::size_t begin, std::size_t end) const {
         const std::span<const GridNote> notes = Notes.subspan(begin, end - begin);
-        const auto before = [](const Stress& stress, int tick) { return stress.Tick < tick; };
-        const auto& all = Hints.Stresses;
-        const auto first = std::lower_bound(all.begin(), all.end(), notes.front().Tick, before);
-        const auto last = std::lower_bound(first, all.end(), notes.back().Tick + 1, before);
-        const auto stresses = std::span(all).subspan(static_cast<std::size_t>(first - all.begin()),
-                                                     static_cast<std::size_t>(last - first));
         const MeasuredPiece piece(notes);
+        const auto stresses = StressesOf(notes, Hints);
         std::vector<double> scores;
         for (const BarLines& lines : Candidates)
             scores.push_back(ScoreOf(piece, lines, PulsesPerMinute, Hints, stresses));
@@ -164,7 +169,7 @@ std::vector<Section> SectionFinder::Choose() const {
 }
 
 // whole: the likeliest bar lines if the meter does not change.
-std::vector<Section> Divide(std::span<const GridNote> notes, double pulsesPerMinute,
+std::vector<Section> Divide(const std::vector<GridNote>& notes, double pulsesPerMinute,
                             const BarLineHints& hints, const BarLines& whole) {
     SectionFinder finder(notes, pulsesPerMinute, hints, whole);
     finder.FindBegins(0, notes.size());
@@ -186,18 +191,21 @@ double ScoreOf(std::span<const GridNote> notes, std::span<const Section> section
     for (std::size_t n = 0; n < sections.size(); ++n) {
         const std::size_t end = n + 1 < sections.size() ? sections[n + 1].Note : notes.size();
         const auto own = notes.subspan(sections[n].Note, end - sections[n].Note);
-        score += ScoreOf(MeasuredPiece(own), sections[n].Lines, pulsesPerMinute, hints, {});
+        score += ScoreOf(MeasuredPiece(own), sections[n].Lines, pulsesPerMinute, hints,
+                         StressesOf(own, hints));
     }
     return score;
 }
 
 } // namespace
 
-FoundSections FindSections(std::span<const GridNote> notes, double pulsesPerMinute,
+FoundSections FindSections(const std::vector<GridNote>& notes, double pulsesPerMinute,
                            const BarLineHints& hints, const FoundBarLines& found) {
     if (hints.Meter || hints.PickupTicks || notes.size() > LongestPiece)
         return {{{0, 0, found.Lines}}, found.Holds};
     const std::vector<GridNote> shortened = RemoveHolds(notes, found.Holds);
+    BarLineHints shortenedHints = hints;
+    shortenedHints.Stresses = RemoveHolds(hints.Stresses, found.Holds);
     if (!found.Holds.empty()) {
         std::vector<Section> sections = Divide(notes, pulsesPerMinute, hints, found.WithoutHolds);
         std::vector<Section> same = sections;
@@ -205,10 +213,10 @@ FoundSections FindSections(std::span<const GridNote> notes, double pulsesPerMinu
         const double changes = ChangeCost * static_cast<double>(sections.size() - 1);
         if (sections.size() > 1 &&
             ScoreOf(notes, sections, pulsesPerMinute, hints) - changes >
-                ScoreOf(shortened, same, pulsesPerMinute, hints) - CostOf(found.Holds))
+                ScoreOf(shortened, same, pulsesPerMinute, shortenedHints) - CostOf(found.Holds))
             return {std::move(sections), {}};
     }
-    return {Divide(shortened, pulsesPerMinute, hints, found.Lines), found.Holds};
+    return {Divide(shortened, pulsesPerMinute, shortenedHints, found.Lines), found.Holds};
 }
 
 } // namespace score

@@ -7,7 +7,6 @@
 #include "score/bar_line_search.h"
 
 #include <cstddef>
-#include <span>
 #include <vector>
 
 namespace score {
@@ -27,7 +26,7 @@ struct FoundSections {
 // The sections of a piece. found: its most likely bar lines if the meter does not change. They are
 // returned if nothing speaks for a change, the meter or the pickup is given, or there are more than
 // 1,000 notes. Where a change explains the piece better than holds do, there are none.
-FoundSections FindSections(std::span<const GridNote> notes, double pulsesPerMinute,
+FoundSections FindSections(const std::vector<GridNote>& notes, double pulsesPerMinute,
                            const BarLineHints& hints, const FoundBarLines& found);
 
 } // namespace score
