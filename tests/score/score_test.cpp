@@ -82,32 +82,41 @@ TEST(Score, ReadsLikeTheTune) {
     }
 }
 
-// Fermatas and breaths at the ends of phrases do not move the bar lines behind them.
+// Fermatas and breaths at the ends of phrases do not move the bar lines behind them, of a single
+// line or with chords.
 TEST(Score, BeginsBarsAnewBehindHeldNotes) {
     constexpr int keys[] = {64, 64, 65, 67, 67, 65, 64, 62, 60, 60, 62, 64, 64, 62, 62,
                             64, 64, 65, 67, 67, 65, 64, 62, 60, 60, 62, 64, 62, 60, 60};
     constexpr double quarters[] = {1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1.5, .5, 2,
                                    1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1.5, .5, 2};
-    std::mt19937 random(5);
-    std::normal_distribution<double> jitter(0, 0.01);
-    std::vector<score::HeardNote> melody;
-    std::vector<int> places, expected; // in their bars, in ticks
-    double at = 1, written = 0;
-    for (int verse = 0; verse < 6; ++verse) {
-        for (std::size_t i = 0; i < std::size(keys); ++i) {
-            const double held = i % 15 == 14 ? 0.5 * (1 + verse % 3) : 0; // quarters
-            const double length = (quarters[i] + held) * 60 / 100;
-            melody.push_back({at + jitter(random), at + length * 0.9, keys[i]});
-            expected.push_back(static_cast<int>(written * score::TicksPerQuarter) %
-                               score::HalfTicks);
+    for (const bool chords : {false, true}) {
+        std::mt19937 random(5);
+        std::normal_distribution<double> jitter(0, 0.01);
+        std::vector<score::HeardNote> melody;
+        std::vector<int> places, expected; // in their bars, in ticks
+        double at = 1;
+        int written = 0; // ticks
+        for (int i = 0; i < 6 * 30; ++i) {
+            const double held = i % 15 == 14 ? 0.5 * (1 + i / 30 % 3) : 0; // quarters
+            const double length = (quarters[i % 30] + held) * 60 / 100;
+            const double onset = at + jitter(random);
+            const bool begins = chords && written % score::WholeTicks == 0;
+            const int root = i % 2 == 0 ? 48 : 43;
+            for (const int key : {root, root + 7, keys[i % 30]}) {
+                if (key != keys[i % 30] && !begins) continue;
+                melody.push_back({onset, at + length * 0.9, key});
+                expected.push_back(written % score::HalfTicks);
+            }
             at += length;
-            written += quarters[i];
+            written += static_cast<int>(quarters[i % 30] * score::TicksPerQuarter);
         }
+        const score::Rhythm rhythm = score::FindRhythm(melody);
+        for (const int onset : rhythm.Onsets) places.push_back(onset % score::HalfTicks);
+        EXPECT_EQ(places, expected) << chords;
+        score::ScoreOptions options;
+        options.Staves = 1;
+        EXPECT_EQ(score::MakeScore(melody, options).Voices.size(), 1u) << chords;
     }
-    const score::Rhythm rhythm = score::FindRhythm(melody);
-    for (const int onset : rhythm.Onsets) places.push_back(onset % score::HalfTicks);
-    EXPECT_EQ(places, expected);
-    EXPECT_EQ(score::MakeScore(melody).Voices.size(), 1u);
 }
 
 // Keys of a chord that are struck one after the other are one onset.
