@@ -23,8 +23,9 @@ constexpr std::size_t LongestRise = 16; // frames to search back for its beginni
 // window of 93 ms has to fill with it first. The mean delay, in seconds.
 constexpr double ChangeDelay = 0.018;
 
-// No note is shorter, in seconds: a dip that ends sooner after an onset is the pause before it.
-constexpr double ShortestNote = 3 * FrameSeconds;
+// No note is struck again sooner, in seconds: a dip that ends so soon after an onset is the pause
+// before it.
+constexpr double SoonestRepeat = 3 * FrameSeconds;
 
 constexpr double NearPitch = 1;        // semitones from its bin that a note's own frames may be
 constexpr double ConfidentPitch = 0.5; // semitones from its pitch that count as confirming it
@@ -82,7 +83,7 @@ void NoteWriter::Write(State state, double pitch, std::span<const Frame> frames,
     } else {
         const bool sameNote = LastState.Phase != Phase::Silence && state.Bin == LastState.Bin;
         const double dip = sameNote ? dipEnd : 0;
-        const bool isPause = dip > 0 && dip < Result.back().Onset + ShortestNote;
+        const bool isPause = dip > 0 && dip < Result.back().Onset + SoonestRepeat;
         if (BeginsNote(state) && !isPause) Open(frames, dip);
         BinPitch = pitch;
         Note& note = Result.back();

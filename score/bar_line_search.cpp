@@ -59,26 +59,30 @@ private:
         int Before; // index of the hold before, or -1
     };
 
-    // The items from Begin to End without the holds of a hypothesis.
-    template <class Item>
-    std::vector<Item> Shorten(const std::vector<Item>& items, const Hypothesis& hypothesis) const {
-        const auto before = [](const Item& item, int tick) { return item.Tick < tick; };
-        const auto first = std::lower_bound(items.begin(), items.end(), Onsets[Begin], before);
-        const auto last = End == Onsets.size()
-                              ? items.end()
-                              : std::lower_bound(first, items.end(), Onsets[End], before);
-        std::vector<Item> recent(first, last);
-        int excess = hypothesis.Excess, at = hypothesis.Last;
-        for (std::size_t i = recent.size(); i-- > 0; recent[i].Tick -= excess)
-            for (; at >= 0 && HoldAt(at).Tick > recent[i].Tick; at = BeforeOf(at))
-                excess -= HoldAt(at).Excess;
-        return recent;
+    // Those behind the onset at Begin, and one there for all before.
+    std::vector<Hold> RecentHolds(const Hypothesis& hypothesis) const {
+        std::vector<Hold> holds;
+        int excess = hypothesis.Excess;
+        for (int at = hypothesis.Last; at >= 0 && HoldAt(at).Tick > Onsets[Begin];
+             at = BeforeOf(at)) {
+            holds.push_back(HoldAt(at));
+            excess -= HoldAt(at).Excess;
+        }
+        holds.push_back({Onsets[Begin], excess});
+        std::reverse(holds.begin(), holds.end());
+        return holds;
     }
+
+    // Of the onsets from Begin to End, without the holds of a hypothesis.
     double ScoreOfRecent(const Hypothesis& hypothesis) const {
-        const std::vector<GridNote> notes = Shorten(Notes, hypothesis);
+        const int first = Onsets[Begin];
+        const int end = End < Onsets.size() ? Onsets[End] : Onsets.back() + 1;
+        const std::vector<Hold> holds = RecentHolds(hypothesis);
+        const auto notes = RemoveHolds(ItemsBetween(Notes, first, end), holds);
         if (notes.empty()) return 0;
+        const auto stresses = RemoveHolds(ItemsBetween(Hints.Stresses, first, end), holds);
         return ScoreOf(MeasuredPiece(notes, End == Onsets.size()), hypothesis.Lines,
-                       PulsesPerMinute, Hints, Shorten(Hints.Stresses, hypothesis));
+                       PulsesPerMinute, Hints, stresses);
     }
 
     // Adds the notes from a long note's end on, with each excess length that it may have.

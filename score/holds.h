@@ -5,6 +5,7 @@
 // behind them.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <span>
 #include <vector>
@@ -34,6 +35,14 @@ std::vector<int> TicksOf(const std::vector<Item>& items) {
     std::vector<int> ticks;
     for (const Item& item : items) ticks.push_back(item.Tick);
     return ticks;
+}
+
+// Those of items in ascending order of Tick that are at first or later, and before end.
+template <class Item>
+std::vector<Item> ItemsBetween(const std::vector<Item>& items, int first, int end) {
+    const auto before = [](const Item& item, int tick) { return item.Tick < tick; };
+    const auto begin = std::lower_bound(items.begin(), items.end(), first, before);
+    return {begin, std::lower_bound(begin, items.end(), end, before)};
 }
 
 // Ticks, or items with a Tick, without the excess of holds. Both are in ascending order.

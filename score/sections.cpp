@@ -48,13 +48,8 @@ std::span<const std::size_t> Between(std::span<const std::size_t> numbers, std::
 }
 
 // Those of the accompaniment of some notes.
-std::span<const Stress> StressesOf(std::span<const GridNote> notes, const BarLineHints& hints) {
-    const auto before = [](const Stress& stress, int tick) { return stress.Tick < tick; };
-    const auto& all = hints.Stresses;
-    const auto first = std::lower_bound(all.begin(), all.end(), notes.front().Tick, before);
-    const auto last = std::lower_bound(first, all.end(), notes.back().Tick + 1, before);
-    return std::span(all).subspan(static_cast<std::size_t>(first - all.begin()),
-                                  static_cast<std::size_t>(last - first));
+std::vector<Stress> StressesOf(std::span<const GridNote> notes, const BarLineHints& hints) {
+    return ItemsBetween(hints.Stresses, notes.front().Tick, notes.back().Tick + 1);
 }
 
 class SectionFinder {

@@ -139,15 +139,12 @@ void Separate(Melody notes, const Rhythm& rhythm, const std::vector<KeyGroup>& c
               std::vector<KeyGroup>& moving, std::vector<KeyGroup>& held) {
     for (std::size_t i = 0; i < chords.size(); ++i) {
         KeyGroup stays{chords[i].Onset, {}}, goes{chords[i].Onset, {}};
+        const KeyGroup& next = chords[std::min(i + 1, chords.size() - 1)];
+        const int gap = next.Onset - chords[i].Onset; // 0 behind the last one
+        const double end = notes[static_cast<std::size_t>(next.Notes.front())].Onset;
         for (const int note : chords[i].Notes) {
-            bool isHeld = false;
-            if (i + 1 < chords.size()) {
-                const int gap = chords[i + 1].Onset - chords[i].Onset;
-                const int next = chords[i + 1].Notes.front();
-                const double beyond = notes[static_cast<std::size_t>(note)].End -
-                                      notes[static_cast<std::size_t>(next)].Onset;
-                isHeld = TicksOf(beyond, rhythm, note) > TripletTicks + gap / 3.0;
-            }
+            const double beyond = notes[static_cast<std::size_t>(note)].End - end;
+            const bool isHeld = gap > 0 && TicksOf(beyond, rhythm, note) > TripletTicks + gap / 3.0;
             (isHeld ? goes : stays).Notes.push_back(note);
         }
         if (!stays.Notes.empty()) moving.push_back(stays);
